@@ -1,0 +1,20 @@
+#pragma once
+
+#pragma GCC visibility push(default)
+
+namespace korva::meridan {
+
+class Buffer;
+
+/// The receiving end of one connection between two elements; the framework implements and owns it.
+class Sink {
+public:
+    virtual ~Sink() = default;
+
+    /// Hands one buffer to the element behind this end; ownership goes with it.
+    virtual void PutBuffer(Buffer* buffer) = 0;
+};
+
+} // namespace korva::meridan
+
+#pragma GCC visibility pop
