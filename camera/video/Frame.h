@@ -15,9 +15,9 @@ namespace camera::video {
 struct Frame {
     std::shared_ptr<std::uint8_t> data;
     std::size_t sizeBytes = 0;
-    int width = 0;       ///< pixels, even
-    int height = 0;      ///< pixels, even
-    int strideBytes = 0; ///< at least width
+    int width = 0;                 ///< pixels, even
+    int height = 0;                ///< pixels, even
+    int strideBytes = 0;           ///< at least width
     std::uint32_t seconds = 0;     ///< since 1970-01-01 UTC
     std::uint32_t nanoseconds = 0; ///< below 1,000,000,000
 };

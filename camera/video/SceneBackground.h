@@ -1,0 +1,37 @@
+#pragma once
+
+#include "camera/video/Frame.h"
+#include "camera/video/SceneParameters.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace camera::video {
+
+/// The still part of a scene: a textured ground, and a texture in the upper right that can sway.
+class SceneBackground {
+public:
+    explicit SceneBackground(const SceneParameters& parameters);
+
+    /// Fills the whole frame with the picture at this time.
+    void paint(Frame& frame, double seconds) const;
+
+    /// The texture that sways lies right of column swayLeft() and above row swayBottom().
+    int swayLeft() const { return width * 3 / 4; }
+    int swayBottom() const { return height / 4; }
+
+    static constexpr int kMeanLuma = 112;
+
+private:
+    void makeLuma(std::uint64_t seed);
+    void makeChroma(std::uint64_t seed);
+    void swayRow(std::uint8_t* row, int y, double seconds) const;
+
+    int width;
+    int height;
+    double swayPixels;
+    std::vector<std::uint8_t> luma;
+    std::vector<std::uint8_t> chroma;
+};
+
+} // namespace camera::video

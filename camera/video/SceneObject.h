@@ -1,0 +1,39 @@
+#pragma once
+
+#include "camera/video/Frame.h"
+#include "camera/video/Scene.h"
+#include "camera/video/SceneParameters.h"
+
+namespace camera::video {
+
+/// One moving object: its lane, its colour, where it is at a time, and its pixels.
+class SceneObject {
+public:
+    /// @param id 1 and up; objects share the picture's height in lanes, in the order of their numbers.
+    SceneObject(const SceneParameters& parameters, int id);
+
+    /// Paints the object as it stands at this time and returns the tight box of what it painted.
+    TruthBox paint(Frame& frame, double seconds) const;
+
+    /// Darkens the ground beside the object. Call for every object before any is painted.
+    void paintShadow(Frame& frame, double seconds) const;
+
+private:
+    int leftAt(double seconds) const;
+    int topAt(double seconds) const;
+    double halfWidthAt(double fraction) const;
+
+    int id;
+    SceneShape shape;
+    int pictureWidth;
+    int pictureHeight;
+    int width;
+    int height;
+    double lane;        ///< 0 to 1: where between the topmost and the lowest place
+    double bobPixels;   ///< how far it leaves its lane
+    double startPixels; ///< way already gone at second 0
+    double pixelsPerSecond;
+    std::uint8_t colour[3]; ///< Y, U, V
+};
+
+} // namespace camera::video
