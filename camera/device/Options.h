@@ -1,0 +1,49 @@
+#pragma once
+
+#include "camera/ravel/LogLevel.h"
+#include "camera/ravel/ServiceFaults.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace camera::device {
+
+/// A named place of a camera that can be positioned.
+struct PresetOption {
+    std::string name;
+    unsigned int pan = 0;    ///< thousandths of a degree, below 360000
+    int tilt = 0;            ///< thousandths of a degree, -90000 to 90000
+    unsigned int zoom = 100; ///< magnification in hundredths
+};
+
+/// A still PTZ camera: it stands where it is put and jumps to presets.
+struct PtzOption {
+    std::vector<PresetOption> presets;
+
+    /// The preset that the camera arrives at once the plug-in is built; empty: none. A name that is
+    /// not among the presets becomes one, at a place of its own.
+    std::string arriveAt;
+};
+
+/// What a device is made of.
+struct Options {
+    std::filesystem::path pluginPath;   ///< the plug-in to load, libdetection.so
+    std::filesystem::path stateDir;     ///< created when absent; one process at a time
+    int orientation = 0;                ///< degrees, 0, 90, 180 or 270
+    std::optional<PtzOption> ptz;       ///< without: a fixed camera
+    std::filesystem::path metadataFile; ///< empty: metadata documents are only counted
+
+    std::size_t engineCount = 1;             ///< engines that share one drawing buffer, 1 or more
+    std::uint32_t metadataBytes = 64 * 1024; ///< what one engine may write for a frame, a multiple of 64
+
+    ravel::LogLevel logLevel = ravel::LogLevel::error;
+    ravel::ServiceFaults faults;     ///< services switched off or made to fail, for tests
+    bool rotationService = false;    ///< serve "rotate" with the orientation; otherwise it is a configuration value
+    bool lendMetadataBuffers = true; ///< false: the transmitter lends nothing, as on a device that is short of memory
+};
+
+} // namespace camera::device
