@@ -47,7 +47,7 @@ public:
     /// Records frames; the count's meaning is the engine's.
     virtual bool writeFramesToFile(const char* path, unsigned int count) = 0;
 
-    /// A new empty rule set, owned by the engine until handed back; null on failure.
+    /// An empty rule set to fill. It stays the engine's, lent until releaseRuleSet; null when none can be made.
     virtual IRuleSet* createRuleSet() = 0;
 
     /// Takes a rule set back and destroys it, deactivating it first.
