@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace json {
+
+/**
+ * Refuses what the installed parser takes in its strictest mode although it is no JSON array: a
+ * NUL that it reads as the end, bytes after the document, numbers such as 01, 1. and -, halves of
+ * surrogate pairs. The order of the tokens is the parser's business.
+ */
+class TokenCheck {
+public:
+    /// text is borrowed.
+    explicit TokenCheck(std::string_view text);
+
+    /// @throws Reader::ParseException at the first token that cannot stand in a document.
+    void Run();
+
+private:
+    void skipBlanks();
+    void skipToken();
+    void skipLiteral(std::string_view literal);
+    void skipNumber();
+    void skipDigits();
+    void skipString();
+    void skipEscape();
+    bool readHalf(unsigned& unit);
+    bool has(char byte) const;
+    bool hasDigit() const;
+    [[noreturn]] void fail(const std::string& reason) const;
+
+    std::string_view text;
+    std::size_t position = 0;
+    std::size_t depth = 0;
+};
+
+} // namespace json
