@@ -1,0 +1,186 @@
+#include "camera/video/Demuxer.h"
+
+#include "camera/video/LibavLog.h"
+
+#include <filesystem>
+#include <mutex>
+#include <stdexcept>
+#include <system_error>
+
+namespace camera::video {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kNetworkTimeoutMicroseconds = "8000000";
+
+std::string quoted(const std::string& input)
+{
+    return "'" + input + "'";
+}
+
+bool isUrl(const std::string& input)
+{
+    return input.find("://") != std::string::npos;
+}
+
+bool isVideoDevice(const std::string& input)
+{
+    return input.compare(0, 10, "/dev/video") == 0;
+}
+
+int shouldStop(void* flag)
+{
+    const auto* stop = static_cast<const std::atomic<bool>*>(flag);
+    return stop != nullptr && stop->load() ? 1 : 0;
+}
+
+// Said before libav is asked, because its own answer for all of these is less than clear.
+void checkFile(const std::string& input)
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(input, error);
+    if (!fs::exists(status)) {
+        const bool hidden = error && error != std::errc::no_such_file_or_directory;
+        throw std::runtime_error("cannot open " + quoted(input) + ": " +
+                                 (hidden ? error.message() : "there is no such file") +
+                                 "; name a video file, a URL, or scene: for a generated scene.");
+    }
+    if (fs::is_directory(status)) {
+        throw std::runtime_error("cannot open " + quoted(input) + ": it is a directory; name one video file in it.");
+    }
+    if (fs::is_regular_file(status) && fs::file_size(input, error) == 0) {
+        throw std::runtime_error("cannot read " + quoted(input) + ": the file is empty; name a video file.");
+    }
+}
+
+std::string reason(int status)
+{
+    const std::string logged = lastLibavError();
+    return libavStatusText(status) + (logged.empty() ? "" : " (" + logged + ")");
+}
+
+[[noreturn]] void throwNotOpened(const std::string& input, int status)
+{
+    if (isUrl(input) || isVideoDevice(input)) {
+        throw std::runtime_error("cannot open " + quoted(input) + ": " + reason(status) +
+                                 "; check the address and that the other side is running.");
+    }
+    if (status == AVERROR(EACCES) || status == AVERROR(EPERM)) {
+        throw std::runtime_error("cannot open " + quoted(input) + ": " + libavStatusText(status) +
+                                 "; make the file readable for this user.");
+    }
+    throw std::runtime_error(quoted(input) + " is not a video that can be read: " + reason(status) +
+                             "; name a whole video file.");
+}
+
+AVDictionary* optionsFor(const std::string& input)
+{
+    AVDictionary* options = nullptr;
+    if (input.compare(0, 7, "rtsp://") == 0 || input.compare(0, 8, "rtsps://") == 0) {
+        av_dict_set(&options, "rtsp_transport", "tcp", 0);
+        av_dict_set(&options, "timeout", kNetworkTimeoutMicroseconds, 0);
+    } else if (isUrl(input)) {
+        av_dict_set(&options, "rw_timeout", kNetworkTimeoutMicroseconds, 0);
+    }
+    return options;
+}
+
+} // namespace
+
+Demuxer::Demuxer(const std::string& input, const std::atomic<bool>* stop) : stop(stop)
+{
+    static std::once_flag registered;
+    std::call_once(registered, avdevice_register_all);
+    isLive = isVideoDevice(input) || (isUrl(input) && input.compare(0, 5, "file:") != 0);
+    if (!isUrl(input)) {
+        checkFile(input);
+    }
+    open(input);
+    findStream(input);
+}
+
+void Demuxer::open(const std::string& input)
+{
+    AVFormatContext* opened = avformat_alloc_context();
+    if (opened == nullptr) {
+        throw std::bad_alloc();
+    }
+    opened->interrupt_callback = {shouldStop, const_cast<std::atomic<bool>*>(stop)};
+    const AVInputFormat* format = isVideoDevice(input) ? av_find_input_format("video4linux2,v4l2") : nullptr;
+    AVDictionary* options = optionsFor(input);
+    clearLibavError();
+    // A name with a colon in it must not be taken for a protocol.
+    const std::string address = isUrl(input) || isVideoDevice(input) ? input : "file:" + input;
+    const int status = avformat_open_input(&opened, address.c_str(), format, &options);
+    av_dict_free(&options);
+    if (status < 0) {
+        throwNotOpened(input, status); // the context was freed by the failing call
+    }
+    context.reset(opened);
+    // Text with a film's ending is drawn as a terminal by libav: nobody means that here.
+    if (std::string(context->iformat->name) == "tty") {
+        throw std::runtime_error(quoted(input) + " is not a video that can be read: it is text; name a video file.");
+    }
+}
+
+void Demuxer::findStream(const std::string& input)
+{
+    clearLibavError();
+    const int status = avformat_find_stream_info(context.get(), nullptr);
+    if (status < 0) {
+        throwNotOpened(input, status);
+    }
+    streamIndex = av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (streamIndex < 0) {
+        throw std::runtime_error("there is no video stream in " + quoted(input) + " (" + context->iformat->long_name +
+                                 "); name a file with pictures.");
+    }
+    for (unsigned int i = 0; i < context->nb_streams; ++i) {
+        if (static_cast<int>(i) != streamIndex) {
+            context->streams[i]->discard = AVDISCARD_ALL;
+        }
+    }
+}
+
+Demuxer::Read Demuxer::read(AVPacket& packet)
+{
+    for (;;) {
+        av_packet_unref(&packet);
+        const int status = av_read_frame(context.get(), &packet);
+        if (status == AVERROR_EOF || status == AVERROR_EXIT) {
+            return Read::end;
+        }
+        if (status == AVERROR(EAGAIN)) {
+            continue;
+        }
+        if (status < 0) {
+            errorText = libavStatusText(status);
+            return Read::failed;
+        }
+        if (packet.stream_index == streamIndex) {
+            return Read::packet;
+        }
+    }
+}
+
+bool Demuxer::rewind()
+{
+    if (isLive) {
+        return false;
+    }
+    const std::int64_t start = stream().start_time == AV_NOPTS_VALUE ? 0 : stream().start_time;
+    return av_seek_frame(context.get(), streamIndex, start, AVSEEK_FLAG_BACKWARD) >= 0 ||
+           av_seek_frame(context.get(), streamIndex, 0, AVSEEK_FLAG_BYTE) >= 0;
+}
+
+double Demuxer::framesPerSecond() const
+{
+    const AVRational rate = av_guess_frame_rate(context.get(), context->streams[streamIndex], nullptr);
+    const double framesPerSecond = rate.den == 0 ? 0 : av_q2d(rate);
+    // Some containers name their clock instead of a rate.
+    return framesPerSecond >= 0.01 && framesPerSecond <= 1000 ? framesPerSecond : 25;
+}
+
+} // namespace camera::video

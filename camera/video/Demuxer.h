@@ -1,0 +1,52 @@
+#pragma once
+
+#include "camera/video/Libav.h"
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace camera::video {
+
+/**
+ * One opened file, URL or device, reduced to the packets of its best video stream. Thread-bound.
+ * The demuxer's library shares an XML parser with others: close it before anything cleans that parser up.
+ */
+class Demuxer {
+public:
+    /**
+     * @param stop borrowed, may be null: when it becomes true a blocked read or connect gives up.
+     * @throws std::runtime_error with one sentence: no such file, a directory, not readable, not a
+     *         video, no video stream in it, no answer from the other side.
+     */
+    Demuxer(const std::string& input, const std::atomic<bool>* stop);
+
+    enum class Read { packet, end, failed };
+
+    /// The next packet of the video stream. After failed, error() says why.
+    Read read(AVPacket& packet);
+
+    /// Back to the first packet; false where the input cannot do that, as a live one.
+    bool rewind();
+
+    const AVStream& stream() const { return *context->streams[streamIndex]; }
+    double framesPerSecond() const;
+
+    /// A camera or a stream from the network: it comes in its own time and has no beginning.
+    bool live() const { return isLive; }
+
+    /// Why the last read failed, as a phrase.
+    const std::string& error() const { return errorText; }
+
+private:
+    void open(const std::string& input);
+    void findStream(const std::string& input);
+
+    DemuxerPtr context;
+    const std::atomic<bool>* stop;
+    int streamIndex = -1;
+    bool isLive = false;
+    std::string errorText;
+};
+
+} // namespace camera::video

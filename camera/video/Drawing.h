@@ -1,0 +1,28 @@
+#pragma once
+
+#include "camera/engines/DrawingFormat.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace camera::video {
+
+/// The drawing data of one frame, of all engines together, sorted by what is drawn.
+struct Drawing {
+    std::vector<engines::BoxRecord> boxes;
+    std::vector<engines::RuleRecord> rules;
+    std::vector<engines::CellsRecord> cells;
+    bool damaged = false; ///< the bytes ended in the middle of a record
+
+    std::size_t movingBoxes() const;
+    std::size_t alarms() const;
+
+    /// How much there is to see: the frame with the most is the one worth showing.
+    double interest() const;
+};
+
+/// Reads what engines wrote; any bytes are safe, null with 0 bytes included.
+Drawing readDrawing(const std::uint8_t* data, std::size_t sizeBytes);
+
+} // namespace camera::video

@@ -1,0 +1,99 @@
+#include "camera/video/Overlay.h"
+
+#include "camera/video/OverlayPainter.h"
+#include "camera/video/PngWriter.h"
+#include "camera/video/Timestamp.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <utility>
+
+namespace camera::video {
+
+namespace {
+
+// A name that cannot be written is refused before the first frame, not after the last.
+void checkWritable(const std::string& path)
+{
+    std::FILE* file = std::fopen(path.c_str(), "ab");
+    if (file == nullptr) {
+        throw std::runtime_error("cannot write the picture '" + path + "': " + std::strerror(errno) +
+                                 "; name a file in a folder that can be written.");
+    }
+    const bool empty = std::ftell(file) == 0;
+    std::fclose(file);
+    if (empty) {
+        std::remove(path.c_str());
+    }
+}
+
+} // namespace
+
+Overlay::Overlay(OverlayFiles given, int width, int height, double framesPerSecond) : files(std::move(given))
+{
+    if (!files.picture.empty()) {
+        checkWritable(files.picture);
+    }
+    if (!files.video.empty()) {
+        video.emplace(files.video, width, height, framesPerSecond);
+    }
+}
+
+Overlay::~Overlay() = default;
+
+void Overlay::frame(const Frame& upright)
+{
+    if (waiting) {
+        const Frame before = *std::exchange(waiting, std::nullopt);
+        write(before, Drawing());
+    }
+    waiting = upright;
+}
+
+void Overlay::drawing(std::uint32_t seconds, std::uint32_t nanoseconds, const std::uint8_t* data, std::size_t sizeBytes)
+{
+    if (!waiting || waiting->seconds != seconds || waiting->nanoseconds != nanoseconds) {
+        ++droppedDrawings;
+        return;
+    }
+    const Frame upright = *std::exchange(waiting, std::nullopt);
+    write(upright, readDrawing(data, sizeBytes));
+}
+
+void Overlay::write(const Frame& upright, const Drawing& drawing)
+{
+    const double interest = drawing.interest();
+    const bool better = !files.picture.empty() && interest > bestInterest;
+    if (!video && !better) {
+        return;
+    }
+    const std::int64_t time = nanosecondsOf(upright);
+    toRgb(upright, canvas);
+    paintOverlay(canvas, drawing, time);
+    if (better) {
+        best = canvas;
+        bestInterest = interest;
+    }
+    if (video) {
+        video->add(canvas, time);
+    }
+}
+
+void Overlay::finish()
+{
+    if (waiting) {
+        const Frame last = *std::exchange(waiting, std::nullopt);
+        write(last, Drawing());
+    }
+    if (bestInterest >= 0 && !wrotePicture) {
+        writePng(best, files.picture);
+        wrotePicture = true;
+    }
+    if (video) {
+        video->finish();
+    }
+}
+
+} // namespace camera::video

@@ -1,0 +1,229 @@
+#include "camera/video/OverlayPainter.h"
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+namespace camera::video {
+
+namespace {
+
+using engines::BoxKind;
+using engines::CellsKind;
+using engines::RuleState;
+
+// R, G, B: the picture's own order.
+const cv::Scalar kQuiet(88, 196, 110);
+const cv::Scalar kAlarm(244, 67, 54);
+const cv::Scalar kDisarmed(160, 160, 160);
+const cv::Scalar kMoving(255, 196, 0);
+const cv::Scalar kResting(120, 170, 255);
+const cv::Scalar kCells(0, 200, 255);
+const cv::Scalar kInk(18, 18, 18);
+const cv::Scalar kPaper(240, 240, 240);
+
+cv::Scalar colourOf(RuleState state)
+{
+    switch (state) {
+    case RuleState::kAlarm:
+        return kAlarm;
+    case RuleState::kDisarmed:
+        return kDisarmed;
+    case RuleState::kQuiet:
+        break;
+    }
+    return kQuiet;
+}
+
+class Painter {
+public:
+    explicit Painter(RgbPicture& picture)
+        : canvas(picture.height, picture.width, CV_8UC3, picture.pixels.data()),
+          unit(std::max(std::min(picture.width, picture.height) / 540.0, 0.6))
+    {
+    }
+
+    void cells(const engines::CellsRecord& record)
+    {
+        if (record.kind != CellsKind::kMoving) {
+            return; // the watched cells are the rule's business; drawn, they would only hide the picture
+        }
+        for (unsigned row = 0; row < record.rows; ++row) {
+            for (unsigned column = 0; column < record.columns; ++column) {
+                if (record.at(column, row)) {
+                    blend(cellBox(record, column, row), kCells, 0.22);
+                }
+            }
+        }
+    }
+
+    void ruleRegion(const engines::RuleRecord& rule)
+    {
+        const std::vector<cv::Point> points = polygon(rule);
+        if (points.size() < 2) {
+            return;
+        }
+        const cv::Scalar colour = colourOf(rule.state);
+        if (points.size() > 2) {
+            const cv::Rect area = cv::boundingRect(points) & whole();
+            cv::Mat tinted = canvas(area).clone();
+            cv::fillPoly(tinted, std::vector<std::vector<cv::Point>>{points}, colour, cv::LINE_AA, 0, -area.tl());
+            const double strength = rule.state == RuleState::kAlarm ? 0.2 : 0.1;
+            cv::addWeighted(tinted, strength, canvas(area), 1 - strength, 0, canvas(area));
+        }
+        cv::polylines(canvas, std::vector<std::vector<cv::Point>>{points}, points.size() > 2, colour, thickness(2),
+                      cv::LINE_AA);
+    }
+
+    void ruleName(const engines::RuleRecord& rule)
+    {
+        if (rule.name.empty() || rule.points.empty()) {
+            return;
+        }
+        const std::vector<cv::Point> points = polygon(rule);
+        const auto highest = std::min_element(
+            points.begin(), points.end(), [](cv::Point a, cv::Point b) { return a.y != b.y ? a.y < b.y : a.x < b.x; });
+        tag(rule.name, *highest, colourOf(rule.state));
+    }
+
+    void box(const engines::BoxRecord& record)
+    {
+        const cv::Scalar colour = record.kind == BoxKind::kMoving ? kMoving : kResting;
+        const cv::Point upperLeft = place(record.upperLeft);
+        cv::rectangle(canvas, upperLeft, place(record.lowerRight), kInk, thickness(4), cv::LINE_AA);
+        cv::rectangle(canvas, upperLeft, place(record.lowerRight), colour, thickness(2), cv::LINE_AA);
+        tag("#" + std::to_string(record.id), upperLeft, colour);
+    }
+
+    void footLine(const std::string& left, const std::string& right)
+    {
+        const int height = lineHeight();
+        const cv::Rect bar(0, canvas.rows - height, canvas.cols, height);
+        blend(bar & whole(), kInk, 0.6);
+        const cv::Point base(textPadding(), canvas.rows - textPadding() - 1);
+        text(left, base, kPaper);
+        text(right, {canvas.cols - textPadding() - textWidth(right), base.y}, kPaper);
+    }
+
+private:
+    cv::Rect whole() const { return {0, 0, canvas.cols, canvas.rows}; }
+    int thickness(int wanted) const { return std::max(static_cast<int>(std::lround(wanted * unit)), 1); }
+    double fontScale() const { return 0.5 * unit; }
+    int textPadding() const { return std::max(static_cast<int>(std::lround(6 * unit)), 3); }
+    int lineHeight() const { return static_cast<int>(std::lround(12 * unit)) + 2 * textPadding(); }
+
+    int textWidth(const std::string& line) const
+    {
+        int baseline = 0;
+        return cv::getTextSize(line, cv::FONT_HERSHEY_SIMPLEX, fontScale(), thickness(1), &baseline).width;
+    }
+
+    void text(const std::string& line, cv::Point base, const cv::Scalar& colour)
+    {
+        cv::putText(canvas, line, base, cv::FONT_HERSHEY_SIMPLEX, fontScale(), colour, thickness(1), cv::LINE_AA);
+    }
+
+    // A filled label whose lower left corner is at the place, moved into the picture where it would leave it.
+    void tag(const std::string& line, cv::Point corner, const cv::Scalar& colour)
+    {
+        const cv::Size size(textWidth(line) + 2 * textPadding(), lineHeight());
+        cv::Rect area(corner - cv::Point(thickness(1), size.height), size);
+        area.x = std::clamp(area.x, 0, std::max(canvas.cols - area.width, 0));
+        area.y = std::clamp(area.y, 0, std::max(canvas.rows - area.height, 0));
+        cv::rectangle(canvas, area, colour, cv::FILLED);
+        text(line, {area.x + textPadding(), area.y + area.height - textPadding() - 1}, kInk);
+    }
+
+    void blend(const cv::Rect& area, const cv::Scalar& colour, double strength)
+    {
+        if (area.empty()) {
+            return;
+        }
+        cv::Mat part = canvas(area);
+        part.convertTo(part, -1, 1 - strength, 0);
+        part += colour * strength;
+    }
+
+    cv::Point place(const engines::PicturePoint& point) const
+    {
+        return {static_cast<int>(std::lround(point.x * (canvas.cols - 1))),
+                static_cast<int>(std::lround(point.y * (canvas.rows - 1)))};
+    }
+
+    std::vector<cv::Point> polygon(const engines::RuleRecord& rule) const
+    {
+        std::vector<cv::Point> points;
+        for (const engines::PicturePoint& point : rule.points) {
+            points.push_back(place(point));
+        }
+        return points;
+    }
+
+    cv::Rect cellBox(const engines::CellsRecord& record, unsigned column, unsigned row) const
+    {
+        const auto edge = [](unsigned index, unsigned count, int pixels) {
+            return static_cast<int>(static_cast<std::uint64_t>(index) * static_cast<std::uint64_t>(pixels) / count);
+        };
+        const int left = edge(column, record.columns, canvas.cols);
+        const int top = edge(row, record.rows, canvas.rows);
+        return {left, top, edge(column + 1, record.columns, canvas.cols) - left,
+                edge(row + 1, record.rows, canvas.rows) - top};
+    }
+
+    cv::Mat canvas;
+    double unit; ///< 1 for a picture of 540 lines
+};
+
+std::string timeText(std::int64_t nanoseconds)
+{
+    const auto seconds = static_cast<std::time_t>(nanoseconds / 1000000000);
+    std::tm parts{};
+    gmtime_r(&seconds, &parts);
+    std::array<char, 32> text{};
+    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts);
+    std::array<char, 16> fraction{};
+    std::snprintf(fraction.data(), fraction.size(), ".%03d UTC", static_cast<int>(nanoseconds / 1000000 % 1000));
+    return std::string(text.data()) + fraction.data();
+}
+
+std::string countText(std::size_t count, const char* one, const char* many)
+{
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+std::string stateText(const Drawing& drawing)
+{
+    std::string text = countText(drawing.movingBoxes(), "object", "objects");
+    if (drawing.alarms() != 0) {
+        text += ", " + countText(drawing.alarms(), "alarm", "alarms");
+    }
+    return text;
+}
+
+} // namespace
+
+void paintOverlay(RgbPicture& picture, const Drawing& drawing, std::int64_t nanoseconds)
+{
+    Painter painter(picture);
+    for (const auto& record : drawing.cells) {
+        painter.cells(record);
+    }
+    for (const auto& rule : drawing.rules) {
+        painter.ruleRegion(rule);
+    }
+    for (const auto& record : drawing.boxes) {
+        painter.box(record);
+    }
+    for (const auto& rule : drawing.rules) {
+        painter.ruleName(rule);
+    }
+    painter.footLine(timeText(nanoseconds), stateText(drawing));
+}
+
+} // namespace camera::video

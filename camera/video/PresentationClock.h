@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace camera::video {
+
+/// Turns an input's own times into times since 1970 that only grow. Thread-bound.
+class PresentationClock {
+public:
+    /// @param startNanoseconds time of the first frame; @param frameNanoseconds what one frame takes,
+    ///        used where the input gives no time or one that cannot be right.
+    PresentationClock(std::int64_t startNanoseconds, std::int64_t frameNanoseconds);
+
+    /// The time of the next frame, from the input's time for it, if there is one.
+    std::int64_t next(std::optional<std::int64_t> inputNanoseconds);
+
+    /// The input begins again: its next time, whatever it is, is one frame after the last one.
+    void restart() { offset.reset(); }
+
+private:
+    std::int64_t frameNanoseconds;
+    std::int64_t expected; ///< where the next frame lies if the input says nothing
+    std::int64_t last = -1;
+    std::optional<std::int64_t> offset; ///< from the input's time to ours
+};
+
+} // namespace camera::video

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "camera/video/Demuxer.h"
+#include "camera/video/FrameSource.h"
+#include "camera/video/Nv12Converter.h"
+#include "camera/video/PresentationClock.h"
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+namespace camera::video {
+
+struct VideoInputOptions {
+    bool loop = false;                       ///< begin again at the end, where the input can
+    std::int64_t startNanoseconds = 0;       ///< time of the first frame, since 1970; 0: the wall clock
+    const std::atomic<bool>* stop = nullptr; ///< borrowed; once true, blocked reads give up and next() ends
+};
+
+/**
+ * Any file, URL or video device that libav reads, as NV12 frames in capture order.
+ *
+ * Times start at the wall clock and follow the input's own; they grow from frame to frame, over
+ * loops and over jumps of the input's clock.
+ */
+class VideoInput final : public FrameSource {
+public:
+    /// @throws std::runtime_error with one sentence that names the input, what is wrong, and what to do.
+    explicit VideoInput(const std::string& input, const VideoInputOptions& options = {});
+
+    /// Damage does not stop it: what can be decoded is delivered, and at the end, once, a
+    /// std::runtime_error says that the input is damaged and how much of it was read.
+    std::optional<Frame> next() override;
+
+    int width() const override { return evenWidth; }
+    int height() const override { return evenHeight; }
+    double framesPerSecond() const override { return demuxer.framesPerSecond(); }
+    bool live() const { return demuxer.live(); }
+
+private:
+    void openDecoder();
+    bool decodeNext();
+    void feedDecoder();
+    bool beginAgain();
+    Frame deliver();
+    void reportDamage();
+
+    std::string input;
+    VideoInputOptions options;
+    Demuxer demuxer;
+    CodecPtr decoder;
+    FramePtr picture;
+    PacketPtr packet;
+    PresentationClock clock;
+    int evenWidth = 0;
+    int evenHeight = 0;
+    std::optional<Nv12Converter> converter;
+    std::uint64_t delivered = 0;
+    std::uint64_t deliveredThisRound = 0;
+    std::uint64_t damages = 0;
+    std::string firstDamage;
+    bool ended = false;
+};
+
+} // namespace camera::video

@@ -1,0 +1,368 @@
+#include "camera/video/Overlay.h"
+
+#include "TemporaryFolder.h"
+#include "camera/video/LibavLog.h"
+#include "camera/video/OverlayPainter.h"
+#include "camera/video/PngWriter.h"
+#include "camera/video/Scene.h"
+#include "camera/video/VideoInput.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <csignal>
+#include <filesystem>
+
+#include <sys/resource.h>
+
+namespace camera::video {
+namespace {
+
+using engines::BoxKind;
+using engines::BoxRecord;
+using engines::CellsKind;
+using engines::CellsRecord;
+using engines::DrawingWriter;
+using engines::FrameRecord;
+using engines::RuleRecord;
+using engines::RuleState;
+using testing::HasSubstr;
+
+const std::string kScene = "scene:size=320x180,objects=0,noise=0,frames=12";
+
+RgbPicture grey(int width, int height)
+{
+    RgbPicture picture;
+    picture.width = width;
+    picture.height = height;
+    picture.pixels.assign(static_cast<std::size_t>(3 * width * height), 100);
+    return picture;
+}
+
+BoxRecord boxAt(double left, double top, double right, double bottom, std::uint32_t id = 7)
+{
+    BoxRecord box;
+    box.id = id;
+    box.upperLeft = {left, top};
+    box.lowerRight = {right, bottom};
+    return box;
+}
+
+RuleRecord square(RuleState state)
+{
+    RuleRecord rule;
+    rule.state = state;
+    rule.name = "Gate";
+    rule.points = {{0.25, 0.25}, {0.75, 0.25}, {0.75, 0.75}, {0.25, 0.75}};
+    return rule;
+}
+
+bool isGrey(const RgbPicture& picture, int x, int y)
+{
+    const std::uint8_t* p = picture.at(x, y);
+    return p[0] == 100 && p[1] == 100 && p[2] == 100;
+}
+
+TEST(OverlayPainter, drawsABoxWhereItIsAndLeavesTheRestAlone)
+{
+    RgbPicture picture = grey(800, 600);
+    Drawing drawing;
+    drawing.boxes.push_back(boxAt(0.5, 0.5, 0.75, 0.8));
+    paintOverlay(picture, drawing, 0);
+    const std::uint8_t* edge = picture.at(600, 300);
+    EXPECT_GT(edge[0], 200);
+    EXPECT_LT(edge[2], 60);
+    EXPECT_TRUE(isGrey(picture, 500, 400));
+    EXPECT_TRUE(isGrey(picture, 100, 100));
+    EXPECT_TRUE(isGrey(picture, 700, 400));
+}
+
+TEST(OverlayPainter, drawsARuleInTheColourOfItsState)
+{
+    const auto centre = [](RuleState state) {
+        RgbPicture picture = grey(400, 400);
+        Drawing drawing;
+        drawing.rules.push_back(square(state));
+        paintOverlay(picture, drawing, 0);
+        EXPECT_TRUE(isGrey(picture, 50, 200));
+        const std::uint8_t* p = picture.at(200, 200);
+        return std::array<int, 3>{p[0], p[1], p[2]};
+    };
+    const auto alarm = centre(RuleState::kAlarm);
+    EXPECT_GT(alarm[0], alarm[1] + 20);
+    const auto quiet = centre(RuleState::kQuiet);
+    EXPECT_GT(quiet[1], quiet[0] + 5);
+    const auto disarmed = centre(RuleState::kDisarmed);
+    EXPECT_EQ(disarmed[0], disarmed[1]);
+}
+
+TEST(OverlayPainter, tintsTheMovingCellsOnly)
+{
+    RgbPicture picture = grey(400, 400);
+    Drawing drawing;
+    CellsRecord cells;
+    cells.columns = 4;
+    cells.rows = 4;
+    cells.bits.assign(2, 0);
+    cells.set(1, 2);
+    drawing.cells.push_back(cells);
+    cells.kind = CellsKind::kWatched;
+    cells.set(0, 0);
+    drawing.cells.push_back(cells);
+    paintOverlay(picture, drawing, 0);
+    EXPECT_FALSE(isGrey(picture, 150, 250));
+    EXPECT_TRUE(isGrey(picture, 50, 50));
+    EXPECT_TRUE(isGrey(picture, 250, 150));
+}
+
+TEST(OverlayPainter, survivesDrawingsAtAndBeyondTheEdgesAndTinyPictures)
+{
+    for (const int size : {16, 64, 300}) {
+        RgbPicture picture = grey(size, size);
+        Drawing drawing;
+        drawing.boxes.push_back(boxAt(0, 0, 1, 1, 4000000000U));
+        drawing.boxes.push_back(boxAt(-0.5, -0.5, 1.5, 1.5));
+        drawing.boxes.push_back(boxAt(0.9, 0.9, 0.1, 0.1));
+        RuleRecord rule = square(RuleState::kAlarm);
+        rule.points = {{-1, -1}, {2, 0}, {2, 2}};
+        rule.name = std::string(255, 'W');
+        drawing.rules.push_back(rule);
+        rule.points = {{0.5, 0.5}};
+        drawing.rules.push_back(rule);
+        rule.points.clear();
+        drawing.rules.push_back(rule);
+        CellsRecord cells;
+        cells.columns = 1000;
+        cells.rows = 1000;
+        cells.bits.assign(125000, 255);
+        drawing.cells.push_back(cells);
+        paintOverlay(picture, drawing, -1);
+        EXPECT_EQ(static_cast<std::size_t>(3 * size * size), picture.pixels.size());
+    }
+}
+
+TEST(Drawing, readsTheRecordsOfSeveralEngines)
+{
+    std::array<std::uint8_t, 512> buffer{};
+    DrawingWriter writer(buffer.data(), buffer.size());
+    FrameRecord frame;
+    frame.source = "Simple";
+    writer.add(frame);
+    writer.add(square(RuleState::kAlarm));
+    frame.source = "Motion";
+    writer.add(frame);
+    writer.add(boxAt(0.1, 0.1, 0.2, 0.2));
+    BoxRecord resting = boxAt(0.3, 0.3, 0.4, 0.4, 8);
+    resting.kind = BoxKind::kResting;
+    writer.add(resting);
+    const Drawing drawing = readDrawing(buffer.data(), writer.usedBytes());
+    EXPECT_EQ(2U, drawing.boxes.size());
+    EXPECT_EQ(1U, drawing.movingBoxes());
+    EXPECT_EQ(1U, drawing.alarms());
+    EXPECT_FALSE(drawing.damaged);
+    EXPECT_TRUE(readDrawing(buffer.data(), writer.usedBytes() - 1).damaged);
+    EXPECT_TRUE(readDrawing(nullptr, 0).boxes.empty());
+}
+
+TEST(Drawing, findsMoreObjectsAndAlarmsMoreInteresting)
+{
+    Drawing one;
+    one.boxes.push_back(boxAt(0.1, 0.1, 0.2, 0.2));
+    Drawing larger;
+    larger.boxes.push_back(boxAt(0.1, 0.1, 0.4, 0.4));
+    Drawing two = one;
+    two.boxes.push_back(boxAt(0.5, 0.5, 0.6, 0.6));
+    Drawing alarm = one;
+    alarm.rules.push_back(square(RuleState::kAlarm));
+    EXPECT_GT(one.interest(), Drawing().interest());
+    EXPECT_GT(larger.interest(), one.interest());
+    EXPECT_GT(two.interest(), larger.interest());
+    EXPECT_GT(alarm.interest(), larger.interest());
+}
+
+class OverlayTest : public testing::Test {
+protected:
+    void SetUp() override { routeLibavLog(false); }
+
+    static std::string failure(const OverlayFiles& files)
+    {
+        try {
+            Overlay overlay(files, 320, 180, 25);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "accepted";
+    }
+
+    static void draw(Overlay& overlay, const Frame& frame, const std::vector<BoxRecord>& boxes)
+    {
+        std::array<std::uint8_t, 256> buffer{};
+        DrawingWriter writer(buffer.data(), buffer.size());
+        for (const BoxRecord& box : boxes) {
+            writer.add(box);
+        }
+        overlay.drawing(frame.seconds, frame.nanoseconds, buffer.data(), writer.usedBytes());
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
+{
+    const OverlayFiles files{folder.path("o.mp4"), folder.path("o.png")};
+    Overlay overlay(files, 320, 180, 25);
+    Scene scene(kScene);
+    int number = 0;
+    while (const auto frame = scene.next()) {
+        overlay.frame(*frame);
+        if (++number % 3 != 0) { // the engines failed on every third frame
+            draw(overlay, *frame, {boxAt(0.5, 0.5, 0.8, 0.8)});
+        }
+    }
+    overlay.finish();
+    EXPECT_TRUE(overlay.pictureWritten());
+    VideoInput video(files.video);
+    int frames = 0;
+    while (video.next()) {
+        ++frames;
+    }
+    EXPECT_EQ(12, frames);
+    VideoInput picture(files.picture);
+    EXPECT_EQ(320, picture.width());
+    EXPECT_EQ(180, picture.height());
+}
+
+TEST_F(OverlayTest, picturesTheFrameWithTheMostObjects)
+{
+    const OverlayFiles files{"", folder.path("o.png")};
+    Overlay overlay(files, 320, 180, 25);
+    Scene scene(kScene);
+    const std::vector<std::vector<BoxRecord>> drawn = {
+        {boxAt(0.1, 0.1, 0.2, 0.2)}, {boxAt(0.1, 0.1, 0.2, 0.2), boxAt(0.6, 0.4, 0.9, 0.8)}, {}};
+    for (const auto& boxes : drawn) {
+        const Frame frame = *scene.next();
+        overlay.frame(frame);
+        draw(overlay, frame, boxes);
+    }
+    overlay.finish();
+    VideoInput picture(files.picture);
+    const Frame shown = *picture.next();
+    // The bright edge of the second box in the second frame.
+    int brightest = 0;
+    for (int x = 190; x < 194; ++x) {
+        brightest = std::max<int>(brightest, shown.data.get()[100 * shown.strideBytes + x]);
+    }
+    EXPECT_GT(brightest, 165);
+}
+
+TEST_F(OverlayTest, dropsADrawingOfAnotherTime)
+{
+    Overlay overlay({"", folder.path("o.png")}, 320, 180, 25);
+    Scene scene(kScene);
+    const Frame first = *scene.next();
+    const Frame second = *scene.next();
+    overlay.frame(second);
+    draw(overlay, first, {});
+    EXPECT_EQ(1U, overlay.dropped());
+    draw(overlay, second, {});
+    EXPECT_EQ(1U, overlay.dropped());
+    draw(overlay, second, {});
+    EXPECT_EQ(2U, overlay.dropped());
+}
+
+TEST_F(OverlayTest, writesNoPictureWithoutAFrame)
+{
+    const OverlayFiles files{"", folder.path("o.png")};
+    Overlay overlay(files, 320, 180, 25);
+    overlay.finish();
+    EXPECT_FALSE(overlay.pictureWritten());
+    EXPECT_FALSE(std::filesystem::exists(files.picture));
+}
+
+TEST_F(OverlayTest, refusesFilesThatCannotBeWrittenBeforeTheFirstFrame)
+{
+    const std::string nowhere = folder.path("none/o");
+    EXPECT_EQ("cannot write the overlay video '" + nowhere +
+                  ".mp4': No such file or directory; name a file in a folder that can be written and has room.",
+              failure({nowhere + ".mp4", ""}));
+    EXPECT_EQ("cannot write the picture '" + nowhere +
+                  ".png': No such file or directory; name a file in a folder that can be written.",
+              failure({"", nowhere + ".png"}));
+    EXPECT_THAT(failure({"", folder.path("")}), HasSubstr("Is a directory"));
+}
+
+/// No file of this process grows beyond a size: what a full disk does, without one.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit limit = {bytes, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+    }
+
+private:
+    rlimit before{};
+    void (*handler)(int);
+};
+
+TEST_F(OverlayTest, saysWhenThereIsNoRoomForTheVideo)
+{
+    EXPECT_THAT(failure({"/dev/full", ""}),
+                HasSubstr("cannot write the overlay video '/dev/full': No space left on device"));
+
+    const std::string path = folder.path("o.mp4");
+    const FileSizeLimit limit(50000);
+    Overlay overlay({path, ""}, 320, 180, 25);
+    Scene scene("scene:size=320x180,frames=80,noise=20");
+    std::string message;
+    try {
+        while (const auto frame = scene.next()) {
+            overlay.frame(*frame);
+            draw(overlay, *frame, {});
+        }
+        overlay.finish();
+    } catch (const std::runtime_error& error) {
+        message = error.what();
+    }
+    EXPECT_THAT(message, HasSubstr("cannot write the overlay video '" + path + "': File too large"));
+}
+
+TEST_F(OverlayTest, saysWhenThereIsNoRoomForThePictureAndLeavesNoHalfOfIt)
+{
+    RgbPicture noisy = grey(200, 200);
+    for (std::size_t i = 0; i < noisy.pixels.size(); ++i) {
+        noisy.pixels[i] = static_cast<std::uint8_t>(i * i >> 3U);
+    }
+    const std::string path = folder.path("o.png");
+    const FileSizeLimit limit(500);
+    EXPECT_THROW(writePng(noisy, path), std::runtime_error);
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(OverlayTest, fallsBackToAnotherEncoder)
+{
+    const std::string path = folder.path("m.mp4");
+    Mp4Writer writer(path, 320, 180, 25, "mpeg4");
+    RgbPicture picture = grey(320, 180);
+    for (int i = 0; i < 5; ++i) {
+        writer.add(picture, 1000000000 + 40000000LL * i);
+    }
+    writer.finish();
+    VideoInput video(path);
+    int frames = 0;
+    while (video.next()) {
+        ++frames;
+    }
+    EXPECT_EQ(5, frames);
+    EXPECT_THROW(Mp4Writer(path, 320, 180, 25, "no-such-encoder"), std::runtime_error);
+}
+
+} // namespace
+} // namespace camera::video
