@@ -8,6 +8,7 @@
 #include <json/value.h>
 
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -25,20 +26,16 @@ std::unique_ptr<Json::CharReader> createParser()
     return std::unique_ptr<Json::CharReader>(builder.newCharReader());
 }
 
-/// The parser spreads its complaints over several lines; a log line is one.
-std::string onOneLine(const std::string& complaint)
+/// The parser lists its complaints, each over several lines; a log line holds the first.
+std::string firstComplaint(const std::string& complaints)
 {
+    std::istringstream words(complaints);
     std::string line;
-    for (const char byte : complaint) {
-        const bool blank = byte == ' ' || byte == '\n';
-        if (!blank) {
-            line += byte;
-        } else if (!line.empty() && line.back() != ' ') {
-            line += ' ';
+    std::string word;
+    while (words >> word && (word != "*" || line.empty())) {
+        if (word != "*") {
+            line += (line.empty() ? "" : " ") + word;
         }
-    }
-    while (!line.empty() && line.back() == ' ') {
-        line.pop_back();
     }
     return line;
 }
@@ -46,10 +43,10 @@ std::string onOneLine(const std::string& complaint)
 Json::Value parse(std::string_view text)
 {
     Json::Value root;
-    std::string complaint;
+    std::string complaints;
     try {
-        if (!createParser()->parse(text.data(), text.data() + text.size(), &root, &complaint)) {
-            throw Reader::ParseException(onOneLine(complaint));
+        if (!createParser()->parse(text.data(), text.data() + text.size(), &root, &complaints)) {
+            throw Reader::ParseException(firstComplaint(complaints));
         }
     } catch (const Json::Exception& error) { // nested too deeply
         throw Reader::ParseException(error.what());

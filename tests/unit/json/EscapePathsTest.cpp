@@ -1,0 +1,186 @@
+// Every way in which this machine can look for bytes to escape, beside a plain loop.
+#include "json/Escape.h"
+#include "json/PlainRun.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+bool expectedPlain(unsigned char byte)
+{
+    return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
+}
+
+// Byte by byte, written for being right and not for being quick.
+std::string expectedEscape(const std::string& text)
+{
+    const auto at = [&](std::size_t index) {
+        return index < text.size() ? static_cast<unsigned>(static_cast<unsigned char>(text[index])) : 0U;
+    };
+    const auto tail = [&](std::size_t index) { return at(index) >= 0x80 && at(index) < 0xc0; };
+    const std::string special = "\"\\\b\f\n\r\t";
+    const std::string letters = "\"\\bfnrt";
+    std::string out;
+    for (std::size_t i = 0; i < text.size();) {
+        char digits[8];
+        const unsigned two = ((at(i) & 0x1f) << 6) | (at(i + 1) & 0x3f);
+        const unsigned three = ((at(i) & 0xf) << 12) | ((at(i + 1) & 0x3f) << 6) | (at(i + 2) & 0x3f);
+        const bool surrogate = three >= 0xd800 && three < 0xe000;
+        if (special.find(text[i]) != std::string::npos) {
+            out += std::string("\\") + letters[special.find(text[i++])];
+        } else if (at(i) >> 5 == 6 && two >= 0x80 && tail(i + 1)) {
+            std::snprintf(digits, sizeof digits, "\\u%04x", two);
+            out += digits;
+            i += 2;
+        } else if (at(i) >> 4 == 14 && three >= 0x800 && !surrogate && tail(i + 1) && tail(i + 2)) {
+            std::snprintf(digits, sizeof digits, "\\u%04x", three);
+            out += digits;
+            i += 3;
+        } else {
+            out += text[i++];
+        }
+    }
+    return out;
+}
+
+// In bites of a few bytes as well, so that every border between two bites is met.
+template <typename Block>
+std::string escaped(const std::string& text, std::size_t room)
+{
+    std::string out;
+    std::vector<char> buffer(room);
+    const char* from = text.data();
+    const char* const end = from + text.size();
+    while (from != end) {
+        const char* const stop = json::escape<Block>(from, end, buffer.data(), room);
+        if (stop == buffer.data()) {
+            ADD_FAILURE() << "stands still";
+            break;
+        }
+        out.append(buffer.data(), static_cast<std::size_t>(stop - buffer.data()));
+    }
+    return out;
+}
+
+std::string randomText(std::mt19937& random, std::size_t length, const std::string& alphabet)
+{
+    std::string text(length, '\0');
+    for (char& byte : text) {
+        byte = alphabet.empty() ? static_cast<char>(random()) : alphabet[random() % alphabet.size()];
+    }
+    return text;
+}
+
+template <typename Block>
+class EscapePath : public ::testing::Test {
+};
+
+struct PathNames {
+    template <typename Block>
+    static std::string GetName(int)
+    {
+        return std::is_same_v<Block, json::WordBlock> ? "words" : "vectors";
+    }
+};
+
+using Blocks = ::testing::Types<json::WordBlock
+#if defined(__SSE2__)
+                                ,
+                                json::Sse2Block
+#elif defined(__aarch64__) && defined(__ARM_NEON)
+                                ,
+                                json::NeonBlock
+#endif
+                                >;
+
+} // namespace
+
+TYPED_TEST_SUITE(EscapePath, Blocks, PathNames);
+
+TYPED_TEST(EscapePath, judgesEveryByteAtEveryPlaceOfABlock)
+{
+    for (int value = 0; value < 256; ++value) {
+        for (std::size_t place = 0; place < TypeParam::kBytes; ++place) {
+            std::string text(TypeParam::kBytes, 'a');
+            text[place] = static_cast<char>(value);
+            char copied[TypeParam::kBytes];
+            const bool plain = expectedPlain(static_cast<unsigned char>(value));
+            ASSERT_EQ(TypeParam::copy(text.data(), copied), plain ? TypeParam::kBytes : place)
+                << value << " at " << place;
+            ASSERT_EQ(std::memcmp(text.data(), copied, TypeParam::kBytes), 0);
+        }
+    }
+}
+
+TYPED_TEST(EscapePath, findsTheFirstOfTwoBytes)
+{
+    for (const char* pair : {"\"\"", "\\a", "\x1f ", "\x80\x01", "\x7f\xff", "\x01\x20", "\"!", "\\]", "\x23\x22"}) {
+        for (std::size_t place = 0; place + 1 < TypeParam::kBytes; ++place) {
+            std::string text(TypeParam::kBytes, 'a');
+            text[place] = pair[0];
+            text[place + 1] = pair[1];
+            std::size_t expected = 0;
+            while (expected < text.size() && expectedPlain(static_cast<unsigned char>(text[expected]))) {
+                ++expected;
+            }
+            char copied[TypeParam::kBytes];
+            ASSERT_EQ(TypeParam::copy(text.data(), copied), expected);
+        }
+    }
+}
+
+TYPED_TEST(EscapePath, measuresARunOfAnyLength)
+{
+    for (std::size_t length = 0; length < 70; ++length) {
+        const std::string run(length, 'a');
+        EXPECT_EQ(json::plainRun<TypeParam>(run), length);
+        EXPECT_EQ(json::plainRun<TypeParam>(run + "\"" + run), length);
+    }
+}
+
+TYPED_TEST(EscapePath, escapesAsThePlainLoopDoes)
+{
+    std::mt19937 random(20240607);
+    const std::string alphabets[] = {"", "abcdefghijklmnop\"", "a\"\\\n\t\x01\x7f",
+                                     "a\xc3\xa9\xc2\x80\xe2\x82\xac\xed\xa0\xf0\x9f"};
+    for (int round = 0; round < 4000; ++round) {
+        const std::string text = randomText(random, random() % 100, alphabets[random() % 4]);
+        const std::string expected = expectedEscape(text);
+        ASSERT_EQ(escaped<TypeParam>(text, TypeParam::kBytes), expected);
+        ASSERT_EQ(escaped<TypeParam>(text, TypeParam::kBytes + random() % 40), expected);
+        ASSERT_EQ(escaped<TypeParam>(text, 1000), expected);
+    }
+}
+
+TYPED_TEST(EscapePath, escapesEveryPairOfBytesAsThePlainLoopDoes)
+{
+    for (unsigned first = 0; first < 256; ++first) {
+        for (unsigned second = 0; second < 256; ++second) {
+            for (const char* third : {"", "\x80", "\xbf", "\xc0", "a"}) {
+                const std::string text = std::string{static_cast<char>(first), static_cast<char>(second)} + third;
+                ASSERT_EQ(escaped<TypeParam>(text, 100), expectedEscape(text)) << first << ' ' << second;
+            }
+        }
+    }
+}
+
+TYPED_TEST(EscapePath, writesNothingBehindItsRoom)
+{
+    std::mt19937 random(7);
+    for (int round = 0; round < 2000; ++round) {
+        const std::string text = randomText(random, 60, "ab\"\xe2\x82\xac");
+        const std::size_t room = TypeParam::kBytes + random() % 60;
+        std::vector<char> buffer(room + 64, '#');
+        const char* from = text.data();
+        const char* const stop = json::escape<TypeParam>(from, from + text.size(), buffer.data(), room);
+        ASSERT_LE(stop, buffer.data() + room);
+        ASSERT_EQ(std::string(buffer.data() + room, 64), std::string(64, '#'));
+    }
+}
