@@ -1,0 +1,100 @@
+#include "camera/ravel/WindowBlanking.h"
+
+#include "camera/ravel/Environment.h"
+
+namespace camera::ravel {
+
+void WindowBlanking::setColor(Color color)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _color = color;
+}
+
+void WindowBlanking::setEnabled(bool enabled)
+{
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _enabled = enabled;
+    }
+    notify([enabled](auto handler, const char* id, void* context) { handler(enabled, id, context); });
+}
+
+ravel_core_status WindowBlanking::color(void* cookie, const char* targetId, Color& color) const
+{
+    const ravel_core_status status = queryStatus(cookie, targetId);
+    if (status == kOk) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        color = _color;
+    }
+    return status;
+}
+
+ravel_core_status WindowBlanking::enabled(void* cookie, const char* targetId, bool& enabled) const
+{
+    const ravel_core_status status = queryStatus(cookie, targetId);
+    if (status == kOk) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        enabled = _enabled;
+    }
+    return status;
+}
+
+} // namespace camera::ravel
+
+using camera::ravel::CurrentEnvironment;
+using camera::ravel::WindowBlanking;
+
+ravel_core_status ravel_api_window_blanking_initiator_init(void* /*loop*/, void* /*logHandle*/, void** cookie,
+                                                           int version, void* /*options*/)
+{
+    const auto environment = CurrentEnvironment::get();
+    return environment ? environment->windowBlanking.init(cookie, version) : camera::ravel::kUnavailable;
+}
+
+void ravel_api_window_blanking_initiator_deinit(void* cookie)
+{
+    if (const auto environment = CurrentEnvironment::get()) {
+        environment->windowBlanking.deinit(cookie);
+    }
+}
+
+ravel_core_status ravel_api_window_blanking_settings_changed_register_event_handler(
+    void* cookie, ravel_api_window_blanking_settings_changed_handler handler, void* context)
+{
+    const auto environment = CurrentEnvironment::get();
+    return environment ? environment->windowBlanking.addHandler(cookie, handler, context) : camera::ravel::kUnavailable;
+}
+
+ravel_core_status ravel_api_window_blanking_settings_changed_unregister_event_handler(
+    void* cookie, ravel_api_window_blanking_settings_changed_handler handler)
+{
+    const auto environment = CurrentEnvironment::get();
+    return environment ? environment->windowBlanking.removeHandler(cookie, handler) : camera::ravel::kUnavailable;
+}
+
+ravel_core_status ravel_api_window_blanking_get_region_color_send(void* cookie, const char* targetId, std::uint8_t* red,
+                                                                  std::uint8_t* green, std::uint8_t* blue)
+{
+    const auto environment = CurrentEnvironment::get();
+    WindowBlanking::Color color;
+    const ravel_core_status status =
+        environment ? environment->windowBlanking.color(cookie, targetId, color) : camera::ravel::kUnavailable;
+    if (status == camera::ravel::kOk) {
+        *red = color.red;
+        *green = color.green;
+        *blue = color.blue;
+    }
+    return status;
+}
+
+ravel_core_status ravel_api_window_blanking_get_enable_send(void* cookie, const char* targetId, std::uint8_t* enable)
+{
+    const auto environment = CurrentEnvironment::get();
+    bool enabled = false;
+    const ravel_core_status status =
+        environment ? environment->windowBlanking.enabled(cookie, targetId, enabled) : camera::ravel::kUnavailable;
+    if (status == camera::ravel::kOk) {
+        *enable = enabled ? 1 : 0;
+    }
+    return status;
+}
