@@ -22,8 +22,7 @@ class BlankingColorTest : public ::testing::TestWithParam<Case> {};
 TEST_P(BlankingColorTest, becomesLumaAndTwoDifferences)
 {
     const Case& wanted = GetParam();
-    const analytics_lib::ColorYuv color =
-        korva::meridan::toColorYuv(wanted.rgb[0], wanted.rgb[1], wanted.rgb[2]);
+    const analytics_lib::ColorYuv color = korva::meridan::toColorYuv(wanted.rgb[0], wanted.rgb[1], wanted.rgb[2]);
     EXPECT_EQ(color.y, wanted.yuv[0]);
     EXPECT_EQ(color.u, wanted.yuv[1]);
     EXPECT_EQ(color.v, wanted.yuv[2]);
@@ -57,9 +56,8 @@ TEST(BlankingColor, hasTheSameSumOverTheWholeCubeEverywhere)
     for (unsigned int red = 0; red < 256; red += 3) {
         for (unsigned int green = 0; green < 256; green += 5) {
             for (unsigned int blue = 0; blue < 256; blue += 7) {
-                const analytics_lib::ColorYuv color =
-                    korva::meridan::toColorYuv(static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green),
-                                               static_cast<std::uint8_t>(blue));
+                const analytics_lib::ColorYuv color = korva::meridan::toColorYuv(
+                    static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green), static_cast<std::uint8_t>(blue));
                 mix(color.y);
                 mix(color.u);
                 mix(color.v);

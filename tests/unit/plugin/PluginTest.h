@@ -1,0 +1,56 @@
+#pragma once
+
+#include "plugin/DetectionPlugin.h"
+#include "support/fakes/FakeBuffer.h"
+#include "support/fakes/FakeFramework.h"
+#include "support/fakes/PlatformTest.h"
+
+#include <memory>
+#include <string>
+
+/// Tests over a plug-in made by its factory, on a fixed camera with no device service and no engine
+/// until the test says otherwise.
+class PluginTest : public support::PlatformTest {
+protected:
+    using Plugin = std::unique_ptr<korva::meridan::PipelinePlugin>;
+
+    ~PluginTest() override { plugin.reset(); }
+
+    static std::shared_ptr<support::FakeEngine> addEngine(const std::string& name)
+    {
+        auto engine = std::make_shared<support::FakeEngine>(name);
+        support::platform().engineLibrary.engines.push_back(engine);
+        return engine;
+    }
+
+    /// Builds the plug-in; afterwards the journal is empty.
+    void build()
+    {
+        construct();
+        support::journal().clear();
+    }
+
+    void construct() { plugin.reset(korva::meridan::createDetectionPlugin(&environment, configuration)); }
+
+    korva::meridan::DetectionPlugin& detection() { return static_cast<korva::meridan::DetectionPlugin&>(*plugin); }
+
+    /// Delivers one buffer and returns what happened meanwhile.
+    Lines deliver(korva::meridan::Buffer* buffer)
+    {
+        support::journal().clear();
+        detection().OnBuffer(nullptr, buffer);
+        return support::journal().all();
+    }
+
+    Lines deliverFrame(int width = 8, int height = 4) { return deliver(support::FakeBuffer::image(width, height)); }
+
+    /// Lets the device report that orientation from the start.
+    static void orient(unsigned int degrees)
+    {
+        support::platform().settings.values["default_analytics_rotation"] = static_cast<int>(degrees);
+    }
+
+    korva::meridan::MeridanEnv environment;
+    korva::meridan::IPluginConfiguration configuration;
+    Plugin plugin;
+};

@@ -1,0 +1,109 @@
+#include "korva/meridan/BasicFilterPlugin.h"
+#include "plugin/DetectionPlugin.h"
+#include "support/fakes/FakeBuffer.h"
+#include "support/fakes/FakeFramework.h"
+#include "support/fakes/PlatformTest.h"
+
+#include <memory>
+
+namespace {
+
+using korva::meridan::BasicFilterPlugin;
+using korva::meridan::createDetectionPlugin;
+using korva::meridan::PipelinePlugin;
+using korva::meridan::SinkSide;
+using korva::meridan::SourceSide;
+using support::FakeBuffer;
+using support::journal;
+using support::platform;
+using ::testing::ElementsAre;
+
+/// The framework holds one object by three addresses and uses each without knowing the others.
+class SecondaryInterfaceTest : public support::PlatformTest {
+protected:
+    SecondaryInterfaceTest()
+        : plugin(createDetectionPlugin(&environment, configuration)),
+          base(dynamic_cast<BasicFilterPlugin*>(plugin)),
+          source(base),
+          sink(base)
+    {
+        journal().clear();
+    }
+
+    ~SecondaryInterfaceTest() override { delete plugin; }
+
+    void expectTakenDown()
+    {
+        EXPECT_EQ(journal().all().front(), "log 7 \"DetectionPlugin::~DetectionPlugin\"");
+        EXPECT_EQ(journal().all().back(), "filterDestroyed");
+        plugin = nullptr;
+    }
+
+    korva::meridan::MeridanEnv environment;
+    korva::meridan::IPluginConfiguration configuration;
+    PipelinePlugin* plugin;
+    BasicFilterPlugin* base;
+    SourceSide* source;
+    SinkSide* sink;
+};
+
+TEST_F(SecondaryInterfaceTest, theThreeSidesHaveThreeAddresses)
+{
+    EXPECT_NE(static_cast<void*>(source), static_cast<void*>(plugin));
+    EXPECT_NE(static_cast<void*>(sink), static_cast<void*>(plugin));
+    EXPECT_NE(static_cast<void*>(sink), static_cast<void*>(source));
+    EXPECT_EQ(static_cast<void*>(base), static_cast<void*>(plugin));
+}
+
+TEST_F(SecondaryInterfaceTest, deliversThroughTheSinkSide)
+{
+    sink->OnBuffer(nullptr, FakeBuffer::empty());
+    EXPECT_THAT(journal().all(), ElementsAre("bufferGetLength -> 0", "pushBuffer"));
+    sink->OnBuffer(nullptr, FakeBuffer::image(8, 4));
+    EXPECT_EQ(journal().all().back(), "buffer deleted");
+    EXPECT_EQ(platform().host.pushed.size(), 1U);
+}
+
+TEST_F(SecondaryInterfaceTest, deliversThroughThePrimaryTable)
+{
+    base->OnBuffer(nullptr, FakeBuffer::empty());
+    EXPECT_EQ(journal().count("pushBuffer"), 1U);
+}
+
+TEST_F(SecondaryInterfaceTest, connectsThroughTheSourceSide)
+{
+    support::FakeSink other;
+    source->OnConnectToSink(&other);
+    source->OnConnectToSink("video", &other);
+    source->OnDisconnectSink(&other);
+    EXPECT_THAT(journal().all(), ElementsAre("connectToSink", "connectToSink video", "disconnectSink"));
+}
+
+TEST_F(SecondaryInterfaceTest, connectsThroughThePrimaryTable)
+{
+    support::FakeSink other;
+    base->OnConnectToSink(&other);
+    base->OnConnectToSink("video", &other);
+    base->OnDisconnectSink(nullptr);
+    EXPECT_THAT(journal().all(), ElementsAre("connectToSink", "connectToSink video", "disconnectSink null"));
+}
+
+TEST_F(SecondaryInterfaceTest, isDeletedThroughItsPrimaryTable)
+{
+    delete plugin;
+    expectTakenDown();
+}
+
+TEST_F(SecondaryInterfaceTest, isDeletedThroughTheSourceSide)
+{
+    delete source;
+    expectTakenDown();
+}
+
+TEST_F(SecondaryInterfaceTest, isDeletedThroughTheSinkSide)
+{
+    delete sink;
+    expectTakenDown();
+}
+
+} // namespace
