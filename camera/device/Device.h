@@ -116,8 +116,8 @@ public:
     /**
      * Ends the device in order: no frame, request or event is accepted any more and those running are
      * waited for; the plug-in is destroyed on the control thread; what it left registered is
-     * discarded; events and documents on their way are delivered; the settings and the lock are
-     * released. Idempotent; not from a callback. No exception leaves it.
+     * discarded; events and documents on their way are delivered. The state folder stays locked until
+     * the destructor. Idempotent; not from a callback. No exception leaves it.
      */
     void shutdown();
 

@@ -84,6 +84,7 @@ private:
 
     void call(const std::function<void(Target&)>& operation);
     std::vector<std::string> list(const char* name, int (Target::*operation)(char***));
+    std::string text(const char* name, const std::function<int(Target&, char**)>& operation);
     Answer change(int (Target::*operation)(char**, unsigned int*), const std::vector<std::string>& items);
 
     ravel::ControlThread& _control;
