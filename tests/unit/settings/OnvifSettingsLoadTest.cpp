@@ -80,7 +80,7 @@ TEST_F(OnvifSettingsLoadTest, reportsANegativeStatusToo)
 TEST_F(OnvifSettingsLoadTest, letsWhatTheStoreThrowsLeaveTheConstructor)
 {
     before("settingsGetJson", [] { throw ravel::core::RavelApiException("read", 4); });
-    EXPECT_THROW(Settings(support::FakePlatform::logHandle()), ravel::core::RavelApiException);
+    EXPECT_THROW(fresh(), ravel::core::RavelApiException);
     EXPECT_THAT(takeAll(), ElementsAre("settingsSetDefault OnvifAnalytics [] -> 0"));
 }
 
