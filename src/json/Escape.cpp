@@ -40,28 +40,6 @@ bool readThree(const unsigned char* bytes, std::size_t size, unsigned& codePoint
     return codePoint >= 0x800 && (codePoint < 0xd800 || codePoint > 0xdfff);
 }
 
-// 0 for a byte that has no two-character escape.
-constexpr char shortEscape(char byte)
-{
-    switch (byte) {
-    case '"':
-    case '\\':
-        return byte;
-    case '\b':
-        return 'b';
-    case '\f':
-        return 'f';
-    case '\n':
-        return 'n';
-    case '\r':
-        return 'r';
-    case '\t':
-        return 't';
-    default:
-        return 0;
-    }
-}
-
 } // namespace
 
 char* escapeCharacter(const char*& from, const char* end, char* to)

@@ -3,6 +3,8 @@
 #include "json/PlainRun.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace json {
 
@@ -18,6 +20,58 @@ inline constexpr std::size_t kLongestEscape = 6;
  */
 char* escapeCharacter(const char*& from, const char* end, char* to);
 
+/// The letter of a byte's two-character escape, 0 for a byte that has none.
+constexpr char shortEscape(char byte)
+{
+    switch (byte) {
+    case '"':
+    case '\\':
+        return byte;
+    case '\b':
+        return 'b';
+    case '\f':
+        return 'f';
+    case '\n':
+        return 'n';
+    case '\r':
+        return 'r';
+    case '\t':
+        return 't';
+    default:
+        return 0;
+    }
+}
+
+/**
+ * Escapes one block, or its beginning up to a byte that has no two-character escape.
+ *
+ * The bytes between two escapes are moved as whole blocks whose ends the next escape overwrites, so
+ * two blocks are read at from and three may be written at to.
+ *
+ * @return The end of what was written; from is stepped over what became of it.
+ */
+template <typename Block>
+char* escapeBlock(const char*& from, const char* end, char* to)
+{
+    const char* const block = from;
+    for (std::uint64_t marks = Block::copy(from, to); marks != 0; marks &= marks - 1) {
+        const char* const marked = block + firstMark<Block>(marks);
+        to += marked - from;
+        from = marked;
+        const char letter = shortEscape(*from);
+        if (letter == 0) {
+            return escapeCharacter(from, end, to);
+        }
+        *to++ = '\\';
+        *to++ = letter;
+        ++from;
+        std::memcpy(to, from, Block::kBytes);
+    }
+    to += block + Block::kBytes - from;
+    from = block + Block::kBytes;
+    return to;
+}
+
 /**
  * Escapes [from, end) until it is used up or the room may not do for the next step.
  *
@@ -29,17 +83,14 @@ char* escapeCharacter(const char*& from, const char* end, char* to);
 template <typename Block>
 char* escape(const char*& from, const char* end, char* to, std::size_t room)
 {
-    static_assert(Block::kBytes >= kLongestEscape);
     const char* const last = to + room;
-    while (from != end && static_cast<std::size_t>(last - to) >= Block::kBytes) {
-        if (static_cast<std::size_t>(end - from) >= Block::kBytes) {
-            const std::size_t plain = Block::copy(from, to);
-            from += plain;
-            to += plain;
-            if (plain == Block::kBytes || static_cast<std::size_t>(last - to) < kLongestEscape) {
-                continue;
-            }
-        }
+    const auto has = [](const char* begin, const char* stop, std::size_t bytes) {
+        return static_cast<std::size_t>(stop - begin) >= bytes;
+    };
+    while (has(from, end, 2 * Block::kBytes) && has(to, last, 3 * Block::kBytes)) {
+        to = escapeBlock<Block>(from, end, to);
+    }
+    while (from != end && has(to, last, kLongestEscape)) {
         to = escapeCharacter(from, end, to);
     }
     return to;

@@ -33,27 +33,30 @@ inline std::size_t countPlain(const char* from, std::size_t limit)
 /// Eight bytes at a time in a general register, for every machine.
 struct WordBlock {
     static constexpr std::size_t kBytes = 8;
+    static constexpr int kBitsPerByte = 8;
 
-    /// Copies kBytes bytes and returns how many of them, from the first on, are plain.
-    static std::size_t copy(const char* from, char* to)
+    /// Copies kBytes bytes and marks those that are not plain: one bit for each byte, in bits
+    /// kBitsPerByte apart, the first byte lowest.
+    static std::uint64_t copy(const char* from, char* to)
     {
         std::uint64_t word = 0;
         std::memcpy(&word, from, kBytes);
         std::memcpy(to, &word, kBytes);
-        return holdsOnlyPlain(word) ? kBytes : countPlain(from, kBytes);
+        return marks(__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? __builtin_bswap64(word) : word);
     }
 
 private:
     static constexpr std::uint64_t kOnes = 0x0101010101010101U;
     static constexpr std::uint64_t kTops = 0x8080808080808080U;
 
-    // Exact as an answer about the whole word: a borrow can only cross a byte that is itself found.
-    static constexpr bool holdsOnlyPlain(std::uint64_t word)
+    // No sum reaches the next byte, because the top bits are left out of it.
+    static constexpr std::uint64_t marks(std::uint64_t word)
     {
-        const std::uint64_t below = word - kOnes * ' ';
-        const std::uint64_t quotes = (word ^ (kOnes * '"')) - kOnes;
-        const std::uint64_t backslashes = (word ^ (kOnes * '\\')) - kOnes;
-        return ((word | below | quotes | backslashes) & kTops) == 0;
+        const std::uint64_t low = word & ~kTops;
+        const std::uint64_t fromBlank = low + kOnes * (0x80 - ' ');
+        const std::uint64_t otherThanQuote = (low ^ (kOnes * '"')) + kOnes * 0x7f;
+        const std::uint64_t otherThanBackslash = (low ^ (kOnes * '\\')) + kOnes * 0x7f;
+        return (word | ~(fromBlank & otherThanQuote & otherThanBackslash)) & kTops;
     }
 };
 
@@ -61,8 +64,9 @@ private:
 
 struct Sse2Block {
     static constexpr std::size_t kBytes = 16;
+    static constexpr int kBitsPerByte = 1;
 
-    static std::size_t copy(const char* from, char* to)
+    static std::uint64_t copy(const char* from, char* to)
     {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
@@ -71,8 +75,7 @@ struct Sse2Block {
         const __m128i quotes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
         const __m128i backslashes = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
         const __m128i found = _mm_or_si128(outside, _mm_or_si128(quotes, backslashes));
-        const auto mask = static_cast<unsigned>(_mm_movemask_epi8(found));
-        return mask == 0 ? kBytes : static_cast<std::size_t>(__builtin_ctz(mask));
+        return static_cast<unsigned>(_mm_movemask_epi8(found));
     }
 };
 
@@ -82,8 +85,9 @@ using NativeBlock = Sse2Block;
 
 struct NeonBlock {
     static constexpr std::size_t kBytes = 16;
+    static constexpr int kBitsPerByte = 4;
 
-    static std::size_t copy(const char* from, char* to)
+    static std::uint64_t copy(const char* from, char* to)
     {
         const uint8x16_t bytes = vld1q_u8(reinterpret_cast<const std::uint8_t*>(from));
         vst1q_u8(reinterpret_cast<std::uint8_t*>(to), bytes);
@@ -92,10 +96,9 @@ struct NeonBlock {
         const uint8x16_t quotes = vceqq_u8(bytes, vdupq_n_u8('"'));
         const uint8x16_t backslashes = vceqq_u8(bytes, vdupq_n_u8('\\'));
         const uint8x16_t found = vorrq_u8(outside, vorrq_u8(quotes, backslashes));
-        // Four bits for each byte, the first byte lowest.
+        // Narrowing leaves four bits of each byte; one of them is enough.
         const uint8x8_t narrow = vshrn_n_u16(vreinterpretq_u16_u8(found), 4);
-        const std::uint64_t mask = vget_lane_u64(vreinterpret_u64_u8(narrow), 0);
-        return mask == 0 ? kBytes : static_cast<std::size_t>(__builtin_ctzll(mask)) / 4;
+        return vget_lane_u64(vreinterpret_u64_u8(narrow), 0) & 0x1111111111111111U;
     }
 };
 
@@ -107,6 +110,13 @@ using NativeBlock = WordBlock;
 
 #endif
 
+/// Where in its block the first marked byte stands; there is one.
+template <typename Block>
+std::size_t firstMark(std::uint64_t marks)
+{
+    return static_cast<std::size_t>(__builtin_ctzll(marks)) / Block::kBitsPerByte;
+}
+
 /// The number of plain bytes that text begins with.
 template <typename Block>
 std::size_t plainRun(std::string_view text)
@@ -114,11 +124,10 @@ std::size_t plainRun(std::string_view text)
     char copied[Block::kBytes];
     std::size_t count = 0;
     while (text.size() - count >= Block::kBytes) {
-        const std::size_t plain = Block::copy(text.data() + count, copied);
-        count += plain;
-        if (plain < Block::kBytes) {
-            return count;
+        if (const std::uint64_t marks = Block::copy(text.data() + count, copied)) {
+            return count + firstMark<Block>(marks);
         }
+        count += Block::kBytes;
     }
     return count + countPlain(text.data() + count, text.size() - count);
 }
