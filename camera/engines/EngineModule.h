@@ -16,7 +16,7 @@
  *     })
  *
  * The first word tells the version and never moves. The sizes catch a module that was compiled
- * against other declarations or another standard library before any of its code runs.
+ * against other declarations or another standard library before any engine is made.
  */
 struct DetectionEngineModule {
     using Create = std::shared_ptr<analytics_lib::IOnvifAnalytics> (*)(void* logContext,

@@ -1,0 +1,250 @@
+#include "camera/engines/CellMotionRules.h"
+
+#include "camera/engines/CellMask.h"
+#include "camera/engines/EngineNames.h"
+#include "camera/engines/MetadataWriter.h"
+#include "camera/engines/Outputs.h"
+#include "camera/engines/ParameterList.h"
+
+#include <algorithm>
+#include <cmath>
+#include <tuple>
+
+namespace camera::engines {
+
+namespace {
+
+constexpr long kMostCellsAside = 128;
+constexpr long kLongestDelayMs = 3'600'000;
+constexpr int kMovingShare = 8; // a cell moves when an eighth of it does
+
+constexpr EventForm kEventForm = {kCellMotionTopic, "VideoSourceConfigurationToken", "VideoAnalyticsConfigurationToken",
+                                  "Rule", "IsMotion"};
+
+double coordinate(const pugi::xml_node& node, const char* attribute)
+{
+    return parseReal("Layout", node.attribute(attribute).value(), -1000, 1000);
+}
+
+/// One axis of a grid as fractions of the picture: where it begins and where it ends. Documents differ in the
+/// direction that they give the rows; cells always count from the upper left.
+std::pair<double, double> span(double translate, double scale, long count, double direction)
+{
+    const double a = (1 + direction * translate) / 2;
+    const double b = (1 + direction * (translate + scale * static_cast<double>(count))) / 2;
+    return {std::clamp(std::min(a, b), 0.0, 1.0), std::clamp(std::max(a, b), 0.0, 1.0)};
+}
+
+CellLayout readLayout(const pugi::xml_node& node)
+{
+    if (std::string(node.name()) != "tt:CellLayout") {
+        throw Refusal("Layout", node.name(), "it takes a tt:CellLayout");
+    }
+    const pugi::xml_node transformation = node.child("tt:Transformation");
+    const pugi::xml_node translate = transformation.child("tt:Translate");
+    const pugi::xml_node scale = transformation.child("tt:Scale");
+    allowOnly("Layout", node, {"tt:Transformation"}, {"Columns", "Rows"});
+    allowOnly("Layout", transformation, {"tt:Translate", "tt:Scale"}, {});
+    allowOnly("Layout", translate, {}, {"x", "y"});
+    allowOnly("Layout", scale, {}, {"x", "y"});
+    CellLayout layout;
+    layout.columns = parseInteger("Layout", node.attribute("Columns").value(), 1, kMostCellsAside);
+    layout.rows = parseInteger("Layout", node.attribute("Rows").value(), 1, kMostCellsAside);
+    std::tie(layout.left, layout.right) = span(coordinate(translate, "x"), coordinate(scale, "x"), layout.columns, 1);
+    std::tie(layout.top, layout.bottom) = span(coordinate(translate, "y"), coordinate(scale, "y"), layout.rows, -1);
+    if (layout.left >= layout.right || layout.top >= layout.bottom) {
+        throw Refusal("Layout", scale.attribute("x").value(), "the cells cover nothing of the picture");
+    }
+    return layout;
+}
+
+std::string defaultLayout()
+{
+    const CellLayout layout;
+    return "<tt:CellLayout Columns=\"" + std::to_string(layout.columns) + "\" Rows=\"" + std::to_string(layout.rows) +
+           "\"><tt:Transformation><tt:Translate x=\"-1\" y=\"1\"/><tt:Scale x=\"" +
+           printReal(2.0 / static_cast<double>(layout.columns)) + "\" y=\"" +
+           printReal(-2.0 / static_cast<double>(layout.rows)) + "\"/></tt:Transformation></tt:CellLayout>";
+}
+
+bool bitAt(const std::vector<std::uint8_t>& bits, long index)
+{
+    const auto byte = static_cast<std::size_t>(index / 8);
+    return byte < bits.size() && (bits[byte] >> (7 - index % 8) & 1) != 0;
+}
+
+} // namespace
+
+CellMotionModule CellMotionModule::read(ParameterList& parameters)
+{
+    CellMotionModule module;
+    module.sensitivity = parameters.integer("Sensitivity", module.sensitivity, 0, 100);
+    if (const pugi::xml_node layout = parameters.element("Layout")) {
+        module.layout = readLayout(layout);
+    } else {
+        parameters.setElement("Layout", defaultLayout());
+    }
+    return module;
+}
+
+CellMotionRule CellMotionRule::read(ParameterList& parameters, const CellLayout& layout)
+{
+    CellMotionRule rule;
+    rule.minCount = parameters.integer("MinCount", rule.minCount, 1, kMostCellsAside * kMostCellsAside);
+    rule.onDelayMs = parameters.integer("AlarmOnDelay", rule.onDelayMs, 0, kLongestDelayMs);
+    rule.offDelayMs = parameters.integer("AlarmOffDelay", rule.offDelayMs, 0, kLongestDelayMs);
+    const std::vector<std::uint8_t> all(layout.maskBytes(), 0xff);
+    const std::string cells = parameters.text("ActiveCells", encodeCells(all));
+    const auto bits = decodeCells(cells, kMostCellsAside * kMostCellsAside / 8);
+    if (!bits || bits->empty()) {
+        throw Refusal("ActiveCells", cells, "it takes one bit per cell, packed with PackBits, in base64");
+    }
+    rule.activeCells = *bits;
+    return rule;
+}
+
+std::string CellMotionTypes::engine() const
+{
+    return kSimpleEngine;
+}
+
+std::string CellMotionTypes::moduleType() const
+{
+    return kCellMotionModule;
+}
+
+std::string CellMotionTypes::ruleType() const
+{
+    return kCellMotionRule;
+}
+
+void CellMotionTypes::completeModule(ParameterList& parameters) const
+{
+    CellMotionModule::read(parameters);
+}
+
+void CellMotionTypes::completeRule(ParameterList& parameters, const Component* module) const
+{
+    const CellLayout layout =
+        module == nullptr ? CellLayout() : readParameters(module->parameters, CellMotionModule::read).layout;
+    CellMotionRule::read(parameters, layout);
+}
+
+CellMotionProgram::CellMotionProgram(const Components& components) : _source(kSimpleEngine)
+{
+    for (const Component& component : components) {
+        const bool active = readParameters(component.parameters, readCommonParameters);
+        if (!component.isRule) {
+            _module = readParameters(component.parameters, CellMotionModule::read);
+            _moduleActive = active;
+            _source = component.name;
+        } else if (active) {
+            const auto read = [&](ParameterList& parameters) {
+                return CellMotionRule::read(parameters, _module.layout);
+            };
+            _rules.push_back({readParameters(component.parameters, read), Alarm(kEventForm, component.name)});
+        }
+    }
+    _moving.columns = static_cast<std::uint16_t>(_module.layout.columns);
+    _moving.rows = static_cast<std::uint16_t>(_module.layout.rows);
+    _moving.bits.assign(_module.layout.maskBytes(), 0);
+    _watched = _moving;
+    _watched.kind = CellsKind::kWatched;
+    for (const Rule& rule : _rules) {
+        for (std::size_t i = 0; i < std::min(_watched.bits.size(), rule.settings.activeCells.size()); ++i) {
+            _watched.bits[i] = static_cast<std::uint8_t>(_watched.bits[i] | rule.settings.activeCells[i]);
+        }
+    }
+}
+
+void CellMotionProgram::observe(const Foreground& foreground)
+{
+    _time = foreground.time;
+    std::fill(_moving.bits.begin(), _moving.bits.end(), std::uint8_t{0});
+    if (!_moduleActive || !foreground.known) {
+        return;
+    }
+    for (long row = 0; row < _module.layout.rows; ++row) {
+        for (long column = 0; column < _module.layout.columns; ++column) {
+            const cv::Rect pixels = cell(column, row, foreground.mask.size());
+            if (!pixels.empty() && cv::countNonZero(foreground.mask(pixels)) * kMovingShare >= pixels.area()) {
+                _moving.set(static_cast<unsigned>(column), static_cast<unsigned>(row));
+            }
+        }
+    }
+}
+
+cv::Rect CellMotionProgram::cell(long column, long row, const cv::Size& picture) const
+{
+    const CellLayout& layout = _module.layout;
+    const auto edge = [](double from, double to, long index, long count, int pixels) {
+        const double share = static_cast<double>(index) / static_cast<double>(count);
+        return static_cast<int>(std::lround((from + (to - from) * share) * pixels));
+    };
+    const cv::Point upperLeft(edge(layout.left, layout.right, column, layout.columns, picture.width),
+                              edge(layout.top, layout.bottom, row, layout.rows, picture.height));
+    const cv::Point lowerRight(edge(layout.left, layout.right, column + 1, layout.columns, picture.width),
+                               edge(layout.top, layout.bottom, row + 1, layout.rows, picture.height));
+    return {upperLeft, lowerRight};
+}
+
+long CellMotionProgram::movingCells(const CellMotionRule& rule) const
+{
+    long count = 0;
+    for (long index = 0; index < _module.layout.columns * _module.layout.rows; ++index) {
+        count += bitAt(_moving.bits, index) && bitAt(rule.activeCells, index) ? 1 : 0;
+    }
+    return count;
+}
+
+void CellMotionProgram::judge(analytics_lib::IEventHandler* handler, const UtcTime& time)
+{
+    for (Rule& rule : _rules) {
+        const bool motion = movingCells(rule.settings) >= rule.settings.minCount;
+        if (rule.alarm.due(motion, _time, rule.settings.onDelayMs * kNanosecondsPerMillisecond,
+                           rule.settings.offDelayMs * kNanosecondsPerMillisecond)) {
+            rule.alarm.change(handler, time);
+        }
+        if (ended()) {
+            return;
+        }
+        rule.shown = rule.alarm.isOn() ? RuleState::kAlarm : RuleState::kQuiet;
+    }
+}
+
+void CellMotionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
+{
+    const CellLayout& layout = _module.layout;
+    MetadataWriter metadata(time, _source);
+    metadata.addCells(layout.columns, layout.rows, _moving.bits);
+    metadata.insertInto(outputs.metadataXml);
+
+    writeMotion(outputs, [&](DrawingWriter& writer) {
+        writer.add(FrameRecord{time.seconds, time.nanoseconds, kSimpleEngine});
+        writer.add(_moving);
+    });
+    writeDrawing(outputs, [&](DrawingWriter& writer) {
+        writer.add(FrameRecord{time.seconds, time.nanoseconds, kSimpleEngine});
+        writer.add(_watched);
+        writer.add(_moving);
+        for (const Rule& rule : _rules) {
+            writer.add(RuleRecord{rule.shown,
+                                  rule.alarm.rule(),
+                                  {{layout.left, layout.top},
+                                   {layout.right, layout.top},
+                                   {layout.right, layout.bottom},
+                                   {layout.left, layout.bottom}}});
+        }
+    });
+}
+
+std::vector<Alarm*> CellMotionProgram::alarms()
+{
+    std::vector<Alarm*> all;
+    for (Rule& rule : _rules) {
+        all.push_back(&rule.alarm);
+    }
+    return all;
+}
+
+} // namespace camera::engines

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "camera/engines/Component.h"
+#include "camera/engines/DrawingFormat.h"
+#include "camera/engines/RuleProgram.h"
+
+#include <memory>
+
+namespace camera::engines {
+
+/// A grid of cells over a rectangle of the picture, its first cell in the upper left.
+struct CellLayout {
+    long columns = 22;
+    long rows = 18;
+    double left = 0; ///< fractions of the picture, from its upper left corner
+    double top = 0;
+    double right = 1;
+    double bottom = 1;
+
+    std::size_t maskBytes() const { return static_cast<std::size_t>(columns * rows + 7) / 8; }
+};
+
+/// tt:CellMotionEngine: Sensitivity 0 to 100 (50), Layout (22 columns and 18 rows over the whole picture).
+struct CellMotionModule {
+    long sensitivity = 50;
+    CellLayout layout;
+
+    static CellMotionModule read(ParameterList& parameters);
+};
+
+/// tt:CellMotionDetector: MinCount (4), AlarmOnDelay (100) and AlarmOffDelay (1000) in milliseconds,
+/// ActiveCells (all of the module's).
+struct CellMotionRule {
+    long minCount = 4;
+    long onDelayMs = 100;
+    long offDelayMs = 1000;
+    std::vector<std::uint8_t> activeCells;
+
+    static CellMotionRule read(ParameterList& parameters, const CellLayout& layout);
+};
+
+/// The types of the engine "Simple".
+class CellMotionTypes final : public ComponentTypes {
+public:
+    std::string engine() const override;
+    std::string moduleType() const override;
+    std::string ruleType() const override;
+    void completeModule(ParameterList& parameters) const override;
+    void completeRule(ParameterList& parameters, const Component* module) const override;
+};
+
+/// Says which cells move and counts those that a rule watches.
+class CellMotionProgram final : public RuleProgram {
+public:
+    explicit CellMotionProgram(const Components& components);
+
+    long sensitivity() const override { return _module.sensitivity; }
+    void observe(const Foreground& foreground) override;
+    void judge(analytics_lib::IEventHandler* handler, const UtcTime& time) override;
+    void report(const UtcTime& time, MetadataBuffers& outputs) override;
+
+private:
+    struct Rule {
+        CellMotionRule settings;
+        Alarm alarm;
+        RuleState shown = RuleState::kQuiet; ///< the frame thread's copy of the state
+    };
+
+    std::vector<Alarm*> alarms() override;
+    cv::Rect cell(long column, long row, const cv::Size& picture) const;
+    long movingCells(const CellMotionRule& rule) const;
+
+    CellMotionModule _module;
+    bool _moduleActive = true;
+    std::string _source;
+    std::vector<Rule> _rules;
+    CellsRecord _moving;
+    CellsRecord _watched;
+    std::int64_t _time = 0;
+};
+
+} // namespace camera::engines

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "camera/engines/Component.h"
+#include "camera/engines/DrawingFormat.h"
+#include "camera/engines/RuleProgram.h"
+#include "camera/engines/Tracker.h"
+
+namespace camera::engines {
+
+/// vca:MotionRegionEngine: Sensitivity 0 to 100 (50), MinSize, the least box of an object, in percent of the
+/// picture, 0 to 100 (0.1).
+struct MotionModule {
+    long sensitivity = 50;
+    double minSizePercent = 0.1;
+
+    static MotionModule read(ParameterList& parameters);
+};
+
+/// tt:MotionRegionDetector: the element MotionRegion, an axt:MotionRegionConfig with Armed (true), Sensitivity 0
+/// to 1 (0.5) and a tt:Polygon of 3 to 64 normalised points (the whole picture).
+struct MotionRegionRule {
+    bool armed = true;
+    double sensitivity = 0.5;
+    std::vector<PicturePoint> polygon;
+
+    static MotionRegionRule read(ParameterList& parameters);
+
+    /// The share of the polygon that objects must cover.
+    double neededShare() const { return 0.02 * (1 - sensitivity) * (1 - sensitivity); }
+};
+
+/// The types of the engine "Motion".
+class MotionRegionTypes final : public ComponentTypes {
+public:
+    std::string engine() const override;
+    std::string moduleType() const override;
+    std::string ruleType() const override;
+    void completeModule(ParameterList& parameters) const override;
+    void completeRule(ParameterList& parameters, const Component* module) const override;
+};
+
+/// Finds objects and measures how much of each rule's polygon they cover.
+class MotionRegionProgram final : public RuleProgram {
+public:
+    /// @param tracker the engine's, which outlives its programs; touched on the frame thread only.
+    MotionRegionProgram(const Components& components, Tracker& tracker);
+
+    long sensitivity() const override { return _module.sensitivity; }
+    void observe(const Foreground& foreground) override;
+    void judge(analytics_lib::IEventHandler* handler, const UtcTime& time) override;
+    void report(const UtcTime& time, MetadataBuffers& outputs) override;
+
+private:
+    struct Rule {
+        MotionRegionRule settings;
+        Alarm alarm;
+        bool motion = false;
+        RuleState shown = RuleState::kQuiet; ///< the frame thread's copy of the state
+        cv::Mat inside{};                    ///< 255 inside the polygon
+        int pixels = 0;                      ///< that are
+    };
+
+    std::vector<Alarm*> alarms() override;
+    void drawPolygon(Rule& rule, const cv::Size& picture) const;
+    bool movesInside(const Rule& rule, const cv::Mat& mask) const;
+    BoxRecord boxOf(const TrackedObject& object) const;
+
+    Tracker& _tracker;
+    MotionModule _module;
+    bool _moduleActive = true;
+    std::string _source;
+    std::vector<Rule> _rules;
+    std::int64_t _time = 0;
+    cv::Size _picture;
+};
+
+} // namespace camera::engines

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "camera/engines/DrawingFormat.h"
+#include "plugin/analytics/MetadataBuffers.h"
+
+namespace camera::engines {
+
+/// Writes this engine's drawing data; the engines before it have moved the pointer past theirs.
+template <typename Write>
+void writeDrawing(MetadataBuffers& outputs, Write write)
+{
+    DrawingWriter writer(outputs.drawingBuffer, outputs.drawingBufferSize);
+    write(writer);
+    outputs.drawingBufferUsed = static_cast<std::uint32_t>(writer.usedBytes());
+}
+
+/// Appends motion data behind what the engines before wrote.
+template <typename Write>
+void writeMotion(MetadataBuffers& outputs, Write write)
+{
+    if (outputs.motionBuffer == nullptr || outputs.motionBufferUsed > outputs.motionBufferSize) {
+        return;
+    }
+    DrawingWriter writer(outputs.motionBuffer + outputs.motionBufferUsed,
+                         outputs.motionBufferSize - outputs.motionBufferUsed);
+    write(writer);
+    outputs.motionBufferUsed += static_cast<std::uint32_t>(writer.usedBytes());
+}
+
+} // namespace camera::engines

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "camera/engines/Component.h"
+#include "camera/engines/EngineLog.h"
+#include "plugin/analytics/IRuleSet.h"
+
+#include <string>
+
+namespace camera::engines {
+
+/**
+ * One stored configuration. It keeps its text only, so that a camera with very many of them pays for
+ * their text and nothing else; what is evaluated is compiled from it at activation. A change of an
+ * active rule set takes effect when it is activated again.
+ *
+ * Thread: the control thread.
+ */
+class RuleSet final : public analytics_lib::IRuleSet {
+public:
+    /// Borrows both for its life.
+    RuleSet(const ComponentTypes& types, const EngineLog& log) : _types(types), _log(log) {}
+
+    /// Each refusal writes one log line and leaves the content as it was.
+    bool validateFullConfig(const std::string& config) override;
+    bool validateConfig(const std::string& name, const std::string& type, const std::string& parameters) override;
+    bool setConfig(const std::string& name, const std::string& type, const std::string& parameters) override;
+    bool setFullConfig(const std::string& config) override;
+
+    bool detach() override { return true; }
+    bool deleteBehavior(const std::string& name) override;
+    std::string getFullConfig() override;
+
+    /// What it holds, checked again. @throws Refusal never for a text that this class wrote.
+    Components components() const;
+
+private:
+    Component complete(const std::string& name, const std::string& type, const std::string& parameters,
+                       const Components& others) const;
+    void store(const Components& components);
+    bool refuse(const std::exception& reason) const;
+
+    const ComponentTypes& _types;
+    const EngineLog& _log;
+    std::string _text;            ///< the modules' elements, then the rules'
+    std::size_t _moduleBytes = 0; ///< how much of it are modules
+};
+
+} // namespace camera::engines
