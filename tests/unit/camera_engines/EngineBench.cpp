@@ -1,0 +1,206 @@
+#include "EngineBench.h"
+
+#include "plugin/analytics/factory.h"
+#include "ravel/logging.h"
+
+#include <gtest/gtest.h>
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <regex>
+
+namespace {
+
+std::mutex logMutex;
+std::vector<std::string> logLines;
+
+} // namespace
+
+extern "C" void ravel_core_logging_log(void* /*handle*/, ravel_core_log_priority /*priority*/, const char* format, ...)
+{
+    char line[2048];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(line, sizeof(line), format, arguments);
+    va_end(arguments);
+    const std::lock_guard lock(logMutex);
+    logLines.emplace_back(line);
+}
+
+namespace engine_test {
+
+using analytics_lib::IOnvifAnalytics;
+
+std::vector<std::string> takeLogLines()
+{
+    const std::lock_guard lock(logMutex);
+    return std::exchange(logLines, {});
+}
+
+double overlapOverUnion(const Box& a, const Box& b)
+{
+    const double width = std::min(a.right, b.right) - std::max(a.left, b.left);
+    const double height = std::min(a.bottom, b.bottom) - std::max(a.top, b.top);
+    if (width <= 0 || height <= 0) {
+        return 0;
+    }
+    const double both = width * height;
+    const auto area = [](const Box& box) { return (box.right - box.left) * (box.bottom - box.top); };
+    return both / (area(a) + area(b) - both);
+}
+
+std::vector<Box> boxesOf(const std::string& metadata, int width, int height)
+{
+    pugi::xml_document document;
+    document.load_string(metadata.c_str());
+    std::vector<Box> boxes;
+    for (const auto& found : document.select_nodes("//tt:Object")) {
+        const pugi::xml_node box = found.node().select_node(".//tt:BoundingBox").node();
+        const auto x = [&](const char* name) { return (box.attribute(name).as_double() + 1) / 2 * width; };
+        const auto y = [&](const char* name) { return (1 - box.attribute(name).as_double()) / 2 * height; };
+        boxes.push_back({found.node().attribute("ObjectId").as_int(), x("left"), y("top"), x("right"), y("bottom")});
+    }
+    return boxes;
+}
+
+std::string withoutTimes(std::string text)
+{
+    return std::regex_replace(text, std::regex("UtcTime=\"[^\"]*\""), "UtcTime=\"\"");
+}
+
+std::string document(const std::string& modules, const std::string& rules)
+{
+    return IOnvifAnalytics::kVideoAnalyticHeader + IOnvifAnalytics::kEngineConfigHeader + modules +
+           IOnvifAnalytics::kEngineConfigFooter + IOnvifAnalytics::kRuleConfigHeader + rules +
+           IOnvifAnalytics::kRuleConfigFooter + IOnvifAnalytics::kVideoAnalyticFooter;
+}
+
+std::string simpleItem(const std::string& name, const std::string& value)
+{
+    return "<tt:SimpleItem Name=\"" + name + "\" Value=\"" + value + "\"/>";
+}
+
+std::string module(const std::string& name, const std::string& type, const std::string& items)
+{
+    return "<tt:AnalyticsModule Name=\"" + name + "\" Type=\"" + type + "\"><tt:Parameters>" + items +
+           "</tt:Parameters></tt:AnalyticsModule>";
+}
+
+std::string rule(const std::string& name, const std::string& type, const std::string& items)
+{
+    return "<tt:Rule Name=\"" + name + "\" Type=\"" + type + "\"><tt:Parameters>" + items +
+           "</tt:Parameters></tt:Rule>";
+}
+
+std::string simpleConfig(const std::string& moduleItems, const std::string& ruleItems)
+{
+    return document(module("Cells", "tt:CellMotionEngine", moduleItems),
+                    rule("AnyMotion", "tt:CellMotionDetector", ruleItems));
+}
+
+std::string motionConfig(const std::string& moduleItems, const std::string& ruleItems)
+{
+    return document(module("Objects", "vca:MotionRegionEngine", moduleItems),
+                    rule("Region", "tt:MotionRegionDetector", ruleItems));
+}
+
+std::string region(const std::string& attributes, const std::string& points)
+{
+    return "<tt:ElementItem Name=\"MotionRegion\"><axt:MotionRegionConfig " + attributes + ">" +
+           (points.empty() ? "" : "<tt:Polygon>" + points + "</tt:Polygon>") +
+           "</axt:MotionRegionConfig></tt:ElementItem>";
+}
+
+EngineBench::EngineBench(const std::string& name) : drawing(64 * 1024), motion(64 * 1024)
+{
+    for (const auto& engine : analytics_lib::GetSupportedAnalyticsLibs(nullptr, nullptr)) {
+        if (engine->getName() == name) {
+            _engine = engine;
+        }
+    }
+    _engine->setEventHandler(this);
+}
+
+EngineBench::~EngineBench()
+{
+    _engine->clearAllRules();
+}
+
+analytics_lib::IRuleSet* EngineBench::activate(const std::string& config)
+{
+    analytics_lib::IRuleSet* ruleSet = _engine->createRuleSet();
+    EXPECT_TRUE(ruleSet->setFullConfig(config)) << config;
+    EXPECT_TRUE(_engine->activateRuleSet(ruleSet));
+    return ruleSet;
+}
+
+analytics_lib::YuvFrame yuv(const camera::video::Frame& frame)
+{
+    analytics_lib::YuvFrame out;
+    out.timestamp[0] = frame.seconds;
+    out.timestamp[1] = frame.nanoseconds;
+    out.data = frame.data.get();
+    out.width = static_cast<std::uint64_t>(frame.width);
+    out.height = static_cast<std::uint64_t>(frame.height);
+    out.bytesPerRow = static_cast<std::uint32_t>(frame.strideBytes);
+    return out;
+}
+
+std::string EngineBench::show(const camera::video::Frame& frame)
+{
+    return show(yuv(frame));
+}
+
+std::string EngineBench::show(const analytics_lib::YuvFrame& frame)
+{
+    MetadataBuffers outputs;
+    drawing.resize(64 * 1024);
+    motion.resize(64 * 1024);
+    outputs.drawingBuffer = drawing.data();
+    outputs.drawingBufferSize = static_cast<std::uint32_t>(drawing.size());
+    outputs.motionBuffer = motion.data();
+    outputs.motionBufferSize = static_cast<std::uint32_t>(motion.size());
+    EXPECT_TRUE(_engine->onFrame(frame, outputs));
+    drawing.resize(outputs.drawingBufferUsed);
+    motion.resize(outputs.motionBufferUsed);
+    ++_frame;
+    return outputs.metadataXml;
+}
+
+void EngineBench::OnEvent(const std::string& topic, const std::string& source, const std::string& data)
+{
+    {
+        const std::lock_guard lock(_mutex);
+        _events.push_back({topic, source, data, _frame});
+    }
+    if (onEvent) {
+        onEvent();
+    }
+}
+
+std::vector<Event> EngineBench::events() const
+{
+    const std::lock_guard lock(_mutex);
+    return _events;
+}
+
+std::vector<bool> EngineBench::states() const
+{
+    std::vector<bool> all;
+    for (const Event& event : events()) {
+        all.push_back(event.state());
+    }
+    return all;
+}
+
+std::string EngineBench::eventTexts() const
+{
+    std::string text;
+    for (const Event& event : events()) {
+        text += event.topic + " " + event.rule + " " + withoutTimes(event.message) + "\n";
+    }
+    return text;
+}
+
+} // namespace engine_test
