@@ -13,7 +13,7 @@
  *
  * Thread: the runner calls one operation at a time, on the control thread.
  */
-class RavelApiAnalyticsTargetImplBase {
+class __attribute__((visibility("default"))) RavelApiAnalyticsTargetImplBase {
 public:
     explicit RavelApiAnalyticsTargetImplBase(void* logHandle);
     virtual ~RavelApiAnalyticsTargetImplBase();

@@ -10,7 +10,7 @@ class RavelApiAnalyticsTargetImplBase;
 #pragma GCC visibility push(default)
 
 /// Serves an analytics target under a service name for as long as this object lives.
-class RavelApiAnalyticsTargetRun {
+class __attribute__((visibility("default"))) RavelApiAnalyticsTargetRun {
 public:
     RavelApiAnalyticsTargetRun(const std::string& serviceName, void* logHandle,
                                boost::shared_ptr<RavelApiAnalyticsTargetImplBase> target);

@@ -10,7 +10,7 @@
 namespace ravel::core {
 
 /// A service API call that returned a status other than 0.
-class RavelApiException : public std::runtime_error {
+class __attribute__((visibility("default"))) RavelApiException : public std::runtime_error {
 public:
     RavelApiException(const std::string& message, ravel_core_status status)
         : std::runtime_error(formatMessage(message, status)), _status(status)

@@ -15,7 +15,7 @@ class Sink;
 class Source;
 
 /// The side of a filter that downstream elements connect to.
-class SourceSide {
+class __attribute__((visibility("default"))) SourceSide {
 public:
     virtual void OnConnectToSink(Sink* sink) = 0;
     virtual void OnConnectToSink(const std::string& sourceName, Sink* sink) = 0;
@@ -24,7 +24,7 @@ public:
 };
 
 /// The side of a filter that buffers arrive at.
-class SinkSide {
+class __attribute__((visibility("default"))) SinkSide {
 public:
     /// Takes ownership of buffer. Thread: the delivery thread of this element, one buffer at a time.
     virtual void OnBuffer(const Sink* sink, Buffer* buffer) = 0;
@@ -37,7 +37,9 @@ public:
  * The order of the virtual operations is a contract with the framework's own binary: it calls
  * through the primary table as well as through the tables of both sides.
  */
-class BasicFilterPlugin : public PipelinePlugin, public SourceSide, public SinkSide {
+class __attribute__((visibility("default"))) BasicFilterPlugin : public PipelinePlugin,
+                                                                 public SourceSide,
+                                                                 public SinkSide {
 public:
     explicit BasicFilterPlugin(const IPluginConfiguration& configuration);
     ~BasicFilterPlugin() override;

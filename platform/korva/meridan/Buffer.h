@@ -14,7 +14,7 @@ class BufferFormat;
  *
  * Whoever holds the pointer owns it: it is either pushed on through a Source or deleted.
  */
-class Buffer {
+class __attribute__((visibility("default"))) Buffer {
 public:
     virtual ~Buffer() = default;
 

@@ -9,7 +9,7 @@ namespace korva::meridan {
 
 /// Key and value description of a buffer's payload. Raw images carry "width" and "height" in pixels
 /// and "bytesPerRow", the stride of both planes in bytes.
-class BufferFormat {
+class __attribute__((visibility("default"))) BufferFormat {
 public:
     virtual ~BufferFormat() = default;
 

@@ -12,7 +12,7 @@ namespace korva::meridan {
  * One drawing and one motion buffer are lent per frame and come back with the number of bytes used.
  * Thread: the frame delivery thread.
  */
-class MetadataTransmitter {
+class __attribute__((visibility("default"))) MetadataTransmitter {
 public:
     static MetadataTransmitter& instance();
 

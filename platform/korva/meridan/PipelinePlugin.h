@@ -5,7 +5,7 @@
 namespace korva::meridan {
 
 /// What every element of a pipeline is to the framework, which owns and deletes it through this type.
-class PipelinePlugin {
+class __attribute__((visibility("default"))) PipelinePlugin {
 public:
     /// Called once when all elements exist, before the first buffer moves.
     virtual void PipelinesConstructed();

@@ -15,7 +15,7 @@ class PipelinePlugin;
  *
  * Thread: registration happens while a module loads; the framework reads the registry afterwards.
  */
-class PluginManager {
+class __attribute__((visibility("default"))) PluginManager {
 public:
     /// Creates one plug-in; the framework owns the result and deletes it through PipelinePlugin.
     using Factory = PipelinePlugin* (*)(MeridanEnv*, const IPluginConfiguration&);

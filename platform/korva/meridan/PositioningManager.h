@@ -15,7 +15,7 @@ namespace korva::meridan {
  * Thread: queries and commands are thread-safe. Callbacks are posted to the process' control
  * thread, one at a time, never made from inside a call into this class.
  */
-class PositioningManager {
+class __attribute__((visibility("default"))) PositioningManager {
 public:
     using MotionStateCallback = void (*)(bool moving, unsigned int pan, int tilt, unsigned int zoom, void* context);
     using CommandPriorityCallback = void (*)(bool panTiltHeld, bool zoomHeld, unsigned int priority, void* context);

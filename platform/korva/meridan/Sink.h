@@ -7,7 +7,7 @@ namespace korva::meridan {
 class Buffer;
 
 /// The receiving end of one connection between two elements; the framework implements and owns it.
-class Sink {
+class __attribute__((visibility("default"))) Sink {
 public:
     virtual ~Sink() = default;
 

@@ -7,7 +7,7 @@ namespace korva::meridan {
 class Buffer;
 
 /// The sending end of an element. Implemented by the framework.
-class Source {
+class __attribute__((visibility("default"))) Source {
 public:
     virtual ~Source() = default;
 

@@ -7,7 +7,7 @@
 namespace analytics_lib {
 
 /// One colour, 8 bits a component.
-struct ColorYuv {
+struct __attribute__((visibility("default"))) ColorYuv {
     std::uint8_t y = 0;
     std::uint8_t u = 0;
     std::uint8_t v = 0;

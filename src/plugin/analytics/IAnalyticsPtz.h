@@ -12,7 +12,7 @@ namespace analytics_lib {
  * There is no virtual destructor: it is always held by a shared handle made for its concrete type.
  * Thread: any.
  */
-class IAnalyticsPtz {
+class __attribute__((visibility("default"))) IAnalyticsPtz {
 public:
     /// Whether the camera can move; when it cannot, every other operation does nothing.
     virtual bool IsValid() const = 0;

@@ -7,7 +7,7 @@
 namespace analytics_lib {
 
 /// Receives the events of every engine.
-class IEventHandler {
+class __attribute__((visibility("default"))) IEventHandler {
 public:
     /// Raises one analytics event. Thread: any engine thread.
     virtual void OnEvent(const std::string& topic, const std::string& source, const std::string& data) = 0;

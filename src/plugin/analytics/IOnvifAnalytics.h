@@ -20,7 +20,7 @@ class IRuleSet;
  * Thread: onFrame runs on the frame thread, at the same time as any other operation, which all come
  * from the control thread. The order of the operations is the order of their slots.
  */
-class IOnvifAnalytics {
+class __attribute__((visibility("default"))) IOnvifAnalytics {
 public:
     /// The engine's name: the prefix of its stored configurations' keys. Constant.
     virtual std::string getName() const = 0;

@@ -12,7 +12,7 @@ namespace analytics_lib {
  * Created by IOnvifAnalytics::createRuleSet and destroyed by releaseRuleSet of the same engine.
  * Thread: the control thread.
  */
-class IRuleSet {
+class __attribute__((visibility("default"))) IRuleSet {
 public:
     /// Whether the engine would accept the whole configuration text.
     virtual bool validateFullConfig(const std::string& config) = 0;

@@ -6,7 +6,7 @@
 #pragma GCC visibility push(default)
 
 /// What the engines write for one frame. Either buffer may be null: an engine then writes nothing there.
-struct MetadataBuffers {
+struct __attribute__((visibility("default"))) MetadataBuffers {
     std::uint8_t* drawingBuffer = nullptr; ///< this engine's part begins here
     std::uint32_t drawingBufferSize = 0;   ///< bytes, the same for every engine
     std::uint32_t drawingBufferUsed = 0;   ///< bytes this engine wrote; set by the engine

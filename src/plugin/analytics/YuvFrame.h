@@ -13,7 +13,7 @@ namespace analytics_lib {
  * interleaved U and V with the same stride. The image is borrowed for the call that brings it.
  * Pan, tilt and angles of view are in thousandths of a degree, zero on a camera that cannot move.
  */
-struct YuvFrame {
+struct __attribute__((visibility("default"))) YuvFrame {
     std::uint32_t timestamp[2] = {0, 0}; ///< seconds since 1970, nanoseconds
     std::uint8_t* data = nullptr;
     std::uint64_t width = 0;  ///< pixels
