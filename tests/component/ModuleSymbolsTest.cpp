@@ -1,0 +1,81 @@
+#include "ElfSymbols.h"
+#include "ModuleTest.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <regex>
+
+namespace {
+
+using component::demangled;
+using component::ElfSymbols;
+using ::testing::Contains;
+using ::testing::ContainsRegex;
+using ::testing::Each;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using ::testing::Not;
+
+class ModuleSymbolsTest : public component::ModuleTest {
+protected:
+    const ElfSymbols symbols = component::readElfSymbols(DETECTION_MODULE);
+
+    static bool isPlatforms(const std::string& name)
+    {
+        static const std::regex platforms("korva::meridan|ravel|analytics_lib|RavelApi");
+        return std::regex_search(demangled(name), platforms);
+    }
+
+    std::vector<std::string> platformSymbols() const
+    {
+        std::vector<std::string> names;
+        std::copy_if(symbols.undefined.begin(), symbols.undefined.end(), std::back_inserter(names), isPlatforms);
+        return names;
+    }
+};
+
+TEST_F(ModuleSymbolsTest, showsNothingOfTheSystemsOwnCode)
+{
+    const std::regex own("DetectionPlugin|PtzShim|OnvifTarget|ProxyTarget|OnvifSettings|RuleSetMap|json::|Json::|"
+                         "toColorYuv|toUnsigned|ServiceArray|throwOnFailure|printRaw|pugi");
+    for (const std::string& name : symbols.defined) {
+        EXPECT_FALSE(std::regex_search(demangled(name), own)) << demangled(name);
+    }
+}
+
+TEST_F(ModuleSymbolsTest, showsOnlyWhatTheLoaderUnites)
+{
+    // Templates and type information of the libraries and of the seam, which must be one in the process.
+    const std::regex shared("^(void |bool |.*\\* |)(std::|boost::|__gnu_cxx::)|^(typeinfo|typeinfo name|vtable|guard "
+                            "variable) for (std::|boost::|analytics_lib::I|ravel::core::RavelApiException|void)|"
+                            "^(analytics_lib::I|ravel::core::RavelApiException|korva::meridan::(PluginManager|"
+                            "BasicFilterPlugin|PipelinePlugin|SourceSide|SinkSide|Buffer|Sink|Source))|"
+                            "^(_init|_fini|__gcov.*|__(odr_)?(asan|ubsan|tsan).*)$|^non-virtual thunk to "
+                            "korva::meridan::BasicFilterPlugin");
+    for (const std::string& name : symbols.defined) {
+        EXPECT_TRUE(std::regex_search(demangled(name), shared)) << demangled(name);
+    }
+}
+
+TEST_F(ModuleSymbolsTest, takesThePlatformFromTheProcessThatLoadsIt)
+{
+    const std::vector<std::string> names = platformSymbols();
+    EXPECT_GT(names.size(), 30U);
+    for (const std::string& name : names) {
+        EXPECT_NE(dlsym(RTLD_DEFAULT, name.c_str()), nullptr) << demangled(name);
+    }
+    EXPECT_THAT(names, Contains("ravel_core_logging_log"));
+    EXPECT_THAT(names, Contains("_ZTI31RavelApiAnalyticsTargetImplBase")) << "type information is the host's";
+}
+
+TEST_F(ModuleSymbolsTest, namesNoLibraryOfACamera)
+{
+    EXPECT_THAT(symbols.needed, Not(IsEmpty()));
+    EXPECT_THAT(
+        symbols.needed,
+        Each(ContainsRegex("^(libpugixml|libjsoncpp|libxml2|libstdc\\+\\+|libc\\+\\+|libm|libgcc_s|libc|libpthread|"
+                           "libasan|libubsan|libtsan|libclang_rt.*|ld-linux.*)\\.so")));
+}
+
+} // namespace
