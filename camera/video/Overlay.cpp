@@ -52,14 +52,14 @@ void Overlay::frame(const Frame& upright)
     waiting = upright;
 }
 
-void Overlay::drawing(std::uint32_t seconds, std::uint32_t nanoseconds, const std::uint8_t* data, std::size_t sizeBytes)
+void Overlay::drawing(std::uint32_t seconds, std::uint32_t nanoseconds, const Drawing& drawn)
 {
     if (!waiting || waiting->seconds != seconds || waiting->nanoseconds != nanoseconds) {
         ++droppedDrawings;
         return;
     }
     const Frame upright = *std::exchange(waiting, std::nullopt);
-    write(upright, readDrawing(data, sizeBytes));
+    write(upright, drawn);
 }
 
 void Overlay::write(const Frame& upright, const Drawing& drawing)

@@ -32,7 +32,7 @@ public:
     void frame(const Frame& upright);
 
     /// What the engines wrote for the frame of this time; of any other time it is dropped and counted.
-    void drawing(std::uint32_t seconds, std::uint32_t nanoseconds, const std::uint8_t* data, std::size_t sizeBytes);
+    void drawing(std::uint32_t seconds, std::uint32_t nanoseconds, const Drawing& drawn);
 
     /// Completes the files. Nothing is written where no frame came.
     /// @throws std::runtime_error with one sentence, as frame() and drawing() do, when a disk is full.

@@ -202,7 +202,7 @@ protected:
         for (const BoxRecord& box : boxes) {
             writer.add(box);
         }
-        overlay.drawing(frame.seconds, frame.nanoseconds, buffer.data(), writer.usedBytes());
+        overlay.drawing(frame.seconds, frame.nanoseconds, readDrawing(buffer.data(), writer.usedBytes()));
     }
 
     TemporaryFolder folder;

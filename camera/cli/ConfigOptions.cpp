@@ -1,0 +1,135 @@
+#include "camera/cli/ConfigOptions.h"
+
+#include "camera/cli/CameraOptions.h"
+#include "camera/cli/OptionTable.h"
+
+#include <map>
+
+namespace camera::cli {
+
+namespace {
+
+const std::string kCommand = "camera config";
+
+OptionTable makeTable(ConfigOptions& options)
+{
+    OptionTable table(kCommand);
+    addCameraOptions(table, options.camera, options.help);
+    return table;
+}
+
+[[noreturn]] void refuse(const std::string& what)
+{
+    throw UsageError(kCommand + ": " + what + "; see " + kCommand + " --help.");
+}
+
+ConfigAction componentAction(const std::string& word)
+{
+    static const std::map<std::string, ConfigAction> actions = {
+        {"list", ConfigAction::list},     {"types", ConfigAction::types},   {"add", ConfigAction::add},
+        {"modify", ConfigAction::modify}, {"delete", ConfigAction::remove},
+    };
+    const auto found = actions.find(word);
+    if (found == actions.end()) {
+        refuse("'" + word + "' is none of list, types, add, modify and delete");
+    }
+    return found->second;
+}
+
+ConfigAction action(const std::string& word)
+{
+    static const std::map<std::string, ConfigAction> actions = {
+        {"set", ConfigAction::set},      {"get", ConfigAction::get},         {"rules", ConfigAction::list},
+        {"modules", ConfigAction::list}, {"history", ConfigAction::history}, {"restore", ConfigAction::restore},
+        {"reset", ConfigAction::reset},
+    };
+    const auto found = actions.find(word);
+    if (found == actions.end()) {
+        refuse("'" + word + "' is none of set, get, rules, modules, history, restore and reset");
+    }
+    return found->second;
+}
+
+void checkArguments(ConfigOptions& options)
+{
+    const std::vector<std::string>& given = options.arguments;
+    switch (options.action) {
+    case ConfigAction::set:
+    case ConfigAction::add:
+    case ConfigAction::modify:
+        if (given.empty()) {
+            refuse("a file is missing");
+        }
+        break;
+    case ConfigAction::remove:
+        if (given.empty()) {
+            refuse("the name of what to delete is missing");
+        }
+        break;
+    case ConfigAction::restore:
+        if (given.size() != 1) {
+            refuse("restore takes one number, as camera config history lists them");
+        }
+        options.sequence = wholeNumber("restore", given[0], 1, 9223372036854775807LL);
+        break;
+    case ConfigAction::get:
+    case ConfigAction::list:
+    case ConfigAction::types:
+    case ConfigAction::history:
+    case ConfigAction::reset:
+        if (!given.empty()) {
+            refuse("'" + given[0] + "' is too much");
+        }
+        break;
+    }
+}
+
+} // namespace
+
+ConfigOptions parseConfig(const std::vector<std::string>& arguments)
+{
+    ConfigOptions options;
+    std::vector<std::string> rest = makeTable(options).parse(arguments);
+    if (options.help) {
+        return options;
+    }
+    if (rest.empty()) {
+        refuse("what to do is missing: set, get, rules, modules, history, restore or reset");
+    }
+    const std::string word = rest.front();
+    rest.erase(rest.begin());
+    options.action = action(word);
+    options.rules = word != "modules";
+    if (options.action == ConfigAction::list && !rest.empty()) {
+        options.action = componentAction(rest.front());
+        rest.erase(rest.begin());
+    }
+    options.arguments = std::move(rest);
+    checkArguments(options);
+    if (options.camera.stateDir.empty()) {
+        refuse("--state DIR is missing: it names the camera whose configuration this is about");
+    }
+    settle(options.camera);
+    return options;
+}
+
+std::string configHelp()
+{
+    ConfigOptions options;
+    return "usage: camera config set FILE.xml... --state DIR       store whole configurations\n"
+           "       camera config get --state DIR [--preset NAME]   print what is active, or stored for a preset\n"
+           "       camera config rules --state DIR                 list every stored rule\n"
+           "       camera config rules types --state DIR           list the types that there can be\n"
+           "       camera config rules add FILE.xml... --state DIR\n"
+           "       camera config rules modify FILE.xml... --state DIR\n"
+           "       camera config rules delete NAME... --state DIR\n"
+           "       camera config modules ...                       the same for analytics modules\n"
+           "       camera config history --state DIR               list the stored documents, newest first\n"
+           "       camera config restore N --state DIR             go back to one of them\n"
+           "       camera config reset --state DIR                 forget all rules and modules\n\n"
+           "Talks to the analytics service of the camera that keeps its settings in DIR, and says what will be true\n"
+           "after a restart where that differs. A running camera holds its folder: end it first.\n\n" +
+           makeTable(options).help();
+}
+
+} // namespace camera::cli

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "camera/cli/RunOptions.h"
+
+#include <string>
+#include <vector>
+
+namespace camera::cli {
+
+enum class ConfigAction {
+    set,
+    get,
+    list,    ///< rules or modules
+    types,   ///< of rules or modules
+    add,     ///< from files
+    modify,  ///< from files
+    remove,  ///< by name
+    history, ///< the stored documents
+    restore, ///< one of them
+    reset,   ///< forget everything until the next start
+};
+
+struct ConfigOptions {
+    CameraOptions camera;
+    ConfigAction action = ConfigAction::get;
+    bool rules = true;                  ///< rules, else modules, where the action is about one of them
+    std::vector<std::string> arguments; ///< files or names
+    long long sequence = 0;             ///< of the stored document to restore
+    bool help = false;
+};
+
+/// @throws UsageError
+ConfigOptions parseConfig(const std::vector<std::string>& arguments);
+std::string configHelp();
+
+} // namespace camera::cli

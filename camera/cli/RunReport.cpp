@@ -1,0 +1,107 @@
+#include "camera/cli/RunReport.h"
+
+#include "camera/cli/Console.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace camera::cli {
+
+namespace {
+
+// A camera may run for years; the number of objects is for people and need not be exact by then.
+constexpr std::size_t kMostIds = 1000000;
+constexpr std::size_t kMostTopics = 10;
+
+std::string oneDecimal(double value)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f", value);
+    return text.data();
+}
+
+} // namespace
+
+RunReport::RunReport() : start(std::chrono::steady_clock::now())
+{
+}
+
+void RunReport::frame(bool analysed)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    ++frames;
+    failed += analysed ? 0 : 1;
+}
+
+void RunReport::drawing(const video::Drawing& drawing)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    objectsNow = drawing.movingBoxes();
+    objectsAtOnce = std::max(objectsAtOnce, objectsNow);
+    for (const engines::BoxRecord& box : drawing.boxes) {
+        if (objectIds.size() < kMostIds) {
+            objectIds.insert(box.id);
+        }
+    }
+}
+
+void RunReport::event(const ravel::Event& event)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    ++events;
+    if (eventsOfTopic.size() < kMostTopics || eventsOfTopic.count(event.topic) != 0) {
+        ++eventsOfTopic[event.topic];
+    }
+}
+
+double RunReport::seconds() const
+{
+    return std::max(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), 0.001);
+}
+
+std::string RunReport::status() const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return "frames " + std::to_string(frames) + "  " + oneDecimal(static_cast<double>(frames) / seconds()) +
+           "/s  objects " + std::to_string(objectsNow) + "  events " + std::to_string(events);
+}
+
+std::vector<std::string> RunReport::summary() const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    std::string framesText = std::to_string(frames) + " in " + oneDecimal(seconds()) + " s, " +
+                             oneDecimal(static_cast<double>(frames) / seconds()) + " frames/s";
+    if (failed != 0) {
+        framesText += ", " + std::to_string(failed) + " of them failed";
+    }
+    std::vector<std::string> lines;
+    lines.push_back(summaryLine("frames", framesText));
+    lines.push_back(summaryLine("objects", std::to_string(objectIds.size()) + ", at most " +
+                                               std::to_string(objectsAtOnce) + " at once"));
+    lines.push_back(summaryLine("events", std::to_string(events)));
+    for (const auto& [topic, count] : eventsOfTopic) {
+        lines.push_back(summaryLine("", std::to_string(count) + "  " + printable(topic)));
+    }
+    return lines;
+}
+
+std::string summaryLine(const std::string& label, const std::string& text)
+{
+    std::string line = "  " + label;
+    line.resize(12, ' ');
+    return line + text;
+}
+
+std::string sizeText(std::uintmax_t bytes)
+{
+    if (bytes < 1000) {
+        return std::to_string(bytes) + " bytes";
+    }
+    if (bytes < 1000000) {
+        return oneDecimal(static_cast<double>(bytes) / 1e3) + " kB";
+    }
+    return oneDecimal(static_cast<double>(bytes) / 1e6) + " MB";
+}
+
+} // namespace camera::cli
