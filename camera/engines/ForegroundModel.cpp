@@ -1,5 +1,7 @@
 #include "camera/engines/ForegroundModel.h"
 
+#include "camera/engines/Shadows.h"
+
 #include <libyuv.h>
 #include <opencv2/imgproc.hpp>
 
@@ -19,9 +21,13 @@ constexpr std::int64_t kForgottenAfter = kNanosecondsPerSecond;
 // A frame later than this after the one before shows another time, not the next moment.
 constexpr std::int64_t kLongestGap = 10 * kNanosecondsPerSecond;
 
-// What comes to rest becomes background when its share of a pixel's history reaches a tenth: after
-// about 8 seconds.
+// What comes to rest becomes background when its share of a pixel's memory reaches a tenth: after
+// about 8 seconds. A young background forgets sooner, so that what stood in the way while it was
+// learned does not stay in it.
 constexpr double kMemorySeconds = 80;
+constexpr double kYoungMemorySeconds = 10;
+constexpr double kMemoryPerSecond = 8;
+constexpr std::int64_t kBackgroundPeriod = kNanosecondsPerSecond / 2;
 constexpr double kReferenceSeconds = 40;
 
 // More than this at once is no object but another light or another picture.
@@ -131,6 +137,7 @@ void ForegroundModel::begin(std::int64_t time)
     _gain = 1;
     _reference = _blocks.clone();
     _luma.copyTo(_even);
+    _background.release();
 }
 
 void ForegroundModel::evenOut(double seconds)
@@ -174,9 +181,11 @@ double ForegroundModel::lightGain()
 void ForegroundModel::subtract(double seconds, long sensitivity)
 {
     _subtractor->setVarThreshold(variances(sensitivity));
+    const double age = static_cast<double>(_foreground.time - _since) / kNanosecondsPerSecond;
+    const double memory = std::clamp(age * kMemoryPerSecond, kYoungMemorySeconds, kMemorySeconds);
     const bool learning = !_foreground.known || _frames < kLearningFrames;
     // A negative rate averages all frames seen so far: the quickest way to a first background.
-    _subtractor->apply(_even, _foreground.mask, learning ? -1 : 1 - std::exp(-seconds / kMemorySeconds));
+    _subtractor->apply(_even, _foreground.mask, learning ? -1 : 1 - std::exp(-seconds / memory));
     ++_frames;
 }
 
@@ -207,6 +216,11 @@ void ForegroundModel::findBlanked(const analytics_lib::YuvFrame& frame, const an
 void ForegroundModel::clean()
 {
     cv::medianBlur(_foreground.mask, _foreground.mask, 5);
+    if (_background.empty() || _foreground.time - _backgroundTime > kBackgroundPeriod) {
+        _subtractor->getBackgroundImage(_background);
+        _backgroundTime = _foreground.time;
+    }
+    removeShadows(_foreground.mask, _even, _background);
     cv::morphologyEx(_foreground.mask, _foreground.mask, cv::MORPH_CLOSE, ellipse(7));
 }
 

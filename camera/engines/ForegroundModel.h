@@ -63,6 +63,8 @@ private:
     cv::Mat _blocks;               ///< mean luma of blocks
     cv::Mat _reference;            ///< the blocks in the light of the first frame
     std::vector<float> _gains;
+    cv::Mat _background; ///< the most likely one, in that light; now and then made anew
+    std::int64_t _backgroundTime = 0;
     cv::Mat _blanked; ///< 255 where the picture is blanked
 };
 
