@@ -22,6 +22,7 @@ std::array<std::atomic<void*>, 256> watched{};
 std::atomic<std::size_t> watchedCount{0};
 std::atomic<int> freedCount{0};
 thread_local std::size_t allocations = 0;
+thread_local bool callocIsRefused = false;
 
 } // namespace
 
@@ -37,6 +38,11 @@ bool heapIsWatched()
 std::size_t allocationsOfThisThread()
 {
     return allocations;
+}
+
+void refuseNextCalloc()
+{
+    callocIsRefused = true;
 }
 
 void watchBlock(void* block)
@@ -109,6 +115,10 @@ __attribute__((visibility("default"))) void* malloc(std::size_t size)
 __attribute__((visibility("default"))) void* calloc(std::size_t count, std::size_t size)
 {
     ++support::allocations;
+    if (support::callocIsRefused) {
+        support::callocIsRefused = false;
+        return nullptr;
+    }
     return __libc_calloc(count, size);
 }
 

@@ -10,6 +10,9 @@ bool heapIsWatched();
 /// Blocks that this thread asked the heap for so far, by malloc and its relatives or by new.
 std::size_t allocationsOfThisThread();
 
+/// Lets the next calloc of this thread find no memory; without effect where the heap is not watched.
+void refuseNextCalloc();
+
 /// Remembers a block so that its release is noticed; at most 256 between two calls of forgetWatchedBlocks.
 void watchBlock(void* block);
 int watchedBlocks();

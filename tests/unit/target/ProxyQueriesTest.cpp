@@ -1,5 +1,6 @@
 // The read-only side: what engines can do, what is configured, and the document of all engines.
 
+#include "support/fakes/HeapWatch.h"
 #include "unit/target/ProxyTargetFixture.h"
 
 namespace korva::meridan::tests {
@@ -37,6 +38,21 @@ TEST_F(ProxyQueriesTest, givesAnEndedListWhenEnginesOfferNothing)
     EXPECT_THAT(ask(&ProxyTarget::getEventTopics), IsEmpty());
     EXPECT_THAT(ask(&ProxyTarget::getSupportedRules), IsEmpty());
     EXPECT_THAT(ask(&ProxyTarget::getSupportedEngines), IsEmpty());
+}
+
+TEST_F(ProxyQueriesTest, givesNoListWhenThereIsNoMemoryForIt)
+{
+    if (!support::heapIsWatched()) {
+        GTEST_SKIP() << "a sanitizer's allocator cannot be made to refuse";
+    }
+    startFixed({motion});
+    char* nothing = nullptr;
+    char** out = &nothing;
+
+    support::refuseNextCalloc();
+    EXPECT_EQ(proxy->getEventTopics(&out), 0);
+
+    EXPECT_EQ(out, nullptr);
 }
 
 TEST_F(ProxyQueriesTest, joinsTheEnginesTopicsInOrderAndKeepsDoubles)
