@@ -21,7 +21,6 @@ std::unique_ptr<Json::CharReader> createParser()
     Json::CharReaderBuilder builder;
     Json::CharReaderBuilder::strictMode(&builder.settings_);
     builder["rejectDupKeys"] = false;
-    builder["skipBom"] = false;
     builder["stackLimit"] = static_cast<Json::UInt64>(kMaxDepth);
     return std::unique_ptr<Json::CharReader>(builder.newCharReader());
 }

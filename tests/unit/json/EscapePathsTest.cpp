@@ -152,6 +152,15 @@ TYPED_TEST(EscapePath, measuresARunOfAnyLength)
     }
 }
 
+TYPED_TEST(EscapePath, measuresARunOfEachByteBehindTheLastBlock)
+{
+    for (int value = 0; value < 256; ++value) {
+        const bool plain = expectedPlain(static_cast<unsigned char>(value));
+        const std::string block(TypeParam::kBytes, 'a');
+        EXPECT_EQ(json::plainRun<TypeParam>(block + static_cast<char>(value)), block.size() + (plain ? 1 : 0)) << value;
+    }
+}
+
 TYPED_TEST(EscapePath, escapesAsThePlainLoopDoes)
 {
     std::mt19937 random(20240607);

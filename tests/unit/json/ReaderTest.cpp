@@ -138,7 +138,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Sample{"nulInTheArray", "[\0]"s, {}}, Sample{"nulBetweenElements", "[1\0,2]"s, {}},
                       Sample{"blockComment", "[/* a */]", {}}, Sample{"lineComment", "[] // a", {}},
                       Sample{"commentInFront", "/* a */[]", {}}, Sample{"hashComment", "[]\n# a", {}},
-                      Sample{"formFeed", "[\f]", {}}, Sample{"verticalTab", "[\v]", {}},
+                      Sample{"formFeed", "[\f]", {}}, Sample{"leadingFormFeed", "\f[]", {}},
+                      Sample{"trailingFormFeed", "[]\f", {}}, Sample{"verticalTab", "[\v]", {}},
                       Sample{"byteFromTheUpperHalf", "[\xa0]", {}}),
     nameOf);
 
@@ -174,7 +175,8 @@ INSTANTIATE_TEST_SUITE_P(
         Sample{"shortUnicodeEscape", R"(["\u12"])", {}}, Sample{"unicodeEscapeWithoutDigits", R"(["\u"])", {}},
         Sample{"unicodeEscapeCutByTheEnd", R"(["\ud8)", {}}, Sample{"wrongDigit", R"(["\u12g4"])", {}},
         Sample{"escapedLineFeed", "[\"\\\n\"]", {}}, Sample{"loneHighSurrogate", R"(["\ud800"])", {}},
-        Sample{"loneLowSurrogate", R"(["\udc00"])", {}}, Sample{"highSurrogateThenText", R"(["\ud800abcdef"])", {}},
+        Sample{"loneLowSurrogate", R"(["\udc00"])", {}}, Sample{"twoLowSurrogates", R"(["\udc00\udc00"])", {}},
+        Sample{"highSurrogateThenText", R"(["\ud800abcdef"])", {}},
         Sample{"highSurrogateThenAnotherEscape", R"(["\ud800\u0041"])", {}},
         Sample{"highSurrogateThenAShortEscape", R"(["\ud800\n"])", {}},
         Sample{"twoHighSurrogates", R"(["\ud800\ud800"])", {}},
@@ -219,9 +221,7 @@ TEST(Reader, saysWhereItStopped)
 
 TEST(Reader, passesOnlyTheFirstComplaintOfTheParserOn)
 {
-    const std::string complaint = complaintAbout("[[1,],{\"a\" 2}]");
-    EXPECT_EQ(complaint.substr(0, 4), "Line");
-    EXPECT_EQ(complaint.find('*'), std::string::npos) << complaint;
+    EXPECT_EQ(complaintAbout("[true,[1e400],[true]]"), "Line 1, Column 8 '1e400' is not a number.");
 }
 
 TEST(Reader, throwsWhatIsAlsoAJsonException)

@@ -185,6 +185,17 @@ TEST(Writer, writesLongTextsWhereverTheirEscapesFall)
     }
 }
 
+TEST(Writer, writesWhatFollowsALongTextWhereverThatEnds)
+{
+    for (std::size_t lead = 8150; lead < 8220; ++lead) {
+        const std::string plain(lead, 'x');
+        json::Object object;
+        object.Append(plain + "\xe2\x82\xac", json::Null());
+        object.Append("b", true);
+        EXPECT_EQ(written(object), "[ { \"" + plain + "\\u20ac\" : null, \"b\" : true } ]");
+    }
+}
+
 TEST(Writer, writesATextOfEscapesThatOutgrowsItsEstimate)
 {
     std::string text;
