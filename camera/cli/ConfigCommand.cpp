@@ -92,10 +92,11 @@ private:
         console.line(preset.empty() ? target().currentConfiguration() : target().presetConfiguration(preset));
     }
 
-    void check(const device::Answer& answer, const std::string& what)
+    // What the service answered, kept until the difference that a restart makes is told.
+    void check(const device::Answer& answer, const std::string& what, const std::string& advice)
     {
         if (!answer.ok()) {
-            failure = what + ": " + device::describe(answer.outcome) + ".";
+            failure = what + ": " + device::describe(answer.outcome) + "; " + advice + ".";
         }
     }
 
@@ -113,7 +114,7 @@ private:
         } else {
             answer = modify ? target().modifyEngines(items) : target().createEngines(items);
         }
-        check(answer, countOf(items.size(), options.rules) + " not stored");
+        check(answer, "cannot store " + countOf(items.size(), options.rules), "the log lines above name the reason");
         if (answer.ok()) {
             console.line(countOf(items.size(), options.rules) + " stored.");
         }
@@ -124,7 +125,8 @@ private:
     {
         const device::Answer answer =
             options.rules ? target().deleteRules(options.arguments) : target().deleteEngines(options.arguments);
-        check(answer, "nothing deleted for good");
+        check(answer, "cannot delete " + countOf(options.arguments.size(), options.rules),
+              std::string("camera config ") + (options.rules ? "rules" : "modules") + " lists the names");
         if (answer.ok()) {
             console.line(countOf(options.arguments.size(), options.rules) + " deleted.");
         }

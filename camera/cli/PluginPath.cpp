@@ -17,8 +17,7 @@ std::filesystem::path pluginPath(const std::string& given, const std::filesystem
         }
         return fs::absolute(given);
     }
-    const std::array<const char*, 4> places = {"libdetection.so", "../lib/libdetection.so", "../src/libdetection.so",
-                                               "../../src/libdetection.so"};
+    const std::array<const char*, 2> places = {"libdetection.so", "../lib/libdetection.so"};
     for (const char* place : places) {
         const fs::path candidate = programFolder / place;
         if (fs::is_regular_file(candidate, ignored)) {

@@ -6,8 +6,8 @@
 namespace camera::cli {
 
 /**
- * The plug-in to load: the one given, else libdetection.so beside the program, in ../lib, or where the build
- * tree has it.
+ * The plug-in to load: the one given, else libdetection.so beside the program or in ../lib, where an
+ * installation and the build tree have it.
  * @throws std::runtime_error with one sentence when there is none.
  */
 std::filesystem::path pluginPath(const std::string& given, const std::filesystem::path& programFolder);

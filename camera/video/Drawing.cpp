@@ -29,14 +29,17 @@ std::size_t Drawing::alarms() const
         rules.begin(), rules.end(), [](const auto& rule) { return rule.state == engines::RuleState::kAlarm; }));
 }
 
-double Drawing::interest() const
+double Drawing::interest(std::size_t travelled) const
 {
-    // Many objects first, then rules in alarm; of pictures that are equal in both the one with larger objects.
+    // Objects that really went somewhere count most, then rules in alarm; boxes that may be nothing count
+    // against a picture, and of pictures that are equal so far the one with larger objects wins.
     double area = 0;
     for (const engines::BoxRecord& box : boxes) {
         area += (box.lowerRight.x - box.upperLeft.x) * (box.lowerRight.y - box.upperLeft.y);
     }
-    return static_cast<double>(movingBoxes()) + 1.5 * static_cast<double>(alarms()) + std::clamp(area, 0.0, 0.9);
+    const double doubtful = static_cast<double>(boxes.size()) - static_cast<double>(travelled);
+    return 3 * static_cast<double>(travelled) + 2 * static_cast<double>(alarms()) - doubtful +
+           std::clamp(area, 0.0, 0.9);
 }
 
 Drawing readDrawing(const std::uint8_t* data, std::size_t sizeBytes)

@@ -19,7 +19,8 @@ struct Drawing {
     std::size_t alarms() const;
 
     /// How much there is to see: the frame with the most is the one worth showing.
-    double interest() const;
+    /// @param travelled how many objects went somewhere, see TravelledObjects
+    double interest(std::size_t travelled) const;
 };
 
 /// Reads what engines wrote; any bytes are safe, null with 0 bytes included.

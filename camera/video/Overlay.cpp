@@ -64,8 +64,8 @@ void Overlay::drawing(std::uint32_t seconds, std::uint32_t nanoseconds, const Dr
 
 void Overlay::write(const Frame& upright, const Drawing& drawing)
 {
-    const double interest = drawing.interest();
-    const bool better = !files.picture.empty() && interest > bestInterest;
+    const double interest = drawing.interest(travelled.count(drawing));
+    const bool better = !files.picture.empty() && (!bestInterest || interest > *bestInterest);
     if (!video && !better) {
         return;
     }
@@ -87,7 +87,7 @@ void Overlay::finish()
         const Frame last = *std::exchange(waiting, std::nullopt);
         write(last, Drawing());
     }
-    if (bestInterest >= 0 && !wrotePicture) {
+    if (bestInterest && !wrotePicture) {
         writePng(best, files.picture);
         wrotePicture = true;
     }

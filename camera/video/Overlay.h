@@ -4,6 +4,7 @@
 #include "camera/video/Frame.h"
 #include "camera/video/Mp4Writer.h"
 #include "camera/video/RgbPicture.h"
+#include "camera/video/TravelledObjects.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -49,7 +50,8 @@ private:
     std::optional<Frame> waiting;
     RgbPicture canvas;
     RgbPicture best;
-    double bestInterest = -1;
+    TravelledObjects travelled;
+    std::optional<double> bestInterest; ///< nothing: no picture was kept so far
     std::uint64_t droppedDrawings = 0;
     bool wrotePicture = false;
 };

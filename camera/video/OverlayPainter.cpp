@@ -70,8 +70,9 @@ public:
             return;
         }
         const cv::Scalar colour = colourOf(rule.state);
-        if (points.size() > 2) {
-            const cv::Rect area = cv::boundingRect(points) & whole();
+        const cv::Rect area = cv::boundingRect(points) & whole();
+        // A tint over nearly everything would only take the picture's colours away.
+        if (points.size() > 2 && area.area() < whole().area() * 3 / 4) {
             cv::Mat tinted = canvas(area).clone();
             cv::fillPoly(tinted, std::vector<std::vector<cv::Point>>{points}, colour, cv::LINE_AA, 0, -area.tl());
             const double strength = rule.state == RuleState::kAlarm ? 0.2 : 0.1;
@@ -114,9 +115,9 @@ public:
 private:
     cv::Rect whole() const { return {0, 0, canvas.cols, canvas.rows}; }
     int thickness(int wanted) const { return std::max(static_cast<int>(std::lround(wanted * unit)), 1); }
-    double fontScale() const { return 0.5 * unit; }
-    int textPadding() const { return std::max(static_cast<int>(std::lround(6 * unit)), 3); }
-    int lineHeight() const { return static_cast<int>(std::lround(12 * unit)) + 2 * textPadding(); }
+    double fontScale() const { return 0.42 * unit; }
+    int textPadding() const { return std::max(static_cast<int>(std::lround(4 * unit)), 2); }
+    int lineHeight() const { return static_cast<int>(std::lround(10 * unit)) + 2 * textPadding(); }
 
     int textWidth(const std::string& line) const
     {

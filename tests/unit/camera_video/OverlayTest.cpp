@@ -165,7 +165,7 @@ TEST(Drawing, readsTheRecordsOfSeveralEngines)
     EXPECT_TRUE(readDrawing(nullptr, 0).boxes.empty());
 }
 
-TEST(Drawing, findsMoreObjectsAndAlarmsMoreInteresting)
+TEST(Drawing, findsTravelledObjectsAlarmsAndLargeOnesMoreInteresting)
 {
     Drawing one;
     one.boxes.push_back(boxAt(0.1, 0.1, 0.2, 0.2));
@@ -175,10 +175,31 @@ TEST(Drawing, findsMoreObjectsAndAlarmsMoreInteresting)
     two.boxes.push_back(boxAt(0.5, 0.5, 0.6, 0.6));
     Drawing alarm = one;
     alarm.rules.push_back(square(RuleState::kAlarm));
-    EXPECT_GT(one.interest(), Drawing().interest());
-    EXPECT_GT(larger.interest(), one.interest());
-    EXPECT_GT(two.interest(), larger.interest());
-    EXPECT_GT(alarm.interest(), larger.interest());
+    EXPECT_GT(one.interest(1), Drawing().interest(0));
+    EXPECT_GT(larger.interest(1), one.interest(1));
+    EXPECT_GT(two.interest(2), larger.interest(1));
+    EXPECT_GT(larger.interest(1), two.interest(1));
+    EXPECT_GT(alarm.interest(1), larger.interest(1));
+}
+
+TEST(TravelledObjects, countsThoseThatLeftTheirPlaceByHalfTheirSize)
+{
+    TravelledObjects travelled;
+    const auto frame = [&](const std::vector<BoxRecord>& boxes) {
+        Drawing drawing;
+        drawing.boxes = boxes;
+        return travelled.count(drawing);
+    };
+    const BoxRecord still = boxAt(0.5, 0.5, 0.6, 0.7, 2);
+    EXPECT_EQ(0U, frame({boxAt(0.1, 0.1, 0.2, 0.3, 1), still}));
+    EXPECT_EQ(0U, frame({boxAt(0.14, 0.1, 0.24, 0.3, 1), still}));
+    EXPECT_EQ(1U, frame({boxAt(0.16, 0.1, 0.26, 0.3, 1), still}));
+    EXPECT_EQ(1U, frame({boxAt(0.1, 0.21, 0.2, 0.41, 1), still}));
+    BoxRecord resting = boxAt(0.9, 0.1, 1.0, 0.3, 1);
+    resting.kind = BoxKind::kResting;
+    EXPECT_EQ(0U, frame({resting, still}));
+    EXPECT_EQ(0U, frame({}));
+    EXPECT_EQ(0U, frame({boxAt(0.1, 0.1, 0.2, 0.3, 1)}));
 }
 
 class OverlayTest : public testing::Test {
@@ -233,13 +254,13 @@ TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
     EXPECT_EQ(180, picture.height());
 }
 
-TEST_F(OverlayTest, picturesTheFrameWithTheMostObjects)
+TEST_F(OverlayTest, picturesTheFrameWithTheMostToSee)
 {
     const OverlayFiles files{"", folder.path("o.png")};
     Overlay overlay(files, 320, 180, 25);
     Scene scene(kScene);
     const std::vector<std::vector<BoxRecord>> drawn = {
-        {boxAt(0.1, 0.1, 0.2, 0.2)}, {boxAt(0.1, 0.1, 0.2, 0.2), boxAt(0.6, 0.4, 0.9, 0.8)}, {}};
+        {boxAt(0.1, 0.1, 0.2, 0.2)}, {boxAt(0.6, 0.4, 0.9, 0.8)}, {boxAt(0.7, 0.1, 0.8, 0.2, 9)}, {}};
     for (const auto& boxes : drawn) {
         const Frame frame = *scene.next();
         overlay.frame(frame);
@@ -248,12 +269,24 @@ TEST_F(OverlayTest, picturesTheFrameWithTheMostObjects)
     overlay.finish();
     VideoInput picture(files.picture);
     const Frame shown = *picture.next();
-    // The bright edge of the second box in the second frame.
+    // The bright edge of the box in the second frame, where the object had gone somewhere.
     int brightest = 0;
     for (int x = 190; x < 194; ++x) {
         brightest = std::max<int>(brightest, shown.data.get()[100 * shown.strideBytes + x]);
     }
     EXPECT_GT(brightest, 165);
+}
+
+TEST(OverlayPainter, leavesThePictureItsColoursUnderARuleThatWatchesAllOfIt)
+{
+    RgbPicture picture = grey(400, 400);
+    Drawing drawing;
+    RuleRecord rule = square(RuleState::kAlarm);
+    rule.points = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    drawing.rules.push_back(rule);
+    paintOverlay(picture, drawing, 0);
+    EXPECT_TRUE(isGrey(picture, 200, 200));
+    EXPECT_FALSE(isGrey(picture, 399, 200));
 }
 
 TEST_F(OverlayTest, dropsADrawingOfAnotherTime)

@@ -1,0 +1,223 @@
+#include "camera/cli/Console.h"
+#include "camera/cli/EventText.h"
+#include "camera/cli/PluginPath.h"
+#include "camera/cli/RunReport.h"
+#include "camera/cli/StateFolder.h"
+#include "camera/cli/StopSignal.h"
+#include "unit/camera_video/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+#include <unistd.h>
+
+namespace camera::cli {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using video::TemporaryFolder;
+
+TEST(EventText, tellsTimeTopicRuleAndValues)
+{
+    const ravel::Event event{
+        "tns1:RuleEngine/CellMotionDetector/Motion", "Gate",
+        "<tt:Message xmlns:tt=\"urn:x\" UtcTime=\"2026-01-02T03:04:05.678Z\" PropertyOperation=\"Changed\"><tt:Source>"
+        "<tt:SimpleItem Name=\"Rule\" Value=\"Gate\"/></tt:Source><tt:Key><tt:SimpleItem Name=\"ObjectId\" "
+        "Value=\"4\"/>"
+        "</tt:Key><tt:Data><tt:SimpleItem Name=\"IsMotion\" Value=\"true\"/></tt:Data></tt:Message>"};
+    EXPECT_EQ("event  2026-01-02T03:04:05.678Z  tns1:RuleEngine/CellMotionDetector/Motion  Gate  ObjectId=4  "
+              "IsMotion=true",
+              describeEvent(event));
+}
+
+TEST(EventText, marksTheInitialValue)
+{
+    EXPECT_THAT(describeEvent({"t", "", "<m:Message PropertyOperation='Initialized'/>"}), HasSubstr("(initial)"));
+}
+
+TEST(EventText, showsWhatIsNoMessageAsItIsButHarmless)
+{
+    EXPECT_EQ("event  topic  source  plain \\x1b[2J\\x0a", describeEvent({"topic", "source", "plain \x1b[2J\n"}));
+    EXPECT_EQ("event  topic", describeEvent({"topic", "", ""}));
+    EXPECT_THAT(describeEvent({"topic", "", std::string(500, 'x')}), HasSubstr("xxx..."));
+    EXPECT_LT(describeEvent({"topic", "", std::string(500, 'x')}).size(), 200U);
+}
+
+TEST(Console, writesLinesAndRefusalsApart)
+{
+    std::FILE* out = std::tmpfile();
+    std::FILE* err = std::tmpfile();
+    {
+        Console console(out, err);
+        console.status("not shown where nobody looks");
+        console.line("a line");
+        console.error("a refusal\x1b");
+        console.log("12:00 error x: y\n");
+    }
+    const auto content = [](std::FILE* file) {
+        std::rewind(file);
+        std::string text(200, '\0');
+        text.resize(std::fread(text.data(), 1, text.size(), file));
+        std::fclose(file);
+        return text;
+    };
+    EXPECT_EQ("a line\n", content(out));
+    EXPECT_EQ("camera: a refusal\\x1b\n12:00 error x: y\n", content(err));
+}
+
+TEST(Console, noticesThatNothingCanBeWritten)
+{
+    std::FILE* full = std::fopen("/dev/full", "w");
+    ASSERT_NE(nullptr, full);
+    {
+        Console console(full, stderr);
+        EXPECT_TRUE(console.writable());
+        console.line("lost");
+        EXPECT_FALSE(console.writable());
+    }
+    std::fclose(full);
+}
+
+TEST(RunReport, countsFramesObjectsAndEvents)
+{
+    RunReport report;
+    report.frame(true);
+    report.frame(false);
+    video::Drawing drawing;
+    engines::BoxRecord box;
+    box.id = 5;
+    drawing.boxes.push_back(box);
+    report.drawing(drawing);
+    box.id = 6;
+    drawing.boxes.push_back(box);
+    report.drawing(drawing);
+    drawing.boxes.clear();
+    report.drawing(drawing);
+    report.event({"topic", "", ""});
+    EXPECT_THAT(report.status(), StartsWith("frames 2  "));
+    EXPECT_THAT(report.status(), HasSubstr("/s  objects 0  events 1"));
+    const std::vector<std::string> lines = report.summary();
+    EXPECT_THAT(lines, Contains(HasSubstr("1 of them failed")));
+    EXPECT_THAT(lines, Contains("  objects   2, at most 2 at once"));
+    EXPECT_THAT(lines, Contains("            1  topic"));
+}
+
+TEST(RunReport, summaryStaysOnOneScreenWhateverTopicsThereAre)
+{
+    RunReport report;
+    for (int i = 0; i < 1000; ++i) {
+        report.event({"topic" + std::to_string(i), "", ""});
+    }
+    EXPECT_LT(report.summary().size(), 16U);
+    EXPECT_THAT(report.summary(), Contains("  events    1000"));
+}
+
+TEST(RunReport, tellsSizes)
+{
+    EXPECT_EQ("999 bytes", sizeText(999));
+    EXPECT_EQ("1.5 kB", sizeText(1500));
+    EXPECT_EQ("2.0 MB", sizeText(2000000));
+}
+
+TEST(PluginPath, findsThePluginBesideTheProgramOrInLib)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path("bin"));
+    std::filesystem::create_directories(folder.path("lib"));
+    const std::string inLib = folder.write("lib/libdetection.so", "x");
+    EXPECT_EQ(std::filesystem::canonical(inLib), pluginPath("", folder.path("bin")));
+    const std::string beside = folder.write("bin/libdetection.so", "x");
+    EXPECT_EQ(std::filesystem::canonical(beside), pluginPath("", folder.path("bin")));
+    EXPECT_EQ(std::filesystem::path(inLib), pluginPath(inLib, folder.path("bin")));
+}
+
+TEST(PluginPath, refusesAMissingPluginNamingWhereItLooked)
+{
+    const TemporaryFolder folder;
+    const auto refused = [&](const std::string& given) {
+        try {
+            pluginPath(given, folder.path("bin"));
+        } catch (const std::runtime_error& error) {
+            return std::string(error.what());
+        }
+        return std::string("accepted");
+    };
+    EXPECT_THAT(refused(""), HasSubstr("is neither in '" + folder.path("bin") + "'"));
+    EXPECT_THAT(refused("/none.so"), HasSubstr("the plug-in '/none.so' is no file"));
+    EXPECT_THAT(refused(folder.path("")), HasSubstr("is no file"));
+}
+
+TEST(StateFolder, keepsTheTimeOfTheLastFrame)
+{
+    const TemporaryFolder folder;
+    const StateFolder state(folder.path(""));
+    EXPECT_TRUE(state.kept());
+    EXPECT_EQ(0, state.lastFrameTime());
+    state.keepLastFrameTime(1700000000123456789);
+    EXPECT_EQ(1700000000123456789, StateFolder(folder.path("")).lastFrameTime());
+    for (const std::string damaged : {"", "x", "-4", "99999999999999999999", "9000000000000000000"}) {
+        folder.write("last-frame-time", damaged);
+        EXPECT_EQ(0, state.lastFrameTime()) << damaged;
+    }
+}
+
+TEST(StateFolder, saysWhenTheTimeCannotBeKept)
+{
+    const StateFolder state("/proc/none");
+    EXPECT_THROW(state.keepLastFrameTime(1), std::runtime_error);
+}
+
+TEST(StateFolder, takesATemporaryFolderAwayAgain)
+{
+    std::filesystem::path path;
+    {
+        const StateFolder state("");
+        path = state.path();
+        EXPECT_FALSE(state.kept());
+        EXPECT_TRUE(std::filesystem::is_directory(path));
+        state.keepLastFrameTime(5);
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST(StopSignal, endsAWaitAtOnce)
+{
+    const StopSignal stop;
+    EXPECT_FALSE(stop.stopped());
+    std::thread other([] { kill(getpid(), SIGTERM); });
+    stop.waitUntil(std::chrono::steady_clock::now() + std::chrono::hours(1));
+    other.join();
+    EXPECT_TRUE(stop.stopped());
+    EXPECT_TRUE(stop.flag().load());
+}
+
+TEST(StopSignal, aSecondSignalWouldEndTheProcess)
+{
+    const StopSignal stop;
+    std::raise(SIGINT);
+    EXPECT_TRUE(stop.stopped());
+    struct sigaction now {};
+    sigaction(SIGINT, nullptr, &now);
+    EXPECT_EQ(SIG_DFL, now.sa_handler);
+}
+
+TEST(StopSignal, startsAnewWithEveryObject)
+{
+    {
+        const StopSignal stop;
+        std::raise(SIGINT);
+    }
+    EXPECT_FALSE(StopSignal().stopped());
+}
+
+} // namespace
+} // namespace camera::cli
