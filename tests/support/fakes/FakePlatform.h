@@ -210,6 +210,7 @@ struct FakePlatform {
 
     /// Target ids by service; a service that is not listed is unknown.
     std::map<std::string, std::vector<std::string>> targetIds;
+    bool lookUpsFail = false; ///< the ids are written all the same
 
     /// Runs before the call of that name takes effect, to throw or to look around. Names are those
     /// of the journal up to the first blank or bracket, or "getTargetIds <service>".

@@ -85,9 +85,10 @@ bool ravel::core::getTargetIds(const char* service, std::vector<std::string>& id
         platform().reached(std::string("getTargetIds ") + service);
     }
     const auto known = platform().targetIds.find(service);
-    const bool found = known != platform().targetIds.end();
+    const bool listed = known != platform().targetIds.end();
+    const bool found = listed && !platform().lookUpsFail;
     journal().add(Part::Service, "getTargetIds ", service, " -> ", found);
-    if (found) {
+    if (listed) {
         ids = known->second;
     }
     return found;

@@ -222,6 +222,15 @@ TEST_F(MetadataTest, treatsAStreamerWithoutTargetsAsMissing)
     EXPECT_THAT(platform().streamer.sent, IsEmpty());
 }
 
+TEST_F(MetadataTest, treatsAStreamerWhoseLookUpFailedAsMissing)
+{
+    platform().lookUpsFail = true;
+    build();
+    deliverFrame();
+    EXPECT_THAT(serviceCalls(), ElementsAre("getTargetIds onvif_metadata_streamer -> false"));
+    EXPECT_THAT(journal().logs(), IsEmpty());
+}
+
 TEST_F(MetadataTest, opensTheStreamOnTheFirstFrameAfterTheStreamerCame)
 {
     platform().targetIds.clear();

@@ -38,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(Corners, BlankingColorTest,
 INSTANTIATE_TEST_SUITE_P(Between, BlankingColorTest,
                          ::testing::Values(Case{{1, 2, 3}, {2, 128, 127}}, Case{{200, 100, 50}, {124, 92, 195}},
                                            Case{{16, 32, 64}, {31, 144, 115}}, Case{{255, 1, 0}, {77, 90, 255}},
-                                           Case{{10, 0, 255}, {32, 238, 109}}));
+                                           Case{{10, 0, 255}, {32, 238, 109}}, Case{{0, 215, 1}, {126, 66, 17}}));
 
 // The weighted sum lies half way between two integers: here the order of the fused operations decides.
 INSTANTIATE_TEST_SUITE_P(Ties, BlankingColorTest,

@@ -292,6 +292,29 @@ TEST_F(OnvifTargetDevicesTest, logsADayNightRegistrationThatThrows)
     EXPECT_THAT(journal().startingWith("dayNight"), IsEmpty());
 }
 
+TEST_F(OnvifTargetDevicesTest, treatsServicesWhoseLookUpFailedAsMissing)
+{
+    platform().offerAllServices();
+    platform().lookUpsFail = true;
+    construct();
+    EXPECT_THAT(journal().logs(), AllOf(Contains(kNoDayNight), Contains(kNoBlanking), Contains(kNoRotation)));
+    EXPECT_THAT(journal().startingWith("dayNight"), IsEmpty());
+    EXPECT_THAT(journal().startingWith("windowBlanking"), IsEmpty());
+    EXPECT_THAT(journal().startingWith("rotate"), IsEmpty());
+}
+
+TEST_F(OnvifTargetDevicesTest, takesEveryStatusOtherThanZeroAsAFailure)
+{
+    platform().offerAllServices();
+    platform().dayNight.initStatus = -1;
+    platform().windowBlanking.initStatus = -2147483647;
+    platform().rotation.initStatus = 1;
+    construct();
+    EXPECT_THAT(journal().logs(), Contains(::testing::EndsWith("(status text -1)\"")));
+    EXPECT_THAT(journal().logs(), Contains(::testing::EndsWith("(status text -2147483647)\"")));
+    EXPECT_THAT(journal().logs(), Contains(::testing::EndsWith("(status text 1)\"")));
+}
+
 TEST_F(OnvifTargetDevicesTest, doesNotLookAtTheResultOfARegistration)
 {
     platform().offerAllServices();
@@ -464,6 +487,16 @@ TEST_F(OnvifTargetDevicesTest, followsOrientationChanges)
     platform().rotation.fire(180U);
     EXPECT_EQ(target->getFrameOrientation(), 180U);
     EXPECT_THAT(journal().all(), ElementsAre("log 6 \"rotation call back\"", "onOrientationChanged Motion 180"));
+}
+
+TEST_F(OnvifTargetDevicesTest, knowsTheOrientationBeforeTheEnginesHearOfIt)
+{
+    offer("rotate", "r0");
+    build();
+    unsigned int seen = 0;
+    motion->before["onOrientationChanged"] = [&] { seen = target->getFrameOrientation(); };
+    platform().rotation.fire(90U);
+    EXPECT_EQ(seen, 90U);
 }
 
 TEST_F(OnvifTargetDevicesTest, takesTheConfiguredAngleWithoutARotationService)
