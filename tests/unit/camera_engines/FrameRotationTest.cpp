@@ -139,6 +139,24 @@ TEST_P(FrameRotationTest, staysInsideItsMemoryForOddSizes)
     }
 }
 
+// Such a frame has a broken format; what lies behind its last row belongs to somebody else.
+TEST_P(FrameRotationTest, turnsNoMoreThanTheStrideHolds)
+{
+    for (const auto& [width, stride] : {std::pair<unsigned, unsigned>{16, 8}, {640, 33}, {2, 1}, {16, 0}}) {
+        std::vector<std::uint8_t> bytes(std::size_t{stride} * 16 * 3 / 2);
+        YuvFrame source;
+        source.data = bytes.data();
+        source.width = width;
+        source.height = 16;
+        source.bytesPerRow = stride;
+        YuvFrame turned = source;
+        turn(GetParam(), source, turned);
+        EXPECT_EQ(turned.width, GetParam() == 180 ? stride & ~1U : 16) << width << "/" << stride;
+        EXPECT_EQ(turned.height, GetParam() == 180 ? 16 : stride & ~1U) << width << "/" << stride;
+        std::free(turned.data);
+    }
+}
+
 TEST_P(FrameRotationTest, leavesTheDestinationAloneWhenTheImageIsTooBigForMemory)
 {
     for (const auto& [width, height] : {std::pair<std::uint64_t, std::uint64_t>{0x8000'0000, 2},
