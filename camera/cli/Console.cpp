@@ -60,7 +60,9 @@ void Console::line(const std::string& text)
 void Console::error(const std::string& text)
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    print(err, "camera: " + printable(text) + "\n");
+    // Sentences come from every room of the house; here they all end alike.
+    const bool ended = !text.empty() && text.back() == '.';
+    print(err, "camera: " + printable(text) + (ended ? "\n" : ".\n"));
 }
 
 void Console::log(const std::string& text)

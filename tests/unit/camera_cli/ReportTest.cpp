@@ -61,6 +61,7 @@ TEST(Console, writesLinesAndRefusalsApart)
         console.status("not shown where nobody looks");
         console.line("a line");
         console.error("a refusal\x1b");
+        console.error("a whole sentence.");
         console.log("12:00 error x: y\n");
     }
     const auto content = [](std::FILE* file) {
@@ -71,7 +72,7 @@ TEST(Console, writesLinesAndRefusalsApart)
         return text;
     };
     EXPECT_EQ("a line\n", content(out));
-    EXPECT_EQ("camera: a refusal\\x1b\n12:00 error x: y\n", content(err));
+    EXPECT_EQ("camera: a refusal\\x1b.\ncamera: a whole sentence.\n12:00 error x: y\n", content(err));
 }
 
 TEST(Console, noticesThatNothingCanBeWritten)

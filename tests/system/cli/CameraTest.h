@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Documents.h"
+#include "Program.h"
+#include "unit/camera_video/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace camera::system_tests {
+
+// Objects come once the engines have learned the ground, and go again.
+inline const std::string kScene = "scene:size=640x360,frames=150,objects=2,enter=40,leave=100,noise=2,start=1700000000";
+
+inline constexpr char kCellTopic[] = "tns1:RuleEngine/CellMotionDetector/Motion";
+inline constexpr char kRegionTopic[] = "tns1:RuleEngine/MotionRegionDetector/Motion";
+
+class CameraTest : public testing::Test {
+protected:
+    std::string path(const std::string& name) const { return folder.path(name); }
+    std::string write(const std::string& name, const std::string& content) const { return folder.write(name, content); }
+    static std::string read(const std::string& file) { return video::TemporaryFolder::read(file); }
+
+    std::string simple(const std::string& rule = "Anything") const
+    {
+        return write("simple.xml", simpleConfiguration(rule));
+    }
+    std::string motion(const std::string& rule = "Path", const std::string& preset = "") const
+    {
+        return write("motion.xml", motionConfiguration(rule, preset));
+    }
+    std::string state() const { return path("state"); }
+
+    static std::size_t count(const std::string& text, const std::string& part)
+    {
+        std::size_t found = 0;
+        for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+            ++found;
+        }
+        return found;
+    }
+
+    video::TemporaryFolder folder;
+};
+
+} // namespace camera::system_tests

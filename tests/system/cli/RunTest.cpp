@@ -1,0 +1,203 @@
+#include "CameraTest.h"
+
+#include <csignal>
+#include <filesystem>
+#include <regex>
+#include <sstream>
+
+namespace camera::system_tests {
+namespace {
+
+using testing::AllOf;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+class RunTest : public CameraTest {
+protected:
+    static std::string eventLines(const std::string& out)
+    {
+        std::string lines;
+        std::istringstream input(out);
+        for (std::string line; std::getline(input, line);) {
+            lines += line.compare(0, 5, "event") == 0 ? line + "\n" : "";
+        }
+        return lines;
+    }
+};
+
+TEST_F(RunTest, analysesASceneAndReportsEventsFilesAndSummary)
+{
+    const Finished done =
+        camera({"run", kScene, "--config", simple(), "--config", motion(), "--speed", "max", "--state", state(),
+                "--metadata", path("m.xml"), "--overlay", path("o.mp4"), "--picture", path("p.png")});
+    EXPECT_EQ(0, done.exitCode) << done.err;
+    EXPECT_EQ("", done.err);
+    for (const std::string topic : {kCellTopic, kRegionTopic}) {
+        EXPECT_THAT(done.out, HasSubstr(topic));
+    }
+    EXPECT_THAT(done.out, ContainsRegex("event  2023-11-14T22:13:2[0-9.]+Z  " + std::string(kCellTopic) +
+                                        "  Anything.*IsMotion=true"));
+    EXPECT_THAT(done.out, ContainsRegex(std::string(kCellTopic) + "  Anything.*IsMotion=false"));
+    EXPECT_THAT(done.out, ContainsRegex(std::string(kRegionTopic) + "  Path.*State=true"));
+    EXPECT_THAT(done.out, ContainsRegex(std::string(kRegionTopic) + "  Path.*State=false"));
+    EXPECT_THAT(done.out, HasSubstr("  frames    150 in "));
+    EXPECT_THAT(done.out, HasSubstr("  metadata  150 documents"));
+    EXPECT_THAT(done.out, HasSubstr("rule 'Anything' (tt:CellMotionDetector)"));
+    EXPECT_THAT(done.out, HasSubstr("rule 'Path' (tt:MotionRegionDetector)"));
+    EXPECT_THAT(done.out, ContainsRegex("objects   [1-9][0-9]*, at most [1-9]"));
+    for (const std::string file : {"m.xml", "o.mp4", "p.png"}) {
+        EXPECT_THAT(done.out, HasSubstr("written   " + path(file)));
+    }
+    EXPECT_EQ(150U, count(read(path("m.xml")), "<tt:MetadataStream"));
+    EXPECT_EQ("\x89PNG", read(path("p.png")).substr(0, 4));
+    EXPECT_EQ("ftyp", read(path("o.mp4")).substr(4, 4));
+}
+
+TEST_F(RunTest, itsOverlayVideoIsAnInputLikeAnyOther)
+{
+    ASSERT_EQ(0, camera({"run", kScene, "--frames", "30", "--speed", "max", "--overlay", path("o.mp4")}).exitCode);
+    const Finished again = camera({"run", path("o.mp4"), "--speed", "max"});
+    EXPECT_EQ(0, again.exitCode) << again.err;
+    EXPECT_THAT(again.out, HasSubstr("  frames    30 in "));
+}
+
+TEST_F(RunTest, findsEveryStoredConfigurationAgainAfterARestart)
+{
+    const std::string endless = "scene:size=320x180,objects=0,frames=10";
+    const Finished first = camera({"run", endless, "--config", simple(), "--config", motion(), "--speed", "max",
+                                   "--state", state(), "--metadata", path("1.xml")});
+    ASSERT_EQ(0, first.exitCode) << first.err;
+    const Finished second = camera({"run", endless, "--speed", "max", "--state", state(), "--metadata", path("2.xml")});
+    EXPECT_EQ(0, second.exitCode) << second.err;
+    for (const std::string name : {"module 'Cells'", "module 'Objects'", "rule 'Anything'", "rule 'Path'"}) {
+        EXPECT_THAT(second.out, HasSubstr(name));
+    }
+    const std::regex time("UtcTime=\"([^\"]+)\"");
+    const std::string before = read(path("1.xml"));
+    const std::string after = read(path("2.xml"));
+    std::string last;
+    for (std::sregex_iterator match(before.begin(), before.end(), time), end; match != end; ++match) {
+        EXPECT_LE(last, (*match)[1].str());
+        last = (*match)[1];
+    }
+    std::smatch firstTime;
+    ASSERT_TRUE(std::regex_search(after, firstTime, time));
+    EXPECT_LT(last, firstTime[1].str());
+}
+
+TEST_F(RunTest, keepsNothingWithoutAStateFolder)
+{
+    const Finished first = camera({"run", kScene, "--frames", "2", "--config", simple(), "--speed", "max"});
+    EXPECT_THAT(first.out, HasSubstr("not kept; --state DIR keeps them"));
+    EXPECT_THAT(camera({"run", kScene, "--frames", "2", "--speed", "max"}).out, HasSubstr("no rule and no module"));
+}
+
+TEST_F(RunTest, theEnginesSeeTheSamePictureHoweverTheCameraIsMounted)
+{
+    std::string upright;
+    std::string uprightEvents;
+    for (const std::string degrees : {"0", "90", "180", "270"}) {
+        const Finished done = camera({"run", kScene, "--config", simple(), "--config", motion(), "--speed", "max",
+                                      "--orientation", degrees, "--metadata", path("m.xml")});
+        ASSERT_EQ(0, done.exitCode) << done.err;
+        const std::string metadata = read(path("m.xml"));
+        if (degrees == "0") {
+            upright = metadata;
+            uprightEvents = eventLines(done.out);
+            EXPECT_THAT(uprightEvents, HasSubstr("IsMotion=true"));
+        }
+        EXPECT_EQ(uprightEvents, eventLines(done.out)) << degrees;
+        EXPECT_TRUE(upright == metadata) << degrees;
+    }
+}
+
+TEST_F(RunTest, standsAtAPresetAndAppliesWhatIsStoredForIt)
+{
+    const std::string forDoor = motion("Door rule", "Door");
+    const Finished there =
+        camera({"run", kScene, "--config", forDoor, "--preset", "Door", "--speed", "max", "--state", state()});
+    EXPECT_EQ(0, there.exitCode) << there.err;
+    EXPECT_THAT(there.out, HasSubstr("rule 'Door rule' (tt:MotionRegionDetector, preset Door)"));
+    EXPECT_THAT(there.out, HasSubstr("State=true"));
+
+    const Finished elsewhere =
+        camera({"run", kScene, "--config", forDoor, "--preset", "Gate", "--speed", "max", "--state", state()});
+    EXPECT_EQ(0, elsewhere.exitCode) << elsewhere.err;
+    EXPECT_THAT(elsewhere.out, HasSubstr("is stored for another place than the one where the camera stands"));
+    EXPECT_THAT(elsewhere.out, Not(HasSubstr("State=true")));
+
+    const Finished back = camera({"run", kScene, "--preset", "Door", "--speed", "max", "--state", state()});
+    EXPECT_THAT(back.out, HasSubstr("State=true"));
+}
+
+TEST_F(RunTest, endsCleanlyOnASignalAndCompletesItsFiles)
+{
+    for (const int number : {SIGINT, SIGTERM}) {
+        Program running(cameraWords({"run", "scene:size=320x180,objects=2,enter=15,frames=0", "--config", simple(),
+                                     "--speed", "real", "--overlay", path("o.mp4"), "--metadata", path("m.xml")}));
+        ASSERT_TRUE(running.waitForOutput("event  "));
+        running.signal(number);
+        const Finished done = running.wait();
+        EXPECT_EQ(0, done.exitCode) << done.err;
+        EXPECT_THAT(done.out, AllOf(HasSubstr("  frames    "), HasSubstr("ended     by a signal")));
+        EXPECT_THAT(read(path("o.mp4")), HasSubstr("moov"));
+        EXPECT_THAT(camera({"run", path("o.mp4"), "--speed", "max"}).exitCode, 0);
+    }
+}
+
+TEST_F(RunTest, endsAfterTheFramesAskedForAlsoInALoop)
+{
+    const Finished done = camera({"run", "scene:size=64x64,frames=5", "--loop", "--frames", "12", "--speed", "max"});
+    EXPECT_EQ(0, done.exitCode) << done.err;
+    EXPECT_THAT(done.out, HasSubstr("  frames    12 in "));
+}
+
+TEST_F(RunTest, showsALiveStatusLineOnATerminal)
+{
+    Program::Settings settings;
+    settings.terminal = true;
+    const Finished done = camera({"run", kScene, "--config", simple(), "--speed", "max"}, settings);
+    EXPECT_EQ(0, done.exitCode);
+    EXPECT_THAT(done.out, ContainsRegex("frames [0-9]+  [0-9.]+/s  objects [0-9]+  events [0-9]+"));
+    EXPECT_THAT(done.out, HasSubstr("\r\x1b[K"));
+    EXPECT_THAT(done.out, HasSubstr("event  "));
+}
+
+TEST_F(RunTest, sendsNoTerminalCodesToAFile)
+{
+    EXPECT_THAT(camera({"run", kScene, "--speed", "max"}).out, Not(HasSubstr("\x1b")));
+}
+
+TEST_F(RunTest, saysMoreWhenAsked)
+{
+    const Finished quiet = camera({"run", kScene, "--frames", "2", "--speed", "max", "--config", simple()});
+    EXPECT_EQ("", quiet.err);
+    const Finished more = camera({"run", kScene, "--frames", "2", "--speed", "max", "--config", simple(), "-v"});
+    EXPECT_THAT(more.err, HasSubstr("info DETECTION: "));
+    EXPECT_THAT(more.err, Not(HasSubstr("debug ")));
+    const Finished all = camera({"run", kScene, "--frames", "2", "--speed", "max", "--config", simple(), "-v", "-v"});
+    EXPECT_THAT(all.err, HasSubstr("debug DETECTION: "));
+}
+
+TEST_F(RunTest, rewritesThePrefixesOfAConfiguration)
+{
+    std::string foreign = simpleConfiguration("Foreign");
+    for (const auto& [from, to] : {std::pair<std::string, std::string>{"<tt:", "<on:"},
+                                   {"</tt:", "</on:"},
+                                   {"\"tt:", "\"on:"},
+                                   {"xmlns:tt=", "xmlns:on="}}) {
+        for (std::size_t at = foreign.find(from); at != std::string::npos; at = foreign.find(from, at)) {
+            foreign.replace(at, from.size(), to);
+        }
+    }
+    ASSERT_THAT(foreign, Not(HasSubstr("tt:")));
+    const Finished done =
+        camera({"run", kScene, "--frames", "2", "--speed", "max", "--config", write("foreign.xml", foreign)});
+    EXPECT_EQ(0, done.exitCode) << done.err;
+    EXPECT_THAT(done.out, HasSubstr("rule 'Foreign' (tt:CellMotionDetector)"));
+}
+
+} // namespace
+} // namespace camera::system_tests

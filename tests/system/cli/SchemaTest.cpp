@@ -1,0 +1,95 @@
+#include "CameraTest.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+
+namespace camera::system_tests {
+namespace {
+
+using testing::HasSubstr;
+
+namespace fs = std::filesystem;
+
+// The schemas as the validator takes them, made once from a copy: the originals stay as they are.
+class SchemaTest : public CameraTest {
+protected:
+    void SetUp() override
+    {
+        if (!fs::exists(ONVIF_SCHEMAS "/make_libxml2_overlay.py")) {
+            GTEST_SKIP() << "the ONVIF schemas are not here: " ONVIF_SCHEMAS;
+        }
+        if (run({"xmllint", "--version"}).exitCode != 0) {
+            GTEST_SKIP() << "xmllint is missing";
+        }
+        const std::string schemas = path("onvif");
+        fs::copy(ONVIF_SCHEMAS, schemas, fs::copy_options::recursive);
+        setenv("XML_CATALOG_FILES", (schemas + "/wsdl/catalog.xml").c_str(), 1);
+        const Finished made = run({"/usr/bin/python3", schemas + "/make_libxml2_overlay.py"});
+        if (made.exitCode != 0 && made.err.find("lxml") != std::string::npos) {
+            GTEST_SKIP() << "python3-lxml is missing";
+        }
+        ASSERT_EQ(0, made.exitCode) << made.err;
+        schema = schemas + "/xsd-libxml2/tt-all.xsd";
+    }
+
+    Finished validate(const Words& files) const
+    {
+        Words words = {"xmllint", "--nonet", "--noout", "--schema", schema};
+        words.insert(words.end(), files.begin(), files.end());
+        return run(words);
+    }
+
+    // The metadata file holds one document after another, a line each.
+    Words splitDocuments(const std::string& file) const
+    {
+        Words files;
+        std::istringstream documents(read(file));
+        for (std::string line; std::getline(documents, line);) {
+            files.push_back(write("document" + std::to_string(files.size()) + ".xml", line));
+        }
+        return files;
+    }
+
+    std::string schema;
+};
+
+TEST_F(SchemaTest, refusesWhatIsNotValidSoThatTheseTestsCanFail)
+{
+    const std::string bad = write("bad.xml", "<tt:MetadataStream xmlns:tt='http://www.onvif.org/ver10/schema'>"
+                                             "<tt:VideoAnalytics><tt:Frame/></tt:VideoAnalytics></tt:MetadataStream>");
+    const Finished done = validate({bad});
+    EXPECT_NE(0, done.exitCode);
+    EXPECT_THAT(done.err, HasSubstr("UtcTime"));
+}
+
+TEST_F(SchemaTest, acceptsEveryMetadataDocumentOfARun)
+{
+    ASSERT_EQ(0, camera({"run", kScene, "--config", simple(), "--config", motion(), "--speed", "max", "--metadata",
+                         path("m.xml")})
+                     .exitCode);
+    const Words documents = splitDocuments(path("m.xml"));
+    ASSERT_EQ(150U, documents.size());
+    EXPECT_THAT(read(path("m.xml")), HasSubstr("<tt:Object "));
+    const Finished done = validate(documents);
+    EXPECT_EQ(0, done.exitCode) << done.err;
+}
+
+TEST_F(SchemaTest, acceptsTheMergedConfiguration)
+{
+    ASSERT_EQ(0, camera({"config", "set", simple(), motion(), "--state", state()}).exitCode);
+    const std::string merged = write("merged.xml", camera({"config", "get", "--state", state()}).out);
+    EXPECT_THAT(read(merged), HasSubstr("Name=\"Path\""));
+    const Finished done = validate({merged});
+    EXPECT_EQ(0, done.exitCode) << done.err;
+}
+
+TEST_F(SchemaTest, acceptsTheMergedConfigurationOfACameraWithoutAny)
+{
+    const std::string merged = write("merged.xml", camera({"config", "get", "--state", state()}).out);
+    const Finished done = validate({merged});
+    EXPECT_EQ(0, done.exitCode) << done.err;
+}
+
+} // namespace
+} // namespace camera::system_tests
