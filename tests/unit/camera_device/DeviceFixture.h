@@ -1,0 +1,84 @@
+#pragma once
+
+#include "camera/device/Device.h"
+#include "camera/meridan/FrameBuffer.h"
+#include "camera/ravel/Log.h"
+#include "unit/camera_device/HostedEngines.h"
+#include "unit/camera_ravel/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// A device over the real module in a state folder of its own.
+class DeviceFixture : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        camera::ravel::Log::instance().setWriter([this](const std::string& line) {
+            const std::lock_guard<std::mutex> lock(_linesMutex);
+            _lines.push_back(line);
+        });
+        hosted.reset({"Motion"});
+        options.pluginPath = DETECTION_MODULE;
+        options.stateDir = folder / "state";
+    }
+
+    void TearDown() override
+    {
+        device.reset();
+        hosted.ptz.reset();
+        camera::ravel::Log::instance().setWriter({});
+        EXPECT_EQ(camera::meridan::FrameBuffer::alive(), 0u) << "a buffer never came back";
+    }
+
+    void start()
+    {
+        device.reset();
+        device = std::make_unique<camera::device::Device>(options);
+    }
+
+    std::string refusal()
+    {
+        try {
+            start();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "not refused";
+    }
+
+    static camera::video::Frame anyFrame(std::uint32_t seconds = 1700000000)
+    {
+        camera::video::Frame frame;
+        frame.sizeBytes = 32 * 16 * 3 / 2;
+        frame.data =
+            std::shared_ptr<std::uint8_t>(new std::uint8_t[frame.sizeBytes](), std::default_delete<std::uint8_t[]>());
+        frame.width = 32;
+        frame.height = 16;
+        frame.strideBytes = 32;
+        frame.seconds = seconds;
+        frame.nanoseconds = 5;
+        return frame;
+    }
+
+    std::vector<std::string> lines() const
+    {
+        const std::lock_guard<std::mutex> lock(_linesMutex);
+        return _lines;
+    }
+
+    const TemporaryFolder folder;
+    Hosted& hosted = Hosted::instance();
+    camera::device::Options options;
+    std::unique_ptr<camera::device::Device> device;
+
+private:
+    mutable std::mutex _linesMutex;
+    std::vector<std::string> _lines;
+};

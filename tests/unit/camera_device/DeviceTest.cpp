@@ -1,0 +1,418 @@
+#include "unit/camera_device/DeviceFixture.h"
+
+#include "camera/meridan/PositioningUnit.h"
+#include "camera/ravel/Environment.h"
+#include "camera/ravel/StateLock.h"
+
+#include <sqlite3.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <unistd.h>
+
+namespace {
+
+using camera::device::Device;
+using camera::device::FrameOutputs;
+using camera::device::PtzOption;
+using camera::ravel::Event;
+using camera::ravel::ServiceFault;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+using DeviceTest = DeviceFixture;
+
+TEST_F(DeviceTest, buildsThePluginAndAnalysesFrames)
+{
+    hosted.names = {"Motion", "Simple"};
+    std::vector<std::string> seen;
+    hosted.onFrame = [&](const std::string& engine, const Hosted::Frame& frame, MetadataBuffers&) {
+        seen.push_back(engine + " " + std::to_string(frame.timestamp[0]) + "." + std::to_string(frame.timestamp[1]) +
+                       " " + std::to_string(frame.width) + "x" + std::to_string(frame.height) + "/" +
+                       std::to_string(frame.bytesPerRow));
+        return true;
+    };
+    start();
+    EXPECT_TRUE(device->deliver(anyFrame(1700000001)));
+    EXPECT_TRUE(device->deliver(anyFrame(1700000002)));
+    EXPECT_THAT(seen, ElementsAre("Motion 1700000001.5 32x16/32", "Simple 1700000001.5 32x16/32",
+                                  "Motion 1700000002.5 32x16/32", "Simple 1700000002.5 32x16/32"));
+    EXPECT_EQ(device->statistics().frames, 2u);
+    EXPECT_EQ(device->statistics().framesFailed, 0u);
+}
+
+TEST_F(DeviceTest, letsThePluginWorkOnTheFrameItselfAndKeepsItForOthers)
+{
+    const camera::video::Frame frame = anyFrame();
+    const std::uint8_t* data = nullptr;
+    hosted.onFrame = [&](const std::string&, const Hosted::Frame& seen, MetadataBuffers&) {
+        data = seen.data;
+        return true;
+    };
+    start();
+    device->deliver(frame);
+    EXPECT_EQ(data, frame.data.get());
+    EXPECT_EQ(frame.data.use_count(), 1);
+}
+
+TEST_F(DeviceTest, countsTheEmptyBuffersThatComeOutOfThePlugin)
+{
+    start();
+    EXPECT_TRUE(device->deliverEmpty());
+    EXPECT_TRUE(device->deliverEmpty());
+    EXPECT_EQ(device->statistics().emptyBuffers, 2u);
+    EXPECT_EQ(device->statistics().frames, 0u);
+}
+
+TEST_F(DeviceTest, goesOnAfterAFrameThatFailed)
+{
+    int frame = 0;
+    hosted.onFrame = [&](const std::string&, const Hosted::Frame&, MetadataBuffers&) -> bool {
+        if (++frame == 1) {
+            throw std::runtime_error("engine broke");
+        }
+        if (frame == 2) {
+            throw 7;
+        }
+        return true;
+    };
+    start();
+    EXPECT_FALSE(device->deliver(anyFrame()));
+    EXPECT_FALSE(device->deliver(anyFrame()));
+    EXPECT_TRUE(device->deliver(anyFrame()));
+    EXPECT_EQ(device->statistics().frames, 3u);
+    EXPECT_EQ(device->statistics().framesFailed, 2u);
+    EXPECT_THAT(lines(), Contains(HasSubstr("error device: a frame failed: engine broke")));
+}
+
+TEST_F(DeviceTest, handsOutWhatTheEnginesWroteTogetherWithTheFrame)
+{
+    hosted.names = {"Motion", "Simple"};
+    options.engineCount = 2;
+    hosted.onFrame = [](const std::string& engine, const Hosted::Frame&, MetadataBuffers& outputs) {
+        std::memcpy(outputs.drawingBuffer, engine.data(), engine.size());
+        outputs.drawingBufferUsed = static_cast<std::uint32_t>(engine.size());
+        outputs.motionBuffer[outputs.motionBufferUsed++] = static_cast<std::uint8_t>(engine[0]);
+        return true;
+    };
+    start();
+    std::vector<std::string> seen;
+    device->onFrameOutputs([&](const FrameOutputs& outputs) {
+        seen.push_back(std::to_string(outputs.frame.seconds) + " " +
+                       std::string(reinterpret_cast<const char*>(outputs.drawing), outputs.drawingBytes) + " " +
+                       std::string(reinterpret_cast<const char*>(outputs.motion), outputs.motionBytes));
+    });
+    device->deliver(anyFrame(1700000009));
+    EXPECT_THAT(seen, ElementsAre("1700000009 MotionSimple MS"));
+}
+
+TEST_F(DeviceTest, raisesEventsForWhoeverListens)
+{
+    start();
+    std::vector<std::string> events;
+    auto subscription = device->onEvent(
+        [&](const Event& event) { events.push_back(event.topic + "|" + event.source + "|" + event.data); });
+    std::thread engine([&] { hosted.events.load()->OnEvent("topic", "rule", "<tt:Message/>"); });
+    engine.join();
+    device->drain();
+    EXPECT_THAT(events, ElementsAre("topic|rule|<tt:Message/>"));
+    EXPECT_EQ(device->statistics().events, 1u);
+    subscription.reset();
+    hosted.events.load()->OnEvent("topic", "rule", "unheard");
+    device->drain();
+    EXPECT_EQ(events.size(), 1u);
+}
+
+TEST_F(DeviceTest, writesMetadataDocumentsToTheFileAndToTheConsumer)
+{
+    options.metadataFile = folder / "metadata.xml";
+    hosted.onFrame = [](const std::string&, const Hosted::Frame& frame, MetadataBuffers& outputs) {
+        outputs.metadataXml =
+            frame.timestamp[0] % 2 == 0 ? "<frame n=\"" + std::to_string(frame.timestamp[0]) + "\"/>" : "";
+        return true;
+    };
+    start();
+    std::vector<std::string> documents;
+    device->onMetadata([&](const std::string& document) { documents.push_back(document); });
+    for (std::uint32_t second = 10; second < 15; ++second) {
+        device->deliver(anyFrame(second));
+    }
+    device->drain();
+    EXPECT_THAT(documents, ElementsAre("<frame n=\"10\"/>", "<frame n=\"12\"/>", "<frame n=\"14\"/>"));
+    EXPECT_EQ(device->statistics().documents, 3u);
+    EXPECT_EQ(device->statistics().documentsWritten, 3u);
+    device.reset();
+    std::ifstream stream(folder / "metadata.xml");
+    const std::string content{std::istreambuf_iterator<char>(stream), {}};
+    EXPECT_EQ(content, "<frame n=\"10\"/>\n<frame n=\"12\"/>\n<frame n=\"14\"/>\n");
+}
+
+TEST_F(DeviceTest, opensTheMetadataStreamOnceTheServiceAppears)
+{
+    options.faults.metadataStreamer = ServiceFault::absent;
+    hosted.onFrame = [](const std::string&, const Hosted::Frame&, MetadataBuffers& outputs) {
+        outputs.metadataXml = "<frame/>";
+        return true;
+    };
+    start();
+    EXPECT_TRUE(device->deliver(anyFrame()));
+    device->environment().metadataStreamer.setFault(ServiceFault::failsInit);
+    EXPECT_TRUE(device->deliver(anyFrame()));
+    EXPECT_THAT(lines(), Contains(HasSubstr("failed to open metadata stream")));
+    EXPECT_EQ(device->statistics().documents, 0u);
+    device->environment().metadataStreamer.setFault(ServiceFault::none);
+    EXPECT_TRUE(device->deliver(anyFrame()));
+    EXPECT_EQ(device->statistics().documents, 1u);
+    EXPECT_EQ(device->environment().metadataStreamer.openConnections(), 1u);
+}
+
+TEST_F(DeviceTest, keepsAConfigurationAcrossARestart)
+{
+    start();
+    EXPECT_TRUE(device->target().setConfiguration(documentFor("Motion")));
+    EXPECT_THAT(hosted.journal(), Contains("Motion activates " + documentFor("Motion")));
+    hosted.reset({"Motion"});
+    start();
+    EXPECT_THAT(hosted.journal(), Contains("Motion activates " + documentFor("Motion")));
+}
+
+TEST_F(DeviceTest, arrivesAtThePresetOnceThePluginIsBuilt)
+{
+    options.ptz = PtzOption{{{"Gate", 10000, -5000, 200}}, "Gate"};
+    std::string position;
+    hosted.onFrame = [&](const std::string&, const Hosted::Frame& frame, MetadataBuffers&) {
+        position = std::to_string(frame.pan) + "," + std::to_string(frame.tilt) + "," + std::to_string(frame.zoom);
+        return true;
+    };
+    start();
+    EXPECT_TRUE(device->target().setConfiguration(documentFor("Motion", "Gate")));
+    EXPECT_THAT(hosted.journal(), Contains("Motion activates " + documentFor("Motion", "Gate")));
+    EXPECT_THAT(device->target().usedPtzPresets(), ElementsAre("Gate"));
+    device->deliver(anyFrame());
+    EXPECT_EQ(position, "10000,-5000,200");
+}
+
+TEST_F(DeviceTest, givesAPresetThatNobodyDescribedAPlaceOfItsOwn)
+{
+    options.ptz = PtzOption{{{"Gate", 0, 0, 100}}, "Yard"};
+    start();
+    EXPECT_EQ(device->positioning().activePreset(), "Yard");
+    EXPECT_NE(device->positioning().preset("Yard")->position.pan, device->positioning().preset("Gate")->position.pan);
+    EXPECT_TRUE(device->goToPreset("Gate"));
+    EXPECT_FALSE(device->goToPreset("Roof"));
+}
+
+TEST_F(DeviceTest, isAFixedCameraWithoutPtz)
+{
+    start();
+    EXPECT_FALSE(device->goToPreset("Gate"));
+    ASSERT_NE(hosted.ptz, nullptr);
+    EXPECT_FALSE(hosted.ptz->IsValid());
+}
+
+TEST_F(DeviceTest, turnsFramesAsConfiguredOrAsTheRotationServiceSays)
+{
+    options.orientation = 180;
+    hosted.onFrame = [](const std::string&, const Hosted::Frame& frame, MetadataBuffers& outputs) {
+        outputs.metadataXml = frame.data[0] == 9 ? "upright" : "turned";
+        return true;
+    };
+    camera::video::Frame frame = anyFrame();
+    frame.data.get()[0] = 9;
+    std::vector<std::string> documents;
+    const auto run = [&] {
+        start();
+        device->onMetadata([&](const std::string& document) { documents.push_back(document); });
+        device->deliver(frame);
+        device->drain();
+    };
+    run();
+    EXPECT_THAT(hosted.journal(), Contains("Motion orientation 180"));
+    EXPECT_THAT(lines(), Not(Contains(HasSubstr("rotation"))));
+    options.orientation = 0;
+    run();
+    options.rotationService = true;
+    run();
+    device->environment().rotation.setAngle(180);
+    device->drain();
+    device->deliver(frame);
+    device->drain();
+    EXPECT_THAT(documents, ElementsAre("turned", "upright", "upright", "turned"));
+}
+
+TEST_F(DeviceTest, runsWithEveryServiceSwitchedOff)
+{
+    options.faults.dayNight = ServiceFault::absent;
+    options.faults.windowBlanking = ServiceFault::noTargets;
+    options.faults.metadataStreamer = ServiceFault::absent;
+    options.faults.configurationFails = true;
+    start();
+    EXPECT_TRUE(device->deliver(anyFrame()));
+    EXPECT_THAT(lines(), AllOf(Contains(HasSubstr("initializeDayNightEvents: day_night service not found")),
+                               Contains(HasSubstr("initializeWindowBlankingEvents: window_blanking service not found")),
+                               Contains(HasSubstr("Failed to get default rotation position: the service failed"))));
+    EXPECT_THAT(hosted.journal(), Contains("Motion orientation 0"));
+}
+
+TEST_F(DeviceTest, runsWithServicesThatFail)
+{
+    options.faults.dayNight = ServiceFault::failsInit;
+    options.faults.windowBlanking = ServiceFault::failsQuery;
+    options.faults.rotation = ServiceFault::failsQuery;
+    options.rotationService = true;
+    options.orientation = 90;
+    start();
+    EXPECT_TRUE(device->deliver(anyFrame()));
+    EXPECT_THAT(lines(), AllOf(Contains(HasSubstr("get day/night service exception: ")),
+                               Contains(HasSubstr("get window blanking service exception: ")),
+                               Contains(HasSubstr("get rotation service exception: "))));
+    EXPECT_THAT(hosted.journal(), Contains("Motion orientation 0"));
+}
+
+TEST_F(DeviceTest, passesDeviceEventsToTheEngines)
+{
+    start();
+    device->environment().windowBlanking.setEnabled(true);
+    device->environment().dayNight.movement(true);
+    device->drain();
+    EXPECT_THAT(hosted.journal(), Contains("Motion blanking on 128,128,128"));
+    EXPECT_EQ(hosted.journal().back(), "Motion clearAllRules");
+}
+
+TEST_F(DeviceTest, offersTheTargetsOperationsAsValues)
+{
+    hosted.names = {"Motion", "Simple"};
+    start();
+    auto& target = device->target();
+    EXPECT_THAT(target.eventTopics(), ElementsAre("tns1:RuleEngine/Motion", "tns1:RuleEngine/Simple"));
+    EXPECT_THAT(target.supportedRules(), ElementsAre("tt:MotionRule", "tt:Other", "tt:SimpleRule", "tt:Other"));
+    EXPECT_THAT(target.supportedEngines(), ElementsAre("tt:MotionEngine", "tt:SimpleEngine"));
+    EXPECT_THAT(target.currentRules(), IsEmpty());
+    EXPECT_THAT(target.usedPtzPresets(), IsEmpty());
+    EXPECT_TRUE(target.setConfiguration(documentFor("Simple")));
+    EXPECT_FALSE(target.setConfiguration(documentFor("Nobody"))) << "no engine claims it";
+    EXPECT_FALSE(target.setConfiguration(documentFor("Motion", "", "invalid")));
+    EXPECT_THAT(target.currentConfiguration(), StartsWith("<tt:VideoAnalyticsConfiguration>"));
+    EXPECT_THAT(target.presetConfiguration("Gate"), StartsWith("<tt:VideoAnalyticsConfiguration>"));
+    target.writeFramesToFile("Motion", "/frames", 5);
+    target.readFramesFromFile("Simple", "/frames", true);
+    EXPECT_THAT(hosted.journal(), AllOf(Contains("Motion writes /frames 5"), Contains("Simple reads /frames flagged")));
+    target.restoreDefaultSettings();
+}
+
+TEST_F(DeviceTest, decodesTheStatusWords)
+{
+    using camera::device::Outcome;
+    start();
+    auto& target = device->target();
+    const std::string rule = "<tt:Rule Name=\"R\" Type=\"tt:Good\"><tt:Parameters/></tt:Rule>";
+    const std::string bad = "<tt:Rule Name=\"R\" Type=\"invalid\"><tt:Parameters/></tt:Rule>";
+    EXPECT_TRUE(target.createRules({rule}).ok());
+    EXPECT_TRUE(target.modifyRules({}).ok());
+    EXPECT_EQ(target.createRules({rule, bad}).outcome, Outcome::refused);
+    EXPECT_EQ(target.createRules({"no xml"}).outcome, Outcome::refused);
+    EXPECT_EQ(target.deleteRules({"unknown"}).outcome, Outcome::notFound);
+    EXPECT_EQ(target.deleteEngines({"unknown"}).outcome, Outcome::notFound);
+    const std::string module = "<tt:AnalyticsModule Name=\"M\" Type=\"invalid\"><tt:Parameters/></tt:AnalyticsModule>";
+    EXPECT_EQ(target.createEngines({module}).outcome, Outcome::refused);
+    EXPECT_EQ(target.modifyEngines({module}).outcome, Outcome::refused);
+    EXPECT_TRUE(target.deleteRules({"R"}).ok());
+    EXPECT_EQ(describe(Outcome::refused), "refused: one of the rules or modules is not valid");
+    EXPECT_EQ(describe(static_cast<Outcome>(9)), "unknown outcome 9");
+}
+
+TEST_F(DeviceTest, refusesTextsThatHoldANul)
+{
+    start();
+    const std::string nul("a\0b", 3);
+    EXPECT_THROW(device->target().setConfiguration(nul), std::invalid_argument);
+    EXPECT_THROW(device->target().createRules({"fine", nul}), std::invalid_argument);
+    EXPECT_THROW(device->target().presetConfiguration(nul), std::invalid_argument);
+    EXPECT_THROW(device->target().writeFramesToFile(nul, "path", 1), std::invalid_argument);
+}
+
+TEST_F(DeviceTest, tellsTheClientReadablyThatSettingsCouldNotBeStored)
+{
+    start();
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open((options.stateDir / "settings.db").c_str(), &database), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE settings", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+    try {
+        device->target().setConfiguration(documentFor("Motion"));
+        FAIL() << "the store had no table left";
+    } catch (const std::runtime_error& error) {
+        EXPECT_THAT(error.what(), StartsWith("the settings \"OnvifAnalytics\" could not be stored in " +
+                                             (options.stateDir / "settings.db").string() + ": "));
+    }
+    EXPECT_TRUE(device->deliver(anyFrame())) << "the device lives on";
+}
+
+TEST_F(DeviceTest, refusesAStateFolderThatIsInUse)
+{
+    const camera::ravel::StateLock lock(options.stateDir);
+    EXPECT_THAT(refusal(), HasSubstr("is in use by process " + std::to_string(getpid())));
+}
+
+TEST_F(DeviceTest, refusesASecondDeviceInOneProcess)
+{
+    start();
+    camera::device::Options second = options;
+    second.stateDir = folder / "second";
+    try {
+        const Device other(second);
+        FAIL() << "two devices in one process";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "another device is running in this process; end it first");
+    }
+    EXPECT_TRUE(device->deliver(anyFrame()));
+}
+
+TEST_F(DeviceTest, refusesWhatItCannotUseWithOneSentence)
+{
+    options.pluginPath = "/nowhere/libdetection.so";
+    EXPECT_EQ(refusal(), "the plug-in /nowhere/libdetection.so does not exist; build it, or name another one");
+    options.pluginPath = DETECTION_MODULE;
+    options.metadataFile = "/nowhere/metadata.xml";
+    EXPECT_THAT(refusal(), StartsWith("the metadata file /nowhere/metadata.xml cannot be written: "));
+    options.metadataFile.clear();
+    options.orientation = 45;
+    EXPECT_EQ(refusal(), "the orientation 45 is none of 0, 90, 180 and 270");
+    options.orientation = 0;
+    options.engineCount = 0;
+    EXPECT_EQ(refusal(), "a device needs room for at least one engine");
+    options.engineCount = 1;
+    options.metadataBytes = 65;
+    EXPECT_THAT(refusal(), HasSubstr("a multiple of 64"));
+    options.metadataBytes = 64;
+    EXPECT_EQ(refusal(), "not refused");
+}
+
+TEST_F(DeviceTest, leavesNothingBehindWhenThePluginCannotBeBuilt)
+{
+    hosted.onCreate = [] { throw std::runtime_error("no licence for the engine"); };
+    EXPECT_EQ(refusal(), std::string("the plug-in " DETECTION_MODULE " could not be built: no licence for the engine"));
+    hosted.onCreate = nullptr;
+    EXPECT_EQ(refusal(), "not refused");
+    EXPECT_TRUE(device->deliver(anyFrame()));
+}
+
+TEST_F(DeviceTest, canBeBuiltAgainAndAgain)
+{
+    for (int time = 0; time < 5; ++time) {
+        start();
+        EXPECT_TRUE(device->deliver(anyFrame()));
+        device->shutdown();
+        device->shutdown();
+    }
+    EXPECT_EQ(hosted.count("Motion destroyed"), 5u);
+}
+
+} // namespace
