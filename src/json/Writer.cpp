@@ -73,6 +73,10 @@ public:
         if (!std::isfinite(value)) {
             throw Exception("A number is not finite");
         }
+        if (value == 0 && std::signbit(value)) {
+            text.Append("-0.0"); // without the fraction it would read as an integer, which has no sign
+            return;
+        }
         std::array<char, DocumentText::kLongestToken> digits;
         const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value);
         text.Append(std::string_view(digits.data(), static_cast<std::size_t>(written.ptr - digits.data())));

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <iterator>
 #include <random>
 #include <string>
@@ -103,4 +104,15 @@ TEST(RoundTrip, bringsALargeTextBack)
         text += randomBytes(random);
     }
     expectBack("large", text);
+}
+
+TEST(RoundTrip, keepsTheSignOfANumberTooSmallForADouble)
+{
+    for (const char* const text : {"[-1e-301615]", "[-0.0]"}) {
+        const std::string written = json::Writer::Write(json::Reader::Read(text));
+        EXPECT_EQ(written, "[ -0.0 ]") << text;
+        const json::Array again = json::Reader::Read(written);
+        EXPECT_TRUE(std::signbit(static_cast<json::Number>(again[0]))) << text;
+        EXPECT_EQ(json::Writer::Write(again), written);
+    }
 }
