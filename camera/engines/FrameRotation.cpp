@@ -55,6 +55,12 @@ Image newImage(const YuvFrame& source, std::uint64_t width, std::uint64_t height
     return image;
 }
 
+/// A row shows no more pixels than its stride holds, so the last one ends where the picture does.
+std::uint64_t shownWidth(const YuvFrame& source)
+{
+    return std::min(source.width, std::uint64_t{source.bytesPerRow});
+}
+
 /// The chroma plane follows all luma rows of the source, also where the last one is not turned.
 const std::uint8_t* chromaOf(const YuvFrame& source)
 {
@@ -98,7 +104,7 @@ void turnChroma(const YuvFrame& source, Image& turned, libyuv::RotationMode mode
 
 void quarterTurn(const YuvFrame& source, YuvFrame& destination, libyuv::RotationMode mode)
 {
-    Image turned = newImage(source, source.height, source.width);
+    Image turned = newImage(source, source.height, shownWidth(source));
     turnLuma(source, turned, mode);
     turnChroma(source, turned, mode);
     turned.handOver(destination);
@@ -113,7 +119,7 @@ void YUV420SemiPlanar_Rotate90(const YuvFrame& source, YuvFrame& destination)
 
 void YUV420SemiPlanar_Rotate180(const YuvFrame& source, YuvFrame& destination)
 {
-    Image turned = newImage(source, source.width, source.height);
+    Image turned = newImage(source, shownWidth(source), source.height);
     if (turned.width != 0 && turned.height != 0) {
         // Mirrored from left to right while the rows are read from the last to the first.
         const int width = static_cast<int>(turned.width);
