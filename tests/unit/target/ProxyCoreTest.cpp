@@ -204,13 +204,16 @@ TEST_F(ProxyCoreTest, sendsEventsToTheLastRegisteredCallbackOnly)
     startFixed({motion});
     Relay first;
     Relay second;
-    proxy->registerEventCallback(&Relay::take, &first);
+    proxy->registerEventCallback([](void*, const std::string&, const std::string&,
+                                    const std::string&) { journal().add(support::Part::Test, "first callback"); },
+                                 &first);
     proxy->registerEventCallback(&Relay::take, &second);
 
     proxy->OnEvent("a", "b", "c");
 
-    EXPECT_THAT(first.texts, IsEmpty());
+    EXPECT_THAT(takeCalls(), ElementsAre("event"));
     EXPECT_THAT(second.texts, ElementsAre("a", "b", "c"));
+    EXPECT_EQ(second.context, &second);
 }
 
 TEST_F(ProxyCoreTest, passesAnEventOnWhileNothingIsActive)

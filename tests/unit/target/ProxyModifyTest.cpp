@@ -302,6 +302,17 @@ TEST_F(ProxyModifyTest, neverHandsTheRuleSetOfTheEmptyKeyBack)
     EXPECT_EQ(motion->notReturned(), 1);
 }
 
+TEST_F(ProxyModifyTest, forgetsTheRuleSetOfTheEmptyKeyWhenDefaultsAreRestored)
+{
+    startMovable({motion});
+    ASSERT_EQ(modify({rule("Motion", "R1").withoutParameters()}), 0U);
+
+    ASSERT_EQ(proxy->restoreDefaultSettings(), 0);
+
+    EXPECT_THAT(currentRules(), IsEmpty());
+    EXPECT_EQ(motion->notReturned(), 1);
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests
