@@ -11,6 +11,6 @@ namespace fuzz {
 /// record. At most kMostRecords are made: the last one keeps the rest.
 std::vector<std::string> splitRecords(const std::uint8_t* data, std::size_t size);
 
-inline constexpr std::size_t kMostRecords = 48;
+inline constexpr std::size_t kMostRecords = 24;
 
 } // namespace fuzz

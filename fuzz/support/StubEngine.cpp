@@ -11,7 +11,7 @@ namespace fuzz {
 namespace {
 
 // Few enough that an input reaches the engine that can make no more.
-constexpr std::size_t kMostRuleSets = 24;
+constexpr std::size_t kMostRuleSets = 12;
 
 } // namespace
 
