@@ -11,7 +11,7 @@ class TemporaryFolder {
 public:
     TemporaryFolder()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "camera-test-XXXXXX").string();
+        std::string pattern = (std::filesystem::temp_directory_path() / "camera-test-").string() + std::string(6, 'X');
         if (mkdtemp(pattern.data()) == nullptr) {
             throw std::runtime_error("no temporary folder");
         }
