@@ -6,6 +6,7 @@
 #include "support/StubPlatform.h"
 #include "json/Exception.h"
 #include "json/Reader.h"
+#include "json/UnknownElement.h"
 
 #include <map>
 
@@ -27,9 +28,31 @@ std::map<std::string, std::string> loaded()
     return all;
 }
 
+/// The settings in front of the first element that is none.
+std::map<std::string, std::string> expectedFrom(const std::string& text)
+{
+    std::map<std::string, std::string> settings;
+    try {
+        const json::Array document = json::Reader::Read(text.empty() ? "[]" : text);
+        for (const json::UnknownElement& element : document) {
+            const json::Object& setting = element;
+            const auto key = static_cast<std::string_view>(setting["key"]);
+            const auto config = static_cast<std::string_view>(setting["config"]);
+            settings[std::string(key)] = config;
+        }
+    } catch (const json::Exception&) { // what was read stays
+    }
+    return settings;
+}
+
 void checkSavedAlike()
 {
-    const std::map<std::string, std::string> before = loaded();
+    std::map<std::string, std::string> before = expectedFrom(fuzz::platform().document);
+    before[""] = ""; // nobody is given the text of the empty key
+    std::map<std::string, std::string> first = loaded();
+    first[""] = "";
+    fuzz::check(first == before, "every setting in front of the first bad element is loaded");
+    before = loaded();
     korva::meridan::OnvifSettings(nullptr).Save();
     fuzz::check(loaded() == before, "what was loaded and saved loads the same");
 }
