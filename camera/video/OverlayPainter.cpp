@@ -51,13 +51,15 @@ public:
 
     void cells(const engines::CellsRecord& record)
     {
-        if (record.kind != CellsKind::kMoving) {
-            return; // the watched cells are the rule's business; drawn, they would only hide the picture
-        }
         for (unsigned row = 0; row < record.rows; ++row) {
             for (unsigned column = 0; column < record.columns; ++column) {
-                if (record.at(column, row)) {
+                if (!record.at(column, row)) {
+                    continue;
+                }
+                if (record.kind == CellsKind::kMoving) {
                     blend(cellBox(record, column, row), kCells, 0.22);
+                } else {
+                    outline(record, column, row);
                 }
             }
         }
@@ -66,13 +68,13 @@ public:
     void ruleRegion(const engines::RuleRecord& rule)
     {
         const std::vector<cv::Point> points = polygon(rule);
-        if (points.size() < 2) {
+        const cv::Rect area = points.empty() ? cv::Rect() : cv::boundingRect(points) & whole();
+        // A frame around everything says nothing that the rule's name in the corner does not say.
+        if (points.size() < 2 || area.area() > whole().area() * 9 / 10) {
             return;
         }
         const cv::Scalar colour = colourOf(rule.state);
-        const cv::Rect area = cv::boundingRect(points) & whole();
-        // A tint over nearly everything would only take the picture's colours away.
-        if (points.size() > 2 && area.area() < whole().area() * 3 / 4) {
+        if (points.size() > 2) {
             cv::Mat tinted = canvas(area).clone();
             cv::fillPoly(tinted, std::vector<std::vector<cv::Point>>{points}, colour, cv::LINE_AA, 0, -area.tl());
             const double strength = rule.state == RuleState::kAlarm ? 0.2 : 0.1;
@@ -90,7 +92,14 @@ public:
         const std::vector<cv::Point> points = polygon(rule);
         const auto highest = std::min_element(
             points.begin(), points.end(), [](cv::Point a, cv::Point b) { return a.y != b.y ? a.y < b.y : a.x < b.x; });
-        tag(rule.name, *highest, colourOf(rule.state));
+        cv::Rect area = tagArea(rule.name, *highest);
+        // Rules of one place stand in a list, the first one on top.
+        const auto taken = [&](const cv::Rect& other) { return (other & area).area() > 0; };
+        for (int tries = 0; tries < 20 && std::any_of(ruleTags.begin(), ruleTags.end(), taken); ++tries) {
+            area.y = std::min(area.y + lineHeight() + thickness(1), std::max(canvas.rows - area.height, 0));
+        }
+        ruleTags.push_back(area);
+        tag(rule.name, area, colourOf(rule.state));
     }
 
     void box(const engines::BoxRecord& record)
@@ -99,7 +108,8 @@ public:
         const cv::Point upperLeft = place(record.upperLeft);
         cv::rectangle(canvas, upperLeft, place(record.lowerRight), kInk, thickness(4), cv::LINE_AA);
         cv::rectangle(canvas, upperLeft, place(record.lowerRight), colour, thickness(2), cv::LINE_AA);
-        tag("#" + std::to_string(record.id), upperLeft, colour);
+        const std::string name = "#" + std::to_string(record.id);
+        tag(name, tagArea(name, upperLeft), colour);
     }
 
     void footLine(const std::string& left, const std::string& right)
@@ -130,16 +140,42 @@ private:
         cv::putText(canvas, line, base, cv::FONT_HERSHEY_SIMPLEX, fontScale(), colour, thickness(1), cv::LINE_AA);
     }
 
-    // A filled label whose lower left corner is at the place, moved into the picture where it would leave it.
-    void tag(const std::string& line, cv::Point corner, const cv::Scalar& colour)
+    // Of a label whose lower left corner is at the place, moved into the picture where it would leave it.
+    cv::Rect tagArea(const std::string& line, cv::Point corner) const
     {
         const cv::Size size(textWidth(line) + 2 * textPadding(), lineHeight());
         cv::Rect area(corner - cv::Point(thickness(1), size.height), size);
         area.x = std::clamp(area.x, 0, std::max(canvas.cols - area.width, 0));
         area.y = std::clamp(area.y, 0, std::max(canvas.rows - area.height, 0));
+        return area;
+    }
+
+    void tag(const std::string& line, const cv::Rect& area, const cv::Scalar& colour)
+    {
         cv::rectangle(canvas, area, colour, cv::FILLED);
         text(line, {area.x + textPadding(), area.y + area.height - textPadding() - 1}, kInk);
     }
+
+    // The edges of a cell on whose other side nothing is watched; at the picture's own edge there are none.
+    void outline(const engines::CellsRecord& record, unsigned column, unsigned row)
+    {
+        const cv::Rect box = cellBox(record, column, row);
+        const cv::Point lowerRight = box.br();
+        if (column > 0 && !record.at(column - 1, row)) {
+            edge(box.tl(), {box.x, lowerRight.y});
+        }
+        if (column + 1 < record.columns && !record.at(column + 1, row)) {
+            edge({lowerRight.x, box.y}, lowerRight);
+        }
+        if (row > 0 && !record.at(column, row - 1)) {
+            edge(box.tl(), {lowerRight.x, box.y});
+        }
+        if (row + 1 < record.rows && !record.at(column, row + 1)) {
+            edge({box.x, lowerRight.y}, lowerRight);
+        }
+    }
+
+    void edge(cv::Point from, cv::Point to) { cv::line(canvas, from, to, kCells, thickness(1)); }
 
     void blend(const cv::Rect& area, const cv::Scalar& colour, double strength)
     {
@@ -168,16 +204,17 @@ private:
 
     cv::Rect cellBox(const engines::CellsRecord& record, unsigned column, unsigned row) const
     {
-        const auto edge = [](unsigned index, unsigned count, int pixels) {
+        const auto edgeAt = [](unsigned index, unsigned count, int pixels) {
             return static_cast<int>(static_cast<std::uint64_t>(index) * static_cast<std::uint64_t>(pixels) / count);
         };
-        const int left = edge(column, record.columns, canvas.cols);
-        const int top = edge(row, record.rows, canvas.rows);
-        return {left, top, edge(column + 1, record.columns, canvas.cols) - left,
-                edge(row + 1, record.rows, canvas.rows) - top};
+        const int left = edgeAt(column, record.columns, canvas.cols);
+        const int top = edgeAt(row, record.rows, canvas.rows);
+        return {left, top, edgeAt(column + 1, record.columns, canvas.cols) - left,
+                edgeAt(row + 1, record.rows, canvas.rows) - top};
     }
 
     cv::Mat canvas;
+    std::vector<cv::Rect> ruleTags;
     double unit; ///< 1 for a picture of 540 lines
 };
 

@@ -97,7 +97,7 @@ TEST(OverlayPainter, drawsARuleInTheColourOfItsState)
     EXPECT_EQ(disarmed[0], disarmed[1]);
 }
 
-TEST(OverlayPainter, tintsTheMovingCellsOnly)
+TEST(OverlayPainter, tintsMovingCellsAndOutlinesWatchedOnes)
 {
     RgbPicture picture = grey(400, 400);
     Drawing drawing;
@@ -111,8 +111,12 @@ TEST(OverlayPainter, tintsTheMovingCellsOnly)
     cells.set(0, 0);
     drawing.cells.push_back(cells);
     paintOverlay(picture, drawing, 0);
-    EXPECT_FALSE(isGrey(picture, 150, 250));
-    EXPECT_TRUE(isGrey(picture, 50, 50));
+    EXPECT_FALSE(isGrey(picture, 150, 250)); // moving, and watched
+    EXPECT_FALSE(isGrey(picture, 100, 250)); // its left edge
+    EXPECT_TRUE(isGrey(picture, 50, 50));    // watched only
+    EXPECT_FALSE(isGrey(picture, 100, 50));  // its right edge
+    EXPECT_FALSE(isGrey(picture, 50, 100));  // its lower edge
+    EXPECT_TRUE(isGrey(picture, 0, 50));     // the picture's own edge
     EXPECT_TRUE(isGrey(picture, 250, 150));
 }
 
@@ -286,7 +290,24 @@ TEST(OverlayPainter, leavesThePictureItsColoursUnderARuleThatWatchesAllOfIt)
     drawing.rules.push_back(rule);
     paintOverlay(picture, drawing, 0);
     EXPECT_TRUE(isGrey(picture, 200, 200));
-    EXPECT_FALSE(isGrey(picture, 399, 200));
+    EXPECT_TRUE(isGrey(picture, 399, 200));
+    EXPECT_FALSE(isGrey(picture, 2, 2));
+}
+
+TEST(OverlayPainter, listsTheNamesOfRulesOfOnePlaceOneBelowTheOther)
+{
+    RgbPicture picture = grey(400, 400);
+    Drawing drawing;
+    RuleRecord rule = square(RuleState::kAlarm);
+    drawing.rules.push_back(rule);
+    rule.state = RuleState::kQuiet;
+    drawing.rules.push_back(rule);
+    paintOverlay(picture, drawing, 0);
+    // Left in the tag, where no letter is: the first one above the corner, the second one below.
+    const std::uint8_t* first = picture.at(101, 90);
+    EXPECT_GT(first[0], first[1] + 100);
+    const std::uint8_t* second = picture.at(101, 107);
+    EXPECT_GT(second[1], second[0] + 50);
 }
 
 TEST_F(OverlayTest, dropsADrawingOfAnotherTime)
