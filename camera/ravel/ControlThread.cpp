@@ -2,6 +2,8 @@
 
 #include "camera/ravel/Log.h"
 
+#include <exception>
+#include <future>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -65,9 +67,34 @@ std::uint64_t ControlThread::failures() const
     return _failures;
 }
 
-void ControlThread::refuse()
+void ControlThread::askAndWait(const Task& operation)
 {
-    throw std::runtime_error("the device is shutting down");
+    // All of it is the caller's, who waits: when the answer is there, this thread has let go of everything,
+    // the exception included, which may be read and released over there.
+    std::mutex mutex;
+    std::condition_variable answered;
+    bool done = false;
+    std::exception_ptr error;
+    const bool accepted = post([&] {
+        try {
+            operation();
+        } catch (...) {
+            error = std::current_exception();
+        }
+        const std::lock_guard<std::mutex> lock(mutex);
+        done = true;
+        answered.notify_one();
+    });
+    if (!accepted) {
+        throw std::runtime_error("the device is shutting down");
+    }
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        answered.wait(lock, [&] { return done; });
+    }
+    if (error) {
+        std::rethrow_exception(std::exchange(error, nullptr));
+    }
 }
 
 void ControlThread::serve()

@@ -3,13 +3,12 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <exception>
 #include <functional>
-#include <future>
-#include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <type_traits>
+#include <utility>
 
 namespace camera::ravel {
 
@@ -46,13 +45,17 @@ public:
         if (isCurrent()) {
             return operation();
         }
-        // The caller waits, so the task may borrow the operation.
-        auto task = std::make_shared<std::packaged_task<Result()>>([&operation]() -> Result { return operation(); });
-        auto answer = task->get_future();
-        if (!post([task] { (*task)(); })) {
-            refuse();
+        std::optional<std::conditional_t<std::is_void_v<Result>, bool, Result>> result;
+        askAndWait([&] {
+            if constexpr (std::is_void_v<Result>) {
+                operation();
+            } else {
+                result.emplace(operation());
+            }
+        });
+        if constexpr (!std::is_void_v<Result>) {
+            return std::move(*result);
         }
-        return answer.get();
     }
 
     /// Returns when the queue is empty and nothing runs. Not from a task.
@@ -65,8 +68,7 @@ public:
     std::uint64_t failures() const; ///< posted tasks that threw
 
 private:
-    [[noreturn]] static void refuse();
-
+    void askAndWait(const Task& operation);
     void serve();
     void runContained(const Task& task);
 
