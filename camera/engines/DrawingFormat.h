@@ -51,15 +51,15 @@ struct FrameRecord {
 struct BoxRecord {
     std::uint32_t id = 0;
     BoxKind kind = BoxKind::kMoving;
-    PicturePoint upperLeft;
-    PicturePoint lowerRight;
+    PicturePoint upperLeft{};
+    PicturePoint lowerRight{};
 };
 
 /// The region of one rule and what the rule says at the moment.
 struct RuleRecord {
     RuleState state = RuleState::kQuiet;
-    std::string name; ///< at most 255 bytes are kept
-    std::vector<PicturePoint> points;
+    std::string name{}; ///< at most 255 bytes are kept
+    std::vector<PicturePoint> points{};
 };
 
 /// A grid over the whole picture.

@@ -1,0 +1,116 @@
+// The example engine, loaded as a host loads a module.
+#include "Stage.h"
+
+#include "camera/engines/EngineModules.h"
+#include "plugin/analytics/factory.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+using namespace engine_test;
+using camera::engines::addEngineModule;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+std::string refusalOf(const std::string& path)
+{
+    try {
+        addEngineModule(path);
+        return "";
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+}
+
+std::vector<std::string> engineNames()
+{
+    std::vector<std::string> names;
+    for (const auto& engine : analytics_lib::GetSupportedAnalyticsLibs(nullptr, nullptr)) {
+        names.push_back(engine->getName());
+    }
+    return names;
+}
+
+class EngineModuleTest : public testing::Test {
+protected:
+    EngineModuleTest() { takeLogLines(); }
+    ~EngineModuleTest() override { camera::engines::clearEngineModules(); }
+};
+
+TEST_F(EngineModuleTest, itsEngineStandsBeforeTheReferenceEngines)
+{
+    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
+    EXPECT_THAT(engineNames(), ElementsAre("Brightness", "Simple", "Motion"));
+    EXPECT_THAT(takeLogLines(), IsEmpty());
+}
+
+TEST_F(EngineModuleTest, anEngineWhoseNameBeginsLikeAnotherIsLeftOutWithOneLine)
+{
+    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
+    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
+    EXPECT_THAT(engineNames(), ElementsAre("Brightness", "Simple", "Motion"));
+    EXPECT_THAT(takeLogLines(), ElementsAre(HasSubstr("'Brightness' is left out")));
+}
+
+TEST_F(EngineModuleTest, filesThatAreNoModuleAreRefusedWithTheirNameAndTheReason)
+{
+    const std::string text = testing::TempDir() + "/no-library.so";
+    std::ofstream(text) << "text";
+    EXPECT_THAT(refusalOf("/nonexistent/engine.so"), HasSubstr("/nonexistent/engine.so"));
+    EXPECT_THAT(refusalOf(text), HasSubstr(text));
+    EXPECT_THAT(refusalOf(CAMERA_ENGINES_EMPTY_MODULE), HasSubstr("exports no detectionEngineModule"));
+    EXPECT_THAT(refusalOf(CAMERA_ENGINES_OLD_MODULE), HasSubstr("built for another version"));
+    EXPECT_THAT(engineNames(), ElementsAre("Simple", "Motion"));
+}
+
+TEST_F(EngineModuleTest, theExampleRaisesItsEventWhenThePictureTurnsDarkAndBright)
+{
+    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
+    EngineBench bench("Brightness");
+    Stage stage;
+    const std::string config = document("", rule("Night", "ex:TooDark", simpleItem("Threshold", "100")));
+    ASSERT_TRUE(bench.engine().isEngineConfiguration(config));
+    EXPECT_FALSE(bench.engine().isEngineConfiguration(simpleConfig()));
+    analytics_lib::IRuleSet* ruleSet = bench.activate(config);
+    stage.show(bench, 3, 0, 0, 320, 180, 120);
+    EXPECT_THAT(bench.states(), IsEmpty());
+    stage.show(bench, 3, 0, 0, 320, 180, 99);
+    EXPECT_THAT(bench.states(), ElementsAre(true));
+    stage.show(bench, 3, 0, 0, 320, 180, 101);
+    EXPECT_THAT(bench.states(), ElementsAre(true, false));
+    stage.show(bench, 1, 0, 0, 320, 180, 20);
+    EXPECT_THAT(bench.states(), ElementsAre(true, false, true));
+    bench.engine().releaseRuleSet(ruleSet);
+    EXPECT_THAT(bench.states(), ElementsAre(true, false, true, false));
+    EXPECT_EQ(bench.events().at(0).rule, "Night");
+}
+
+TEST_F(EngineModuleTest, theExampleStoresAndRefusesConfigurations)
+{
+    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
+    EngineBench bench("Brightness");
+    analytics_lib::IRuleSet* ruleSet = bench.engine().createRuleSet();
+    const std::string list = "<tt:Parameters>" + simpleItem("Threshold", "70") + "</tt:Parameters>";
+    EXPECT_TRUE(ruleSet->setConfig("Night", "ex:TooDark", list));
+    EXPECT_FALSE(ruleSet->validateConfig("Night", "ex:TooDark", ""));
+    EXPECT_FALSE(ruleSet->validateConfig("Night", "ex:TooDark",
+                                         "<tt:Parameters>" + simpleItem("Threshold", "256") + "</tt:Parameters>"));
+    EXPECT_FALSE(ruleSet->validateConfig("Night", "ex:TooDark",
+                                         "<tt:Parameters>" + simpleItem("Level", "2") + "</tt:Parameters>"));
+    EXPECT_FALSE(ruleSet->validateConfig("Night", "tt:CellMotionDetector", list));
+    EXPECT_EQ(takeLogLines().size(), 3U);
+    const std::string full = ruleSet->getFullConfig();
+    EXPECT_TRUE(bench.engine().isEngineConfiguration(full));
+    EXPECT_TRUE(ruleSet->setFullConfig(full));
+    EXPECT_EQ(ruleSet->getFullConfig(), full);
+    EXPECT_TRUE(ruleSet->deleteBehavior("Night"));
+    EXPECT_FALSE(ruleSet->deleteBehavior("Night"));
+    bench.engine().releaseRuleSet(ruleSet);
+}
+
+} // namespace

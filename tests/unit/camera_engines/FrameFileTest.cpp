@@ -1,0 +1,208 @@
+#include "Stage.h"
+
+#include "camera/video/Scene.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+using namespace engine_test;
+using camera::video::Scene;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+std::string temporary(const std::string& suffix)
+{
+    std::string name = testing::UnitTest::GetInstance()->current_test_info()->name() + suffix;
+    std::replace(name.begin(), name.end(), '/', '_');
+    return testing::TempDir() + "/" + name;
+}
+
+std::string contentOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+void writeFile(const std::string& path, const std::string& content)
+{
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+class FrameFileTest : public testing::TestWithParam<const char*> {
+protected:
+    FrameFileTest() { takeLogLines(); }
+
+    std::string config() const
+    {
+        return std::string(GetParam()) == "Simple" ? simpleConfig("", simpleItem("MinCount", "3"))
+                                                   : motionConfig("", region("Sensitivity=\"0.9\"", ""));
+    }
+};
+
+TEST_P(FrameFileTest, aReplayGivesTheSameEventsAndMetadataExceptTheirTimes)
+{
+    const std::string path = temporary("frames");
+    constexpr unsigned kCount = 90;
+    std::string recorded;
+    std::string recordedEvents;
+    {
+        // Objects come and go within the recording, so that alarms go on and off in it.
+        Scene scene("scene:start=1700000000,size=320x240,seed=7,objects=2,area=4,enter=60,leave=85,frames=200");
+        EngineBench bench(GetParam());
+        bench.activate(config());
+        for (unsigned number = 0; number < 20; ++number) {
+            bench.show(*scene.next());
+        }
+        ASSERT_TRUE(bench.engine().writeFramesToFile(path.c_str(), kCount));
+        for (unsigned number = 0; number < kCount; ++number) {
+            recorded += withoutTimes(bench.show(*scene.next())) + "\n";
+        }
+        recordedEvents = bench.eventTexts();
+        EXPECT_THAT(recordedEvents, HasSubstr("true"));
+    }
+    // Another picture runs meanwhile, at another size and other times, with objects of its own.
+    Scene live("scene:start=1800000000,size=256x192,fps=10,seed=9,objects=3,frames=0");
+    EngineBench bench(GetParam());
+    bench.activate(config());
+    for (int number = 0; number < 30; ++number) {
+        bench.show(*live.next());
+    }
+    const std::size_t before = bench.eventTexts().size();
+    ASSERT_TRUE(bench.engine().readFramesFromFile(path.c_str(), true));
+    bench.onEvent = [] {};
+    std::string replayed;
+    std::string metadata;
+    std::size_t restarted = 0;
+    for (unsigned number = 0; number < kCount; ++number) {
+        metadata = bench.show(*live.next());
+        restarted = number == 0 ? bench.eventTexts().size() : restarted;
+        replayed += withoutTimes(metadata) + "\n";
+    }
+    EXPECT_EQ(replayed, recorded);
+    EXPECT_GE(restarted, before);
+    EXPECT_EQ(bench.eventTexts().substr(restarted), recordedEvents);
+    EXPECT_THAT(metadata, HasSubstr("UtcTime=\"2027-01-15T")) << "documents keep the live time";
+    EXPECT_THAT(takeLogLines(), IsEmpty());
+    std::remove(path.c_str());
+}
+
+TEST_P(FrameFileTest, livePicturesReturnAfterTheReplayAndAreLearnedAgain)
+{
+    const std::string path = temporary("frames");
+    EngineBench bench(GetParam());
+    Stage stage;
+    bench.activate(config());
+    ASSERT_TRUE(bench.engine().writeFramesToFile(path.c_str(), 40));
+    stage.learn(bench, 30);
+    stage.show(bench, 20, 100, 40, 40, 60);
+    const std::size_t events = bench.states().size();
+    EXPECT_EQ(events, 1U);
+    ASSERT_TRUE(bench.engine().readFramesFromFile(path.c_str(), true));
+    stage.learn(bench, 40);
+    EXPECT_THAT(bench.states(), ElementsAre(true, false, true)) << "closed for the restart, raised by the replay";
+    stage.learn(bench, 1);
+    EXPECT_THAT(bench.states(), ElementsAre(true, false, true, false));
+    stage.learn(bench, 40);
+    EXPECT_EQ(bench.states().size(), 4U);
+    std::remove(path.c_str());
+}
+
+TEST_P(FrameFileTest, replaysOnTopOfThePresentBackgroundWhenAskedTo)
+{
+    const std::string path = temporary("frames");
+    {
+        EngineBench recorder(GetParam());
+        Stage elsewhere;
+        ASSERT_TRUE(recorder.engine().writeFramesToFile(path.c_str(), 10));
+        elsewhere.show(recorder, 10, 100, 40, 40, 60); // too few to be learned
+    }
+    EngineBench bench(GetParam());
+    Stage stage;
+    bench.activate(config());
+    stage.learn(bench);
+    ASSERT_TRUE(bench.engine().readFramesFromFile(path.c_str(), false));
+    stage.learn(bench, 9);
+    EXPECT_THAT(bench.states(), ElementsAre(true));
+    std::remove(path.c_str());
+}
+
+TEST_P(FrameFileTest, writesWhatWasAskedForAndNoMore)
+{
+    const std::string path = temporary("frames");
+    EngineBench bench(GetParam());
+    Stage stage;
+    ASSERT_TRUE(bench.engine().writeFramesToFile(path.c_str(), 3));
+    stage.learn(bench, 10);
+    const std::size_t frame = 48 + 320 * 180 * 3 / 2;
+    EXPECT_EQ(contentOf(path).size(), 16 + 3 * frame);
+    ASSERT_TRUE(bench.engine().writeFramesToFile(path.c_str(), 100));
+    stage.learn(bench, 2);
+    ASSERT_TRUE(bench.engine().writeFramesToFile("", 0));
+    stage.learn(bench, 2);
+    EXPECT_EQ(contentOf(path).size(), 16 + 2 * frame);
+    std::remove(path.c_str());
+}
+
+TEST_P(FrameFileTest, refusesPathsThatCannotBeUsedWithOneLineEach)
+{
+    EngineBench bench(GetParam());
+    const std::string text = temporary("text");
+    writeFile(text, "this is no recording at all");
+    writeFile(text + "2", std::string("VCFRAMES\x02\0\0\0\x01\0\0\0", 16));
+    EXPECT_FALSE(bench.engine().readFramesFromFile("/nonexistent/frames", true));
+    EXPECT_FALSE(bench.engine().readFramesFromFile(nullptr, true));
+    EXPECT_FALSE(bench.engine().readFramesFromFile(text.c_str(), true));
+    EXPECT_FALSE(bench.engine().readFramesFromFile((text + "2").c_str(), true));
+    EXPECT_FALSE(bench.engine().writeFramesToFile("/nonexistent/frames", 1));
+    EXPECT_FALSE(bench.engine().writeFramesToFile(nullptr, 1));
+    EXPECT_EQ(takeLogLines().size(), 6U);
+    std::remove(text.c_str());
+    std::remove((text + "2").c_str());
+}
+
+TEST_P(FrameFileTest, aDamagedFileEndsTheReplayWithOneLine)
+{
+    const std::string path = temporary("frames");
+    {
+        EngineBench bench(GetParam());
+        Stage stage;
+        ASSERT_TRUE(bench.engine().writeFramesToFile(path.c_str(), 2));
+        stage.learn(bench, 3);
+    }
+    const std::string whole = contentOf(path);
+    const std::size_t second = 16 + (whole.size() - 16) / 2;
+    std::vector<std::string> damaged;
+    for (const std::size_t length : {second + 3, second + 47, second + 48, whole.size() - 1}) {
+        damaged.push_back(whole.substr(0, length));
+    }
+    for (const std::size_t offset : {second, second + 12, second + 16, second + 44, second + 1000}) {
+        damaged.push_back(whole);
+        damaged.back()[offset] = static_cast<char>(damaged.back()[offset] ^ 0x55);
+    }
+    damaged.push_back(whole); // sizes of a picture far beyond the file
+    damaged.back().replace(second + 12, 8, std::string("\0\x40\0\0\0\x40\0\0", 8));
+    for (const std::string& content : damaged) {
+        writeFile(path, content);
+        EngineBench bench(GetParam());
+        Stage stage;
+        bench.activate(config());
+        takeLogLines();
+        ASSERT_TRUE(bench.engine().readFramesFromFile(path.c_str(), true));
+        stage.learn(bench, 5);
+        EXPECT_THAT(takeLogLines(), ElementsAre(HasSubstr("is damaged")));
+    }
+    std::remove(path.c_str());
+}
+
+INSTANTIATE_TEST_SUITE_P(, FrameFileTest, testing::Values("Simple", "Motion"));
+
+} // namespace
