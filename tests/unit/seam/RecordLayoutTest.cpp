@@ -53,6 +53,7 @@ static_assert(offsetof(MetadataBuffers, motionBuffer) == 16);
 static_assert(offsetof(MetadataBuffers, motionBufferSize) == 24);
 static_assert(offsetof(MetadataBuffers, motionBufferUsed) == 28);
 static_assert(offsetof(MetadataBuffers, metadataXml) == 32);
+static_assert(sizeof(MetadataBuffers) == 32 + sizeof(std::string));
 
 static_assert(std::is_same_v<decltype(ColorYuv::y), std::uint8_t>);
 static_assert(offsetof(ColorYuv, y) == 0 && offsetof(ColorYuv, u) == 1 && offsetof(ColorYuv, v) == 2);
