@@ -23,6 +23,25 @@ ravel::LogLevel logLevel(int verbosity)
     return verbosity == 1 ? ravel::LogLevel::info : ravel::LogLevel::debug;
 }
 
+// Why no engine takes a configuration, as far as its types tell.
+std::string refusalReason(device::TargetClient& target, const std::vector<ComponentName>& given)
+{
+    const std::vector<std::string> rules = target.supportedRules();
+    const std::vector<std::string> modules = target.supportedEngines();
+    for (const ComponentName& component : given) {
+        const std::vector<std::string>& types = component.isRule ? rules : modules;
+        if (std::find(types.begin(), types.end(), component.type) == types.end()) {
+            return "no engine knows the type of its " + describe(component) + "; camera config " +
+                   (component.isRule ? "rules" : "modules") + " types lists those that there are";
+        }
+    }
+    if (given.empty()) {
+        return "there is no rule and no module in it";
+    }
+    return "the log lines above name the reason; without one, it mixes the types of several engines, which take "
+           "a file each";
+}
+
 } // namespace
 
 device::Options deviceOptions(const CameraOptions& options, const std::filesystem::path& stateDir)
@@ -55,12 +74,12 @@ std::unique_ptr<device::Device> buildCamera(const CameraOptions& options, const 
 
 bool configure(device::Device& device, const std::string& xml, const std::string& origin)
 {
+    const std::vector<ComponentName> given = componentsOf(xml);
     if (!device.target().setConfiguration(xml)) {
         throw std::runtime_error("the camera refuses the configuration '" + origin +
-                                 "': no engine takes all of it; the log lines above name the reason.");
+                                 "': " + refusalReason(device.target(), given) + ".");
     }
     const std::vector<ComponentName> active = componentsOf(device.target().currentConfiguration());
-    const std::vector<ComponentName> given = componentsOf(xml);
     return std::all_of(given.begin(), given.end(), [&active](const ComponentName& component) {
         return std::find(active.begin(), active.end(), component) != active.end();
     });

@@ -63,7 +63,9 @@ public:
 
     int execute()
     {
-        open();
+        if (!open()) {
+            return 0;
+        }
         loop();
         end();
         summary();
@@ -74,7 +76,8 @@ public:
     }
 
 private:
-    void open()
+    // False when a signal came while the input was waited for.
+    bool open()
     {
         std::vector<std::string> configurations;
         for (const std::string& path : options.configFiles) {
@@ -87,7 +90,9 @@ private:
         sourceOptions.loop = options.loop;
         sourceOptions.notBefore = state.lastFrameTime();
         sourceOptions.stop = &stop.flag();
-        source = video::openSource(options.input, sourceOptions);
+        if (!openSource(sourceOptions)) {
+            return false;
+        }
         device = buildCamera(options.camera, wanted, console);
         if (!options.overlay.empty() || !options.picture.empty()) {
             overlay.emplace(video::OverlayFiles{options.overlay, options.picture}, source->width(), source->height(),
@@ -99,6 +104,20 @@ private:
                 console.line("'" + options.configFiles[i] +
                              "' is stored for another place than the one where the camera stands.");
             }
+        }
+        return true;
+    }
+
+    bool openSource(const video::SourceOptions& sourceOptions)
+    {
+        try {
+            source = video::openSource(options.input, sourceOptions);
+            return true;
+        } catch (const std::exception&) {
+            if (stop.stopped()) {
+                return false;
+            }
+            throw;
         }
     }
 
@@ -135,7 +154,8 @@ private:
     {
         Pace pace(options.realSpeed, stop);
         long long delivered = 0;
-        while (!stop.stopped() && failures.empty() && (options.frames == 0 || delivered < options.frames)) {
+        while (!stop.stopped() && failures.empty() && console.writable() &&
+               (options.frames == 0 || delivered < options.frames)) {
             const std::optional<video::Frame> frame = nextFrame();
             if (!frame) {
                 return;
@@ -195,18 +215,19 @@ private:
         }
     }
 
-    // The demuxer goes before the plug-in: both use one XML parser, which the plug-in takes down with it.
+    // Demuxer and muxer go before the plug-in: their library and the plug-in use one XML parser, which the
+    // plug-in takes down with it.
     void end()
     {
         source.reset();
         device->drain();
+        if (overlay && !overlayFailed) {
+            guarded([&] { overlay->finish(); });
+        }
         active = componentsOf(device->target().currentConfiguration());
         device->shutdown();
         statistics = device->statistics();
         events.reset();
-        if (overlay && !overlayFailed) {
-            guarded([&] { overlay->finish(); });
-        }
         keepTime();
         if (!statistics.metadataError.empty()) {
             failures.push_back(statistics.metadataError);

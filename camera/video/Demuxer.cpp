@@ -93,7 +93,6 @@ Demuxer::Demuxer(const std::string& input, const std::atomic<bool>* stop) : stop
 {
     static std::once_flag registered;
     std::call_once(registered, avdevice_register_all);
-    isLive = isVideoDevice(input) || (isUrl(input) && input.compare(0, 5, "file:") != 0);
     if (!isUrl(input)) {
         checkFile(input);
     }
@@ -153,6 +152,9 @@ Demuxer::Read Demuxer::read(AVPacket& packet)
             return Read::end;
         }
         if (status == AVERROR(EAGAIN)) {
+            if (stop != nullptr && stop->load()) {
+                return Read::end;
+            }
             continue;
         }
         if (status < 0) {
@@ -167,7 +169,7 @@ Demuxer::Read Demuxer::read(AVPacket& packet)
 
 bool Demuxer::rewind()
 {
-    if (isLive) {
+    if (context->pb == nullptr || context->pb->seekable == 0) {
         return false;
     }
     const std::int64_t start = stream().start_time == AV_NOPTS_VALUE ? 0 : stream().start_time;

@@ -32,9 +32,6 @@ public:
     const AVStream& stream() const { return *context->streams[streamIndex]; }
     double framesPerSecond() const;
 
-    /// A camera or a stream from the network: it comes in its own time and has no beginning.
-    bool live() const { return isLive; }
-
     /// Why the last read failed, as a phrase.
     const std::string& error() const { return errorText; }
 
@@ -45,7 +42,6 @@ private:
     DemuxerPtr context;
     const std::atomic<bool>* stop;
     int streamIndex = -1;
-    bool isLive = false;
     std::string errorText;
 };
 

@@ -35,7 +35,6 @@ public:
     int width() const override { return evenWidth; }
     int height() const override { return evenHeight; }
     double framesPerSecond() const override { return demuxer.framesPerSecond(); }
-    bool live() const { return demuxer.live(); }
 
 private:
     void openDecoder();

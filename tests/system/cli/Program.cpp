@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -48,14 +49,18 @@ Ends openTerminal()
     return {master, slave};
 }
 
-[[noreturn]] void become(std::vector<char*>& words, int out, int err, long fileSizeLimit)
+[[noreturn]] void become(std::vector<char*>& words, int out, int err, const ProgramSettings& settings)
 {
     dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
-    if (fileSizeLimit >= 0) {
-        const rlimit limit = {static_cast<rlim_t>(fileSizeLimit), static_cast<rlim_t>(fileSizeLimit)};
+    if (settings.fileSizeLimit >= 0) {
+        const auto bytes = static_cast<rlim_t>(settings.fileSizeLimit);
+        const rlimit limit = {bytes, bytes};
         setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    if (!settings.preload.empty()) {
+        setenv("LD_PRELOAD", settings.preload.c_str(), 1);
     }
     execvp(words[0], words.data());
     _exit(127);
@@ -80,12 +85,15 @@ Program::Program(const Words& words, const Settings& settings) : deadline(std::c
     const Ends err = openPipe();
     child = fork();
     if (child == 0) {
-        become(pointers, out.write, err.write, settings.fileSizeLimit);
+        become(pointers, out.write, err.write, settings);
     }
     close(out.write);
     close(err.write);
     outEnd = out.read;
     errEnd = err.read;
+    if (settings.closeOutput) {
+        close(std::exchange(outEnd, -1));
+    }
 }
 
 Program::~Program()

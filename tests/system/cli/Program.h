@@ -19,9 +19,11 @@ struct Finished {
 };
 
 struct ProgramSettings {
-    long fileSizeLimit = -1; ///< no file of the process grows beyond; -1: none
-    bool terminal = false;   ///< standard output is a terminal
-    std::string outFile;     ///< standard output goes there instead of being collected
+    long fileSizeLimit = -1;  ///< no file of the process grows beyond; -1: none
+    bool terminal = false;    ///< standard output is a terminal
+    std::string outFile;      ///< standard output goes there instead of being collected
+    std::string preload;      ///< a library that comes before all others
+    bool closeOutput = false; ///< nobody reads the standard output
 };
 
 /// A running process whose output is collected. Whoever waits has a deadline, after which the process is killed.

@@ -119,6 +119,22 @@ TEST_F(RefusalTest, configurationsThatTheCameraRefuses)
     EXPECT_THAT(camera({"config", "rules", "--state", state()}).out, Not(HasSubstr("Gate")));
 }
 
+TEST_F(RefusalTest, configurationsThatNoEngineTakes)
+{
+    std::string unknown = simpleConfiguration("Gate");
+    unknown.replace(unknown.find("tt:CellMotionDetector"), 21, "tt:CarDetector");
+    expectFailed(quickRun({"--config", write("unknown.xml", unknown)}),
+                 "no engine knows the type of its rule 'Gate' (tt:CarDetector); camera config rules types lists");
+    expectFailed(quickRun({"--config", write("empty.xml", "<tt:VideoAnalyticsConfiguration/>")}),
+                 "there is no rule and no module in it");
+    std::string mixed = simpleConfiguration("Gate");
+    const std::string other = motionConfiguration("Path");
+    const std::string rule =
+        other.substr(other.find("<tt:Rule "), other.find("</tt:Rule>") + 10 - other.find("<tt:Rule "));
+    mixed.insert(mixed.find("</tt:RuleEngineConfiguration>"), rule);
+    expectFailed(quickRun({"--config", write("mixed.xml", mixed)}), "it mixes the types of several engines");
+}
+
 TEST_F(RefusalTest, stateFoldersThatCannotBeUsed)
 {
     const std::string file = write("file", "not a folder");

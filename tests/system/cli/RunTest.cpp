@@ -199,5 +199,34 @@ TEST_F(RunTest, rewritesThePrefixesOfAConfiguration)
     EXPECT_THAT(done.out, HasSubstr("rule 'Foreign' (tt:CellMotionDetector)"));
 }
 
+// The plug-in takes the process' XML parser down when it goes, and the demuxers' library uses the same one.
+TEST_F(RunTest, closesInputAndOverlayBeforeThePluginGoes)
+{
+    ASSERT_EQ(0, camera({"run", kScene, "--frames", "5", "--speed", "max", "--overlay", path("in.mp4")}).exitCode);
+    Program::Settings settings;
+    settings.preload = ORDER_JOURNAL;
+    const std::string cleanUp = "journal: the parser is cleaned up\n";
+    const Finished done = camera({"run", path("in.mp4"), "--speed", "max", "--overlay", path("out.mp4")}, settings);
+    EXPECT_EQ(0, done.exitCode);
+    EXPECT_EQ("journal: a demuxer is opened\njournal: a demuxer is closed\njournal: a muxer is finished\n" + cleanUp,
+              done.err);
+
+    const Finished refused =
+        camera({"run", path("in.mp4"), "--config", write("mixed.xml", "<tt:VideoAnalyticsConfiguration/>")}, settings);
+    EXPECT_EQ(1, refused.exitCode);
+    EXPECT_LT(refused.err.find("a demuxer is closed"), refused.err.find(cleanUp));
+    EXPECT_NE(std::string::npos, refused.err.find(cleanUp));
+}
+
+TEST_F(RunTest, endsWhenNobodyReadsItsOutputAnyMore)
+{
+    Program::Settings settings;
+    settings.closeOutput = true;
+    const Finished done =
+        camera({"run", "scene:size=320x180,objects=2,enter=15,frames=0", "--config", simple()}, settings);
+    EXPECT_EQ(1, done.exitCode);
+    EXPECT_THAT(done.err, HasSubstr("the output could not be written"));
+}
+
 } // namespace
 } // namespace camera::system_tests

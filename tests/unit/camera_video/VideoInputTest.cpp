@@ -59,7 +59,6 @@ TEST_F(VideoInputTest, deliversEveryFrameInSizeAndRateOfTheFile)
     EXPECT_EQ(320, input.width());
     EXPECT_EQ(180, input.height());
     EXPECT_NEAR(25, input.framesPerSecond(), 0.01);
-    EXPECT_FALSE(input.live());
     EXPECT_EQ(25U, count(input));
     EXPECT_FALSE(input.next().has_value());
 }
