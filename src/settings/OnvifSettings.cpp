@@ -83,7 +83,8 @@ void OnvifSettings::AddOrModifyBehaviorSetting(const std::string& key, const std
 {
     ravel_core_logging_log(logContext, RAVEL_CORE_LOG_INFO, "Analytics Setting Key %s: %s", key.c_str(),
                            config.c_str());
-    settingsMap[key] = config;
+    // Key and text in one step: a key left without its text for want of memory would be saved like that later.
+    settingsMap.insert_or_assign(key, config);
     Save();
 }
 

@@ -10,7 +10,8 @@ namespace korva::meridan {
 /// The entries up to the null; a null list is empty. The list stays the caller's.
 std::vector<std::string> fromServiceArray(const char* const* list);
 
-/// Copies in malloc'ed memory, entries and array the receiver's to free. Null when the array cannot be allocated.
+/// Copies in malloc'ed memory, entries and array the receiver's to free. Null when there is not the memory
+/// for all of it.
 char** toServiceArray(const std::vector<std::string>& strings);
 
 } // namespace korva::meridan
