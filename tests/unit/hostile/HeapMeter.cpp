@@ -45,7 +45,8 @@ HeapMeter::HeapMeter() : _allocations(allocations), _bytes(bytes), _live(live)
 
 HeapUse HeapMeter::use() const
 {
-    return {allocations - _allocations, bytes - _bytes, peak - _live};
+    return {allocations - _allocations, bytes - _bytes, peak - _live,
+            static_cast<long>(live) - static_cast<long>(_live)};
 }
 
 RefusedMemory::RefusedMemory(std::size_t first, How how)

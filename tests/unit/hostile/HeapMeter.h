@@ -12,6 +12,7 @@ struct HeapUse {
     std::size_t allocations = 0;
     std::size_t bytes = 0;     ///< asked for in all, whatever was given back
     std::size_t peakBytes = 0; ///< in use at the same time, above what was in use at the start
+    long keptBytes = 0;        ///< in use now, above what was in use at the start
 };
 
 /// One at a time.
@@ -35,7 +36,7 @@ class RefusedMemory {
 public:
     enum class How { kOnce, kRest };
 
-    RefusedMemory(std::size_t first, How how);
+    explicit RefusedMemory(std::size_t first, How how = How::kOnce);
     ~RefusedMemory();
     RefusedMemory(const RefusedMemory&) = delete;
     RefusedMemory& operator=(const RefusedMemory&) = delete;
