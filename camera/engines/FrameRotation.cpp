@@ -105,8 +105,11 @@ void turnChroma(const YuvFrame& source, Image& turned, libyuv::RotationMode mode
 void quarterTurn(const YuvFrame& source, YuvFrame& destination, libyuv::RotationMode mode)
 {
     Image turned = newImage(source, source.height, shownWidth(source));
-    turnLuma(source, turned, mode);
-    turnChroma(source, turned, mode);
+    // A picture without rows can still claim billions of columns.
+    if (turned.width != 0 && turned.height != 0) {
+        turnLuma(source, turned, mode);
+        turnChroma(source, turned, mode);
+    }
     turned.handOver(destination);
 }
 

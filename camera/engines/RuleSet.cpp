@@ -32,30 +32,30 @@ bool RuleSet::validateFullConfig(const std::string& config)
     }
 }
 
-bool RuleSet::validateConfig(const std::string& name, const std::string& type, const std::string& parameters)
+bool RuleSet::validateConfig(const std::string& component, const std::string& type, const std::string& list)
 {
     // Every engine is asked in turn: another engine's type is no fault of the component.
     if (!_types.owns(type)) {
         return false;
     }
     try {
-        complete(name, type, parameters, components());
+        complete(component, type, list, components());
         return true;
     } catch (const std::exception& reason) {
         return refuse(reason);
     }
 }
 
-bool RuleSet::setConfig(const std::string& name, const std::string& type, const std::string& parameters)
+bool RuleSet::setConfig(const std::string& component, const std::string& type, const std::string& list)
 {
     try {
         Components all = components();
-        Component component = complete(name, type, parameters, all);
-        const auto old = findByName(all, name);
+        Component next = complete(component, type, list, all);
+        const auto old = findByName(all, component);
         if (old != all.end()) {
-            *old = std::move(component);
+            *old = std::move(next);
         } else {
-            all.insert(component.isRule ? all.end() : all.begin(), std::move(component));
+            all.insert(next.isRule ? all.end() : all.begin(), std::move(next));
         }
         store(all);
         return true;
@@ -103,29 +103,29 @@ Components RuleSet::components() const
     return completeDocument(_types, wrapComponents(_text.substr(0, _moduleBytes), _text.substr(_moduleBytes)));
 }
 
-Component RuleSet::complete(const std::string& name, const std::string& type, const std::string& parameters,
+Component RuleSet::complete(const std::string& component, const std::string& type, const std::string& list,
                             const Components& others) const
 {
     pugi::xml_document document;
-    if (!parameters.empty()) {
-        parseXml(document, parameters);
+    if (!list.empty()) {
+        parseXml(document, list);
     }
     const bool isRule = type == _types.ruleType();
-    const RawComponent raw{name, type, document.child("tt:Parameters"), isRule};
+    const RawComponent raw{component, type, document.child("tt:Parameters"), isRule};
     const Component* module = moduleOf(others);
-    Component component = completeComponent(_types, raw, module);
+    Component completed = completeComponent(_types, raw, module);
     for (const Component& other : others) {
-        if (other.name == name && other.isRule != isRule) {
-            throw Refusal("component '" + forLog(name) + "', " +
+        if (other.name == component && other.isRule != isRule) {
+            throw Refusal("component '" + forLog(component) + "', " +
                           Refusal("Type", type, "the name belongs to a " + other.type).what());
         }
     }
-    if (!isRule && module != nullptr && module->name != name) {
+    if (!isRule && module != nullptr && module->name != component) {
         throw Refusal(
-            "component '" + forLog(name) + "', " +
-            Refusal("Name", name, "a configuration holds one module, here '" + forLog(module->name) + "'").what());
+            "component '" + forLog(component) + "', " +
+            Refusal("Name", component, "a configuration holds one module, here '" + forLog(module->name) + "'").what());
     }
-    return component;
+    return completed;
 }
 
 void RuleSet::store(const Components& components)

@@ -22,8 +22,8 @@ public:
 
     /// Each refusal writes one log line and leaves the content as it was.
     bool validateFullConfig(const std::string& config) override;
-    bool validateConfig(const std::string& name, const std::string& type, const std::string& parameters) override;
-    bool setConfig(const std::string& name, const std::string& type, const std::string& parameters) override;
+    bool validateConfig(const std::string& component, const std::string& type, const std::string& list) override;
+    bool setConfig(const std::string& component, const std::string& type, const std::string& list) override;
     bool setFullConfig(const std::string& config) override;
 
     bool detach() override { return true; }
@@ -34,7 +34,7 @@ public:
     Components components() const;
 
 private:
-    Component complete(const std::string& name, const std::string& type, const std::string& parameters,
+    Component complete(const std::string& component, const std::string& type, const std::string& list,
                        const Components& others) const;
     void store(const Components& components);
     bool refuse(const std::exception& reason) const;

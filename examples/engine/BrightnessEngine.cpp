@@ -67,22 +67,22 @@ public:
     explicit RuleSet(void* log) : _log(log) {}
 
     bool validateFullConfig(const std::string& config) override { return RuleSet(_log).setFullConfig(config); }
-    bool validateConfig(const std::string& name, const std::string& type, const std::string& parameters) override
+    bool validateConfig(const std::string& rule, const std::string& type, const std::string& list) override
     {
-        return RuleSet(_log).setConfig(name, type, parameters);
+        return RuleSet(_log).setConfig(rule, type, list);
     }
-    bool setConfig(const std::string& name, const std::string& type, const std::string& parameters) override
+    bool setConfig(const std::string& rule, const std::string& type, const std::string& list) override
     {
         pugi::xml_document document;
         Settings settings;
         if (type != kType) { // another engine's, perhaps: every engine is asked
             return false;
         }
-        document.load_string(parameters.c_str());
-        if (!read(_log, name, document.child("tt:Parameters"), settings)) {
+        document.load_string(list.c_str());
+        if (!read(_log, rule, document.child("tt:Parameters"), settings)) {
             return false;
         }
-        _rules[name] = parameters;
+        _rules[rule] = list;
         return true;
     }
     bool detach() override { return true; }

@@ -81,15 +81,15 @@ std::string simpleItem(const std::string& name, const std::string& value)
     return "<tt:SimpleItem Name=\"" + name + "\" Value=\"" + value + "\"/>";
 }
 
-std::string module(const std::string& name, const std::string& type, const std::string& items)
+std::string module(const std::string& label, const std::string& type, const std::string& items)
 {
-    return "<tt:AnalyticsModule Name=\"" + name + "\" Type=\"" + type + "\"><tt:Parameters>" + items +
+    return "<tt:AnalyticsModule Name=\"" + label + "\" Type=\"" + type + "\"><tt:Parameters>" + items +
            "</tt:Parameters></tt:AnalyticsModule>";
 }
 
-std::string rule(const std::string& name, const std::string& type, const std::string& items)
+std::string rule(const std::string& label, const std::string& type, const std::string& items)
 {
-    return "<tt:Rule Name=\"" + name + "\" Type=\"" + type + "\"><tt:Parameters>" + items +
+    return "<tt:Rule Name=\"" + label + "\" Type=\"" + type + "\"><tt:Parameters>" + items +
            "</tt:Parameters></tt:Rule>";
 }
 

@@ -45,8 +45,8 @@ std::string withoutTimes(std::string text);
 /// A configuration document of one module element and any rule elements.
 std::string document(const std::string& modules, const std::string& rules);
 std::string simpleItem(const std::string& name, const std::string& value);
-std::string module(const std::string& name, const std::string& type, const std::string& items = "");
-std::string rule(const std::string& name, const std::string& type, const std::string& items = "");
+std::string module(const std::string& label, const std::string& type, const std::string& items = "");
+std::string rule(const std::string& label, const std::string& type, const std::string& items = "");
 std::string simpleConfig(const std::string& moduleItems = "", const std::string& ruleItems = "");
 std::string motionConfig(const std::string& moduleItems = "", const std::string& ruleItems = "");
 std::string region(const std::string& attributes, const std::string& points);

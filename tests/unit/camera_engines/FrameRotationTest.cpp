@@ -157,6 +157,22 @@ TEST_P(FrameRotationTest, turnsNoMoreThanTheStrideHolds)
     }
 }
 
+// The frame thread waits for this: a loop over all the columns takes longer than a frame.
+TEST_P(FrameRotationTest, turnsAPictureOfManyColumnsAndNoRows)
+{
+    std::uint8_t pixel = 0;
+    YuvFrame source;
+    source.data = &pixel;
+    source.width = 0x7fff'fffe;
+    source.bytesPerRow = 0x7fff'fffe;
+    YuvFrame turned = source;
+    turn(GetParam(), source, turned);
+    EXPECT_NE(turned.data, source.data);
+    EXPECT_EQ(turned.width, GetParam() == 180 ? 0x7fff'fffeU : 0U);
+    EXPECT_EQ(turned.height, GetParam() == 180 ? 0U : 0x7fff'fffeU);
+    std::free(turned.data);
+}
+
 TEST_P(FrameRotationTest, leavesTheDestinationAloneWhenTheImageIsTooBigForMemory)
 {
     for (const auto& [width, height] : {std::pair<std::uint64_t, std::uint64_t>{0x8000'0000, 2},
