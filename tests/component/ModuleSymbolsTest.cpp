@@ -4,7 +4,6 @@
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <regex>
 
 namespace {
 
@@ -21,10 +20,15 @@ class ModuleSymbolsTest : public component::ModuleTest {
 protected:
     const ElfSymbols symbols = component::readElfSymbols(DETECTION_MODULE);
 
+    static bool holdsOneOf(const std::string& text, const Lines& parts)
+    {
+        return std::any_of(parts.begin(), parts.end(),
+                           [&](const std::string& part) { return text.find(part) != std::string::npos; });
+    }
+
     static bool isPlatforms(const std::string& name)
     {
-        static const std::regex platforms("korva::meridan|ravel|analytics_lib|RavelApi");
-        return std::regex_search(demangled(name), platforms);
+        return holdsOneOf(demangled(name), {"korva::meridan", "ravel", "analytics_lib", "RavelApi"});
     }
 
     std::vector<std::string> platformSymbols() const
@@ -37,10 +41,11 @@ protected:
 
 TEST_F(ModuleSymbolsTest, showsNothingOfTheSystemsOwnCode)
 {
-    const std::regex own("DetectionPlugin|PtzShim|OnvifTarget|ProxyTarget|OnvifSettings|RuleSetMap|json::|Json::|"
-                         "toColorYuv|toUnsigned|ServiceArray|throwOnFailure|printRaw|pugi");
+    const Lines own = {"DetectionPlugin", "PtzShim",        "OnvifTarget", "ProxyTarget", "OnvifSettings",
+                       "RuleSetMap",      "json::",         "Json::",      "toColorYuv",  "toUnsigned",
+                       "ServiceArray",    "throwOnFailure", "printRaw",    "pugi"};
     for (const std::string& name : symbols.defined) {
-        EXPECT_FALSE(std::regex_search(demangled(name), own)) << demangled(name);
+        EXPECT_FALSE(holdsOneOf(demangled(name), own)) << demangled(name);
     }
 }
 
@@ -48,13 +53,35 @@ TEST_F(ModuleSymbolsTest, showsOnlyWhatTheLoaderUnites)
 {
     // Inline code and type information of the libraries and of the seam, which must be one in the process, and what
     // linkers and sanitizers add.
-    const std::regex shared("std::|boost::|__gnu_cxx::|^operator (new|delete)|"
-                            "analytics_lib::(I[A-Z]|YuvFrame|ColorYuv)|MetadataBuffers|ravel::core::RavelApiException|"
-                            "korva::meridan::(PluginManager|BasicFilterPlugin|PipelinePlugin|SourceSide|SinkSide|"
-                            "Buffer|Sink|Source)|^(_init|_fini|_edata|_end|__bss_start|__gcov.*)$|"
-                            "^__(odr_)?(asan|ubsan|tsan)");
+    const Lines shared = {"std::",
+                          "boost::",
+                          "__gnu_cxx::",
+                          "operator new",
+                          "operator delete",
+                          "analytics_lib::I",
+                          "YuvFrame",
+                          "ColorYuv",
+                          "MetadataBuffers",
+                          "ravel::core::RavelApiException",
+                          "korva::meridan::PluginManager",
+                          "korva::meridan::BasicFilterPlugin",
+                          "korva::meridan::PipelinePlugin",
+                          "korva::meridan::SourceSide",
+                          "korva::meridan::SinkSide",
+                          "korva::meridan::Buffer",
+                          "korva::meridan::Sink",
+                          "korva::meridan::Source",
+                          "_init",
+                          "_fini",
+                          "_edata",
+                          "_end",
+                          "__bss_start",
+                          "__gcov",
+                          "asan",
+                          "ubsan",
+                          "tsan"};
     for (const std::string& name : symbols.defined) {
-        EXPECT_TRUE(std::regex_search(demangled(name), shared)) << demangled(name);
+        EXPECT_TRUE(holdsOneOf(demangled(name), shared)) << demangled(name);
     }
 }
 
