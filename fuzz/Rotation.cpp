@@ -78,7 +78,7 @@ void checkPlane(const std::uint8_t* source, std::uint64_t stride, const std::uin
     const bool quarter = turnsOf(angle) != 1;
     const std::uint64_t width = quarter ? rows : columns;
     const std::uint64_t height = quarter ? columns : rows;
-    for (std::uint64_t row = 0; row < rows; ++row) {
+    for (std::uint64_t row = 0; columns != 0 && row < rows; ++row) {
         for (std::uint64_t column = 0; column < columns; ++column) {
             const Place from = sourceOf(angle, {column, row}, width, height);
             for (std::uint64_t byte = 0; byte < divisor; ++byte) {
