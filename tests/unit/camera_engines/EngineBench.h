@@ -5,6 +5,7 @@
 #include "plugin/analytics/IOnvifAnalytics.h"
 #include "plugin/analytics/IRuleSet.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -80,7 +81,7 @@ private:
     std::shared_ptr<analytics_lib::IOnvifAnalytics> _engine;
     mutable std::mutex _mutex;
     std::vector<Event> _events;
-    unsigned _frame = 0;
+    std::atomic<unsigned> _frame{0};
 };
 
 analytics_lib::YuvFrame yuv(const camera::video::Frame& frame);
