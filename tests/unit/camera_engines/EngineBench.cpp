@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <regex>
 
 namespace {
 
@@ -66,7 +65,12 @@ std::vector<Box> boxesOf(const std::string& metadata, int width, int height)
 
 std::string withoutTimes(std::string text)
 {
-    return std::regex_replace(text, std::regex("UtcTime=\"[^\"]*\""), "UtcTime=\"\"");
+    const std::string attribute = "UtcTime=\"";
+    for (std::size_t at = text.find(attribute); at != std::string::npos; at = text.find(attribute, at)) {
+        at += attribute.size();
+        text.erase(at, text.find('"', at) - at);
+    }
+    return text;
 }
 
 std::string document(const std::string& modules, const std::string& rules)
