@@ -19,6 +19,8 @@ DatabaseError::Kind kindOf(int code)
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
         return DatabaseError::Kind::damaged;
+    case SQLITE_ERROR:
+        return DatabaseError::Kind::rejected;
     default:
         return DatabaseError::Kind::failed;
     }

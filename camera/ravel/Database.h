@@ -13,7 +13,9 @@ namespace camera::ravel {
 /// A failed call of the database, with a reason that a person can read.
 class DatabaseError : public std::runtime_error {
 public:
-    enum class Kind { failed, full, readOnly, damaged };
+    /// rejected: the file does not hold what the statement names. The program's statements are
+    /// constant, so when a file is opened that is damage too.
+    enum class Kind { failed, full, readOnly, damaged, rejected };
 
     DatabaseError(Kind kind, const std::string& reason) : std::runtime_error(reason), _kind(kind) {}
     Kind kind() const { return _kind; }

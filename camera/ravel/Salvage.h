@@ -14,7 +14,7 @@ struct SalvagedDocument {
 };
 
 /// The newest good document of every key that can still be read from a settings file, whatever its
-/// condition; empty when nothing can. Does not change the file.
+/// condition; empty when nothing can. Does not change the file; a copy beside it lives meanwhile.
 std::map<std::string, SalvagedDocument> salvage(const std::filesystem::path& file);
 
 /// The checksum stored with a document; it covers the key too, so that swapped rows are found.

@@ -74,16 +74,22 @@ public:
 
 private:
     void open();
+    void openWhatIsThere();
     void openChecked();
     void repairDocuments();
+    void repairDocument(const std::string& key);
     void keepCopy();
     void startAnew(const std::string& reason);
+    std::filesystem::path takeReplacement();
     void store(const std::string& key, const std::string& document);
+    static void put(const Database& database, const std::string& key, const std::string& document);
     void notice(const std::string& text);
     [[noreturn]] void fail(const std::string& what, const DatabaseError& error) const;
 
     const Options _options;
     const std::filesystem::path _file;
+    const std::filesystem::path _copy;        ///< of the last start
+    const std::filesystem::path _replacement; ///< for a damaged file: once it has this name it is complete
     std::mutex _mutex;
     std::unique_ptr<Database> _database;
     std::map<std::string, std::string> _defaults;

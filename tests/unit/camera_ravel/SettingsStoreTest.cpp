@@ -304,7 +304,7 @@ TEST_F(SettingsStoreTest, neverOverwritesAnEarlierFileThatWasSetAside)
 TEST_F(SettingsStoreTest, refusesAFileOfANewerProgram)
 {
     store.reset();
-    change("PRAGMA user_version = 99");
+    change("PRAGMA user_version = 99; PRAGMA application_id = 1382119011");
     try {
         open();
         FAIL() << "a newer file was opened";
@@ -312,6 +312,18 @@ TEST_F(SettingsStoreTest, refusesAFileOfANewerProgram)
         EXPECT_THAT(error.what(), HasSubstr("written by a newer version of this program"));
     }
     EXPECT_EQ(filesSetAside(), 0u);
+}
+
+TEST_F(SettingsStoreTest, doesNotTakeADamagedLayoutNumberForANewerProgram)
+{
+    store->write("A", "kept");
+    store.reset();
+    change("PRAGMA user_version = 99");
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("kept")));
+    ASSERT_THAT(store->notices(), SizeIs(1));
+    EXPECT_THAT(store->notices()[0], HasSubstr("is damaged (its layout number is broken)"));
+    EXPECT_EQ(filesSetAside(), 1u);
 }
 
 TEST_F(SettingsStoreTest, saysWhatCannotBeUsedWhenTheFileIsAFolder)
