@@ -38,7 +38,7 @@ std::string laughs()
 
 class EntitiesTest : public BombTest {
 protected:
-    std::string folder = ::testing::TempDir() + "hostile-entities-XXXXXX";
+    std::string folder = ::testing::TempDir() + "hostile-entities-" + std::string(6, 'X');
 
     EntitiesTest()
     {

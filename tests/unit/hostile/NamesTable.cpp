@@ -1,7 +1,7 @@
 #include "NamesTable.h"
 
 #include <fstream>
-#include <regex>
+#include <sstream>
 #include <stdexcept>
 
 namespace hostile {
@@ -22,11 +22,26 @@ std::string resolved(const std::string& cell)
     return text;
 }
 
+/// A title and three cells between backticks, as in "| title | `a` | `b` | `c` |".
+std::vector<std::string> cellsOf(const std::string& line)
+{
+    std::vector<std::string> pieces;
+    std::istringstream text(line);
+    for (std::string piece; std::getline(text, piece, '`');) {
+        pieces.push_back(piece);
+    }
+    const std::string between = " | ";
+    if (pieces.size() != 7 || pieces[0].size() < 6 || pieces[2] != between || pieces[4] != between ||
+        pieces[6] != " |") {
+        return {};
+    }
+    return {pieces[0].substr(2, pieces[0].size() - 5), pieces[1], pieces[3], pieces[5]};
+}
+
 } // namespace
 
 std::vector<NameRow> readNames(const std::string& path)
 {
-    static const std::regex row("\\| ([^|]+) \\| `([^`|]+)` \\| `([^`|]+)` \\| `([^`|]+)` \\|");
     std::ifstream page(path);
     std::vector<NameRow> rows;
     bool inTable = false;
@@ -34,11 +49,11 @@ std::vector<NameRow> readNames(const std::string& path)
         if (line.compare(0, 4, "|---") == 0) {
             inTable = true;
         } else if (inTable) {
-            std::smatch cells;
-            if (!std::regex_match(line, cells, row)) {
+            const std::vector<std::string> cells = cellsOf(line);
+            if (cells.empty()) {
                 throw std::runtime_error(path + ": no row: " + line);
             }
-            rows.push_back({cells[1], resolved(cells[2]), resolved(cells[3]), resolved(cells[4])});
+            rows.push_back({cells[0], resolved(cells[1]), resolved(cells[2]), resolved(cells[3])});
         }
     }
     return rows;
