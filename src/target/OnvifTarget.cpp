@@ -4,17 +4,6 @@
 
 namespace korva::meridan {
 
-namespace {
-
-void relayEvent(void* context, const std::string& topic, const std::string& source, const std::string& data)
-{
-    if (context != nullptr) {
-        static_cast<OnvifTarget*>(context)->OnEvent(topic, source, data);
-    }
-}
-
-} // namespace
-
 OnvifTarget::OnvifTarget(void* logCookie, std::vector<std::shared_ptr<analytics_lib::IOnvifAnalytics>> libs)
     : RavelApiAnalyticsTargetImplBase(logCookie),
       _logCookie(logCookie),
@@ -35,6 +24,14 @@ OnvifTarget::~OnvifTarget()
     releasePositioningEvents();
     releaseDayNightEvents();
     releaseWindowBlankingEvents();
+}
+
+void OnvifTarget::relayEvent(void* context, const std::string& topic, const std::string& source,
+                             const std::string& data)
+{
+    if (context != nullptr) {
+        static_cast<OnvifTarget*>(context)->OnEvent(topic, source, data);
+    }
 }
 
 int OnvifTarget::getEventTopics(char*** topics)

@@ -48,6 +48,9 @@ public:
     int writeFramesToFile(const char* engineName, const char* path, unsigned int count) override;
     int getPtzPresetConfiguration(const char* presetId, char** xml) override;
 
+    /// What the core calls for every event: OnEvent of the target behind context; nothing without a context.
+    static void relayEvent(void* context, const std::string& topic, const std::string& source, const std::string& data);
+
     /// Sends an engine's event to the service's clients.
     void OnEvent(const std::string& topic, const std::string& source, const std::string& data);
     unsigned int getFrameOrientation();

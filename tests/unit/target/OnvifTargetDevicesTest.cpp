@@ -93,6 +93,14 @@ TEST_F(OnvifTargetDevicesTest, sendsAnEventThatAnEngineRaisesWhileTheTargetIsBui
     EXPECT_EQ(journal().count("sendEvent(t, s, d) -> 0"), 1U);
 }
 
+TEST_F(OnvifTargetDevicesTest, relaysEventsBeforeTheEnginesAreConfigured)
+{
+    motion->before["clearAllRules"] = [this] { motion->raiseAlways("t", "s", "d"); };
+    construct();
+    EXPECT_EQ(journal().count("sendEvent(t, s, d) -> 0"), 1U);
+    motion->before.clear();
+}
+
 TEST_F(OnvifTargetDevicesTest, leavesNothingToAFailingStore)
 {
     platform().before["settingsGetJson"] = [] { throw std::runtime_error("store"); };

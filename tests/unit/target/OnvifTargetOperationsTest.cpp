@@ -219,6 +219,14 @@ TEST_F(OnvifTargetOperationsTest, sendsAnEnginesEventWithItsThreeTextsInOrder)
                 ElementsAre("log 6 \"Generating event for source\"", "sendEvent(topic, source, data) -> 0"));
 }
 
+TEST_F(OnvifTargetOperationsTest, relaysAnEventToItsContextAndNothingWithoutOne)
+{
+    build();
+    korva::meridan::OnvifTarget::relayEvent(target.get(), "topic", "source", "data");
+    korva::meridan::OnvifTarget::relayEvent(nullptr, "lost", "lost", "lost");
+    EXPECT_THAT(journal().all(), ElementsAre("sendEvent(topic, source, data) -> 0"));
+}
+
 TEST_F(OnvifTargetOperationsTest, neverNoticesAnEventThatCannotBeSent)
 {
     platform().host.sendEventStatus = 3;
