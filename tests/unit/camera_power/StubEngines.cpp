@@ -1,0 +1,202 @@
+#include "unit/camera_power/StubEngines.h"
+
+#include "plugin/analytics/IOnvifAnalytics.h"
+#include "plugin/analytics/IRuleSet.h"
+#include "plugin/analytics/factory.h"
+#include "plugin/analytics/frame_utils.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <new>
+#include <utility>
+
+using analytics_lib::IOnvifAnalytics;
+using analytics_lib::IRuleSet;
+using analytics_lib::YuvFrame;
+
+namespace analytics_lib {
+
+const std::string IOnvifAnalytics::kVideoAnalyticTag = "tt:VideoAnalyticsConfiguration";
+const std::string IOnvifAnalytics::kVideoAnalyticHeader = "<tt:VideoAnalyticsConfiguration>";
+const std::string IOnvifAnalytics::kVideoAnalyticFooter = "</tt:VideoAnalyticsConfiguration>";
+const std::string IOnvifAnalytics::kEngineConfigTag = "tt:AnalyticsEngineConfiguration";
+const std::string IOnvifAnalytics::kEngineConfigHeader = "<tt:AnalyticsEngineConfiguration>";
+const std::string IOnvifAnalytics::kEngineConfigFooter = "</tt:AnalyticsEngineConfiguration>";
+const std::string IOnvifAnalytics::kRuleConfigTag = "tt:RuleEngineConfiguration";
+const std::string IOnvifAnalytics::kRuleConfigHeader = "<tt:RuleEngineConfiguration>";
+const std::string IOnvifAnalytics::kRuleConfigFooter = "</tt:RuleEngineConfiguration>";
+
+} // namespace analytics_lib
+
+StubEngines& StubEngines::instance()
+{
+    static StubEngines& engines = *new StubEngines;
+    return engines;
+}
+
+std::vector<std::string> StubEngines::takeRestored()
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    std::sort(_restored.begin(), _restored.end());
+    return std::exchange(_restored, {});
+}
+
+void StubEngines::noteRestored(const std::string& config)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _restored.push_back(config);
+}
+
+void StubEngines::noteCall() const
+{
+    if (onCall) {
+        onCall();
+    }
+}
+
+namespace {
+
+constexpr const char* kNames[] = {"Line", "Motion"};
+
+class StubRuleSet final : public IRuleSet {
+public:
+    explicit StubRuleSet(std::string engine) : _engine(std::move(engine)) {}
+
+    bool validateFullConfig(const std::string& /*config*/) override { return true; }
+    bool validateConfig(const std::string& /*name*/, const std::string& type, const std::string& /*values*/) override
+    {
+        return type.find(_engine) != std::string::npos;
+    }
+    bool setConfig(const std::string& name, const std::string& type, const std::string& parameters) override
+    {
+        StubEngines::instance().noteCall();
+        _whole.clear();
+        _rules[name] = "<tt:Rule Name=\"" + name + "\" Type=\"" + type + "\">" + parameters + "</tt:Rule>";
+        return true;
+    }
+    bool detach() override { return true; }
+    bool deleteBehavior(const std::string& name) override
+    {
+        StubEngines::instance().noteCall();
+        if (_rules.erase(name) != 0) {
+            return true;
+        }
+        const bool held = _whole.find("\"" + name + "\"") != std::string::npos;
+        if (held) {
+            _whole.clear();
+        }
+        return held;
+    }
+    bool setFullConfig(const std::string& config) override
+    {
+        StubEngines::instance().noteCall();
+        StubEngines::instance().noteRestored(config);
+        _rules.clear();
+        _whole = config;
+        return true;
+    }
+    std::string getFullConfig() override
+    {
+        if (_rules.empty()) {
+            return _whole;
+        }
+        std::string config = IOnvifAnalytics::kVideoAnalyticHeader + IOnvifAnalytics::kRuleConfigHeader;
+        for (const auto& rule : _rules) {
+            config += rule.second;
+        }
+        return config + IOnvifAnalytics::kRuleConfigFooter + IOnvifAnalytics::kVideoAnalyticFooter;
+    }
+
+private:
+    const std::string _engine;
+    std::map<std::string, std::string> _rules;
+    std::string _whole;
+};
+
+class StubEngine final : public IOnvifAnalytics {
+public:
+    explicit StubEngine(std::string name) : _name(std::move(name)) {}
+
+    std::string getName() const override { return _name; }
+    bool isEngineConfiguration(const std::string& config) override
+    {
+        return config.find("for=\"" + _name + "\"") != std::string::npos;
+    }
+    void setEventHandler(analytics_lib::IEventHandler* /*handler*/) override {}
+    bool onFrame(const YuvFrame& /*frame*/, MetadataBuffers& /*outputs*/) override { return true; }
+    std::vector<std::string> getEventTopics() override { return {}; }
+    std::vector<std::string> getSupportedEngines() override { return {}; }
+    std::vector<std::string> getSupportedRules() override { return {"tt:" + _name + "Rule"}; }
+    bool readFramesFromFile(const char* /*path*/, bool /*flag*/) override { return false; }
+    bool writeFramesToFile(const char* /*path*/, unsigned int /*count*/) override { return false; }
+    IRuleSet* createRuleSet() override
+    {
+        _ruleSets.push_back(std::make_unique<StubRuleSet>(_name));
+        return _ruleSets.back().get();
+    }
+    void releaseRuleSet(IRuleSet* ruleSet) override
+    {
+        _ruleSets.erase(std::remove_if(_ruleSets.begin(), _ruleSets.end(),
+                                       [ruleSet](const auto& owned) { return owned.get() == ruleSet; }),
+                        _ruleSets.end());
+    }
+    bool activateRuleSet(IRuleSet* /*ruleSet*/) override
+    {
+        StubEngines::instance().noteCall();
+        return true;
+    }
+    void clearAllRules() override { StubEngines::instance().noteCall(); }
+
+private:
+    const std::string _name;
+    std::vector<std::unique_ptr<StubRuleSet>> _ruleSets;
+};
+
+// Orientation 0 turns nothing; the module names these all the same.
+void copyPicture(const YuvFrame& source, YuvFrame& destination)
+{
+    const std::size_t size = source.bytesPerRow * source.height * 3 / 2;
+    auto* data = static_cast<std::uint8_t*>(std::malloc(size));
+    if (data == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::copy(source.data, source.data + size, data);
+    destination.data = data;
+}
+
+} // namespace
+
+namespace analytics_lib {
+
+std::vector<std::shared_ptr<IOnvifAnalytics>> GetSupportedAnalyticsLibs(void* /*logContext*/,
+                                                                        std::shared_ptr<IAnalyticsPtz> /*ptz*/)
+{
+    std::vector<std::shared_ptr<IOnvifAnalytics>> engines;
+    for (const char* name : kNames) {
+        engines.push_back(std::make_shared<StubEngine>(name));
+    }
+    return engines;
+}
+
+namespace frame_utils {
+
+void YUV420SemiPlanar_Rotate90(const YuvFrame& source, YuvFrame& destination)
+{
+    copyPicture(source, destination);
+}
+
+void YUV420SemiPlanar_Rotate180(const YuvFrame& source, YuvFrame& destination)
+{
+    copyPicture(source, destination);
+}
+
+void YUV420SemiPlanar_Rotate270(const YuvFrame& source, YuvFrame& destination)
+{
+    copyPicture(source, destination);
+}
+
+} // namespace frame_utils
+
+} // namespace analytics_lib

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/**
+ * The engine library of this program: two engines, "Motion" and "Line", that accept everything and
+ * keep it as it is. A rule or a document is for "Line" when it says so.
+ */
+class StubEngines {
+public:
+    static StubEngines& instance();
+
+    /// Called on the control thread at each operation that can stand between two writes of one call.
+    std::function<void()> onCall;
+
+    /// The configurations with which rule sets were filled as a whole since the last call, sorted.
+    std::vector<std::string> takeRestored();
+
+    void noteRestored(const std::string& config);
+    void noteCall() const;
+
+private:
+    std::mutex _mutex;
+    std::vector<std::string> _restored;
+};
