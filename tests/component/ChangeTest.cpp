@@ -140,6 +140,16 @@ TEST_F(ChangeTest, storesTheOthersWhenOneCannotBeSet)
     EXPECT_EQ(journal().count("log 3 \"not a valid component\""), 0U);
 }
 
+TEST_F(ChangeTest, keepsTheStoredTextWhenAModificationCannotBeSet)
+{
+    startQuietly();
+    ASSERT_EQ(createRules({rule("Motion", "R").item("Size", "3")}), 0U);
+    motion->setAnswers = {false};
+    EXPECT_EQ(createRules({rule("Motion", "R").item("Size", "4")}), 4U);
+    EXPECT_THAT(platform().settings.written, SizeIs(1));
+    EXPECT_THAT(currentRules(), ElementsAre(rule("Motion", "R").item("Size", "3").text()));
+}
+
 TEST_F(ChangeTest, reconfiguresForAnEmptyList)
 {
     startQuietly();
@@ -230,6 +240,14 @@ TEST_F(ChangeTest, leavesTheLiveRuleSetReducedWhenADeleteFailsInPart)
     stop();
     startQuietly();
     EXPECT_THAT(currentRules(), ElementsAre(rule("Motion", "A").text(), rule("Motion", "B").text()));
+}
+
+TEST_F(ChangeTest, goesOnToDeleteBehindAnUnknownName)
+{
+    startQuietly();
+    ASSERT_EQ(configure(configuration("Motion").add(rule("Motion", "A")).add(rule("Motion", "B"))), "0/0");
+    EXPECT_EQ(deleteByName({"Unknown", "A"}), 5U);
+    EXPECT_THAT(currentRules(), ElementsAre(rule("Motion", "B").text()));
 }
 
 TEST_F(ChangeTest, changesNothingWhenNoNameIsKnown)
