@@ -1,5 +1,6 @@
 #include "camera/ravel/Database.h"
 
+#include <cerrno>
 #include <cstring>
 #include <sqlite3.h>
 
@@ -7,8 +8,14 @@ namespace camera::ravel {
 
 namespace {
 
-DatabaseError::Kind kindOf(int code)
+DatabaseError::Kind kindOf(int code, int systemError)
 {
+    if (systemError == ENOSPC || systemError == EDQUOT) {
+        return DatabaseError::Kind::full;
+    }
+    if (systemError == EROFS) {
+        return DatabaseError::Kind::readOnly;
+    }
     switch (code & 0xff) {
     case SQLITE_FULL:
         return DatabaseError::Kind::full;
@@ -26,17 +33,16 @@ DatabaseError::Kind kindOf(int code)
     }
 }
 
-std::string reasonOf(sqlite3* handle, int code)
+DatabaseError errorOf(int code, int systemError)
 {
-    if ((code & 0xff) == SQLITE_FULL) {
-        return "no space is left for it";
+    const bool isSystems = (code & 0xff) == SQLITE_IOERR || (code & 0xff) == SQLITE_CANTOPEN;
+    const int error = isSystems ? systemError : 0;
+    const auto kind = kindOf(code, error);
+    if (kind == DatabaseError::Kind::full) {
+        return {kind, "no space is left for it"};
     }
-    std::string reason = sqlite3_errstr(code);
-    const int error = handle != nullptr ? sqlite3_system_errno(handle) : 0;
-    if (error != 0) {
-        reason += std::string(" (") + std::strerror(error) + ")";
-    }
-    return reason;
+    const std::string reason = sqlite3_errstr(code);
+    return {kind, error == 0 ? reason : reason + " (" + std::strerror(error) + ")"};
 }
 
 } // namespace
@@ -46,7 +52,7 @@ Database::Database(const std::filesystem::path& file, Access access)
     const int flags = access == Access::readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
     const int code = sqlite3_open_v2(file.c_str(), &_handle, flags, nullptr);
     if (code != SQLITE_OK) {
-        const DatabaseError error(kindOf(code), reasonOf(_handle, code));
+        const DatabaseError error = errorOf(code, _handle != nullptr ? sqlite3_system_errno(_handle) : 0);
         sqlite3_close_v2(_handle);
         throw error;
     }
@@ -61,6 +67,7 @@ Database::~Database()
 
 void Database::execute(const std::string& sql)
 {
+    errno = 0;
     const int code = sqlite3_exec(_handle, sql.c_str(), nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) {
         fail(code);
@@ -69,11 +76,14 @@ void Database::execute(const std::string& sql)
 
 void Database::fail(int code) const
 {
-    throw DatabaseError(kindOf(code), reasonOf(_handle, code));
+    // A failed COMMIT leaves the system's error to errno alone; the handle would tell the one before.
+    const int last = errno;
+    throw errorOf(code, last != 0 ? last : sqlite3_system_errno(_handle));
 }
 
 Statement::Statement(const Database& database, const char* sql) : _database(database)
 {
+    errno = 0;
     const int code = sqlite3_prepare_v2(database.handle(), sql, -1, &_statement, nullptr);
     if (code != SQLITE_OK) {
         database.fail(code);
@@ -114,6 +124,7 @@ Statement& Statement::bindText(int index, const std::string& text)
 
 bool Statement::step()
 {
+    errno = 0;
     const int code = sqlite3_step(_statement);
     if (code != SQLITE_ROW && code != SQLITE_DONE) {
         _database.fail(code);

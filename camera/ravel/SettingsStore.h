@@ -74,6 +74,7 @@ public:
 
 private:
     void open();
+    [[noreturn]] void refuse(const std::string& reason);
     void openWhatIsThere();
     void openChecked();
     void repairDocuments();

@@ -115,14 +115,17 @@ void SettingsStore::open()
         }
         keepCopy();
     } catch (const DatabaseError& error) {
-        _database.reset();
-        throw std::runtime_error("the settings file " + _file.string() + " cannot be used: " + error.what() +
-                                 "; free or permit it, or name another state folder");
+        refuse(error.what());
     } catch (const fs::filesystem_error& error) {
-        _database.reset();
-        throw std::runtime_error("the settings file " + _file.string() +
-                                 " cannot be set aside: " + error.code().message() + "; name another state folder");
+        refuse(error.code().message());
     }
+}
+
+void SettingsStore::refuse(const std::string& reason)
+{
+    _database.reset();
+    throw std::runtime_error("the settings file " + _file.string() + " cannot be used: " + reason +
+                             "; free or permit it, or name another state folder");
 }
 
 void SettingsStore::openWhatIsThere()

@@ -168,6 +168,7 @@ ssize_t DiskWatch::write(const Real& real, int descriptor, const void* bytes, st
     if (_fault.half && _untilFault == 0 && count > 1) {
         count /= 2;
         _fault.half = false;
+        _failed = true;
     } else if (fails()) {
         return -1;
     }
