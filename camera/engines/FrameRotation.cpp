@@ -1,5 +1,7 @@
 #include "plugin/analytics/frame_utils.h"
 
+#include "camera/engines/Transpose.h"
+
 #include <libyuv.h>
 
 #include <algorithm>
@@ -11,11 +13,6 @@
 namespace analytics_lib::frame_utils {
 
 namespace {
-
-// Columns turned at a time. A stripe becomes that many rows of the destination, which stay in the
-// cache until they are complete; a whole picture at once takes more than twice as long.
-constexpr int kLumaStripe = 16;
-constexpr int kChromaStripe = 32; // pairs of U and V
 
 /// A packed NV12 picture in memory of its own until it is handed over.
 struct Image {
@@ -67,48 +64,34 @@ const std::uint8_t* chromaOf(const YuvFrame& source)
     return source.data + static_cast<std::size_t>(source.bytesPerRow) * source.height;
 }
 
-/// The row of the destination at which the stripe from column on begins.
-std::size_t firstRow(int column, int stripe, int columns, libyuv::RotationMode mode)
-{
-    return static_cast<std::size_t>(mode == libyuv::kRotate90 ? column : columns - column - stripe);
-}
+enum class Turn { clockwise, counterClockwise };
 
-void turnLuma(const YuvFrame& source, Image& turned, libyuv::RotationMode mode)
+/// A quarter turn is a mirroring at the diagonal with the source's rows, or else the destination's, taken from the last
+/// to the first.
+template <typename Element>
+void turnPlane(const std::uint8_t* source, std::ptrdiff_t sourceStride, std::uint8_t* target,
+               std::ptrdiff_t targetStride, int columns, int rows, Turn turn)
 {
-    const int columns = static_cast<int>(turned.height); // of the source
-    const int rows = static_cast<int>(turned.width);
-    for (int column = 0; column < columns; column += kLumaStripe) {
-        const int stripe = std::min(kLumaStripe, columns - column);
-        std::uint8_t* target = turned.luma() + turned.width * firstRow(column, stripe, columns, mode);
-        libyuv::RotatePlane(source.data + column, static_cast<int>(source.bytesPerRow), target, rows, stripe, rows,
-                            mode);
+    if (turn == Turn::clockwise) {
+        source += (rows - 1) * sourceStride;
+        sourceStride = -sourceStride;
+    } else {
+        target += (columns - 1) * targetStride;
+        targetStride = -targetStride;
     }
+    camera::engines::Transpose<Element>::run({source, sourceStride, target, targetStride, columns, rows});
 }
 
-void turnChroma(const YuvFrame& source, Image& turned, libyuv::RotationMode mode)
-{
-    const int columns = static_cast<int>(turned.height / 2); // of the source, in pairs
-    const int rows = static_cast<int>(turned.width / 2);
-    const auto stride = static_cast<int>(source.bytesPerRow);
-    const std::size_t planeBytes = std::size_t{kChromaStripe} * static_cast<std::size_t>(rows);
-    const std::unique_ptr<std::uint8_t[]> planes(new std::uint8_t[2 * planeBytes]);
-    for (int column = 0; column < columns; column += kChromaStripe) {
-        const int stripe = std::min(kChromaStripe, columns - column);
-        libyuv::SplitRotateUV(chromaOf(source) + 2 * column, stride, planes.get(), rows, planes.get() + planeBytes,
-                              rows, stripe, rows, mode);
-        std::uint8_t* target = turned.chroma() + turned.width * firstRow(column, stripe, columns, mode);
-        libyuv::MergeUVPlane(planes.get(), rows, planes.get() + planeBytes, rows, target,
-                             static_cast<int>(turned.width), rows, stripe);
-    }
-}
-
-void quarterTurn(const YuvFrame& source, YuvFrame& destination, libyuv::RotationMode mode)
+void quarterTurn(const YuvFrame& source, YuvFrame& destination, Turn turn)
 {
     Image turned = newImage(source, source.height, shownWidth(source));
     // A picture without rows can still claim billions of columns.
     if (turned.width != 0 && turned.height != 0) {
-        turnLuma(source, turned, mode);
-        turnChroma(source, turned, mode);
+        const auto columns = static_cast<int>(turned.height); // of the source
+        const auto rows = static_cast<int>(turned.width);
+        const std::ptrdiff_t stride = source.bytesPerRow;
+        turnPlane<std::uint8_t>(source.data, stride, turned.luma(), rows, columns, rows, turn);
+        turnPlane<std::uint16_t>(chromaOf(source), stride, turned.chroma(), rows, columns / 2, rows / 2, turn);
     }
     turned.handOver(destination);
 }
@@ -117,7 +100,7 @@ void quarterTurn(const YuvFrame& source, YuvFrame& destination, libyuv::Rotation
 
 void YUV420SemiPlanar_Rotate90(const YuvFrame& source, YuvFrame& destination)
 {
-    quarterTurn(source, destination, libyuv::kRotate90);
+    quarterTurn(source, destination, Turn::clockwise);
 }
 
 void YUV420SemiPlanar_Rotate180(const YuvFrame& source, YuvFrame& destination)
@@ -135,7 +118,7 @@ void YUV420SemiPlanar_Rotate180(const YuvFrame& source, YuvFrame& destination)
 
 void YUV420SemiPlanar_Rotate270(const YuvFrame& source, YuvFrame& destination)
 {
-    quarterTurn(source, destination, libyuv::kRotate270);
+    quarterTurn(source, destination, Turn::counterClockwise);
 }
 
 } // namespace analytics_lib::frame_utils
