@@ -28,11 +28,12 @@ fs::path part(const fs::path& database, const char* suffix)
     return database.string() + suffix;
 }
 
+// Also a file of one byte: the database takes that for an empty one.
 bool isEmpty(const fs::path& file)
 {
     std::error_code absent;
     const auto size = fs::file_size(file, absent);
-    return absent || size == 0;
+    return absent || size <= 1;
 }
 
 fs::path freeNameBeside(const fs::path& file)

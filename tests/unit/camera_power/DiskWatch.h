@@ -12,7 +12,7 @@
 
 /**
  * Sees every change that this program, its libraries included, makes below one folder: keeps a list
- * of them, and makes some of them fail. Nothing is really synced meanwhile.
+ * of them, and makes some of them fail. This program really syncs nothing.
  *
  * One lives at a time, and longer than what has files of the folder open. The functions of the C
  * library are replaced by this program's own, which ask it. Thread-safe.
@@ -49,8 +49,7 @@ public:
     ssize_t write(const Real& real, int descriptor, const void* bytes, std::size_t count, off_t offset);
     template <typename Real>
     int truncate(const Real& real, int descriptor, off_t size);
-    template <typename Real>
-    int sync(const Real& real, int descriptor);
+    int sync(int descriptor);
     template <typename Real>
     int close(const Real& real, int descriptor);
     template <typename Real>
