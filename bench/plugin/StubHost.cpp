@@ -19,6 +19,7 @@
 
 #include <dlfcn.h>
 
+#include <cstdarg>
 #include <cstdlib>
 #include <new>
 #include <stdexcept>
@@ -210,8 +211,12 @@ bool RavelApiAnalyticsTargetImplBase::isRunnable()
 {
     return true;
 }
-void RavelApiAnalyticsTargetImplBase::log(ravel_core_log_priority /*priority*/, const char* /*format*/, ...) const
+void RavelApiAnalyticsTargetImplBase::log(ravel_core_log_priority priority, const char* format, ...) const
 {
+    va_list arguments;
+    va_start(arguments, format);
+    ravel_core_logging_logv(_baseLogHandle, priority, format, arguments);
+    va_end(arguments);
 }
 ravel_core_status RavelApiAnalyticsTargetImplBase::sendEventAnalyticsEvent(const char*, const char*, const char*) const
 {
