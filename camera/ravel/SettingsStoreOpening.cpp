@@ -211,7 +211,7 @@ void SettingsStore::keepCopy()
         const std::string name = unfinished.string();
         Statement into(*_database, "VACUUM INTO ?");
         into.bindText(1, name).step();
-        syncToDisk(unfinished); // the earlier copy goes only when this one is on the disk
+        syncToDisk(unfinished); // whether the library did so depends on its version; then the earlier copy may go
         renameDurably(unfinished, _copy);
     } catch (const std::exception& failure) {
         // The settings themselves are whole: only the next damage would lose more.

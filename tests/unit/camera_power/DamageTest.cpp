@@ -31,10 +31,11 @@ protected:
         ended = readFiles(state);
     }
 
-    void startOn(const Files& files)
+    testing::AssertionResult startsOn(const Files& files)
     {
         writeFiles(state, files);
-        ASSERT_EQ(refusal(), std::nullopt);
+        const auto refused = refusal();
+        return refused ? testing::AssertionFailure() << *refused : testing::AssertionSuccess();
     }
 
     // Found or unchanged: an older document comes with a line that says what happened, and the damaged
@@ -100,7 +101,7 @@ TEST_P(FlippedByteTest, isFoundOrChangesNothing)
         Files files = ended;
         char& byte = files["settings.db"][at];
         byte = flipped(byte, at);
-        startOn(files);
+        ASSERT_TRUE(startsOn(files));
         EXPECT_EQ(storedDocument(), documents.back()) << "the rest of the file holds it";
         expectFoundOrUnchanged(files["settings.db"]);
         ++flips;
@@ -122,7 +123,7 @@ TEST_P(FlippedByteTest, inTheLogOfADeviceThatWasCutOffChangesNothing)
         Files files = leftRunning;
         char& byte = files["settings.db-wal"][at];
         byte = flipped(byte, at);
-        startOn(files);
+        ASSERT_TRUE(startsOn(files));
         EXPECT_EQ(storedDocument(), documents.back());
         EXPECT_THAT(notices(), IsEmpty());
         expectFoundOrUnchanged(files["settings.db"]);
@@ -145,7 +146,7 @@ TEST_F(DamageTest, aTruncatedFileIsFoundAndADocumentOfItOrOfTheCopyIsUsed)
         SCOPED_TRACE("cut to " + std::to_string(size));
         Files files = ended;
         files["settings.db"].resize(size);
-        startOn(files);
+        ASSERT_TRUE(startsOn(files));
         if (size + 4096 <= whole.size()) { // the end of the last page may hold nothing
             EXPECT_THAT(notices(), testing::SizeIs(1));
         }
@@ -165,7 +166,7 @@ TEST_F(DamageTest, aTruncatedLogChangesNothing)
         SCOPED_TRACE("cut to " + std::to_string(size));
         Files files = leftRunning;
         files["settings.db-wal"].resize(size);
-        startOn(files);
+        ASSERT_TRUE(startsOn(files));
         EXPECT_EQ(storedDocument(), documents.back());
         expectFoundOrUnchanged(files["settings.db"]);
         ++truncations;
@@ -181,12 +182,27 @@ TEST_F(DamageTest, aDamagedCopyDoesNotMatterWhileTheFileIsWhole)
         Files files = ended;
         char& byte = files["settings.last-good.db"][at];
         byte = static_cast<char>(~byte);
-        startOn(files);
+        ASSERT_TRUE(startsOn(files));
         EXPECT_EQ(storedDocument(), documents.back());
         EXPECT_THAT(notices(), IsEmpty());
         stop();
     }
     std::cout << "power-cuts: flips=" << flips << "\n";
+}
+
+TEST_F(DamageTest, nothingIsReadBackWhoseChecksumDoesNotFit)
+{
+    Files files = ended;
+    std::string& file = files["settings.db"];
+    std::size_t changed = 0; // the current document and its like in the history
+    for (std::size_t at = file.find("third"); at != std::string::npos; at = file.find("third", at + 1), ++changed) {
+        file[at] = 'T';
+    }
+    ASSERT_EQ(changed, 2u);
+    file.replace(4096 * 2, 4096, std::string(4096, 'z')); // an index: the whole file is read back
+    ASSERT_TRUE(startsOn(files));
+    EXPECT_EQ(storedDocument(), documents[1]);
+    expectFoundOrUnchanged(file);
 }
 
 } // namespace
