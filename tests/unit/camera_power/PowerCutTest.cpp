@@ -218,7 +218,6 @@ TEST_F(RepairCutTest, losesNothingOfADamagedFile)
     cutTheRepairOf(damaged);
 }
 
-// Replayed into the file that takes the damaged one's place, its log would damage that one too.
 TEST_F(RepairCutTest, losesNothingOfADamagedFileWithALog)
 {
     Files damaged = leftRunning;
@@ -251,6 +250,26 @@ TEST_F(RepairCutTest, losesNothingOfADamagedDocument)
         }
     }
     std::cout << "power-cuts: repair_cuts=" << cuts << "\n";
+}
+
+// Replayed into the file that takes the damaged one's place, a log would damage that one too.
+TEST_F(RepairCutTest, takesUpASwapThatWasCutShortAndSetsTheLogAsideToo)
+{
+    writeFiles(state, {});
+    start();
+    ASSERT_TRUE(configure("newest"));
+    stop();
+    Files files = leftRunning;
+    files["settings.repaired.db"] = readFiles(state).at("settings.db");
+    writeFiles(state, files);
+    ASSERT_EQ(refusal(), std::nullopt);
+    EXPECT_EQ(storedDocument(), newest);
+    EXPECT_THAT(notices(), testing::ElementsAre(testing::HasSubstr("was found damaged at an earlier start")));
+    const Files after = readFiles(state);
+    EXPECT_EQ(filesSetAside(after), 2u);
+    EXPECT_TRUE(std::any_of(after.begin(), after.end(), [&](const auto& entry) {
+        return entry.first.rfind("settings.db.damaged-", 0) == 0 && entry.second == files["settings.db-wal"];
+    }));
 }
 
 } // namespace
