@@ -1,0 +1,140 @@
+#include "camera/bus/Connection.h"
+
+#include "camera/ravel/Log.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace camera::bus {
+
+namespace {
+
+constexpr const char* kComponent = "bus";
+
+} // namespace
+
+Connection::Connection(std::string address, std::string process)
+    : _address(std::move(address)), _process(std::move(process))
+{
+}
+
+Connection::~Connection()
+{
+    stop();
+}
+
+void Connection::start()
+{
+    _thread = std::thread([this] { run(); });
+}
+
+void Connection::stop()
+{
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _stopping = true;
+        if (_session) {
+            _session->connection().leaveEventLoop();
+        }
+        _changed.notify_all();
+    }
+    if (_thread.joinable()) {
+        _thread.join();
+    }
+}
+
+void Connection::run()
+{
+    std::chrono::milliseconds next(0);
+    while (pause(next)) {
+        const bool stood = serve();
+        next = stood ? kFirstPause : std::clamp(next * 2, kFirstPause, kLongestPause);
+    }
+}
+
+// One session from its beginning to its end; false when none came about.
+bool Connection::serve()
+{
+    std::string why = "the bus closed the connection";
+    bool stood = false;
+    try {
+        const std::shared_ptr<Session> session = open();
+        stood = true;
+        setSession(session);
+        // Not the library's own thread: an exception there, when the bus dies, would end the process.
+        session->connection().enterEventLoop();
+    } catch (const std::exception& error) {
+        why = error.what();
+    }
+    lost(why);
+    return stood;
+}
+
+std::shared_ptr<Session> Connection::open() const
+{
+    const auto session = std::make_shared<Session>(sdbus::createSessionBusConnectionWithAddress(_address));
+    for (const Maker& maker : _makers) {
+        maker.make(session);
+    }
+    return session;
+}
+
+void Connection::setSession(std::shared_ptr<Session> session)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _session = std::move(session);
+    if (_stopping) {
+        _session->connection().leaveEventLoop();
+    }
+    ++_sessions;
+    _reason.clear();
+    _changed.notify_all();
+}
+
+void Connection::lost(const std::string& why)
+{
+    for (const Maker& maker : _makers) {
+        maker.forget();
+    }
+    std::shared_ptr<Session> session;
+    const std::lock_guard<std::mutex> lock(_mutex);
+    session.swap(_session);
+    if (session && !_stopping) {
+        ravel::Log::instance().write(ravel::LogLevel::error, kComponent,
+                                     _process + " lost the bus: " + why + "; it connects again");
+    }
+    _reason = why;
+    _changed.notify_all();
+}
+
+bool Connection::pause(std::chrono::milliseconds length)
+{
+    std::unique_lock<std::mutex> lock(_mutex);
+    return !_changed.wait_for(lock, length, [this] { return _stopping; });
+}
+
+bool Connection::connected() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _session != nullptr;
+}
+
+bool Connection::waitUntilConnected(std::chrono::steady_clock::time_point deadline) const
+{
+    std::unique_lock<std::mutex> lock(_mutex);
+    return _changed.wait_until(lock, deadline, [this] { return _session != nullptr; });
+}
+
+std::uint64_t Connection::sessions() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _sessions;
+}
+
+std::string Connection::reason() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _reason;
+}
+
+} // namespace camera::bus
