@@ -96,6 +96,9 @@ void Connection::lost(const std::string& why)
     for (const Maker& maker : _makers) {
         maker.forget();
     }
+    if (_whenLost) {
+        _whenLost();
+    }
     std::shared_ptr<Session> session;
     const std::lock_guard<std::mutex> lock(_mutex);
     session.swap(_session);

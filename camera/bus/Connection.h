@@ -103,6 +103,9 @@ public:
         return live;
     }
 
+    /// Called on the bus thread when a session has ended, before the next one begins. Before start().
+    void whenLost(std::function<void()> action) { _whenLost = std::move(action); }
+
     void start();
 
     /// Ends the session and the thread. Idempotent; not from the bus thread.
@@ -137,6 +140,7 @@ private:
     const std::string _address;
     const std::string _process;
     std::vector<Maker> _makers;
+    std::function<void()> _whenLost;
 
     mutable std::mutex _mutex;
     mutable std::condition_variable _changed;

@@ -9,6 +9,7 @@
 #include "camera/ravel/Current.h"
 #include "camera/ravel/Environment.h"
 #include "camera/ravel/Log.h"
+#include "camera/ravel/RemoteServices.h"
 #include "camera/ravel/StateLock.h"
 
 #include "korva/meridan/BasicFilterPlugin.h"
@@ -102,6 +103,7 @@ public:
     const ravel::Current<meridan::MetadataPool>::Binding poolBinding;
     TargetClient target;
     std::function<void(const FrameOutputs&)> consumer;
+    std::shared_ptr<ravel::RemoteServices> remoteServices;
 
 private:
     void build();
@@ -146,6 +148,10 @@ Device::Impl::Impl(const Options& given)
 
 void Device::Impl::start()
 {
+    if (options.servicesElsewhere) {
+        remoteServices = options.servicesElsewhere(*environment);
+        environment->useServicesElsewhere(remoteServices);
+    }
     const auto factory = meridan::loadPlugin(options.pluginPath, kPluginName);
     environment->control.ask([&] {
         try {
@@ -263,6 +269,7 @@ void Device::Impl::shutdown()
     environment->control.stop();
     environment->events.drain();
     environment->metadataStreamer.drain();
+    remoteServices.reset();
 }
 
 void Device::Impl::destroy()

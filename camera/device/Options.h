@@ -6,9 +6,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace camera::ravel {
+class Environment;
+class RemoteServices;
+} // namespace camera::ravel
 
 namespace camera::device {
 
@@ -43,6 +50,11 @@ struct Options {
     ravel::LogLevel logLevel = ravel::LogLevel::error;
     ravel::ServiceFaults faults;     ///< services switched off or made to fail, for tests
     bool rotationService = false;    ///< serve "rotate" with the orientation; otherwise it is a configuration value
+
+    /// Given: the device's services live in another process. Called once, before the plug-in is built; what it
+    /// returns answers the queries and lives until the plug-in is gone.
+    std::function<std::shared_ptr<ravel::RemoteServices>(ravel::Environment&)> servicesElsewhere;
+
     bool lendMetadataBuffers = true; ///< false: the transmitter lends nothing, as on a device that is short of memory
 };
 

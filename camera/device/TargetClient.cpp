@@ -151,13 +151,12 @@ std::string TargetClient::presetConfiguration(const std::string& preset)
                 [&](Target& target, char** xml) { return target.getPtzPresetConfiguration(name.c_str(), xml); });
 }
 
-bool TargetClient::setConfiguration(const std::string& xml)
+TargetClient::Acceptance TargetClient::acceptConfiguration(const std::string& xml)
 {
     const std::string& document = checkedText(xml);
-    unsigned char failed = 1;
-    int result = 1;
-    call([&](Target& target) { result = target.setConfiguration(document.c_str(), &failed); });
-    return result == 0 && failed == 0;
+    Acceptance answer;
+    call([&](Target& target) { answer.result = target.setConfiguration(document.c_str(), &answer.failed); });
+    return answer;
 }
 
 void TargetClient::restoreDefaultSettings()

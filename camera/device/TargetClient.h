@@ -69,8 +69,16 @@ public:
     std::string currentConfiguration();
     std::string presetConfiguration(const std::string& preset);
 
+    /// What the target said of a whole configuration.
+    struct Acceptance {
+        int result = 1;
+        unsigned char failed = 1; ///< the flag that it wrote
+        bool ok() const { return result == 0 && failed == 0; }
+    };
+    Acceptance acceptConfiguration(const std::string& xml);
+
     /// False when the target refused the document.
-    bool setConfiguration(const std::string& xml);
+    bool setConfiguration(const std::string& xml) { return acceptConfiguration(xml).ok(); }
 
     void restoreDefaultSettings();
     std::vector<std::string> usedPtzPresets();

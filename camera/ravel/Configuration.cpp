@@ -7,6 +7,30 @@
 
 namespace camera::ravel {
 
+void Configuration::ask(const std::shared_ptr<RemoteServices>& remote)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _remote = remote;
+}
+
+ravel_core_status Configuration::read(const std::string& key, int& value) const
+{
+    std::unique_lock<std::mutex> lock(_mutex);
+    if (_failing) {
+        return kFailed;
+    }
+    if (const auto remote = _remote.lock()) {
+        lock.unlock(); // a round trip
+        return remote->configurationValue(key, value);
+    }
+    const auto found = _values.find(key);
+    if (found == _values.end()) {
+        return kNotFound;
+    }
+    value = found->second;
+    return kOk;
+}
+
 void Configuration::set(const std::string& key, int value)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
@@ -47,16 +71,5 @@ ravel_core_status ravel_core_configuration_get_int_value(const char* key, int* v
         return kInvalidArgument;
     }
     const auto environment = CurrentEnvironment::get();
-    if (!environment) {
-        return kUnavailable;
-    }
-    if (environment->configuration.fails()) {
-        return kFailed;
-    }
-    const auto found = environment->configuration.get(key);
-    if (!found) {
-        return kNotFound;
-    }
-    *value = *found;
-    return kOk;
+    return environment ? environment->configuration.read(key, *value) : kUnavailable;
 }

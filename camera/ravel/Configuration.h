@@ -1,6 +1,9 @@
 #pragma once
 
+#include "camera/ravel/RemoteServices.h"
+
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -10,6 +13,12 @@ namespace camera::ravel {
 /// The device's integer configuration values. Thread-safe.
 class Configuration {
 public:
+    /// The values live elsewhere: reads go to remote, until it has gone.
+    void ask(const std::shared_ptr<RemoteServices>& remote);
+
+    /// Reads a value; it is left as it is when the status is not 0.
+    ravel_core_status read(const std::string& key, int& value) const;
+
     void set(const std::string& key, int value);
     void remove(const std::string& key);
     std::optional<int> get(const std::string& key) const;
@@ -22,6 +31,7 @@ private:
     mutable std::mutex _mutex;
     std::map<std::string, int> _values;
     bool _failing = false;
+    std::weak_ptr<RemoteServices> _remote;
 };
 
 } // namespace camera::ravel

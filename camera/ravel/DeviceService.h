@@ -46,12 +46,20 @@ public:
         }
     }
 
+    /// From now on the service is one of another process: whether it is there is what the registry says, and
+    /// a query is passed on to whoever the derived class was given.
+    void liveElsewhere()
+    {
+        _elsewhere = true;
+        _targets.remove(_name);
+    }
+
     ravel_core_status init(void** cookie, int version)
     {
         if (cookie == nullptr || version != 1) {
             return kInvalidArgument;
         }
-        if (_fault == ServiceFault::absent) {
+        if (_elsewhere ? !_targets.ids(_name) : _fault == ServiceFault::absent) {
             return kUnavailable;
         }
         if (_fault == ServiceFault::failsInit) {
@@ -106,7 +114,7 @@ protected:
         if (_fault == ServiceFault::failsQuery) {
             return kFailed;
         }
-        return std::string(targetId) == kTargetId ? kOk : kNotFound;
+        return _elsewhere || std::string(targetId) == kTargetId ? kOk : kNotFound;
     }
 
 private:
@@ -117,6 +125,7 @@ private:
     TargetRegistry& _targets;
     std::atomic<ServiceFault> _fault{ServiceFault::none};
     std::atomic<bool> _quiet{false};
+    std::atomic<bool> _elsewhere{false};
     Connections<Handler> _connections;
 };
 

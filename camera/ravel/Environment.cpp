@@ -19,6 +19,15 @@ Environment::~Environment()
     control.stop(); // queued callbacks use the services, which are destroyed before the thread
 }
 
+void Environment::useServicesElsewhere(const std::shared_ptr<RemoteServices>& remote)
+{
+    dayNight.liveElsewhere();
+    windowBlanking.ask(remote);
+    rotation.ask(remote);
+    metadataStreamer.liveElsewhere();
+    configuration.ask(remote);
+}
+
 void Environment::quiesce()
 {
     dayNight.quiesce();

@@ -44,6 +44,12 @@ public:
     Environment(const Environment&) = delete;
     Environment& operator=(const Environment&) = delete;
 
+    /**
+     * The device's services live in another process from now on: look-ups are answered from the registry, which
+     * whoever watches that process keeps, and queries go to remote for as long as it lives. Before the plug-in.
+     */
+    void useServicesElsewhere(const std::shared_ptr<RemoteServices>& remote);
+
     /// Device services post no event from now on.
     void quiesce();
 

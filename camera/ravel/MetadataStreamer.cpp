@@ -69,12 +69,18 @@ void MetadataStreamer::setFault(ServiceFault fault)
     }
 }
 
+void MetadataStreamer::liveElsewhere()
+{
+    _elsewhere = true;
+    _targets.remove(kService);
+}
+
 ravel_core_status MetadataStreamer::init(std::uint64_t* cookie, int version)
 {
     if (cookie == nullptr || version != 1) {
         return kInvalidArgument;
     }
-    if (_fault == ServiceFault::absent) {
+    if (_elsewhere ? !_targets.ids(kService) : _fault == ServiceFault::absent) {
         return kUnavailable;
     }
     if (_fault == ServiceFault::failsInit) {
@@ -99,7 +105,7 @@ ravel_core_status MetadataStreamer::send(std::uint64_t cookie, const char* targe
     if (_open.count(cookie) == 0) {
         return kInvalidArgument;
     }
-    if (std::strcmp(targetId, kTargetId) != 0) {
+    if (!_elsewhere && std::strcmp(targetId, kTargetId) != 0) {
         return kNotFound;
     }
     ++_counters.received;

@@ -53,6 +53,10 @@ public:
 
     void setFault(ServiceFault fault);
 
+    /// From now on the service is one of another process: whether it is there is what the registry says, and
+    /// the consumer hands the documents over.
+    void liveElsewhere();
+
     ravel_core_status init(std::uint64_t* cookie, int version);
     ravel_core_status send(std::uint64_t cookie, const char* targetId, const char* xml);
     void deinit(std::uint64_t cookie);
@@ -77,6 +81,7 @@ private:
     const std::filesystem::path _path;
     const std::size_t _capacityBytes;
     std::atomic<ServiceFault> _fault{ServiceFault::none};
+    std::atomic<bool> _elsewhere{false};
     int _descriptor = -1;  ///< the writer's alone once its thread runs
     off_t _wholeBytes = 0; ///< the length of all documents written whole
 

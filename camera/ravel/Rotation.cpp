@@ -4,6 +4,13 @@
 
 namespace camera::ravel {
 
+void Rotation::ask(const std::shared_ptr<RemoteServices>& remote)
+{
+    liveElsewhere();
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _remote = remote;
+}
+
 void Rotation::setAngle(std::uint32_t angleDegrees)
 {
     _angleDegrees = angleDegrees;
@@ -13,10 +20,16 @@ void Rotation::setAngle(std::uint32_t angleDegrees)
 ravel_core_status Rotation::angle(void* cookie, const char* targetId, std::uint32_t& angleDegrees) const
 {
     const ravel_core_status status = queryStatus(cookie, targetId);
-    if (status == kOk) {
-        angleDegrees = _angleDegrees;
+    if (status != kOk) {
+        return status;
     }
-    return status;
+    std::unique_lock<std::mutex> lock(_mutex);
+    if (const auto remote = _remote.lock()) {
+        lock.unlock(); // a round trip
+        return remote->rotationAngle(targetId, angleDegrees);
+    }
+    angleDegrees = _angleDegrees;
+    return kOk;
 }
 
 } // namespace camera::ravel

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "camera/ravel/DeviceService.h"
+#include "camera/ravel/RemoteServices.h"
 
 #include "ravel/rotate.h"
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
+#include <mutex>
 
 namespace camera::ravel {
 
@@ -18,12 +21,17 @@ public:
     {
     }
 
+    /// The service lives elsewhere: queries go to remote, until it has gone.
+    void ask(const std::shared_ptr<RemoteServices>& remote);
+
     /// Turns the picture: posts the event.
     void setAngle(std::uint32_t angleDegrees);
 
     ravel_core_status angle(void* cookie, const char* targetId, std::uint32_t& angleDegrees) const;
 
 private:
+    mutable std::mutex _mutex;
+    std::weak_ptr<RemoteServices> _remote;
     std::atomic<std::uint32_t> _angleDegrees;
 };
 

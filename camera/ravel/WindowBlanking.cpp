@@ -4,6 +4,13 @@
 
 namespace camera::ravel {
 
+void WindowBlanking::ask(const std::shared_ptr<RemoteServices>& remote)
+{
+    liveElsewhere();
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _remote = remote;
+}
+
 void WindowBlanking::setColor(Color color)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
@@ -22,21 +29,31 @@ void WindowBlanking::setEnabled(bool enabled)
 ravel_core_status WindowBlanking::color(void* cookie, const char* targetId, Color& color) const
 {
     const ravel_core_status status = queryStatus(cookie, targetId);
-    if (status == kOk) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        color = _color;
+    if (status != kOk) {
+        return status;
     }
-    return status;
+    std::unique_lock<std::mutex> lock(_mutex);
+    if (const auto remote = _remote.lock()) {
+        lock.unlock(); // a round trip
+        return remote->regionColor(targetId, color);
+    }
+    color = _color;
+    return kOk;
 }
 
 ravel_core_status WindowBlanking::enabled(void* cookie, const char* targetId, bool& enabled) const
 {
     const ravel_core_status status = queryStatus(cookie, targetId);
-    if (status == kOk) {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        enabled = _enabled;
+    if (status != kOk) {
+        return status;
     }
-    return status;
+    std::unique_lock<std::mutex> lock(_mutex);
+    if (const auto remote = _remote.lock()) {
+        lock.unlock();
+        return remote->blankingEnabled(targetId, enabled);
+    }
+    enabled = _enabled;
+    return kOk;
 }
 
 } // namespace camera::ravel

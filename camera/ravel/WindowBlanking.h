@@ -1,10 +1,11 @@
 #pragma once
 
 #include "camera/ravel/DeviceService.h"
+#include "camera/ravel/RemoteServices.h"
 
 #include "ravel/window_blanking.h"
 
-#include <cstdint>
+#include <memory>
 #include <mutex>
 
 namespace camera::ravel {
@@ -12,16 +13,15 @@ namespace camera::ravel {
 /// The window blanking service, "window_blanking": off, with a grey region colour, until set.
 class WindowBlanking : public DeviceService<ravel_api_window_blanking_settings_changed_handler> {
 public:
-    struct Color {
-        std::uint8_t red = 128;
-        std::uint8_t green = 128;
-        std::uint8_t blue = 128;
-    };
+    using Color = RegionColor;
 
     WindowBlanking(ControlThread& control, TargetRegistry& targets, ServiceFault fault)
         : DeviceService("window_blanking", control, targets, fault)
     {
     }
+
+    /// The service lives elsewhere: queries go to remote, until it has gone.
+    void ask(const std::shared_ptr<RemoteServices>& remote);
 
     void setColor(Color color);
 
@@ -35,6 +35,7 @@ private:
     mutable std::mutex _mutex;
     Color _color;
     bool _enabled = false;
+    std::weak_ptr<RemoteServices> _remote;
 };
 
 } // namespace camera::ravel
