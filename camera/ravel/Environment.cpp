@@ -26,6 +26,7 @@ void Environment::useServicesElsewhere(const std::shared_ptr<RemoteServices>& re
     rotation.ask(remote);
     metadataStreamer.liveElsewhere();
     configuration.ask(remote);
+    remote->watch();
 }
 
 void Environment::quiesce()

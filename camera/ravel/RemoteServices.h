@@ -27,6 +27,12 @@ public:
     RemoteServices(const RemoteServices&) = delete;
     RemoteServices& operator=(const RemoteServices&) = delete;
 
+    /// Begins to keep the registry and to bring events; returns when every service was looked up, within a bound.
+    virtual void watch() = 0;
+
+    /// Brings and asks nothing any more. Idempotent.
+    virtual void unwatch() = 0;
+
     virtual ravel_core_status regionColor(const std::string& targetId, RegionColor& color) = 0;
     virtual ravel_core_status blankingEnabled(const std::string& targetId, bool& enabled) = 0;
     virtual ravel_core_status rotationAngle(const std::string& targetId, std::uint32_t& angleDegrees) = 0;
