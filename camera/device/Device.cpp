@@ -28,6 +28,7 @@ namespace {
 constexpr const char* kPluginName = "DetectionPlugin";
 constexpr const char* kAnalyticsService = "onvif_analytic_service";
 constexpr const char* kComponent = "device";
+constexpr const char* kPositioningKey = "camera.positioning";
 
 const Options& checked(const Options& options)
 {
@@ -66,6 +67,7 @@ meridan::PositioningUnit::Options positioningOptions(const Options& options)
     if (!options.ptz) {
         return result;
     }
+    result.description = options.ptz->description;
     bool known = options.ptz->arriveAt.empty();
     for (const PresetOption& preset : options.ptz->presets) {
         result.presets.push_back({preset.name, {preset.pan, preset.tilt, preset.zoom}});
@@ -108,6 +110,10 @@ public:
 private:
     void build();
     void destroy();
+    void setUpPositioning();
+    void loadPositioning();
+    void storePositioning();
+    void positioningChanged(meridan::PositioningUnit::Change change);
 
     korva::meridan::MeridanEnv _meridan;
     const korva::meridan::IPluginConfiguration _configuration{kPluginName};
@@ -122,6 +128,9 @@ private:
     const video::Frame* _frame = nullptr;
     std::atomic<std::uint64_t> _frames{0};
     std::atomic<std::uint64_t> _framesFailed{0};
+
+    std::mutex _storeMutex; // a later state is never overwritten by an earlier one
+    std::atomic<bool> _storePending{false};
 
     std::mutex _shutdownMutex;
     bool _ended = false;
@@ -144,6 +153,59 @@ Device::Impl::Impl(const Options& given)
       target(environment->control, environment->analyticsTargets, kAnalyticsService)
 {
     pool->setConsumer([this](const meridan::MetadataPool::Outputs& outputs) { forward(outputs); });
+    if (options.ptz) {
+        setUpPositioning();
+    }
+}
+
+void Device::Impl::setUpPositioning()
+{
+    const PtzOption& ptz = *options.ptz;
+    if (ptz.keepState) {
+        loadPositioning();
+        positioning->onChange([this](auto change) { positioningChanged(change); });
+    }
+    if (!ptz.arriveAt.empty() && !positioning->placeAt(ptz.arriveAt)) {
+        throw std::invalid_argument("preset '" + ptz.arriveAt + "' is beyond what the camera '" +
+                                    ptz.description.model + "' can reach");
+    }
+}
+
+void Device::Impl::loadPositioning()
+{
+    std::string problem;
+    try {
+        const auto document = environment->settings.read(kPositioningKey);
+        problem = document ? positioning->restore(*document).sentence : std::string();
+    } catch (const std::exception& error) {
+        problem = std::string("the positions cannot be read: ") + error.what();
+    }
+    if (!problem.empty()) {
+        ravel::Log::instance().write(ravel::LogLevel::error, kComponent, problem);
+    }
+}
+
+void Device::Impl::storePositioning()
+{
+    const std::lock_guard<std::mutex> oneAtATime(_storeMutex);
+    _storePending = false;
+    try {
+        environment->settings.write(kPositioningKey, positioning->serialize());
+    } catch (const std::exception& error) {
+        ravel::Log::instance().write(ravel::LogLevel::error, kComponent,
+                                     std::string("the positions could not be stored: ") + error.what());
+    }
+}
+
+// A list is stored before whoever changed it is told so. Where the camera stands is told by whoever lets
+// time pass, who must not wait for a disk.
+void Device::Impl::positioningChanged(meridan::PositioningUnit::Change change)
+{
+    if (change == meridan::PositioningUnit::Change::lists) {
+        storePositioning();
+    } else if (!_storePending.exchange(true)) {
+        environment->control.post([this] { storePositioning(); });
+    }
 }
 
 void Device::Impl::start()
@@ -166,9 +228,7 @@ void Device::Impl::start()
         const std::lock_guard<std::mutex> frame(_frameMutex);
         _accepting = true;
     }
-    if (options.ptz && !options.ptz->arriveAt.empty()) {
-        positioning->goToPreset(options.ptz->arriveAt);
-    }
+    positioning->announceStanding();
     environment->control.drain(); // the first frame finds the camera where it is said to stand
 }
 
@@ -263,13 +323,18 @@ void Device::Impl::shutdown()
     }
     positioning->quiesce();
     environment->quiesce();
+    if (options.ptz && options.ptz->keepState && positioning->moving()) {
+        storePositioning(); // it starts again from between the places, not from where it was before
+    }
     // Everything queued so far runs before this: no request and no callback is inside the plug-in then, and
     // what comes later finds nobody who serves the target.
     environment->control.ask([this] { destroy(); });
     environment->control.stop();
     environment->events.drain();
     environment->metadataStreamer.drain();
-    remoteServices.reset();
+    if (remoteServices) {
+        remoteServices->unwatch();
+    }
 }
 
 void Device::Impl::destroy()
@@ -325,7 +390,7 @@ void Device::onMetadata(std::function<void(const std::string&)> consumer)
 
 bool Device::goToPreset(const std::string& name)
 {
-    return _impl->positioning->goToPreset(name);
+    return _impl->positioning->goToPreset(name, {"the device's owner", meridan::kOperatorPriority}).ok();
 }
 
 void Device::drain()

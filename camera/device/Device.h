@@ -61,7 +61,7 @@ class Device {
 public:
     /**
      * Takes the state folder's lock, opens the settings, loads the plug-in, builds it on the control
-     * thread and connects its output. With PtzOption::arriveAt the arrival is posted last.
+     * thread and connects its output. A camera that stands at a preset reports it as reached last.
      *
      * @throws std::invalid_argument for options that do not fit together,
      * @throws std::runtime_error with one sentence that says what, where and what to do: another
@@ -103,8 +103,8 @@ public:
     /// the first frame.
     void onMetadata(std::function<void(const std::string&)> consumer);
 
-    /// Posts the arrival at a preset, as if somebody had moved the camera there. False when there is
-    /// no such preset or the camera is fixed.
+    /// Sends the camera to a preset, as an operator would; time must pass until it is there, see
+    /// positioning().advance(). False when it was refused.
     bool goToPreset(const std::string& name);
 
     /// Returns when everything posted to the control thread, every raised event and every sent

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/meridan/CameraDescription.h"
 #include "camera/ravel/LogLevel.h"
 #include "camera/ravel/ServiceFaults.h"
 
@@ -27,13 +28,19 @@ struct PresetOption {
     unsigned int zoom = 100; ///< magnification in hundredths
 };
 
-/// A still PTZ camera: it stands where it is put and jumps to presets.
+/// A PTZ camera. Its time passes with Device::positioning().advance().
 struct PtzOption {
     std::vector<PresetOption> presets;
 
-    /// The preset that the camera arrives at once the plug-in is built; empty: none. A name that is
-    /// not among the presets becomes one, at a place of its own.
+    /// The preset that the camera stands at from the start, reported as reached once the plug-in is built;
+    /// empty: where it was left, else home. A name that is no preset's becomes one, at a place of its own.
     std::string arriveAt;
+
+    meridan::CameraDescription description = {}; ///< the model
+
+    /// Keep presets, tours and the place in the settings, and start with what is kept there. What is kept
+    /// counts more than the presets above; of those, names that are not kept are added.
+    bool keepState = false;
 };
 
 /// What a device is made of.
@@ -48,8 +55,8 @@ struct Options {
     std::uint32_t metadataBytes = 64 * 1024; ///< what one engine may write for a frame, a multiple of 64
 
     ravel::LogLevel logLevel = ravel::LogLevel::error;
-    ravel::ServiceFaults faults;     ///< services switched off or made to fail, for tests
-    bool rotationService = false;    ///< serve "rotate" with the orientation; otherwise it is a configuration value
+    ravel::ServiceFaults faults;  ///< services switched off or made to fail, for tests
+    bool rotationService = false; ///< serve "rotate" with the orientation; otherwise it is a configuration value
 
     /// Given: the device's services live in another process. Called once, before the plug-in is built; what it
     /// returns answers the queries and lives until the plug-in is gone.

@@ -5,6 +5,7 @@
 #include "camera/ravel/Current.h"
 
 #include <memory>
+#include <optional>
 
 namespace korva::meridan {
 
@@ -17,6 +18,12 @@ std::shared_ptr<PositioningUnit> unit()
 {
     auto current = camera::ravel::Current<PositioningUnit>::get();
     return current && current->isAvailable() ? current : nullptr;
+}
+
+// Who calls through the seam: the plug-in does so for its engines only.
+camera::meridan::Commander engines()
+{
+    return {"an analytics engine", camera::meridan::kEnginePriority};
 }
 
 } // namespace
@@ -80,27 +87,36 @@ bool PositioningManager::getSensorDimensions(unsigned int& first, unsigned int& 
     return true;
 }
 
-bool PositioningManager::startLinearContinuousMovement(bool /*movePan*/, int /*panSpeed*/, bool /*moveTilt*/,
-                                                       int /*tiltSpeed*/, bool /*moveZoom*/, int /*zoomSpeed*/)
+bool PositioningManager::startLinearContinuousMovement(bool movePan, int panSpeed, bool moveTilt, int tiltSpeed,
+                                                       bool moveZoom, int zoomSpeed)
 {
-    return false; // the camera stands still: it jumps, and has no speed
+    const auto current = unit();
+    if (!current) {
+        return false;
+    }
+    camera::meridan::Drive drive;
+    drive.pan = movePan ? std::make_optional(panSpeed) : std::nullopt;
+    drive.tilt = moveTilt ? std::make_optional(tiltSpeed) : std::nullopt;
+    drive.zoom = moveZoom ? std::make_optional(zoomSpeed) : std::nullopt;
+    return current->drive(drive, engines()).ok();
 }
 
-bool PositioningManager::stopLinearContinuousMovement(bool /*stopPan*/, bool /*stopTilt*/, bool /*stopZoom*/)
+bool PositioningManager::stopLinearContinuousMovement(bool stopPan, bool stopTilt, bool stopZoom)
 {
-    return unit() != nullptr; // nothing moves, so it has stopped
+    const auto current = unit();
+    return current && current->stop({stopPan, stopTilt, stopZoom}, engines());
 }
 
 bool PositioningManager::setZoomPosition(unsigned int zoom)
 {
     const auto current = unit();
-    return current && current->setZoom(zoom);
+    return current && current->setZoom(zoom, engines());
 }
 
 bool PositioningManager::goToPreset(std::string presetName, bool /*flag*/)
 {
     const auto current = unit();
-    return current && current->goToPreset(presetName);
+    return current && current->goToPreset(presetName, engines());
 }
 
 bool PositioningManager::getPresetLocation(std::string presetName, unsigned int& pan, int& tilt,

@@ -1,4 +1,8 @@
+// What the unit knows, who is registered, and how time passes.
 #include "camera/meridan/PositioningUnit.h"
+
+#include "camera/meridan/PositioningBatch.h"
+#include "camera/meridan/PositioningSteps.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,29 +12,41 @@ namespace camera::meridan {
 
 namespace {
 
-constexpr int kLeft = 0;
 constexpr int kReached = 2;
-constexpr unsigned int kWidest = 100;
+constexpr long kFullTurn = 360000;
 
 } // namespace
 
-unsigned int Optics::angleOfView(unsigned int zoom) const
+PositioningUnit::PositioningUnit(Options options, Post post)
+    : _movable(options.movable && options.description.movable),
+      _description(std::move(options.description)),
+      _post(std::move(post)),
+      _presets(std::move(options.presets)),
+      _pan(_description.pan, 0),
+      _tilt(_description.tilt, 0),
+      _zoom(_description.zoom, _description.zoom.lowest)
 {
-    // Pinhole: half the sensor's width over the focal length is the tangent of half the angle.
-    const double focalLength = shortestFocalLength * (static_cast<double>(zoom) / kWidest);
-    const double halfAngle = std::atan(sensorWidth / 2.0 / focalLength);
-    return static_cast<unsigned int>(std::lround(2.0 * halfAngle * 180000.0 / std::acos(-1.0)));
 }
 
-PositioningUnit::PositioningUnit(Options options, Post post)
-    : _movable(options.movable), _optics(options.optics), _post(std::move(post)), _presets(std::move(options.presets))
+Position PositioningUnit::here() const
 {
+    Position result;
+    result.pan = static_cast<unsigned int>((std::lround(_pan.position()) % kFullTurn + kFullTurn) % kFullTurn);
+    result.tilt = static_cast<int>(std::lround(_tilt.position()));
+    result.zoom = static_cast<unsigned int>(std::lround(_zoom.position()));
+    return result;
 }
 
 Position PositioningUnit::position() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    return _position;
+    return here();
+}
+
+bool PositioningUnit::moving() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _move.purpose != Purpose::none;
 }
 
 std::string PositioningUnit::activePreset() const
@@ -53,111 +69,114 @@ std::optional<Preset> PositioningUnit::preset(const std::string& name) const
     return found == _presets.end() ? std::nullopt : std::make_optional(*found);
 }
 
-std::vector<Preset>::iterator PositioningUnit::find(const std::string& name)
-{
-    return std::find_if(_presets.begin(), _presets.end(), [&](const Preset& entry) { return entry.name == name; });
-}
-
-// Events are posted with the state's lock held, so that they are queued in the order of the changes.
-
-bool PositioningUnit::goToPreset(const std::string& name)
+std::vector<Tour> PositioningUnit::tours() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    const auto found = find(name);
-    if (!_movable || found == _presets.end()) {
+    return _tours;
+}
+
+std::optional<TourProgress> PositioningUnit::tourProgress() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    if (!_tour || _tour->ending) {
+        return std::nullopt;
+    }
+    return TourProgress{_tour->tour.name, _tour->stop, _tour->tour.stops[_tour->stop].preset, _tour->dwelling,
+                        _tour->paused};
+}
+
+std::optional<Commander> PositioningUnit::holder() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    const bool held = _move.purpose != Purpose::none || _tour || _heldSteps > 0;
+    return held ? std::make_optional(_holder) : std::nullopt;
+}
+
+void PositioningUnit::advance(std::chrono::nanoseconds elapsed)
+{
+    if (!_movable) {
+        return;
+    }
+    Batch batch(*this);
+    _remainder += std::clamp<std::chrono::nanoseconds>(elapsed, std::chrono::nanoseconds(0), std::chrono::hours(1));
+    std::int64_t steps = _remainder / kStep;
+    _remainder -= steps * kStep;
+    while (steps > 0) {
+        const std::int64_t idle = idleSteps(steps);
+        if (idle > 0) {
+            _heldSteps -= std::min(_heldSteps, idle);
+            if (_tour && !_tour->paused) {
+                _tour->dwellLeft -= idle;
+            }
+            steps -= idle;
+        } else {
+            step(batch);
+            --steps;
+        }
+    }
+}
+
+// Nothing but counters changes for that long.
+std::int64_t PositioningUnit::idleSteps(std::int64_t most) const
+{
+    if (_move.purpose != Purpose::none) {
+        return 0;
+    }
+    return _tour && !_tour->paused ? std::min(most, _tour->dwellLeft) : most;
+}
+
+bool PositioningUnit::placeAt(const std::string& preset)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    const auto found = find(preset);
+    if (!_movable || found == _presets.end() || !checked(found->position)) {
         return false;
     }
-    _position = found->position;
-    _activePreset = name;
-    postPresetState(kReached, name);
+    _pan.place(found->position.pan);
+    _tilt.place(found->position.tilt);
+    _zoom.place(found->position.zoom);
+    _activePreset = preset;
+    _move = Move();
     return true;
 }
 
-bool PositioningUnit::setZoom(unsigned int zoom)
+void PositioningUnit::announceStanding()
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    if (!_movable || zoom < kWidest || zoom > _optics.largestZoom) {
-        return false;
+    Batch batch(*this);
+    if (!_activePreset.empty()) {
+        batch.presetState(kReached, _activePreset);
     }
-    const std::string left = std::exchange(_activePreset, std::string());
-    if (!left.empty()) {
-        postPresetState(kLeft, left);
-    }
-    const Position from = _position;
-    _position.zoom = zoom;
-    const Position to = _position;
-    announce(motionCallbacks,
-             [from](auto callback, void* context) { callback(true, from.pan, from.tilt, from.zoom, context); });
-    announce(motionCallbacks,
-             [to](auto callback, void* context) { callback(false, to.pan, to.tilt, to.zoom, context); });
-    return true;
 }
 
-bool PositioningUnit::savePreset(const Preset& preset)
+void PositioningUnit::onChange(std::function<void(Change)> hook)
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    if (!_movable || preset.name.empty()) {
-        return false;
-    }
-    const auto found = find(preset.name);
-    const bool created = found == _presets.end();
-    created ? _presets.push_back(preset) : void(found->position = preset.position);
-    announceModified(preset.name, created, !created, false);
-    return true;
+    _hook = std::move(hook);
 }
 
-bool PositioningUnit::removePreset(const std::string& name)
+void PositioningUnit::jam(bool jammed)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    const auto found = find(name);
-    if (!_movable || found == _presets.end()) {
-        return false;
-    }
-    _presets.erase(found);
-    if (_activePreset == name) {
-        _activePreset.clear();
-    }
-    announceModified(name, false, false, true);
-    return true;
+    _jammed = jammed;
 }
 
 void PositioningUnit::postMotion(bool moving)
 {
-    const Position at = position();
-    announce(motionCallbacks,
-             [=](auto callback, void* context) { callback(moving, at.pan, at.tilt, at.zoom, context); });
+    Batch(*this).motion(moving);
 }
 
 void PositioningUnit::postCommandPriority(unsigned int priority)
 {
-    announce(priorityCallbacks, [priority](auto callback, void* context) { callback(true, true, priority, context); });
+    Batch(*this).priority(priority);
 }
 
 void PositioningUnit::postPresetState(int state, const std::string& name)
 {
-    announce(presetStateCallbacks,
-             [state, name](auto callback, void* context) { callback(state, name, false, std::string(), context); });
+    Batch(*this).presetState(state, name);
 }
 
 void PositioningUnit::postTourState(int tourState, int stopType)
 {
-    announce(tourCallbacks, [tourState, stopType](auto callback, void* context) {
-        callback(tourState, std::string(), 0, stopType, context);
-    });
-}
-
-void PositioningUnit::announceModified(const std::string& name, bool created, bool changed, bool removed)
-{
-    announce(presetModifiedCallbacks,
-             [=](auto callback, void* context) { callback(name, created, changed, removed, context); });
-}
-
-template <class Callback, class Call>
-void PositioningUnit::announce(const CallbackList<Callback>& list, Call call)
-{
-    if (!_quiet) {
-        _post([&list, call = std::move(call)] { list.forEach(call); });
-    }
+    Batch(*this).tourState(tourState, std::string(), 0, stopType);
 }
 
 std::size_t PositioningUnit::registrations() const
