@@ -11,6 +11,11 @@ void OptionTable::value(const std::string& name, const std::string& takes, const
     options.push_back({name, takes, help, false, std::move(set)});
 }
 
+void OptionTable::repeated(const std::string& name, const std::string& takes, const std::string& help, SetValue set)
+{
+    options.push_back({name, takes, help, true, std::move(set)});
+}
+
 void OptionTable::text(const std::string& name, const std::string& takes, const std::string& help, std::string& out)
 {
     value(name, takes, help, [this, name, &out](const std::string& given) {
@@ -24,7 +29,7 @@ void OptionTable::text(const std::string& name, const std::string& takes, const 
 void OptionTable::list(const std::string& name, const std::string& takes, const std::string& help,
                        std::vector<std::string>& out)
 {
-    options.push_back({name, takes, help, true, [&out](const std::string& given) { out.push_back(given); }});
+    repeated(name, takes, help, [&out](const std::string& given) { out.push_back(given); });
 }
 
 void OptionTable::flag(const std::string& name, const std::string& help, std::function<void()> set)

@@ -28,6 +28,9 @@ public:
 
     /// A refusal of set, a UsageError, is passed on as it is.
     void value(const std::string& name, const std::string& takes, const std::string& help, SetValue set);
+
+    /// As value(), any number of times.
+    void repeated(const std::string& name, const std::string& takes, const std::string& help, SetValue set);
     void text(const std::string& name, const std::string& takes, const std::string& help, std::string& out);
     void list(const std::string& name, const std::string& takes, const std::string& help,
               std::vector<std::string>& out);

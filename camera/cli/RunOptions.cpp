@@ -4,6 +4,10 @@
 #include "camera/cli/OptionTable.h"
 #include "camera/video/SceneParameters.h"
 
+#include <cstdlib>
+#include <sstream>
+#include <utility>
+
 namespace camera::cli {
 
 namespace {
@@ -16,6 +20,86 @@ void setOrientation(RunOptions& options, const std::string& text)
         throw UsageError("--orientation takes 0, 90, 180 or 270, not '" + text + "'.");
     }
     options.orientation = std::stoi(text);
+    options.orientationGiven = true;
+}
+
+std::vector<std::string> split(const std::string& text, char separator)
+{
+    std::vector<std::string> parts;
+    std::size_t begin = 0;
+    while (true) {
+        const std::size_t end = text.find(separator, begin);
+        parts.push_back(text.substr(begin, end - begin));
+        if (end == std::string::npos) {
+            return parts;
+        }
+        begin = end + 1;
+    }
+}
+
+double number(const std::string& option, const std::string& text, double lowest, double highest)
+{
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || !(value >= lowest && value <= highest)) {
+        std::ostringstream range;
+        range << lowest << " to " << highest;
+        throw UsageError(option + ": '" + text + "' is no number from " + range.str() + ".");
+    }
+    return value;
+}
+
+// NAME=PAN,TILT,ZOOM
+void addPlace(RunOptions& options, const std::string& text)
+{
+    const std::string option = "--place";
+    const std::size_t equals = text.rfind('=');
+    const std::vector<std::string> numbers =
+        equals == std::string::npos ? std::vector<std::string>() : split(text.substr(equals + 1), ',');
+    if (equals == 0 || numbers.size() != 3) {
+        throw UsageError(option + " takes NAME=PAN,TILT,ZOOM (degrees and magnification), not '" + text + "'.");
+    }
+    options.places.push_back({text.substr(0, equals), number(option, numbers[0], -360, 360),
+                              number(option, numbers[1], -90, 90), number(option, numbers[2], 1, 100)});
+}
+
+// NAME=FILE.xml
+void addPresetConfiguration(RunOptions& options, const std::string& text)
+{
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
+        throw UsageError("--config-at takes NAME=FILE.xml, not '" + text + "'.");
+    }
+    options.presetConfigs.push_back({text.substr(0, equals), text.substr(equals + 1)});
+}
+
+// NAME[:SECONDS],...
+void setTour(RunOptions& options, const std::string& text)
+{
+    for (const std::string& part : split(text, ',')) {
+        const std::size_t colon = part.rfind(':');
+        TourStopOption stop{part.substr(0, colon)};
+        if (stop.preset.empty()) {
+            throw UsageError("--tour takes NAME[:SECONDS],..., not '" + text + "'.");
+        }
+        if (colon != std::string::npos) {
+            stop.seconds = number("--tour", part.substr(colon + 1), 0, 86400);
+        }
+        options.tour.push_back(std::move(stop));
+    }
+}
+
+void setSize(RunOptions& options, const std::string& text)
+{
+    const std::vector<std::string> parts = split(text, 'x');
+    if (parts.size() != 2) {
+        throw UsageError("--size takes WIDTHxHEIGHT, 1280x720 for instance, not '" + text + "'.");
+    }
+    options.width = static_cast<int>(wholeNumber("--size", parts[0], 16, 8192));
+    options.height = static_cast<int>(wholeNumber("--size", parts[1], 16, 8192));
+    if (options.width % 2 != 0 || options.height % 2 != 0) {
+        throw UsageError("--size takes even numbers, not '" + text + "'.");
+    }
 }
 
 void setSpeed(RunOptions& options, const std::string& text)
@@ -37,11 +121,45 @@ OptionTable makeTable(RunOptions& options)
     });
     table.value("--speed", "real|max", "as fast as the video, or as fast as it goes; real without it",
                 [&options](const std::string& text) { setSpeed(options, text); });
-    table.flag("--loop", "begin again at the end of the input", [&options] { options.loop = true; });
+    table.flag("--oneshot", "end with the input, instead of beginning again", [&options] { options.loop = false; });
+    table.value("--size", "WxH", "the picture that the plug-in gets; what suits the input without it",
+                [&options](const std::string& text) { setSize(options, text); });
+    table.repeated("--place", "NAME=PAN,TILT,ZOOM", "a preset of a PTZ camera, degrees and magnification",
+                   [&options](const std::string& text) { addPlace(options, text); });
+    table.repeated("--config-at", "NAME=FILE.xml", "give the camera this configuration while it stands at a preset",
+                   [&options](const std::string& text) { addPresetConfiguration(options, text); });
+    table.value("--tour", "NAME[:SECONDS],...", "begin with a tour of these presets",
+                [&options](const std::string& text) { setTour(options, text); });
     table.text("--metadata", "FILE", "write the metadata documents", options.metadata);
     table.text("--overlay", "FILE.mp4", "write the video with what the engines see", options.overlay);
     table.text("--picture", "FILE.png", "write the frame with the most to see", options.picture);
     addCameraOptions(table, options.camera, options.help);
+    return table;
+}
+
+// What the options say together, once the table has read them.
+void settleRun(RunOptions& options, const std::vector<std::string>& rest)
+{
+    if (rest.empty()) {
+        throw UsageError(kCommand + ": the input is missing; name a video file, a URL, or scene: for a generated "
+                                    "scene.");
+    }
+    if (rest.size() > 1) {
+        throw UsageError(kCommand + ": there is one input, '" + rest[0] + "' and '" + rest[1] + "' are two.");
+    }
+    options.input = rest[0];
+    options.loop = options.loop && options.frames == 0;
+    settle(options.camera);
+    options.camera.ptz =
+        options.camera.ptz || !options.places.empty() || !options.presetConfigs.empty() || !options.tour.empty();
+}
+
+OptionTable pipelineTable(PipelineOptions& options)
+{
+    OptionTable table = makeTable(options.run);
+    table.text("--bus", "ADDRESS", "the camera's bus; without it the device's services are in this process",
+               options.bus);
+    table.flag("--temporary-state", "the state folder will be removed", [&options] { options.temporaryState = true; });
     return table;
 }
 
@@ -51,19 +169,29 @@ RunOptions parseRun(const std::vector<std::string>& arguments)
 {
     RunOptions options;
     const std::vector<std::string> rest = makeTable(options).parse(arguments);
-    if (options.help) {
-        return options;
+    if (!options.help) {
+        settleRun(options, rest);
     }
-    if (rest.empty()) {
-        throw UsageError(kCommand + ": the input is missing; name a video file, a URL, or scene: for a generated "
-                                    "scene.");
-    }
-    if (rest.size() > 1) {
-        throw UsageError(kCommand + ": there is one input, '" + rest[0] + "' and '" + rest[1] + "' are two.");
-    }
-    options.input = rest[0];
-    settle(options.camera);
     return options;
+}
+
+PipelineOptions parsePipeline(const std::vector<std::string>& arguments)
+{
+    PipelineOptions options;
+    const std::vector<std::string> rest = pipelineTable(options).parse(arguments);
+    if (!options.run.help) {
+        settleRun(options.run, rest);
+    }
+    return options;
+}
+
+std::string pipelineHelp()
+{
+    PipelineOptions options;
+    return "usage: camera-pipeline INPUT [OPTION]...\n\n"
+           "The process of a virtual camera that has the plug-in. camera run starts it, with everything around "
+           "it.\n\n" +
+           pipelineTable(options).help();
 }
 
 std::string runHelp()

@@ -11,26 +11,63 @@ struct CameraOptions {
     std::string plugin;               ///< empty: the one beside the program
     std::vector<std::string> engines; ///< engine modules
     bool ptz = false;
+    std::string model;  ///< a camera description: a name or a file; empty: the usual one
     std::string preset; ///< empty: at none
     int verbosity = 0;  ///< 0 errors, 1 information, 2 everything
+};
+
+/// A preset that a run begins with; degrees and magnification.
+struct PlaceOption {
+    std::string name;
+    double pan = 0;
+    double tilt = 0;
+    double zoom = 1;
+};
+
+/// A configuration that is given to the camera while it stands at a preset.
+struct PresetConfiguration {
+    std::string preset;
+    std::string file;
+};
+
+struct TourStopOption {
+    std::string preset;
+    double seconds = 5; ///< how long it stays
 };
 
 struct RunOptions {
     CameraOptions camera;
     std::string input;
     std::vector<std::string> configFiles;
+    std::vector<PlaceOption> places;
+    std::vector<PresetConfiguration> presetConfigs;
+    std::vector<TourStopOption> tour; ///< started with the run; empty: none
+    int width = 0;                    ///< of the picture that the plug-in gets; 0: what suits the input
+    int height = 0;
     int orientation = 0;
     long long frames = 0; ///< 0: to the end
-    bool loop = false;
+    bool loop = true;     ///< over and over, unless a number of frames or one pass is asked for
     bool realSpeed = true;
     std::string metadata;
     std::string overlay;
     std::string picture;
     bool help = false;
+    bool orientationGiven = false;
 };
 
 /// @throws UsageError
 RunOptions parseRun(const std::vector<std::string>& arguments);
 std::string runHelp();
+
+/// A run as the pipeline process does it.
+struct PipelineOptions {
+    RunOptions run;
+    std::string bus;             ///< the bus' address; empty: no bus, the device's services in this process
+    bool temporaryState = false; ///< the state folder goes when the camera ends, for the summary
+};
+
+/// @throws UsageError
+PipelineOptions parsePipeline(const std::vector<std::string>& arguments);
+std::string pipelineHelp();
 
 } // namespace camera::cli

@@ -103,6 +103,13 @@ void Log::setWriter(Writer writer)
     _writer = std::move(writer);
 }
 
+void Log::setTap(Tap tap)
+{
+    const std::lock_guard<std::mutex> lock(_tapMutex);
+    _tapped = tap != nullptr;
+    _tap = std::move(tap);
+}
+
 void* Log::open(const std::string& component)
 {
     const std::unique_lock<std::shared_mutex> lock(_handlesMutex);
@@ -118,7 +125,7 @@ void Log::close(void* handle)
 
 bool Log::wants(void* handle, int priority) const
 {
-    if (priority > static_cast<int>(_level.load())) {
+    if (priority > static_cast<int>(_level.load()) && !_tapped) {
         return false;
     }
     const std::shared_lock<std::shared_mutex> lock(_handlesMutex);
@@ -130,8 +137,15 @@ void Log::write(void* handle, int priority, const std::string& text)
     // Held while writing: once close() has returned, no line of the handle appears any more.
     const std::shared_lock<std::shared_mutex> lock(_handlesMutex);
     const auto component = _components.find(number(handle));
-    if (component != _components.end()) {
-        emit(priority, component->second, text);
+    if (component == _components.end()) {
+        return;
+    }
+    emit(priority, component->second, text);
+    if (_tapped) {
+        const std::lock_guard<std::mutex> tapLock(_tapMutex);
+        if (_tap) {
+            _tap(text);
+        }
     }
 }
 

@@ -1,0 +1,39 @@
+#include "camera/pipeline/BusPresence.h"
+
+#include "camera/meridan/PositioningUnit.h"
+#include "camera/ravel/Environment.h"
+
+#include <utility>
+
+namespace camera::pipeline {
+
+using bus::Session;
+
+BusPresence::BusPresence(const std::string& address, device::Device& device, PipelineObject::Status status)
+    : _connection(address, "the pipeline"),
+      _analytics(_connection.add<AnalyticsObject>([&device](const std::shared_ptr<Session>& session) {
+          return std::make_shared<AnalyticsObject>(session, device.target(), device.control());
+      })),
+      _positioning(_connection.add<PositioningObject>([&device](const std::shared_ptr<Session>& session) {
+          return std::make_shared<PositioningObject>(session, device.positioning());
+      })),
+      _pipeline(_connection.add<PipelineObject>(
+          [&device, status = std::move(status)](const std::shared_ptr<Session>& session) {
+              return std::make_shared<PipelineObject>(session, device.environment().settings, status);
+          })),
+      _positioningEvents(device.positioning(), _positioning),
+      _events(device.onEvent([analytics = _analytics](const ravel::Event& event) {
+          if (const auto object = analytics->get()) {
+              object->emit(event);
+          }
+      }))
+{
+    _connection.start();
+}
+
+BusPresence::~BusPresence()
+{
+    _connection.stop();
+}
+
+} // namespace camera::pipeline

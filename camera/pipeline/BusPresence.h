@@ -1,0 +1,39 @@
+#pragma once
+
+#include "camera/bus/Connection.h"
+#include "camera/device/Device.h"
+#include "camera/pipeline/AnalyticsObject.h"
+#include "camera/pipeline/PipelineObject.h"
+#include "camera/pipeline/PositioningObject.h"
+
+#include <memory>
+#include <string>
+
+namespace camera::pipeline {
+
+/**
+ * What the pipeline process serves on the bus: the analytics target with its events, positioning, itself.
+ *
+ * Built when the device is complete, taken down after Device::shutdown(): until then requests that come are
+ * still answered, with the sentence that the camera is ending.
+ */
+class BusPresence {
+public:
+    BusPresence(const std::string& address, device::Device& device, PipelineObject::Status status);
+    ~BusPresence();
+    BusPresence(const BusPresence&) = delete;
+    BusPresence& operator=(const BusPresence&) = delete;
+
+    bool connected() const { return _connection.connected(); }
+    std::uint64_t sessions() const { return _connection.sessions(); }
+
+private:
+    bus::Connection _connection;
+    std::shared_ptr<bus::Live<AnalyticsObject>> _analytics;
+    std::shared_ptr<bus::Live<PositioningObject>> _positioning;
+    std::shared_ptr<bus::Live<PipelineObject>> _pipeline;
+    PositioningEvents _positioningEvents;
+    ravel::EventBus::Subscription _events;
+};
+
+} // namespace camera::pipeline

@@ -1,0 +1,186 @@
+#include "camera/pipeline/DeviceServices.h"
+
+#include "camera/bus/Text.h"
+#include "camera/ravel/Environment.h"
+#include "camera/ravel/Log.h"
+#include "camera/ravel/Status.h"
+
+#include <limits>
+#include <utility>
+
+namespace camera::pipeline {
+
+namespace {
+
+constexpr const char* kComponent = "services";
+constexpr const char* kOrientationKey = "default_analytics_rotation";
+constexpr std::chrono::seconds kRest(1);
+
+// What the plug-in reads as a status, by the error that the other side answered with.
+ravel_core_status statusOf(const sdbus::Error& error)
+{
+    const std::string& name = error.getName();
+    if (name == bus::error::kFailed) {
+        return ravel::kFailed;
+    }
+    if (name == bus::error::kRefused) {
+        return ravel::kNotFound;
+    }
+    return ravel::kUnavailable;
+}
+
+} // namespace
+
+DeviceServices::DeviceServices(ravel::Environment& environment, Options options)
+    : _environment(environment), _options(std::move(options)), _connection(_options.address, "the pipeline's client")
+{
+    _proxies = _connection.add<ServiceProxies>([this](const std::shared_ptr<bus::Session>& session) {
+        return std::make_shared<ServiceProxies>(session, news());
+    });
+    // Nobody can be asked without a bus. What the plug-in has opened stays open: it never asks again.
+    _connection.whenLost([this] {
+        for (const std::string& service : ServiceProxies::watched()) {
+            _environment.targets.remove(service);
+        }
+    });
+}
+
+DeviceServices::~DeviceServices()
+{
+    unwatch();
+}
+
+void DeviceServices::watch()
+{
+    _connection.start();
+    std::unique_lock<std::mutex> lock(_mutex);
+    _settled.wait_for(lock, _options.patience, [this] { return _lookedUp.size() == ServiceProxies::watched().size(); });
+    lock.unlock();
+    // The picture is delivered turned as the camera is mounted, from the first frame on.
+    std::uint32_t angle = 0;
+    int value = 0;
+    if (rotationAngle(bus::kTargetId, angle) != ravel::kOk &&
+        configurationValue(kOrientationKey, value) == ravel::kOk && value > 0) {
+        _orientation = static_cast<std::uint32_t>(value);
+    }
+}
+
+void DeviceServices::unwatch()
+{
+    _connection.stop();
+}
+
+ServiceNews DeviceServices::news()
+{
+    ServiceNews news;
+    news.present = [this](const std::string& service, std::vector<std::string> targets) {
+        present(service, std::move(targets));
+    };
+    news.gone = [this](const std::string& service) { gone(service); };
+    news.dayNight = [this](bool moving) { _environment.dayNight.movement(moving); };
+    news.windowBlanking = [this](bool enabled) { _environment.windowBlanking.setEnabled(enabled); };
+    news.rotation = [this](std::uint32_t angleDegrees) {
+        _orientation = angleDegrees;
+        _environment.rotation.setAngle(angleDegrees);
+    };
+    return news;
+}
+
+void DeviceServices::present(const std::string& service, std::vector<std::string> targets)
+{
+    _environment.targets.add(service, std::move(targets));
+    lookedUp(service);
+}
+
+void DeviceServices::gone(const std::string& service)
+{
+    _environment.targets.remove(service);
+    lookedUp(service);
+}
+
+void DeviceServices::lookedUp(const std::string& service)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _lookedUp.insert(service);
+    _settled.notify_all();
+}
+
+template <class... Out, class... In>
+ravel_core_status DeviceServices::ask(const char* service, const char* method, std::tuple<Out...>& answer,
+                                      const In&... arguments)
+{
+    const std::shared_ptr<ServiceProxies> proxies = _proxies->get();
+    if (!proxies || !_environment.targets.ids(service)) {
+        return ravel::kUnavailable;
+    }
+    try {
+        answer = proxies->ask<Out...>(service, method, _options.patience, arguments...);
+        return ravel::kOk;
+    } catch (const sdbus::Error& error) {
+        ravel::Log::instance().write(ravel::LogLevel::info, kComponent,
+                                     std::string(service) + " did not answer " + method + ": " + error.getMessage());
+        return statusOf(error);
+    }
+}
+
+ravel_core_status DeviceServices::regionColor(const std::string& /*targetId*/, ravel::RegionColor& color)
+{
+    std::tuple<std::uint8_t, std::uint8_t, std::uint8_t> answer;
+    const ravel_core_status status = ask(bus::service::kWindowBlanking, "getRegionColor", answer);
+    if (status == ravel::kOk) {
+        std::tie(color.red, color.green, color.blue) = answer;
+    }
+    return status;
+}
+
+ravel_core_status DeviceServices::blankingEnabled(const std::string& /*targetId*/, bool& enabled)
+{
+    std::tuple<std::uint8_t> answer;
+    const ravel_core_status status = ask(bus::service::kWindowBlanking, "getEnable", answer);
+    if (status == ravel::kOk) {
+        enabled = std::get<0>(answer) != 0;
+    }
+    return status;
+}
+
+ravel_core_status DeviceServices::rotationAngle(const std::string& /*targetId*/, std::uint32_t& angleDegrees)
+{
+    std::tuple<std::uint32_t> answer;
+    const ravel_core_status status = ask(bus::service::kRotate, "getAngle", answer);
+    if (status == ravel::kOk) {
+        angleDegrees = std::get<0>(answer);
+        _orientation = angleDegrees;
+    }
+    return status;
+}
+
+ravel_core_status DeviceServices::configurationValue(const std::string& key, int& value)
+{
+    std::tuple<std::int32_t> answer;
+    const ravel_core_status status = ask(bus::service::kConfiguration, "getIntValue", answer, bus::sendable(key));
+    if (status == ravel::kOk) {
+        value = std::get<0>(answer);
+    }
+    return status;
+}
+
+void DeviceServices::sendMetadata(const std::string& document)
+{
+    const std::shared_ptr<ServiceProxies> proxies = _proxies->get();
+    if (!proxies || Clock::now() < _streamerRestsUntil || !_environment.targets.ids(bus::service::kMetadataStreamer)) {
+        ++_documentsLost;
+        return;
+    }
+    try {
+        proxies->ask<>(bus::service::kMetadataStreamer, "sendOnvifAnalyticsMetadataXml", _options.patience,
+                       bus::sendable(document), std::int32_t{1});
+        ++_documentsTaken;
+    } catch (const sdbus::Error& error) {
+        ++_documentsLost;
+        _streamerRestsUntil = Clock::now() + kRest;
+        ravel::Log::instance().write(ravel::LogLevel::info, kComponent,
+                                     "a metadata document was lost: " + error.getMessage());
+    }
+}
+
+} // namespace camera::pipeline

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "camera/bus/Connection.h"
+#include "camera/pipeline/ServiceProxies.h"
+#include "camera/ravel/RemoteServices.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace camera::ravel {
+class Environment;
+}
+
+namespace camera::pipeline {
+
+/**
+ * The device's services over the bus: keeps the local picture of who is there, brings their events to the
+ * control thread, asks them with a bounded wait, and hands metadata documents over.
+ *
+ * It has a connection of its own, whose thread needs neither the control thread nor the frame thread.
+ */
+class DeviceServices final : public ravel::RemoteServices {
+public:
+    struct Options {
+        std::string address;
+        std::chrono::milliseconds patience = bus::kDefaultPatience; ///< the longest wait for one answer
+    };
+
+    /// environment outlives it.
+    DeviceServices(ravel::Environment& environment, Options options);
+    ~DeviceServices() override;
+
+    /// Connects and returns when every service was looked up once, or after the patience.
+    void watch() override;
+    void unwatch() override;
+
+    ravel_core_status regionColor(const std::string& targetId, ravel::RegionColor& color) override;
+    ravel_core_status blankingEnabled(const std::string& targetId, bool& enabled) override;
+    ravel_core_status rotationAngle(const std::string& targetId, std::uint32_t& angleDegrees) override;
+    ravel_core_status configurationValue(const std::string& key, int& value) override;
+
+    /// How the camera is mounted at the moment, as far as it was heard: degrees. Any thread; no round trip.
+    std::uint32_t orientation() const { return _orientation; }
+
+    /// Hands a document to the metadata streamer and waits for it to be taken. One that cannot be handed over is
+    /// counted; for a while after a time-out no other one is tried, so that a stopped streamer costs little.
+    /// Thread: the metadata writer's.
+    void sendMetadata(const std::string& document);
+
+    std::uint64_t documentsTaken() const { return _documentsTaken; }
+    std::uint64_t documentsLost() const { return _documentsLost; }
+    bool connected() const { return _connection.connected(); }
+    std::uint64_t sessions() const { return _connection.sessions(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    ServiceNews news();
+    void present(const std::string& service, std::vector<std::string> targets);
+    void gone(const std::string& service);
+    void lookedUp(const std::string& service);
+
+    template <class... Out, class... In>
+    ravel_core_status ask(const char* service, const char* method, std::tuple<Out...>& answer, const In&... arguments);
+
+    ravel::Environment& _environment;
+    const Options _options;
+    std::mutex _mutex;
+    std::condition_variable _settled;
+    std::set<std::string> _lookedUp;
+    std::atomic<std::uint32_t> _orientation{0};
+    std::atomic<std::uint64_t> _documentsTaken{0};
+    std::atomic<std::uint64_t> _documentsLost{0};
+    Clock::time_point _streamerRestsUntil;
+    bus::Connection _connection;
+    std::shared_ptr<bus::Live<ServiceProxies>> _proxies;
+};
+
+} // namespace camera::pipeline

@@ -1,0 +1,314 @@
+#include "camera/pipeline/PositioningObject.h"
+
+#include "camera/bus/Answer.h"
+#include "camera/bus/Names.h"
+#include "camera/bus/Text.h"
+#include "camera/meridan/PositioningUnit.h"
+#include "camera/ravel/Log.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace camera::pipeline {
+
+namespace {
+
+using meridan::Commander;
+using meridan::CommandResult;
+using meridan::PositioningUnit;
+using PresetRow = sdbus::Struct<std::string, std::uint32_t, std::int32_t, std::uint32_t>;
+using StopRow = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
+using TourRow = sdbus::Struct<std::string, std::vector<StopRow>>;
+
+const std::string kInterface = bus::interfaceName(bus::service::kPositioning);
+
+// Users of the bus are told apart by what they claim to be worth; all are operators by name.
+Commander commander(std::uint32_t priority)
+{
+    return {"operator", priority};
+}
+
+meridan::Position position(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom)
+{
+    meridan::Position result;
+    result.pan = pan;
+    result.tilt = tilt;
+    result.zoom = zoom;
+    return result;
+}
+
+meridan::Tour tourOf(const std::string& name, const std::vector<StopRow>& rows)
+{
+    meridan::Tour tour;
+    tour.name = name;
+    for (const StopRow& row : rows) {
+        meridan::TourStop stop;
+        stop.preset = row.get<0>();
+        stop.dwell = std::chrono::milliseconds(row.get<1>());
+        stop.speedPercent = static_cast<decltype(stop.speedPercent)>(std::min<std::uint32_t>(row.get<2>(), 1000));
+        tour.stops.push_back(std::move(stop));
+    }
+    return tour;
+}
+
+TourRow rowOf(const meridan::Tour& tour)
+{
+    std::vector<StopRow> stops;
+    for (const meridan::TourStop& stop : tour.stops) {
+        stops.emplace_back(bus::sendable(stop.preset), static_cast<std::uint32_t>(stop.dwell.count()),
+                           static_cast<std::uint32_t>(stop.speedPercent));
+    }
+    return TourRow(bus::sendable(tour.name), std::move(stops));
+}
+
+} // namespace
+
+PositioningObject::PositioningObject(const std::shared_ptr<bus::Session>& session, meridan::PositioningUnit& unit)
+    : _unit(unit), _object(sdbus::createObject(session->connection(), bus::objectPath(bus::service::kPositioning)))
+{
+    registerQueries();
+    registerMovement();
+    registerPresets();
+    registerTours();
+    registerSignals();
+    _object->finishRegistration();
+    session->connection().requestName(bus::busName(bus::service::kPositioning));
+}
+
+template <class... In, class Command>
+void PositioningObject::registerCommand(const char* method, std::vector<std::string> inputs, Command command)
+{
+    _object->registerMethod(method)
+        .onInterface(kInterface)
+        .withInputParamNames(std::move(inputs))
+        .implementedAs([command = std::move(command)](sdbus::Result<>&& result, const In&... arguments) {
+            bus::answer(result, [&] {
+                const CommandResult outcome = command(arguments...);
+                if (!outcome) {
+                    throw bus::Refusal(outcome.sentence);
+                }
+            });
+        });
+}
+
+void PositioningObject::registerQueries()
+{
+    using Where = sdbus::Result<std::uint32_t, std::int32_t, std::uint32_t, std::uint32_t, bool, std::string>;
+    _object->registerMethod("getPosition")
+        .onInterface(kInterface)
+        .withOutputParamNames("pan", "tilt", "zoom", "angleOfView", "moving", "activePreset")
+        .implementedAs([this](Where&& result) {
+            bus::answer(result, [&](const Where& reply) {
+                const meridan::Position at = _unit.position();
+                reply.returnResults(at.pan, at.tilt, at.zoom, _unit.optics().angleOfView(at.zoom), _unit.moving(),
+                                    bus::sendable(_unit.activePreset()));
+            });
+        });
+    _object->registerMethod("listPresets")
+        .onInterface(kInterface)
+        .withOutputParamNames("presets")
+        .implementedAs([this](sdbus::Result<std::vector<PresetRow>>&& result) {
+            bus::answer(result, [this] {
+                std::vector<PresetRow> rows;
+                for (const meridan::Preset& preset : _unit.presets()) {
+                    rows.emplace_back(bus::sendable(preset.name), preset.position.pan, preset.position.tilt,
+                                      preset.position.zoom);
+                }
+                return rows;
+            });
+        });
+    _object->registerMethod("listTours")
+        .onInterface(kInterface)
+        .withOutputParamNames("tours")
+        .implementedAs([this](sdbus::Result<std::vector<TourRow>>&& result) {
+            bus::answer(result, [this] {
+                std::vector<TourRow> rows;
+                for (const meridan::Tour& tour : _unit.tours()) {
+                    rows.push_back(rowOf(tour));
+                }
+                return rows;
+            });
+        });
+}
+
+void PositioningObject::registerMovement()
+{
+    registerCommand<std::string, std::uint32_t>(
+        "goToPreset", {"name", "priority"},
+        [this](const auto& name, const auto& priority) { return _unit.goToPreset(name, commander(priority)); });
+    registerCommand<std::uint32_t, std::int32_t, std::uint32_t, std::uint32_t>(
+        "moveTo", {"pan", "tilt", "zoom", "priority"},
+        [this](const auto& pan, const auto& tilt, const auto& zoom, const auto& priority) {
+            return _unit.moveTo(position(pan, tilt, zoom), commander(priority));
+        });
+    registerCommand<std::int32_t, std::int32_t, std::int32_t, std::uint32_t, std::uint32_t>(
+        "drive", {"pan", "tilt", "zoom", "milliseconds", "priority"},
+        [this](const auto& pan, const auto& tilt, const auto& zoom, const auto& milliseconds, const auto& priority) {
+            meridan::Drive drive;
+            drive.pan = pan;
+            drive.tilt = tilt;
+            drive.zoom = zoom;
+            if (milliseconds != 0) {
+                drive.duration = std::chrono::milliseconds(milliseconds);
+            }
+            return _unit.drive(drive, commander(priority));
+        });
+    registerCommand<std::uint32_t>("stop", {"priority"},
+                                   [this](const auto& priority) { return _unit.stop({}, commander(priority)); });
+}
+
+void PositioningObject::registerPresets()
+{
+    registerCommand<std::string>("savePreset", {"name"},
+                                 [this](const auto& name) { return _unit.savePresetHere(name); });
+    registerCommand<std::string, std::uint32_t, std::int32_t, std::uint32_t>(
+        "savePresetAt", {"name", "pan", "tilt", "zoom"},
+        [this](const auto& name, const auto& pan, const auto& tilt, const auto& zoom) {
+            return _unit.savePreset({name, position(pan, tilt, zoom)});
+        });
+    registerCommand<std::string, std::string>(
+        "renamePreset", {"name", "newName"},
+        [this](const auto& name, const auto& newName) { return _unit.renamePreset(name, newName); });
+    registerCommand<std::string>("removePreset", {"name"},
+                                 [this](const auto& name) { return _unit.removePreset(name); });
+}
+
+void PositioningObject::registerTours()
+{
+    registerCommand<std::string, std::vector<StopRow>>(
+        "createTour", {"name", "stops"},
+        [this](const auto& name, const auto& stops) { return _unit.createTour(tourOf(name, stops)); });
+    registerCommand<std::string>("removeTour", {"name"}, [this](const auto& name) { return _unit.removeTour(name); });
+    registerCommand<std::string, std::uint32_t>(
+        "startTour", {"name", "priority"},
+        [this](const auto& name, const auto& priority) { return _unit.startTour(name, commander(priority)); });
+    const auto onTour = [this](CommandResult (PositioningUnit::*command)(const Commander&)) {
+        return [this, command] { return (_unit.*command)(commander(meridan::kOperatorPriority)); };
+    };
+    registerCommand<>("stopTour", {}, onTour(&PositioningUnit::stopTour));
+    registerCommand<>("pauseTour", {}, onTour(&PositioningUnit::pauseTour));
+    registerCommand<>("resumeTour", {}, onTour(&PositioningUnit::resumeTour));
+}
+
+void PositioningObject::registerSignals()
+{
+    using U = std::uint32_t;
+    using I = std::int32_t;
+    _object->registerSignal("motionState")
+        .onInterface(kInterface)
+        .withParameters<bool, U, I, U>("moving", "pan", "tilt", "zoom");
+    _object->registerSignal("commandPriority")
+        .onInterface(kInterface)
+        .withParameters<bool, bool, U>("panTiltHeld", "zoomHeld", "priority");
+    _object->registerSignal("presetState")
+        .onInterface(kInterface)
+        .withParameters<I, std::string, bool, std::string>("state", "preset", "byTour", "user");
+    _object->registerSignal("presetModified")
+        .onInterface(kInterface)
+        .withParameters<std::string, bool, bool, bool>("preset", "created", "changed", "removed");
+    _object->registerSignal("tourState")
+        .onInterface(kInterface)
+        .withParameters<I, std::string, U, I>("state", "tour", "stop", "stopType");
+}
+
+template <class... Arguments>
+void PositioningObject::emit(const char* signal, const Arguments&... arguments)
+{
+    try {
+        _object->emitSignal(signal).onInterface(kInterface).withArguments(arguments...);
+    } catch (const std::exception& error) {
+        ravel::Log::instance().write(ravel::LogLevel::info, "bus",
+                                     std::string(signal) + " was not sent: " + error.what());
+    }
+}
+
+void PositioningObject::emitMotionState(bool moving, unsigned int pan, int tilt, unsigned int zoom)
+{
+    emit("motionState", moving, pan, tilt, zoom);
+}
+
+void PositioningObject::emitCommandPriority(bool panTiltHeld, bool zoomHeld, unsigned int priority)
+{
+    emit("commandPriority", panTiltHeld, zoomHeld, priority);
+}
+
+void PositioningObject::emitPresetState(int state, const std::string& preset, bool byTour, const std::string& user)
+{
+    emit("presetState", state, bus::sendable(preset), byTour, bus::sendable(user));
+}
+
+void PositioningObject::emitPresetModified(const std::string& preset, bool created, bool changed, bool removed)
+{
+    emit("presetModified", bus::sendable(preset), created, changed, removed);
+}
+
+void PositioningObject::emitTourState(int state, const std::string& tour, unsigned int stop, int stopType)
+{
+    emit("tourState", state, bus::sendable(tour), stop, stopType);
+}
+
+namespace {
+
+using Object = bus::Live<PositioningObject>;
+
+// The unit's callbacks are plain functions; their context is the place of the current session's object.
+template <class Call>
+void withObject(void* context, const Call& call)
+{
+    if (const auto object = static_cast<Object*>(context)->get()) {
+        call(*object);
+    }
+}
+
+void onMotion(bool moving, unsigned int pan, int tilt, unsigned int zoom, void* context)
+{
+    withObject(context, [&](PositioningObject& object) { object.emitMotionState(moving, pan, tilt, zoom); });
+}
+
+void onPriority(bool panTiltHeld, bool zoomHeld, unsigned int priority, void* context)
+{
+    withObject(context,
+               [&](PositioningObject& object) { object.emitCommandPriority(panTiltHeld, zoomHeld, priority); });
+}
+
+void onPresetState(int state, const std::string& preset, bool byTour, const std::string& user, void* context)
+{
+    withObject(context, [&](PositioningObject& object) { object.emitPresetState(state, preset, byTour, user); });
+}
+
+void onPresetModified(const std::string& preset, bool created, bool changed, bool removed, void* context)
+{
+    withObject(context,
+               [&](PositioningObject& object) { object.emitPresetModified(preset, created, changed, removed); });
+}
+
+void onTourState(int state, const std::string& tour, unsigned int stop, int stopType, void* context)
+{
+    withObject(context, [&](PositioningObject& object) { object.emitTourState(state, tour, stop, stopType); });
+}
+
+} // namespace
+
+PositioningEvents::PositioningEvents(PositioningUnit& unit, std::shared_ptr<bus::Live<PositioningObject>> object)
+    : _unit(unit), _object(std::move(object))
+{
+    _unit.motionCallbacks.add(onMotion, _object.get());
+    _unit.priorityCallbacks.add(onPriority, _object.get());
+    _unit.presetStateCallbacks.add(onPresetState, _object.get());
+    _unit.presetModifiedCallbacks.add(onPresetModified, _object.get());
+    _unit.tourCallbacks.add(onTourState, _object.get());
+}
+
+PositioningEvents::~PositioningEvents()
+{
+    _unit.motionCallbacks.remove(onMotion, _object.get());
+    _unit.priorityCallbacks.remove(onPriority, _object.get());
+    _unit.presetStateCallbacks.remove(onPresetState, _object.get());
+    _unit.presetModifiedCallbacks.remove(onPresetModified, _object.get());
+    _unit.tourCallbacks.remove(onTourState, _object.get());
+}
+
+} // namespace camera::pipeline

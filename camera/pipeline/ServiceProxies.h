@@ -1,0 +1,54 @@
+#pragma once
+
+#include "camera/bus/Call.h"
+#include "camera/bus/Connection.h"
+#include "camera/bus/Names.h"
+
+#include <sdbus-c++/sdbus-c++.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace camera::pipeline {
+
+/// What is heard from the device's services. Called on the bus thread; each returns at once.
+struct ServiceNews {
+    std::function<void(const std::string& service, std::vector<std::string> targets)> present;
+    std::function<void(const std::string& service)> gone;
+    std::function<void(bool moving)> dayNight;
+    std::function<void(bool enabled)> windowBlanking;
+    std::function<void(std::uint32_t angleDegrees)> rotation;
+};
+
+/// The device's services as this process sees them during one session of the bus: who is there, what they
+/// say, and how to ask them.
+class ServiceProxies {
+public:
+    /// Begins to watch and to look up each service. Thread: the bus thread.
+    ServiceProxies(const std::shared_ptr<bus::Session>& session, ServiceNews news);
+
+    /// Asks a service; see bus::call. Any thread but the bus thread.
+    template <class... Out, class... In>
+    std::tuple<Out...> ask(const std::string& service, const std::string& method, std::chrono::milliseconds patience,
+                           const In&... arguments)
+    {
+        return bus::call<Out...>(*_services.at(service), bus::interfaceName(service), method, patience, arguments...);
+    }
+
+    static const std::vector<std::string>& watched();
+
+private:
+    void watchOwners(sdbus::IConnection& connection);
+    void listen();
+    void lookUp(const std::string& service);
+
+    const ServiceNews _news;
+    std::map<std::string, std::unique_ptr<sdbus::IProxy>> _services; ///< the target of each
+    std::map<std::string, std::unique_ptr<sdbus::IProxy>> _trees;    ///< the object above its targets
+    std::unique_ptr<sdbus::IProxy> _bus;
+};
+
+} // namespace camera::pipeline
