@@ -1,0 +1,85 @@
+#pragma once
+
+#include "camera/services/Descriptor.h"
+#include "camera/services/DocumentQueue.h"
+#include "camera/services/SocketFile.h"
+#include "camera/services/Subscriber.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <list>
+#include <mutex>
+#include <poll.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace camera::services {
+
+/**
+ * Hands metadata documents to whoever is connected to the Unix socket metadata.sock, one document a line; a line
+ * break inside a document becomes a blank, which XML reads alike.
+ *
+ * publish() only queues; a thread of this object sends. Whoever reads too slowly loses the oldest documents, which
+ * are counted; nobody waits for anybody. Thread-safe.
+ */
+class MetadataSocket {
+public:
+    static constexpr const char* kFileName = "metadata.sock";
+    static constexpr std::size_t kMostSubscribers = 64; ///< more are closed at once
+
+    struct SubscriberCounters {
+        std::uint64_t delivered = 0;
+        std::uint64_t lost = 0;
+        std::size_t queuedBytes = 0;
+    };
+    struct Counters {
+        std::uint64_t received = 0;
+        std::uint64_t delivered = 0; ///< to each subscriber counts, also to those that have left
+        std::uint64_t lost = 0;
+        std::vector<SubscriberCounters> subscribers;
+    };
+
+    /// @throws std::runtime_error with one sentence; see SocketFile.
+    explicit MetadataSocket(const std::filesystem::path& folder);
+
+    /// Closes all connections; what is still queued is not sent.
+    ~MetadataSocket();
+    MetadataSocket(const MetadataSocket&) = delete;
+    MetadataSocket& operator=(const MetadataSocket&) = delete;
+
+    void publish(const std::string& document);
+    Counters counters() const;
+    const std::string& path() const { return _file.path(); }
+
+private:
+    struct Client {
+        explicit Client(Descriptor socket) : subscriber(std::move(socket)) {}
+
+        Subscriber subscriber; ///< the thread's own
+        DocumentQueue queue;   ///< this and the counters: under the mutex
+        SubscriberCounters counters;
+    };
+
+    void run();
+    std::vector<pollfd> waiting();
+    void wake() const;
+    void acceptNew();
+    void serveClients(const std::vector<pollfd>& polled);
+    bool serve(Client& client, short events);
+    bool sendTo(Client& client);
+
+    SocketFile _file;
+    Descriptor _wakeUp;
+    std::chrono::steady_clock::time_point _acceptAgain; ///< the thread's own: not before, for want of descriptors
+
+    mutable std::mutex _mutex;
+    std::list<Client> _clients; ///< changed by the thread only
+    Counters _total;            ///< without subscribers
+    bool _stopping = false;
+    std::thread _thread; // last: run() uses everything above
+};
+
+} // namespace camera::services

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "camera/services/Descriptor.h"
+
+#include <filesystem>
+#include <string>
+#include <sys/stat.h>
+
+namespace camera::services {
+
+/// A Unix stream socket that listens under a name in the file system, for this user only. The name goes with the
+/// object; one that a killed process left is taken over.
+class SocketFile {
+public:
+    /// @param path  made absolute; its folder is created when it is absent.
+    /// @throws std::runtime_error with one sentence: the path is too long, its folder cannot be used, something else
+    ///         has the name, or a living process listens there.
+    explicit SocketFile(const std::filesystem::path& path);
+    ~SocketFile();
+    SocketFile(const SocketFile&) = delete;
+    SocketFile& operator=(const SocketFile&) = delete;
+
+    /// Never blocks.
+    int descriptor() const { return _listener.get(); }
+    const std::string& path() const { return _path; }
+
+private:
+    void makeFolder() const;
+    void clearTheWay() const;
+    bool somebodyListens() const;
+    void listen();
+
+    const std::string _path;
+    Descriptor _listener;
+    struct stat _own {};
+};
+
+} // namespace camera::services

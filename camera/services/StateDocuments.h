@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace camera::services {
+
+struct Blanking {
+    std::uint8_t red = 128;
+    std::uint8_t green = 128;
+    std::uint8_t blue = 128;
+    bool enabled = false;
+};
+
+struct Rotation {
+    std::uint32_t angleDegrees = 0;
+    bool served = true; ///< whether this camera has a rotation service at all
+};
+
+constexpr const char* kDefaultRotationKey = "default_analytics_rotation";
+
+/// The integer configuration values by key.
+using Values = std::map<std::string, std::int32_t>;
+
+inline bool isAngle(std::uint32_t degrees)
+{
+    return degrees == 0 || degrees == 90 || degrees == 180 || degrees == 270;
+}
+
+/// Whether a key may name a configuration value: not empty, not too long, fit to be sent.
+bool isValueKey(const std::string& key);
+constexpr std::size_t kLongestKeyBytes = 256;
+constexpr std::size_t kMostValues = 1000;
+
+/// The JSON documents that keep them. What is read is checked as a remote call is: nothing when any of it does not fit.
+std::string format(const Blanking& blanking);
+std::string format(const Rotation& rotation);
+std::string format(const Values& values);
+std::optional<Blanking> parseBlanking(const std::string& document);
+std::optional<Rotation> parseRotation(const std::string& document);
+std::optional<Values> parseValues(const std::string& document);
+
+} // namespace camera::services

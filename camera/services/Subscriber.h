@@ -1,0 +1,38 @@
+#pragma once
+
+#include "camera/services/Descriptor.h"
+#include "camera/services/DocumentQueue.h"
+
+#include <cstddef>
+
+namespace camera::services {
+
+/// One reader of the metadata socket, as its thread sees it: the line being sent, and whether it is still there.
+class Subscriber {
+public:
+    enum class Progress { none, partly, whole, gone };
+
+    explicit Subscriber(Descriptor socket) : _socket(std::move(socket)) {}
+
+    int descriptor() const { return _socket.get(); }
+
+    /// What to wait for: room for a line when there is one, and the end of the connection.
+    short events(bool hasMore) const;
+
+    bool sending() const { return _line != nullptr; }
+    void begin(Line line);
+
+    /// Sends what there is room for, without waiting.
+    Progress send();
+
+    /// Reads away what a subscriber says; false when it is gone.
+    bool listen();
+
+private:
+    Descriptor _socket;
+    Line _line;
+    std::size_t _sent = 0;
+    bool _silent = false; ///< it will say nothing more, and may listen all the same
+};
+
+} // namespace camera::services
