@@ -1,0 +1,41 @@
+#pragma once
+
+#include "camera/supervisor/ChildProcess.h"
+#include "camera/supervisor/RuntimeFolder.h"
+
+#include <memory>
+#include <string>
+
+namespace camera::supervisor {
+
+/// The camera's own message bus: a dbus-daemon that only this user may use. Thread-bound.
+class BusDaemon {
+public:
+    /// Writes the daemon's configuration. @throws std::runtime_error when that fails.
+    /// @param folder   borrowed.
+    /// @param program  for another dbus-daemon than the one along PATH.
+    explicit BusDaemon(const RuntimeFolder& folder, std::string program = "dbus-daemon");
+
+    /// Starts it, at the same address each time. @throws std::runtime_error saying what to install.
+    std::unique_ptr<ChildProcess> start();
+
+    /// Readable, for poll(), once the one started last listens or has ended.
+    int readyDescriptor() const { return _ready.get(); }
+
+    /// Whether the one started last listens. Call it when readyDescriptor() is readable; it never waits.
+    bool listens();
+
+    /// The last thing that it complained about; it also complains while all is well.
+    std::string complaint() const;
+
+private:
+    void writeConfiguration() const;
+
+    const RuntimeFolder& _folder;
+    const std::string _program;
+    Descriptor _ready;
+    Descriptor _errorOutput; ///< memory with an end, so that a daemon that complains for years fills nothing
+    bool _listens = false;
+};
+
+} // namespace camera::supervisor

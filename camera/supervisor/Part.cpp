@@ -1,0 +1,51 @@
+#include "camera/supervisor/Part.h"
+
+#include <ctime>
+#include <utility>
+
+namespace camera::supervisor {
+
+Part::Part(std::string name, Start start, Clock& clock) : _start(std::move(start)), _clock(clock)
+{
+    _status.name = std::move(name);
+}
+
+void Part::start()
+{
+    _due.reset();
+    _startedAt = _clock.now();
+    const bool first = _starts == 0;
+    ++_starts;
+    _status.restarts = _starts - 1;
+    _process = _start(first);
+    _status.pid = _process->pid();
+    _status.since = std::time(nullptr);
+}
+
+void Part::signal(int number)
+{
+    if (_process) {
+        _process->signal(number);
+    }
+}
+
+std::optional<Exit> Part::takeExit()
+{
+    const std::optional<Exit> exit = _process ? _process->exit() : std::nullopt;
+    if (exit) {
+        _process.reset();
+        _status.pid = 0;
+        _status.lastExit = exit->text();
+    }
+    return exit;
+}
+
+std::chrono::milliseconds Part::planStart()
+{
+    const Clock::TimePoint now = _clock.now();
+    const std::chrono::milliseconds pause = _backOff.pauseAfter(now - _startedAt);
+    _due = now + pause;
+    return pause;
+}
+
+} // namespace camera::supervisor

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "camera/supervisor/Descriptor.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace camera::supervisor {
+
+/// A camera that runs for this user, as its runtime folder tells.
+struct RunningCamera {
+    std::filesystem::path stateDir;
+    std::string address; ///< of its bus
+};
+
+/**
+ * Where a running camera's bus lives: $XDG_RUNTIME_DIR/virtual-camera/<hash of the state folder>, or
+ * <state folder>/run where there is no usable runtime directory.
+ *
+ * It holds the files "bus" (the daemon's socket), "address", "state" (the state folder), "pid" and
+ * "bus.conf". The object holds the lock on the file "supervisor.lock" and takes everything away with
+ * itself; what a killed run left is taken away by the next one, which finds the lock free.
+ */
+class RuntimeFolder {
+public:
+    /// Makes state folder and runtime folder, the latter for this user only, and locks it.
+    /// @throws std::runtime_error with one sentence: who holds the state folder, or what cannot be made.
+    explicit RuntimeFolder(const std::filesystem::path& stateDir);
+    ~RuntimeFolder();
+    RuntimeFolder(const RuntimeFolder&) = delete;
+    RuntimeFolder& operator=(const RuntimeFolder&) = delete;
+
+    const std::filesystem::path& path() const { return _path; }
+    const std::filesystem::path& stateDir() const { return _stateDir; }
+    std::filesystem::path socket() const { return _path / "bus"; }
+    std::filesystem::path configuration() const { return _path / "bus.conf"; }
+
+    /// The bus' address, as its clients take it.
+    std::string address() const;
+
+    /// Lets others find the camera. Call it when the bus listens.
+    void announce() const;
+
+    /// The address of the bus of the camera that runs on this state folder, if one does.
+    static std::optional<std::string> find(const std::filesystem::path& stateDir);
+
+    /// Every camera below $XDG_RUNTIME_DIR that runs for this user, ordered by its state folder.
+    static std::vector<RunningCamera> running();
+
+private:
+    void lock();
+    void removeFiles() const;
+
+    std::filesystem::path _stateDir;
+    std::filesystem::path _path;
+    Descriptor _lock;
+};
+
+} // namespace camera::supervisor
