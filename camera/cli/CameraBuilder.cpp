@@ -50,7 +50,8 @@ device::Options deviceOptions(const CameraOptions& options, const std::filesyste
     result.pluginPath = pluginPath(options.plugin, programFolder());
     result.stateDir = stateDir;
     if (options.ptz) {
-        result.ptz = device::PtzOption{{}, options.preset};
+        result.ptz.emplace();
+        result.ptz->arriveAt = options.preset;
     }
     result.engineCount = kReferenceEngines + options.engines.size();
     result.logLevel = logLevel(options.verbosity);

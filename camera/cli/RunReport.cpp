@@ -13,6 +13,8 @@ namespace {
 // A camera may run for years; the number of objects is for people and need not be exact by then.
 constexpr std::size_t kMostIds = 1000000;
 constexpr std::size_t kMostTopics = 10;
+constexpr std::size_t kMostSwitches = 40;
+constexpr double kRateWindowSeconds = 2;
 
 std::string oneDecimal(double value)
 {
@@ -23,15 +25,53 @@ std::string oneDecimal(double value)
 
 } // namespace
 
-RunReport::RunReport() : start(std::chrono::steady_clock::now())
+RunReport::RunReport() : start(std::chrono::steady_clock::now()), windowStart(start)
 {
 }
 
-void RunReport::frame(bool analysed)
+void RunReport::frame(bool analysed, std::chrono::nanoseconds took)
 {
     const std::lock_guard<std::mutex> lock(mutex);
     ++frames;
     failed += analysed ? 0 : 1;
+    longest = std::max(longest, took);
+    ++windowFrames;
+    const auto now = std::chrono::steady_clock::now();
+    const double window = std::chrono::duration<double>(now - windowStart).count();
+    if (window >= kRateWindowSeconds) {
+        windowRate = static_cast<double>(windowFrames) / window;
+        windowStart = now;
+        windowFrames = 0;
+    }
+}
+
+void RunReport::time(std::int64_t nanoseconds)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    firstTime = firstTime == 0 ? nanoseconds : firstTime;
+    lastTime = nanoseconds;
+}
+
+void RunReport::rulesSwitched(const std::string& engine, const std::string& key)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    const auto before =
+        std::find_if(switches.rbegin(), switches.rend(), [&](const Switch& each) { return each.engine == engine; });
+    if (before != switches.rend() && before->key == key) {
+        return; // cleared and given the same again
+    }
+    ++switchCount;
+    switches.push_back({static_cast<double>(lastTime - firstTime) / 1e9, engine, key});
+    if (switches.size() > kMostSwitches) {
+        switches.pop_front();
+    }
+}
+
+RunReport::Now RunReport::now() const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    const double rate = windowRate > 0 ? windowRate : static_cast<double>(frames) / seconds();
+    return {frames, rate, std::chrono::duration<double, std::milli>(longest).count()};
 }
 
 void RunReport::drawing(const video::Drawing& drawing)
@@ -83,7 +123,29 @@ std::vector<std::string> RunReport::summary() const
     for (const auto& [topic, count] : eventsOfTopic) {
         lines.push_back(summaryLine("", std::to_string(count) + "  " + printable(topic)));
     }
+    rulesSummary(lines);
     return lines;
+}
+
+// Which rules were active when, in seconds of the video; a camera that never moved has nothing to tell.
+void RunReport::rulesSummary(std::vector<std::string>& lines) const
+{
+    if (switchCount <= switches.size() && firstTime == lastTime) {
+        return;
+    }
+    std::vector<std::string> rows;
+    for (const Switch& each : switches) {
+        if (each.second > 0 || switchCount > switches.size() || !each.key.empty()) {
+            rows.push_back("from " + oneDecimal(each.second) + " s  " + printable(each.engine) + ": " +
+                           (each.key.empty() ? "none, the camera moves" : printable(each.key)));
+        }
+    }
+    if (switchCount > switches.size()) {
+        lines.push_back(summaryLine("rules", std::to_string(switchCount) + " switches, the last of them:"));
+    }
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        lines.push_back(summaryLine(i == 0 && switchCount <= switches.size() ? "rules" : "", rows[i]));
+    }
 }
 
 std::string summaryLine(const std::string& label, const std::string& text)

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <string>
@@ -19,7 +20,22 @@ class RunReport {
 public:
     RunReport();
 
-    void frame(bool analysed);
+    /// @param took  how long the plug-in had the frame
+    void frame(bool analysed, std::chrono::nanoseconds took = std::chrono::nanoseconds(0));
+
+    /// The time of the frame that comes next, nanoseconds since 1970.
+    void time(std::int64_t nanoseconds);
+
+    /// An engine got other rules, those of a settings key; an empty key: none.
+    void rulesSwitched(const std::string& engine, const std::string& key);
+
+    /// What can be asked while the run goes on.
+    struct Now {
+        std::uint64_t frames = 0;
+        double framesPerSecond = 0; ///< over the last seconds
+        double longestFrameMilliseconds = 0;
+    };
+    Now now() const;
     void drawing(const video::Drawing& drawing);
     void event(const ravel::Event& event);
 
@@ -31,6 +47,13 @@ public:
 
 private:
     double seconds() const;
+    void rulesSummary(std::vector<std::string>& lines) const;
+
+    struct Switch {
+        double second = 0; ///< of the video
+        std::string engine;
+        std::string key;
+    };
 
     mutable std::mutex mutex;
     std::chrono::steady_clock::time_point start;
@@ -41,6 +64,14 @@ private:
     std::unordered_set<std::uint32_t> objectIds;
     std::uint64_t events = 0;
     std::map<std::string, std::uint64_t> eventsOfTopic;
+    std::int64_t firstTime = 0;
+    std::int64_t lastTime = 0;
+    std::deque<Switch> switches; ///< the last ones
+    std::uint64_t switchCount = 0;
+    std::chrono::nanoseconds longest{0};
+    std::chrono::steady_clock::time_point windowStart;
+    std::uint64_t windowFrames = 0;
+    double windowRate = 0;
 };
 
 /// "  frames      " and so on: the left column of a summary line, then its text.

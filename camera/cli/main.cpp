@@ -4,8 +4,8 @@
 #include "camera/cli/ConfigOptions.h"
 #include "camera/cli/Console.h"
 #include "camera/cli/OptionTable.h"
-#include "camera/cli/RunCommand.h"
 #include "camera/cli/RunOptions.h"
+#include "camera/pipeline/PipelineRun.h"
 #include "camera/ravel/Log.h"
 
 #include <csignal>
@@ -37,7 +37,7 @@ int printHelp(const std::string& text)
 int run(const std::vector<std::string>& arguments, Console& console)
 {
     const RunOptions options = parseRun(arguments);
-    return options.help ? printHelp(runHelp()) : runCamera(options, console);
+    return options.help ? printHelp(runHelp()) : camera::pipeline::runPipeline({options, "", false}, console);
 }
 
 int config(const std::vector<std::string>& arguments, Console& console)

@@ -167,7 +167,9 @@ ravel_core_status DeviceServices::configurationValue(const std::string& key, int
 void DeviceServices::sendMetadata(const std::string& document)
 {
     const std::shared_ptr<ServiceProxies> proxies = _proxies->get();
-    if (!proxies || Clock::now() < _streamerRestsUntil || !_environment.targets.ids(bus::service::kMetadataStreamer)) {
+    const auto now = Clock::now();
+    if (!proxies || now < _streamerRestsUntil || now > _lastSending.load() ||
+        !_environment.targets.ids(bus::service::kMetadataStreamer)) {
         ++_documentsLost;
         return;
     }

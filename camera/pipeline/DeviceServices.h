@@ -53,6 +53,9 @@ public:
     /// Thread: the metadata writer's.
     void sendMetadata(const std::string& document);
 
+    /// Documents that come later than this are lost at once: the camera ends.
+    void finishBy(std::chrono::steady_clock::time_point time) { _lastSending = time; }
+
     std::uint64_t documentsTaken() const { return _documentsTaken; }
     std::uint64_t documentsLost() const { return _documentsLost; }
     bool connected() const { return _connection.connected(); }
@@ -78,6 +81,7 @@ private:
     std::atomic<std::uint64_t> _documentsTaken{0};
     std::atomic<std::uint64_t> _documentsLost{0};
     Clock::time_point _streamerRestsUntil;
+    std::atomic<Clock::time_point> _lastSending{Clock::time_point::max()};
     bus::Connection _connection;
     std::shared_ptr<bus::Live<ServiceProxies>> _proxies;
 };

@@ -71,7 +71,7 @@ void Overlay::write(const Frame& upright, const Drawing& drawing)
     }
     const std::int64_t time = nanosecondsOf(upright);
     toRgb(upright, canvas);
-    paintOverlay(canvas, drawing, time);
+    paintOverlay(canvas, drawing, time, captionText);
     if (better) {
         best = canvas;
         bestInterest = interest;

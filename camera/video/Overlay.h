@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace camera::video {
 
@@ -28,6 +29,9 @@ public:
     /// Opens the files. @throws std::runtime_error with one sentence when one cannot be written.
     Overlay(OverlayFiles files, int width, int height, double framesPerSecond);
     ~Overlay();
+
+    /// What the foot line says beside time and counts, from the next frame on.
+    void caption(std::string text) { captionText = std::move(text); }
 
     /// The upright frame that goes to the engines next. One that nobody drew on is written as it is.
     void frame(const Frame& upright);
@@ -48,6 +52,7 @@ private:
     OverlayFiles files;
     std::optional<Mp4Writer> video;
     std::optional<Frame> waiting;
+    std::string captionText;
     RgbPicture canvas;
     RgbPicture best;
     TravelledObjects travelled;

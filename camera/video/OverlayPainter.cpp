@@ -246,7 +246,7 @@ std::string stateText(const Drawing& drawing)
 
 } // namespace
 
-void paintOverlay(RgbPicture& picture, const Drawing& drawing, std::int64_t nanoseconds)
+void paintOverlay(RgbPicture& picture, const Drawing& drawing, std::int64_t nanoseconds, const std::string& caption)
 {
     Painter painter(picture);
     for (const auto& record : drawing.cells) {
@@ -261,7 +261,7 @@ void paintOverlay(RgbPicture& picture, const Drawing& drawing, std::int64_t nano
     for (const auto& rule : drawing.rules) {
         painter.ruleName(rule);
     }
-    painter.footLine(timeText(nanoseconds), stateText(drawing));
+    painter.footLine(timeText(nanoseconds), (caption.empty() ? "" : caption + "   ") + stateText(drawing));
 }
 
 } // namespace camera::video

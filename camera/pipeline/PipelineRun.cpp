@@ -1,4 +1,4 @@
-#include "camera/cli/RunCommand.h"
+#include "camera/pipeline/PipelineRun.h"
 
 #include "camera/cli/CameraBuilder.h"
 #include "camera/cli/ConfigurationFile.h"
@@ -6,58 +6,51 @@
 #include "camera/cli/RunReport.h"
 #include "camera/cli/StateFolder.h"
 #include "camera/cli/StopSignal.h"
+#include "camera/meridan/PositioningDriver.h"
+#include "camera/meridan/PositioningUnit.h"
+#include "camera/pipeline/ActiveKeys.h"
+#include "camera/pipeline/BusPresence.h"
+#include "camera/pipeline/DeviceServices.h"
+#include "camera/pipeline/Pace.h"
+#include "camera/pipeline/PipelineStatus.h"
+#include "camera/pipeline/Scenario.h"
+#include "camera/ravel/ControlThread.h"
 #include "camera/video/LibavLog.h"
 #include "camera/video/OpenSource.h"
 #include "camera/video/Overlay.h"
 #include "camera/video/Timestamp.h"
 #include "camera/video/TurnedFrame.h"
+#include "camera/video/View.h"
 
 #include <chrono>
-#include <cmath>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <utility>
 
-namespace camera::cli {
+namespace camera::pipeline {
 
 namespace {
+
+using cli::ComponentName;
+using cli::Console;
+using cli::printable;
+using cli::sizeText;
+using cli::summaryLine;
 
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kStatusInterval(200);
 constexpr std::chrono::seconds kClockInterval(5);
-
-/// Delivers frames no earlier than their times say, from the first one on.
-class Pace {
-public:
-    Pace(bool real, const StopSignal& stop) : real(real), stop(stop) {}
-
-    void waitFor(std::int64_t nanoseconds)
-    {
-        if (!real) {
-            return;
-        }
-        if (first < 0) {
-            first = nanoseconds;
-            start = Clock::now();
-        }
-        stop.waitUntil(start + std::chrono::nanoseconds(nanoseconds - first));
-    }
-
-private:
-    bool real;
-    const StopSignal& stop;
-    std::int64_t first = -1;
-    Clock::time_point start;
-};
+constexpr std::chrono::seconds kPatienceAtTheEnd(2);
+constexpr double kWholeScene = 90; ///< any angle: a fixed camera sees as much as there is
 
 /// One run, from the files it reads to the summary. Members are declared in the order in which they are
 /// needed; end() takes them down in the order that the device asks for.
 class Run {
 public:
-    Run(const RunOptions& options, Console& console)
-        : options(options), console(console), state(options.camera.stateDir)
+    Run(const cli::PipelineOptions& given, Console& console)
+        : given(given), options(given.run), console(console), scenario(given.run), state(options.camera.stateDir)
     {
     }
 
@@ -79,33 +72,64 @@ private:
     // False when a signal came while the input was waited for.
     bool open()
     {
-        std::vector<std::string> configurations;
-        for (const std::string& path : options.configFiles) {
-            configurations.push_back(readConfiguration(path));
-        }
-        device::Options wanted = deviceOptions(options.camera, state.path());
-        wanted.orientation = options.orientation;
-        wanted.metadataFile = options.metadata;
         video::SourceOptions sourceOptions;
         sourceOptions.loop = options.loop;
         sourceOptions.notBefore = state.lastFrameTime();
         sourceOptions.stop = &stop.flag();
+        device::Options wanted = deviceOptions();
         if (!openSource(sourceOptions)) {
             return false;
         }
-        device = buildCamera(options.camera, wanted, console);
+        openView(wanted);
+        device = cli::buildCamera(options.camera, wanted, console);
         if (!options.overlay.empty() || !options.picture.empty()) {
-            overlay.emplace(video::OverlayFiles{options.overlay, options.picture}, source->width(), source->height(),
-                            source->framesPerSecond());
+            overlay.emplace(video::OverlayFiles{options.overlay, options.picture}, pictureSize.width,
+                            pictureSize.height, source->framesPerSecond());
         }
         connect();
-        for (std::size_t i = 0; i < configurations.size(); ++i) {
-            if (!configure(*device, configurations[i], options.configFiles[i])) {
-                console.line("'" + options.configFiles[i] +
-                             "' is stored for another place than the one where the camera stands.");
-            }
+        for (const std::string& notice : scenario.begin(*device)) {
+            console.line(notice);
+        }
+        if (!given.bus.empty()) {
+            presence = std::make_unique<BusPresence>(given.bus, *device, [this] { return statusJson(); });
         }
         return true;
+    }
+
+    device::Options deviceOptions()
+    {
+        device::Options wanted = cli::deviceOptions(options.camera, state.path());
+        wanted.orientation = options.orientation;
+        wanted.metadataFile = options.metadata;
+        if (options.camera.ptz) {
+            wanted.ptz = Scenario::positioning(options);
+            wanted.ptz->keepState = state.kept() && !given.temporaryState;
+        }
+        if (!given.bus.empty()) {
+            wanted.servicesElsewhere = [this](ravel::Environment& environment) {
+                services = std::make_shared<DeviceServices>(environment, DeviceServices::Options{given.bus});
+                return services;
+            };
+        }
+        return wanted;
+    }
+
+    // What the plug-in gets: the source's whole picture, scaled when a size is given, or what a PTZ camera sees of it.
+    void openView(const device::Options& wanted)
+    {
+        pictureSize = {source->width(), source->height()};
+        const video::PictureSize whole = pictureSize;
+        if (wanted.ptz) {
+            pictureSize = video::defaultSize(whole);
+        }
+        if (options.width != 0) {
+            pictureSize = {options.width, options.height};
+        }
+        if (wanted.ptz) {
+            view.emplace(wanted.ptz->description.sceneAngleDegrees, pictureSize);
+        } else if (!(pictureSize == whole)) {
+            view.emplace(kWholeScene, pictureSize);
+        }
     }
 
     bool openSource(const video::SourceOptions& sourceOptions)
@@ -125,8 +149,11 @@ private:
     {
         events = device->onEvent([this](const ravel::Event& event) {
             report.event(event);
-            console.line(describeEvent(event));
+            console.line(cli::describeEvent(event));
         });
+        if (services) {
+            device->onMetadata([this](const std::string& document) { services->sendMetadata(document); });
+        }
         device->onFrameOutputs([this](const device::FrameOutputs& outputs) {
             const video::Drawing drawing = video::readDrawing(outputs.drawing, outputs.drawingBytes);
             report.drawing(drawing);
@@ -153,6 +180,11 @@ private:
     void loop()
     {
         Pace pace(options.realSpeed, stop);
+        // At full speed the camera moves by the times of the frames, else by the clock, also while no frame comes.
+        std::optional<meridan::PositioningDriver> driver;
+        if (options.realSpeed) {
+            driver.emplace(device->positioning());
+        }
         long long delivered = 0;
         while (!stop.stopped() && failures.empty() && console.writable() &&
                (options.frames == 0 || delivered < options.frames)) {
@@ -164,10 +196,32 @@ private:
             if (stop.stopped()) {
                 return;
             }
-            deliver(*frame);
+            move(*frame);
+            deliver(seen(*frame));
             ++delivered;
             everyNowAndThen();
         }
+    }
+
+    void move(const video::Frame& frame)
+    {
+        if (!options.realSpeed && lastFrame != 0) {
+            device->positioning().advance(std::chrono::nanoseconds(video::nanosecondsOf(frame) - lastFrame));
+            device->control().drain(); // what it announced is true for this frame
+        }
+        report.time(video::nanosecondsOf(frame));
+    }
+
+    video::Frame seen(const video::Frame& frame)
+    {
+        if (!view) {
+            return frame;
+        }
+        if (!options.camera.ptz) {
+            return view->of(frame, meridan::Position(), static_cast<unsigned int>(kWholeScene * 1000));
+        }
+        const meridan::Position position = device->positioning().position();
+        return view->of(frame, position, device->positioning().optics().angleOfView(position.zoom));
     }
 
     std::optional<video::Frame> nextFrame()
@@ -184,11 +238,42 @@ private:
     {
         guarded([&] {
             if (overlay) {
+                overlay->caption(caption());
                 overlay->frame(frame);
             }
         });
-        report.frame(device->deliver(video::turnedForDelivery(frame, options.orientation, turned)));
+        const int orientation = services ? static_cast<int>(services->orientation()) : options.orientation;
+        const video::Frame delivered = video::turnedForDelivery(frame, orientation, turned);
+        const auto begin = Clock::now();
+        const bool analysed = device->deliver(delivered);
+        report.frame(analysed, Clock::now() - begin);
         lastFrame = video::nanosecondsOf(frame);
+    }
+
+    // Where the camera looks, for the picture.
+    std::string caption() const
+    {
+        if (!options.camera.ptz) {
+            return "";
+        }
+        const std::string preset = device->positioning().activePreset();
+        if (!preset.empty()) {
+            return preset;
+        }
+        return device->positioning().moving() ? "moving" : "at no preset";
+    }
+
+    std::string statusJson() const
+    {
+        const int orientation = services ? static_cast<int>(services->orientation()) : options.orientation;
+        const PipelineStatus status{*device,
+                                    report,
+                                    keys,
+                                    options.input,
+                                    orientation,
+                                    services ? services->documentsTaken() : 0,
+                                    services ? services->documentsLost() : 0};
+        return status.json();
     }
 
     void everyNowAndThen()
@@ -220,12 +305,17 @@ private:
     void end()
     {
         source.reset();
+        if (services) {
+            // A streamer that takes its time must not hold up the end, least of all one that somebody waits for.
+            services->finishBy(Clock::now() + (stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
+        }
         device->drain();
         if (overlay && !overlayFailed) {
             guarded([&] { overlay->finish(); });
         }
-        active = componentsOf(device->target().currentConfiguration());
+        active = cli::componentsOf(device->target().currentConfiguration());
         device->shutdown();
+        presence.reset();
         statistics = device->statistics();
         events.reset();
         keepTime();
@@ -251,8 +341,9 @@ private:
         }
         console.line(summaryLine("metadata", std::to_string(statistics.documents) + " documents"));
         summaryOfConfiguration();
-        console.line(
-            summaryLine("settings", state.kept() ? state.path().string() : "not kept; --state DIR keeps them"));
+        console.line(summaryLine("settings", state.kept() && !given.temporaryState
+                                                 ? state.path().string()
+                                                 : "not kept; --state DIR keeps them"));
         summaryOfFile(options.metadata);
         summaryOfFile(options.overlay);
         summaryOfFile(overlay && !overlay->pictureWritten() ? "" : options.picture);
@@ -265,7 +356,7 @@ private:
     {
         constexpr std::size_t kMost = 8;
         for (std::size_t i = 0; i < active.size() && i < kMost; ++i) {
-            console.line(summaryLine(i == 0 ? "active" : "", printable(describe(active[i]))));
+            console.line(summaryLine(i == 0 ? "active" : "", printable(cli::describe(active[i]))));
         }
         if (active.empty()) {
             console.line(summaryLine("active", "no rule and no module; --config FILE.xml gives some"));
@@ -283,16 +374,23 @@ private:
         }
     }
 
-    const RunOptions& options;
+    const cli::PipelineOptions& given;
+    const cli::RunOptions& options;
     Console& console;
-    StopSignal stop;
-    StateFolder state;
+    const Scenario scenario;
+    cli::StopSignal stop;
+    cli::StateFolder state;
     std::vector<std::string> failures;
-    RunReport report;
+    cli::RunReport report;
+    ActiveKeys keys{[this](const ActiveKeys::Active& active) { report.rulesSwitched(active.engine, active.key); }};
     std::optional<video::Overlay> overlay;
     bool overlayFailed = false;
     video::FramePool turned;
+    video::PictureSize pictureSize;
+    std::optional<video::View> view;
+    std::shared_ptr<DeviceServices> services;
     std::unique_ptr<device::Device> device;
+    std::unique_ptr<BusPresence> presence;
     ravel::EventBus::Subscription events;
     std::unique_ptr<video::FrameSource> source; ///< last: gone before the device, also after a failure
     device::Statistics statistics;
@@ -304,9 +402,9 @@ private:
 
 } // namespace
 
-int runCamera(const RunOptions& options, Console& console)
+int runPipeline(const cli::PipelineOptions& options, cli::Console& console)
 {
-    video::routeLibavLog(options.camera.verbosity > 0);
+    video::routeLibavLog(options.run.camera.verbosity > 0);
     try {
         return Run(options, console).execute();
     } catch (const std::exception& error) {
@@ -316,4 +414,4 @@ int runCamera(const RunOptions& options, Console& console)
     }
 }
 
-} // namespace camera::cli
+} // namespace camera::pipeline

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "camera/cli/RunReport.h"
+#include "camera/device/Device.h"
+#include "camera/pipeline/ActiveKeys.h"
+
+#include <cstdint>
+#include <string>
+
+namespace camera::pipeline {
+
+/// How the pipeline process does, as a JSON object for people and programs. Reads only what is thread-safe.
+struct PipelineStatus {
+    device::Device& device;
+    const cli::RunReport& report;
+    const ActiveKeys& keys;
+    std::string input;
+    int orientation = 0;
+    std::uint64_t documentsTaken = 0; ///< by the metadata streamer
+    std::uint64_t documentsLost = 0;  ///< on the way to it
+
+    std::string json() const;
+};
+
+} // namespace camera::pipeline
