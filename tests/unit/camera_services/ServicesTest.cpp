@@ -1,0 +1,281 @@
+#include "unit/camera_services/ServicesFixture.h"
+
+#include <json/json.h>
+
+#include <limits>
+
+namespace {
+
+using namespace services_test;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Pair;
+
+using Color = std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>;
+using Values = std::map<std::string, std::int32_t>;
+
+class ServicesTest : public ServicesFixture {
+protected:
+    Color color()
+    {
+        return client.ask<std::uint8_t, std::uint8_t, std::uint8_t>(service::kWindowBlanking, "getRegionColor");
+    }
+    int enabled() { return client.one<std::uint8_t>(service::kWindowBlanking, "getEnable"); }
+    std::uint32_t angle() { return client.one<std::uint32_t>(service::kRotate, "getAngle"); }
+    bool moving() { return client.one<bool>(service::kDayNight, "isMoving"); }
+    std::int32_t value(const std::string& key)
+    {
+        return client.one<std::int32_t>(service::kConfiguration, "getIntValue", key);
+    }
+    Values values() { return client.one<Values>(service::kConfiguration, "list"); }
+    void setColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue)
+    {
+        client.ask<>(service::kWindowBlanking, "setRegionColor", red, green, blue);
+    }
+    void setEnabled(bool on) { client.ask<>(service::kWindowBlanking, "setEnable", on); }
+    void setAngle(std::uint32_t degrees) { client.ask<>(service::kRotate, "setAngle", degrees); }
+    void setValue(const std::string& key, std::int32_t number)
+    {
+        client.ask<>(service::kConfiguration, "setIntValue", key, number);
+    }
+    std::string refusedFault(const std::string& name, const std::string& fault, double seconds)
+    {
+        return client.refusal(service::kServices, "setFault", name, fault, seconds);
+    }
+    std::string introspection(const std::string& name)
+    {
+        const auto now = client.proxies->get();
+        return std::get<0>(
+            camera::bus::call<std::string>(now->of(name), "org.freedesktop.DBus.Introspectable", "Introspect", 30s));
+    }
+};
+
+TEST_F(ServicesTest, startsWithTheDefaults)
+{
+    EXPECT_FALSE(moving());
+    EXPECT_EQ(color(), Color(128, 128, 128));
+    EXPECT_EQ(enabled(), 0);
+    EXPECT_EQ(angle(), 0U);
+    EXPECT_THAT(values(), ElementsAre(Pair("default_analytics_rotation", 0)));
+}
+
+TEST_F(ServicesTest, eachBeginAndEndOfAMovementIsAnEvent)
+{
+    for (const char* method : {"begin", "begin", "end", "end"}) {
+        client.ask<>(service::kDayNight, method);
+        EXPECT_EQ(moving(), std::string(method) == "begin");
+    }
+    EXPECT_THAT(client.journal.lines(4),
+                ElementsAre("movementChange 1", "movementChange 1", "movementChange 0", "movementChange 0"));
+}
+
+TEST_F(ServicesTest, aMovementEndsWithTheProcess)
+{
+    client.ask<>(service::kDayNight, "begin");
+    restart();
+    EXPECT_FALSE(moving());
+}
+
+TEST_F(ServicesTest, eachBlankingSettingIsAnEventThatComesWhenItHolds)
+{
+    setColor(255, 0, 1);
+    setEnabled(true);
+    setEnabled(true);
+    setEnabled(false);
+    EXPECT_THAT(client.journal.lines(4),
+                ElementsAre("settingsChanged 0", "settingsChanged 1", "settingsChanged 1", "settingsChanged 0"));
+    EXPECT_EQ(color(), Color(255, 0, 1));
+    EXPECT_EQ(enabled(), 0);
+}
+
+TEST_F(ServicesTest, eachAngleSetIsAnEvent)
+{
+    for (const std::uint32_t degrees : {90U, 90U, 180U, 270U, 0U}) {
+        setAngle(degrees);
+        EXPECT_EQ(angle(), degrees);
+    }
+    EXPECT_THAT(client.journal.lines(5),
+                ElementsAre("orientationChanged 90", "orientationChanged 90", "orientationChanged 180",
+                            "orientationChanged 270", "orientationChanged 0"));
+}
+
+TEST_F(ServicesTest, anAngleThatIsNoQuarterTurnIsRefusedWithoutAnEvent)
+{
+    setAngle(90);
+    for (const std::uint32_t degrees : {1U, 89U, 360U, std::numeric_limits<std::uint32_t>::max()}) {
+        EXPECT_EQ(client.refusal(service::kRotate, "setAngle", degrees),
+                  "ravel.Error.Refused|the angle is 0, 90, 180 or 270 degrees, not " + std::to_string(degrees));
+    }
+    EXPECT_EQ(angle(), 90U);
+    setAngle(0);
+    EXPECT_THAT(client.journal.lines(2), ElementsAre("orientationChanged 90", "orientationChanged 0"));
+}
+
+TEST_F(ServicesTest, configurationValuesAreSetReadListedAndRemoved)
+{
+    setValue("low", std::numeric_limits<std::int32_t>::min());
+    setValue("high", std::numeric_limits<std::int32_t>::max());
+    setValue("low", -1);
+    EXPECT_EQ(value("low"), -1);
+    EXPECT_EQ(value("high"), std::numeric_limits<std::int32_t>::max());
+    client.ask<>(service::kConfiguration, "removeValue", std::string("high"));
+    EXPECT_THAT(values(), ElementsAre(Pair("default_analytics_rotation", 0), Pair("low", -1)));
+}
+
+TEST_F(ServicesTest, keysThatCannotBeAreRefused)
+{
+    const std::string tooLong(257, 'k');
+    EXPECT_EQ(client.refusal(service::kConfiguration, "setIntValue", std::string(), 1),
+              "ravel.Error.Refused|the key of a configuration value is not empty");
+    EXPECT_EQ(client.refusal(service::kConfiguration, "setIntValue", tooLong, 1),
+              "ravel.Error.Refused|the key of a configuration value has at most 256 bytes, not 257");
+    EXPECT_EQ(client.refusal(service::kConfiguration, "getIntValue", std::string("no such")),
+              "ravel.Error.Refused|there is no configuration value 'no such'");
+    EXPECT_EQ(client.refusal(service::kConfiguration, "removeValue", std::string("no such")),
+              "ravel.Error.Refused|there is no configuration value 'no such'");
+    setValue(std::string(256, 'k'), 1);
+    EXPECT_EQ(values().size(), 2U);
+}
+
+TEST_F(ServicesTest, thereIsALimitToHowManyValues)
+{
+    // Stored beforehand: a thousand durable writes would take their time.
+    process.reset();
+    {
+        camera::ravel::SettingsStore store({folder / "services", 0});
+        camera::services::Values many;
+        for (std::size_t i = 0; i < camera::services::kMostValues; ++i) {
+            many["key" + std::to_string(i)] = static_cast<std::int32_t>(i);
+        }
+        store.write(service::kConfiguration, camera::services::format(many));
+    }
+    start();
+    EXPECT_EQ(client.refusal(service::kConfiguration, "setIntValue", std::string("one more"), 1),
+              "ravel.Error.Refused|there are 1000 configuration values already; remove one first");
+    setValue("key7", 70);
+    EXPECT_EQ(value("key7"), 70);
+    EXPECT_EQ(values().size(), camera::services::kMostValues);
+}
+
+TEST_F(ServicesTest, everythingStoredSurvivesARestart)
+{
+    setColor(1, 2, 3);
+    setEnabled(true);
+    setAngle(270);
+    setValue("mine \xC3\xA4\"\\", 7);
+    client.ask<>(service::kConfiguration, "removeValue", std::string("default_analytics_rotation"));
+    restart();
+    EXPECT_EQ(color(), Color(1, 2, 3));
+    EXPECT_EQ(enabled(), 1);
+    EXPECT_EQ(angle(), 270U);
+    EXPECT_THAT(values(), ElementsAre(Pair("mine \xC3\xA4\"\\", 7)));
+}
+
+TEST_F(ServicesTest, theRotationGivenAtTheStartSetsTheAngleAndTheDefault)
+{
+    setAngle(90);
+    options.angleDegrees = 180;
+    restart();
+    EXPECT_EQ(angle(), 180U);
+    EXPECT_EQ(value("default_analytics_rotation"), 180);
+    options.angleDegrees.reset();
+    restart();
+    EXPECT_EQ(angle(), 180U);
+    EXPECT_EQ(value("default_analytics_rotation"), 180);
+}
+
+TEST_F(ServicesTest, aCameraWithoutARotationServiceStaysOneUntilItIsToldOtherwise)
+{
+    options.rotationService = false;
+    restart();
+    EXPECT_FALSE(client.isServed(service::kRotate));
+    EXPECT_TRUE(client.isServed(service::kConfiguration));
+    client.setFault(service::kRotate, "off");
+    EXPECT_FALSE(client.isServed(service::kRotate));
+    options.rotationService.reset();
+    restart();
+    EXPECT_FALSE(client.isServed(service::kRotate));
+    options.rotationService = true;
+    restart();
+    EXPECT_TRUE(client.isServed(service::kRotate));
+}
+
+TEST_F(ServicesTest, unknownServicesFaultsAndDelaysAreRefused)
+{
+    EXPECT_EQ(refusedFault("daynight", "off", 0),
+              "ravel.Error.Refused|there is no service 'daynight', only day_night, window_blanking, rotate, "
+              "onvif_metadata_streamer and configuration");
+    EXPECT_EQ(refusedFault("services", "absent", 0).substr(0, 52),
+              "ravel.Error.Refused|there is no service 'services', ");
+    EXPECT_EQ(refusedFault("rotate", "broken", 0),
+              "ravel.Error.Refused|there is no fault 'broken', only absent, fail, slow and off");
+    for (const double seconds :
+         {0.0, -1.0, 3600.1, std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()}) {
+        EXPECT_EQ(refusedFault("rotate", "slow", seconds),
+                  "ravel.Error.Refused|a slow service takes more than 0 and at most 3600 seconds for an answer");
+    }
+    for (const auto& [name, fault] : client.one<std::map<std::string, std::string>>(service::kServices, "faults")) {
+        EXPECT_EQ(fault, "off") << name;
+    }
+}
+
+TEST_F(ServicesTest, theStatusIsADocumentThatSaysWhatHolds)
+{
+    setAngle(90);
+    client.setFault(service::kRotate, "slow", 2.5);
+    const auto status = client.one<std::string>(service::kServices, "status");
+    Json::Value object;
+    std::string errors;
+    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    ASSERT_TRUE(reader->parse(status.data(), status.data() + status.size(), &object, &errors)) << errors;
+    EXPECT_EQ(object["pid"].asInt64(), getpid());
+    EXPECT_EQ(object["angle"].asUInt(), 90U);
+    EXPECT_TRUE(object["rotationServed"].asBool());
+    EXPECT_EQ(object["faults"]["rotate"]["fault"].asString(), "slow");
+    EXPECT_EQ(object["faults"]["rotate"]["seconds"].asDouble(), 2.5);
+    EXPECT_EQ(object["faults"]["day_night"]["fault"].asString(), "off");
+    EXPECT_EQ(object["metadata"]["socket"].asString(), process->socketPath());
+    EXPECT_EQ(object["state"].asString(), (folder / "services").string());
+}
+
+TEST_F(ServicesTest, introspectionNamesEveryParameter)
+{
+    const std::pair<const char*, std::vector<const char*>> expected[] = {
+        {service::kServices, {"service", "fault", "seconds", "faults", "status"}},
+        {service::kDayNight, {"moving", "movement"}},
+        {service::kWindowBlanking, {"red", "green", "blue", "enable", "enabled"}},
+        {service::kRotate, {"angle", "orientation"}},
+        {service::kConfiguration, {"key", "value", "values"}},
+        {service::kMetadataStreamer, {"xml", "flag", "path", "received", "delivered", "lost", "subscribers"}},
+    };
+    for (const auto& [name, parameters] : expected) {
+        const std::string xml = introspection(name);
+        const std::string own = xml.substr(xml.find("<interface name=\"ravel."));
+        for (const char* parameter : parameters) {
+            EXPECT_THAT(own, HasSubstr("name=\"" + std::string(parameter) + "\"")) << name;
+        }
+        EXPECT_THAT(own, testing::Not(HasSubstr("<arg type=\"s\" direction"))) << "a parameter without a name: " << own;
+        std::size_t arguments = 0;
+        std::size_t named = 0;
+        for (std::size_t at = own.find("<arg "); at != std::string::npos; at = own.find("<arg ", at + 1)) {
+            ++arguments;
+            named += own.substr(at, own.find('>', at) - at).find("name=\"") != std::string::npos ? 1U : 0U;
+        }
+        EXPECT_EQ(named, arguments) << own;
+        EXPECT_GT(arguments, 0U);
+    }
+}
+
+TEST_F(ServicesTest, anotherProcessOnTheSameStateIsRefused)
+{
+    try {
+        camera::services::ServicesProcess second(options);
+        FAIL() << "two owners of one state";
+    } catch (const std::runtime_error& refused) {
+        EXPECT_THAT(refused.what(), HasSubstr("is in use by process " + std::to_string(getpid())));
+    }
+    EXPECT_EQ(angle(), 0U);
+}
+
+} // namespace
