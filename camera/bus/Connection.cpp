@@ -106,6 +106,9 @@ void Connection::lost(const std::string& why)
         ravel::Log::instance().write(ravel::LogLevel::error, kComponent,
                                      _process + " lost the bus: " + why + "; it connects again");
     }
+    if (!session && !_stopping && why != _reason) {
+        ravel::Log::instance().write(ravel::LogLevel::info, kComponent, _process + " has no bus: " + why);
+    }
     _reason = why;
     _changed.notify_all();
 }

@@ -54,14 +54,14 @@ ServiceProxies::ServiceProxies(const std::shared_ptr<bus::Session>& session, Ser
 
 void ServiceProxies::listen()
 {
-    const auto on = [this](const char* service, const char* signal) {
-        return _services.at(service)->uponSignal(signal).onInterface(bus::interfaceName(service));
+    // The names are passed on within one expression: the library keeps references to them until its end.
+    const auto on = [this](const char* service, const std::string& signal, auto handler) {
+        _services.at(service)->uponSignal(signal).onInterface(bus::interfaceName(service)).call(handler);
     };
-    on(bus::service::kDayNight, "movementChange").call([this](const bool& moving) { _news.dayNight(moving); });
-    on(bus::service::kWindowBlanking, "settingsChanged").call([this](const bool& enabled) {
-        _news.windowBlanking(enabled);
-    });
-    on(bus::service::kRotate, "orientationChanged").call([this](const std::uint32_t& angle) { _news.rotation(angle); });
+    on(bus::service::kDayNight, "movementChange", [this](const bool& moving) { _news.dayNight(moving); });
+    on(bus::service::kWindowBlanking, "settingsChanged",
+       [this](const bool& enabled) { _news.windowBlanking(enabled); });
+    on(bus::service::kRotate, "orientationChanged", [this](const std::uint32_t& angle) { _news.rotation(angle); });
 }
 
 void ServiceProxies::watchOwners(sdbus::IConnection& connection)
