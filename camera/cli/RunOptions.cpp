@@ -121,7 +121,10 @@ OptionTable makeTable(RunOptions& options)
     });
     table.value("--speed", "real|max", "as fast as the video, or as fast as it goes; real without it",
                 [&options](const std::string& text) { setSpeed(options, text); });
-    table.flag("--oneshot", "end with the input, instead of beginning again", [&options] { options.loop = false; });
+    table.flag("--loop", "begin again at the end of the input, as a run at real speed does anyway",
+               [&options] { options.loop = true; });
+    table.flag("--oneshot", "end with the input, as a run at full speed does anyway",
+               [&options] { options.oneshot = true; });
     table.value("--size", "WxH", "the picture that the plug-in gets; what suits the input without it",
                 [&options](const std::string& text) { setSize(options, text); });
     table.repeated("--place", "NAME=PAN,TILT,ZOOM", "a preset of a PTZ camera, degrees and magnification",
@@ -148,7 +151,10 @@ void settleRun(RunOptions& options, const std::vector<std::string>& rest)
         throw UsageError(kCommand + ": there is one input, '" + rest[0] + "' and '" + rest[1] + "' are two.");
     }
     options.input = rest[0];
-    options.loop = options.loop && options.frames == 0;
+    if (options.loop && options.oneshot) {
+        throw UsageError(kCommand + ": --loop and --oneshot exclude each other; keep one of them.");
+    }
+    options.loop = options.loop || (options.realSpeed && !options.oneshot);
     settle(options.camera);
     options.camera.ptz =
         options.camera.ptz || !options.places.empty() || !options.presetConfigs.empty() || !options.tour.empty();
