@@ -17,7 +17,7 @@ constexpr int kMostPercent = 100;
 bool speedsAllowed(const Drive& drive)
 {
     const auto allowed = [](const std::optional<int>& percent) {
-        return std::abs(percent.value_or(0)) <= kMostPercent;
+        return percent.value_or(0) >= -kMostPercent && percent.value_or(0) <= kMostPercent;
     };
     return allowed(drive.pan) && allowed(drive.tilt) && allowed(drive.zoom);
 }

@@ -183,7 +183,7 @@ TEST_F(DeviceTest, keepsAConfigurationAcrossARestart)
     EXPECT_THAT(hosted.journal(), Contains("Motion activates " + documentFor("Motion")));
 }
 
-TEST_F(DeviceTest, arrivesAtThePresetOnceThePluginIsBuilt)
+TEST_F(DeviceTest, standsAtThePresetOnceThePluginIsBuilt)
 {
     options.ptz = PtzOption{{{"Gate", 10000, -5000, 200}}, "Gate"};
     std::string position;
@@ -207,6 +207,79 @@ TEST_F(DeviceTest, givesAPresetThatNobodyDescribedAPlaceOfItsOwn)
     EXPECT_NE(device->positioning().preset("Yard")->position.pan, device->positioning().preset("Gate")->position.pan);
     EXPECT_TRUE(device->goToPreset("Gate"));
     EXPECT_FALSE(device->goToPreset("Roof"));
+}
+
+TEST_F(DeviceTest, refusesToStandWhereItsModelCannotLook)
+{
+    options.ptz = PtzOption{{{"Sky", 0, 80000, 100}}, "Sky"};
+    options.ptz->description.model = "dome";
+    options.ptz->description.tilt.highest = 20000;
+    EXPECT_EQ(refusal(), "preset 'Sky' is beyond what the camera 'dome' can reach");
+}
+
+TEST_F(DeviceTest, keepsPresetsToursAndThePlaceWhenItIsToldTo)
+{
+    options.ptz = PtzOption{{{"Gate", 10000, 0, 100}}, ""};
+    options.ptz->keepState = true;
+    start();
+    ASSERT_TRUE(device->positioning().savePreset({"Yard", {20000, 0, 100}}));
+    const auto stored = device->environment().settings.read("camera.positioning");
+    ASSERT_TRUE(stored.has_value()) << "stored when the command returns";
+    EXPECT_THAT(*stored, HasSubstr("Yard"));
+    ASSERT_TRUE(device->positioning().createTour({"Round", {{"Yard", std::chrono::milliseconds(1), 100}}}));
+    ASSERT_TRUE(device->positioning().removePreset("Gate"));
+    device->goToPreset("Yard");
+    device->positioning().advance(std::chrono::seconds(60));
+    device->drain();
+
+    options.ptz = PtzOption();
+    options.ptz->keepState = true;
+    start();
+    EXPECT_EQ(device->positioning().activePreset(), "Yard");
+    EXPECT_EQ(device->positioning().presets().size(), 1u);
+    EXPECT_EQ(device->positioning().tours().size(), 1u);
+    device->goToPreset("Yard");
+    device->positioning().drive({100, {}, {}, {}}, {"anna", 100});
+    device->positioning().advance(std::chrono::seconds(1));
+    const auto there = device->positioning().position();
+
+    start();
+    EXPECT_EQ(device->positioning().position(), there) << "ended on its way, it starts from there";
+    EXPECT_EQ(device->positioning().activePreset(), "");
+
+    options.ptz->keepState = false;
+    start();
+    EXPECT_TRUE(device->positioning().presets().empty());
+}
+
+TEST_F(DeviceTest, startsAtHomeWhenWhatItKeptCannotBeUsed)
+{
+    options.ptz = PtzOption{{{"Gate", 10000, 0, 100}}, ""};
+    options.ptz->keepState = true;
+    start();
+    device->environment().settings.write("camera.positioning", "{\"version\":1,\"position\":[[[");
+    start();
+    EXPECT_THAT(lines(), Contains(HasSubstr("error device: the stored positions cannot be used: ")));
+    EXPECT_EQ(device->positioning().presets().size(), 1u);
+    EXPECT_TRUE(device->goToPreset("Gate"));
+}
+
+TEST_F(DeviceTest, goesOnWhenThePositionsCannotBeStored)
+{
+    options.ptz = PtzOption{{{"Gate", 10000, 0, 100}}, ""};
+    options.ptz->keepState = true;
+    start();
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open((options.stateDir / "settings.db").c_str(), &database), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE settings", nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+    EXPECT_TRUE(device->positioning().savePresetHere("Yard"));
+    EXPECT_THAT(lines(), Contains(HasSubstr("error device: the positions could not be stored: ")));
+    EXPECT_TRUE(device->goToPreset("Yard"));
+    device->positioning().advance(std::chrono::seconds(60));
+    device->drain();
+    EXPECT_EQ(device->positioning().activePreset(), "Yard");
+    EXPECT_EQ(device->statistics().controlFailures, 0u);
 }
 
 TEST_F(DeviceTest, isAFixedCameraWithoutPtz)

@@ -1,90 +1,20 @@
-#include "camera/meridan/PositioningUnit.h"
-
-#include "camera/ravel/Current.h"
-
-#include "korva/meridan/PositioningManager.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+// The unit through the framework's calls, and who is registered with it.
+#include "unit/camera_meridan/PositioningFixture.h"
 
 #include <cmath>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace {
 
-using camera::meridan::PositioningUnit;
-using korva::meridan::PositioningManager;
+using camera::meridan::Position;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::vector<std::string> calls;
-
-void onMotion(bool moving, unsigned int pan, int tilt, unsigned int zoom, void* /*context*/)
+void onPresetElsewhere(int state, const std::string& name, bool, const std::string&, void* context)
 {
-    calls.push_back((moving ? "moves at " : "stands at ") + std::to_string(pan) + "," + std::to_string(tilt) + "," +
-                    std::to_string(zoom));
+    static_cast<std::vector<std::string>*>(context)->push_back(std::to_string(state) + name);
 }
 
-void onPriority(bool panTilt, bool zoom, unsigned int priority, void* /*context*/)
-{
-    calls.push_back("priority " + std::to_string(priority) + (panTilt && zoom ? "" : "?"));
-}
-
-void onPreset(int state, const std::string& name, bool byTour, const std::string& user, void* context)
-{
-    calls.push_back("preset " + std::to_string(state) + " " + name + (byTour || !user.empty() ? "?" : "") +
-                    (context == nullptr ? "" : " with context"));
-}
-
-void onModified(const std::string& name, bool created, bool changed, bool removed, void* /*context*/)
-{
-    calls.push_back(name + (created ? " created" : "") + (changed ? " changed" : "") + (removed ? " removed" : ""));
-}
-
-void onTour(int state, const std::string& /*name*/, unsigned int /*stop*/, int stopType, void* /*context*/)
-{
-    calls.push_back("tour " + std::to_string(state) + " " + std::to_string(stopType));
-}
-
-class PositioningUnitTest : public testing::Test {
-protected:
-    void SetUp() override { calls.clear(); }
-
-    void build(bool movable)
-    {
-        PositioningUnit::Options options;
-        options.movable = movable;
-        options.presets = {{"Gate", {10000, -5000, 200}}, {"Yard", {350000, 0, 100}}};
-        unit = std::make_shared<PositioningUnit>(
-            options, [this](std::function<void()> task) { queue.push_back(std::move(task)); });
-        binding = std::make_unique<camera::ravel::Current<PositioningUnit>::Binding>(unit);
-    }
-
-    void registerAll()
-    {
-        EXPECT_TRUE(manager.registerMotionStateCallback(&onMotion, nullptr));
-        EXPECT_TRUE(manager.registerCommandPriorityCallback(&onPriority, nullptr));
-        EXPECT_TRUE(manager.registerPresetStateCallback(&onPreset, nullptr));
-        EXPECT_TRUE(manager.registerPresetModifiedCallback(&onModified, nullptr));
-        EXPECT_TRUE(manager.registerTourStateCallback(&onTour, nullptr));
-    }
-
-    void runPosted()
-    {
-        const auto tasks = std::exchange(queue, {});
-        for (const auto& task : tasks) {
-            task();
-        }
-    }
-
-    PositioningManager& manager = PositioningManager::instance();
-    std::vector<std::function<void()>> queue;
-    std::shared_ptr<PositioningUnit> unit;
-    std::unique_ptr<camera::ravel::Current<PositioningUnit>::Binding> binding;
-};
+using PositioningUnitTest = PositioningFixture;
 
 TEST_F(PositioningUnitTest, isAFixedCameraThatAnswersNothingAndChangesNoOutput)
 {
@@ -105,12 +35,34 @@ TEST_F(PositioningUnitTest, isAFixedCameraThatAnswersNothingAndChangesNoOutput)
     EXPECT_FALSE(manager.setZoomPosition(200));
     EXPECT_FALSE(manager.startLinearContinuousMovement(true, 1, true, 1, true, 1));
     EXPECT_FALSE(manager.stopLinearContinuousMovement(true, true, true));
-    EXPECT_FALSE(manager.registerPresetStateCallback(&onPreset, nullptr));
-    EXPECT_FALSE(unit->goToPreset("Gate"));
-    EXPECT_FALSE(unit->savePreset({"New", {}}));
-    EXPECT_FALSE(unit->removePreset("Gate"));
+    EXPECT_FALSE(manager.registerPresetStateCallback(&onPresetElsewhere, &calls));
     EXPECT_EQ(manager.getActivePreset(false), "");
     EXPECT_TRUE(queue.empty());
+}
+
+TEST_F(PositioningUnitTest, saysThatAFixedCameraCannotMove)
+{
+    build(false);
+    EXPECT_EQ(unit->goToPreset("Gate", operator1).sentence, "this camera is fixed: it cannot move and has no presets");
+    for (const auto& result :
+         {unit->moveTo({}, operator1), unit->setZoom(200, operator1), unit->drive({1, {}, {}, {}}, operator1),
+          unit->stop({}, operator1), unit->savePreset({"New", {}}), unit->savePresetHere("New"),
+          unit->renamePreset("Gate", "New"), unit->removePreset("Gate"), unit->createTour({"T", {{"Gate", {}, 1}}}),
+          unit->startTour("T", operator1), unit->stopTour(operator1), unit->pauseTour(operator1),
+          unit->resumeTour(operator1), unit->restore(unit->serialize())}) {
+        EXPECT_EQ(result.status, Status::fixedCamera);
+    }
+    EXPECT_FALSE(unit->placeAt("Gate"));
+    unit->advance(kSecond);
+    unit->announceStanding();
+    EXPECT_TRUE(queue.empty());
+}
+
+TEST_F(PositioningUnitTest, isFixedWhenItsDescriptionSaysSo)
+{
+    options.description.movable = false;
+    build(true);
+    EXPECT_FALSE(manager.isAvailable());
 }
 
 TEST_F(PositioningUnitTest, isUnavailableWithoutADevice)
@@ -118,11 +70,12 @@ TEST_F(PositioningUnitTest, isUnavailableWithoutADevice)
     EXPECT_FALSE(manager.isAvailable());
     EXPECT_EQ(manager.getActivePreset(false), "");
     EXPECT_FALSE(manager.goToPreset("Gate", false));
+    EXPECT_FALSE(manager.startLinearContinuousMovement(true, 10, false, 0, false, 0));
 }
 
 TEST_F(PositioningUnitTest, describesALensWhoseNumbersFitEachOther)
 {
-    build(true);
+    build();
     unsigned int narrow = 0;
     unsigned int wide = 0;
     unsigned int shortest = 0;
@@ -141,12 +94,29 @@ TEST_F(PositioningUnitTest, describesALensWhoseNumbersFitEachOther)
     EXPECT_EQ(wide, 64020u);
 }
 
-TEST_F(PositioningUnitTest, jumpsToAPresetAndPostsTheArrival)
+TEST_F(PositioningUnitTest, describesTheLensOfItsModel)
 {
-    build(true);
-    registerAll();
+    options.description.optics = {10000, 500, 7000, 4000};
+    build();
+    unsigned int first = 0;
+    unsigned int second = 0;
+    EXPECT_TRUE(manager.getFocalLengthLimits(first, second));
+    EXPECT_EQ(first, 10000u);
+    EXPECT_EQ(second, 50000u);
+    EXPECT_TRUE(manager.getSensorDimensions(first, second));
+    EXPECT_EQ(first, 7000u);
+    EXPECT_EQ(second, 4000u);
+    EXPECT_TRUE(manager.getAngleOfViewLimits(first, second));
+    EXPECT_EQ(second, 38580u);
+}
+
+TEST_F(PositioningUnitTest, movesForAnEngineWithTheEnginesPriority)
+{
+    build();
     EXPECT_TRUE(manager.goToPreset("Gate", true));
-    EXPECT_THAT(calls, IsEmpty()) << "called from inside the call";
+    EXPECT_THAT(reported(), ElementsAre("priority 500", "state 1 Gate", "motion started"));
+    EXPECT_EQ(manager.getActivePreset(false), "");
+    untilItStands();
     EXPECT_EQ(manager.getActivePreset(false), "Gate");
     unsigned int pan = 0;
     int tilt = 0;
@@ -158,31 +128,54 @@ TEST_F(PositioningUnitTest, jumpsToAPresetAndPostsTheArrival)
     EXPECT_EQ(zoom, 200u);
     EXPECT_EQ(angle, unit->optics().angleOfView(200));
     EXPECT_LT(angle, unit->optics().angleOfView(100));
-    runPosted();
-    EXPECT_THAT(calls, ElementsAre("preset 2 Gate"));
+    EXPECT_THAT(reported(), ElementsAre("state 2 Gate", "motion stopped"));
+    EXPECT_TRUE(manager.setZoomPosition(300));
+    EXPECT_EQ(unit->position().zoom, 200u) << "a lens needs time";
+    untilItStands();
+    EXPECT_EQ(unit->position().zoom, 300u);
+    EXPECT_THAT(reported(), ElementsAre("priority 500", "state 0 Gate", "motion started", "motion stopped"));
 }
 
-TEST_F(PositioningUnitTest, postsTheArrivalOfACameraThatIsThereAlready)
+TEST_F(PositioningUnitTest, movesTheAxesThatAnEngineNames)
 {
-    build(true);
-    registerAll();
-    unit->goToPreset("Gate");
-    unit->goToPreset("Gate");
-    runPosted();
-    EXPECT_THAT(calls, ElementsAre("preset 2 Gate", "preset 2 Gate"));
+    build();
+    EXPECT_TRUE(manager.startLinearContinuousMovement(true, -10, false, 99, true, 10));
+    EXPECT_THAT(reported(), ElementsAre("priority 500", "state 0 ", "motion started"));
+    pass(kSecond);
+    EXPECT_GT(unit->position().pan, 300000u) << "to the left";
+    EXPECT_EQ(unit->position().tilt, 0);
+    EXPECT_GT(unit->position().zoom, 100u);
+    EXPECT_TRUE(manager.stopLinearContinuousMovement(true, false, false));
+    pass(kSecond);
+    EXPECT_TRUE(unit->moving());
+    EXPECT_TRUE(manager.stopLinearContinuousMovement(false, false, true));
+    untilItStands();
+    EXPECT_THAT(reported(), ElementsAre("motion stopped"));
+    EXPECT_TRUE(manager.stopLinearContinuousMovement(true, true, true)) << "nothing moves, so it has stopped";
+    EXPECT_FALSE(manager.startLinearContinuousMovement(false, 10, false, 10, false, 10));
+    EXPECT_FALSE(manager.startLinearContinuousMovement(true, 101, false, 0, false, 0));
+}
+
+TEST_F(PositioningUnitTest, refusesAnEngineWhatAnOperatorHolds)
+{
+    build();
+    unit->drive({10, {}, {}, {}}, operator1);
+    EXPECT_FALSE(manager.goToPreset("Gate", true));
+    EXPECT_FALSE(manager.setZoomPosition(200));
+    EXPECT_FALSE(manager.stopLinearContinuousMovement(true, true, true));
+    EXPECT_TRUE(unit->moving());
 }
 
 TEST_F(PositioningUnitTest, refusesAnUnknownPresetAndStaysWhereItIs)
 {
-    build(true);
-    unit->goToPreset("Yard");
-    queue.clear();
-    EXPECT_FALSE(manager.goToPreset("Roof", false));
+    build();
+    standAt("Yard");
+    EXPECT_FALSE(manager.goToPreset("Cellar", false));
     EXPECT_FALSE(manager.goToPreset("", false));
     unsigned int pan = 7;
     int tilt = 7;
     unsigned int zoom = 7;
-    EXPECT_FALSE(manager.getPresetLocation("Roof", pan, tilt, zoom));
+    EXPECT_FALSE(manager.getPresetLocation("Cellar", pan, tilt, zoom));
     EXPECT_EQ(pan, 7u);
     EXPECT_EQ(manager.getActivePreset(false), "Yard");
     EXPECT_TRUE(queue.empty());
@@ -190,7 +183,7 @@ TEST_F(PositioningUnitTest, refusesAnUnknownPresetAndStaysWhereItIs)
 
 TEST_F(PositioningUnitTest, knowsWhereItsPresetsAre)
 {
-    build(true);
+    build();
     unsigned int pan = 0;
     int tilt = 0;
     unsigned int zoom = 0;
@@ -200,94 +193,59 @@ TEST_F(PositioningUnitTest, knowsWhereItsPresetsAre)
     EXPECT_EQ(zoom, 200u);
 }
 
-TEST_F(PositioningUnitTest, refusesMovementAtASpeedButIsAlwaysStopped)
+TEST_F(PositioningUnitTest, isPutAtAPresetWithoutAWord)
 {
-    build(true);
-    EXPECT_FALSE(manager.startLinearContinuousMovement(true, 10, false, 0, false, 0));
-    EXPECT_TRUE(manager.stopLinearContinuousMovement(true, true, true));
+    build();
+    EXPECT_TRUE(unit->placeAt("Gate"));
+    EXPECT_EQ(unit->activePreset(), "Gate");
+    EXPECT_EQ(unit->position(), (Position{10000, -5000, 200}));
+    EXPECT_FALSE(unit->placeAt("Cellar"));
     EXPECT_TRUE(queue.empty());
 }
 
-TEST_F(PositioningUnitTest, leavesItsPresetWhenTheLensTurns)
+TEST_F(PositioningUnitTest, postsSingleEventsForTests)
 {
-    build(true);
-    registerAll();
-    unit->goToPreset("Gate");
-    EXPECT_TRUE(manager.setZoomPosition(3000));
-    EXPECT_FALSE(manager.setZoomPosition(3001));
-    EXPECT_FALSE(manager.setZoomPosition(99));
-    EXPECT_EQ(manager.getActivePreset(true), "");
-    EXPECT_EQ(unit->position().zoom, 3000u);
-    runPosted();
-    EXPECT_THAT(
-        calls, ElementsAre("preset 2 Gate", "preset 0 Gate", "moves at 10000,-5000,200", "stands at 10000,-5000,3000"));
-}
-
-TEST_F(PositioningUnitTest, saysHowAPresetWasModified)
-{
-    build(true);
-    registerAll();
-    EXPECT_TRUE(unit->savePreset({"Roof", {1, 2, 100}}));
-    EXPECT_TRUE(unit->savePreset({"Roof", {3, 4, 100}}));
-    EXPECT_EQ(unit->preset("Roof")->position.pan, 3u);
-    unit->goToPreset("Roof");
-    EXPECT_TRUE(unit->removePreset("Roof"));
-    EXPECT_FALSE(unit->removePreset("Roof"));
-    EXPECT_FALSE(unit->savePreset({"", {}}));
-    EXPECT_EQ(unit->activePreset(), "");
-    EXPECT_EQ(unit->presets().size(), 2u);
-    runPosted();
-    EXPECT_THAT(calls, ElementsAre("Roof created", "Roof changed", "preset 2 Roof", "Roof removed"));
-}
-
-TEST_F(PositioningUnitTest, postsMotionPriorityAndTourEvents)
-{
-    build(true);
-    registerAll();
+    build();
     unit->postCommandPriority(499);
     unit->postMotion(true);
     unit->postTourState(1, 2);
     unit->postPresetState(1, "Gate");
-    runPosted();
-    EXPECT_THAT(calls, ElementsAre("priority 499", "moves at 0,0,100", "tour 1 2", "preset 1 Gate"));
+    EXPECT_THAT(reported(), ElementsAre("priority 499", "motion started", "tour 1 ", "state 1 Gate"));
 }
 
 TEST_F(PositioningUnitTest, callsOnlyWhoIsRegisteredWhenTheTaskRuns)
 {
-    build(true);
-    registerAll();
-    int context = 0;
-    EXPECT_TRUE(manager.registerPresetStateCallback(&onPreset, &context));
-    EXPECT_TRUE(manager.registerPresetStateCallback(&onPreset, &context)) << "a pair counts once";
-    unit->goToPreset("Gate");
-    EXPECT_TRUE(manager.unregisterPresetStateCallback(&onPreset, nullptr));
-    EXPECT_FALSE(manager.unregisterPresetStateCallback(&onPreset, nullptr));
-    EXPECT_FALSE(manager.registerPresetStateCallback(nullptr, &context));
+    build();
+    std::vector<std::string> first;
+    std::vector<std::string> second;
+    EXPECT_TRUE(manager.registerPresetStateCallback(&onPresetElsewhere, &first));
+    EXPECT_TRUE(manager.registerPresetStateCallback(&onPresetElsewhere, &second));
+    EXPECT_TRUE(manager.registerPresetStateCallback(&onPresetElsewhere, &second)) << "a pair counts once";
+    unit->postPresetState(2, "Gate");
+    EXPECT_TRUE(manager.unregisterPresetStateCallback(&onPresetElsewhere, &first));
+    EXPECT_FALSE(manager.unregisterPresetStateCallback(&onPresetElsewhere, &first));
+    EXPECT_FALSE(manager.registerPresetStateCallback(nullptr, &first));
     runPosted();
-    EXPECT_THAT(calls, ElementsAre("preset 2 Gate with context"));
+    EXPECT_THAT(first, IsEmpty());
+    EXPECT_THAT(second, ElementsAre("2Gate"));
 }
 
 TEST_F(PositioningUnitTest, forgetsWhoeverIsStillRegistered)
 {
-    build(true);
-    registerAll();
+    build();
     unit->postTourState(1, 0);
-    EXPECT_TRUE(manager.unregisterMotionStateCallback(&onMotion, nullptr));
-    EXPECT_TRUE(manager.unregisterCommandPriorityCallback(&onPriority, nullptr));
-    EXPECT_TRUE(manager.unregisterPresetModifiedCallback(&onModified, nullptr));
-    EXPECT_EQ(unit->registrations(), 2u);
-    EXPECT_EQ(unit->discardRegistrations(), 2u);
-    runPosted();
-    EXPECT_THAT(calls, IsEmpty());
-    EXPECT_FALSE(manager.unregisterTourStateCallback(&onTour, nullptr));
+    EXPECT_EQ(unit->registrations(), 5u);
+    EXPECT_EQ(unit->discardRegistrations(), 5u);
+    EXPECT_THAT(reported(), IsEmpty());
+    EXPECT_EQ(unit->registrations(), 0u);
 }
 
 TEST_F(PositioningUnitTest, postsNothingOnceQuiet)
 {
-    build(true);
-    registerAll();
+    build();
     unit->quiesce();
-    EXPECT_TRUE(unit->goToPreset("Gate"));
+    EXPECT_TRUE(unit->goToPreset("Gate", operator1));
+    unit->advance(kSecond);
     unit->postMotion(true);
     EXPECT_TRUE(queue.empty());
 }
