@@ -1,0 +1,37 @@
+// The documented order and its tests name each other.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <string>
+
+namespace {
+
+std::string contentOf(const std::string& path)
+{
+    std::ifstream stream(std::string(SOURCE_TREE) + path);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+std::set<std::string> matches(const std::string& text, const std::regex& pattern)
+{
+    std::set<std::string> found;
+    for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match) {
+        found.insert((*match)[1]);
+    }
+    return found;
+}
+
+TEST(PositioningTable, hasOneTestForEachRow)
+{
+    const auto rows = matches(contentOf("/docs/positioning-events.md"), std::regex("\\| `(\\w+)` \\|\n"));
+    const auto tests = matches(contentOf("/tests/unit/camera_device/PositioningEventsTest.cpp"),
+                               std::regex("TEST_F\\(PositioningEventsTest, (\\w+)\\)"));
+    EXPECT_GT(rows.size(), 15u);
+    EXPECT_EQ(rows, tests);
+}
+
+} // namespace
