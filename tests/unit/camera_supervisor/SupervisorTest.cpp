@@ -1,0 +1,475 @@
+#include "camera/supervisor/Supervisor.h"
+
+#include "camera/bus/Call.h"
+#include "unit/camera_supervisor/Folder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <json/json.h>
+
+#include <csignal>
+#include <future>
+#include <sstream>
+
+// The library keeps a little of each attempt to connect that fails, as all do while the bus is away.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:sd_bus_new\nleak:libsystemd";
+}
+
+namespace camera::supervisor {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// Time that passes only when somebody would sleep, and then all of it.
+class ImpatientClock : public Clock {
+public:
+    TimePoint now() override { return _now; }
+    std::chrono::nanoseconds sleepUntil(TimePoint due) override
+    {
+        _now = std::max(_now, due);
+        return std::chrono::nanoseconds(0);
+    }
+
+private:
+    TimePoint _now{};
+};
+
+/// A supervisor of stand-ins, run on a thread of its own.
+class SupervisorTest : public testing::Test {
+protected:
+    SupervisorTest() { fs::create_directory(folder.path / "x"); }
+    ~SupervisorTest() override
+    {
+        if (supervisor) {
+            supervisor->stop();
+        }
+    }
+
+    std::vector<std::string> standin(const std::string& name, const std::string& busName, const RuntimeFolder& at,
+                                     const std::vector<std::string>& how) const
+    {
+        std::vector<std::string> words = {STANDIN, name, journal, at.address(), busName};
+        words.insert(words.end(), how.begin(), how.end());
+        return words;
+    }
+
+    void begin(std::vector<std::string> pipeline = {}, std::vector<std::string> services = {})
+    {
+        options.stateDir = state;
+        if (!ownServices) {
+            options.services = [this, services](const RuntimeFolder& at, bool first) {
+                servicesFirst.push_back(first);
+                return standin("services", "ravel.services", at, services);
+            };
+        }
+        options.pipeline = [this, pipeline](const RuntimeFolder& at, bool first) {
+            pipelineFirst.push_back(first);
+            return standin("pipeline", "ravel.pipeline", at, pipeline);
+        };
+        supervisor = std::make_unique<Supervisor>(
+            options,
+            [this](const std::string& line) {
+                const std::lock_guard<std::mutex> lock(mutex);
+                reported.push_back(line);
+            },
+            clock);
+        outcome = std::async(std::launch::async, [this]() -> std::string {
+            try {
+                return std::to_string(supervisor->run());
+            } catch (const std::exception& error) {
+                return error.what();
+            }
+        });
+    }
+
+    std::string end() { return outcome.wait_for(30s) == std::future_status::ready ? outcome.get() : "still running"; }
+
+    std::vector<std::string> reports()
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return reported;
+    }
+
+    Json::Value process(const std::string& name)
+    {
+        Json::Value root;
+        std::istringstream(supervisor->status()) >> root;
+        for (const Json::Value& process : root["processes"]) {
+            if (process["name"] == name) {
+                return process;
+            }
+        }
+        return {};
+    }
+
+    pid_t pidOf(const std::string& name) { return process(name)["pid"].asInt(); }
+
+    bool journalHas(std::size_t count, const std::string& line)
+    {
+        const std::vector<std::string> lines = linesOf(journal);
+        return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), line)) >= count;
+    }
+
+    // Everything up, known by its process id, the pipeline having come as far as its first line.
+    bool runs()
+    {
+        return eventually([&] { return journalHas(1, "pipeline started"); }) &&
+               (!supervisor || eventually([&] { return pidOf("camera-pipeline") != 0; }));
+    }
+
+    // The process of that name is another one now, and runs.
+    bool replaced(const std::string& name, pid_t before)
+    {
+        return eventually([&] { return pidOf(name) != before && pidOf(name) != 0; });
+    }
+
+    void expectNothingLeft()
+    {
+        EXPECT_TRUE(!fs::exists(folder.path / "x" / "virtual-camera") ||
+                    fs::is_empty(folder.path / "x" / "virtual-camera"));
+        EXPECT_EQ(RuntimeFolder::find(state), std::nullopt);
+        for (const char* name : {"dbus-daemon", "camera-services", "camera-pipeline"}) {
+            for (const pid_t pid : pids[name]) {
+                EXPECT_EQ(::kill(pid, 0), -1) << name;
+            }
+        }
+    }
+
+    void rememberPids()
+    {
+        for (const char* name : {"dbus-daemon", "camera-services", "camera-pipeline"}) {
+            pids[name].push_back(pidOf(name));
+        }
+    }
+
+    const Folder folder;
+    const fs::path state = folder.path / "state";
+    const std::string journal = (folder.path / "journal").string();
+    const Variable variable{"XDG_RUNTIME_DIR", folder.path / "x"};
+    Supervisor::Options options;
+    bool ownServices = false; ///< the test's options name other services than begin() does
+    ImpatientClock clock;
+    std::vector<bool> servicesFirst;
+    std::vector<bool> pipelineFirst;
+    std::map<std::string, std::vector<pid_t>> pids;
+    std::mutex mutex;
+    std::vector<std::string> reported;
+    std::unique_ptr<Supervisor> supervisor;
+    std::future<std::string> outcome;
+};
+
+TEST_F(SupervisorTest, startsBusServicesAndPipelineAndEndsThemInTheOppositeOrder)
+{
+    begin();
+    ASSERT_TRUE(runs());
+    rememberPids();
+    EXPECT_TRUE(RuntimeFolder::find(state));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+    EXPECT_THAT(linesOf(journal),
+                ElementsAre("services started", "pipeline started", "pipeline told to end", "services told to end"));
+    EXPECT_THAT(reports(), IsEmpty());
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, endsWithThePipelinesCodeWithoutAWordOfItsOwn)
+{
+    for (const char* code : {"0", "1", "2"}) {
+        fs::remove(journal);
+        begin({code});
+        EXPECT_EQ(end(), code);
+        EXPECT_THAT(linesOf(journal), ElementsAre("services started", "pipeline started", "services told to end"));
+        EXPECT_THAT(reports(), IsEmpty());
+        expectNothingLeft();
+    }
+}
+
+TEST_F(SupervisorTest, startsAPipelineAgainThatEndsOtherwiseAtOnceAndThenAfterGrowingPauses)
+{
+    begin({"3,4,127,3,0"});
+    EXPECT_EQ(end(), "0");
+    EXPECT_THAT(reports(), ElementsAre("camera-pipeline ended with exit code 3; starting it again",
+                                       "camera-pipeline ended with exit code 4; starting it again in 100 ms",
+                                       "camera-pipeline ended with exit code 127; starting it again in 200 ms",
+                                       "camera-pipeline ended with exit code 3; starting it again in 400 ms"));
+    EXPECT_THAT(pipelineFirst, ElementsAre(true, false, false, false, false));
+    EXPECT_THAT(servicesFirst, ElementsAre(true));
+}
+
+TEST_F(SupervisorTest, pausesLongerThanASecondAreToldInSeconds)
+{
+    begin({"3,3,3,3,3,3,3,3,0"});
+    EXPECT_EQ(end(), "0");
+    const std::vector<std::string> lines = reports();
+    ASSERT_EQ(lines.size(), 8U);
+    EXPECT_EQ(lines[5], "camera-pipeline ended with exit code 3; starting it again in 1.6 s");
+    EXPECT_EQ(lines[7], "camera-pipeline ended with exit code 3; starting it again in 5 s");
+}
+
+TEST_F(SupervisorTest, startsEachProcessAgainThatIsKilled)
+{
+    begin();
+    ASSERT_TRUE(runs());
+    for (const char* name : {"camera-pipeline", "camera-services", "dbus-daemon"}) {
+        rememberPids();
+        const pid_t before = pidOf(name);
+        ASSERT_GT(before, 0);
+        ::kill(before, SIGKILL);
+        ASSERT_TRUE(replaced(name, before)) << name;
+        EXPECT_EQ(process(name)["restarts"].asInt(), 1);
+        EXPECT_EQ(process(name)["lastExit"].asString(), "signal 9 (Killed)");
+    }
+    rememberPids();
+    EXPECT_THAT(reports(), ElementsAre("camera-pipeline ended by signal 9 (Killed); starting it again",
+                                       "camera-services ended by signal 9 (Killed); starting it again",
+                                       "dbus-daemon ended by signal 9 (Killed); starting it again"));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aBusThatIsKilledComesBackAtTheSameAddressAndTheCameraIsThereAgain)
+{
+    begin();
+    ASSERT_TRUE(runs());
+    const std::string address = RuntimeFolder::find(state).value();
+    for (int round = 0; round < 3; ++round) {
+        const pid_t before = pidOf("dbus-daemon");
+        ::kill(before, SIGKILL);
+        ASSERT_TRUE(replaced("dbus-daemon", before));
+        EXPECT_EQ(RuntimeFolder::find(state), address);
+        // Who asks too early finds no bus or no name: a condition, like all of this.
+        EXPECT_TRUE(eventually([&] {
+            try {
+                const auto connection = sdbus::createSessionBusConnectionWithAddress(address);
+                const auto proxy = sdbus::createProxy(*connection, "ravel.supervisor", "/ravel/supervisor/main");
+                std::string json;
+                proxy->callMethod("status").onInterface("ravel.supervisor").storeResultsTo(json);
+                return json.find(address) != std::string::npos;
+            } catch (const sdbus::Error&) {
+                return false;
+            }
+        }));
+    }
+}
+
+TEST_F(SupervisorTest, servicesThatGiveUpAtTheirFirstStartEndTheRun)
+{
+    for (const char* code : {"1", "2"}) {
+        fs::remove(journal);
+        reported.clear();
+        begin({}, {code});
+        EXPECT_EQ(end(), code);
+        EXPECT_THAT(linesOf(journal), ElementsAre("services started"));
+        EXPECT_THAT(reports(),
+                    ElementsAre("camera-services ended with exit code " + std::string(code) + "; the camera ends"));
+        expectNothingLeft();
+    }
+}
+
+TEST_F(SupervisorTest, servicesThatEndLaterAreStartedAgainWhateverTheirCode)
+{
+    begin({}, {"3,1,2,0,-"});
+    ASSERT_TRUE(runs());
+    EXPECT_THAT(reports(), ElementsAre("camera-services ended with exit code 3; starting it again",
+                                       "camera-services ended with exit code 1; starting it again in 100 ms",
+                                       "camera-services ended with exit code 2; starting it again in 200 ms",
+                                       "camera-services ended with exit code 0; starting it again in 400 ms"));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+}
+
+TEST_F(SupervisorTest, startsWithoutServicesThatNeverAnswerAndSaysSo)
+{
+    options.readyWithin = 2s; // of real time: the bus needs some of it
+    ownServices = true;
+    options.services = [this](const RuntimeFolder& at, bool) { return standin("services", "-", at, {}); };
+    begin({"0"});
+    EXPECT_EQ(end(), "0");
+    EXPECT_THAT(reports(), ElementsAre("camera-services does not answer in time; the camera starts without it"));
+    EXPECT_TRUE(journalHas(1, "pipeline started"));
+}
+
+TEST_F(SupervisorTest, killsWhatDoesNotEndAndLeavesNothing)
+{
+    options.servicesAfter = 30ms;
+    options.busAfter = 60ms;
+    options.killAfter = 90ms;
+    begin({"-", "stubborn"}, {"-", "stubborn"});
+    ASSERT_TRUE(runs());
+    rememberPids();
+    supervisor->stop();
+    EXPECT_EQ(end(), "1");
+    EXPECT_THAT(reports(), ElementsAre("camera-services does not end in time and is killed",
+                                       "camera-pipeline does not end in time and is killed"));
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, isAskedAndEndedOverTheBus)
+{
+    begin();
+    ASSERT_TRUE(runs());
+    const auto connection = sdbus::createSessionBusConnectionWithAddress(RuntimeFolder::find(state).value());
+    const auto proxy = sdbus::createProxy(*connection, "ravel.supervisor", "/ravel/supervisor/main");
+    std::string json;
+    proxy->callMethod("status").onInterface("ravel.supervisor").storeResultsTo(json);
+    Json::Value root;
+    std::istringstream(json) >> root;
+    EXPECT_EQ(root["state"].asString(), state.string());
+    EXPECT_EQ(root["address"].asString(), RuntimeFolder::find(state).value());
+    ASSERT_EQ(root["processes"].size(), 3U);
+    for (const Json::Value& process : root["processes"]) {
+        EXPECT_GT(process["pid"].asInt(), 0);
+        EXPECT_EQ(process["restarts"].asInt(), 0);
+        EXPECT_GT(process["since"].asInt64(), 0);
+        EXPECT_EQ(process["lastExit"].asString(), "");
+    }
+    proxy->callMethod("stop").onInterface("ravel.supervisor");
+    EXPECT_EQ(end(), "0");
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aSecondRunOnTheStateFolderSaysWhoHoldsIt)
+{
+    begin();
+    ASSERT_TRUE(runs());
+    Supervisor second(
+        options, [](const std::string&) {}, clock);
+    try {
+        second.run();
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_EQ(error.what(), "the state folder " + state.string() + " is in use by process " +
+                                    std::to_string(::getpid()) + "; end it or name another folder");
+    }
+    EXPECT_TRUE(RuntimeFolder::find(state));
+}
+
+TEST_F(SupervisorTest, aMissingBusDaemonIsNamedWithWhatToInstall)
+{
+    options.busProgram = "no-such-dbus-daemon";
+    begin();
+    EXPECT_THAT(end(), AllOf(StartsWith("cannot start 'no-such-dbus-daemon': "),
+                             HasSubstr("the camera's bus needs the package dbus-daemon")));
+    EXPECT_FALSE(fs::exists(journal));
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aBusDaemonThatFailsIsQuoted)
+{
+    const fs::path program = folder.path / "bad-daemon";
+    std::ofstream(program) << "#!/bin/sh\necho first >&2\necho 'no memory for a bus' >&2\nexit 4\n";
+    fs::permissions(program, fs::perms::owner_all);
+    options.busProgram = program;
+    begin();
+    EXPECT_EQ(end(), "dbus-daemon ended with exit code 4 ('no memory for a bus') before it listened; the camera needs "
+                     "a working dbus-daemon");
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aBusDaemonThatNeverListensIsNotWaitedForForEver)
+{
+    const fs::path program = folder.path / "silent-daemon";
+    std::ofstream(program) << "#!/bin/sh\nexec sleep 1000\n";
+    fs::permissions(program, fs::perms::owner_all);
+    options.busProgram = program;
+    options.readyWithin = 50ms;
+    begin();
+    EXPECT_THAT(end(), AllOf(StartsWith("dbus-daemon does not listen on '"), HasSubstr("' in time")));
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aProgramThatIsMissingIsOneSentence)
+{
+    ownServices = true;
+    options.services = [](const RuntimeFolder&, bool) { return std::vector<std::string>{"/nowhere/camera-services"}; };
+    begin();
+    EXPECT_THAT(end(), StartsWith("cannot start '/nowhere/camera-services': "));
+    expectNothingLeft();
+}
+
+/// A supervisor as a process of its own.
+class SupervisingProcessTest : public SupervisorTest {
+protected:
+    void start(const std::vector<std::string>& pipeline = {})
+    {
+        Program program{{SUPERVISING, state, STANDIN, journal}, -1, -1};
+        program.words.insert(program.words.end(), pipeline.begin(), pipeline.end());
+        process_ = std::make_unique<ChildProcess>(program);
+        ASSERT_TRUE(runs());
+    }
+
+    std::string finish()
+    {
+        const std::optional<Exit> exit = process_->waitUntil(std::chrono::steady_clock::now() + 30s);
+        return exit ? exit->text() : "still running";
+    }
+
+    // Processes that have the folder's name in their command line.
+    std::vector<std::string> processesLeft() const
+    {
+        std::vector<std::string> found;
+        std::error_code ignored;
+        for (const fs::directory_entry& entry : fs::directory_iterator("/proc", ignored)) {
+            std::ifstream file(entry.path() / "cmdline");
+            const std::string words((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+            if (words.find(folder.path.string()) != std::string::npos) {
+                found.push_back(entry.path().filename());
+            }
+        }
+        return found;
+    }
+
+    std::unique_ptr<ChildProcess> process_;
+};
+
+TEST_F(SupervisingProcessTest, endsInOrderOnEachOfTheSignals)
+{
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        fs::remove(journal);
+        start();
+        process_->signal(number);
+        EXPECT_EQ(finish(), "exit code 0");
+        EXPECT_THAT(linesOf(journal), ElementsAre("services started", "pipeline started", "pipeline told to end",
+                                                  "services told to end"));
+        EXPECT_THAT(processesLeft(), IsEmpty());
+        expectNothingLeft();
+    }
+}
+
+TEST_F(SupervisingProcessTest, aSecondCtrlCKillsAtOnce)
+{
+    start({"-", "stubborn"});
+    process_->signal(SIGINT);
+    ASSERT_TRUE(eventually([&] { return journalHas(1, "pipeline told to end"); }));
+    process_->signal(SIGINT);
+    EXPECT_EQ(finish(), "exit code 130");
+    EXPECT_THAT(processesLeft(), IsEmpty());
+    expectNothingLeft();
+}
+
+TEST_F(SupervisingProcessTest, takesItsProcessesWithItWhenItIsKilledAndTheNextRunBeginsClean)
+{
+    start();
+    process_->signal(SIGKILL);
+    EXPECT_EQ(finish(), "signal 9 (Killed)");
+    EXPECT_TRUE(eventually([&] { return processesLeft().empty(); }));
+    EXPECT_EQ(RuntimeFolder::find(state), std::nullopt);
+    fs::remove(journal);
+    start();
+    process_->signal(SIGTERM);
+    EXPECT_EQ(finish(), "exit code 0");
+    expectNothingLeft();
+}
+
+} // namespace
+} // namespace camera::supervisor

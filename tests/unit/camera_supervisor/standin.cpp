@@ -1,0 +1,96 @@
+// Plays camera-services or camera-pipeline. usage: NAME JOURNAL ADDRESS BUS-NAME|- [EXIT-CODES [stubborn]]
+//
+// Writes "NAME started" and "NAME told to end" into the journal. The n-th of EXIT-CODES ("3,0,...") ends its n-th
+// start at once; "-", or none, means that it runs until it is told to end. A stubborn one does not end then.
+
+#include "camera/bus/Connection.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+void note(const std::string& journal, const std::string& line)
+{
+    // One write, so that lines of several processes do not mix.
+    const int file = ::open(journal.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    const std::string text = line + "\n";
+    [[maybe_unused]] const ssize_t written = ::write(file, text.data(), text.size());
+    ::close(file);
+}
+
+std::size_t startsSoFar(const std::string& journal, const std::string& name)
+{
+    std::ifstream file(journal);
+    std::size_t count = 0;
+    for (std::string line; std::getline(file, line);) {
+        count += line == name + " started" ? 1 : 0;
+    }
+    return count;
+}
+
+void endAsPlanned(const std::string& codes, std::size_t start)
+{
+    std::istringstream list(codes);
+    std::string code;
+    for (std::size_t i = 0; i < start && std::getline(list, code, ','); ++i) {
+        if (i + 1 == start && code != "-") {
+            std::_Exit(std::stoi(code));
+        }
+    }
+}
+
+int waitForTheEnd()
+{
+    sigset_t end;
+    sigemptyset(&end);
+    sigaddset(&end, SIGTERM);
+    int number = 0;
+    sigwait(&end, &number);
+    return number;
+}
+
+struct Name {};
+
+} // namespace
+
+// The library keeps a little of each attempt to connect that fails, as all do while the bus is away.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:sd_bus_new\nleak:libsystemd";
+}
+
+int main(int count, char** words)
+{
+    const std::vector<std::string> given(words + 1, words + count);
+    const std::string& name = given.at(0);
+    const std::string& journal = given.at(1);
+    sigset_t end;
+    sigemptyset(&end);
+    sigaddset(&end, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &end, nullptr);
+    ::alarm(120); // whatever goes wrong in a test, nothing of it stays for ever
+    note(journal, name + " started");
+    endAsPlanned(given.size() > 4 ? given[4] : "", startsSoFar(journal, name));
+    camera::bus::Connection connection(given.at(2), name);
+    if (given.at(3) != "-") {
+        connection.add<Name>([&](const std::shared_ptr<camera::bus::Session>& session) {
+            session->connection().requestName(given[3]);
+            return std::make_shared<Name>();
+        });
+    }
+    connection.start();
+    const bool stubborn = given.size() > 5;
+    do {
+        waitForTheEnd();
+        note(journal, name + " told to end");
+    } while (stubborn);
+    return 0;
+}
