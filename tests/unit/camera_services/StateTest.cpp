@@ -1,5 +1,8 @@
 #include "unit/camera_services/ServicesFixture.h"
 
+#include <csignal>
+#include <sys/resource.h>
+
 namespace {
 
 using namespace services_test;
@@ -139,29 +142,52 @@ TEST_F(StateTest, aFullDiskIsAReadableFailureAndMemoryAndDiskAgree)
     EXPECT_EQ(client.one<Values>(service::kConfiguration, "list"), acknowledged);
 }
 
-TEST_F(StateTest, aChangeThatCannotBeStoredIsNoEvent)
+/// As long as it lives no file of this process can grow: a disk that is full.
+class NoRoom {
+public:
+    NoRoom() : _signal(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        ::getrlimit(RLIMIT_FSIZE, &_before);
+        const rlimit none{0, _before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~NoRoom()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &_before);
+        std::signal(SIGXFSZ, _signal);
+    }
+    NoRoom(const NoRoom&) = delete;
+    NoRoom& operator=(const NoRoom&) = delete;
+
+private:
+    rlimit _before{};
+    void (*_signal)(int);
+};
+
+TEST_F(StateTest, aChangeThatCannotBeStoredIsNoEventAndNoChange)
 {
-    options.maxStoreBytes = 64 * 1024;
+    client.ask<>(service::kRotate, "setAngle", 90U);
+    std::string rotation;
+    std::string blanking;
+    std::string value;
+    {
+        const NoRoom full;
+        rotation = client.refusal(service::kRotate, "setAngle", 180U);
+        blanking = client.refusal(service::kWindowBlanking, "setEnable", true);
+        value = client.refusal(service::kConfiguration, "setIntValue", std::string("key"), 1);
+    }
+    EXPECT_THAT(rotation, StartsWith("ravel.Error.Failed|the settings \"rotate\" could not be stored in "));
+    EXPECT_THAT(blanking, StartsWith("ravel.Error.Failed|the settings \"window_blanking\" could not be stored in "));
+    EXPECT_THAT(value, StartsWith("ravel.Error.Failed|the settings \"configuration\" could not be stored in "));
+    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 90U);
+    EXPECT_EQ(client.one<std::uint8_t>(service::kWindowBlanking, "getEnable"), 0);
+    EXPECT_EQ(client.one<Values>(service::kConfiguration, "list").size(), 1U);
+    // With room it goes on, and nothing was told in between.
+    client.ask<>(service::kRotate, "setAngle", 270U);
+    EXPECT_THAT(client.journal.lines(2), testing::ElementsAre("orientationChanged 90", "orientationChanged 270"));
     restart();
-    std::string outcome = "answered";
-    for (int i = 0; i < 1000 && outcome == "answered"; ++i) {
-        outcome =
-            client.refusal(service::kConfiguration, "setIntValue", std::to_string(1000 + i) + std::string(240, 'k'), i);
-    }
-    ASSERT_NE(outcome, "answered");
-    std::uint32_t angle = 0;
-    std::size_t stored = 0;
-    // Small documents may still fit for a while.
-    for (std::uint32_t i = 1; i < 500; ++i) {
-        if (client.refusal(service::kRotate, "setAngle", 90 * (i % 4)) != "answered") {
-            EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), angle);
-            break;
-        }
-        angle = 90 * (i % 4);
-        ++stored;
-    }
-    client.ask<>(service::kDayNight, "begin");
-    EXPECT_EQ(client.journal.lines(stored + 1).at(stored), "movementChange 1");
+    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 270U);
+    EXPECT_EQ(client.one<std::uint8_t>(service::kWindowBlanking, "getEnable"), 0);
 }
 
 } // namespace
