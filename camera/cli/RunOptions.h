@@ -46,7 +46,8 @@ struct RunOptions {
     int height = 0;
     int orientation = 0;
     long long frames = 0; ///< 0: to the end
-    bool loop = false;    ///< over and over; what a run at real speed does unless one pass is asked for
+    bool loop = false;    ///< over and over
+    bool oneshot = false;
     bool oneshot = false; ///< end with the input
     bool realSpeed = true;
     std::string metadata;
