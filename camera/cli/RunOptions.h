@@ -47,7 +47,6 @@ struct RunOptions {
     int orientation = 0;
     long long frames = 0; ///< 0: to the end
     bool loop = false;    ///< over and over
-    bool oneshot = false;
     bool oneshot = false; ///< end with the input
     bool realSpeed = true;
     std::string metadata;
