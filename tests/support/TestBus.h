@@ -27,7 +27,11 @@ public:
                "<busconfig><listen>"
             << address()
             << "</listen><auth>EXTERNAL</auth><policy context=\"default\"><allow send_destination=\"*\"/>"
-               "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy></busconfig>";
+               "<allow receive_sender=\"*\"/><allow own=\"*\"/></policy>"
+               // The camera's own bus is as generous.
+               "<limit name=\"max_message_size\">67108864</limit><limit name=\"max_incoming_bytes\">268435456</limit>"
+               "<limit name=\"max_outgoing_bytes\">268435456</limit>"
+               "<limit name=\"max_replies_per_connection\">65536</limit></busconfig>";
         start();
     }
     ~TestBus()

@@ -46,6 +46,7 @@ void Hosted::reset(std::vector<std::string> engineNames)
     _journal.clear();
     _threads.clear();
     _overlapped = false;
+    _running = 0; // an operation that threw did not end
 }
 
 std::vector<std::string> Hosted::journal() const

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "camera/meridan/PositioningUnit.h"
+#include "camera/pipeline/BusPresence.h"
+#include "camera/ravel/Environment.h"
+#include "support/TestBus.h"
+#include "unit/camera_device/DeviceFixture.h"
+#include "unit/camera_pipeline/BusClient.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace pipeline_test {
+
+using Texts = std::vector<std::string>;
+
+/// A PTZ camera over the real module, served on a bus of the test's own, and a client of it.
+class ServedDevice : public DeviceFixture {
+protected:
+    void SetUp() override
+    {
+        DeviceFixture::SetUp();
+        hosted.reset({"Motion", "Simple"});
+        options.engineCount = 2;
+        options.ptz.emplace();
+        options.ptz->presets = {{"Gate", 10000, 0, 100}, {"Yard", 20000, 0, 100}};
+    }
+
+    void TearDown() override
+    {
+        if (device) {
+            device->shutdown();
+        }
+        presence.reset();
+        DeviceFixture::TearDown();
+    }
+
+    void serve()
+    {
+        start();
+        presence = std::make_unique<camera::pipeline::BusPresence>(bus.address(), *device, [this] { return status; });
+        ASSERT_TRUE(client.waitForSession(1)) << client.connection.reason();
+        ASSERT_TRUE(waitUntilServed());
+    }
+
+    bool waitUntilServed()
+    {
+        return eventually([this] {
+            return client.isServed(service::kAnalytics) && client.isServed(service::kPositioning) &&
+                   client.isServed(service::kPipeline);
+        });
+    }
+
+    void restartBus()
+    {
+        const auto served = presence->sessions();
+        const auto asked = client.connection.sessions();
+        bus.kill();
+        bus.start();
+        ASSERT_TRUE(client.waitForSession(asked + 1)) << client.connection.reason();
+        ASSERT_TRUE(eventually([&] { return presence->sessions() > served && presence->connected(); }));
+    }
+
+    template <class Out>
+    Out analytics(const std::string& method)
+    {
+        return client.one<Out>(service::kAnalytics, method);
+    }
+
+    using Outcome = std::tuple<std::int32_t, std::uint32_t>;
+    Outcome change(const std::string& method, const Texts& items)
+    {
+        return client.ask<std::int32_t, std::uint32_t>(service::kAnalytics, method, items);
+    }
+
+    using Acceptance = std::tuple<std::int32_t, std::uint8_t>;
+    Acceptance configure(const std::string& xml)
+    {
+        return client.ask<std::int32_t, std::uint8_t>(service::kAnalytics, "setConfiguration", xml);
+    }
+
+    camera::meridan::PositioningUnit& unit() { return device->positioning(); }
+
+    void untilItStands()
+    {
+        for (int tick = 0; tick < 10000 && unit().moving(); ++tick) {
+            unit().advance(20ms);
+        }
+        ASSERT_FALSE(unit().moving());
+        device->drain();
+    }
+
+    test_support::TestBus bus;
+    BusClient client{bus.address()};
+    std::string status = "{}";
+    std::unique_ptr<camera::pipeline::BusPresence> presence;
+};
+
+} // namespace pipeline_test
