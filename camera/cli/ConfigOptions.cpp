@@ -15,6 +15,10 @@ OptionTable makeTable(ConfigOptions& options)
 {
     OptionTable table(kCommand);
     addCameraOptions(table, options.camera, options.help);
+    table.text("--camera", "DIR", "ask the camera that runs on this state folder", options.runningCamera);
+    table.value("--timeout", "S", "wait so many seconds for a running camera", [&options](const std::string& text) {
+        options.timeoutSeconds = wholeNumber("--timeout", text, 1, 86400);
+    });
     return table;
 }
 
@@ -41,7 +45,7 @@ ConfigAction action(const std::string& word)
     static const std::map<std::string, ConfigAction> actions = {
         {"set", ConfigAction::set},      {"get", ConfigAction::get},         {"rules", ConfigAction::list},
         {"modules", ConfigAction::list}, {"history", ConfigAction::history}, {"restore", ConfigAction::restore},
-        {"reset", ConfigAction::reset},
+        {"reset", ConfigAction::reset},  {"default", ConfigAction::reset},
     };
     const auto found = actions.find(word);
     if (found == actions.end()) {
@@ -106,8 +110,8 @@ ConfigOptions parseConfig(const std::vector<std::string>& arguments)
     }
     options.arguments = std::move(rest);
     checkArguments(options);
-    if (options.camera.stateDir.empty()) {
-        refuse("--state DIR is missing: it names the camera whose configuration this is about");
+    if (!options.camera.stateDir.empty() && !options.runningCamera.empty()) {
+        refuse("--state and --camera are given both; one names the camera");
     }
     settle(options.camera);
     return options;
@@ -126,9 +130,12 @@ std::string configHelp()
            "       camera config modules ...                       the same for analytics modules\n"
            "       camera config history --state DIR               list the stored documents, newest first\n"
            "       camera config restore N --state DIR             go back to one of them\n"
-           "       camera config reset --state DIR                 forget all rules and modules\n\n"
-           "Talks to the analytics service of the camera that keeps its settings in DIR, and says what will be true\n"
-           "after a restart where that differs. A running camera holds its folder: end it first.\n\n" +
+           "       camera config reset --state DIR                 forget all rules and modules (also: default)\n\n"
+           "Talks to the analytics service of the camera that keeps its settings in DIR: to the running one, or, "
+           "where\n"
+           "none runs, to one of its own, and says then what will be true after a restart where that differs.\n"
+           "Without --state it is the camera that runs, or the one that --camera DIR names. restore needs one that\n"
+           "does not run.\n\n" +
            makeTable(options).help();
 }
 

@@ -47,6 +47,11 @@ const OptionTable::Option& OptionTable::find(const std::string& name) const
     throw UsageError(command + ": there is no option " + name + "; see " + command + " --help.");
 }
 
+bool OptionTable::isOption(const std::string& argument) const
+{
+    return argument.size() >= 2 && argument[0] == '-' && !(numbers && argument.find_first_of(".0123456789") == 1);
+}
+
 std::vector<std::string> OptionTable::parse(const std::vector<std::string>& arguments) const
 {
     std::vector<std::string> rest;
@@ -57,7 +62,7 @@ std::vector<std::string> OptionTable::parse(const std::vector<std::string>& argu
             rest.insert(rest.end(), arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1, arguments.end());
             break;
         }
-        if (argument.size() < 2 || argument[0] != '-') {
+        if (!isOption(argument)) {
             rest.push_back(argument);
             continue;
         }
@@ -73,7 +78,7 @@ std::vector<std::string> OptionTable::parse(const std::vector<std::string>& argu
             option.set("");
         } else if (equals != std::string::npos) {
             option.set(argument.substr(equals + 1));
-        } else if (i + 1 < arguments.size() && (arguments[i + 1].size() < 2 || arguments[i + 1][0] != '-')) {
+        } else if (i + 1 < arguments.size() && !isOption(arguments[i + 1])) {
             option.set(arguments[++i]);
         } else {
             throw UsageError(command + ": " + option.name + " needs " + option.takes + " after it.");

@@ -36,6 +36,9 @@ public:
               std::vector<std::string>& out);
     void flag(const std::string& name, const std::string& help, std::function<void()> set);
 
+    /// From now on what begins like a negative number ("-3") is no option.
+    void numbersAreWords() { numbers = true; }
+
     /// What is left over when the options are taken out, in order.
     /// @throws UsageError for an unknown option, a missing or superfluous value, or an option given twice
     ///         that takes one value.
@@ -53,9 +56,11 @@ private:
     };
 
     const Option& find(const std::string& name) const;
+    bool isOption(const std::string& argument) const;
 
     std::string command;
     std::vector<Option> options;
+    bool numbers = false;
 };
 
 /// A whole number in a range. @throws UsageError naming option, range and text.
