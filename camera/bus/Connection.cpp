@@ -1,5 +1,6 @@
 #include "camera/bus/Connection.h"
 
+#include "camera/bus/Address.h"
 #include "camera/ravel/Log.h"
 
 #include <algorithm>
@@ -72,6 +73,8 @@ bool Connection::serve()
 
 std::shared_ptr<Session> Connection::open() const
 {
+    // The library loses some memory with every attempt that finds nobody; these may go on for days.
+    requireListener(_address);
     const auto session = std::make_shared<Session>(sdbus::createSessionBusConnectionWithAddress(_address));
     for (const Maker& maker : _makers) {
         maker.make(session);
