@@ -4,6 +4,7 @@
 #include "camera/meridan/PositioningSteps.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace camera::meridan {
 
@@ -203,8 +204,9 @@ CommandResult PositioningUnit::startTour(const std::string& name, const Commande
         return {CommandStatus::unknownPreset, "none of the presets of tour '" + name + "' exists any more"};
     }
     endTour(batch);
-    _tour.emplace();
-    _tour->tour = *found;
+    RunningTour running;
+    running.tour = *found;
+    _tour = std::move(running);
     batch.tourState(kTourRuns, name, 0, 0);
     nextStop(batch, true);
     return {};
