@@ -63,16 +63,6 @@ void addPlace(RunOptions& options, const std::string& text)
                               number(option, numbers[1], -90, 90), number(option, numbers[2], 1, 100)});
 }
 
-// NAME=FILE.xml
-void addPresetConfiguration(RunOptions& options, const std::string& text)
-{
-    const std::size_t equals = text.find('=');
-    if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
-        throw UsageError("--config-at takes NAME=FILE.xml, not '" + text + "'.");
-    }
-    options.presetConfigs.push_back({text.substr(0, equals), text.substr(equals + 1)});
-}
-
 // NAME[:SECONDS],...
 void setTour(RunOptions& options, const std::string& text)
 {
@@ -129,8 +119,6 @@ OptionTable makeTable(RunOptions& options)
                 [&options](const std::string& text) { setSize(options, text); });
     table.repeated("--place", "NAME=PAN,TILT,ZOOM", "a preset of a PTZ camera, degrees and magnification",
                    [&options](const std::string& text) { addPlace(options, text); });
-    table.repeated("--config-at", "NAME=FILE.xml", "give the camera this configuration while it stands at a preset",
-                   [&options](const std::string& text) { addPresetConfiguration(options, text); });
     table.value("--tour", "NAME[:SECONDS],...", "begin with a tour of these presets",
                 [&options](const std::string& text) { setTour(options, text); });
     table.text("--metadata", "FILE", "write the metadata documents", options.metadata);
@@ -156,8 +144,7 @@ void settleRun(RunOptions& options, const std::vector<std::string>& rest)
     }
     options.loop = options.loop || (options.realSpeed && !options.oneshot);
     settle(options.camera);
-    options.camera.ptz =
-        options.camera.ptz || !options.places.empty() || !options.presetConfigs.empty() || !options.tour.empty();
+    options.camera.ptz = options.camera.ptz || !options.places.empty() || !options.tour.empty();
 }
 
 OptionTable pipelineTable(PipelineOptions& options)

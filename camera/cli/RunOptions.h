@@ -24,12 +24,6 @@ struct PlaceOption {
     double zoom = 1;
 };
 
-/// A configuration that is given to the camera while it stands at a preset.
-struct PresetConfiguration {
-    std::string preset;
-    std::string file;
-};
-
 struct TourStopOption {
     std::string preset;
     double seconds = 5; ///< how long it stays
@@ -40,7 +34,6 @@ struct RunOptions {
     std::string input;
     std::vector<std::string> configFiles;
     std::vector<PlaceOption> places;
-    std::vector<PresetConfiguration> presetConfigs;
     std::vector<TourStopOption> tour; ///< started with the run; empty: none
     int width = 0;                    ///< of the picture that the plug-in gets; 0: what suits the input
     int height = 0;

@@ -130,21 +130,28 @@ std::vector<std::string> RunReport::summary() const
 // Which rules were active when, in seconds of the video; a camera that never moved has nothing to tell.
 void RunReport::rulesSummary(std::vector<std::string>& lines) const
 {
-    if (switchCount <= switches.size() && firstTime == lastTime) {
+    const bool moved =
+        std::any_of(switches.begin(), switches.end(), [](const Switch& each) { return each.key.empty(); });
+    if (!moved) {
         return;
     }
-    std::vector<std::string> rows;
-    for (const Switch& each : switches) {
-        if (each.second > 0 || switchCount > switches.size() || !each.key.empty()) {
-            rows.push_back("from " + oneDecimal(each.second) + " s  " + printable(each.engine) + ": " +
-                           (each.key.empty() ? "none, the camera moves" : printable(each.key)));
-        }
-    }
+    std::string label = "rules";
     if (switchCount > switches.size()) {
-        lines.push_back(summaryLine("rules", std::to_string(switchCount) + " switches, the last of them:"));
+        lines.push_back(summaryLine(label, "the last " + std::to_string(switches.size()) + " of " +
+                                               std::to_string(switchCount) + " switches:"));
+        label.clear();
     }
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        lines.push_back(summaryLine(i == 0 && switchCount <= switches.size() ? "rules" : "", rows[i]));
+    for (std::size_t i = 0; i < switches.size();) {
+        const double second = switches[i].second;
+        std::string active;
+        for (; i < switches.size() && switches[i].second == second; ++i) {
+            if (!switches[i].key.empty()) {
+                active += (active.empty() ? "" : ", ") + printable(switches[i].key);
+            }
+        }
+        lines.push_back(summaryLine(label, "from " + oneDecimal(second) + " s  " +
+                                               (active.empty() ? "none, the camera moves" : active)));
+        label.clear();
     }
 }
 

@@ -4,7 +4,6 @@
 #include "camera/cli/ConfigurationFile.h"
 #include "camera/cli/PluginPath.h"
 #include "camera/meridan/PositioningUnit.h"
-#include "camera/ravel/ControlThread.h"
 
 #include <chrono>
 #include <cmath>
@@ -36,10 +35,7 @@ void requireDone(const meridan::CommandResult& result)
 Scenario::Scenario(const cli::RunOptions& options) : _options(options)
 {
     for (const std::string& file : options.configFiles) {
-        _files.push_back({file, cli::readConfiguration(file), ""});
-    }
-    for (const cli::PresetConfiguration& each : options.presetConfigs) {
-        _files.push_back({each.file, cli::readConfiguration(each.file), each.preset});
+        _files.push_back({file, cli::readConfiguration(file)});
     }
 }
 
@@ -60,9 +56,7 @@ std::vector<std::string> Scenario::begin(device::Device& device) const
 {
     std::vector<std::string> notices;
     for (const File& file : _files) {
-        if (!file.preset.empty()) {
-            configureAt(device, file);
-        } else if (!cli::configure(device, file.xml, file.name)) {
+        if (!cli::configure(device, file.xml, file.name)) {
             notices.push_back("'" + file.name + "' is stored for another place than the one where the camera stands.");
         }
     }
@@ -70,19 +64,6 @@ std::vector<std::string> Scenario::begin(device::Device& device) const
         startTour(device);
     }
     return notices;
-}
-
-// A configuration belongs to the place where the camera stands when it is given.
-void Scenario::configureAt(device::Device& device, const File& file) const
-{
-    meridan::PositioningUnit& unit = device.positioning();
-    if (!unit.placeAt(file.preset)) {
-        throw std::runtime_error("there is no preset '" + file.preset + "' for '" + file.name + "'; --place " +
-                                 file.preset + "=PAN,TILT,ZOOM makes it one.");
-    }
-    unit.announceStanding();
-    device.control().drain();
-    cli::configure(device, file.xml, file.name);
 }
 
 void Scenario::startTour(device::Device& device) const

@@ -9,15 +9,15 @@
 
 namespace camera::pipeline {
 
-/// What a run begins with: configurations, those of presets included, and a tour. Read before anything starts, so
-/// that a file that cannot be used ends the run before it has begun.
+/// What a run begins with: configurations, each of which says for which preset it is, and a tour. Read before anything
+/// starts, so that a file that cannot be used ends the run before it has begun.
 class Scenario {
 public:
     /// @throws std::runtime_error with one sentence for a file that cannot be read or is no configuration.
     explicit Scenario(const cli::RunOptions& options);
 
     /**
-     * Gives the device its configurations, each preset's while the camera stands there, and starts the tour.
+     * Gives the device its configurations and starts the tour.
      * @return sentences for people about what will not be active where the camera stands.
      * @throws std::runtime_error with one sentence when the camera refuses one.
      */
@@ -30,10 +30,8 @@ private:
     struct File {
         std::string name;
         std::string xml;
-        std::string preset; ///< empty: wherever the camera stands
     };
 
-    void configureAt(device::Device& device, const File& file) const;
     void startTour(device::Device& device) const;
 
     const cli::RunOptions& _options;
