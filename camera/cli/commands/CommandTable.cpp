@@ -7,6 +7,7 @@
 #include "camera/cli/commands/CommandShape.h"
 #include "camera/cli/commands/RunningConfig.h"
 #include "camera/cli/commands/SuperviseCommand.h"
+#include "camera/ravel/Log.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -199,6 +200,8 @@ int performCommand(const std::vector<std::string>& words, Console& console)
         if (!arguments) {
             return printText(commandHelp(command));
         }
+        // A camera that goes is told in a sentence; the connection's own lines would only stand beside it.
+        ravel::Log::instance().setWriter([](const std::string&) {});
         CommandContext context(*arguments, console);
         return command.perform(context);
     }

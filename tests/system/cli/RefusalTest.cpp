@@ -43,7 +43,6 @@ TEST_F(RefusalTest, wrongArgumentsEndWithTwoAndOneSentence)
         {"run", "a", "--speed", "slow"},
         {"run", "a", "--config"},
         {"config"},
-        {"config", "get"},
         {"config", "paint", "--state", "x"},
         {"config", "rules", "delete", "--state", "x"},
     };

@@ -40,7 +40,7 @@ TEST(RunOptions, hasDefaultsForEverythingButTheInput)
     EXPECT_EQ(0, options.orientation);
     EXPECT_EQ(0, options.frames);
     EXPECT_TRUE(options.realSpeed);
-    EXPECT_FALSE(options.loop);
+    EXPECT_TRUE(options.loop);
     EXPECT_FALSE(options.camera.ptz);
     EXPECT_EQ("", options.camera.stateDir);
     EXPECT_EQ(0, options.camera.verbosity);
@@ -69,6 +69,15 @@ TEST(RunOptions, readsEveryOptionInBothForms)
     EXPECT_THAT(options.camera.engines, ElementsAre("e1.so", "e2.so"));
     EXPECT_TRUE(options.loop);
     EXPECT_EQ(2, options.camera.verbosity);
+}
+
+TEST(RunOptions, aRunAtRealSpeedBeginsAgainUnlessOnePassIsAskedFor)
+{
+    EXPECT_FALSE(parseRun({"a", "--oneshot"}).loop);
+    EXPECT_FALSE(parseRun({"a", "--speed", "max"}).loop);
+    EXPECT_TRUE(parseRun({"a", "--speed", "max", "--loop"}).loop);
+    EXPECT_EQ("camera run: --loop and --oneshot exclude each other; keep one of them.",
+              refusedRun({"a", "--loop", "--oneshot"}));
 }
 
 TEST(RunOptions, takesAPresetForACameraThatCanMove)
@@ -157,7 +166,8 @@ TEST(ConfigOptions, refusesWhatItCannotUseInOneSentence)
     EXPECT_THAT(refusedConfig({"get", "x", "--state", "d"}), HasSubstr("'x' is too much"));
     EXPECT_THAT(refusedConfig({"restore", "--state", "d"}), HasSubstr("restore takes one number"));
     EXPECT_THAT(refusedConfig({"restore", "x", "--state", "d"}), HasSubstr("restore takes a whole number"));
-    EXPECT_THAT(refusedConfig({"get"}), HasSubstr("--state DIR is missing"));
+    EXPECT_THAT(refusedConfig({"get", "--state", "d", "--camera", "e"}), HasSubstr("are given both"));
+    EXPECT_EQ("--timeout takes a whole number from 1 to 86400, not '0'.", refusedConfig({"get", "--timeout", "0"}));
     EXPECT_THAT(refusedConfig({"get", "--frames", "2"}), HasSubstr("there is no option --frames"));
 }
 

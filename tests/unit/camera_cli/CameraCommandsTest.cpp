@@ -1,0 +1,435 @@
+#include "camera/cli/OptionTable.h"
+#include "camera/cli/commands/Command.h"
+#include "unit/camera_cli/FakeCamera.h"
+#include "unit/camera_video/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <json/json.h>
+
+#include <csignal>
+#include <cstdio>
+#include <future>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+
+namespace camera::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+using Words = std::vector<std::string>;
+
+/// The commands against a camera whose every answer the test gives.
+class CameraCommandsTest : public testing::Test {
+protected:
+    CameraCommandsTest()
+    {
+        ::setenv("XDG_RUNTIME_DIR", folder.path("").c_str(), 1);
+        fake = std::make_unique<FakeCamera>(state);
+    }
+    ~CameraCommandsTest() override
+    {
+        fake.reset();
+        ::unsetenv("XDG_RUNTIME_DIR");
+        std::fclose(out);
+        std::fclose(err);
+    }
+
+    // The exit code; what was printed is in printed() afterwards.
+    int perform(const Words& words)
+    {
+        try {
+            return performCommand(words, console);
+        } catch (const UsageError& error) {
+            console.error(error.what());
+            return 2;
+        } catch (const std::exception& error) {
+            console.error(error.what());
+            return 1;
+        }
+    }
+
+    static std::string contentOf(std::FILE* file)
+    {
+        std::string text(1 << 16, '\0');
+        const ssize_t length = ::pread(::fileno(file), text.data(), text.size(), 0);
+        text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+        return text;
+    }
+
+    std::string printed() const { return contentOf(out); }
+    std::string complained() const { return contentOf(err); }
+
+    // Output of one command that succeeds.
+    std::string outputOf(const Words& words)
+    {
+        const std::size_t before = printed().size();
+        EXPECT_EQ(perform(words), 0) << testing::PrintToString(words) << complained();
+        return printed().substr(before);
+    }
+
+    // The one sentence of a command that fails.
+    std::string failureOf(const Words& words)
+    {
+        const std::size_t before = complained().size();
+        EXPECT_EQ(perform(words), 1) << testing::PrintToString(words);
+        return complained().substr(before);
+    }
+
+    // The call that one command makes.
+    std::string callOf(const Words& words)
+    {
+        const std::size_t before = fake->calls().size();
+        EXPECT_EQ(perform(words), 0) << testing::PrintToString(words) << complained();
+        std::string all;
+        const std::vector<std::string> calls = fake->calls();
+        for (std::size_t i = before; i < calls.size(); ++i) {
+            all += (i == before ? "" : "; ") + calls[i];
+        }
+        return all;
+    }
+
+    template <class Condition>
+    static bool eventually(const Condition& condition)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::yield();
+        }
+        return true;
+    }
+
+    video::TemporaryFolder folder;
+    const fs::path state = fs::canonical(folder.path(".")) / "s";
+    std::FILE* out = std::tmpfile();
+    std::FILE* err = std::tmpfile();
+    Console console{out, err};
+    std::unique_ptr<FakeCamera> fake;
+};
+
+TEST_F(CameraCommandsTest, positioningCommandsAskForWhatTheyWereToldInTheCamerasUnits)
+{
+    fake->serve();
+    EXPECT_EQ(callOf({"preset", "save", "Door"}), "positioning.savePreset Door");
+    EXPECT_EQ(callOf({"preset", "go", "Door"}), "positioning.goToPreset Door 100");
+    EXPECT_EQ(callOf({"preset", "go", "Door", "--priority", "7"}), "positioning.goToPreset Door 7");
+    EXPECT_EQ(callOf({"preset", "rename", "Door", "Gate"}), "positioning.renamePreset Door Gate");
+    EXPECT_EQ(callOf({"preset", "remove", "Door"}), "positioning.removePreset Door");
+    EXPECT_EQ(callOf({"tour", "create", "Walk", "Door", "Gate:1.5", "Yard:0:50"}),
+              "positioning.createTour Walk Door/5000/100 Gate/1500/100 Yard/0/50");
+    EXPECT_EQ(callOf({"tour", "start", "Walk", "--priority=400"}), "positioning.startTour Walk 400");
+    EXPECT_EQ(callOf({"tour", "stop"}), "positioning.stopTour");
+    EXPECT_EQ(callOf({"tour", "pause"}), "positioning.pauseTour");
+    EXPECT_EQ(callOf({"tour", "resume"}), "positioning.resumeTour");
+    EXPECT_EQ(callOf({"tour", "remove", "Walk"}), "positioning.removeTour Walk");
+    EXPECT_EQ(callOf({"move", "12.5", "-3", "2.0"}), "positioning.moveTo 12500 -3000 200 100");
+    EXPECT_EQ(callOf({"move", "-12.5", ".25", "1", "--priority", "0"}), "positioning.moveTo 347500 250 100 0");
+    EXPECT_EQ(callOf({"move", "360", "0", "1"}), "positioning.moveTo 0 0 100 100");
+    EXPECT_EQ(callOf({"move", "-360", "0", "1"}), "positioning.moveTo 0 0 100 100");
+    EXPECT_EQ(callOf({"stop"}), "positioning.stop 100");
+    EXPECT_EQ(callOf({"drive", "-100", "0", "7", "--for", "250"}), "positioning.drive -100 0 7 250 100");
+    EXPECT_EQ(callOf({"drive", "1", "2", "3"}), "positioning.drive 1 2 3 0 100");
+    EXPECT_EQ(complained(), "");
+}
+
+TEST_F(CameraCommandsTest, deviceCommandsReachTheirServices)
+{
+    fake->serve();
+    EXPECT_EQ(callOf({"daynight", "begin"}), "day_night.begin");
+    EXPECT_EQ(callOf({"daynight", "end"}), "day_night.end");
+    EXPECT_EQ(callOf({"blanking", "off"}), "window_blanking.setEnable false");
+    EXPECT_EQ(callOf({"blanking", "on", "#10fF02"}),
+              "window_blanking.setRegionColor 16 255 2; window_blanking.setEnable true");
+    EXPECT_EQ(callOf({"blanking", "on", "yellow"}),
+              "window_blanking.setRegionColor 255 255 0; window_blanking.setEnable true");
+    EXPECT_EQ(callOf({"rotate", "270"}), "rotate.setAngle 270");
+    EXPECT_EQ(callOf({"fault", "day_night", "slow", "1.5"}), "services.setFault day_night slow 1.5");
+    EXPECT_EQ(callOf({"fault", "rotate", "off"}), "services.setFault rotate off 0");
+    EXPECT_EQ(callOf({"shutdown"}), "supervisor.stop");
+}
+
+TEST_F(CameraCommandsTest, listingsArePrintedForPeopleAndForPrograms)
+{
+    fake->serve();
+    EXPECT_EQ(outputOf({"preset", "list"}),
+              "Door  pan 12.500  tilt -3.000  zoom 2.00\nGate  pan 0.000  tilt 0.000  zoom 1.00\n");
+    EXPECT_EQ(outputOf({"preset", "list", "--json"}), "[{\"name\":\"Door\",\"pan\":12.5,\"tilt\":-3.0,\"zoom\":2.0},"
+                                                      "{\"name\":\"Gate\",\"pan\":0.0,\"tilt\":0.0,\"zoom\":1.0}]\n");
+    EXPECT_EQ(outputOf({"tour", "list"}), "Walk  Door 1.5 s 50 %\n");
+    EXPECT_EQ(outputOf({"tour", "list", "--json"}),
+              "[{\"name\":\"Walk\",\"stops\":[{\"dwell\":1.5,\"preset\":\"Door\",\"speed\":50}]}]\n");
+    EXPECT_EQ(outputOf({"rules", "list"}), "<tt:Rule Name=\"Gate\" Type=\"tt:X\"/>\n");
+    EXPECT_EQ(outputOf({"rules", "list", "--json"}),
+              "[{\"name\":\"Gate\",\"preset\":\"\",\"type\":\"tt:X\",\"xml\":\"<tt:Rule Name=\\\"Gate\\\" "
+              "Type=\\\"tt:X\\\"/>\"}]\n");
+    EXPECT_EQ(outputOf({"rules", "types"}), "tt:X\ntt:Y\n");
+    EXPECT_EQ(outputOf({"modules", "types", "--json"}), "[\"tt:M\"]\n");
+    EXPECT_THAT(outputOf({"modules", "list"}), StartsWith("<tt:AnalyticsModule "));
+    EXPECT_EQ(outputOf({"topics"}), "tns1:A\ntns1:B\n");
+    EXPECT_EQ(outputOf({"presets-used", "--json"}), "[\"Door\"]\n");
+    EXPECT_EQ(outputOf({"faults"}), "day_night  slow\nrotate  off\n");
+    EXPECT_EQ(outputOf({"faults", "--json"}), "{\"day_night\":\"slow\",\"rotate\":\"off\"}\n");
+    fake->rules.clear();
+    EXPECT_EQ(outputOf({"rules", "list", "--json"}), "[]\n");
+}
+
+TEST_F(CameraCommandsTest, rulesComeFromFilesUnderTheirUsualNames)
+{
+    fake->serve();
+    const std::string file =
+        folder.write("r.xml", "<x:Rule xmlns:x='http://www.onvif.org/ver10/schema' Name='A' Type='x:T'/>");
+    const std::string rule = "<tt:Rule xmlns:tt=\"http://www.onvif.org/ver10/schema\" Name=\"A\" Type=\"tt:T\"/>";
+    EXPECT_EQ(callOf({"rules", "create", file}), "onvif_analytic_service.createRules " + rule);
+    EXPECT_EQ(callOf({"rules", "modify", file, file}), "onvif_analytic_service.modifyRules " + rule + " " + rule);
+    EXPECT_EQ(callOf({"rules", "delete", "A", "B"}), "onvif_analytic_service.deleteRules A B");
+    EXPECT_EQ(callOf({"modules", "delete", "M"}), "onvif_analytic_service.deleteEngines M");
+    EXPECT_EQ(callOf({"config", "rules", "add", file}), "onvif_analytic_service.createRules " + rule);
+    EXPECT_THAT(printed(), HasSubstr("1 rule stored.\n2 rules stored.\n2 rules deleted.\n1 module deleted.\n"));
+}
+
+TEST_F(CameraCommandsTest, whatTheCameraRefusesIsOneSentence)
+{
+    fake->serve();
+    fake->status = 5;
+    EXPECT_THAT(failureOf({"rules", "delete", "A"}),
+                AllOf(StartsWith("camera: cannot delete 1 rule: "), HasSubstr("camera rules list shows the names")));
+    fake->status = 0;
+    fake->result = -1;
+    EXPECT_THAT(failureOf({"rules", "delete", "A"}), HasSubstr("the camera failed"));
+    EXPECT_THAT(failureOf({"config", "default"}), HasSubstr("cannot restore its defaults"));
+    fake->result = 0;
+    fake->refusal = "there is no preset 'Door'";
+    EXPECT_EQ(failureOf({"preset", "go", "Door"}), "camera: there is no preset 'Door'.\n");
+    EXPECT_EQ(failureOf({"daynight", "begin"}), "camera: there is no preset 'Door'.\n");
+    EXPECT_EQ(printed(), "");
+}
+
+TEST_F(CameraCommandsTest, configurationsAreStoredAndSaidToBeActiveOrNot)
+{
+    fake->serve();
+    const std::string file = folder.write(
+        "c.xml", "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration><tt:Rule Name='A' Type='tt:X'/>"
+                 "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>");
+    EXPECT_EQ(outputOf({"config", "set", file}),
+              "'" + file + "' is stored; it is not active where the camera stands now.\n");
+    fake->configuration = "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration><tt:Rule Name='A' Type='tt:X'/>"
+                          "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+    EXPECT_EQ(outputOf({"config", "set", file, "--state", state}), "'" + file + "' is stored and active.\n");
+    EXPECT_EQ(outputOf({"config", "get", "--camera", state}), fake->configuration + "\n");
+    EXPECT_EQ(outputOf({"config", "get", "--preset", "Door"}), "<of-preset/>\n");
+    EXPECT_THAT(fake->calls().back(), "onvif_analytic_service.getPtzPresetConfiguration Door");
+    EXPECT_EQ(outputOf({"config", "rules"}), fake->rules[0] + "\n");
+    EXPECT_EQ(outputOf({"config", "modules", "types"}), "tt:M\n");
+    EXPECT_EQ(outputOf({"config", "default"}), "Nothing is configured now.\n");
+    EXPECT_EQ(outputOf({"config", "history"}),
+              "4  1970-01-02 00:00:00 UTC  1.5 kB\n3  1970-01-01 00:00:00 UTC  20 bytes  damaged\n");
+    EXPECT_EQ(fake->calls().back(), "pipeline.history OnvifAnalytics");
+    EXPECT_THAT(failureOf({"config", "restore", "3"}), HasSubstr("only be restored while no camera runs"));
+}
+
+TEST_F(CameraCommandsTest, aRefusedConfigurationIsExplainedAsFarAsItsTypesTell)
+{
+    fake->serve();
+    fake->failed = 1;
+    const std::string begin = "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration>";
+    const std::string end = "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+    const std::string unknown = folder.write("u.xml", begin + "<tt:Rule Name='A' Type='tt:Z'/>" + end);
+    EXPECT_EQ(
+        failureOf({"config", "set", unknown}),
+        "camera: the camera refuses the configuration '" + unknown +
+            "': no engine knows the type of its rule 'A' (tt:Z); camera rules types lists those that there are.\n");
+    const std::string known = folder.write("k.xml", begin + "<tt:Rule Name='A' Type='tt:X'/>" + end);
+    EXPECT_THAT(failureOf({"config", "set", known}), HasSubstr("the camera's log names the reason"));
+    const std::string empty = folder.write("e.xml", begin + end);
+    EXPECT_THAT(failureOf({"config", "set", empty}), HasSubstr("there is no rule and no module in it"));
+}
+
+TEST_F(CameraCommandsTest, filesThatCannotBeSentAreRefusedByNameBeforeAnythingIsAsked)
+{
+    fake->serve();
+    const std::string latin = folder.write("l.xml", "<tt:Rule Name='caf\xE9' Type='tt:X'/>");
+    EXPECT_EQ(failureOf({"rules", "create", latin}),
+              "camera: the configuration '" + latin + "' is refused: it is not UTF-8 text; save it as UTF-8.\n");
+    EXPECT_THAT(failureOf({"rules", "modify", folder.path("none.xml")}), HasSubstr(folder.path("none.xml")));
+    EXPECT_THAT(failureOf({"config", "set", latin}), HasSubstr(latin));
+    EXPECT_THAT(fake->calls(), IsEmpty());
+}
+
+TEST_F(CameraCommandsTest, framesGoWithAbsolutePathsIntoTheStateFolder)
+{
+    fake->serve();
+    const std::string walk = (state / "frames" / "walk").string();
+    EXPECT_EQ(callOf({"frames", "record", "Motion", "walk"}),
+              "onvif_analytic_service.writeFramesToFile Motion " + walk + " 100");
+    EXPECT_EQ(callOf({"frames", "record", "Motion", walk, "7"}),
+              "onvif_analytic_service.writeFramesToFile Motion " + walk + " 7");
+    EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk"}),
+              "onvif_analytic_service.readFramesFromFile Motion " + walk + " false");
+    EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk", "--forget"}),
+              "onvif_analytic_service.readFramesFromFile Motion " + walk + " true");
+    const std::string other = (fs::canonical(folder.path(".")) / "o" / "walk").string();
+    EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk", "--frames-dir", folder.path("o")}),
+              "onvif_analytic_service.readFramesFromFile Motion " + other + " false");
+    const std::size_t before = fake->calls().size();
+    EXPECT_THAT(failureOf({"frames", "record", "Motion", "/tmp/walk"}), HasSubstr("does not lie in"));
+    EXPECT_EQ(fake->calls().size(), before);
+    fake->result = 1;
+    EXPECT_THAT(failureOf({"frames", "record", "Motion", "walk"}), HasSubstr("the camera cannot record frames"));
+}
+
+TEST_F(CameraCommandsTest, statusIsOneScreen)
+{
+    fake->serve();
+    EXPECT_EQ(outputOf({"status"}),
+              "camera      " + state.string() +
+                  "\n"
+                  "processes   dbus-daemon       pid 11\n"
+                  "            camera-pipeline   does not run  restarts 2, last by signal 9 (Killed)\n"
+                  "bus         unix:path=/b\n"
+                  "position    pan 12.500  tilt -3.000  zoom 2.00  view 34.7 degrees  moving  at preset 'Door'\n"
+                  "input       a.mp4\n"
+                  "frames      250  24.9/s  failed 1  longest 1.2 ms\n"
+                  "events      7  dropped 2\n"
+                  "documents   9  dropped 3\n"
+                  "active      Simple: key 'Simple'\n"
+                  "            Motion: none\n"
+                  "metadata    received 9  delivered 8  lost 1  subscribers 2\n"
+                  "faults      day_night slow\n");
+    Json::Value all;
+    std::istringstream(outputOf({"status", "--json"})) >> all;
+    EXPECT_EQ(all["pipeline"]["frames"].asInt(), 250);
+    EXPECT_EQ(all["position"]["pan"].asDouble(), 12.5);
+    EXPECT_EQ(all["supervisor"]["processes"][0]["pid"].asInt(), 11);
+}
+
+TEST_F(CameraCommandsTest, statusShowsWhatDoesNotAnswerAsSuch)
+{
+    fake->without = {"pipeline", "positioning", "services"};
+    fake->serve();
+    const std::string screen = outputOf({"status"});
+    EXPECT_THAT(screen, HasSubstr("\nposition    nobody serves the camera's positioning now;"));
+    EXPECT_THAT(screen, HasSubstr("\nframes      nobody serves the camera's pipeline now;"));
+    EXPECT_THAT(screen, HasSubstr("\nfaults      nobody serves the camera's services now;"));
+    EXPECT_THAT(screen, HasSubstr("\nmetadata    received 9"));
+    EXPECT_THAT(failureOf({"preset", "list"}),
+                StartsWith("camera: nobody serves the camera's positioning now; camera status shows what runs."));
+}
+
+TEST_F(CameraCommandsTest, theCameraIsChosenByItsStateFolder)
+{
+    fake->serve();
+    FakeCamera second(folder.path("t"));
+    EXPECT_EQ(failureOf({"topics"}), "camera: several cameras run: '" + state.string() + "', '" +
+                                         (state.parent_path() / "t").string() + "'; choose one with --camera DIR.\n");
+    EXPECT_EQ(outputOf({"topics", "--camera", state}), "tns1:A\ntns1:B\n");
+    EXPECT_THAT(fake->calls(), ElementsAre("onvif_analytic_service.getEventTopics"));
+    EXPECT_THAT(failureOf({"topics", "--camera", folder.path("none")}),
+                StartsWith("camera: no camera runs on the state folder '" + folder.path("none") + "'; "));
+}
+
+TEST_F(CameraCommandsTest, withoutARunningCameraThereIsOneSentence)
+{
+    fake.reset();
+    const std::string sentence = "camera: no camera runs that can be found; start one with camera run INPUT, or name "
+                                 "its state folder with --camera DIR.\n";
+    EXPECT_EQ(failureOf({"topics"}), sentence);
+    EXPECT_EQ(failureOf({"status"}), sentence);
+    EXPECT_EQ(failureOf({"events"}), sentence);
+    EXPECT_EQ(failureOf({"config", "get"}), sentence);
+}
+
+TEST_F(CameraCommandsTest, noWaitIsLongerThanItWasTold)
+{
+    fake->serve();
+    fake->killBus();
+    EXPECT_THAT(failureOf({"topics", "--timeout", "1"}), HasSubstr("' does not answer: "));
+}
+
+TEST_F(CameraCommandsTest, eventsAreFollowedUntilCtrlC)
+{
+    fake->serve();
+    auto code = std::async(std::launch::async, [this] { return perform({"events"}); });
+    // Nobody tells when the follower listens: events are sent until one is heard.
+    EXPECT_TRUE(eventually([&] {
+        fake->emitEvent("tns1:A", "Gate", "");
+        return printed().find("event  tns1:A  Gate\n") != std::string::npos;
+    }));
+    ::raise(SIGINT);
+    ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    EXPECT_EQ(code.get(), 0);
+    EXPECT_EQ(complained(), "");
+}
+
+TEST_F(CameraCommandsTest, eventsForProgramsAreOneObjectALineAndTheirEndIsTold)
+{
+    fake->serve();
+    auto code = std::async(std::launch::async, [this] { return perform({"events", "--json"}); });
+    EXPECT_TRUE(eventually([&] {
+        fake->emitEvent("t", "a\nb", "<x/>");
+        return printed().find("{\"data\":\"<x/>\",\"source\":\"a\\nb\",\"topic\":\"t\"}\n") != std::string::npos;
+    }));
+    fake.reset();
+    ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    EXPECT_EQ(code.get(), 1);
+    EXPECT_THAT(complained(), HasSubstr("camera: the camera has ended.\n"));
+}
+
+/// A metadata streamer's socket.
+class MetadataCommandTest : public CameraCommandsTest {
+protected:
+    MetadataCommandTest() : listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        fake->socket = folder.path("metadata.sock");
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        fake->socket.copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::listen(listener.get(), 1), 0);
+        fake->serve();
+    }
+
+    supervisor::Descriptor listener;
+};
+
+TEST_F(MetadataCommandTest, printsDocumentsUntilTheStreamerEnds)
+{
+    auto code = std::async(std::launch::async, [this] { return perform({"metadata"}); });
+    supervisor::Descriptor reader(::accept(listener.get(), nullptr, nullptr));
+    for (const std::string part : {"<a/>\n<b", "/>\n<half"}) {
+        EXPECT_EQ(::write(reader.get(), part.data(), part.size()), static_cast<ssize_t>(part.size()));
+    }
+    EXPECT_TRUE(eventually([&] { return printed() == "<a/>\n<b/>\n"; }));
+    reader.reset();
+    ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    EXPECT_EQ(code.get(), 1);
+    EXPECT_THAT(complained(), HasSubstr("the camera's metadata streamer has ended"));
+}
+
+TEST_F(MetadataCommandTest, endsAtCtrlC)
+{
+    auto code = std::async(std::launch::async, [this] { return perform({"metadata"}); });
+    const supervisor::Descriptor reader(::accept(listener.get(), nullptr, nullptr));
+    ::raise(SIGTERM);
+    ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    EXPECT_EQ(code.get(), 0);
+}
+
+TEST_F(MetadataCommandTest, aSocketThatNobodyServesIsOneSentence)
+{
+    fake->socket = folder.path("none.sock");
+    EXPECT_THAT(failureOf({"metadata"}), HasSubstr("the metadata socket '" + fake->socket + "' cannot be used: "));
+}
+
+} // namespace
+} // namespace camera::cli

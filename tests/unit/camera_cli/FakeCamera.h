@@ -1,0 +1,303 @@
+#pragma once
+
+#include "camera/bus/Answer.h"
+#include "camera/bus/Connection.h"
+#include "camera/supervisor/BusDaemon.h"
+#include "camera/supervisor/RuntimeFolder.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <poll.h>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace camera::cli {
+
+/// A camera that can be found by its state folder, with a bus of its own and services that answer what a test
+/// wants and write every call down.
+class FakeCamera {
+public:
+    using Stop = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
+    using Tour = sdbus::Struct<std::string, std::vector<Stop>>;
+    using Preset = sdbus::Struct<std::string, std::uint32_t, std::int32_t, std::uint32_t>;
+    using Version = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
+    using Texts = std::vector<std::string>;
+
+    explicit FakeCamera(const std::filesystem::path& stateDir) : _folder(stateDir), _daemon(_folder)
+    {
+        startBus();
+        _folder.announce();
+    }
+
+    /// Serves from now on; the answers below are read at each call.
+    void serve()
+    {
+        _connection = std::make_unique<bus::Connection>(_folder.address(), "the fake camera");
+        _objects = _connection->add<Objects>([this](const std::shared_ptr<bus::Session>& session) {
+            auto objects = std::make_shared<Objects>();
+            build(*objects, *session);
+            return objects;
+        });
+        _connection->start();
+        _connection->waitUntilConnected(std::chrono::steady_clock::now() + std::chrono::seconds(30));
+    }
+
+    std::vector<std::string> calls()
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _calls;
+    }
+
+    void emitEvent(const std::string& topic, const std::string& source, const std::string& data)
+    {
+        const auto objects = _objects->get();
+        objects->of.at("onvif_analytic_service")
+            ->emitSignal("analyticsEvent")
+            .onInterface("ravel.onvif_analytic_service")
+            .withArguments(topic, source, data);
+    }
+
+    void killBus() { _bus.reset(); }
+    std::string address() const { return _folder.address(); }
+
+    std::string refusal; ///< commands answer with it, when it is not empty
+    std::string socket;  ///< of the metadata streamer
+    std::uint8_t failed = 0;
+    std::uint32_t status = 0;
+    std::int32_t result = 0;
+    Texts rules = {"<tt:Rule Name=\"Gate\" Type=\"tt:X\"/>"};
+    Texts ruleTypes = {"tt:X", "tt:Y"};
+    std::string configuration = "<tt:VideoAnalyticsConfiguration/>";
+    std::vector<std::string> without; ///< services that nobody serves
+
+private:
+    struct Objects {
+        std::map<std::string, std::unique_ptr<sdbus::IObject>> of;
+    };
+
+    void startBus()
+    {
+        _bus = _daemon.start();
+        pollfd ready{_daemon.readyDescriptor(), POLLIN, 0};
+        ::poll(&ready, 1, 30000);
+        if (!_daemon.listens()) {
+            throw std::runtime_error("no bus");
+        }
+    }
+
+    static void show(std::ostream& out, const std::string& text) { out << ' ' << text; }
+    static void show(std::ostream& out, bool value) { out << (value ? " true" : " false"); }
+    static void show(std::ostream& out, std::uint8_t value) { out << ' ' << static_cast<int>(value); }
+    template <class Number>
+    static std::enable_if_t<std::is_arithmetic_v<Number>> show(std::ostream& out, Number value)
+    {
+        out << ' ' << value;
+    }
+    static void show(std::ostream& out, const Texts& texts)
+    {
+        for (const std::string& text : texts) {
+            out << ' ' << text;
+        }
+    }
+    static void show(std::ostream& out, const std::vector<Stop>& stops)
+    {
+        for (const Stop& stop : stops) {
+            out << ' ' << stop.get<0>() << '/' << stop.get<1>() << '/' << stop.get<2>();
+        }
+    }
+
+    template <class... In>
+    void note(const std::string& service, const std::string& method, const In&... in)
+    {
+        std::ostringstream line;
+        line << service << '.' << method;
+        (show(line, in), ...);
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _calls.push_back(line.str());
+    }
+
+    sdbus::IObject& object(Objects& objects, bus::Session& session, const std::string& service)
+    {
+        std::unique_ptr<sdbus::IObject>& object = objects.of[service];
+        if (!object) {
+            object = sdbus::createObject(session.connection(), bus::objectPath(service));
+        }
+        return *object;
+    }
+
+    // A method with these results, which refuses when the test wants it.
+    template <class... Out, class... In, class Answer>
+    void method(sdbus::IObject& object, const std::string& service, const std::string& name, void (*)(In...),
+                Answer results)
+    {
+        object.registerMethod(name)
+            .onInterface(bus::interfaceName(service))
+            .implementedAs([this, service, name, results](sdbus::Result<Out...>&& reply, const In&... in) {
+                note(service, name, in...);
+                bus::answer(reply, [&](const auto& to) {
+                    if (!refusal.empty()) {
+                        throw bus::Refusal(refusal);
+                    }
+                    std::apply([&to](const auto&... values) { to.returnResults(values...); }, results());
+                });
+            });
+    }
+
+    template <class... In>
+    void command(sdbus::IObject& object, const std::string& service, const std::string& name, void (*)(In...))
+    {
+        object.registerMethod(name)
+            .onInterface(bus::interfaceName(service))
+            .implementedAs([this, service, name](sdbus::Result<>&& reply, const In&... in) {
+                note(service, name, in...);
+                bus::answer(reply, [&] {
+                    if (!refusal.empty()) {
+                        throw bus::Refusal(refusal);
+                    }
+                });
+            });
+    }
+
+    void build(Objects& objects, bus::Session& session)
+    {
+        buildPositioning(object(objects, session, "positioning"));
+        buildAnalytics(object(objects, session, "onvif_analytic_service"));
+        buildDevices(objects, session);
+        for (auto& [service, object] : objects.of) {
+            object->finishRegistration();
+            if (std::find(without.begin(), without.end(), service) == without.end()) {
+                session.connection().requestName(bus::busName(service));
+            }
+        }
+    }
+
+    using S = const std::string&;
+    using U = std::uint32_t;
+    using I = std::int32_t;
+    template <class... T>
+    static void (*takes())(T...)
+    {
+        return nullptr;
+    }
+
+    void buildPositioning(sdbus::IObject& o)
+    {
+        const std::string s = "positioning";
+        for (const char* name : {"savePreset", "removePreset", "removeTour"}) {
+            command(o, s, name, takes<std::string>());
+        }
+        command(o, s, "renamePreset", takes<std::string, std::string>());
+        command(o, s, "goToPreset", takes<std::string, U>());
+        command(o, s, "startTour", takes<std::string, U>());
+        command(o, s, "moveTo", takes<U, I, U, U>());
+        command(o, s, "drive", takes<I, I, I, U, U>());
+        command(o, s, "stop", takes<U>());
+        command(o, s, "createTour", takes<std::string, std::vector<Stop>>());
+        for (const char* name : {"stopTour", "pauseTour", "resumeTour"}) {
+            command(o, s, name, takes<>());
+        }
+        method<U, I, U, U, bool, std::string>(o, s, "getPosition", takes<>(), [] {
+            return std::make_tuple(U{12500}, I{-3000}, U{200}, U{34700}, true, std::string("Door"));
+        });
+        method<std::vector<Preset>>(o, s, "listPresets", takes<>(), [] {
+            return std::make_tuple(
+                std::vector<Preset>{{"Door", U{12500}, I{-3000}, U{200}}, {"Gate", U{0}, I{0}, U{100}}});
+        });
+        method<std::vector<Tour>>(o, s, "listTours", takes<>(), [] {
+            return std::make_tuple(std::vector<Tour>{{"Walk", std::vector<Stop>{{"Door", U{1500}, U{50}}}}});
+        });
+    }
+
+    void buildAnalytics(sdbus::IObject& o)
+    {
+        const std::string s = "onvif_analytic_service";
+        const auto texts = [&](const char* name, auto answer) {
+            method<Texts>(o, s, name, takes<>(), [answer] { return std::make_tuple(Texts(answer())); });
+        };
+        texts("getEventTopics", [] { return Texts{"tns1:A", "tns1:B"}; });
+        texts("getSupportedRules", [this] { return ruleTypes; });
+        texts("getCurrentRules", [this] { return rules; });
+        texts("getSupportedEngines", [] { return Texts{"tt:M"}; });
+        texts("getCurrentEngines", [] { return Texts{"<tt:AnalyticsModule Name=\"A\" Type=\"tt:M\"/>"}; });
+        texts("getUsedPtzPresets", [] { return Texts{"Door"}; });
+        for (const char* name :
+             {"createRules", "modifyRules", "deleteRules", "createEngines", "modifyEngines", "deleteEngines"}) {
+            method<I, U>(o, s, name, takes<Texts>(), [this] { return std::make_tuple(result, status); });
+        }
+        method<std::string>(o, s, "getCurrentConfiguration", takes<>(),
+                            [this] { return std::make_tuple(configuration); });
+        method<std::string>(o, s, "getPtzPresetConfiguration", takes<std::string>(),
+                            [] { return std::make_tuple(std::string("<of-preset/>")); });
+        method<I, std::uint8_t>(o, s, "setConfiguration", takes<std::string>(),
+                                [this] { return std::make_tuple(result, failed); });
+        method<I>(o, s, "restoreDefaultSettings", takes<>(), [this] { return std::make_tuple(result); });
+        method<I>(o, s, "readFramesFromFile", takes<std::string, std::string, bool>(),
+                  [this] { return std::make_tuple(result); });
+        method<I>(o, s, "writeFramesToFile", takes<std::string, std::string, U>(),
+                  [this] { return std::make_tuple(result); });
+        o.registerSignal("analyticsEvent")
+            .onInterface(bus::interfaceName(s))
+            .withParameters<std::string, std::string, std::string>();
+    }
+
+    void buildDevices(Objects& objects, bus::Session& session)
+    {
+        sdbus::IObject& dayNight = object(objects, session, "day_night");
+        command(dayNight, "day_night", "begin", takes<>());
+        command(dayNight, "day_night", "end", takes<>());
+        sdbus::IObject& blanking = object(objects, session, "window_blanking");
+        command(blanking, "window_blanking", "setRegionColor", takes<std::uint8_t, std::uint8_t, std::uint8_t>());
+        command(blanking, "window_blanking", "setEnable", takes<bool>());
+        command(object(objects, session, "rotate"), "rotate", "setAngle", takes<U>());
+        sdbus::IObject& services = object(objects, session, "services");
+        command(services, "services", "setFault", takes<std::string, std::string, double>());
+        method<std::map<std::string, std::string>>(services, "services", "faults", takes<>(), [] {
+            return std::make_tuple(std::map<std::string, std::string>{{"day_night", "slow"}, {"rotate", "off"}});
+        });
+        text(services, "services", "status", [] { return std::string("{}"); });
+        sdbus::IObject& pipeline = object(objects, session, "pipeline");
+        text(pipeline, "pipeline", "status", [] {
+            return std::string("{\"frames\":250,\"framesPerSecond\":24.94,\"framesFailed\":1,\"events\":7,"
+                               "\"eventsDropped\":2,\"documents\":9,\"documentsDropped\":3,\"input\":\"a.mp4\","
+                               "\"engines\":[{\"name\":\"Simple\",\"key\":\"Simple\"},{\"name\":\"Motion\",\"key\":"
+                               "\"\"}],\"longestFrameMs\":1.25}");
+        });
+        method<std::vector<Version>>(pipeline, "pipeline", "history", takes<std::string>(), [] {
+            return std::make_tuple(
+                std::vector<Version>{{std::int64_t{4}, std::int64_t{86400}, std::uint64_t{1500}, true},
+                                     {std::int64_t{3}, std::int64_t{0}, std::uint64_t{20}, false}});
+        });
+        sdbus::IObject& supervisor = object(objects, session, "supervisor");
+        text(supervisor, "supervisor", "status", [] {
+            return std::string(
+                "{\"state\":\"/s\",\"address\":\"unix:path=/b\",\"processes\":[{\"name\":\"dbus-daemon\","
+                "\"pid\":11,\"restarts\":0,\"since\":5,\"lastExit\":\"\"},{\"name\":\"camera-pipeline\","
+                "\"pid\":0,\"restarts\":2,\"since\":5,\"lastExit\":\"signal 9 (Killed)\"}]}");
+        });
+        command(supervisor, "supervisor", "stop", takes<>());
+        sdbus::IObject& metadata = object(objects, session, "onvif_metadata_streamer");
+        text(metadata, "onvif_metadata_streamer", "getSocket", [this] { return socket; });
+        using T = std::uint64_t;
+        method<T, T, T, U>(metadata, "onvif_metadata_streamer", "getCounters", takes<>(),
+                           [] { return std::make_tuple(T{9}, T{8}, T{1}, U{2}); });
+    }
+
+    template <class Text>
+    void text(sdbus::IObject& object, const std::string& service, const std::string& name, Text text)
+    {
+        method<std::string>(object, service, name, takes<>(), [text] { return std::make_tuple(text()); });
+    }
+
+    supervisor::RuntimeFolder _folder;
+    supervisor::BusDaemon _daemon;
+    std::unique_ptr<supervisor::ChildProcess> _bus;
+    std::mutex _mutex;
+    std::vector<std::string> _calls;
+    std::unique_ptr<bus::Connection> _connection;
+    std::shared_ptr<bus::Live<Objects>> _objects;
+};
+
+} // namespace camera::cli
