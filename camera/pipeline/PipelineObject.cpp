@@ -52,6 +52,9 @@ void PipelineObject::registerDocuments()
                 for (const auto& version : _settings.history(key)) {
                     rows.emplace_back(version.sequence, version.storedAt, version.sizeBytes, version.good);
                 }
+                if (rows.empty()) {
+                    throw bus::Refusal("nothing is stored under this key");
+                }
                 return rows;
             });
         });
