@@ -6,12 +6,15 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
-#include <json/value.h>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace Json {
+class Value;
+}
 
 namespace camera::cli {
 
