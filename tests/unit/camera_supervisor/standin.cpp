@@ -61,7 +61,7 @@ struct Name {};
 } // namespace
 
 // The library keeps a little of each attempt to connect that fails, as all do while the bus is away.
-extern "C" const char* __lsan_default_suppressions();
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions()
 {
     return "leak:sd_bus_new\nleak:libsystemd";

@@ -5,7 +5,7 @@
 #include <cstdio>
 
 // The library keeps a little of each attempt to connect that fails, as all do while the bus is away.
-extern "C" const char* __lsan_default_suppressions();
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions()
 {
     return "leak:sd_bus_new\nleak:libsystemd";
