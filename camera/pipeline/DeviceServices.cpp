@@ -35,7 +35,7 @@ DeviceServices::DeviceServices(ravel::Environment& environment, Options options)
     : _environment(environment), _options(std::move(options)), _connection(_options.address, "the pipeline's client")
 {
     _proxies = _connection.add<ServiceProxies>([this](const std::shared_ptr<bus::Session>& session) {
-        return std::make_shared<ServiceProxies>(session, news());
+        return std::make_shared<ServiceProxies>(session, news(), _options.patience);
     });
     // Nobody can be asked without a bus. What the plug-in has opened stays open: it never asks again.
     _connection.whenLost([this] {
@@ -61,7 +61,7 @@ void DeviceServices::watch()
     int value = 0;
     if (rotationAngle(bus::kTargetId, angle) != ravel::kOk &&
         configurationValue(kOrientationKey, value) == ravel::kOk && value > 0) {
-        _orientation = static_cast<std::uint32_t>(value);
+        mountedAt(static_cast<std::uint32_t>(value));
     }
 }
 
@@ -80,7 +80,7 @@ ServiceNews DeviceServices::news()
     news.dayNight = [this](bool moving) { _environment.dayNight.movement(moving); };
     news.windowBlanking = [this](bool enabled) { _environment.windowBlanking.setEnabled(enabled); };
     news.rotation = [this](std::uint32_t angleDegrees) {
-        _orientation = angleDegrees;
+        mountedAt(angleDegrees);
         _environment.rotation.setAngle(angleDegrees);
     };
     return news;
@@ -103,6 +103,14 @@ void DeviceServices::lookedUp(const std::string& service)
     const std::lock_guard<std::mutex> lock(_mutex);
     _lookedUp.insert(service);
     _settled.notify_all();
+}
+
+// The plug-in hears any angle; a camera can only be mounted at four of them.
+void DeviceServices::mountedAt(std::uint32_t angleDegrees)
+{
+    if (angleDegrees < 360 && angleDegrees % 90 == 0) {
+        _orientation = angleDegrees;
+    }
 }
 
 template <class... Out, class... In>
@@ -149,7 +157,7 @@ ravel_core_status DeviceServices::rotationAngle(const std::string& /*targetId*/,
     const ravel_core_status status = ask(bus::service::kRotate, "getAngle", answer);
     if (status == ravel::kOk) {
         angleDegrees = std::get<0>(answer);
-        _orientation = angleDegrees;
+        mountedAt(angleDegrees);
     }
     return status;
 }

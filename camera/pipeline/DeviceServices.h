@@ -45,7 +45,8 @@ public:
     ravel_core_status rotationAngle(const std::string& targetId, std::uint32_t& angleDegrees) override;
     ravel_core_status configurationValue(const std::string& key, int& value) override;
 
-    /// How the camera is mounted at the moment, as far as it was heard: degrees. Any thread; no round trip.
+    /// How the camera is mounted at the moment, as far as it was heard: 0, 90, 180 or 270 degrees. Any thread; no round
+    /// trip.
     std::uint32_t orientation() const { return _orientation; }
 
     /// Hands a document to the metadata streamer and waits for it to be taken. One that cannot be handed over is
@@ -68,6 +69,7 @@ private:
     void present(const std::string& service, std::vector<std::string> targets);
     void gone(const std::string& service);
     void lookedUp(const std::string& service);
+    void mountedAt(std::uint32_t angleDegrees);
 
     template <class... Out, class... In>
     ravel_core_status ask(const char* service, const char* method, std::tuple<Out...>& answer, const In&... arguments);

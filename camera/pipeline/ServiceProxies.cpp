@@ -24,6 +24,13 @@ std::vector<std::string> targetsIn(const std::string& introspection)
     return ids;
 }
 
+// Nobody answered in time; any other error is an answer.
+bool isSilence(const sdbus::Error& error)
+{
+    return error.getName() == "org.freedesktop.DBus.Error.Timeout" ||
+           error.getName() == "org.freedesktop.DBus.Error.NoReply";
+}
+
 } // namespace
 
 const std::vector<std::string>& ServiceProxies::watched()
@@ -34,7 +41,9 @@ const std::vector<std::string>& ServiceProxies::watched()
     return services;
 }
 
-ServiceProxies::ServiceProxies(const std::shared_ptr<bus::Session>& session, ServiceNews news) : _news(std::move(news))
+ServiceProxies::ServiceProxies(const std::shared_ptr<bus::Session>& session, ServiceNews news,
+                               std::chrono::milliseconds patience)
+    : _news(std::move(news)), _patience(patience)
 {
     sdbus::IConnection& connection = session->connection();
     for (const std::string& service : watched()) {
@@ -76,20 +85,37 @@ void ServiceProxies::watchOwners(sdbus::IConnection& connection)
             if (service == services.end()) {
                 return;
             }
-            now.empty() ? _news.gone(*service) : lookUp(*service);
+            now.empty() ? lost(*service) : lookUp(*service);
         });
     _bus->finishRegistration();
 }
 
 void ServiceProxies::lookUp(const std::string& service)
 {
+    const std::uint64_t number = ++_lookUps[service];
     _trees.at(service)
         ->callMethodAsync("Introspect")
         .onInterface(kIntrospectable)
-        .withTimeout(bus::kDefaultPatience)
-        .uponReplyInvoke([this, service](const sdbus::Error* error, const std::string& introspection) {
-            error != nullptr ? _news.gone(service) : _news.present(service, targetsIn(introspection));
+        .withTimeout(_patience)
+        .uponReplyInvoke([this, service, number](const sdbus::Error* error, const std::string& introspection) {
+            if (_lookUps.at(service) != number) {
+                return; // about an owner of the name that has gone
+            }
+            if (error == nullptr) {
+                _news.present(service, targetsIn(introspection));
+                return;
+            }
+            _news.gone(service);
+            if (isSilence(*error)) {
+                lookUp(service); // it owns its name still: nothing else would tell that it has woken up
+            }
         });
+}
+
+void ServiceProxies::lost(const std::string& service)
+{
+    ++_lookUps[service];
+    _news.gone(service);
 }
 
 } // namespace camera::pipeline

@@ -6,6 +6,8 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -27,8 +29,9 @@ struct ServiceNews {
 /// say, and how to ask them.
 class ServiceProxies {
 public:
-    /// Begins to watch and to look up each service. Thread: the bus thread.
-    ServiceProxies(const std::shared_ptr<bus::Session>& session, ServiceNews news);
+    /// Begins to watch and to look up each service. A look-up that is not answered within patience counts as the
+    /// service being away, and is repeated until there is an answer. Thread: the bus thread.
+    ServiceProxies(const std::shared_ptr<bus::Session>& session, ServiceNews news, std::chrono::milliseconds patience);
 
     /// Asks a service; see bus::call. Any thread but the bus thread.
     template <class... Out, class... In>
@@ -44,8 +47,11 @@ private:
     void watchOwners(sdbus::IConnection& connection);
     void listen();
     void lookUp(const std::string& service);
+    void lost(const std::string& service);
 
     const ServiceNews _news;
+    const std::chrono::milliseconds _patience;
+    std::map<std::string, std::uint64_t> _lookUps; ///< the number of each service's last one; older answers say nothing
     std::map<std::string, std::unique_ptr<sdbus::IProxy>> _services; ///< the target of each
     std::map<std::string, std::unique_ptr<sdbus::IProxy>> _trees;    ///< the object above its targets
     std::unique_ptr<sdbus::IProxy> _bus;

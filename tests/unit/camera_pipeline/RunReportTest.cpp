@@ -1,0 +1,110 @@
+// What a run tells about its rules and its frames.
+#include "camera/cli/RunReport.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using camera::cli::RunReport;
+using camera::cli::summaryLine;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr std::int64_t kStart = 1700000000LL * 1000000000;
+
+std::int64_t after(double seconds)
+{
+    return kStart + static_cast<std::int64_t>(seconds * 1e9);
+}
+
+std::size_t rows(const RunReport& report)
+{
+    std::size_t count = 0;
+    for (const std::string& line : report.summary()) {
+        count += line.find("from ") != std::string::npos ? 1U : 0U;
+    }
+    return count;
+}
+
+TEST(RunReportTest, saysWhichRulesWereActiveFromWhen)
+{
+    RunReport report;
+    report.time(kStart);
+    report.rulesSwitched("Motion", "MotionGate");
+    report.time(after(2.5));
+    report.rulesSwitched("Motion", "");
+    report.time(after(4));
+    report.rulesSwitched("Motion", "MotionYard");
+    report.rulesSwitched("Simple", "Simple");
+    const auto lines = report.summary();
+    EXPECT_THAT(lines, Contains(summaryLine("rules", "from 0.0 s  MotionGate")));
+    EXPECT_THAT(lines, Contains(summaryLine("", "from 2.5 s  none, the camera moves")));
+    EXPECT_THAT(lines, Contains(summaryLine("", "from 4.0 s  MotionYard, Simple")));
+}
+
+TEST(RunReportTest, rulesThatAreGivenAgainAreNoSwitch)
+{
+    RunReport report;
+    report.time(kStart);
+    report.rulesSwitched("Motion", "MotionGate");
+    report.rulesSwitched("Simple", "Simple");
+    report.time(after(1));
+    report.rulesSwitched("Motion", "MotionGate");
+    report.rulesSwitched("Simple", "Simple");
+    report.time(after(2));
+    report.rulesSwitched("Motion", "");
+    EXPECT_EQ(rows(report), 2u);
+}
+
+TEST(RunReportTest, tellsNothingOfACameraThatNeverMoved)
+{
+    RunReport report;
+    report.time(kStart);
+    report.rulesSwitched("Motion", "MotionGate");
+    report.time(after(9));
+    EXPECT_EQ(rows(report), 0u);
+}
+
+TEST(RunReportTest, keepsTheLastSwitchesOfALongRun)
+{
+    RunReport report;
+    for (int second = 0; second < 1000; ++second) {
+        report.time(after(second));
+        report.rulesSwitched("Motion", second % 2 == 0 ? "MotionGate" : "");
+    }
+    const auto lines = report.summary();
+    EXPECT_THAT(lines, Contains(HasSubstr("the last 40 of 1000 switches:")));
+    EXPECT_THAT(lines, Contains(HasSubstr("from 999.0 s")));
+    EXPECT_THAT(lines, Not(Contains(HasSubstr("from 900.0 s"))));
+    EXPECT_LE(rows(report), 40u);
+}
+
+TEST(RunReportTest, namesOfOthersAreHarmless)
+{
+    RunReport report;
+    report.time(kStart);
+    report.rulesSwitched("Motion\x1b[2J", "Motion\n\x1b[2JGate");
+    report.rulesSwitched("Motion", "");
+    EXPECT_EQ(rows(report), 1u);
+    for (const std::string& line : report.summary()) {
+        EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;
+        EXPECT_EQ(line.find('\n'), std::string::npos) << line;
+    }
+}
+
+TEST(RunReportTest, tellsHowItDoesNow)
+{
+    RunReport report;
+    EXPECT_EQ(report.now().frames, 0u);
+    EXPECT_EQ(report.now().longestFrameMilliseconds, 0.0);
+    report.frame(true, std::chrono::milliseconds(3));
+    report.frame(false, std::chrono::milliseconds(8));
+    report.frame(true, std::chrono::microseconds(500));
+    EXPECT_EQ(report.now().frames, 3u);
+    EXPECT_EQ(report.now().longestFrameMilliseconds, 8.0);
+    EXPECT_GT(report.now().framesPerSecond, 0.0);
+}
+
+} // namespace
