@@ -56,7 +56,8 @@ std::vector<std::string> Scenario::begin(device::Device& device) const
 {
     std::vector<std::string> notices;
     for (const File& file : _files) {
-        if (!cli::configure(device, file.xml, file.name)) {
+        const bool active = cli::configure(device, file.xml, file.name);
+        if (!active && _options.tour.empty()) {
             notices.push_back("'" + file.name + "' is stored for another place than the one where the camera stands.");
         }
     }
