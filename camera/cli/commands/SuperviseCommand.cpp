@@ -15,7 +15,7 @@ namespace {
 using supervisor::RuntimeFolder;
 using Words = std::vector<std::string>;
 
-constexpr std::array<const char*, 4> kFirstStartOnly = {"--config", "--config-at", "--place", "--preset"};
+constexpr std::array<const char*, 3> kFirstStartOnly = {"--config", "--place", "--preset"};
 
 bool isForFirstStart(const std::string& option)
 {

@@ -208,7 +208,7 @@ TEST(RestartArguments, leavesOutWhatTheCameraHasKeptSinceItsFirstStart)
 TEST(RestartArguments, keepsACameraMovable)
 {
     EXPECT_THAT(restartArguments({"a", "--preset", "Door"}), ElementsAre("--ptz", "a"));
-    EXPECT_THAT(restartArguments({"--ptz", "--place=Door=1,2,3", "a", "--config-at", "Door=a.xml", "--tour", "Door"}),
+    EXPECT_THAT(restartArguments({"--ptz", "--place=Door=1,2,3", "a", "--config", "a.xml", "--tour", "Door"}),
                 ElementsAre("--ptz", "a", "--tour", "Door"));
 }
 
