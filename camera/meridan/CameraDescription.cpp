@@ -148,6 +148,38 @@ void checkDots(std::string_view text, const std::string& origin)
     }
 }
 
+// How many bytes the character at the beginning of text has; 0: none stands there.
+std::size_t characterBytes(std::string_view text)
+{
+    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+    const std::size_t length = byte(0) < 0x80 ? 1 : byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
+    if ((byte(0) >= 0x80 && byte(0) < 0xC2) || byte(0) > 0xF4 || length > text.size()) {
+        return 0;
+    }
+    for (std::size_t index = 1; index < length; ++index) {
+        if ((byte(index) & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+// The parser reads outside of its memory when it reports a quoted text that is not UTF-8.
+void checkCharacters(std::string_view text, const std::string& origin)
+{
+    while (!text.empty()) {
+        const std::size_t length = characterBytes(text);
+        const bool surrogate = length == 3 && text[0] == '\xED' && static_cast<unsigned char>(text[1]) > 0x9F;
+        const bool overlong = (length == 3 && text[0] == '\xE0' && static_cast<unsigned char>(text[1]) < 0xA0) ||
+                              (length == 4 && text[0] == '\xF0' && static_cast<unsigned char>(text[1]) < 0x90);
+        const bool beyond = length == 4 && text[0] == '\xF4' && static_cast<unsigned char>(text[1]) > 0x8F;
+        if (length == 0 || surrogate || overlong || beyond) {
+            throw std::invalid_argument(origin + ": is not UTF-8");
+        }
+        text.remove_prefix(length);
+    }
+}
+
 std::string firstLine(const std::string& message)
 {
     std::string line = message.substr(0, message.find('\n'));
@@ -163,6 +195,7 @@ toml::value parsed(std::string_view text, const std::string& origin)
         throw std::invalid_argument(origin + ": a description has at most " + std::to_string(kLargestDescription) +
                                     " bytes");
     }
+    checkCharacters(text, origin);
     checkNesting(text, origin);
     checkDots(text, origin);
     try {

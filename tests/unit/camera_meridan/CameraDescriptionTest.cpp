@@ -151,6 +151,22 @@ TEST(CameraDescription, readsTheModelsThatComeWithTheCamera)
     EXPECT_GE(fixed.optics.angleOfView(100) / 1000.0, fixed.sceneAngleDegrees) << "it sees the whole picture";
 }
 
+TEST(CameraDescription, refusesTextThatIsNotUtf8)
+{
+    for (const std::string text :
+         {"\xFF", "model = '\xC0\x80'", "'\xED\xA0\x80' = 1", "1.'\xE2\x82'\n", "# \xF4\x90\x80\x80", "\x80",
+          "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xF5\x80\x80\x80"}) {
+        try {
+            parseDescription(text, "bytes.toml");
+            FAIL() << "taken: " << text;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_STREQ(error.what(), "bytes.toml: is not UTF-8");
+        }
+    }
+    EXPECT_EQ(parseDescription("model = 'Türme \xE2\x82\xAC \xF0\x9F\x8E\xA5'", "x.toml").model,
+              "Türme \xE2\x82\xAC \xF0\x9F\x8E\xA5");
+}
+
 TEST(CameraDescription, isFoundByNameBesideTheProgramOrByPath)
 {
     const TemporaryFolder folder;
