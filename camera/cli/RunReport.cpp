@@ -143,10 +143,18 @@ void RunReport::rulesSummary(std::vector<std::string>& lines) const
     }
     for (std::size_t i = 0; i < switches.size();) {
         const double second = switches[i].second;
-        std::string active;
+        // What an engine lost again before the next frame was never active for one.
+        std::vector<const Switch*> last;
         for (; i < switches.size() && switches[i].second == second; ++i) {
-            if (!switches[i].key.empty()) {
-                active += (active.empty() ? "" : ", ") + printable(switches[i].key);
+            const Switch& now = switches[i];
+            const auto same = [&](const Switch* each) { return each->engine == now.engine; };
+            const auto earlier = std::find_if(last.begin(), last.end(), same);
+            earlier == last.end() ? last.push_back(&now) : void(*earlier = &now);
+        }
+        std::string active;
+        for (const Switch* each : last) {
+            if (!each->key.empty()) {
+                active += (active.empty() ? "" : ", ") + printable(each->key);
             }
         }
         lines.push_back(summaryLine(label, "from " + oneDecimal(second) + " s  " +

@@ -4,6 +4,7 @@
 #include "camera/cli/ConfigurationFile.h"
 #include "camera/cli/PluginPath.h"
 #include "camera/meridan/PositioningUnit.h"
+#include "camera/ravel/ControlThread.h"
 
 #include <chrono>
 #include <cmath>
@@ -80,6 +81,7 @@ void Scenario::startTour(device::Device& device) const
     }
     requireDone(unit.createTour(tour));
     requireDone(unit.startTour(kTourName, {"the command line", meridan::kOperatorPriority}));
+    device.control().drain(); // the first frame already comes from a camera on its way
 }
 
 } // namespace camera::pipeline

@@ -44,6 +44,20 @@ TEST(RunReportTest, saysWhichRulesWereActiveFromWhen)
     EXPECT_THAT(lines, Contains(summaryLine("", "from 4.0 s  MotionYard, Simple")));
 }
 
+TEST(RunReportTest, rulesThatAreLostBeforeTheNextFrameWereNotActive)
+{
+    RunReport report;
+    report.time(kStart);
+    report.rulesSwitched("Motion", "MotionGate");
+    report.rulesSwitched("Simple", "Simple");
+    report.rulesSwitched("Motion", "");
+    report.rulesSwitched("Simple", "");
+    report.time(after(2));
+    report.rulesSwitched("Motion", "MotionYard");
+    EXPECT_THAT(report.summary(), Contains(summaryLine("rules", "from 0.0 s  none, the camera moves")));
+    EXPECT_THAT(report.summary(), Contains(summaryLine("", "from 2.0 s  MotionYard")));
+}
+
 TEST(RunReportTest, rulesThatAreGivenAgainAreNoSwitch)
 {
     RunReport report;

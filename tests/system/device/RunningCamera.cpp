@@ -1,0 +1,124 @@
+#include "RunningCamera.h"
+
+#include "unit/camera_video/TemporaryFolder.h"
+
+#include <json/reader.h>
+#include <sstream>
+#include <utility>
+
+namespace camera::system_tests {
+
+namespace {
+
+Words runWords(const std::string& state, Words arguments)
+{
+    Words words = cameraWords({"run"});
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    words.insert(words.end(), {"--state", state});
+    return words;
+}
+
+} // namespace
+
+Json::Value parsedJson(const std::string& text)
+{
+    Json::Value value;
+    std::string problem;
+    std::istringstream in(text);
+    return Json::parseFromStream(Json::CharReaderBuilder(), in, &value, &problem) ? value : Json::Value();
+}
+
+RunningCamera::RunningCamera(const std::string& state, Words arguments)
+    : _state(state), _process(runWords(state, std::move(arguments)), state + ".out", state + ".err")
+{
+}
+
+Words RunningCamera::wordsFor(Words words) const
+{
+    words.insert(words.end(), {"--camera", _state});
+    return words;
+}
+
+bool RunningCamera::serves()
+{
+    return eventually([this] {
+               const Json::Value now = status();
+               return !runs() || (now["pipeline"]["frames"].asUInt64() > 0 && !now["metadata"].isMember("error"));
+           }) &&
+           runs();
+}
+
+Finished RunningCamera::command(Words words) const
+{
+    return camera(wordsFor(std::move(words)));
+}
+
+std::unique_ptr<Background> RunningCamera::follow(Words words, const std::string& file) const
+{
+    return std::make_unique<Background>(cameraWords(wordsFor(std::move(words))), file);
+}
+
+Json::Value RunningCamera::status() const
+{
+    return parsedJson(command({"status", "--json"}).out);
+}
+
+std::string RunningCamera::key(const std::string& engine) const
+{
+    for (const Json::Value& each : status()["pipeline"]["engines"]) {
+        if (each["name"].asString() == engine) {
+            return each["key"].asString();
+        }
+    }
+    return "(no engine " + engine + ")";
+}
+
+std::string RunningCamera::preset() const
+{
+    return status()["position"]["preset"].asString();
+}
+
+bool RunningCamera::waitForKey(const std::string& engine, const std::string& key) const
+{
+    return eventually([&] { return this->key(engine) == key; });
+}
+
+bool RunningCamera::waitForFrames(unsigned long long more) const
+{
+    const auto frames = [this] { return status()["pipeline"]["frames"].asUInt64(); };
+    const auto enough = frames() + more;
+    return eventually([&] { return frames() >= enough; });
+}
+
+pid_t RunningCamera::process(const std::string& name) const
+{
+    for (const Json::Value& each : status()["supervisor"]["processes"]) {
+        if (each["name"].asString() == name) {
+            return each["pid"].asInt();
+        }
+    }
+    return 0;
+}
+
+std::string RunningCamera::address() const
+{
+    return status()["supervisor"]["address"].asString();
+}
+
+std::optional<int> RunningCamera::end(int signal)
+{
+    _process.signal(signal);
+    return _process.exitCode();
+}
+
+std::string RunningCamera::out() const
+{
+    return video::TemporaryFolder::read(_state + ".out");
+}
+
+std::string RunningCamera::err() const
+{
+    return video::TemporaryFolder::read(_state + ".err");
+}
+
+} // namespace camera::system_tests

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Background.h"
+
+#include <json/value.h>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace camera::system_tests {
+
+/// A virtual camera as a user starts it, with its own state folder, and its other commands.
+class RunningCamera {
+public:
+    /// `camera run` with these arguments. @param state  also the name of the files beside it that take the outputs.
+    RunningCamera(const std::string& state, Words arguments);
+
+    /// Whether the pipeline got frames and the services answer.
+    bool serves();
+
+    /// `camera WORDS --camera STATE`, to its end.
+    Finished command(Words words) const;
+
+    /// The same words as a process that follows the camera; its output is in the file.
+    std::unique_ptr<Background> follow(Words words, const std::string& file) const;
+
+    /// `camera status --json`; null while it does not answer.
+    Json::Value status() const;
+    std::string key(const std::string& engine) const;
+    std::string preset() const;
+    bool waitForKey(const std::string& engine, const std::string& key) const;
+
+    /// Whether so many more frames came.
+    bool waitForFrames(unsigned long long more) const;
+
+    /// The process of that name; 0: none.
+    pid_t process(const std::string& name) const;
+    std::string address() const;
+
+    /// Ends it and gives its exit code.
+    std::optional<int> end(int signal);
+
+    bool runs() { return _process.runs(); }
+    std::string out() const;
+    std::string err() const;
+
+private:
+    Words wordsFor(Words words) const;
+
+    std::string _state;
+    Background _process;
+};
+
+Json::Value parsedJson(const std::string& text);
+
+} // namespace camera::system_tests
