@@ -308,7 +308,11 @@ private:
 TEST_F(DeviceServicesTest, oneThatSleepsAtTheStartIsFoundWhenItWakes)
 {
     SleepingService sleeping(bus.address(), service::kDayNight);
+    rotate.state.manner = Manner::never;
+    rotate.start();
     watch(50ms);
+    ASSERT_TRUE(becomes(service::kRotate, kMain));
+    EXPECT_EQ(askAngle(), Status::kUnavailable) << "given up later than the look-up";
     EXPECT_EQ(ids(service::kDayNight), std::nullopt);
     sleeping.wake();
     EXPECT_TRUE(becomes(service::kDayNight, kMain));
