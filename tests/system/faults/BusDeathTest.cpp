@@ -1,0 +1,153 @@
+// The bus daemon dies and comes back: frames never stop, names, configurations and events are there again.
+#include "FaultTest.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace camera::fault_tests {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr const char* kServed[] = {service::kAnalytics, service::kPositioning,      service::kPipeline,
+                                   service::kServices,  service::kDayNight,         service::kWindowBlanking,
+                                   service::kRotate,    service::kMetadataStreamer, service::kConfiguration};
+
+class BusDeathTest : public FaultTest {
+protected:
+    static bool isStored(Client& by, const std::string& rule)
+    {
+        const auto [result, failed] = by.ask<std::int32_t, std::uint8_t>(service::kAnalytics, "setConfiguration",
+                                                                         system_tests::simpleConfiguration(rule));
+        if (result != 0 || failed != 0) {
+            return false;
+        }
+        const auto [rules] = by.ask<std::vector<std::string>>(service::kAnalytics, "getCurrentRules");
+        return rules.size() == 1 && rules[0].find("\"" + rule + "\"") != std::string::npos;
+    }
+
+    static bool eventsReach(const Client& subscriber)
+    {
+        const std::uint64_t before = subscriber.events();
+        return eventually([&] { return subscriber.events() > before; });
+    }
+
+    static bool allNamesAreServed(Client& by)
+    {
+        return eventually([&] {
+            return std::all_of(std::begin(kServed), std::end(kServed),
+                               [&](const char* name) { return by.isServed(name); });
+        });
+    }
+
+    // One document for each frame, written without the bus.
+    std::size_t documentsWritten() const { return occurrences(contentOf(path("m.xml")), "<tt:MetadataStream"); }
+
+    bool framesGoOnWithoutTheBus()
+    {
+        const std::size_t before = documentsWritten();
+        return eventually([&] { return documentsWritten() > before + 25; });
+    }
+};
+
+TEST_F(BusDeathTest, framesGoOnWhileThereIsNoBusAndEverythingComesBackWithIt)
+{
+    startServices();
+    startPipeline({"--metadata", path("m.xml")});
+    ASSERT_TRUE(isStored(client, "Before"));
+    ASSERT_TRUE(eventsReach(client)) << log();
+    ASSERT_TRUE(everythingReachesThePlugin());
+    for (int round = 0; round < 3; ++round) {
+        const std::uint64_t frames = client.frames();
+        const pid_t process = client.status()["pid"].asInt();
+        const std::uint64_t sessions = client.sessions();
+        bus.kill();
+        EXPECT_TRUE(framesGoOnWithoutTheBus());
+        bus.start();
+        ASSERT_TRUE(eventually([&] { return client.sessions() > sessions; }));
+        ASSERT_TRUE(allNamesAreServed(client)) << log();
+        ASSERT_TRUE(eventually([&] { return client.frames() >= frames + 25; }));
+        EXPECT_EQ(process, client.status()["pid"].asInt());
+        EXPECT_TRUE(isStored(client, "Round" + std::to_string(round)));
+        EXPECT_TRUE(eventsReach(client)) << log();
+        EXPECT_TRUE(everythingReachesThePlugin()) << log();
+    }
+    EXPECT_EQ(0, client.status()["framesFailed"].asInt());
+    EXPECT_EQ(0, client.status()["controlFailures"].asInt());
+    EXPECT_EQ(0, pipeline->end());
+    EXPECT_EQ(0, services->end());
+}
+
+// A whole camera, whose supervisor starts the daemon again.
+class SupervisedBusDeathTest : public BusDeathTest {
+protected:
+    void SetUp() override
+    {
+        camera.emplace(Words{CAMERA_PROGRAM, "run", kLively, "--state", path("state"), "--metadata", path("m.xml")},
+                       path("camera.log"), SIGTERM);
+        ASSERT_TRUE(eventually([this] { return !address().empty() || !camera->runs(); }));
+        owner.emplace(address());
+        ASSERT_TRUE(eventually([this] { return owner->frames() > 0; })) << camera->output();
+    }
+
+    std::string address() const
+    {
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(path("rt"))) {
+            if (entry.path().filename() == "address") {
+                const std::string text = contentOf(entry.path());
+                return text.substr(0, text.find('\n'));
+            }
+        }
+        return "";
+    }
+
+    Json::Value process(const std::string& name)
+    {
+        try {
+            const auto [text] = owner->ask<std::string>(service::kSupervisor, "status");
+            const Json::Value status = parsedJson(text);
+            for (const Json::Value& each : status["processes"]) {
+                if (each["name"].asString() == name) {
+                    return each;
+                }
+            }
+        } catch (const sdbus::Error&) {
+        }
+        return {};
+    }
+
+    std::optional<Child> camera;
+    std::optional<Client> owner;
+};
+
+TEST_F(SupervisedBusDeathTest, theSupervisorStartsTheDaemonAgainAndNobodyElse)
+{
+    ASSERT_TRUE(isStored(*owner, "Before"));
+    ASSERT_TRUE(eventsReach(*owner));
+    for (int round = 1; round <= 2; ++round) {
+        const std::uint64_t frames = owner->frames();
+        const pid_t pipelineProcess = owner->status()["pid"].asInt();
+        const std::uint64_t sessions = owner->sessions();
+        const pid_t daemon = process("dbus-daemon")["pid"].asInt();
+        ASSERT_GT(daemon, 1);
+        ASSERT_EQ(0, ::kill(daemon, SIGKILL));
+        ASSERT_TRUE(eventually([&] { return owner->sessions() > sessions; })) << camera->output();
+        ASSERT_TRUE(allNamesAreServed(*owner)) << camera->output();
+        ASSERT_TRUE(eventually([&] { return process("dbus-daemon")["restarts"].asInt() == round; }));
+        EXPECT_EQ("signal 9 (Killed)", process("dbus-daemon")["lastExit"].asString());
+        EXPECT_EQ(0, process("camera-pipeline")["restarts"].asInt());
+        EXPECT_EQ(0, process("camera-services")["restarts"].asInt());
+        EXPECT_EQ(pipelineProcess, owner->status()["pid"].asInt());
+        ASSERT_TRUE(eventually([&] { return owner->frames() >= frames + 25; }));
+        EXPECT_TRUE(framesGoOnWithoutTheBus());
+        EXPECT_TRUE(isStored(*owner, "Round" + std::to_string(round)));
+        EXPECT_TRUE(eventsReach(*owner));
+    }
+    EXPECT_THAT(camera->output(), HasSubstr("dbus-daemon ended by signal 9 (Killed); starting it again"));
+    owner.reset();
+    EXPECT_EQ(0, camera->end()) << camera->output();
+    EXPECT_EQ("", address());
+}
+
+} // namespace
+} // namespace camera::fault_tests
