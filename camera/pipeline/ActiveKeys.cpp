@@ -11,6 +11,7 @@ namespace {
 
 const std::string kKeyLine = "getActiveSettingsKey: getSettingsKey :";
 const std::string kSwitchLine = "reconfigure:clearing all rules for ";
+const std::string kGivenLine = "activateRuleSet:reconfig with key ";
 
 bool startsWith(const std::string& text, const std::string& beginning)
 {
@@ -36,6 +37,31 @@ void ActiveKeys::line(const std::string& text)
         _lastKey = text.substr(kKeyLine.size(), text.size() - kKeyLine.size() - 1);
     } else if (startsWith(text, kSwitchLine)) {
         switched(text.substr(kSwitchLine.size()));
+    } else if (startsWith(text, kGivenLine)) {
+        given(text.substr(kGivenLine.size()));
+    }
+}
+
+// A configuration that was stored for where the camera stands is active without a switch. The engine's name begins
+// its key; of two such names the longer one is meant.
+void ActiveKeys::given(const std::string& key)
+{
+    Active active;
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        Active* owner = nullptr;
+        for (Active& each : _active) {
+            const bool longer = owner == nullptr || each.engine.size() > owner->engine.size();
+            owner = startsWith(key, each.engine) && longer ? &each : owner;
+        }
+        if (owner == nullptr || owner->key == key) {
+            return;
+        }
+        owner->key = key;
+        active = *owner;
+    }
+    if (_listener) {
+        _listener(active);
     }
 }
 

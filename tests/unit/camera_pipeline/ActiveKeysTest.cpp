@@ -46,6 +46,23 @@ TEST_F(ActiveKeysTest, aKeyCountsOnceTheEngineIsSwitchedOver)
     EXPECT_EQ(textOf(keys.now()[1]), "Simple=");
 }
 
+TEST_F(ActiveKeysTest, whatIsStoredWhereTheCameraStandsIsActiveWithoutASwitch)
+{
+    ActiveKeys keys([this](const ActiveKeys::Active& active) { switches.push_back(textOf(active)); });
+    for (const char* engine : {"Motion", "MotionPlus"}) {
+        key(std::string(engine) + "Gate");
+        cleared(engine);
+    }
+    switches.clear();
+    say("activateRuleSet:reconfig with key MotionYard");
+    say("activateRuleSet:reconfig with key MotionYard");
+    say("activateRuleSet:reconfig with key MotionPlusYard");
+    say("activateRuleSet:reconfig with key Nobody");
+    EXPECT_THAT(switches, ElementsAre("Motion=MotionYard", "MotionPlus=MotionPlusYard"));
+    EXPECT_EQ(textOf(keys.now()[0]), "Motion=MotionYard");
+    EXPECT_EQ(textOf(keys.now()[1]), "MotionPlus=MotionPlusYard");
+}
+
 TEST_F(ActiveKeysTest, questionsAndOtherLinesDoNotCount)
 {
     ActiveKeys keys([this](const ActiveKeys::Active& active) { switches.push_back(textOf(active)); });
