@@ -12,6 +12,8 @@ namespace camera::system_tests {
 // Objects come and go all the time; small, so that a live run is light.
 inline const std::string kLively = "scene:size=320x180,fps=30,objects=2,enter=15,frames=0,noise=1";
 
+// A configuration of "Motion" with this preset is active where a PTZ camera stands at none.
+inline constexpr char kAwayFromPresets[] = "ZintuInternalSimpleAnalyticsPreset";
 inline constexpr char kMotionDefaultKey[] = "MotionZintuInternalSimpleAnalyticsPreset";
 
 /// A line of the engine that writes down what it is told: a frame.

@@ -65,7 +65,8 @@ Json::Value RunningCamera::status() const
 
 std::string RunningCamera::key(const std::string& engine) const
 {
-    for (const Json::Value& each : status()["pipeline"]["engines"]) {
+    const Json::Value now = status();
+    for (const Json::Value& each : now["pipeline"]["engines"]) {
         if (each["name"].asString() == engine) {
             return each["key"].asString();
         }
@@ -92,7 +93,8 @@ bool RunningCamera::waitForFrames(unsigned long long more) const
 
 pid_t RunningCamera::process(const std::string& name) const
 {
-    for (const Json::Value& each : status()["supervisor"]["processes"]) {
+    const Json::Value now = status();
+    for (const Json::Value& each : now["supervisor"]["processes"]) {
         if (each["name"].asString() == name) {
             return each["pid"].asInt();
         }

@@ -1,0 +1,63 @@
+#include "DeviceTest.h"
+
+#include <csignal>
+
+namespace camera::system_tests {
+namespace {
+
+using testing::HasSubstr;
+
+class DayNightTest : public DeviceTest {
+protected:
+    static unsigned long long events(const RunningCamera& camera)
+    {
+        return camera.status()["pipeline"]["events"].asUInt64();
+    }
+};
+
+TEST_F(DayNightTest, suspendsEveryRuleWhileTheFilterMovesAndBringsThoseOfThePositionBack)
+{
+    RunningCamera camera(state(), {kLively, "--config", simple("Anything"), "--config", motion("Door rule", "Door"),
+                                   "--place", "Door=0,0,1", "--preset", "Door"});
+    ASSERT_TRUE(camera.serves()) << camera.err();
+    const auto follower = camera.follow({"events", "--json"}, path("events"));
+    ASSERT_TRUE(camera.waitForKey("Motion", "MotionDoor")) << camera.err();
+    EXPECT_EQ("Simple", camera.key("Simple"));
+    ASSERT_TRUE(eventually([&] { return count(read(path("events")), "Door rule") > 0; })) << camera.out();
+
+    const Finished begun = camera.command({"daynight", "begin"});
+    ASSERT_EQ(0, begun.exitCode) << begun.err;
+    EXPECT_TRUE(camera.waitForKey("Motion", ""));
+    EXPECT_TRUE(camera.waitForKey("Simple", ""));
+    const auto before = events(camera);
+    // In as many frames this scene raises several events.
+    ASSERT_TRUE(camera.waitForFrames(90));
+    EXPECT_EQ(before, events(camera)) << camera.out();
+    EXPECT_EQ("Door", camera.preset());
+
+    ASSERT_EQ(0, camera.command({"daynight", "end"}).exitCode);
+    EXPECT_TRUE(camera.waitForKey("Motion", "MotionDoor"));
+    EXPECT_TRUE(camera.waitForKey("Simple", "Simple"));
+    EXPECT_TRUE(eventually([&] { return events(camera) > before; })) << camera.out();
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
+}
+
+TEST_F(DayNightTest, storesWhatComesWhileTheFilterMovesAndActivatesItAfterwards)
+{
+    RunningCamera camera(state(), {kLively, "--place", "Door=0,0,1", "--preset", "Door"});
+    ASSERT_TRUE(camera.serves()) << camera.err();
+    ASSERT_TRUE(camera.waitForKey("Motion", "MotionDoor"));
+    ASSERT_EQ(0, camera.command({"daynight", "begin"}).exitCode);
+    ASSERT_TRUE(camera.waitForKey("Motion", ""));
+
+    const Finished set = camera.command({"config", "set", motion("Late")});
+    EXPECT_EQ(0, set.exitCode) << set.err;
+    EXPECT_EQ("", camera.key("Motion"));
+    ASSERT_EQ(0, camera.command({"daynight", "end"}).exitCode);
+    EXPECT_TRUE(camera.waitForKey("Motion", "MotionDoor"));
+    EXPECT_THAT(camera.command({"rules", "list"}).out, HasSubstr("Late"));
+    EXPECT_EQ(0, camera.end(SIGTERM)) << camera.err();
+}
+
+} // namespace
+} // namespace camera::system_tests
