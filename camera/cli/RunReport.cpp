@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <utility>
 
 namespace camera::cli {
 
@@ -35,6 +36,7 @@ void RunReport::frame(bool analysed, std::chrono::nanoseconds took)
     ++frames;
     failed += analysed ? 0 : 1;
     longest = std::max(longest, took);
+    longestLately = std::max(longestLately, took);
     ++windowFrames;
     const auto now = std::chrono::steady_clock::now();
     const double window = std::chrono::duration<double>(now - windowStart).count();
@@ -72,6 +74,12 @@ RunReport::Now RunReport::now() const
     const std::lock_guard<std::mutex> lock(mutex);
     const double rate = windowRate > 0 ? windowRate : static_cast<double>(frames) / seconds();
     return {frames, rate, std::chrono::duration<double, std::milli>(longest).count()};
+}
+
+double RunReport::takeLongestFrameMilliseconds()
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return std::chrono::duration<double, std::milli>(std::exchange(longestLately, std::chrono::nanoseconds(0))).count();
 }
 
 void RunReport::drawing(const video::Drawing& drawing)

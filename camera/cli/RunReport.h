@@ -36,6 +36,9 @@ public:
         double longestFrameMilliseconds = 0;
     };
     Now now() const;
+
+    /// How long the plug-in had a frame at most since this was last asked, or since the start.
+    double takeLongestFrameMilliseconds();
     void drawing(const video::Drawing& drawing);
     void event(const ravel::Event& event);
 
@@ -69,6 +72,7 @@ private:
     std::deque<Switch> switches; ///< the last ones
     std::uint64_t switchCount = 0;
     std::chrono::nanoseconds longest{0};
+    std::chrono::nanoseconds longestLately{0};
     std::chrono::steady_clock::time_point windowStart;
     std::uint64_t windowFrames = 0;
     double windowRate = 0;

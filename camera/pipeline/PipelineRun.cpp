@@ -263,7 +263,7 @@ private:
         return device->positioning().moving() ? "moving" : "at no preset";
     }
 
-    std::string statusJson() const
+    std::string statusJson()
     {
         const int orientation = services ? static_cast<int>(services->orientation()) : options.orientation;
         const PipelineStatus status{*device,

@@ -54,6 +54,7 @@ std::string PipelineStatus::json() const
     value["framesFailed"] = static_cast<Json::UInt64>(statistics.framesFailed);
     value["framesPerSecond"] = now.framesPerSecond;
     value["longestFrameMs"] = now.longestFrameMilliseconds;
+    value["longestFrameMsLately"] = report.takeLongestFrameMilliseconds();
     value["events"] = static_cast<Json::UInt64>(statistics.events);
     value["eventsDropped"] = static_cast<Json::UInt64>(statistics.eventsDropped);
     value["documents"] = static_cast<Json::UInt64>(statistics.documents);

@@ -9,10 +9,10 @@
 
 namespace camera::pipeline {
 
-/// How the pipeline process does, as a JSON object for people and programs. Reads only what is thread-safe.
+/// How the pipeline process does, as a JSON object for people and programs. Uses only what is thread-safe.
 struct PipelineStatus {
     device::Device& device;
-    const cli::RunReport& report;
+    cli::RunReport& report;
     const ActiveKeys& keys;
     std::string input;
     int orientation = 0;

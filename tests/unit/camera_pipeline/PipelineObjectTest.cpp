@@ -135,6 +135,8 @@ TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
     EXPECT_EQ(value["framesFailed"].asUInt64(), 1u);
     EXPECT_GT(value["framesPerSecond"].asDouble(), 0.0);
     EXPECT_EQ(value["longestFrameMs"].asDouble(), 9.0);
+    EXPECT_EQ(value["longestFrameMsLately"].asDouble(), 9.0);
+    EXPECT_EQ(status()["longestFrameMsLately"].asDouble(), 0.0) << "no frame since";
     EXPECT_EQ(value["events"].asUInt64(), 1u);
     EXPECT_EQ(value["eventsDropped"].asUInt64(), 0u);
     EXPECT_EQ(value["documents"].asUInt64(), device->statistics().documents);

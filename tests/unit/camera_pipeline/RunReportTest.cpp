@@ -118,6 +118,11 @@ TEST(RunReportTest, tellsHowItDoesNow)
     report.frame(true, std::chrono::microseconds(500));
     EXPECT_EQ(report.now().frames, 3u);
     EXPECT_EQ(report.now().longestFrameMilliseconds, 8.0);
+    EXPECT_EQ(report.takeLongestFrameMilliseconds(), 8.0);
+    report.frame(true, std::chrono::milliseconds(2));
+    EXPECT_EQ(report.takeLongestFrameMilliseconds(), 2.0);
+    EXPECT_EQ(report.takeLongestFrameMilliseconds(), 0.0);
+    EXPECT_EQ(report.now().longestFrameMilliseconds, 8.0);
     EXPECT_GT(report.now().framesPerSecond, 0.0);
 }
 
