@@ -169,6 +169,10 @@ void Device::Impl::setUpPositioning()
         throw std::invalid_argument("preset '" + ptz.arriveAt + "' is beyond what the camera '" +
                                     ptz.description.model + "' can reach");
     }
+    // A start after a crash is not given it again.
+    if (ptz.keepState && (!ptz.presets.empty() || !ptz.arriveAt.empty())) {
+        storePositioning();
+    }
 }
 
 void Device::Impl::loadPositioning()

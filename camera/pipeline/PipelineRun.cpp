@@ -103,7 +103,8 @@ private:
         wanted.metadataFile = options.metadata;
         if (options.camera.ptz) {
             wanted.ptz = Scenario::positioning(options);
-            wanted.ptz->keepState = state.kept() && !given.temporaryState;
+            wanted.ptz->keepState =
+                state.kept(); // also in a folder that goes with the camera: this process may be restarted
         }
         if (!given.bus.empty()) {
             wanted.servicesElsewhere = [this](ravel::Environment& environment) {

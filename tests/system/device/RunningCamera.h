@@ -40,6 +40,7 @@ public:
     /// Ends it and gives its exit code.
     std::optional<int> end(int signal);
 
+    pid_t id() const { return _process.id(); }
     bool runs() { return _process.runs(); }
     std::string out() const;
     std::string err() const;

@@ -1,0 +1,103 @@
+#include "DeviceTest.h"
+#include "support/TestBus.h"
+
+#include <csignal>
+
+namespace camera::system_tests {
+namespace {
+
+using testing::HasSubstr;
+
+// The programs without the one that starts them: on a bus that somebody else runs.
+class StartedAloneTest : public DeviceTest {
+protected:
+    void SetUp() override
+    {
+        if (run({"busctl", "--version"}).exitCode != 0) {
+            GTEST_SKIP() << "busctl is missing";
+        }
+    }
+
+    Finished call(const std::string& service, const Words& method) const
+    {
+        const std::string name = "ravel." + service;
+        Words words = {
+            "busctl", "--address=" + bus.address(), "--json=short", "call", name, "/ravel/" + service + "/main", name};
+        words.insert(words.end(), method.begin(), method.end());
+        return run(words);
+    }
+
+    bool answers(const std::string& service, const Words& method) const
+    {
+        return eventually([&] { return call(service, method).exitCode == 0; });
+    }
+
+    bool serves(const std::string& service) const
+    {
+        return run({"busctl", "--address=" + bus.address(), "status", "ravel." + service}).exitCode == 0;
+    }
+
+    Words services() const { return {SERVICES_PROGRAM, "--bus", bus.address(), "--state", path("services-state")}; }
+    Words pipeline() const
+    {
+        return {PIPELINE_PROGRAM, kLively, "--bus", bus.address(), "--state", state(), "--engine", JOURNAL_ENGINE};
+    }
+
+    test_support::TestBus bus;
+};
+
+TEST_F(StartedAloneTest, theServicesServeWithoutAPipeline)
+{
+    Background process(services(), path("services"));
+    ASSERT_TRUE(answers("rotate", {"setAngle", "u", "180"})) << read(path("services"));
+    EXPECT_EQ("{\"type\":\"u\",\"data\":[180]}\n", call("rotate", {"getAngle"}).out);
+    for (const std::string service :
+         {"day_night", "window_blanking", "onvif_metadata_streamer", "configuration", "services"}) {
+        EXPECT_TRUE(eventually([&] { return serves(service); })) << service;
+    }
+    EXPECT_FALSE(serves("pipeline"));
+    process.signal(SIGTERM);
+    EXPECT_EQ(0, process.exitCode()) << read(path("services"));
+    EXPECT_FALSE(serves("rotate"));
+    EXPECT_THAT(leftBehind(), testing::IsEmpty());
+}
+
+TEST_F(StartedAloneTest, thePipelineServesWithoutServicesAndFindsThemWhenItStartsAfterThem)
+{
+    {
+        Background alone(pipeline(), path("pipeline"));
+        ASSERT_TRUE(answers("pipeline", {"status"})) << read(path("pipeline"));
+        EXPECT_TRUE(answers("onvif_analytic_service", {"getSupportedRules"}));
+        EXPECT_FALSE(serves("rotate"));
+        alone.signal(SIGINT);
+        EXPECT_EQ(0, alone.exitCode()) << read(path("pipeline"));
+        EXPECT_FALSE(serves("pipeline"));
+    }
+    Background beside(services(), path("services"));
+    ASSERT_TRUE(answers("rotate", {"setAngle", "u", "180"})) << read(path("services"));
+    std::filesystem::remove(path("journal"));
+    Background process(pipeline(), path("pipeline"));
+    ASSERT_TRUE(answers("pipeline", {"status"})) << read(path("pipeline"));
+    EXPECT_TRUE(eventually([&] { return journal("orientation") == std::vector<std::string>{"180"}; }))
+        << testing::PrintToString(journal("orientation"));
+    process.signal(SIGTERM);
+    EXPECT_EQ(0, process.exitCode()) << read(path("pipeline"));
+}
+
+TEST_F(StartedAloneTest, aPipelineNeedsNoBus)
+{
+    Words words = {PIPELINE_PROGRAM, "scene:size=64x64,frames=5", "--speed", "max"};
+    const Finished done = run(words);
+    EXPECT_EQ(0, done.exitCode) << done.err;
+    EXPECT_THAT(done.out, HasSubstr("  frames    5 in "));
+}
+
+TEST_F(StartedAloneTest, theServicesSayWhatTheyNeed)
+{
+    const Finished done = run({SERVICES_PROGRAM, "--state", state()});
+    EXPECT_EQ(2, done.exitCode);
+    EXPECT_THAT(done.err, HasSubstr("--bus ADDRESS is missing"));
+}
+
+} // namespace
+} // namespace camera::system_tests
