@@ -4,7 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <system_error>
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -32,6 +40,29 @@ TEST(AddressTest, onlyWhereNobodyListensItIsAnError)
     EXPECT_NO_THROW(requireListener("tcp:host=nowhere,port=1"));
     bus.start();
     EXPECT_NO_THROW(requireListener(bus.address()));
+}
+
+TEST(AddressTest, aListenerWhoseQueueIsFullIsOne)
+{
+    char folder[] = "/tmp/address-test-XXXXXX";
+    ASSERT_NE(::mkdtemp(folder), nullptr);
+    const std::string path = std::string(folder) + "/bus";
+    sockaddr_un name{};
+    name.sun_family = AF_UNIX;
+    path.copy(name.sun_path, sizeof name.sun_path - 1);
+    const auto* address = reinterpret_cast<const sockaddr*>(&name);
+    std::vector<int> sockets = {::socket(AF_UNIX, SOCK_STREAM, 0)};
+    ASSERT_EQ(::bind(sockets[0], address, sizeof name), 0);
+    ASSERT_EQ(::listen(sockets[0], 0), 0);
+    do { // nobody accepts
+        sockets.push_back(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0));
+    } while (sockets.size() < 100 && ::connect(sockets.back(), address, sizeof name) == 0);
+    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_NO_THROW(requireListener("unix:path=" + path));
+    for (const int socket : sockets) {
+        ::close(socket);
+    }
+    std::filesystem::remove_all(folder);
 }
 
 } // namespace

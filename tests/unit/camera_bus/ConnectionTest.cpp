@@ -41,6 +41,10 @@ public:
         _object->registerMethod("fail")
             .onInterface(interfaceName(kService))
             .implementedAs([](sdbus::Result<>&& result) { answer(result, [] { throw 5; }); });
+        _object->registerMethod("check")
+            .onInterface(interfaceName(kService))
+            .implementedAs(
+                [](sdbus::Result<>&& result) { answer(result, [] { checkedText("\xFF", "the greeting"); }); });
         _object->registerMethod("wait")
             .onInterface(interfaceName(kService))
             .implementedAs([this](sdbus::Result<>&& result) { _waiting = std::move(result); });
@@ -147,6 +151,7 @@ TEST_F(ConnectionTest, refusalsAndFailuresReachTheCallerWithNameAndText)
     };
     EXPECT_EQ(nameAndText("refuse"), "ravel.Error.Refused|not today");
     EXPECT_EQ(nameAndText("fail"), "ravel.Error.Failed|an exception of an unknown type");
+    EXPECT_EQ(nameAndText("check"), "ravel.Error.InvalidText|the greeting is not UTF-8 or holds a NUL byte");
     EXPECT_EQ(proxy->get()->say("still there"), "still there");
 }
 
@@ -159,6 +164,21 @@ TEST_F(ConnectionTest, aCallWaitsNoLongerThanItsPatience)
     } catch (const sdbus::Error&) {
     }
     EXPECT_EQ(proxy->get()->say("next"), "next");
+}
+
+// The bus library notices its own time-outs on a thread that has ended by then.
+TEST_F(ConnectionTest, aCallOverAConnectionThatWasStoppedIsGivenUp)
+{
+    startBoth();
+    const auto kept = proxy->get();
+    asking.stop();
+    try {
+        call<>(*kept->proxy, interfaceName(kService), "wait", 50ms);
+        FAIL() << "an answer that nobody could bring";
+    } catch (const sdbus::Error& error) {
+        EXPECT_EQ(error.getName(), "ravel.Error.Unavailable");
+        EXPECT_EQ(error.getMessage(), "ravel.echo does not answer");
+    }
 }
 
 TEST_F(ConnectionTest, bothSidesComeBackWhenTheBusDies)

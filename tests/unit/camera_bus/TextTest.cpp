@@ -24,6 +24,8 @@ TEST(TextTest, eachByteThatCannotBeSentIsReplaced)
         {"\x80", 1},
         {"\xC0\x80", 2},
         {"\xC1\xBF", 2},
+        {"\xC0\x80\x80\x80", 4},
+        {"\xC1\xBF\xBF\xBF", 4},
         {"\xC2", 1},
         {"\xE0\x9F\xBF", 3},
         {"\xED\xA0\x80", 3},
