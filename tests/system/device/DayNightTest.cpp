@@ -50,12 +50,16 @@ TEST_F(DayNightTest, storesWhatComesWhileTheFilterMovesAndActivatesItAfterwards)
     ASSERT_EQ(0, camera.command({"daynight", "begin"}).exitCode);
     ASSERT_TRUE(camera.waitForKey("Motion", ""));
 
-    const Finished set = camera.command({"config", "set", motion("Late")});
+    const Finished set = camera.command({"config", "set", motion("Late", "Door")});
     EXPECT_EQ(0, set.exitCode) << set.err;
     EXPECT_EQ("", camera.key("Motion"));
+    const auto follower = camera.follow({"events", "--json"}, path("events"));
+    ASSERT_TRUE(camera.waitForFrames(60));
+    EXPECT_EQ("", read(path("events")));
     ASSERT_EQ(0, camera.command({"daynight", "end"}).exitCode);
     EXPECT_TRUE(camera.waitForKey("Motion", "MotionDoor"));
-    EXPECT_THAT(camera.command({"rules", "list"}).out, HasSubstr("Late"));
+    EXPECT_THAT(camera.command({"config", "get"}).out, HasSubstr("Late"));
+    EXPECT_TRUE(eventually([&] { return count(read(path("events")), "Late") > 0; })) << camera.out();
     EXPECT_EQ(0, camera.end(SIGTERM)) << camera.err();
 }
 
