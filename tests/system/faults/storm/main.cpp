@@ -7,6 +7,7 @@
 #include "system/cli/Documents.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -24,6 +25,7 @@ constexpr unsigned long kClients = 4;
 struct Arguments {
     std::string programs;         ///< their folder
     unsigned long commands = 300; ///< of all users together
+    unsigned long deaths = 0;     ///< of the bus and of the services in turn, while the commands are given
     unsigned long frames = 0;     ///< with the services running, and as many without; 0: no such measurement
     unsigned long start = 1;      ///< of the random numbers
 };
@@ -58,15 +60,20 @@ public:
     explicit Camera(const std::string& programs)
     {
         std::ofstream(folder.path("simple.xml")) << system_tests::simpleConfiguration("Anything");
-        services.emplace(Words{programs + "/camera-services", "--bus", bus.address(), "--state", folder.path("state")},
-                         folder.path("services.log"), SIGKILL);
-        require([this] { return client.isServed(service::kServices); }, *services);
+        startServices(programs);
         pipeline.emplace(Words{programs + "/camera-pipeline",
                                "scene:size=320x180,fps=25,objects=3,enter=15,frames=0,noise=1", "--bus", bus.address(),
                                "--state", folder.path("state"), "--place", "Preset0=0,0,1", "--place", "Preset1=20,5,2",
                                "--config", folder.path("simple.xml")},
                          folder.path("pipeline.log"), SIGKILL);
         require([this] { return client.frames() > 0; }, *pipeline);
+    }
+
+    void startServices(const std::string& programs)
+    {
+        services.emplace(Words{programs + "/camera-services", "--bus", bus.address(), "--state", folder.path("state")},
+                         folder.path("services.log"), SIGKILL);
+        require([this] { return client.isServed(service::kServices); }, *services);
     }
 
     Folder folder;
@@ -84,22 +91,49 @@ private:
     }
 };
 
-Tally storm(const Camera& camera, const Arguments& arguments)
+// Each death waits until the camera does well after the one before. Returns how many there were before all users were
+// done.
+unsigned long letDie(Camera& camera, const Arguments& arguments, const std::atomic<unsigned long>& atWork)
+{
+    unsigned long death = 0;
+    for (; death < arguments.deaths && atWork > 0; ++death) {
+        if (death % 2 == 0) {
+            camera.bus.kill();
+            camera.bus.start();
+        } else {
+            camera.services->crash();
+            camera.startServices(arguments.programs);
+        }
+        std::uint64_t before = 0;
+        eventually([&] { return (before = camera.client.frames()) > 0 || !camera.pipeline->runs(); });
+        eventually([&] { return camera.client.frames() > before + 10 || !camera.pipeline->runs(); });
+    }
+    return death;
+}
+
+Tally storm(Camera& camera, const Arguments& arguments, unsigned long& deaths)
 {
     std::vector<std::unique_ptr<Visitor>> visitors;
     std::vector<std::thread> threads;
+    std::atomic<unsigned long> atWork{kClients};
     for (unsigned long i = 0; i < kClients; ++i) {
         visitors.push_back(std::make_unique<Visitor>(camera.bus.address(), arguments.start + i));
     }
     for (unsigned long i = 0; i < kClients; ++i) {
         const unsigned long share = (arguments.commands + i) / kClients;
-        threads.emplace_back([&visitor = *visitors[i], share] {
+        threads.emplace_back([&visitor = *visitors[i], share, &atWork, patient = arguments.deaths > 0] {
             eventually([&] { return visitor.connected(); });
             for (unsigned long command = 0; command < share; ++command) {
+                const std::uint64_t failed = visitor.tally().failed;
                 visitor.act();
+                if (patient && visitor.tally().failed > failed) {
+                    eventually([&] { return visitor.connected(); });
+                }
             }
+            --atWork;
         });
     }
+    deaths = letDie(camera, arguments, atWork);
     Tally all;
     for (unsigned long i = 0; i < kClients; ++i) {
         threads[i].join();
@@ -111,7 +145,8 @@ Tally storm(const Camera& camera, const Arguments& arguments)
 int runStorm(const Arguments& arguments)
 {
     Camera camera(arguments.programs);
-    const Tally tally = storm(camera, arguments);
+    unsigned long deaths = 0;
+    const Tally tally = storm(camera, arguments, deaths);
     const std::uint64_t before = camera.client.frames();
     const bool goesOn = eventually([&] { return camera.client.frames() > before + 10 || !camera.pipeline->runs(); }) &&
                         camera.pipeline->runs();
@@ -119,10 +154,11 @@ int runStorm(const Arguments& arguments)
     const int pipelineCode = camera.pipeline->end().value_or(-2);
     const int servicesCode = camera.services->end().value_or(-2);
     std::cout << "commands=" << tally.sent << " refused=" << tally.refused << " failed=" << tally.failed
-              << " frames=" << status["frames"].asUInt64() << " frames_failed=" << status["framesFailed"].asUInt64()
+              << " deaths=" << deaths << " frames=" << status["frames"].asUInt64()
+              << " frames_failed=" << status["framesFailed"].asUInt64()
               << " control_failures=" << status["controlFailures"].asUInt64() << " pipeline_exit=" << pipelineCode
               << " services_exit=" << servicesCode << std::endl;
-    const bool good = goesOn && tally.failed == 0 && status["framesFailed"].asUInt64() == 0 &&
+    const bool good = goesOn && (tally.failed == 0 || arguments.deaths > 0) && status["framesFailed"].asUInt64() == 0 &&
                       status["controlFailures"].asUInt64() == 0 && pipelineCode == 0 && servicesCode == 0;
     if (!good) {
         std::cerr << tally.firstFailure << "\n" << camera.pipeline->output() << camera.services->output();
@@ -171,6 +207,8 @@ Arguments parse(int argc, char** argv)
             arguments.programs = words[i + 1];
         } else if (words[i] == "--commands") {
             arguments.commands = std::strtoul(words[i + 1].c_str(), nullptr, 10);
+        } else if (words[i] == "--deaths") {
+            arguments.deaths = std::strtoul(words[i + 1].c_str(), nullptr, 10);
         } else if (words[i] == "--stopped-services") {
             arguments.frames = std::strtoul(words[i + 1].c_str(), nullptr, 10);
         } else if (words[i] == "--random") {
@@ -180,7 +218,8 @@ Arguments parse(int argc, char** argv)
         }
     }
     if (arguments.programs.empty() || words.size() % 2 != 0) {
-        throw std::runtime_error("usage: storm --programs DIR [--commands N] [--random N] [--stopped-services FRAMES]");
+        throw std::runtime_error(
+            "usage: storm --programs DIR [--commands N] [--deaths N] [--random N] [--stopped-services FRAMES]");
     }
     return arguments;
 }
