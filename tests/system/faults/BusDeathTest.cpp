@@ -78,6 +78,20 @@ TEST_F(BusDeathTest, framesGoOnWhileThereIsNoBusAndEverythingComesBackWithIt)
     EXPECT_EQ(0, services->end());
 }
 
+TEST_F(BusDeathTest, aPipelineWithoutABusAppearsOnceThereIsOne)
+{
+    bus.kill();
+    pipeline.emplace(Words{PIPELINE_PROGRAM, kLively, "--bus", bus.address(), "--state", path("state"), "-v", "-v",
+                           "--config", config},
+                     path("pipeline.log"), SIGKILL);
+    ASSERT_TRUE(eventually([this] { return lines(kNoDayNight) == 1 || !pipeline->runs(); }));
+    bus.start();
+    EXPECT_TRUE(framesGoOn()) << log();
+    startServices();
+    EXPECT_TRUE(documentsArrive()) << log();
+    EXPECT_TRUE(isStored(client, "Late"));
+}
+
 // A whole camera, whose supervisor starts the daemon again.
 class SupervisedBusDeathTest : public BusDeathTest {
 protected:

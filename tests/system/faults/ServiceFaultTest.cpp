@@ -218,6 +218,19 @@ TEST_F(ServiceFaultTest, losesTheDocumentsThatASlowOrFailingStreamerDoesNotTake)
     EXPECT_EQ(0, client.status()["framesFailed"].asInt());
 }
 
+TEST_F(ServiceFaultTest, startsWhileTheServicesAreStoppedAndFindsTheStreamerOnceTheyGoOn)
+{
+    startServices();
+    services->signal(SIGSTOP);
+    startPipeline();
+    EXPECT_EQ(1U, lines(kNoDayNight)) << log();
+    EXPECT_EQ(1U, lines(kNoBlanking));
+    EXPECT_EQ(1U, lines(kNoRotation));
+    EXPECT_TRUE(framesGoOn());
+    services->signal(SIGCONT);
+    EXPECT_TRUE(documentsArrive()) << log();
+}
+
 TEST_F(ServiceFaultTest, framesGoOnWhileTheServicesAreStopped)
 {
     startServices();
