@@ -167,6 +167,15 @@ TEST_F(FaultEffectsTest, aSlowRefusalIsARefusalAndASlowValueIsTheValue)
     EXPECT_EQ(std::get<1>(color), 128);
 }
 
+TEST_F(FaultEffectsTest, aSlowServiceDoesAtOnceWhatItAnswersLate)
+{
+    client.setFault(service::kRotate, "slow", 3600);
+    EXPECT_THROW(client.askWithin<>(1ms, service::kRotate, "setAngle", 270U), sdbus::Error);
+    EXPECT_THAT(client.journal.lines(1), ElementsAre("orientationChanged 270"));
+    client.setFault(service::kRotate, "off");
+    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 270U);
+}
+
 TEST_F(FaultEffectsTest, waitingAnswersGoWithTheBusAndNobodyWaitsForThem)
 {
     client.setFault(service::kDayNight, "slow", 3600);

@@ -71,10 +71,12 @@ protected:
                 return standin("services", "ravel.services", at, services);
             };
         }
-        options.pipeline = [this, pipeline](const RuntimeFolder& at, bool first) {
-            pipelineFirst.push_back(first);
-            return standin("pipeline", "ravel.pipeline", at, pipeline);
-        };
+        if (!ownPipeline) {
+            options.pipeline = [this, pipeline](const RuntimeFolder& at, bool first) {
+                pipelineFirst.push_back(first);
+                return standin("pipeline", "ravel.pipeline", at, pipeline);
+            };
+        }
         supervisor = std::make_unique<Supervisor>(
             options,
             [this](const std::string& line) {
@@ -157,6 +159,7 @@ protected:
     const Variable variable{"XDG_RUNTIME_DIR", folder.path / "x"};
     Supervisor::Options options;
     bool ownServices = false; ///< the test's options name other services than begin() does
+    bool ownPipeline = false; ///< or another pipeline
     ImpatientClock clock;
     std::vector<bool> servicesFirst;
     std::vector<bool> pipelineFirst;
@@ -314,6 +317,19 @@ TEST_F(SupervisorTest, killsWhatDoesNotEndAndLeavesNothing)
     expectNothingLeft();
 }
 
+TEST_F(SupervisorTest, aPipelineThatCouldNotHandleItsSignalYetHasNotFailed)
+{
+    ownPipeline = true;
+    options.pipeline = [](const RuntimeFolder&, bool) { return std::vector<std::string>{"sleep", "120"}; };
+    begin();
+    ASSERT_TRUE(eventually([&] { return pidOf("camera-pipeline") != 0; }));
+    rememberPids();
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+    EXPECT_EQ(process("camera-pipeline")["restarts"].asInt(), 0);
+    expectNothingLeft();
+}
+
 TEST_F(SupervisorTest, isAskedAndEndedOverTheBus)
 {
     begin();
@@ -453,6 +469,19 @@ TEST_F(SupervisingProcessTest, aSecondCtrlCKillsAtOnce)
     ASSERT_TRUE(eventually([&] { return journalHas(1, "pipeline told to end"); }));
     process_->signal(SIGINT);
     EXPECT_EQ(finish(), "exit code 130");
+    EXPECT_THAT(processesLeft(), IsEmpty());
+    expectNothingLeft();
+}
+
+// Programs that end others send it more than once, and do not mean Ctrl-C by hand.
+TEST_F(SupervisingProcessTest, aSecondSigtermCutsNothingShort)
+{
+    start({"-", "stubborn"});
+    process_->signal(SIGTERM);
+    ASSERT_TRUE(eventually([&] { return journalHas(1, "pipeline told to end"); }));
+    process_->signal(SIGTERM);
+    EXPECT_EQ(finish(), "exit code 1");
+    EXPECT_TRUE(journalHas(1, "services told to end"));
     EXPECT_THAT(processesLeft(), IsEmpty());
     expectNothingLeft();
 }

@@ -1,8 +1,10 @@
 // Plays camera-services or camera-pipeline. usage: NAME JOURNAL ADDRESS BUS-NAME|- [EXIT-CODES [stubborn]]
 //
 // Writes "NAME started" and "NAME told to end" into the journal. The n-th of EXIT-CODES ("3,0,...") ends its n-th
-// start at once; "-", or none, means that it runs until it is told to end. A stubborn one does not end then.
+// start at once; "-", or none, means that it runs until it is told to end. A stubborn one does not end then. One that
+// is told to end when there is no bus any more says so.
 
+#include "camera/bus/Address.h"
 #include "camera/bus/Connection.h"
 
 #include <csignal>
@@ -56,6 +58,16 @@ int waitForTheEnd()
     return number;
 }
 
+bool hasBus(const std::string& address)
+{
+    try {
+        camera::bus::requireListener(address);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
 struct Name {};
 
 } // namespace
@@ -90,7 +102,7 @@ int main(int count, char** words)
     const bool stubborn = given.size() > 5;
     do {
         waitForTheEnd();
-        note(journal, name + " told to end");
+        note(journal, name + " told to end" + (hasBus(given[2]) ? "" : " without a bus"));
     } while (stubborn);
     return 0;
 }
