@@ -299,6 +299,22 @@ TEST_F(PositioningMotionTest, refusesAPresetThatThisModelCannotReach)
     EXPECT_THAT(reported(), IsEmpty());
 }
 
+// Its own numbers are negative there, a client's never.
+TEST_F(PositioningMotionTest, looksToItsLeftByNumbersBelowAFullTurnAlsoWithoutTurningAllTheWay)
+{
+    options.description.pan.endless = false;
+    options.description.pan.lowest = -170000;
+    options.description.pan.highest = 170000;
+    build();
+    EXPECT_EQ(unit->moveTo({180000, 0, 100}, operator1).status, Status::outOfLimits);
+    EXPECT_TRUE(unit->moveTo({350000, 0, 100}, operator1));
+    untilItStands();
+    EXPECT_EQ(unit->position().pan, 350000u);
+    EXPECT_TRUE(unit->moveTo({10000, 0, 100}, operator1));
+    untilItStands();
+    EXPECT_EQ(unit->position().pan, 10000u);
+}
+
 TEST_F(PositioningMotionTest, letsTheMoreImportantUserHoldTheCamera)
 {
     unit->drive(panning(10), operator1);
