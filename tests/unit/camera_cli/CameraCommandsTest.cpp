@@ -356,6 +356,15 @@ TEST_F(CameraCommandsTest, noWaitIsLongerThanItWasTold)
     EXPECT_THAT(failureOf({"topics", "--timeout", "1"}), HasSubstr("' does not answer: "));
 }
 
+// What the bus' own wait for an answer ends with, when no thread of the library is left to notice.
+TEST_F(CameraCommandsTest, aServiceThatDoesNotAnswerIsNamedWithTheTimeThatWasWaited)
+{
+    fake->serve();
+    fake->refusal = "ravel.positioning does not answer";
+    EXPECT_EQ(failureOf({"preset", "go", "Door", "--timeout", "7"}),
+              "camera: the camera's positioning does not answer within 7 s; --timeout S waits longer.\n");
+}
+
 TEST_F(CameraCommandsTest, eventsAreFollowedUntilCtrlC)
 {
     fake->serve();

@@ -9,6 +9,9 @@
 
 #include <array>
 #include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <unistd.h>
 
 namespace camera::cli {
 namespace {
@@ -69,6 +72,8 @@ TEST(CommandTable, refusesWrongArgumentsOfEveryCommandInOneSentence)
         {{"move", "1", "-90.5", "1"}, "camera move: TILT takes a number from -90 to 90, not '-90.5'."},
         {{"move", "1", "2", "0.5"}, "camera move: ZOOM takes a number from 1 to 1000, not '0.5'."},
         {{"move", "1x", "2", "1"}, "camera move: PAN takes a number from -360 to 360, not '1x'."},
+        {{"move", "1-2", "2", "1"}, "camera move: PAN takes a number from -360 to 360, not '1-2'."},
+        {{"move", "1", "1.2.3", "1"}, "camera move: TILT takes a number from -90 to 90, not '1.2.3'."},
         {{"move", "nan", "2", "1"}, "camera move: PAN takes a number from -360 to 360, not 'nan'."},
         {{"move", "0x1", "2", "1"}, "camera move: PAN takes a number from -360 to 360, not '0x1'."},
         {{"stop", "now"}, "camera stop: 'now' is too much; see camera stop --help."},
@@ -131,6 +136,38 @@ TEST(CommandTable, everyCommandHasHelpAndIsInTheProgramsHelp)
         }
     }
 }
+
+// What a command prints by itself, with standard output being this file.
+class StandardOutputTest : public testing::TestWithParam<Words> {
+protected:
+    static int codeOf(const Words& words, const std::string& file)
+    {
+        std::fflush(stdout);
+        const int before = ::dup(STDOUT_FILENO);
+        const int other = ::open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        ::dup2(other, STDOUT_FILENO);
+        ::close(other);
+        Console console(stdout, stderr);
+        const int code = performCommand(words, console);
+        std::clearerr(stdout);
+        ::dup2(before, STDOUT_FILENO);
+        ::close(before);
+        return code;
+    }
+};
+
+TEST_P(StandardOutputTest, isHelpOrAScriptWhoseCodeSaysWhetherItWasPrinted)
+{
+    const video::TemporaryFolder folder;
+    EXPECT_EQ(codeOf(GetParam(), folder.path("text")), 0);
+    EXPECT_GT(std::filesystem::file_size(folder.path("text")), 100U);
+    EXPECT_EQ(codeOf(GetParam(), "/dev/full"), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Texts, StandardOutputTest,
+                         testing::Values(Words{"--help"}, Words{"help"}, Words{"run", "--help"},
+                                         Words{"config", "--help"}, Words{"preset", "go", "--help"},
+                                         Words{"completion", "bash"}));
 
 TEST(CommandTable, listingsHaveAFormForPrograms)
 {
