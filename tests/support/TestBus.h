@@ -6,6 +6,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,6 +58,7 @@ public:
         const std::string print = "--print-address=" + std::to_string(ready[1]);
         _process = ::fork();
         if (_process == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL); // a test that is killed leaves no daemon
             ::close(ready[0]);
             ::execlp("dbus-daemon", "dbus-daemon", config.c_str(), "--nofork", "--nopidfile", print.c_str(),
                      static_cast<char*>(nullptr));
