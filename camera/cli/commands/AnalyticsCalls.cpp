@@ -133,7 +133,7 @@ void restoreDefaults(CameraClient& client, Patience patience, Console& console)
     if (result != 0) {
         throw CameraError("the camera cannot restore its defaults; its log names the reason");
     }
-    console.line("Nothing is configured now.");
+    console.line("The engines have no rules now; what is stored comes back when the camera starts again.");
 }
 
 } // namespace camera::cli

@@ -231,7 +231,8 @@ TEST_F(CameraCommandsTest, configurationsAreStoredAndSaidToBeActiveOrNot)
     EXPECT_THAT(fake->calls().back(), "onvif_analytic_service.getPtzPresetConfiguration Door");
     EXPECT_EQ(outputOf({"config", "rules"}), fake->rules[0] + "\n");
     EXPECT_EQ(outputOf({"config", "modules", "types"}), "tt:M\n");
-    EXPECT_EQ(outputOf({"config", "default"}), "Nothing is configured now.\n");
+    EXPECT_EQ(outputOf({"config", "default"}),
+              "The engines have no rules now; what is stored comes back when the camera starts again.\n");
     EXPECT_EQ(outputOf({"config", "history"}),
               "4  1970-01-02 00:00:00 UTC  1.5 kB\n3  1970-01-01 00:00:00 UTC  20 bytes  damaged\n");
     EXPECT_EQ(fake->calls().back(), "pipeline.history OnvifAnalytics");
