@@ -2,15 +2,14 @@
 
 #include "camera/cli/Console.h"
 #include "camera/cli/OptionTable.h"
+#include "camera/cli/ProgramFrame.h"
 #include "camera/cli/StopSignal.h"
 #include "camera/ravel/Log.h"
 #include "camera/services/ServicesOptions.h"
 #include "camera/services/ServicesProcess.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
-#include <exception>
 #include <string>
 #include <vector>
 
@@ -18,8 +17,6 @@ namespace {
 
 using namespace camera;
 using cli::UsageError;
-
-constexpr int kUsage = 2;
 
 const std::string kCommand = "camera-services";
 
@@ -122,17 +119,6 @@ int run(const std::vector<std::string>& given)
 
 int main(int argc, char** argv)
 {
-    // Writes that hit a limit or a closed pipe are reported where they happen.
-    std::signal(SIGXFSZ, SIG_IGN);
-    std::signal(SIGPIPE, SIG_IGN);
-    cli::Console console(stdout, stderr);
-    try {
-        return run({argv + 1, argv + argc});
-    } catch (const UsageError& error) {
-        console.error(error.what());
-        return kUsage;
-    } catch (const std::exception& error) {
-        console.error(error.what());
-        return 1;
-    }
+    return cli::runProgram(argc, argv,
+                           [](const std::vector<std::string>& given, cli::Console& /*console*/) { return run(given); });
 }
