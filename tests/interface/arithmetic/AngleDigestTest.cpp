@@ -1,8 +1,8 @@
+#include "kit/FakeBuffer.h"
+#include "kit/FakeEngine.h"
+#include "kit/FakeFramework.h"
+#include "kit/PlatformTest.h"
 #include "plugin/DetectionPlugin.h"
-#include "support/fakes/FakeBuffer.h"
-#include "support/fakes/FakeEngine.h"
-#include "support/fakes/FakeFramework.h"
-#include "support/fakes/PlatformTest.h"
 
 #include "Digest.h"
 
@@ -11,8 +11,8 @@
 
 namespace {
 
-using support::FakeBuffer;
-using support::platform;
+using kit::FakeBuffer;
+using kit::platform;
 
 struct Size {
     std::int32_t width;
@@ -20,12 +20,12 @@ struct Size {
 };
 
 /// Frames go through the whole plug-in, because only there the angle is computed.
-class AngleDigest : public support::PlatformTest {
+class AngleDigest : public kit::PlatformTest {
 protected:
     AngleDigest()
     {
         platform().positioning.available = true;
-        auto engine = std::make_shared<support::FakeEngine>("Any");
+        auto engine = std::make_shared<kit::FakeEngine>("Any");
         engine->frameScript = [this](const analytics_lib::YuvFrame& frame, MetadataBuffers&) {
             seen = frame;
             ++frames;
@@ -33,12 +33,12 @@ protected:
         };
         platform().engineLibrary.engines.push_back(engine);
         plugin.reset(korva::meridan::createDetectionPlugin(&environment, configuration));
-        support::journal().record(false);
+        kit::journal().record(false);
     }
 
     ~AngleDigest() override
     {
-        support::journal().record(true);
+        kit::journal().record(true);
         plugin.reset();
     }
 

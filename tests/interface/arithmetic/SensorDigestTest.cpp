@@ -1,5 +1,5 @@
+#include "kit/PlatformTest.h"
 #include "ptz/PtzShim.h"
-#include "support/fakes/PlatformTest.h"
 
 #include "Digest.h"
 
@@ -7,17 +7,17 @@
 
 namespace {
 
-using support::platform;
+using kit::platform;
 
-class SensorDigest : public support::PlatformTest {
+class SensorDigest : public kit::PlatformTest {
 protected:
     SensorDigest()
     {
         platform().positioning.available = true;
-        support::journal().record(false);
+        kit::journal().record(false);
     }
 
-    ~SensorDigest() override { support::journal().record(true); }
+    ~SensorDigest() override { kit::journal().record(true); }
 
     static void add(Digest& digest, analytics_lib::IAnalyticsPtz& ptz)
     {

@@ -5,8 +5,8 @@
 #include "Answers.h"
 #include "FrameSide.h"
 #include "Xml.h"
+#include "kit/ServiceLists.h"
 #include "plugin/DetectionPlugin.h"
-#include "support/builders/ServiceLists.h"
 
 #include <gmock/gmock.h>
 
@@ -118,7 +118,7 @@ protected:
     {
         const std::string third = component("Third", item("PtzPreset", "P3"));
         const std::string fourth = component("Fourth", item("PtzPreset", "P4"));
-        support::InputList list{third, fourth};
+        kit::InputList list{third, fourth};
         const Settings before = twoSettings();
         const std::vector<Settings> firstStored = {with(before, "PlainP3", third), with(before, "", third)};
         const Settings both = with(firstStored[0], "PlainP4", fourth);
@@ -167,7 +167,7 @@ TEST_F(ListWithoutMemoryTest, deletesRulesOneByOneOrStops)
 {
     const std::vector<std::string> rules = {component("Third", item("PtzPreset", "P3")),
                                             component("Fourth", item("PtzPreset", "P4"))};
-    support::InputList names{"Third", "Fourth"};
+    kit::InputList names{"Third", "Fourth"};
     Settings before = twoSettings();
     before["PlainP3"] = documentOf(rules[0]);
     before["PlainP4"] = documentOf(rules[1]);
@@ -217,7 +217,7 @@ protected:
             const bool none = list == nullptr;
             std::size_t entries = 0;
             {
-                const Texts given = none ? Texts() : support::takeList(list);
+                const Texts given = none ? Texts() : kit::takeList(list);
                 entries = given.size();
                 EXPECT_THAT(given, AnyOf(Texts(), AnyOfArray(answers)));
                 EXPECT_TRUE(refused || given == answers.front());

@@ -1,6 +1,6 @@
 #include "Answers.h"
 
-#include "support/builders/ServiceLists.h"
+#include "kit/ServiceLists.h"
 
 namespace hostile {
 
@@ -15,7 +15,7 @@ std::string setConfiguration(OnvifTarget& target, const std::string& text)
 
 unsigned int callWithList(OnvifTarget& target, ListOperation operation, const std::vector<std::string>& texts)
 {
-    support::InputList list(texts);
+    kit::InputList list(texts);
     unsigned int status = 99;
     (target.*operation)(list, &status);
     return status;
@@ -25,21 +25,21 @@ std::vector<std::string> ask(OnvifTarget& target, ListQuery query)
 {
     char** list = nullptr;
     (target.*query)(&list);
-    return support::takeList(list);
+    return kit::takeList(list);
 }
 
 std::string currentConfiguration(OnvifTarget& target)
 {
     char* text = nullptr;
     target.getCurrentConfiguration(&text);
-    return support::takeText(text);
+    return kit::takeText(text);
 }
 
 std::string presetConfiguration(OnvifTarget& target, const std::string& preset)
 {
     char* text = nullptr;
     target.getPtzPresetConfiguration(preset.c_str(), &text);
-    return support::takeText(text);
+    return kit::takeText(text);
 }
 
 } // namespace hostile

@@ -3,9 +3,9 @@
 
 #include "NamesTable.h"
 
+#include "kit/PlatformTest.h"
+#include "kit/ServiceLists.h"
 #include "support/StubEngine.h"
-#include "support/builders/ServiceLists.h"
-#include "support/fakes/PlatformTest.h"
 #include "target/OnvifTarget.h"
 #include "json/Reader.h"
 #include "json/UnknownElement.h"
@@ -21,9 +21,9 @@ static void PrintTo(const NameRow& row, std::ostream* stream)
 
 namespace {
 
+using kit::journal;
+using kit::platform;
 using korva::meridan::OnvifTarget;
-using support::journal;
-using support::platform;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -47,7 +47,7 @@ std::string documentText(const std::string& modules, const std::string& rules)
            "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
 }
 
-class AwkwardNameTest : public support::PlatformTest, public ::testing::WithParamInterface<NameRow> {
+class AwkwardNameTest : public kit::PlatformTest, public ::testing::WithParamInterface<NameRow> {
 protected:
     AwkwardNameTest()
     {
@@ -71,12 +71,12 @@ protected:
     {
         char** list = nullptr;
         EXPECT_EQ((_target.get()->*query)(&list), 0);
-        return support::takeList(list);
+        return kit::takeList(list);
     }
 
     unsigned int change(Change operation, const std::string& text)
     {
-        support::InputList list{text};
+        kit::InputList list{text};
         unsigned int status = 99;
         (_target.get()->*operation)(list, &status);
         return status;
@@ -92,14 +92,14 @@ protected:
     {
         char* text = nullptr;
         _target->getCurrentConfiguration(&text);
-        return support::takeText(text);
+        return kit::takeText(text);
     }
 
     std::string ofPreset(const std::string& preset)
     {
         char* text = nullptr;
         _target->getPtzPresetConfiguration(preset.c_str(), &text);
-        return support::takeText(text);
+        return kit::takeText(text);
     }
 
     /// Key and text of the only setting in the stored document.

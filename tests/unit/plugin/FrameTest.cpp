@@ -5,11 +5,11 @@
 
 namespace {
 
-using support::FakeBuffer;
-using support::FakeEngine;
-using support::journal;
-using support::platform;
-using support::RotatedImages;
+using kit::FakeBuffer;
+using kit::FakeEngine;
+using kit::journal;
+using kit::platform;
+using kit::RotatedImages;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -253,7 +253,7 @@ TEST_F(FrameTest, logsOneLineForEachFailingEngineAndFrame)
     build();
     deliverFrame();
     EXPECT_THAT(journal().logs(), SizeIs(2));
-    EXPECT_THAT(journal().of({support::Part::Log, support::Part::Engine}),
+    EXPECT_THAT(journal().of({kit::Part::Log, kit::Part::Engine}),
                 ElementsAre("onFrame First -> false", "log 3 \"detection OnBuffer onFrame false\"",
                             "onFrame Second -> false", "log 3 \"detection OnBuffer onFrame false\""));
 }
@@ -302,7 +302,7 @@ TEST_F(FrameTest, borrowsTheOutputsBeforeItTurnsTheImage)
     addEngine("Motion");
     build();
     deliverFrame();
-    EXPECT_THAT(journal().of({support::Part::Transmitter, support::Part::Engine}),
+    EXPECT_THAT(journal().of({kit::Part::Transmitter, kit::Part::Engine}),
                 ElementsAre("getEmptyDrawingBuffer", "getEmptyMotionBuffer", "getMaxBufferSize", "getMaxBufferSize",
                             "rotate90 8x4", "onFrame Motion -> true", "returnFullDrawingBuffer 0",
                             "returnFullMotionBuffer 0"));

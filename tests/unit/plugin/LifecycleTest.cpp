@@ -10,9 +10,9 @@
 
 namespace {
 
+using kit::journal;
+using kit::platform;
 using korva::meridan::createDetectionPlugin;
-using support::journal;
-using support::platform;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -4,9 +4,9 @@
 
 namespace {
 
-using support::FakeEngine;
-using support::journal;
-using support::platform;
+using kit::FakeEngine;
+using kit::journal;
+using kit::platform;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -25,7 +25,7 @@ protected:
         engine->frameScript = FakeEngine::writes(0, 0, "<m/>");
     }
 
-    static Lines serviceCalls() { return journal().of({support::Part::Service}); }
+    static Lines serviceCalls() { return journal().of({kit::Part::Service}); }
 
     std::shared_ptr<FakeEngine> engine = addEngine("Motion");
 };
@@ -145,7 +145,7 @@ TEST_F(MetadataTest, opensTheStreamAfterTheBuffersWentBack)
 {
     build();
     deliverFrame();
-    EXPECT_THAT(journal().of({support::Part::Transmitter, support::Part::Service, support::Part::Engine}),
+    EXPECT_THAT(journal().of({kit::Part::Transmitter, kit::Part::Service, kit::Part::Engine}),
                 ElementsAre("getEmptyDrawingBuffer", "getEmptyMotionBuffer", "getMaxBufferSize", "getMaxBufferSize",
                             "onFrame Motion -> true", "returnFullDrawingBuffer 0", "returnFullMotionBuffer 0",
                             "getTargetIds onvif_metadata_streamer -> true", "streamerInit(null, null, 1, null) -> 0",

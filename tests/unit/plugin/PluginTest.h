@@ -1,25 +1,25 @@
 #pragma once
 
+#include "kit/FakeBuffer.h"
+#include "kit/FakeFramework.h"
+#include "kit/PlatformTest.h"
 #include "plugin/DetectionPlugin.h"
-#include "support/fakes/FakeBuffer.h"
-#include "support/fakes/FakeFramework.h"
-#include "support/fakes/PlatformTest.h"
 
 #include <memory>
 #include <string>
 
 /// Tests over a plug-in made by its factory, on a fixed camera with no device service and no engine
 /// until the test says otherwise.
-class PluginTest : public support::PlatformTest {
+class PluginTest : public kit::PlatformTest {
 protected:
     using Plugin = std::unique_ptr<korva::meridan::PipelinePlugin>;
 
     ~PluginTest() override { plugin.reset(); }
 
-    static std::shared_ptr<support::FakeEngine> addEngine(const std::string& name)
+    static std::shared_ptr<kit::FakeEngine> addEngine(const std::string& name)
     {
-        auto engine = std::make_shared<support::FakeEngine>(name);
-        support::platform().engineLibrary.engines.push_back(engine);
+        auto engine = std::make_shared<kit::FakeEngine>(name);
+        kit::platform().engineLibrary.engines.push_back(engine);
         return engine;
     }
 
@@ -27,7 +27,7 @@ protected:
     void build()
     {
         construct();
-        support::journal().clear();
+        kit::journal().clear();
     }
 
     void construct() { plugin.reset(korva::meridan::createDetectionPlugin(&environment, configuration)); }
@@ -37,17 +37,17 @@ protected:
     /// Delivers one buffer and returns what happened meanwhile.
     Lines deliver(korva::meridan::Buffer* buffer)
     {
-        support::journal().clear();
+        kit::journal().clear();
         detection().OnBuffer(nullptr, buffer);
-        return support::journal().all();
+        return kit::journal().all();
     }
 
-    Lines deliverFrame(int width = 8, int height = 4) { return deliver(support::FakeBuffer::image(width, height)); }
+    Lines deliverFrame(int width = 8, int height = 4) { return deliver(kit::FakeBuffer::image(width, height)); }
 
     /// Lets the device report that orientation from the start.
     static void orient(unsigned int degrees)
     {
-        support::platform().settings.values["default_analytics_rotation"] = static_cast<int>(degrees);
+        kit::platform().settings.values["default_analytics_rotation"] = static_cast<int>(degrees);
     }
 
     korva::meridan::MeridanEnv environment;

@@ -1,16 +1,16 @@
 #include "ptz/PtzShim.h"
 
-#include "support/fakes/PlatformTest.h"
+#include "kit/PlatformTest.h"
 
 namespace {
 
+using kit::journal;
+using kit::platform;
 using korva::meridan::PtzShim;
-using support::journal;
-using support::platform;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class PtzShimTest : public support::PlatformTest {
+class PtzShimTest : public kit::PlatformTest {
 protected:
     PtzShimTest() { platform().positioning.available = true; }
 

@@ -1,25 +1,25 @@
+#include "kit/FakeBuffer.h"
+#include "kit/FakeFramework.h"
+#include "kit/PlatformTest.h"
 #include "korva/meridan/BasicFilterPlugin.h"
 #include "plugin/DetectionPlugin.h"
-#include "support/fakes/FakeBuffer.h"
-#include "support/fakes/FakeFramework.h"
-#include "support/fakes/PlatformTest.h"
 
 #include <memory>
 
 namespace {
 
+using kit::FakeBuffer;
+using kit::journal;
+using kit::platform;
 using korva::meridan::BasicFilterPlugin;
 using korva::meridan::createDetectionPlugin;
 using korva::meridan::PipelinePlugin;
 using korva::meridan::SinkSide;
 using korva::meridan::SourceSide;
-using support::FakeBuffer;
-using support::journal;
-using support::platform;
 using ::testing::ElementsAre;
 
 /// The framework holds one object by three addresses and uses each without knowing the others.
-class SecondaryInterfaceTest : public support::PlatformTest {
+class SecondaryInterfaceTest : public kit::PlatformTest {
 protected:
     SecondaryInterfaceTest()
         : plugin(createDetectionPlugin(&environment, configuration)),
@@ -72,7 +72,7 @@ TEST_F(SecondaryInterfaceTest, deliversThroughThePrimaryTable)
 
 TEST_F(SecondaryInterfaceTest, connectsThroughTheSourceSide)
 {
-    support::FakeSink other;
+    kit::FakeSink other;
     source->OnConnectToSink(&other);
     source->OnConnectToSink("video", &other);
     source->OnDisconnectSink(&other);
@@ -81,7 +81,7 @@ TEST_F(SecondaryInterfaceTest, connectsThroughTheSourceSide)
 
 TEST_F(SecondaryInterfaceTest, connectsThroughThePrimaryTable)
 {
-    support::FakeSink other;
+    kit::FakeSink other;
     base->OnConnectToSink(&other);
     base->OnConnectToSink("video", &other);
     base->OnDisconnectSink(nullptr);

@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <type_traits>
 
-using support::journal;
-using support::platform;
+using kit::journal;
+using kit::platform;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
@@ -18,7 +18,7 @@ using OnvifSettingsLoadTest = OnvifSettingsTest;
 
 TEST_F(OnvifSettingsLoadTest, registersTheDefaultDocumentBeforeItReads)
 {
-    const Settings settings(support::FakePlatform::logHandle());
+    const Settings settings(kit::FakePlatform::logHandle());
     EXPECT_THAT(takeAll(),
                 ElementsAre("settingsSetDefault OnvifAnalytics [] -> 0", "settingsGetJson OnvifAnalytics -> 0"));
     EXPECT_THAT(settings.GetAllKeys(), IsEmpty());

@@ -2,7 +2,7 @@
 #include "OnvifSettingsFixture.h"
 
 using namespace std::string_literals;
-using support::journal;
+using kit::journal;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

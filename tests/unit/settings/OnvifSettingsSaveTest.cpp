@@ -4,8 +4,8 @@
 #include "ravel/RavelApiException.h"
 
 using namespace std::string_literals;
-using support::journal;
-using support::platform;
+using kit::journal;
+using kit::platform;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

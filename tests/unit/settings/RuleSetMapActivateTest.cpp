@@ -1,6 +1,6 @@
 // Activation, and the lines that name the rules of what is activated.
 
-#include "support/fakes/HeapWatch.h"
+#include "kit/HeapWatch.h"
 #include "unit/settings/RuleSetMapFixture.h"
 
 namespace korva::meridan::tests {
@@ -164,9 +164,9 @@ std::string manyRules(int count)
 std::size_t allocationsFor(RuleSetMap& map, int count)
 {
     const std::string text = manyRules(count);
-    const std::size_t before = support::allocationsOfThisThread();
+    const std::size_t before = kit::allocationsOfThisThread();
     map.logRuleNamesFromConfig(text);
-    return support::allocationsOfThisThread() - before;
+    return kit::allocationsOfThisThread() - before;
 }
 
 TEST_F(RuleSetMapRuleLogTest, namesTenThousandRulesWithoutLookingAtTheDocumentForEach)

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "kit/Configuration.h"
+#include "kit/PlatformTest.h"
 #include "settings/RuleSetMap.h"
-#include "support/builders/Configuration.h"
-#include "support/fakes/PlatformTest.h"
 
 #include <future>
 
@@ -49,16 +49,16 @@ public:
 
 namespace korva::meridan::tests {
 
-using support::configuration;
-using support::document;
-using support::journal;
-using support::module;
-using support::rule;
+using kit::configuration;
+using kit::document;
+using kit::journal;
+using kit::module;
+using kit::rule;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
-class RuleSetMapTest : public support::PlatformTest {
+class RuleSetMapTest : public kit::PlatformTest {
 protected:
     Lines keys() const { return RuleSetMapPeer::keys(map); }
 
@@ -71,8 +71,8 @@ protected:
 
     void givenNull(const std::string& key) { RuleSetMapPeer::put(map, key, nullptr); }
 
-    support::FakeEngine engine{"Motion"};
-    RuleSetMap map{support::FakePlatform::logHandle()};
+    kit::FakeEngine engine{"Motion"};
+    RuleSetMap map{kit::FakePlatform::logHandle()};
 };
 
 } // namespace korva::meridan::tests

@@ -11,7 +11,7 @@ namespace {
 
 struct Operation {
     const char* name;
-    std::function<void(RuleSetMap&, support::FakeEngine&)> run;
+    std::function<void(RuleSetMap&, kit::FakeEngine&)> run;
     std::vector<const char*> engineCalls; ///< what it calls on a map that holds "Motion"
 };
 

@@ -4,8 +4,8 @@
 
 namespace {
 
-using support::journal;
-using support::platform;
+using kit::journal;
+using kit::platform;
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -23,7 +23,7 @@ protected:
     /// The calls at services and positioning since the journal was emptied, with all log lines.
     static Lines deviceLines()
     {
-        using support::Part;
+        using kit::Part;
         return journal().of({Part::Log, Part::Service, Part::Positioning});
     }
 
@@ -43,7 +43,7 @@ protected:
         platform().before[call] = [] { throw 42; };
     }
 
-    std::shared_ptr<support::FakeEngine> motion = addEngine("Motion");
+    std::shared_ptr<kit::FakeEngine> motion = addEngine("Motion");
 };
 
 // Construction as a whole
@@ -78,7 +78,7 @@ TEST_F(OnvifTargetDevicesTest, buildsCoreEnginesAndSubscriptionsInOrder)
 TEST_F(OnvifTargetDevicesTest, keepsItsOwnCopyOfTheEngineList)
 {
     construct();
-    const std::weak_ptr<support::FakeEngine> watched = motion;
+    const std::weak_ptr<kit::FakeEngine> watched = motion;
     engines.clear();
     motion.reset();
     EXPECT_FALSE(watched.expired());
@@ -114,10 +114,10 @@ TEST_F(OnvifTargetDevicesTest, registersNothingOnACameraThatCannotMove)
 {
     platform().positioning.activePreset = "Gate";
     construct();
-    EXPECT_THAT(journal().of({support::Part::Positioning}), IsEmpty());
+    EXPECT_THAT(journal().of({kit::Part::Positioning}), IsEmpty());
     EXPECT_THAT(journal().logs(), Not(Contains(::testing::HasSubstr("handlePresetStateEvent"))));
     target->initializePositioningEvents();
-    EXPECT_THAT(journal().of({support::Part::Positioning}), IsEmpty()) << "it asks for itself";
+    EXPECT_THAT(journal().of({kit::Part::Positioning}), IsEmpty()) << "it asks for itself";
 }
 
 TEST_F(OnvifTargetDevicesTest, startsAsArrivedWhenTheCameraIsAtNoPreset)
@@ -666,7 +666,7 @@ TEST_F(OnvifTargetDevicesTest, touchesNoPositioningCallbacksWhenPositioningIsGon
     build();
     platform().positioning.available = false;
     target.reset();
-    EXPECT_THAT(journal().of({support::Part::Positioning}), IsEmpty());
+    EXPECT_THAT(journal().of({kit::Part::Positioning}), IsEmpty());
     EXPECT_THAT(platform().positioning.motionState, SizeIs(1));
 }
 
@@ -675,7 +675,7 @@ TEST_F(OnvifTargetDevicesTest, unregistersWhatItNeverRegisteredWhenPositioningCa
     build();
     platform().positioning.available = true;
     target.reset();
-    EXPECT_THAT(journal().of({support::Part::Positioning}),
+    EXPECT_THAT(journal().of({kit::Part::Positioning}),
                 ElementsAre("unregisterMotionState (unknown)", "unregisterCommandPriority (unknown)",
                             "unregisterPresetState (unknown)", "unregisterPresetModified (unknown)"));
 }

@@ -4,14 +4,14 @@
 
 namespace {
 
-using support::configuration;
-using support::InputList;
-using support::journal;
-using support::module;
-using support::platform;
-using support::rule;
-using support::takeList;
-using support::takeText;
+using kit::configuration;
+using kit::InputList;
+using kit::journal;
+using kit::module;
+using kit::platform;
+using kit::rule;
+using kit::takeList;
+using kit::takeText;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -21,7 +21,7 @@ using ::testing::SizeIs;
 
 class OnvifTargetOperationsTest : public OnvifTargetTest {
 protected:
-    std::shared_ptr<support::FakeEngine> motion = addEngine("Motion");
+    std::shared_ptr<kit::FakeEngine> motion = addEngine("Motion");
 
     using ListQuery = int (RavelApiAnalyticsTargetImplBase::*)(char***);
 
@@ -268,7 +268,7 @@ TEST_F(OnvifTargetOperationsTest, forwardsTheHandlersToItsCore)
 TEST_F(OnvifTargetOperationsTest, replacesTheEnginesOfItsCore)
 {
     build();
-    const auto other = std::make_shared<support::FakeEngine>("Other");
+    const auto other = std::make_shared<kit::FakeEngine>("Other");
     target->setAnalyticLibs({other});
     EXPECT_THAT(takeEngineCalls(), ElementsAre("clearAllRules Motion", "setEventHandler Other", "clearAllRules Other"));
 }

@@ -2,9 +2,9 @@
 
 #include "target/OnvifTarget.h"
 
-#include "support/builders/Configuration.h"
-#include "support/builders/ServiceLists.h"
-#include "support/fakes/PlatformTest.h"
+#include "kit/Configuration.h"
+#include "kit/PlatformTest.h"
+#include "kit/ServiceLists.h"
 
 #include <memory>
 #include <string>
@@ -12,27 +12,24 @@
 
 /// Tests over a service target with engines of the test's choice, on a fixed camera with no device
 /// service until the test says otherwise.
-class OnvifTargetTest : public support::PlatformTest {
+class OnvifTargetTest : public kit::PlatformTest {
 protected:
     ~OnvifTargetTest() override { target.reset(); }
 
-    std::shared_ptr<support::FakeEngine> addEngine(const std::string& name)
+    std::shared_ptr<kit::FakeEngine> addEngine(const std::string& name)
     {
-        auto engine = std::make_shared<support::FakeEngine>(name);
+        auto engine = std::make_shared<kit::FakeEngine>(name);
         engines.push_back(engine);
         return engine;
     }
 
-    void construct()
-    {
-        target = std::make_unique<korva::meridan::OnvifTarget>(support::platform().logHandle(), engines);
-    }
+    void construct() { target = std::make_unique<korva::meridan::OnvifTarget>(kit::platform().logHandle(), engines); }
 
     /// Builds the target; afterwards the journal is empty.
     void build()
     {
         construct();
-        support::journal().clear();
+        kit::journal().clear();
     }
 
     /// Hands a whole configuration in; true when the target took it.
@@ -47,7 +44,7 @@ protected:
     {
         char** list = nullptr;
         target->getCurrentRules(&list);
-        return support::takeList(list);
+        return kit::takeList(list);
     }
 
     std::vector<std::shared_ptr<analytics_lib::IOnvifAnalytics>> engines;

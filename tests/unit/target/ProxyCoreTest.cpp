@@ -16,7 +16,7 @@ using ProxyCoreTest = ProxyTargetTest;
 
 void* logHandle()
 {
-    return support::FakePlatform::logHandle();
+    return kit::FakePlatform::logHandle();
 }
 
 TEST_F(ProxyCoreTest, loadsTheStoredSettingsAtOnce)
@@ -182,7 +182,7 @@ struct Relay {
         auto* const relay = static_cast<Relay*>(context);
         relay->context = context;
         relay->texts = {a, b, c};
-        journal().add(support::Part::Test, "event");
+        journal().add(kit::Part::Test, "event");
     }
 };
 
@@ -205,7 +205,7 @@ TEST_F(ProxyCoreTest, sendsEventsToTheLastRegisteredCallbackOnly)
     Relay first;
     Relay second;
     proxy->registerEventCallback([](void*, const std::string&, const std::string&,
-                                    const std::string&) { journal().add(support::Part::Test, "first callback"); },
+                                    const std::string&) { journal().add(kit::Part::Test, "first callback"); },
                                  &first);
     proxy->registerEventCallback(&Relay::take, &second);
 

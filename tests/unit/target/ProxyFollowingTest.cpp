@@ -35,7 +35,7 @@ protected:
     /// The text of the configuration that the engine evaluates.
     static std::string active(const FakeEngine& engine)
     {
-        const support::FakeRuleSet* const ruleSet = engine.ruleSet(engine.activeRuleSet());
+        const kit::FakeRuleSet* const ruleSet = engine.ruleSet(engine.activeRuleSet());
         return ruleSet == nullptr ? "nothing" : ruleSet->content();
     }
 

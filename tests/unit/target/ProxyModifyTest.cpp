@@ -71,7 +71,7 @@ TEST_F(ProxyModifyTest, takesModulesFromTheirOwnElement)
 TEST_F(ProxyModifyTest, readsNothingFromAnElementOfTheOtherKind)
 {
     startFixed({motion});
-    motion->accepts = [](const support::Component&) { return true; };
+    motion->accepts = [](const kit::Component&) { return true; };
 
     EXPECT_EQ(modify({module("Motion", "M1").item("A", "1")}, false), 0U);
 

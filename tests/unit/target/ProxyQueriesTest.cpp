@@ -1,6 +1,6 @@
 // The read-only side: what engines can do, what is configured, and the document of all engines.
 
-#include "support/fakes/HeapWatch.h"
+#include "kit/HeapWatch.h"
 #include "unit/target/ProxyTargetFixture.h"
 
 namespace korva::meridan::tests {
@@ -42,14 +42,14 @@ TEST_F(ProxyQueriesTest, givesAnEndedListWhenEnginesOfferNothing)
 
 TEST_F(ProxyQueriesTest, givesNoListWhenThereIsNoMemoryForIt)
 {
-    if (!support::heapIsWatched()) {
+    if (!kit::heapIsWatched()) {
         GTEST_SKIP() << "a sanitizer's allocator cannot be made to refuse";
     }
     startFixed({motion});
     char* nothing = nullptr;
     char** out = &nothing;
 
-    support::refuseNextCalloc();
+    kit::refuseNextCalloc();
     EXPECT_EQ(proxy->getEventTopics(&out), 0);
 
     EXPECT_EQ(out, nullptr);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "support/builders/Configuration.h"
-#include "support/builders/ServiceLists.h"
-#include "support/fakes/PlatformTest.h"
+#include "kit/Configuration.h"
+#include "kit/PlatformTest.h"
+#include "kit/ServiceLists.h"
 #include "target/ProxyTarget.h"
 
 #include <memory>
@@ -12,24 +12,24 @@
 
 namespace korva::meridan::tests {
 
-using support::configuration;
-using support::document;
-using support::FakeEngine;
-using support::InputList;
-using support::journal;
-using support::module;
-using support::platform;
-using support::rule;
-using support::storedDocument;
-using support::takeList;
-using support::takeText;
+using kit::configuration;
+using kit::document;
+using kit::FakeEngine;
+using kit::InputList;
+using kit::journal;
+using kit::module;
+using kit::platform;
+using kit::rule;
+using kit::storedDocument;
+using kit::takeList;
+using kit::takeText;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
 /// A core over the engines "Motion", "Line" and "Simple"; a test says which of them are installed.
-class ProxyTargetTest : public support::PlatformTest {
+class ProxyTargetTest : public kit::PlatformTest {
 protected:
     using Engines = std::vector<ProxyTarget::Engine>;
     using Settings = std::vector<std::pair<std::string, std::string>>;
@@ -162,7 +162,7 @@ protected:
 private:
     void start(bool positioning, const Engines& engines)
     {
-        proxy = std::make_unique<ProxyTarget>(support::FakePlatform::logHandle(), positioning);
+        proxy = std::make_unique<ProxyTarget>(kit::FakePlatform::logHandle(), positioning);
         proxy->setAnalyticLibs(engines);
         journal().clear();
     }

@@ -1,0 +1,152 @@
+#include "ModuleTest.h"
+
+namespace {
+
+using integration::ModuleTest;
+using kit::FakeBuffer;
+using kit::FakeEngine;
+using kit::journal;
+using kit::platform;
+using kit::RotatedImages;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+/// Frames for three engines with every service there.
+class FramesTest : public ModuleTest {
+protected:
+    FramesTest()
+    {
+        platform().offerAllServices();
+        simple->frameScript = FakeEngine::writes(10, 4, "<tt:Frame>1</tt:Frame>");
+        motion->frameScript = FakeEngine::writes(0, 0, "", false);
+        third->frameScript = FakeEngine::writes(5, 3, "<tt:Frame>3</tt:Frame>");
+    }
+
+    void TearDown() override
+    {
+        EXPECT_EQ(platform().transmitter.notReturned(), 0);
+        EXPECT_EQ(FakeBuffer::alive() - static_cast<int>(platform().host.pushed.size()), 0);
+        if (RotatedImages::countsFrees()) {
+            EXPECT_EQ(RotatedImages::notReturned(), 0);
+        }
+        ModuleTest::TearDown();
+    }
+
+    std::shared_ptr<FakeEngine> third = addEngine("Third");
+};
+
+TEST_F(FramesTest, takesFramesThroughThreeEnginesUprightAndStamped)
+{
+    platform().positioning.available = true;
+    platform().positioning.position = {90000U, -10000, 3U};
+    platform().positioning.angleOfView = 60000;
+    startQuietly();
+    platform().rotation.fire(90U);
+    journal().clear();
+    deliver(FakeBuffer::image(16, 8));
+    EXPECT_EQ(takeAll(), (Lines{"bufferGetLength -> 192",
+                                "bufferGetFormat",
+                                "bufferGetInt width -> 16",
+                                "bufferGetFormat",
+                                "bufferGetInt height -> 8",
+                                "bufferGetFormat",
+                                "bufferGetInt bytesPerRow -> 16",
+                                "bufferGetTimestamp",
+                                "bufferGetTimestamp",
+                                "bufferGetData",
+                                "getCurrentPosition -> true",
+                                "getEmptyDrawingBuffer",
+                                "getEmptyMotionBuffer",
+                                "getMaxBufferSize",
+                                "getMaxBufferSize",
+                                "rotate90 16x8",
+                                "onFrame Simple -> true",
+                                "onFrame Motion -> false",
+                                "log 3 \"detection OnBuffer onFrame false\"",
+                                "onFrame Third -> true",
+                                "returnFullDrawingBuffer 15",
+                                "returnFullMotionBuffer 7",
+                                "getTargetIds onvif_metadata_streamer -> true",
+                                "streamerInit(null, null, 1, null) -> 0",
+                                "streamerSend(77, streamer0, <tt:Frame>1</tt:Frame><tt:Frame>3</tt:Frame>, 1)",
+                                "buffer deleted"}));
+    ASSERT_THAT(third->frames, SizeIs(1));
+    const analytics_lib::YuvFrame& frame = third->frames[0];
+    EXPECT_EQ(frame.width, 8U);
+    EXPECT_EQ(frame.height, 16U);
+    EXPECT_EQ(frame.bytesPerRow, 8U);
+    EXPECT_EQ(frame.pan, 90000U);
+    EXPECT_EQ(frame.tilt, -10000);
+    EXPECT_EQ(frame.zoom, 3U);
+    EXPECT_EQ(frame.horizontalAngleOfView, 60000U);
+    EXPECT_EQ(frame.verticalAngleOfView, 30000U);
+    EXPECT_EQ(third->outputsSeen[0].drawingBuffer, platform().transmitter.drawing.data() + 10);
+
+    deliver(FakeBuffer::image(16, 8));
+    EXPECT_EQ(takeAll(), (Lines{"bufferGetLength -> 192",
+                                "bufferGetFormat",
+                                "bufferGetInt width -> 16",
+                                "bufferGetFormat",
+                                "bufferGetInt height -> 8",
+                                "bufferGetFormat",
+                                "bufferGetInt bytesPerRow -> 16",
+                                "bufferGetTimestamp",
+                                "bufferGetTimestamp",
+                                "bufferGetData",
+                                "getCurrentPosition -> true",
+                                "getEmptyDrawingBuffer",
+                                "getEmptyMotionBuffer",
+                                "getMaxBufferSize",
+                                "getMaxBufferSize",
+                                "rotate90 16x8",
+                                "onFrame Simple -> true",
+                                "onFrame Motion -> false",
+                                "log 3 \"detection OnBuffer onFrame false\"",
+                                "onFrame Third -> true",
+                                "returnFullDrawingBuffer 15",
+                                "returnFullMotionBuffer 7",
+                                "streamerSend(77, streamer0, <tt:Frame>1</tt:Frame><tt:Frame>3</tt:Frame>, 1)",
+                                "buffer deleted"}));
+}
+
+TEST_F(FramesTest, passesAnEmptyBufferOn)
+{
+    startQuietly();
+    deliver(FakeBuffer::empty());
+    EXPECT_THAT(journal().all(), ElementsAre("bufferGetLength -> 0", "pushBuffer"));
+    EXPECT_THAT(platform().host.pushed, SizeIs(1));
+}
+
+TEST_F(FramesTest, analysesWithoutAStreamer)
+{
+    platform().targetIds.erase("onvif_metadata_streamer");
+    startQuietly();
+    deliver(FakeBuffer::image(16, 8));
+    EXPECT_THAT(platform().streamer.sent, IsEmpty());
+    EXPECT_THAT(platform().transmitter.drawingReturned, ElementsAre(15U));
+    EXPECT_THAT(platform().transmitter.motionReturned, ElementsAre(7U));
+    EXPECT_THAT(journal().logs(), ElementsAre("log 3 \"detection OnBuffer onFrame false\""));
+}
+
+TEST_F(FramesTest, logsAStreamThatDoesNotOpen)
+{
+    platform().streamer.initStatus = 8;
+    startQuietly();
+    deliver(FakeBuffer::image(16, 8));
+    EXPECT_EQ(journal().logs().back(),
+              "log 3 \"failed to open metadata stream: Failed ravel api call: "
+              "ravel_api_onvif_metadata_streamer_initiator_init(nullptr, nullptr, &_metadataTargetIpcCookie, 1, "
+              "nullptr) (status text 8)\"");
+}
+
+TEST_F(FramesTest, letsAnEnginesExceptionReachTheHostAsWhatItIs)
+{
+    startQuietly();
+    motion->before["onFrame"] = [] { throw std::runtime_error("engine"); };
+    EXPECT_THROW(deliver(FakeBuffer::image(16, 8)), std::runtime_error);
+    motion->before.clear();
+    platform().transmitter.drawingLent = platform().transmitter.motionLent = 0; // these two are lost, as agreed
+}
+
+} // namespace
