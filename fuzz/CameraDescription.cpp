@@ -1,7 +1,7 @@
 // Camera descriptions: any bytes are refused with one sentence, or give a camera that moves and comes to rest.
 
-#include "camera/meridan/CameraDescription.h"
-#include "camera/meridan/PositioningUnit.h"
+#include "camera/ptz/CameraDescription.h"
+#include "camera/ptz/PositioningUnit.h"
 #include "support/Check.h"
 
 #include <cmath>
@@ -14,10 +14,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace {
 
-using camera::meridan::AxisDescription;
-using camera::meridan::CameraDescription;
-using camera::meridan::Position;
-using camera::meridan::PositioningUnit;
+using camera::ptz::AxisDescription;
+using camera::ptz::CameraDescription;
+using camera::ptz::Position;
+using camera::ptz::PositioningUnit;
 
 void checkAxis(const AxisDescription& axis)
 {
@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     try {
-        const CameraDescription description = camera::meridan::parseDescription(text, "fuzz.toml");
+        const CameraDescription description = camera::ptz::parseDescription(text, "fuzz.toml");
         if (description.movable) {
             checkAxis(description.pan);
             checkAxis(description.tilt);

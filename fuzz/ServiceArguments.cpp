@@ -1,11 +1,11 @@
 // What clients of the analytics service send: the same checks on the way in and out as its methods make, and the same
 // calls on the control thread. Records: the first byte says which method, then one argument, or items between tabs.
 
-#include "camera/bus/Text.h"
-#include "camera/device/TargetClient.h"
-#include "camera/ravel/ControlThread.h"
-#include "camera/ravel/Log.h"
-#include "camera/ravel/ServedTargets.h"
+#include "camera/base/Log.h"
+#include "camera/base/Utf8.h"
+#include "camera/pipeline/TargetClient.h"
+#include "camera/serviceapi/ControlThread.h"
+#include "camera/serviceapi/ServedTargets.h"
 #include "support/Check.h"
 #include "support/Device.h"
 #include "support/Records.h"
@@ -17,7 +17,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 // Lines of the camera itself go nowhere; the module's go to the fuzzed platform.
-namespace camera::ravel {
+namespace camera::base {
 
 Log& Log::instance()
 {
@@ -29,14 +29,14 @@ void Log::write(LogLevel /*level*/, const std::string& /*component*/, const std:
 {
 }
 
-} // namespace camera::ravel
+} // namespace camera::base
 
 namespace {
 
-using camera::bus::isSendable;
-using camera::bus::sendable;
-using camera::device::Answer;
-using camera::device::TargetClient;
+using camera::base::isSendable;
+using camera::base::sendable;
+using camera::pipeline::Answer;
+using camera::pipeline::TargetClient;
 using Texts = std::vector<std::string>;
 
 constexpr const char* kService = "onvif_analytic_service";
@@ -120,10 +120,10 @@ void play(TargetClient& client, const std::string& record)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static camera::ravel::ControlThread& control = *new camera::ravel::ControlThread;
+    static camera::serviceapi::ControlThread& control = *new camera::serviceapi::ControlThread;
     fuzz::resetPlatform();
     fuzz::Device device;
-    camera::ravel::ServedTargets targets;
+    camera::serviceapi::ServedTargets targets;
     // The device owns its target.
     targets.add(kService, boost::shared_ptr<RavelApiAnalyticsTargetImplBase>(&device.target(), [](auto*) {}));
     TargetClient client(control, targets, kService);

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "camera/base/Log.h"
+#include "camera/base/Utf8.h"
 #include "camera/bus/Names.h"
-#include "camera/bus/Text.h"
-#include "camera/ravel/Log.h"
 
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -23,9 +23,9 @@ template <class... Out>
 void answerError(const sdbus::Result<Out...>& result, const char* name, const std::string& text) noexcept
 {
     try {
-        result.returnError(sdbus::Error(name, sendable(text)));
+        result.returnError(sdbus::Error(name, base::sendable(text)));
     } catch (const std::exception& error) {
-        ravel::Log::instance().write(ravel::LogLevel::info, "bus", std::string("an answer was lost: ") + error.what());
+        base::Log::instance().write(base::LogLevel::info, "bus", std::string("an answer was lost: ") + error.what());
     }
 }
 
@@ -60,7 +60,7 @@ void answer(const sdbus::Result<Out...>& result, Operation&& operation) noexcept
 /// The text itself. @throws sdbus::Error kInvalidText, naming what it is.
 inline const std::string& checkedText(const std::string& text, const char* what)
 {
-    if (!isSendable(text)) {
+    if (!base::isSendable(text)) {
         throw sdbus::Error(error::kInvalidText, std::string(what) + " is not UTF-8 or holds a NUL byte");
     }
     return text;

@@ -1,7 +1,7 @@
 #include "camera/bus/Connection.h"
 
+#include "camera/base/Log.h"
 #include "camera/bus/Address.h"
-#include "camera/ravel/Log.h"
 
 #include <algorithm>
 #include <exception>
@@ -106,11 +106,11 @@ void Connection::lost(const std::string& why)
     const std::lock_guard<std::mutex> lock(_mutex);
     session.swap(_session);
     if (session && !_stopping) {
-        ravel::Log::instance().write(ravel::LogLevel::error, kComponent,
-                                     _process + " lost the bus: " + why + "; it connects again");
+        base::Log::instance().write(base::LogLevel::error, kComponent,
+                                    _process + " lost the bus: " + why + "; it connects again");
     }
     if (!session && !_stopping && why != _reason) {
-        ravel::Log::instance().write(ravel::LogLevel::info, kComponent, _process + " has no bus: " + why);
+        base::Log::instance().write(base::LogLevel::info, kComponent, _process + " has no bus: " + why);
     }
     _reason = why;
     _changed.notify_all();

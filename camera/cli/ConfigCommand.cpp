@@ -1,9 +1,9 @@
 #include "camera/cli/ConfigCommand.h"
 
-#include "camera/cli/CameraBuilder.h"
-#include "camera/cli/ConfigurationFile.h"
-#include "camera/cli/RestartReport.h"
 #include "camera/cli/StoredDocuments.h"
+#include "camera/onvif/ConfigurationFile.h"
+#include "camera/pipeline/CameraBuilder.h"
+#include "camera/pipeline/RestartReport.h"
 
 #include <algorithm>
 #include <memory>
@@ -22,7 +22,7 @@ std::string countOf(std::size_t count, bool rules)
 /// The actions that need the analytics service. Each builds the camera, asks, and lets it go.
 class Session {
 public:
-    Session(const ConfigOptions& options, Console& console) : options(options), console(console) { start(); }
+    Session(const ConfigOptions& options, base::Console& console) : options(options), console(console) { start(); }
 
     void perform()
     {
@@ -54,10 +54,11 @@ public:
 private:
     void start()
     {
-        device = buildCamera(options.camera, deviceOptions(options.camera, options.camera.stateDir), console);
+        device = pipeline::buildCamera(options.camera, pipeline::deviceOptions(options.camera, options.camera.stateDir),
+                                       console);
     }
 
-    device::TargetClient& target() { return device->target(); }
+    pipeline::TargetClient& target() { return device->target(); }
 
     std::vector<std::string> components()
     {
@@ -75,10 +76,10 @@ private:
     {
         std::vector<std::string> documents;
         for (const std::string& path : options.arguments) {
-            documents.push_back(readConfiguration(path));
+            documents.push_back(onvif::readConfiguration(path));
         }
         for (std::size_t i = 0; i < documents.size(); ++i) {
-            const bool active = configure(*device, documents[i], options.arguments[i]);
+            const bool active = pipeline::configure(*device, documents[i], options.arguments[i]);
             console.line(
                 "'" + options.arguments[i] +
                 (active ? "' is stored and active." : "' is stored; it is not active where the camera stands now."));
@@ -93,10 +94,10 @@ private:
     }
 
     // What the service answered, kept until the difference that a restart makes is told.
-    void check(const device::Answer& answer, const std::string& what, const std::string& advice)
+    void check(const pipeline::Answer& answer, const std::string& what, const std::string& advice)
     {
         if (!answer.ok()) {
-            failure = what + ": " + device::describe(answer.outcome) + "; " + advice + ".";
+            failure = what + ": " + pipeline::describe(answer.outcome) + "; " + advice + ".";
         }
     }
 
@@ -104,11 +105,11 @@ private:
     {
         std::vector<std::string> items;
         for (const std::string& path : options.arguments) {
-            const std::vector<std::string> found = readComponents(path, options.rules);
+            const std::vector<std::string> found = onvif::readComponents(path, options.rules);
             items.insert(items.end(), found.begin(), found.end());
         }
         const bool modify = options.action == ConfigAction::modify;
-        device::Answer answer;
+        pipeline::Answer answer;
         if (options.rules) {
             answer = modify ? target().modifyRules(items) : target().createRules(items);
         } else {
@@ -123,7 +124,7 @@ private:
 
     void remove()
     {
-        const device::Answer answer =
+        const pipeline::Answer answer =
             options.rules ? target().deleteRules(options.arguments) : target().deleteEngines(options.arguments);
         check(answer, "cannot delete " + countOf(options.arguments.size(), options.rules),
               std::string("camera config ") + (options.rules ? "rules" : "modules") + " lists the names");
@@ -137,24 +138,24 @@ private:
     // starts the camera once more and reports what it finds, instead of knowing the cases.
     void compareWithRestart()
     {
-        const std::vector<ComponentName> now = liveComponents(*device);
+        const std::vector<onvif::ComponentName> now = pipeline::liveComponents(*device);
         device.reset();
         start();
-        print(restartDifferences(now, liveComponents(*device)));
+        print(pipeline::restartDifferences(now, pipeline::liveComponents(*device)));
         if (!failure.empty()) {
             throw std::runtime_error(failure);
         }
     }
 
     const ConfigOptions& options;
-    Console& console;
-    std::unique_ptr<device::Device> device;
+    base::Console& console;
+    std::unique_ptr<pipeline::Device> device;
     std::string failure;
 };
 
 } // namespace
 
-int configureCamera(const ConfigOptions& options, Console& console)
+int configureCamera(const ConfigOptions& options, base::Console& console)
 {
     try {
         if (options.action == ConfigAction::history) {

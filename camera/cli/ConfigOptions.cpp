@@ -1,7 +1,7 @@
 #include "camera/cli/ConfigOptions.h"
 
-#include "camera/cli/CameraOptions.h"
-#include "camera/cli/OptionTable.h"
+#include "camera/base/OptionTable.h"
+#include "camera/pipeline/CameraOptions.h"
 
 #include <map>
 
@@ -11,20 +11,20 @@ namespace {
 
 const std::string kCommand = "camera config";
 
-OptionTable makeTable(ConfigOptions& options)
+base::OptionTable makeTable(ConfigOptions& options)
 {
-    OptionTable table(kCommand);
-    addCameraOptions(table, options.camera, options.help);
+    base::OptionTable table(kCommand);
+    pipeline::addCameraOptions(table, options.camera, options.help);
     table.text("--camera", "DIR", "ask the camera that runs on this state folder", options.runningCamera);
     table.value("--timeout", "S", "wait so many seconds for a running camera", [&options](const std::string& text) {
-        options.timeoutSeconds = wholeNumber("--timeout", text, 1, 86400);
+        options.timeoutSeconds = base::wholeNumber("--timeout", text, 1, 86400);
     });
     return table;
 }
 
 [[noreturn]] void refuse(const std::string& what)
 {
-    throw UsageError(kCommand + ": " + what + "; see " + kCommand + " --help.");
+    throw base::UsageError(kCommand + ": " + what + "; see " + kCommand + " --help.");
 }
 
 ConfigAction componentAction(const std::string& word)
@@ -74,7 +74,7 @@ void checkArguments(ConfigOptions& options)
         if (given.size() != 1) {
             refuse("restore takes one number, as camera config history lists them");
         }
-        options.sequence = wholeNumber("restore", given[0], 1, 9223372036854775807LL);
+        options.sequence = base::wholeNumber("restore", given[0], 1, 9223372036854775807LL);
         break;
     case ConfigAction::get:
     case ConfigAction::list:
@@ -113,7 +113,7 @@ ConfigOptions parseConfig(const std::vector<std::string>& arguments)
     if (!options.camera.stateDir.empty() && !options.runningCamera.empty()) {
         refuse("--state and --camera are given both; one names the camera");
     }
-    settle(options.camera);
+    pipeline::settle(options.camera);
     return options;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/cli/RunOptions.h"
+#include "camera/pipeline/RunOptions.h"
 
 #include <string>
 #include <vector>
@@ -21,7 +21,7 @@ enum class ConfigAction {
 };
 
 struct ConfigOptions {
-    CameraOptions camera;
+    pipeline::CameraOptions camera;
     ConfigAction action = ConfigAction::get;
     bool rules = true;                  ///< rules, else modules, where the action is about one of them
     std::vector<std::string> arguments; ///< files or names
@@ -31,7 +31,7 @@ struct ConfigOptions {
     bool help = false;
 };
 
-/// @throws UsageError
+/// @throws base::UsageError
 ConfigOptions parseConfig(const std::vector<std::string>& arguments);
 std::string configHelp();
 

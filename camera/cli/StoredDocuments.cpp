@@ -1,8 +1,8 @@
 #include "camera/cli/StoredDocuments.h"
 
-#include "camera/cli/RunReport.h"
-#include "camera/ravel/SettingsStore.h"
-#include "camera/ravel/StateLock.h"
+#include "camera/pipeline/RunReport.h"
+#include "camera/store/SettingsStore.h"
+#include "camera/store/StateLock.h"
 
 #include <array>
 #include <ctime>
@@ -20,7 +20,7 @@ constexpr char kAnalyticsKey[] = "OnvifAnalytics";
 class Stored {
 public:
     explicit Stored(const std::filesystem::path& folder)
-        : lock(existing(folder)), store(ravel::SettingsStore::Options{folder, 0})
+        : lock(existing(folder)), store(store::SettingsStore::Options{folder, 0})
     {
     }
 
@@ -35,10 +35,10 @@ private:
         return folder;
     }
 
-    ravel::StateLock lock;
+    store::StateLock lock;
 
 public:
-    ravel::SettingsStore store;
+    store::SettingsStore store;
 };
 
 std::string timeText(std::int64_t seconds)
@@ -53,20 +53,20 @@ std::string timeText(std::int64_t seconds)
 
 } // namespace
 
-void printHistory(const std::filesystem::path& stateDir, Console& console)
+void printHistory(const std::filesystem::path& stateDir, base::Console& console)
 {
     Stored stored(stateDir);
     const auto versions = stored.store.history(kAnalyticsKey);
     for (const auto& version : versions) {
         console.line(std::to_string(version.sequence) + "  " + timeText(version.storedAt) + "  " +
-                     sizeText(version.sizeBytes) + (version.good ? "" : "  damaged"));
+                     pipeline::sizeText(version.sizeBytes) + (version.good ? "" : "  damaged"));
     }
     if (versions.empty()) {
         console.line("Nothing was ever stored in '" + stateDir.string() + "'.");
     }
 }
 
-void restoreDocument(const std::filesystem::path& stateDir, long long sequence, Console& console)
+void restoreDocument(const std::filesystem::path& stateDir, long long sequence, base::Console& console)
 {
     Stored stored(stateDir);
     if (!stored.store.restore(kAnalyticsKey, sequence)) {

@@ -149,7 +149,7 @@ CellMotionProgram::CellMotionProgram(const Components& components) : _source(kSi
     _moving.rows = static_cast<std::uint16_t>(_module.layout.rows);
     _moving.bits.assign(_module.layout.maskBytes(), 0);
     _watched = _moving;
-    _watched.kind = CellsKind::kWatched;
+    _watched.kind = kit::CellsKind::kWatched;
     for (const Rule& rule : _rules) {
         for (std::size_t i = 0; i < std::min(_watched.bits.size(), rule.settings.activeCells.size()); ++i) {
             _watched.bits[i] = static_cast<std::uint8_t>(_watched.bits[i] | rule.settings.activeCells[i]);
@@ -208,7 +208,7 @@ void CellMotionProgram::judge(analytics_lib::IEventHandler* handler, const UtcTi
         if (ended()) {
             return;
         }
-        rule.shown = rule.alarm.isOn() ? RuleState::kAlarm : RuleState::kQuiet;
+        rule.shown = rule.alarm.isOn() ? kit::RuleState::kAlarm : kit::RuleState::kQuiet;
     }
 }
 
@@ -219,21 +219,21 @@ void CellMotionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
     metadata.addCells(layout.columns, layout.rows, _moving.bits);
     metadata.insertInto(outputs.metadataXml);
 
-    writeMotion(outputs, [&](DrawingWriter& writer) {
-        writer.add(FrameRecord{time.seconds, time.nanoseconds, kSimpleEngine});
+    writeMotion(outputs, [&](kit::DrawingWriter& writer) {
+        writer.add(kit::FrameRecord{time.seconds, time.nanoseconds, kSimpleEngine});
         writer.add(_moving);
     });
-    writeDrawing(outputs, [&](DrawingWriter& writer) {
-        writer.add(FrameRecord{time.seconds, time.nanoseconds, kSimpleEngine});
+    writeDrawing(outputs, [&](kit::DrawingWriter& writer) {
+        writer.add(kit::FrameRecord{time.seconds, time.nanoseconds, kSimpleEngine});
         writer.add(_watched);
         writer.add(_moving);
         for (const Rule& rule : _rules) {
-            writer.add(RuleRecord{rule.shown,
-                                  rule.alarm.rule(),
-                                  {{layout.left, layout.top},
-                                   {layout.right, layout.top},
-                                   {layout.right, layout.bottom},
-                                   {layout.left, layout.bottom}}});
+            writer.add(kit::RuleRecord{rule.shown,
+                                       rule.alarm.rule(),
+                                       {{layout.left, layout.top},
+                                        {layout.right, layout.top},
+                                        {layout.right, layout.bottom},
+                                        {layout.left, layout.bottom}}});
         }
     });
 }

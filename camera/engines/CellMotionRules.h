@@ -1,8 +1,8 @@
 #pragma once
 
 #include "camera/engines/Component.h"
-#include "camera/engines/DrawingFormat.h"
 #include "camera/engines/RuleProgram.h"
+#include "camera/kit/DrawingFormat.h"
 
 #include <memory>
 
@@ -63,7 +63,7 @@ private:
     struct Rule {
         CellMotionRule settings;
         Alarm alarm;
-        RuleState shown = RuleState::kQuiet; ///< the frame thread's copy of the state
+        kit::RuleState shown = kit::RuleState::kQuiet; ///< the frame thread's copy of the state
     };
 
     std::vector<Alarm*> alarms() override;
@@ -74,8 +74,8 @@ private:
     bool _moduleActive = true;
     std::string _source;
     std::vector<Rule> _rules;
-    CellsRecord _moving;
-    CellsRecord _watched;
+    kit::CellsRecord _moving;
+    kit::CellsRecord _watched;
     std::int64_t _time = 0;
 };
 

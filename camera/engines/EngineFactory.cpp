@@ -1,8 +1,8 @@
 #include "camera/engines/EngineLog.h"
-#include "camera/engines/EngineModule.h"
 #include "camera/engines/EngineModules.h"
 #include "camera/engines/MotionEngine.h"
 #include "camera/engines/SimpleEngine.h"
+#include "camera/kit/EngineModule.h"
 #include "plugin/analytics/factory.h"
 
 #include <dlfcn.h>

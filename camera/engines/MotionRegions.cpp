@@ -28,15 +28,15 @@ const char* localName(const pugi::xml_node& node)
     return colon == nullptr ? node.name() : colon + 1;
 }
 
-std::vector<PicturePoint> wholePicture()
+std::vector<kit::PicturePoint> wholePicture()
 {
     return {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
 }
 
-std::vector<PicturePoint> readPolygon(const pugi::xml_node& polygon)
+std::vector<kit::PicturePoint> readPolygon(const pugi::xml_node& polygon)
 {
     allowOnly(kRegion, polygon, {"tt:Point"}, {});
-    std::vector<PicturePoint> points;
+    std::vector<kit::PicturePoint> points;
     for (const pugi::xml_node& point : polygon.children()) {
         allowOnly(kRegion, point, {}, {"x", "y"});
         points.push_back({(1 + parseReal(kRegion, point.attribute("x").value(), -1, 1)) / 2,
@@ -54,7 +54,7 @@ std::string printRegion(const MotionRegionRule& rule)
 {
     std::string text = std::string("<axt:MotionRegionConfig Armed=\"") + (rule.armed ? "true" : "false") +
                        "\" Sensitivity=\"" + printReal(rule.sensitivity) + "\"><tt:Polygon>";
-    for (const PicturePoint& point : rule.polygon) {
+    for (const kit::PicturePoint& point : rule.polygon) {
         text += "<tt:Point x=\"" + printReal(2 * point.x - 1) + "\" y=\"" + printReal(1 - 2 * point.y) + "\"/>";
     }
     return text + "</tt:Polygon></axt:MotionRegionConfig>";
@@ -159,7 +159,7 @@ void MotionRegionProgram::observe(const Foreground& foreground)
 void MotionRegionProgram::drawPolygon(Rule& rule, const cv::Size& picture) const
 {
     std::vector<cv::Point> points;
-    for (const PicturePoint& point : rule.settings.polygon) {
+    for (const kit::PicturePoint& point : rule.settings.polygon) {
         points.emplace_back(static_cast<int>(std::lround(point.x * picture.width)),
                             static_cast<int>(std::lround(point.y * picture.height)));
     }
@@ -188,40 +188,40 @@ void MotionRegionProgram::judge(analytics_lib::IEventHandler* handler, const Utc
         if (ended()) {
             return;
         }
-        rule.shown = !rule.settings.armed ? RuleState::kDisarmed
-                     : rule.alarm.isOn()  ? RuleState::kAlarm
-                                          : RuleState::kQuiet;
+        rule.shown = !rule.settings.armed ? kit::RuleState::kDisarmed
+                     : rule.alarm.isOn()  ? kit::RuleState::kAlarm
+                                          : kit::RuleState::kQuiet;
     }
 }
 
-BoxRecord MotionRegionProgram::boxOf(const TrackedObject& object) const
+kit::BoxRecord MotionRegionProgram::boxOf(const TrackedObject& object) const
 {
     const auto point = [&](const cv::Point& pixel) {
-        return PicturePoint{static_cast<double>(pixel.x) / _picture.width,
-                            static_cast<double>(pixel.y) / _picture.height};
+        return kit::PicturePoint{static_cast<double>(pixel.x) / _picture.width,
+                                 static_cast<double>(pixel.y) / _picture.height};
     };
-    return {object.id, BoxKind::kMoving, point(object.box.tl()), point(object.box.br())};
+    return {object.id, kit::BoxKind::kMoving, point(object.box.tl()), point(object.box.br())};
 }
 
 void MotionRegionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
 {
-    const FrameRecord start{time.seconds, time.nanoseconds, kMotionEngine};
+    const kit::FrameRecord start{time.seconds, time.nanoseconds, kMotionEngine};
     MetadataWriter metadata(time, _source);
     for (const TrackedObject& object : _tracker.objects()) {
         metadata.addObject(object, _picture);
     }
     metadata.insertInto(outputs.metadataXml);
 
-    writeMotion(outputs, [&](DrawingWriter& writer) {
+    writeMotion(outputs, [&](kit::DrawingWriter& writer) {
         writer.add(start);
         for (const TrackedObject& object : _tracker.objects()) {
             writer.add(boxOf(object));
         }
     });
-    writeDrawing(outputs, [&](DrawingWriter& writer) {
+    writeDrawing(outputs, [&](kit::DrawingWriter& writer) {
         writer.add(start);
         for (const Rule& rule : _rules) {
-            writer.add(RuleRecord{rule.shown, rule.alarm.rule(), rule.settings.polygon});
+            writer.add(kit::RuleRecord{rule.shown, rule.alarm.rule(), rule.settings.polygon});
         }
         for (const TrackedObject& object : _tracker.objects()) {
             writer.add(boxOf(object));

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "camera/engines/Component.h"
-#include "camera/engines/DrawingFormat.h"
 #include "camera/engines/RuleProgram.h"
 #include "camera/engines/Tracker.h"
+#include "camera/kit/DrawingFormat.h"
 
 namespace camera::engines {
 
@@ -21,7 +21,7 @@ struct MotionModule {
 struct MotionRegionRule {
     bool armed = true;
     double sensitivity = 0.5;
-    std::vector<PicturePoint> polygon;
+    std::vector<kit::PicturePoint> polygon;
 
     static MotionRegionRule read(ParameterList& parameters);
 
@@ -55,15 +55,15 @@ private:
         MotionRegionRule settings;
         Alarm alarm;
         bool motion = false;
-        RuleState shown = RuleState::kQuiet; ///< the frame thread's copy of the state
-        cv::Mat inside{};                    ///< 255 inside the polygon
-        int pixels = 0;                      ///< that are
+        kit::RuleState shown = kit::RuleState::kQuiet; ///< the frame thread's copy of the state
+        cv::Mat inside{};                              ///< 255 inside the polygon
+        int pixels = 0;                                ///< that are
     };
 
     std::vector<Alarm*> alarms() override;
     void drawPolygon(Rule& rule, const cv::Size& picture) const;
     bool movesInside(const Rule& rule, const cv::Mat& mask) const;
-    BoxRecord boxOf(const TrackedObject& object) const;
+    kit::BoxRecord boxOf(const TrackedObject& object) const;
 
     Tracker& _tracker;
     MotionModule _module;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/engines/DrawingFormat.h"
+#include "camera/kit/DrawingFormat.h"
 #include "plugin/analytics/MetadataBuffers.h"
 
 namespace camera::engines {
@@ -9,7 +9,7 @@ namespace camera::engines {
 template <typename Write>
 void writeDrawing(MetadataBuffers& outputs, Write write)
 {
-    DrawingWriter writer(outputs.drawingBuffer, outputs.drawingBufferSize);
+    kit::DrawingWriter writer(outputs.drawingBuffer, outputs.drawingBufferSize);
     write(writer);
     outputs.drawingBufferUsed = static_cast<std::uint32_t>(writer.usedBytes());
 }
@@ -21,8 +21,8 @@ void writeMotion(MetadataBuffers& outputs, Write write)
     if (outputs.motionBuffer == nullptr || outputs.motionBufferUsed > outputs.motionBufferSize) {
         return;
     }
-    DrawingWriter writer(outputs.motionBuffer + outputs.motionBufferUsed,
-                         outputs.motionBufferSize - outputs.motionBufferUsed);
+    kit::DrawingWriter writer(outputs.motionBuffer + outputs.motionBufferUsed,
+                              outputs.motionBufferSize - outputs.motionBufferUsed);
     write(writer);
     outputs.motionBufferUsed += static_cast<std::uint32_t>(writer.usedBytes());
 }

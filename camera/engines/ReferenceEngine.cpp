@@ -121,7 +121,7 @@ ReferenceEngine::Program ReferenceEngine::active() const
 bool ReferenceEngine::readFramesFromFile(const char* path, bool flag)
 {
     try {
-        auto reader = std::make_unique<FrameFileReader>(path == nullptr ? "" : path, flag);
+        auto reader = std::make_unique<kit::FrameFileReader>(path == nullptr ? "" : path, flag);
         const std::lock_guard hand(_hand);
         _newReplay = std::move(reader);
         return true;
@@ -134,9 +134,9 @@ bool ReferenceEngine::readFramesFromFile(const char* path, bool flag)
 bool ReferenceEngine::writeFramesToFile(const char* path, unsigned int count)
 {
     try {
-        std::unique_ptr<FrameFileWriter> writer;
+        std::unique_ptr<kit::FrameFileWriter> writer;
         if (count > 0) {
-            writer = std::make_unique<FrameFileWriter>(path == nullptr ? "" : path, count);
+            writer = std::make_unique<kit::FrameFileWriter>(path == nullptr ? "" : path, count);
         }
         const std::lock_guard hand(_hand);
         _newRecording = std::move(writer);

@@ -2,9 +2,9 @@
 
 #include "camera/engines/EngineLog.h"
 #include "camera/engines/ForegroundModel.h"
-#include "camera/engines/FrameFile.h"
 #include "camera/engines/RuleProgram.h"
 #include "camera/engines/RuleSet.h"
+#include "camera/kit/FrameFile.h"
 #include "plugin/analytics/IOnvifAnalytics.h"
 
 #include <atomic>
@@ -99,8 +99,8 @@ private:
     // Held for a few instructions only.
     mutable std::mutex _hand;
     Program _active;
-    std::unique_ptr<FrameFileWriter> _newRecording;
-    std::unique_ptr<FrameFileReader> _newReplay;
+    std::unique_ptr<kit::FrameFileWriter> _newRecording;
+    std::unique_ptr<kit::FrameFileReader> _newReplay;
     bool _endRecording = false;
 
     std::atomic<bool> _forget{false};
@@ -108,8 +108,8 @@ private:
 
     // Frame thread.
     ForegroundModel _model;
-    std::unique_ptr<FrameFileWriter> _recording;
-    std::unique_ptr<FrameFileReader> _replay;
+    std::unique_ptr<kit::FrameFileWriter> _recording;
+    std::unique_ptr<kit::FrameFileReader> _replay;
     bool _recordingBegun = false;
     bool _replayBegun = false;
     std::int64_t _replayShift = 0; ///< from the recorded clock to the live one

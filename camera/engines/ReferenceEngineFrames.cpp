@@ -116,7 +116,7 @@ void ReferenceEngine::replay(Moment& moment)
                 return;
             }
         }
-        if (const std::optional<RecordedFrame> recorded = _replay->next()) {
+        if (const std::optional<kit::RecordedFrame> recorded = _replay->next()) {
             const std::int64_t recordedTime = nanoseconds(recorded->frame);
             // The recorded clock goes on where the live one stood: only its differences count.
             _replayShift = _replayBegun ? _replayShift : moment.time - recordedTime;

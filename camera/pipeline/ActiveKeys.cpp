@@ -1,6 +1,6 @@
 #include "camera/pipeline/ActiveKeys.h"
 
-#include "camera/ravel/Log.h"
+#include "camera/base/Log.h"
 
 #include <algorithm>
 #include <utility>
@@ -22,12 +22,12 @@ bool startsWith(const std::string& text, const std::string& beginning)
 
 ActiveKeys::ActiveKeys(Listener listener) : _listener(std::move(listener))
 {
-    ravel::Log::instance().setTap([this](const std::string& text) { line(text); });
+    base::Log::instance().setTap([this](const std::string& text) { line(text); });
 }
 
 ActiveKeys::~ActiveKeys()
 {
-    ravel::Log::instance().setTap({});
+    base::Log::instance().setTap({});
 }
 
 void ActiveKeys::line(const std::string& text)

@@ -1,8 +1,8 @@
 #include "camera/pipeline/AnalyticsObject.h"
 
+#include "camera/base/Log.h"
+#include "camera/base/Utf8.h"
 #include "camera/bus/Names.h"
-#include "camera/bus/Text.h"
-#include "camera/ravel/Log.h"
 
 #include <cstdint>
 #include <utility>
@@ -18,7 +18,7 @@ template <class... Out>
 bool refused(const sdbus::Result<Out...>& result, const std::vector<std::string>& texts, const char* what)
 {
     for (const std::string& text : texts) {
-        if (!bus::isSendable(text)) {
+        if (!base::isSendable(text)) {
             bus::answerError(result, bus::error::kInvalidText, std::string(what) + " is not UTF-8 or holds a NUL byte");
             return true;
         }
@@ -28,13 +28,13 @@ bool refused(const sdbus::Result<Out...>& result, const std::vector<std::string>
 
 } // namespace
 
-AnalyticsObject::AnalyticsObject(const std::shared_ptr<bus::Session>& session, device::TargetClient& client,
-                                 ravel::ControlThread& control)
+AnalyticsObject::AnalyticsObject(const std::shared_ptr<bus::Session>& session, pipeline::TargetClient& client,
+                                 serviceapi::ControlThread& control)
     : _client(client),
       _onControl(session, control),
       _object(sdbus::createObject(session->connection(), bus::objectPath(bus::service::kAnalytics)))
 {
-    using Client = device::TargetClient;
+    using Client = pipeline::TargetClient;
     registerList("getEventTopics", "topics", &Client::eventTopics);
     registerList("getSupportedRules", "types", &Client::supportedRules);
     registerList("getCurrentRules", "rules", &Client::currentRules);
@@ -62,7 +62,7 @@ void AnalyticsObject::registerList(const char* method, const char* output, List 
         .onInterface(kInterface)
         .withOutputParamNames(output)
         .implementedAs([this, operation](sdbus::Result<Strings>&& result) {
-            _onControl(std::move(result), [this, operation] { return bus::sendable((_client.*operation)()); });
+            _onControl(std::move(result), [this, operation] { return base::sendable((_client.*operation)()); });
         });
 }
 
@@ -77,7 +77,7 @@ void AnalyticsObject::registerChange(const char* method, const char* input, Chan
                 return;
             }
             _onControl(std::move(result), [this, operation, items = std::move(items)](const auto& reply) {
-                const device::Answer answer = (_client.*operation)(items);
+                const pipeline::Answer answer = (_client.*operation)(items);
                 reply.returnResults(answer.result, static_cast<std::uint32_t>(answer.outcome));
             });
         });
@@ -89,7 +89,7 @@ void AnalyticsObject::registerConfiguration()
         .onInterface(kInterface)
         .withOutputParamNames("xml")
         .implementedAs([this](sdbus::Result<std::string>&& result) {
-            _onControl(std::move(result), [this] { return bus::sendable(_client.currentConfiguration()); });
+            _onControl(std::move(result), [this] { return base::sendable(_client.currentConfiguration()); });
         });
     _object->registerMethod("setConfiguration")
         .onInterface(kInterface)
@@ -122,7 +122,7 @@ void AnalyticsObject::registerConfiguration()
                 return;
             }
             _onControl(std::move(result), [this, preset = std::move(preset)] {
-                return bus::sendable(_client.presetConfiguration(preset));
+                return base::sendable(_client.presetConfiguration(preset));
             });
         });
 }
@@ -158,15 +158,15 @@ void AnalyticsObject::registerFrameFiles()
             });
 }
 
-void AnalyticsObject::emit(const ravel::Event& event)
+void AnalyticsObject::emit(const base::Event& event)
 {
     try {
         _object->emitSignal("analyticsEvent")
             .onInterface(kInterface)
-            .withArguments(bus::sendable(event.topic), bus::sendable(event.source), bus::sendable(event.data));
+            .withArguments(base::sendable(event.topic), base::sendable(event.source), base::sendable(event.data));
     } catch (const std::exception& error) {
-        ravel::Log::instance().write(ravel::LogLevel::info, "bus",
-                                     std::string("an analytics event was not sent: ") + error.what());
+        base::Log::instance().write(base::LogLevel::info, "bus",
+                                    std::string("an analytics event was not sent: ") + error.what());
     }
 }
 

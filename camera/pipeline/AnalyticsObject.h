@@ -1,9 +1,9 @@
 #pragma once
 
+#include "camera/base/Event.h"
 #include "camera/bus/Connection.h"
-#include "camera/device/TargetClient.h"
 #include "camera/pipeline/ControlAnswer.h"
-#include "camera/ravel/Event.h"
+#include "camera/pipeline/TargetClient.h"
 
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -23,23 +23,23 @@ namespace camera::pipeline {
 class AnalyticsObject {
 public:
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. client and control outlive it.
-    AnalyticsObject(const std::shared_ptr<bus::Session>& session, device::TargetClient& client,
-                    ravel::ControlThread& control);
+    AnalyticsObject(const std::shared_ptr<bus::Session>& session, pipeline::TargetClient& client,
+                    serviceapi::ControlThread& control);
 
     /// Emits one event; what the bus refuses is logged. Any thread.
-    void emit(const ravel::Event& event);
+    void emit(const base::Event& event);
 
 private:
     using Strings = std::vector<std::string>;
-    using List = Strings (device::TargetClient::*)();
-    using Change = device::Answer (device::TargetClient::*)(const Strings&);
+    using List = Strings (pipeline::TargetClient::*)();
+    using Change = pipeline::Answer (pipeline::TargetClient::*)(const Strings&);
 
     void registerList(const char* method, const char* output, List operation);
     void registerChange(const char* method, const char* input, Change operation);
     void registerConfiguration();
     void registerFrameFiles();
 
-    device::TargetClient& _client;
+    pipeline::TargetClient& _client;
     ControlAnswer _onControl;
     std::unique_ptr<sdbus::IObject> _object;
 };

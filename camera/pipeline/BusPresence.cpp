@@ -1,7 +1,7 @@
 #include "camera/pipeline/BusPresence.h"
 
-#include "camera/meridan/PositioningUnit.h"
-#include "camera/ravel/Environment.h"
+#include "camera/ptz/PositioningUnit.h"
+#include "camera/serviceapi/Environment.h"
 
 #include <utility>
 
@@ -9,7 +9,7 @@ namespace camera::pipeline {
 
 using bus::Session;
 
-BusPresence::BusPresence(const std::string& address, device::Device& device, PipelineObject::Status status)
+BusPresence::BusPresence(const std::string& address, pipeline::Device& device, PipelineObject::Status status)
     : _connection(address, "the pipeline"),
       _analytics(_connection.add<AnalyticsObject>([&device](const std::shared_ptr<Session>& session) {
           return std::make_shared<AnalyticsObject>(session, device.target(), device.control());
@@ -22,7 +22,7 @@ BusPresence::BusPresence(const std::string& address, device::Device& device, Pip
               return std::make_shared<PipelineObject>(session, device.environment().settings, status);
           })),
       _positioningEvents(device.positioning(), _positioning),
-      _events(device.onEvent([analytics = _analytics](const ravel::Event& event) {
+      _events(device.onEvent([analytics = _analytics](const base::Event& event) {
           if (const auto object = analytics->get()) {
               object->emit(event);
           }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "camera/bus/Connection.h"
-#include "camera/device/Device.h"
 #include "camera/pipeline/AnalyticsObject.h"
+#include "camera/pipeline/Device.h"
 #include "camera/pipeline/PipelineObject.h"
 #include "camera/pipeline/PositioningObject.h"
 
@@ -19,7 +19,7 @@ namespace camera::pipeline {
  */
 class BusPresence {
 public:
-    BusPresence(const std::string& address, device::Device& device, PipelineObject::Status status);
+    BusPresence(const std::string& address, pipeline::Device& device, PipelineObject::Status status);
     ~BusPresence();
     BusPresence(const BusPresence&) = delete;
     BusPresence& operator=(const BusPresence&) = delete;
@@ -33,7 +33,7 @@ private:
     std::shared_ptr<bus::Live<PositioningObject>> _positioning;
     std::shared_ptr<bus::Live<PipelineObject>> _pipeline;
     PositioningEvents _positioningEvents;
-    ravel::EventBus::Subscription _events;
+    serviceapi::EventBus::Subscription _events;
 };
 
 } // namespace camera::pipeline

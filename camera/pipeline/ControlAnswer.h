@@ -2,7 +2,7 @@
 
 #include "camera/bus/Answer.h"
 #include "camera/bus/Connection.h"
-#include "camera/ravel/ControlThread.h"
+#include "camera/serviceapi/ControlThread.h"
 
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -20,7 +20,7 @@ class ControlAnswer {
 public:
     static constexpr int kMost = 256;
 
-    ControlAnswer(std::weak_ptr<bus::Session> session, ravel::ControlThread& control)
+    ControlAnswer(std::weak_ptr<bus::Session> session, serviceapi::ControlThread& control)
         : _session(std::move(session)), _control(control)
     {
     }
@@ -50,7 +50,7 @@ public:
 
 private:
     std::weak_ptr<bus::Session> _session;
-    ravel::ControlThread& _control;
+    serviceapi::ControlThread& _control;
     std::shared_ptr<std::atomic<int>> _waiting = std::make_shared<std::atomic<int>>(0);
 };
 

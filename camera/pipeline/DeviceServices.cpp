@@ -1,9 +1,9 @@
 #include "camera/pipeline/DeviceServices.h"
 
-#include "camera/bus/Text.h"
-#include "camera/ravel/Environment.h"
-#include "camera/ravel/Log.h"
-#include "camera/ravel/Status.h"
+#include "camera/base/Log.h"
+#include "camera/base/Utf8.h"
+#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/Status.h"
 
 #include <limits>
 #include <utility>
@@ -21,17 +21,17 @@ ravel_core_status statusOf(const sdbus::Error& error)
 {
     const std::string& name = error.getName();
     if (name == bus::error::kFailed) {
-        return ravel::kFailed;
+        return serviceapi::kFailed;
     }
     if (name == bus::error::kRefused) {
-        return ravel::kNotFound;
+        return serviceapi::kNotFound;
     }
-    return ravel::kUnavailable;
+    return serviceapi::kUnavailable;
 }
 
 } // namespace
 
-DeviceServices::DeviceServices(ravel::Environment& environment, Options options)
+DeviceServices::DeviceServices(serviceapi::Environment& environment, Options options)
     : _environment(environment), _options(std::move(options)), _connection(_options.address, "the pipeline's client")
 {
     _proxies = _connection.add<ServiceProxies>([this](const std::shared_ptr<bus::Session>& session) {
@@ -59,8 +59,8 @@ void DeviceServices::watch()
     // The picture is delivered turned as the camera is mounted, from the first frame on.
     std::uint32_t angle = 0;
     int value = 0;
-    if (rotationAngle(bus::kTargetId, angle) != ravel::kOk &&
-        configurationValue(kOrientationKey, value) == ravel::kOk && value > 0) {
+    if (rotationAngle(bus::kTargetId, angle) != serviceapi::kOk &&
+        configurationValue(kOrientationKey, value) == serviceapi::kOk && value > 0) {
         mountedAt(static_cast<std::uint32_t>(value));
     }
 }
@@ -119,23 +119,23 @@ ravel_core_status DeviceServices::ask(const char* service, const char* method, s
 {
     const std::shared_ptr<ServiceProxies> proxies = _proxies->get();
     if (!proxies || !_environment.targets.ids(service)) {
-        return ravel::kUnavailable;
+        return serviceapi::kUnavailable;
     }
     try {
         answer = proxies->ask<Out...>(service, method, _options.patience, arguments...);
-        return ravel::kOk;
+        return serviceapi::kOk;
     } catch (const sdbus::Error& error) {
-        ravel::Log::instance().write(ravel::LogLevel::info, kComponent,
-                                     std::string(service) + " did not answer " + method + ": " + error.getMessage());
+        base::Log::instance().write(base::LogLevel::info, kComponent,
+                                    std::string(service) + " did not answer " + method + ": " + error.getMessage());
         return statusOf(error);
     }
 }
 
-ravel_core_status DeviceServices::regionColor(const std::string& /*targetId*/, ravel::RegionColor& color)
+ravel_core_status DeviceServices::regionColor(const std::string& /*targetId*/, serviceapi::RegionColor& color)
 {
     std::tuple<std::uint8_t, std::uint8_t, std::uint8_t> answer;
     const ravel_core_status status = ask(bus::service::kWindowBlanking, "getRegionColor", answer);
-    if (status == ravel::kOk) {
+    if (status == serviceapi::kOk) {
         std::tie(color.red, color.green, color.blue) = answer;
     }
     return status;
@@ -145,7 +145,7 @@ ravel_core_status DeviceServices::blankingEnabled(const std::string& /*targetId*
 {
     std::tuple<std::uint8_t> answer;
     const ravel_core_status status = ask(bus::service::kWindowBlanking, "getEnable", answer);
-    if (status == ravel::kOk) {
+    if (status == serviceapi::kOk) {
         enabled = std::get<0>(answer) != 0;
     }
     return status;
@@ -155,7 +155,7 @@ ravel_core_status DeviceServices::rotationAngle(const std::string& /*targetId*/,
 {
     std::tuple<std::uint32_t> answer;
     const ravel_core_status status = ask(bus::service::kRotate, "getAngle", answer);
-    if (status == ravel::kOk) {
+    if (status == serviceapi::kOk) {
         angleDegrees = std::get<0>(answer);
         mountedAt(angleDegrees);
     }
@@ -165,8 +165,8 @@ ravel_core_status DeviceServices::rotationAngle(const std::string& /*targetId*/,
 ravel_core_status DeviceServices::configurationValue(const std::string& key, int& value)
 {
     std::tuple<std::int32_t> answer;
-    const ravel_core_status status = ask(bus::service::kConfiguration, "getIntValue", answer, bus::sendable(key));
-    if (status == ravel::kOk) {
+    const ravel_core_status status = ask(bus::service::kConfiguration, "getIntValue", answer, base::sendable(key));
+    if (status == serviceapi::kOk) {
         value = std::get<0>(answer);
     }
     return status;
@@ -183,13 +183,13 @@ void DeviceServices::sendMetadata(const std::string& document)
     }
     try {
         proxies->ask<>(bus::service::kMetadataStreamer, "sendOnvifAnalyticsMetadataXml", _options.patience,
-                       bus::sendable(document), std::int32_t{1});
+                       base::sendable(document), std::int32_t{1});
         ++_documentsTaken;
     } catch (const sdbus::Error& error) {
         ++_documentsLost;
         _streamerRestsUntil = Clock::now() + kRest;
-        ravel::Log::instance().write(ravel::LogLevel::info, kComponent,
-                                     "a metadata document was lost: " + error.getMessage());
+        base::Log::instance().write(base::LogLevel::info, kComponent,
+                                    "a metadata document was lost: " + error.getMessage());
     }
 }
 

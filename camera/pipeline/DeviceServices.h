@@ -2,7 +2,7 @@
 
 #include "camera/bus/Connection.h"
 #include "camera/pipeline/ServiceProxies.h"
-#include "camera/ravel/RemoteServices.h"
+#include "camera/serviceapi/RemoteServices.h"
 
 #include <atomic>
 #include <chrono>
@@ -13,7 +13,7 @@
 #include <set>
 #include <string>
 
-namespace camera::ravel {
+namespace camera::serviceapi {
 class Environment;
 }
 
@@ -25,7 +25,7 @@ namespace camera::pipeline {
  *
  * It has a connection of its own, whose thread needs neither the control thread nor the frame thread.
  */
-class DeviceServices final : public ravel::RemoteServices {
+class DeviceServices final : public serviceapi::RemoteServices {
 public:
     struct Options {
         std::string address;
@@ -33,14 +33,14 @@ public:
     };
 
     /// environment outlives it.
-    DeviceServices(ravel::Environment& environment, Options options);
+    DeviceServices(serviceapi::Environment& environment, Options options);
     ~DeviceServices() override;
 
     /// Connects and returns when every service was looked up once, or after the patience.
     void watch() override;
     void unwatch() override;
 
-    ravel_core_status regionColor(const std::string& targetId, ravel::RegionColor& color) override;
+    ravel_core_status regionColor(const std::string& targetId, serviceapi::RegionColor& color) override;
     ravel_core_status blankingEnabled(const std::string& targetId, bool& enabled) override;
     ravel_core_status rotationAngle(const std::string& targetId, std::uint32_t& angleDegrees) override;
     ravel_core_status configurationValue(const std::string& key, int& value) override;
@@ -74,7 +74,7 @@ private:
     template <class... Out, class... In>
     ravel_core_status ask(const char* service, const char* method, std::tuple<Out...>& answer, const In&... arguments);
 
-    ravel::Environment& _environment;
+    serviceapi::Environment& _environment;
     const Options _options;
     std::mutex _mutex;
     std::condition_variable _settled;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/cli/StopSignal.h"
+#include "camera/base/StopSignal.h"
 
 #include <chrono>
 #include <cstdint>
@@ -10,7 +10,7 @@ namespace camera::pipeline {
 /// Delivers frames no earlier than their times say, from the first one on.
 class Pace {
 public:
-    Pace(bool real, const cli::StopSignal& stop) : _real(real), _stop(stop) {}
+    Pace(bool real, const base::StopSignal& stop) : _real(real), _stop(stop) {}
 
     void waitFor(std::int64_t nanoseconds)
     {
@@ -26,7 +26,7 @@ public:
 
 private:
     bool _real;
-    const cli::StopSignal& _stop;
+    const base::StopSignal& _stop;
     std::int64_t _first = -1;
     std::chrono::steady_clock::time_point _start;
 };

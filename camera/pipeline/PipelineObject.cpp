@@ -1,9 +1,9 @@
 #include "camera/pipeline/PipelineObject.h"
 
+#include "camera/base/Utf8.h"
 #include "camera/bus/Answer.h"
 #include "camera/bus/Names.h"
-#include "camera/bus/Text.h"
-#include "camera/ravel/SettingsStore.h"
+#include "camera/store/SettingsStore.h"
 
 #include <cstdint>
 #include <utility>
@@ -19,7 +19,7 @@ const std::string kInterface = bus::interfaceName(bus::service::kPipeline);
 
 } // namespace
 
-PipelineObject::PipelineObject(const std::shared_ptr<bus::Session>& session, ravel::SettingsStore& settings,
+PipelineObject::PipelineObject(const std::shared_ptr<bus::Session>& session, store::SettingsStore& settings,
                                Status status)
     : _settings(settings), _object(sdbus::createObject(session->connection(), bus::objectPath(bus::service::kPipeline)))
 {
@@ -27,7 +27,7 @@ PipelineObject::PipelineObject(const std::shared_ptr<bus::Session>& session, rav
         .onInterface(kInterface)
         .withOutputParamNames("json")
         .implementedAs([status = std::move(status)](sdbus::Result<std::string>&& result) {
-            bus::answer(result, [&] { return bus::sendable(status()); });
+            bus::answer(result, [&] { return base::sendable(status()); });
         });
     registerDocuments();
     _object->finishRegistration();
@@ -40,7 +40,7 @@ void PipelineObject::registerDocuments()
         .onInterface(kInterface)
         .withOutputParamNames("keys")
         .implementedAs([this](sdbus::Result<std::vector<std::string>>&& result) {
-            bus::answer(result, [this] { return bus::sendable(_settings.keys()); });
+            bus::answer(result, [this] { return base::sendable(_settings.keys()); });
         });
     _object->registerMethod("history")
         .onInterface(kInterface)
@@ -69,7 +69,7 @@ void PipelineObject::registerDocuments()
                 if (!text) {
                     throw bus::Refusal("no good document number " + std::to_string(sequence) + " of this key is kept");
                 }
-                return bus::sendable(std::move(*text));
+                return base::sendable(std::move(*text));
             });
         });
 }

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-namespace camera::ravel {
+namespace camera::store {
 class SettingsStore;
 }
 
@@ -21,12 +21,12 @@ public:
     using Status = std::function<std::string()>;
 
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. settings outlives it.
-    PipelineObject(const std::shared_ptr<bus::Session>& session, ravel::SettingsStore& settings, Status status);
+    PipelineObject(const std::shared_ptr<bus::Session>& session, store::SettingsStore& settings, Status status);
 
 private:
     void registerDocuments();
 
-    ravel::SettingsStore& _settings;
+    store::SettingsStore& _settings;
     std::unique_ptr<sdbus::IObject> _object;
 };
 

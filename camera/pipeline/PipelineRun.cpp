@@ -1,20 +1,20 @@
 #include "camera/pipeline/PipelineRun.h"
 
-#include "camera/cli/CameraBuilder.h"
-#include "camera/cli/ConfigurationFile.h"
-#include "camera/cli/EventText.h"
-#include "camera/cli/RunReport.h"
-#include "camera/cli/StateFolder.h"
-#include "camera/cli/StopSignal.h"
-#include "camera/meridan/PositioningDriver.h"
-#include "camera/meridan/PositioningUnit.h"
+#include "camera/base/StopSignal.h"
+#include "camera/onvif/ConfigurationFile.h"
+#include "camera/onvif/EventText.h"
 #include "camera/pipeline/ActiveKeys.h"
 #include "camera/pipeline/BusPresence.h"
+#include "camera/pipeline/CameraBuilder.h"
 #include "camera/pipeline/DeviceServices.h"
 #include "camera/pipeline/Pace.h"
 #include "camera/pipeline/PipelineStatus.h"
+#include "camera/pipeline/RunReport.h"
 #include "camera/pipeline/Scenario.h"
-#include "camera/ravel/ControlThread.h"
+#include "camera/ptz/PositioningDriver.h"
+#include "camera/ptz/PositioningUnit.h"
+#include "camera/serviceapi/ControlThread.h"
+#include "camera/store/StateFolder.h"
 #include "camera/video/LibavLog.h"
 #include "camera/video/OpenSource.h"
 #include "camera/video/Overlay.h"
@@ -32,11 +32,11 @@ namespace camera::pipeline {
 
 namespace {
 
-using cli::ComponentName;
-using cli::Console;
-using cli::printable;
-using cli::sizeText;
-using cli::summaryLine;
+using base::Console;
+using base::printable;
+using onvif::ComponentName;
+using pipeline::sizeText;
+using pipeline::summaryLine;
 
 using Clock = std::chrono::steady_clock;
 
@@ -49,7 +49,7 @@ constexpr double kWholeScene = 90; ///< any angle: a fixed camera sees as much a
 /// needed; end() takes them down in the order that the device asks for.
 class Run {
 public:
-    Run(const cli::PipelineOptions& given, Console& console)
+    Run(const pipeline::PipelineOptions& given, Console& console)
         : given(given), options(given.run), console(console), scenario(given.run), state(options.camera.stateDir)
     {
     }
@@ -76,12 +76,12 @@ private:
         sourceOptions.loop = options.loop;
         sourceOptions.notBefore = state.lastFrameTime();
         sourceOptions.stop = &stop.flag();
-        device::Options wanted = deviceOptions();
+        pipeline::Options wanted = deviceOptions();
         if (!openSource(sourceOptions)) {
             return false;
         }
         openView(wanted);
-        device = cli::buildCamera(options.camera, wanted, console);
+        device = pipeline::buildCamera(options.camera, wanted, console);
         if (!options.overlay.empty() || !options.picture.empty()) {
             overlay.emplace(video::OverlayFiles{options.overlay, options.picture}, pictureSize.width,
                             pictureSize.height, source->framesPerSecond());
@@ -96,9 +96,9 @@ private:
         return true;
     }
 
-    device::Options deviceOptions()
+    pipeline::Options deviceOptions()
     {
-        device::Options wanted = cli::deviceOptions(options.camera, state.path());
+        pipeline::Options wanted = pipeline::deviceOptions(options.camera, state.path());
         wanted.orientation = options.orientation;
         wanted.metadataFile = options.metadata;
         if (options.camera.ptz) {
@@ -107,7 +107,7 @@ private:
                 state.kept(); // also in a folder that goes with the camera: this process may be restarted
         }
         if (!given.bus.empty()) {
-            wanted.servicesElsewhere = [this](ravel::Environment& environment) {
+            wanted.servicesElsewhere = [this](serviceapi::Environment& environment) {
                 services = std::make_shared<DeviceServices>(environment, DeviceServices::Options{given.bus});
                 return services;
             };
@@ -116,7 +116,7 @@ private:
     }
 
     // What the plug-in gets: the source's whole picture, scaled when a size is given, or what a PTZ camera sees of it.
-    void openView(const device::Options& wanted)
+    void openView(const pipeline::Options& wanted)
     {
         pictureSize = {source->width(), source->height()};
         const video::PictureSize whole = pictureSize;
@@ -148,14 +148,14 @@ private:
 
     void connect()
     {
-        events = device->onEvent([this](const ravel::Event& event) {
+        events = device->onEvent([this](const base::Event& event) {
             report.event(event);
-            console.line(cli::describeEvent(event));
+            console.line(onvif::describeEvent(event));
         });
         if (services) {
             device->onMetadata([this](const std::string& document) { services->sendMetadata(document); });
         }
-        device->onFrameOutputs([this](const device::FrameOutputs& outputs) {
+        device->onFrameOutputs([this](const pipeline::FrameOutputs& outputs) {
             const video::Drawing drawing = video::readDrawing(outputs.drawing, outputs.drawingBytes);
             report.drawing(drawing);
             guarded([&] {
@@ -182,7 +182,7 @@ private:
     {
         Pace pace(options.realSpeed, stop);
         // At full speed the camera moves by the times of the frames, else by the clock, also while no frame comes.
-        std::optional<meridan::PositioningDriver> driver;
+        std::optional<ptz::PositioningDriver> driver;
         if (options.realSpeed) {
             driver.emplace(device->positioning());
         }
@@ -219,9 +219,9 @@ private:
             return frame;
         }
         if (!options.camera.ptz) {
-            return view->of(frame, meridan::Position(), static_cast<unsigned int>(kWholeScene * 1000));
+            return view->of(frame, ptz::Position(), static_cast<unsigned int>(kWholeScene * 1000));
         }
-        const meridan::Position position = device->positioning().position();
+        const ptz::Position position = device->positioning().position();
         return view->of(frame, position, device->positioning().optics().angleOfView(position.zoom));
     }
 
@@ -314,7 +314,7 @@ private:
         if (overlay && !overlayFailed) {
             guarded([&] { overlay->finish(); });
         }
-        active = cli::componentsOf(device->target().currentConfiguration());
+        active = onvif::componentsOf(device->target().currentConfiguration());
         device->shutdown();
         presence.reset();
         statistics = device->statistics();
@@ -357,7 +357,7 @@ private:
     {
         constexpr std::size_t kMost = 8;
         for (std::size_t i = 0; i < active.size() && i < kMost; ++i) {
-            console.line(summaryLine(i == 0 ? "active" : "", printable(cli::describe(active[i]))));
+            console.line(summaryLine(i == 0 ? "active" : "", printable(onvif::describe(active[i]))));
         }
         if (active.empty()) {
             console.line(summaryLine("active", "no rule and no module; --config FILE.xml gives some"));
@@ -375,14 +375,14 @@ private:
         }
     }
 
-    const cli::PipelineOptions& given;
-    const cli::RunOptions& options;
+    const pipeline::PipelineOptions& given;
+    const pipeline::RunOptions& options;
     Console& console;
     const Scenario scenario;
-    cli::StopSignal stop;
-    cli::StateFolder state;
+    base::StopSignal stop;
+    store::StateFolder state;
     std::vector<std::string> failures;
-    cli::RunReport report;
+    pipeline::RunReport report;
     ActiveKeys keys{[this](const ActiveKeys::Active& active) { report.rulesSwitched(active.engine, active.key); }};
     std::optional<video::Overlay> overlay;
     bool overlayFailed = false;
@@ -390,11 +390,11 @@ private:
     video::PictureSize pictureSize;
     std::optional<video::View> view;
     std::shared_ptr<DeviceServices> services;
-    std::unique_ptr<device::Device> device;
+    std::unique_ptr<pipeline::Device> device;
     std::unique_ptr<BusPresence> presence;
-    ravel::EventBus::Subscription events;
+    serviceapi::EventBus::Subscription events;
     std::unique_ptr<video::FrameSource> source; ///< last: gone before the device, also after a failure
-    device::Statistics statistics;
+    pipeline::Statistics statistics;
     std::vector<ComponentName> active;
     std::int64_t lastFrame = 0;
     Clock::time_point lastStatus;
@@ -403,7 +403,7 @@ private:
 
 } // namespace
 
-int runPipeline(const cli::PipelineOptions& options, cli::Console& console)
+int runPipeline(const pipeline::PipelineOptions& options, base::Console& console)
 {
     video::routeLibavLog(options.run.camera.verbosity > 0);
     try {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "camera/cli/Console.h"
-#include "camera/cli/RunOptions.h"
+#include "camera/base/Console.h"
+#include "camera/pipeline/RunOptions.h"
 
 namespace camera::pipeline {
 
 /// The pipeline process, from its first frame to its last: returns the exit code, 0 or 1; a failure has been
 /// printed.
-int runPipeline(const cli::PipelineOptions& options, cli::Console& console);
+int runPipeline(const pipeline::PipelineOptions& options, base::Console& console);
 
 } // namespace camera::pipeline

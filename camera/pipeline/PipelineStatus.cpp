@@ -1,6 +1,6 @@
 #include "camera/pipeline/PipelineStatus.h"
 
-#include "camera/meridan/PositioningUnit.h"
+#include "camera/ptz/PositioningUnit.h"
 
 #include <json/json.h>
 #include <unistd.h>
@@ -9,14 +9,14 @@ namespace camera::pipeline {
 
 namespace {
 
-Json::Value positionOf(const meridan::PositioningUnit& unit)
+Json::Value positionOf(const ptz::PositioningUnit& unit)
 {
     Json::Value value(Json::objectValue);
     value["available"] = unit.isAvailable();
     if (!unit.isAvailable()) {
         return value;
     }
-    const meridan::Position at = unit.position();
+    const ptz::Position at = unit.position();
     value["pan"] = at.pan;
     value["tilt"] = at.tilt;
     value["zoom"] = at.zoom;
@@ -45,8 +45,8 @@ Json::Value enginesOf(const ActiveKeys& keys)
 
 std::string PipelineStatus::json() const
 {
-    const device::Statistics statistics = device.statistics();
-    const cli::RunReport::Now now = report.now();
+    const pipeline::Statistics statistics = device.statistics();
+    const pipeline::RunReport::Now now = report.now();
     Json::Value value(Json::objectValue);
     value["pid"] = static_cast<Json::Int64>(::getpid());
     value["input"] = input;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "camera/cli/RunReport.h"
-#include "camera/device/Device.h"
 #include "camera/pipeline/ActiveKeys.h"
+#include "camera/pipeline/Device.h"
+#include "camera/pipeline/RunReport.h"
 
 #include <cstdint>
 #include <string>
@@ -11,8 +11,8 @@ namespace camera::pipeline {
 
 /// How the pipeline process does, as a JSON object for people and programs. Uses only what is thread-safe.
 struct PipelineStatus {
-    device::Device& device;
-    cli::RunReport& report;
+    pipeline::Device& device;
+    pipeline::RunReport& report;
     const ActiveKeys& keys;
     std::string input;
     int orientation = 0;

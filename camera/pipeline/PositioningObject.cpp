@@ -1,10 +1,10 @@
 #include "camera/pipeline/PositioningObject.h"
 
+#include "camera/base/Log.h"
+#include "camera/base/Utf8.h"
 #include "camera/bus/Answer.h"
 #include "camera/bus/Names.h"
-#include "camera/bus/Text.h"
-#include "camera/meridan/PositioningUnit.h"
-#include "camera/ravel/Log.h"
+#include "camera/ptz/PositioningUnit.h"
 
 #include <algorithm>
 #include <chrono>
@@ -16,9 +16,9 @@ namespace camera::pipeline {
 
 namespace {
 
-using meridan::Commander;
-using meridan::CommandResult;
-using meridan::PositioningUnit;
+using ptz::Commander;
+using ptz::CommandResult;
+using ptz::PositioningUnit;
 using PresetRow = sdbus::Struct<std::string, std::uint32_t, std::int32_t, std::uint32_t>;
 using StopRow = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
 using TourRow = sdbus::Struct<std::string, std::vector<StopRow>>;
@@ -31,21 +31,21 @@ Commander commander(std::uint32_t priority)
     return {"operator", priority};
 }
 
-meridan::Position position(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom)
+ptz::Position position(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom)
 {
-    meridan::Position result;
+    ptz::Position result;
     result.pan = pan;
     result.tilt = tilt;
     result.zoom = zoom;
     return result;
 }
 
-meridan::Tour tourOf(const std::string& name, const std::vector<StopRow>& rows)
+ptz::Tour tourOf(const std::string& name, const std::vector<StopRow>& rows)
 {
-    meridan::Tour tour;
+    ptz::Tour tour;
     tour.name = name;
     for (const StopRow& row : rows) {
-        meridan::TourStop stop;
+        ptz::TourStop stop;
         stop.preset = row.get<0>();
         stop.dwell = std::chrono::milliseconds(row.get<1>());
         stop.speedPercent = static_cast<decltype(stop.speedPercent)>(std::min<std::uint32_t>(row.get<2>(), 1000));
@@ -54,19 +54,19 @@ meridan::Tour tourOf(const std::string& name, const std::vector<StopRow>& rows)
     return tour;
 }
 
-TourRow rowOf(const meridan::Tour& tour)
+TourRow rowOf(const ptz::Tour& tour)
 {
     std::vector<StopRow> stops;
-    for (const meridan::TourStop& stop : tour.stops) {
-        stops.emplace_back(bus::sendable(stop.preset), static_cast<std::uint32_t>(stop.dwell.count()),
+    for (const ptz::TourStop& stop : tour.stops) {
+        stops.emplace_back(base::sendable(stop.preset), static_cast<std::uint32_t>(stop.dwell.count()),
                            static_cast<std::uint32_t>(stop.speedPercent));
     }
-    return TourRow(bus::sendable(tour.name), std::move(stops));
+    return TourRow(base::sendable(tour.name), std::move(stops));
 }
 
 } // namespace
 
-PositioningObject::PositioningObject(const std::shared_ptr<bus::Session>& session, meridan::PositioningUnit& unit)
+PositioningObject::PositioningObject(const std::shared_ptr<bus::Session>& session, ptz::PositioningUnit& unit)
     : _unit(unit), _object(sdbus::createObject(session->connection(), bus::objectPath(bus::service::kPositioning)))
 {
     registerQueries();
@@ -102,9 +102,9 @@ void PositioningObject::registerQueries()
         .withOutputParamNames("pan", "tilt", "zoom", "angleOfView", "moving", "activePreset")
         .implementedAs([this](Where&& result) {
             bus::answer(result, [&](const Where& reply) {
-                const meridan::Position at = _unit.position();
+                const ptz::Position at = _unit.position();
                 reply.returnResults(at.pan, at.tilt, at.zoom, _unit.optics().angleOfView(at.zoom), _unit.moving(),
-                                    bus::sendable(_unit.activePreset()));
+                                    base::sendable(_unit.activePreset()));
             });
         });
     _object->registerMethod("listPresets")
@@ -113,8 +113,8 @@ void PositioningObject::registerQueries()
         .implementedAs([this](sdbus::Result<std::vector<PresetRow>>&& result) {
             bus::answer(result, [this] {
                 std::vector<PresetRow> rows;
-                for (const meridan::Preset& preset : _unit.presets()) {
-                    rows.emplace_back(bus::sendable(preset.name), preset.position.pan, preset.position.tilt,
+                for (const ptz::Preset& preset : _unit.presets()) {
+                    rows.emplace_back(base::sendable(preset.name), preset.position.pan, preset.position.tilt,
                                       preset.position.zoom);
                 }
                 return rows;
@@ -126,7 +126,7 @@ void PositioningObject::registerQueries()
         .implementedAs([this](sdbus::Result<std::vector<TourRow>>&& result) {
             bus::answer(result, [this] {
                 std::vector<TourRow> rows;
-                for (const meridan::Tour& tour : _unit.tours()) {
+                for (const ptz::Tour& tour : _unit.tours()) {
                     rows.push_back(rowOf(tour));
                 }
                 return rows;
@@ -147,7 +147,7 @@ void PositioningObject::registerMovement()
     registerCommand<std::int32_t, std::int32_t, std::int32_t, std::uint32_t, std::uint32_t>(
         "drive", {"pan", "tilt", "zoom", "milliseconds", "priority"},
         [this](const auto& pan, const auto& tilt, const auto& zoom, const auto& milliseconds, const auto& priority) {
-            meridan::Drive drive;
+            ptz::Drive drive;
             drive.pan = pan;
             drive.tilt = tilt;
             drive.zoom = zoom;
@@ -186,7 +186,7 @@ void PositioningObject::registerTours()
         "startTour", {"name", "priority"},
         [this](const auto& name, const auto& priority) { return _unit.startTour(name, commander(priority)); });
     const auto onTour = [this](CommandResult (PositioningUnit::*command)(const Commander&)) {
-        return [this, command] { return (_unit.*command)(commander(meridan::kOperatorPriority)); };
+        return [this, command] { return (_unit.*command)(commander(ptz::kOperatorPriority)); };
     };
     registerCommand<>("stopTour", {}, onTour(&PositioningUnit::stopTour));
     registerCommand<>("pauseTour", {}, onTour(&PositioningUnit::pauseTour));
@@ -220,8 +220,8 @@ void PositioningObject::emit(const char* signal, const Arguments&... arguments)
     try {
         _object->emitSignal(signal).onInterface(kInterface).withArguments(arguments...);
     } catch (const std::exception& error) {
-        ravel::Log::instance().write(ravel::LogLevel::info, "bus",
-                                     std::string(signal) + " was not sent: " + error.what());
+        base::Log::instance().write(base::LogLevel::info, "bus",
+                                    std::string(signal) + " was not sent: " + error.what());
     }
 }
 
@@ -237,17 +237,17 @@ void PositioningObject::emitCommandPriority(bool panTiltHeld, bool zoomHeld, uns
 
 void PositioningObject::emitPresetState(int state, const std::string& preset, bool byTour, const std::string& user)
 {
-    emit("presetState", state, bus::sendable(preset), byTour, bus::sendable(user));
+    emit("presetState", state, base::sendable(preset), byTour, base::sendable(user));
 }
 
 void PositioningObject::emitPresetModified(const std::string& preset, bool created, bool changed, bool removed)
 {
-    emit("presetModified", bus::sendable(preset), created, changed, removed);
+    emit("presetModified", base::sendable(preset), created, changed, removed);
 }
 
 void PositioningObject::emitTourState(int state, const std::string& tour, unsigned int stop, int stopType)
 {
-    emit("tourState", state, bus::sendable(tour), stop, stopType);
+    emit("tourState", state, base::sendable(tour), stop, stopType);
 }
 
 namespace {

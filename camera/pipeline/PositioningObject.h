@@ -1,7 +1,7 @@
 #pragma once
 
 #include "camera/bus/Connection.h"
-#include "camera/meridan/CommandResult.h"
+#include "camera/ptz/CommandResult.h"
 
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-namespace camera::meridan {
+namespace camera::ptz {
 class PositioningUnit;
 }
 
@@ -24,7 +24,7 @@ namespace camera::pipeline {
 class PositioningObject {
 public:
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. unit outlives it.
-    PositioningObject(const std::shared_ptr<bus::Session>& session, meridan::PositioningUnit& unit);
+    PositioningObject(const std::shared_ptr<bus::Session>& session, ptz::PositioningUnit& unit);
 
     // Any thread; what the bus refuses is dropped.
     void emitMotionState(bool moving, unsigned int pan, int tilt, unsigned int zoom);
@@ -44,20 +44,20 @@ private:
     template <class... Arguments>
     void emit(const char* signal, const Arguments&... arguments);
 
-    meridan::PositioningUnit& _unit;
+    ptz::PositioningUnit& _unit;
     std::unique_ptr<sdbus::IObject> _object;
 };
 
 /// Passes on what a positioning unit tells its callbacks for as long as it lives, to the session that stands.
 class PositioningEvents {
 public:
-    PositioningEvents(meridan::PositioningUnit& unit, std::shared_ptr<bus::Live<PositioningObject>> object);
+    PositioningEvents(ptz::PositioningUnit& unit, std::shared_ptr<bus::Live<PositioningObject>> object);
     ~PositioningEvents();
     PositioningEvents(const PositioningEvents&) = delete;
     PositioningEvents& operator=(const PositioningEvents&) = delete;
 
 private:
-    meridan::PositioningUnit& _unit;
+    ptz::PositioningUnit& _unit;
     std::shared_ptr<bus::Live<PositioningObject>> _object;
 };
 

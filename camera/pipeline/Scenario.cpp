@@ -1,10 +1,10 @@
 #include "camera/pipeline/Scenario.h"
 
-#include "camera/cli/CameraBuilder.h"
-#include "camera/cli/ConfigurationFile.h"
-#include "camera/cli/PluginPath.h"
-#include "camera/meridan/PositioningUnit.h"
-#include "camera/ravel/ControlThread.h"
+#include "camera/base/PluginPath.h"
+#include "camera/onvif/ConfigurationFile.h"
+#include "camera/pipeline/CameraBuilder.h"
+#include "camera/ptz/PositioningUnit.h"
+#include "camera/serviceapi/ControlThread.h"
 
 #include <chrono>
 #include <cmath>
@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kTourName = "start";
 
-device::PresetOption presetOf(const cli::PlaceOption& place)
+pipeline::PresetOption presetOf(const pipeline::PlaceOption& place)
 {
     constexpr long kTurn = 360000;
     const long pan = std::lround(place.pan * 1000) % kTurn;
@@ -24,7 +24,7 @@ device::PresetOption presetOf(const cli::PlaceOption& place)
             static_cast<int>(std::lround(place.tilt * 1000)), static_cast<unsigned int>(std::lround(place.zoom * 100))};
 }
 
-void requireDone(const meridan::CommandResult& result)
+void requireDone(const ptz::CommandResult& result)
 {
     if (!result) {
         throw std::runtime_error(result.sentence);
@@ -33,31 +33,31 @@ void requireDone(const meridan::CommandResult& result)
 
 } // namespace
 
-Scenario::Scenario(const cli::RunOptions& options) : _options(options)
+Scenario::Scenario(const pipeline::RunOptions& options) : _options(options)
 {
     for (const std::string& file : options.configFiles) {
-        _files.push_back({file, cli::readConfiguration(file)});
+        _files.push_back({file, onvif::readConfiguration(file)});
     }
 }
 
-device::PtzOption Scenario::positioning(const cli::RunOptions& options)
+pipeline::PtzOption Scenario::positioning(const pipeline::RunOptions& options)
 {
-    device::PtzOption result;
-    for (const cli::PlaceOption& place : options.places) {
+    pipeline::PtzOption result;
+    for (const pipeline::PlaceOption& place : options.places) {
         result.presets.push_back(presetOf(place));
     }
     result.arriveAt = options.camera.preset;
     if (!options.camera.model.empty()) {
-        result.description = meridan::findDescription(options.camera.model, cli::programFolder());
+        result.description = ptz::findDescription(options.camera.model, base::programFolder());
     }
     return result;
 }
 
-std::vector<std::string> Scenario::begin(device::Device& device) const
+std::vector<std::string> Scenario::begin(pipeline::Device& device) const
 {
     std::vector<std::string> notices;
     for (const File& file : _files) {
-        const bool active = cli::configure(device, file.xml, file.name);
+        const bool active = pipeline::configure(device, file.xml, file.name);
         if (!active && _options.tour.empty()) {
             notices.push_back("'" + file.name + "' is stored for another place than the one where the camera stands.");
         }
@@ -68,19 +68,19 @@ std::vector<std::string> Scenario::begin(device::Device& device) const
     return notices;
 }
 
-void Scenario::startTour(device::Device& device) const
+void Scenario::startTour(pipeline::Device& device) const
 {
-    meridan::PositioningUnit& unit = device.positioning();
-    meridan::Tour tour;
+    ptz::PositioningUnit& unit = device.positioning();
+    ptz::Tour tour;
     tour.name = kTourName;
-    for (const cli::TourStopOption& stop : _options.tour) {
-        meridan::TourStop entry;
+    for (const pipeline::TourStopOption& stop : _options.tour) {
+        ptz::TourStop entry;
         entry.preset = stop.preset;
         entry.dwell = std::chrono::milliseconds(std::lround(stop.seconds * 1000));
         tour.stops.push_back(entry);
     }
     requireDone(unit.createTour(tour));
-    requireDone(unit.startTour(kTourName, {"the command line", meridan::kOperatorPriority}));
+    requireDone(unit.startTour(kTourName, {"the command line", ptz::kOperatorPriority}));
     device.control().drain(); // the first frame already comes from a camera on its way
 }
 

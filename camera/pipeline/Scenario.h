@@ -1,7 +1,7 @@
 #pragma once
 
-#include "camera/cli/RunOptions.h"
-#include "camera/device/Device.h"
+#include "camera/pipeline/Device.h"
+#include "camera/pipeline/RunOptions.h"
 
 #include <string>
 #include <utility>
@@ -14,17 +14,17 @@ namespace camera::pipeline {
 class Scenario {
 public:
     /// @throws std::runtime_error with one sentence for a file that cannot be read or is no configuration.
-    explicit Scenario(const cli::RunOptions& options);
+    explicit Scenario(const pipeline::RunOptions& options);
 
     /**
      * Gives the device its configurations and starts the tour.
      * @return sentences for people about what will not be active where the camera stands.
      * @throws std::runtime_error with one sentence when the camera refuses one.
      */
-    std::vector<std::string> begin(device::Device& device) const;
+    std::vector<std::string> begin(pipeline::Device& device) const;
 
     /// The positioning of a camera that begins like this.
-    static device::PtzOption positioning(const cli::RunOptions& options);
+    static pipeline::PtzOption positioning(const pipeline::RunOptions& options);
 
 private:
     struct File {
@@ -32,9 +32,9 @@ private:
         std::string xml;
     };
 
-    void startTour(device::Device& device) const;
+    void startTour(pipeline::Device& device) const;
 
-    const cli::RunOptions& _options;
+    const pipeline::RunOptions& _options;
     std::vector<File> _files;
 };
 

@@ -1,8 +1,8 @@
 // The pipeline process: reads the arguments and runs; returns the exit code.
 
-#include "camera/cli/ProgramFrame.h"
-#include "camera/cli/RunOptions.h"
+#include "camera/base/ProgramFrame.h"
 #include "camera/pipeline/PipelineRun.h"
+#include "camera/pipeline/RunOptions.h"
 
 #include <cstdio>
 #include <string>
@@ -10,11 +10,11 @@
 
 namespace {
 
-int run(const std::vector<std::string>& arguments, camera::cli::Console& console)
+int run(const std::vector<std::string>& arguments, camera::base::Console& console)
 {
-    const camera::cli::PipelineOptions options = camera::cli::parsePipeline(arguments);
+    const camera::pipeline::PipelineOptions options = camera::pipeline::parsePipeline(arguments);
     if (options.run.help) {
-        std::fputs(camera::cli::pipelineHelp().c_str(), stdout);
+        std::fputs(camera::pipeline::pipelineHelp().c_str(), stdout);
         return std::fflush(stdout) == 0 ? 0 : 1;
     }
     return camera::pipeline::runPipeline(options, console);
@@ -24,5 +24,5 @@ int run(const std::vector<std::string>& arguments, camera::cli::Console& console
 
 int main(int argc, char** argv)
 {
-    return camera::cli::runProgram(argc, argv, run);
+    return camera::base::runProgram(argc, argv, run);
 }

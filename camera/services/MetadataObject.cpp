@@ -28,7 +28,7 @@ void MetadataObject::registerMethods()
         .onInterface(interface())
         .withOutputParamNames("path")
         .implementedAs([this](sdbus::Result<std::string>&& result) {
-            respond(std::move(result), [this] { return bus::sendable(_socket.path()); });
+            respond(std::move(result), [this] { return base::sendable(_socket.path()); });
         });
     object()
         .registerMethod("getCounters")

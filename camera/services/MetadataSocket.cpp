@@ -14,9 +14,9 @@ namespace {
 
 constexpr int kAcceptPauseMs = 100;
 
-Descriptor openWakeUp()
+base::FileDescriptor openWakeUp()
 {
-    Descriptor wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    base::FileDescriptor wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (wakeUp.get() < 0) {
         throw std::runtime_error(std::string("no event descriptor can be opened: ") + std::strerror(errno));
     }
@@ -121,7 +121,7 @@ std::vector<pollfd> MetadataSocket::waiting()
 
 void MetadataSocket::acceptNew()
 {
-    Descriptor socket(::accept4(_file.descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    base::FileDescriptor socket(::accept4(_file.descriptor(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
     if (socket.get() < 0) {
         if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
             _acceptAgain = std::chrono::steady_clock::now() + std::chrono::milliseconds(kAcceptPauseMs);

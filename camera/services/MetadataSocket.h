@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/services/Descriptor.h"
+#include "camera/base/FileDescriptor.h"
 #include "camera/services/DocumentQueue.h"
 #include "camera/services/SocketFile.h"
 #include "camera/services/Subscriber.h"
@@ -56,7 +56,7 @@ public:
 
 private:
     struct Client {
-        explicit Client(Descriptor socket) : subscriber(std::move(socket)) {}
+        explicit Client(base::FileDescriptor socket) : subscriber(std::move(socket)) {}
 
         Subscriber subscriber; ///< the thread's own
         DocumentQueue queue;   ///< this and the counters: under the mutex
@@ -72,7 +72,7 @@ private:
     bool sendTo(Client& client);
 
     SocketFile _file;
-    Descriptor _wakeUp;
+    base::FileDescriptor _wakeUp;
     std::chrono::steady_clock::time_point _acceptAgain; ///< the thread's own: not before, for want of descriptors
 
     mutable std::mutex _mutex;

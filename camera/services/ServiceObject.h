@@ -97,8 +97,8 @@ private:
                 bus::answerError(*kept, bus::error::kFailed, "made slow, and too many answers wait already");
             }
         } catch (const std::exception& error) {
-            ravel::Log::instance().write(ravel::LogLevel::error, _service,
-                                         std::string("an answer was lost: ") + error.what());
+            base::Log::instance().write(base::LogLevel::error, _service,
+                                        std::string("an answer was lost: ") + error.what());
         }
     }
 

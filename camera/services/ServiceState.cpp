@@ -1,12 +1,12 @@
 #include "camera/services/ServiceState.h"
 
+#include "camera/base/Log.h"
 #include "camera/bus/Names.h"
-#include "camera/ravel/Log.h"
-#include "camera/ravel/SettingsStore.h"
+#include "camera/store/SettingsStore.h"
 
 namespace camera::services {
 
-ServiceState::ServiceState(ravel::SettingsStore& store) : _store(store)
+ServiceState::ServiceState(store::SettingsStore& store) : _store(store)
 {
     load(bus::service::kWindowBlanking, _blanking, parseBlanking);
     load(bus::service::kRotate, _rotation, parseRotation);
@@ -39,9 +39,9 @@ void ServiceState::load(const char* service, T& value, Parse parse)
         value = *stored;
         return;
     }
-    ravel::Log::instance().write(ravel::LogLevel::error, service,
-                                 "what is stored in " + _store.file().string() +
-                                     " is not what this service stores; the defaults hold");
+    base::Log::instance().write(base::LogLevel::error, service,
+                                "what is stored in " + _store.file().string() +
+                                    " is not what this service stores; the defaults hold");
 }
 
 template <class T>

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace camera::ravel {
+namespace camera::store {
 class SettingsStore;
 }
 
@@ -21,7 +21,7 @@ class ServiceState {
 public:
     /// Reads what is stored; a document that cannot be used is reported in one line, and the defaults hold instead.
     /// @param store  borrowed.
-    explicit ServiceState(ravel::SettingsStore& store);
+    explicit ServiceState(store::SettingsStore& store);
 
     const Blanking& blanking() const { return _blanking; }
     void setBlanking(const Blanking& blanking);
@@ -41,7 +41,7 @@ private:
     template <class T>
     void keep(const char* service, T& value, const T& wanted);
 
-    ravel::SettingsStore& _store;
+    store::SettingsStore& _store;
     Blanking _blanking;
     Rotation _rotation;
     Values _values{{kDefaultRotationKey, 0}};

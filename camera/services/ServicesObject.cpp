@@ -63,7 +63,7 @@ void ServicesObject::registerStatus()
         .onInterface(kInterface)
         .withOutputParamNames("status")
         .implementedAs([this](sdbus::Result<std::string>&& result) {
-            bus::answer(result, [this] { return bus::sendable(_hooks.status()); });
+            bus::answer(result, [this] { return base::sendable(_hooks.status()); });
         });
 }
 

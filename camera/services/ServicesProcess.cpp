@@ -1,6 +1,6 @@
 #include "camera/services/ServicesProcess.h"
 
-#include "camera/ravel/Log.h"
+#include "camera/base/Log.h"
 #include "camera/services/StatusDocument.h"
 
 #include <utility>
@@ -57,8 +57,8 @@ std::shared_ptr<Presence> ServicesProcess::appear(const std::shared_ptr<bus::Ses
     } catch (const std::exception& error) {
         // The connection tries again, for as long as it takes: one line for all the attempts.
         if (std::exchange(_trouble, error.what()) != error.what()) {
-            ravel::Log::instance().write(ravel::LogLevel::error, kProcess,
-                                         "the services cannot appear on the bus: " + _trouble + "; tried again");
+            base::Log::instance().write(base::LogLevel::error, kProcess,
+                                        "the services cannot appear on the bus: " + _trouble + "; tried again");
         }
         throw;
     }

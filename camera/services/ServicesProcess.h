@@ -1,14 +1,14 @@
 #pragma once
 
 #include "camera/bus/Connection.h"
-#include "camera/ravel/SettingsStore.h"
-#include "camera/ravel/StateLock.h"
 #include "camera/services/AnswerTimer.h"
 #include "camera/services/FaultSwitch.h"
 #include "camera/services/MetadataSocket.h"
 #include "camera/services/Presence.h"
 #include "camera/services/ServiceState.h"
 #include "camera/services/ServicesOptions.h"
+#include "camera/store/SettingsStore.h"
+#include "camera/store/StateLock.h"
 
 #include <filesystem>
 #include <memory>
@@ -39,8 +39,8 @@ private:
     std::string status() const;
 
     const std::filesystem::path _folder;
-    ravel::StateLock _lock;
-    ravel::SettingsStore _store;
+    store::StateLock _lock;
+    store::SettingsStore _store;
     ServiceState _state;
     FaultSwitch _faults;
     MetadataSocket _socket;

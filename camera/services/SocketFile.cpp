@@ -27,9 +27,9 @@ sockaddr_un addressOf(const std::string& path)
     return address;
 }
 
-Descriptor openSocket()
+base::FileDescriptor openSocket()
 {
-    Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    base::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (socket.get() < 0) {
         throw std::runtime_error(std::string("no socket can be opened: ") + std::strerror(errno));
     }
@@ -90,7 +90,7 @@ void SocketFile::clearTheWay() const
 
 bool SocketFile::somebodyListens() const
 {
-    const Descriptor probe = openSocket();
+    const base::FileDescriptor probe = openSocket();
     const sockaddr_un address = addressOf(_path);
     const int result = ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
     // Anything but a refusal, a full queue for instance, means that somebody may be there.

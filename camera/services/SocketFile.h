@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/services/Descriptor.h"
+#include "camera/base/FileDescriptor.h"
 
 #include <filesystem>
 #include <string>
@@ -31,7 +31,7 @@ private:
     void listen();
 
     const std::string _path;
-    Descriptor _listener;
+    base::FileDescriptor _listener;
     struct stat _own {};
 };
 

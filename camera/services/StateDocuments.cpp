@@ -1,6 +1,6 @@
 #include "camera/services/StateDocuments.h"
 
-#include "camera/bus/Text.h"
+#include "camera/base/Utf8.h"
 
 #include <json/json.h>
 
@@ -59,7 +59,7 @@ std::uint8_t byteOf(const Json::Value& value)
 
 bool isValueKey(const std::string& key)
 {
-    return !key.empty() && key.size() <= kLongestKeyBytes && bus::isSendable(key);
+    return !key.empty() && key.size() <= kLongestKeyBytes && base::isSendable(key);
 }
 
 std::string format(const Blanking& blanking)

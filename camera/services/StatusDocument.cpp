@@ -1,6 +1,6 @@
 #include "camera/services/StatusDocument.h"
 
-#include "camera/bus/Text.h"
+#include "camera/base/Utf8.h"
 #include "camera/services/FaultSwitch.h"
 #include "camera/services/MetadataSocket.h"
 #include "camera/services/ServiceState.h"
@@ -21,7 +21,7 @@ Json::Value metadata(const MetadataSocket& socket)
 {
     const MetadataSocket::Counters now = socket.counters();
     Json::Value object;
-    object["socket"] = bus::sendable(socket.path());
+    object["socket"] = base::sendable(socket.path());
     object["received"] = number(now.received);
     object["delivered"] = number(now.delivered);
     object["lost"] = number(now.lost);
@@ -54,7 +54,7 @@ std::string statusDocument(const std::string& folder, const MetadataSocket& sock
 {
     Json::Value object;
     object["pid"] = static_cast<Json::Int64>(::getpid());
-    object["state"] = bus::sendable(folder);
+    object["state"] = base::sendable(folder);
     object["moving"] = state.moving();
     object["angle"] = state.rotation().angleDegrees;
     object["rotationServed"] = state.rotation().served;

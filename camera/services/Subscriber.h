@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/services/Descriptor.h"
+#include "camera/base/FileDescriptor.h"
 #include "camera/services/DocumentQueue.h"
 
 #include <cstddef>
@@ -12,7 +12,7 @@ class Subscriber {
 public:
     enum class Progress { none, partly, whole, gone };
 
-    explicit Subscriber(Descriptor socket) : _socket(std::move(socket)) {}
+    explicit Subscriber(base::FileDescriptor socket) : _socket(std::move(socket)) {}
 
     int descriptor() const { return _socket.get(); }
 
@@ -29,7 +29,7 @@ public:
     bool listen();
 
 private:
-    Descriptor _socket;
+    base::FileDescriptor _socket;
     Line _line;
     std::size_t _sent = 0;
     bool _silent = false; ///< it will say nothing more, and may listen all the same

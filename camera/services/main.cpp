@@ -1,10 +1,10 @@
 // The process of the device services: reads the arguments, serves until it is told to stop.
 
-#include "camera/cli/Console.h"
-#include "camera/cli/OptionTable.h"
-#include "camera/cli/ProgramFrame.h"
-#include "camera/cli/StopSignal.h"
-#include "camera/ravel/Log.h"
+#include "camera/base/Console.h"
+#include "camera/base/Log.h"
+#include "camera/base/OptionTable.h"
+#include "camera/base/ProgramFrame.h"
+#include "camera/base/StopSignal.h"
 #include "camera/services/ServicesOptions.h"
 #include "camera/services/ServicesProcess.h"
 
@@ -16,7 +16,7 @@
 namespace {
 
 using namespace camera;
-using cli::UsageError;
+using base::UsageError;
 
 const std::string kCommand = "camera-services";
 
@@ -44,9 +44,9 @@ void setRotationService(Arguments& arguments, bool served)
     arguments.options.rotationService = served;
 }
 
-cli::OptionTable makeTable(Arguments& arguments)
+base::OptionTable makeTable(Arguments& arguments)
 {
-    cli::OptionTable table(kCommand);
+    base::OptionTable table(kCommand);
     table.text("--bus", "ADDRESS", "the camera's message bus; waited for when it is away", arguments.options.bus);
     table.text("--state", "DIR", "keep settings here, in its folder services", arguments.state);
     table.text("--runtime", "DIR", "put the metadata socket here, not into the state folder", arguments.runtime);
@@ -94,9 +94,9 @@ void parse(const std::vector<std::string>& given, Arguments& arguments)
 int serve(const Arguments& arguments)
 {
     if (arguments.verbosity > 0) {
-        ravel::Log::instance().setLevel(arguments.verbosity > 1 ? ravel::LogLevel::debug : ravel::LogLevel::info);
+        base::Log::instance().setLevel(arguments.verbosity > 1 ? base::LogLevel::debug : base::LogLevel::info);
     }
-    const cli::StopSignal stop;
+    const base::StopSignal stop;
     const services::ServicesProcess process(arguments.options);
     while (!stop.stopped()) {
         stop.waitUntil(std::chrono::steady_clock::now() + std::chrono::hours(1));
@@ -119,6 +119,6 @@ int run(const std::vector<std::string>& given)
 
 int main(int argc, char** argv)
 {
-    return cli::runProgram(argc, argv,
-                           [](const std::vector<std::string>& given, cli::Console& /*console*/) { return run(given); });
+    return base::runProgram(
+        argc, argv, [](const std::vector<std::string>& given, base::Console& /*console*/) { return run(given); });
 }

@@ -45,12 +45,12 @@ std::string xmlText(const std::string& text)
 }
 
 // Where the daemon's complaints go; nowhere when there is no memory for them, which is no reason not to start.
-Descriptor boundedMemory()
+base::FileDescriptor boundedMemory()
 {
-    Descriptor memory(::memfd_create("dbus-daemon", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    base::FileDescriptor memory(::memfd_create("dbus-daemon", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (!memory || ::ftruncate(memory.get(), kLongestComplaint) != 0 ||
         ::fcntl(memory.get(), F_ADD_SEALS, F_SEAL_GROW) != 0) {
-        return Descriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        return base::FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     }
     return memory;
 }
@@ -88,8 +88,8 @@ std::unique_ptr<ChildProcess> BusDaemon::start()
     if (::pipe2(ends, O_CLOEXEC) != 0) {
         throw std::runtime_error(std::string("no pipe can be opened: ") + std::strerror(errno));
     }
-    _ready = Descriptor(ends[0]);
-    const Descriptor writer(ends[1]);
+    _ready = base::FileDescriptor(ends[0]);
+    const base::FileDescriptor writer(ends[1]);
     ::fcntl(_ready.get(), F_SETFL, O_NONBLOCK);
     _errorOutput = boundedMemory();
     _listens = false;

@@ -33,8 +33,8 @@ private:
 
     const RuntimeFolder& _folder;
     const std::string _program;
-    Descriptor _ready;
-    Descriptor _errorOutput; ///< memory with an end, so that a daemon that complains for years fills nothing
+    base::FileDescriptor _ready;
+    base::FileDescriptor _errorOutput; ///< memory with an end, so that a daemon that complains for years fills nothing
     bool _listens = false;
 };
 

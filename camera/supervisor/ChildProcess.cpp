@@ -99,8 +99,8 @@ ChildProcess::ChildProcess(const Program& program)
     if (::pipe2(ends, O_CLOEXEC) != 0) {
         refuse(program.words.front(), errno);
     }
-    const Descriptor reader(ends[0]);
-    Descriptor writer(ends[1]);
+    const base::FileDescriptor reader(ends[0]);
+    base::FileDescriptor writer(ends[1]);
     const pid_t parent = ::getpid();
     _pid = ::fork();
     if (_pid == 0) {
@@ -116,7 +116,7 @@ ChildProcess::ChildProcess(const Program& program)
         refuse(program.words.front(), reason);
     }
     // The C library's wrapper cannot be linked from C++ everywhere.
-    _descriptor = Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, _pid, 0)));
+    _descriptor = base::FileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, _pid, 0)));
     if (!_descriptor) {
         const int reason = errno;
         ::kill(_pid, SIGKILL);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/supervisor/Descriptor.h"
+#include "camera/base/FileDescriptor.h"
 
 #include <chrono>
 #include <optional>
@@ -70,7 +70,7 @@ public:
 
 private:
     pid_t _pid = -1;
-    Descriptor _descriptor;
+    base::FileDescriptor _descriptor;
     std::optional<Exit> _exit;
 };
 

@@ -82,7 +82,7 @@ struct flock wholeFile()
 
 bool isHeld(const fs::path& folder)
 {
-    const Descriptor file(::open((folder / kLock).c_str(), O_RDONLY | O_CLOEXEC));
+    const base::FileDescriptor file(::open((folder / kLock).c_str(), O_RDONLY | O_CLOEXEC));
     struct flock lock = wholeFile();
     return file && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
@@ -133,7 +133,7 @@ void makeFolder(const fs::path& folder)
 }
 
 // Whether the locked file is still the one of that name, and not one that its last owner took away.
-bool isStill(const Descriptor& file, const fs::path& path)
+bool isStill(const base::FileDescriptor& file, const fs::path& path)
 {
     struct stat ours {};
     struct stat named {};
@@ -203,7 +203,7 @@ void RuntimeFolder::lock()
             makeFolder(_path.parent_path());
         }
         makeFolder(_path);
-        _lock = Descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        _lock = base::FileDescriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         if (!_lock && errno == ENOENT) {
             continue; // its last owner took the folder away just now
         }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/supervisor/Descriptor.h"
+#include "camera/base/FileDescriptor.h"
 
 #include <filesystem>
 #include <optional>
@@ -55,7 +55,7 @@ private:
 
     std::filesystem::path _stateDir;
     std::filesystem::path _path;
-    Descriptor _lock;
+    base::FileDescriptor _lock;
 };
 
 } // namespace camera::supervisor

@@ -96,7 +96,7 @@ private:
     const Options _options;
     const Report _report;
     Clock& _clock;
-    Descriptor _wakeUp;
+    base::FileDescriptor _wakeUp;
     std::atomic<bool> _stopping{false};
     std::atomic<bool> _servicesAnswer{false};
 

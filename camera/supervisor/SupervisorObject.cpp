@@ -19,7 +19,7 @@ SupervisorObject::SupervisorObject(const std::shared_ptr<bus::Session>& session,
     const std::string interface = bus::interfaceName(bus::service::kSupervisor);
     _object->registerMethod("status").onInterface(interface).withOutputParamNames("json").implementedAs(
         [status = std::move(operations.status)](sdbus::Result<std::string>&& result) {
-            bus::answer(result, [&] { return bus::sendable(status()); });
+            bus::answer(result, [&] { return base::sendable(status()); });
         });
     _object->registerMethod("stop").onInterface(interface).implementedAs(
         [stop = std::move(operations.stop)](sdbus::Result<>&& result) { bus::answer(result, stop); });

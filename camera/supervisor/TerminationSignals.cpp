@@ -15,7 +15,7 @@ TerminationSignals::TerminationSignals()
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         ::sigaddset(&taken, number);
     }
-    _descriptor = Descriptor(::signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK));
+    _descriptor = base::FileDescriptor(::signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK));
     if (!_descriptor) {
         throw std::runtime_error(std::string("signals cannot be waited for: ") + std::strerror(errno));
     }

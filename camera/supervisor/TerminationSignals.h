@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/supervisor/Descriptor.h"
+#include "camera/base/FileDescriptor.h"
 
 #include <csignal>
 #include <optional>
@@ -28,7 +28,7 @@ public:
 
 private:
     sigset_t _before{};
-    Descriptor _descriptor;
+    base::FileDescriptor _descriptor;
 };
 
 } // namespace camera::supervisor

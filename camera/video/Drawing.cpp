@@ -9,24 +9,24 @@ namespace {
 struct Sorter {
     Drawing& drawing;
 
-    void operator()(const engines::FrameRecord&) const {}
-    void operator()(const engines::BoxRecord& record) const { drawing.boxes.push_back(record); }
-    void operator()(const engines::RuleRecord& record) const { drawing.rules.push_back(record); }
-    void operator()(const engines::CellsRecord& record) const { drawing.cells.push_back(record); }
+    void operator()(const kit::FrameRecord&) const {}
+    void operator()(const kit::BoxRecord& record) const { drawing.boxes.push_back(record); }
+    void operator()(const kit::RuleRecord& record) const { drawing.rules.push_back(record); }
+    void operator()(const kit::CellsRecord& record) const { drawing.cells.push_back(record); }
 };
 
 } // namespace
 
 std::size_t Drawing::movingBoxes() const
 {
-    return static_cast<std::size_t>(std::count_if(
-        boxes.begin(), boxes.end(), [](const auto& box) { return box.kind == engines::BoxKind::kMoving; }));
+    return static_cast<std::size_t>(
+        std::count_if(boxes.begin(), boxes.end(), [](const auto& box) { return box.kind == kit::BoxKind::kMoving; }));
 }
 
 std::size_t Drawing::alarms() const
 {
     return static_cast<std::size_t>(std::count_if(
-        rules.begin(), rules.end(), [](const auto& rule) { return rule.state == engines::RuleState::kAlarm; }));
+        rules.begin(), rules.end(), [](const auto& rule) { return rule.state == kit::RuleState::kAlarm; }));
 }
 
 double Drawing::interest(std::size_t travelled) const
@@ -34,7 +34,7 @@ double Drawing::interest(std::size_t travelled) const
     // Objects that really went somewhere count most, then rules in alarm; boxes that may be nothing count
     // against a picture, and of pictures that are equal so far the one with larger objects wins.
     double area = 0;
-    for (const engines::BoxRecord& box : boxes) {
+    for (const kit::BoxRecord& box : boxes) {
         area += (box.lowerRight.x - box.upperLeft.x) * (box.lowerRight.y - box.upperLeft.y);
     }
     const double doubtful = static_cast<double>(boxes.size()) - static_cast<double>(travelled);
@@ -48,7 +48,7 @@ Drawing readDrawing(const std::uint8_t* data, std::size_t sizeBytes)
     if (data == nullptr) {
         return drawing;
     }
-    engines::DrawingReader reader(data, sizeBytes);
+    kit::DrawingReader reader(data, sizeBytes);
     while (const auto record = reader.next()) {
         std::visit(Sorter{drawing}, *record);
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/engines/DrawingFormat.h"
+#include "camera/kit/DrawingFormat.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,9 +10,9 @@ namespace camera::video {
 
 /// The drawing data of one frame, of all engines together, sorted by what is drawn.
 struct Drawing {
-    std::vector<engines::BoxRecord> boxes;
-    std::vector<engines::RuleRecord> rules;
-    std::vector<engines::CellsRecord> cells;
+    std::vector<kit::BoxRecord> boxes;
+    std::vector<kit::RuleRecord> rules;
+    std::vector<kit::CellsRecord> cells;
     bool damaged = false; ///< the bytes ended in the middle of a record
 
     std::size_t movingBoxes() const;

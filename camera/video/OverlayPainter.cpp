@@ -14,9 +14,9 @@ namespace camera::video {
 
 namespace {
 
-using engines::BoxKind;
-using engines::CellsKind;
-using engines::RuleState;
+using kit::BoxKind;
+using kit::CellsKind;
+using kit::RuleState;
 
 // R, G, B: the picture's own order.
 const cv::Scalar kQuiet(88, 196, 110);
@@ -49,7 +49,7 @@ public:
     {
     }
 
-    void cells(const engines::CellsRecord& record)
+    void cells(const kit::CellsRecord& record)
     {
         for (unsigned row = 0; row < record.rows; ++row) {
             for (unsigned column = 0; column < record.columns; ++column) {
@@ -65,7 +65,7 @@ public:
         }
     }
 
-    void ruleRegion(const engines::RuleRecord& rule)
+    void ruleRegion(const kit::RuleRecord& rule)
     {
         const std::vector<cv::Point> points = polygon(rule);
         const cv::Rect area = points.empty() ? cv::Rect() : cv::boundingRect(points) & whole();
@@ -84,7 +84,7 @@ public:
                       cv::LINE_AA);
     }
 
-    void ruleName(const engines::RuleRecord& rule)
+    void ruleName(const kit::RuleRecord& rule)
     {
         if (rule.name.empty() || rule.points.empty()) {
             return;
@@ -102,7 +102,7 @@ public:
         tag(rule.name, area, colourOf(rule.state));
     }
 
-    void box(const engines::BoxRecord& record)
+    void box(const kit::BoxRecord& record)
     {
         const cv::Scalar colour = record.kind == BoxKind::kMoving ? kMoving : kResting;
         const cv::Point upperLeft = place(record.upperLeft);
@@ -157,7 +157,7 @@ private:
     }
 
     // The edges of a cell on whose other side nothing is watched; at the picture's own edge there are none.
-    void outline(const engines::CellsRecord& record, unsigned column, unsigned row)
+    void outline(const kit::CellsRecord& record, unsigned column, unsigned row)
     {
         const cv::Rect box = cellBox(record, column, row);
         const cv::Point lowerRight = box.br();
@@ -187,22 +187,22 @@ private:
         part += colour * strength;
     }
 
-    cv::Point place(const engines::PicturePoint& point) const
+    cv::Point place(const kit::PicturePoint& point) const
     {
         return {static_cast<int>(std::lround(point.x * (canvas.cols - 1))),
                 static_cast<int>(std::lround(point.y * (canvas.rows - 1)))};
     }
 
-    std::vector<cv::Point> polygon(const engines::RuleRecord& rule) const
+    std::vector<cv::Point> polygon(const kit::RuleRecord& rule) const
     {
         std::vector<cv::Point> points;
-        for (const engines::PicturePoint& point : rule.points) {
+        for (const kit::PicturePoint& point : rule.points) {
             points.push_back(place(point));
         }
         return points;
     }
 
-    cv::Rect cellBox(const engines::CellsRecord& record, unsigned column, unsigned row) const
+    cv::Rect cellBox(const kit::CellsRecord& record, unsigned column, unsigned row) const
     {
         const auto edgeAt = [](unsigned index, unsigned count, int pixels) {
             return static_cast<int>(static_cast<std::uint64_t>(index) * static_cast<std::uint64_t>(pixels) / count);

@@ -53,8 +53,8 @@ PictureSize defaultSize(PictureSize source)
     return {std::max(2, evenFloor(wanted.width * fit)), std::max(2, evenFloor(wanted.height * fit))};
 }
 
-Rectangle viewOf(const meridan::Position& position, unsigned int angleOfView, double sceneAngleDegrees,
-                 PictureSize source, PictureSize output)
+Rectangle viewOf(const ptz::Position& position, unsigned int angleOfView, double sceneAngleDegrees, PictureSize source,
+                 PictureSize output)
 {
     const double pixelsPerDegree = source.width / sceneAngleDegrees;
     const double shape = static_cast<double>(output.height) / output.width;
@@ -82,7 +82,7 @@ View::View(double sceneAngleDegrees, PictureSize output) : _sceneAngleDegrees(sc
     }
 }
 
-Frame View::of(const Frame& source, const meridan::Position& position, unsigned int angleOfView)
+Frame View::of(const Frame& source, const ptz::Position& position, unsigned int angleOfView)
 {
     if (!source.data || source.width < 2 || source.height < 2) {
         throw std::invalid_argument("there are no pixels to look at");

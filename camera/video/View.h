@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/meridan/Position.h"
+#include "camera/ptz/Position.h"
 #include "camera/video/Frame.h"
 #include "camera/video/FramePool.h"
 
@@ -40,8 +40,8 @@ PictureSize defaultSize(PictureSize source);
  * @param source       at least 2x2
  * @param output       gives the shape; larger than 0
  */
-Rectangle viewOf(const meridan::Position& position, unsigned int angleOfView, double sceneAngleDegrees,
-                 PictureSize source, PictureSize output);
+Rectangle viewOf(const ptz::Position& position, unsigned int angleOfView, double sceneAngleDegrees, PictureSize source,
+                 PictureSize output);
 
 /// A window on the source's picture that moves with the camera. Thread-bound; the frames it makes are not.
 class View {
@@ -56,7 +56,7 @@ public:
      *
      * @throws std::invalid_argument for a source without pixels.
      */
-    Frame of(const Frame& source, const meridan::Position& position, unsigned int angleOfView);
+    Frame of(const Frame& source, const ptz::Position& position, unsigned int angleOfView);
 
     PictureSize size() const { return _output; }
 

@@ -1,6 +1,6 @@
 // An analytics engine as small as it can be: its only rule, "ex:TooDark", says when the picture is
 // darker than the rule's Threshold. docs/engine-guide.md explains what every operation promises.
-#include "camera/engines/EngineModule.h"
+#include "camera/kit/EngineModule.h"
 #include "plugin/analytics/IEventHandler.h"
 #include "plugin/analytics/IRuleSet.h"
 #include "ravel/logging.h"

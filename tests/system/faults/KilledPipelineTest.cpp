@@ -2,7 +2,7 @@
 // lost, and none is torn.
 #include "FaultTest.h"
 
-#include "camera/ravel/SettingsStore.h"
+#include "camera/store/SettingsStore.h"
 
 #include <condition_variable>
 #include <cstdlib>
@@ -98,7 +98,7 @@ protected:
 
     std::string problems() const
     {
-        ravel::SettingsStore store({path("state"), 0});
+        store::SettingsStore store({path("state"), 0});
         std::string found;
         for (const std::string& notice : store.notices()) {
             found += notice + "\n";

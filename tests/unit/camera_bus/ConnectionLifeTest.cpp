@@ -1,5 +1,5 @@
+#include "camera/base/Log.h"
 #include "camera/bus/Connection.h"
-#include "camera/ravel/Log.h"
 
 #include "support/TestBus.h"
 
@@ -13,8 +13,8 @@ namespace {
 
 using namespace camera::bus;
 using namespace std::chrono_literals;
-using camera::ravel::Log;
-using camera::ravel::LogLevel;
+using camera::base::Log;
+using camera::base::LogLevel;
 
 std::chrono::steady_clock::time_point soon()
 {

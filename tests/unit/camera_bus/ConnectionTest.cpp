@@ -33,7 +33,7 @@ public:
             .withInputParamNames("text")
             .withOutputParamNames("text")
             .implementedAs([](sdbus::Result<std::string>&& result, const std::string& text) {
-                answer(result, [&] { return sendable(text); });
+                answer(result, [&] { return camera::base::sendable(text); });
             });
         _object->registerMethod("refuse")
             .onInterface(interfaceName(kService))

@@ -1,5 +1,5 @@
-#include "camera/cli/OptionTable.h"
-#include "camera/cli/commands/Command.h"
+#include "camera/base/OptionTable.h"
+#include "camera/cli/Command.h"
 #include "unit/camera_cli/FakeCamera.h"
 #include "unit/camera_video/TemporaryFolder.h"
 
@@ -16,6 +16,8 @@
 
 namespace camera::cli {
 namespace {
+
+using namespace camera::base;
 
 namespace fs = std::filesystem;
 using testing::AllOf;
@@ -409,13 +411,13 @@ protected:
         fake->serve();
     }
 
-    supervisor::Descriptor listener;
+    base::FileDescriptor listener;
 };
 
 TEST_F(MetadataCommandTest, printsDocumentsUntilTheStreamerEnds)
 {
     auto code = std::async(std::launch::async, [this] { return perform({"metadata"}); });
-    supervisor::Descriptor reader(::accept(listener.get(), nullptr, nullptr));
+    base::FileDescriptor reader(::accept(listener.get(), nullptr, nullptr));
     for (const std::string part : {"<a/>\n<b", "/>\n<half"}) {
         EXPECT_EQ(::write(reader.get(), part.data(), part.size()), static_cast<ssize_t>(part.size()));
     }
@@ -429,7 +431,7 @@ TEST_F(MetadataCommandTest, printsDocumentsUntilTheStreamerEnds)
 TEST_F(MetadataCommandTest, endsAtCtrlC)
 {
     auto code = std::async(std::launch::async, [this] { return perform({"metadata"}); });
-    const supervisor::Descriptor reader(::accept(listener.get(), nullptr, nullptr));
+    const base::FileDescriptor reader(::accept(listener.get(), nullptr, nullptr));
     ::raise(SIGTERM);
     ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     EXPECT_EQ(code.get(), 0);

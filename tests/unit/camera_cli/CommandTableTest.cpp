@@ -1,7 +1,7 @@
-#include "camera/cli/OptionTable.h"
-#include "camera/cli/commands/Command.h"
-#include "camera/cli/commands/FramesFile.h"
-#include "camera/cli/commands/SuperviseCommand.h"
+#include "camera/base/OptionTable.h"
+#include "camera/cli/Command.h"
+#include "camera/cli/FramesFile.h"
+#include "camera/cli/SuperviseCommand.h"
 #include "unit/camera_video/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -15,6 +15,9 @@
 
 namespace camera::cli {
 namespace {
+
+using namespace camera::base;
+using namespace camera::pipeline;
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;

@@ -1,12 +1,15 @@
+#include "camera/base/OptionTable.h"
 #include "camera/cli/ConfigOptions.h"
-#include "camera/cli/OptionTable.h"
-#include "camera/cli/RunOptions.h"
+#include "camera/pipeline/RunOptions.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace camera::cli {
 namespace {
+
+using namespace camera::base;
+using namespace camera::pipeline;
 
 using testing::ElementsAre;
 using testing::HasSubstr;

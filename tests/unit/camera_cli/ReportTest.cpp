@@ -1,9 +1,10 @@
-#include "camera/cli/Console.h"
-#include "camera/cli/EventText.h"
-#include "camera/cli/PluginPath.h"
-#include "camera/cli/RunReport.h"
-#include "camera/cli/StateFolder.h"
-#include "camera/cli/StopSignal.h"
+#include "camera/base/Console.h"
+#include "camera/base/PluginPath.h"
+#include "camera/base/StopSignal.h"
+#include "camera/onvif/EventText.h"
+#include "camera/pipeline/RestartReport.h"
+#include "camera/pipeline/RunReport.h"
+#include "camera/store/StateFolder.h"
 #include "unit/camera_video/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -20,15 +21,22 @@
 namespace camera::cli {
 namespace {
 
+using namespace camera::base;
+using namespace camera::onvif;
+using namespace camera::pipeline;
+using camera::store::StateFolder;
+
 using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 using video::TemporaryFolder;
 
 TEST(EventText, tellsTimeTopicRuleAndValues)
 {
-    const ravel::Event event{
+    const base::Event event{
         "tns1:RuleEngine/CellMotionDetector/Motion", "Gate",
         "<tt:Message xmlns:tt=\"urn:x\" UtcTime=\"2026-01-02T03:04:05.678Z\" PropertyOperation=\"Changed\"><tt:Source>"
         "<tt:SimpleItem Name=\"Rule\" Value=\"Gate\"/></tt:Source><tt:Key><tt:SimpleItem Name=\"ObjectId\" "
@@ -94,7 +102,7 @@ TEST(RunReport, countsFramesObjectsAndEvents)
     report.frame(true);
     report.frame(false);
     video::Drawing drawing;
-    engines::BoxRecord box;
+    kit::BoxRecord box;
     box.id = 5;
     drawing.boxes.push_back(box);
     report.drawing(drawing);
@@ -218,6 +226,19 @@ TEST(StopSignal, startsAnewWithEveryObject)
         std::raise(SIGINT);
     }
     EXPECT_FALSE(StopSignal().stopped());
+}
+
+TEST(RestartReport, tellsWhatARestartLosesAndBringsBack)
+{
+    const ComponentName a{true, "A", "tt:X", ""};
+    const ComponentName b{true, "B", "tt:X", ""};
+    const ComponentName module{false, "M", "tt:Y", "Door"};
+    EXPECT_THAT(restartDifferences({a, b}, {b, a}), IsEmpty());
+    EXPECT_THAT(restartDifferences({a, module}, {b, module}),
+                ElementsAre("After a restart rule 'A' (tt:X) is gone: it is live, but not stored.",
+                            "After a restart rule 'B' (tt:X) is back: it is still stored."));
+    EXPECT_THAT(restartDifferences({module, module}, {module}),
+                ElementsAre("After a restart module 'M' (tt:Y, preset Door) is gone: it is live, but not stored."));
 }
 
 } // namespace

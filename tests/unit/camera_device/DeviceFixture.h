@@ -1,10 +1,10 @@
 #pragma once
 
-#include "camera/device/Device.h"
-#include "camera/meridan/FrameBuffer.h"
-#include "camera/ravel/Log.h"
+#include "camera/base/Log.h"
+#include "camera/framework/FrameBuffer.h"
+#include "camera/pipeline/Device.h"
 #include "unit/camera_device/HostedEngines.h"
-#include "unit/camera_ravel/TemporaryFolder.h"
+#include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ class DeviceFixture : public testing::Test {
 protected:
     void SetUp() override
     {
-        camera::ravel::Log::instance().setWriter([this](const std::string& line) {
+        camera::base::Log::instance().setWriter([this](const std::string& line) {
             const std::lock_guard<std::mutex> lock(_linesMutex);
             _lines.push_back(line);
         });
@@ -33,14 +33,14 @@ protected:
     {
         device.reset();
         hosted.ptz.reset();
-        camera::ravel::Log::instance().setWriter({});
-        EXPECT_EQ(camera::meridan::FrameBuffer::alive(), 0u) << "a buffer never came back";
+        camera::base::Log::instance().setWriter({});
+        EXPECT_EQ(camera::framework::FrameBuffer::alive(), 0u) << "a buffer never came back";
     }
 
     void start()
     {
         device.reset();
-        device = std::make_unique<camera::device::Device>(options);
+        device = std::make_unique<camera::pipeline::Device>(options);
     }
 
     std::string refusal()
@@ -75,8 +75,8 @@ protected:
 
     const TemporaryFolder folder;
     Hosted& hosted = Hosted::instance();
-    camera::device::Options options;
-    std::unique_ptr<camera::device::Device> device;
+    camera::pipeline::Options options;
+    std::unique_ptr<camera::pipeline::Device> device;
 
 private:
     mutable std::mutex _linesMutex;

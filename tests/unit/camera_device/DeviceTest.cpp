@@ -1,8 +1,8 @@
 #include "unit/camera_device/DeviceFixture.h"
 
-#include "camera/meridan/PositioningUnit.h"
-#include "camera/ravel/Environment.h"
-#include "camera/ravel/StateLock.h"
+#include "camera/ptz/PositioningUnit.h"
+#include "camera/serviceapi/Environment.h"
+#include "camera/store/StateLock.h"
 
 #include <sqlite3.h>
 
@@ -14,11 +14,11 @@
 
 namespace {
 
-using camera::device::Device;
-using camera::device::FrameOutputs;
-using camera::device::PtzOption;
-using camera::ravel::Event;
-using camera::ravel::ServiceFault;
+using camera::base::Event;
+using camera::pipeline::Device;
+using camera::pipeline::FrameOutputs;
+using camera::pipeline::PtzOption;
+using camera::serviceapi::ServiceFault;
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
@@ -382,7 +382,7 @@ TEST_F(DeviceTest, offersTheTargetsOperationsAsValues)
 
 TEST_F(DeviceTest, decodesTheStatusWords)
 {
-    using camera::device::Outcome;
+    using camera::pipeline::Outcome;
     start();
     auto& target = device->target();
     const std::string rule = "<tt:Rule Name=\"R\" Type=\"tt:Good\"><tt:Parameters/></tt:Rule>";
@@ -430,14 +430,14 @@ TEST_F(DeviceTest, tellsTheClientReadablyThatSettingsCouldNotBeStored)
 
 TEST_F(DeviceTest, refusesAStateFolderThatIsInUse)
 {
-    const camera::ravel::StateLock lock(options.stateDir);
+    const camera::store::StateLock lock(options.stateDir);
     EXPECT_THAT(refusal(), HasSubstr("is in use by process " + std::to_string(getpid())));
 }
 
 TEST_F(DeviceTest, refusesASecondDeviceInOneProcess)
 {
     start();
-    camera::device::Options second = options;
+    camera::pipeline::Options second = options;
     second.stateDir = folder / "second";
     try {
         const Device other(second);

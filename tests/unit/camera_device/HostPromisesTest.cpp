@@ -2,9 +2,9 @@
 #include "unit/camera_device/DeviceFixture.h"
 #include "unit/camera_device/XmlWatch.h"
 
-#include "camera/meridan/PositioningUnit.h"
-#include "camera/ravel/ControlThread.h"
-#include "camera/ravel/Environment.h"
+#include "camera/ptz/PositioningUnit.h"
+#include "camera/serviceapi/ControlThread.h"
+#include "camera/serviceapi/Environment.h"
 
 #include "ravel/logging.h"
 
@@ -18,8 +18,8 @@
 
 namespace {
 
-using camera::device::PtzOption;
-using camera::ravel::Event;
+using camera::base::Event;
+using camera::pipeline::PtzOption;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -236,13 +236,13 @@ TEST_F(HostPromisesTest, eventsRaisedThroughAWholeDestructionDoNothingOnceNobody
 
 TEST_F(HostPromisesTest, linesOnAClosedHandleAreDropped)
 {
-    options.logLevel = camera::ravel::LogLevel::debug;
+    options.logLevel = camera::base::LogLevel::debug;
     start();
     device.reset(); // the plug-in closes its handle first and logs while its parts end
     EXPECT_THAT(lines(), Contains(HasSubstr("DETECTION: DetectionPlugin::~DetectionPlugin")));
     const auto last = lines().back();
     EXPECT_THAT(last, HasSubstr("DETECTION: DetectionPlugin::~DetectionPlugin"));
-    camera::ravel::Log::instance().setLevel(camera::ravel::LogLevel::error);
+    camera::base::Log::instance().setLevel(camera::base::LogLevel::error);
 }
 
 TEST_F(HostPromisesTest, aFrameRunsBesideAnyOtherOperation)
@@ -309,7 +309,7 @@ TEST_F(HostPromisesTest, everyEngineMayFillTheWholeBufferThatItIsTold)
     start();
     std::string drawing;
     std::string motion;
-    device->onFrameOutputs([&](const camera::device::FrameOutputs& outputs) {
+    device->onFrameOutputs([&](const camera::pipeline::FrameOutputs& outputs) {
         drawing.assign(reinterpret_cast<const char*>(outputs.drawing), outputs.drawingBytes);
         motion.assign(reinterpret_cast<const char*>(outputs.motion), outputs.motionBytes);
     });

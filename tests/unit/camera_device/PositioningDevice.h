@@ -2,7 +2,7 @@
 
 #include "unit/camera_device/DeviceFixture.h"
 
-#include "camera/meridan/PositioningUnit.h"
+#include "camera/ptz/PositioningUnit.h"
 
 #include <chrono>
 #include <string>
@@ -31,7 +31,7 @@ protected:
         forget();
     }
 
-    camera::meridan::PositioningUnit& unit() { return device->positioning(); }
+    camera::ptz::PositioningUnit& unit() { return device->positioning(); }
 
     /// Lets time pass until the camera stands, at most some minutes of its own time.
     void untilItStands()
@@ -83,8 +83,8 @@ protected:
     /// The plug-in's name for everywhere that is no preset.
     static constexpr const char* kAway = "ZintuInternalSimpleAnalyticsPreset";
     static constexpr std::chrono::milliseconds kMoment{50};
-    const camera::meridan::Commander kOperator{"anna", 100};
-    const camera::meridan::Commander kEngine{"an engine", 500};
+    const camera::ptz::Commander kOperator{"anna", 100};
+    const camera::ptz::Commander kEngine{"an engine", 500};
 
 private:
     std::size_t _seen = 0;

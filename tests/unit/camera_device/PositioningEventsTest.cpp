@@ -3,7 +3,7 @@
 
 namespace {
 
-using camera::meridan::Axes;
+using camera::ptz::Axes;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;

@@ -1,4 +1,4 @@
-#include "camera/engines/DrawingFormat.h"
+#include "camera/kit/DrawingFormat.h"
 
 #include "Stage.h"
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-using namespace camera::engines;
+using namespace camera::kit;
 using testing::ElementsAre;
 
 std::vector<DrawingRecord> readAll(const std::vector<std::uint8_t>& bytes, std::size_t size, bool& damaged)

@@ -9,8 +9,8 @@
 
 namespace {
 
+using camera::base::Log;
 using camera::pipeline::ActiveKeys;
-using camera::ravel::Log;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -2,7 +2,7 @@
 #include "unit/camera_pipeline/ServedDevice.h"
 
 #include "camera/pipeline/ControlAnswer.h"
-#include "camera/ravel/ControlThread.h"
+#include "camera/serviceapi/ControlThread.h"
 
 #include <atomic>
 #include <thread>

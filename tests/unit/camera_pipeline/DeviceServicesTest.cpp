@@ -1,12 +1,12 @@
 // The device's services as the pipeline process sees them: who is there, what they say, what they answer.
 #include "camera/pipeline/DeviceServices.h"
 
-#include "camera/ravel/Environment.h"
-#include "camera/ravel/Log.h"
-#include "camera/ravel/Status.h"
+#include "camera/base/Log.h"
+#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/Status.h"
 #include "support/TestBus.h"
 #include "unit/camera_pipeline/FakeService.h"
-#include "unit/camera_ravel/TemporaryFolder.h"
+#include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,11 +18,11 @@
 namespace pipeline_test {
 namespace {
 
+using camera::base::Log;
 using camera::pipeline::DeviceServices;
-using camera::ravel::Environment;
-using camera::ravel::Log;
-using camera::ravel::RegionColor;
-using camera::ravel::Status;
+using camera::serviceapi::Environment;
+using camera::serviceapi::RegionColor;
+using camera::serviceapi::Status;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;

@@ -1,7 +1,7 @@
 // The real module over services on the bus: what it says and does when they are there, away, broken or silent.
 #include "camera/pipeline/DeviceServices.h"
 
-#include "camera/ravel/Environment.h"
+#include "camera/serviceapi/Environment.h"
 #include "support/TestBus.h"
 #include "unit/camera_device/DeviceFixture.h"
 #include "unit/camera_pipeline/FakeService.h"
@@ -20,8 +20,8 @@ protected:
     void SetUp() override
     {
         DeviceFixture::SetUp();
-        options.logLevel = camera::ravel::LogLevel::info;
-        options.servicesElsewhere = [this](camera::ravel::Environment& environment) {
+        options.logLevel = camera::base::LogLevel::info;
+        options.servicesElsewhere = [this](camera::serviceapi::Environment& environment) {
             services = std::make_shared<DeviceServices>(environment, DeviceServices::Options{bus.address(), patience});
             return services;
         };

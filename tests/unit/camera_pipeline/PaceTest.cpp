@@ -6,7 +6,7 @@
 
 namespace {
 
-using camera::cli::StopSignal;
+using camera::base::StopSignal;
 using camera::pipeline::Pace;
 using Clock = std::chrono::steady_clock;
 

@@ -1,9 +1,9 @@
 // The pipeline process on the bus: its status and the documents of its settings.
 #include "unit/camera_pipeline/ServedDevice.h"
 
-#include "camera/cli/RunReport.h"
 #include "camera/pipeline/ActiveKeys.h"
 #include "camera/pipeline/PipelineStatus.h"
+#include "camera/pipeline/RunReport.h"
 
 #include <json/json.h>
 
@@ -109,7 +109,7 @@ class PipelineStatusTest : public PipelineObjectTest {
 protected:
     Json::Value status() { return parsed(PipelineStatus{*device, report, keys, "clip \"\xFF\".mp4", 90, 7, 3}.json()); }
 
-    camera::cli::RunReport report;
+    camera::pipeline::RunReport report;
     ActiveKeys keys{{}};
 };
 
@@ -117,7 +117,7 @@ TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
 {
     options.ptz->arriveAt = "Gate";
     start();
-    auto subscription = device->onEvent([](const camera::ravel::Event&) {});
+    auto subscription = device->onEvent([](const camera::base::Event&) {});
     hosted.onFrame = [](const std::string&, const Hosted::Frame& frame, MetadataBuffers& outputs) {
         outputs.metadataXml = "<frame/>";
         return frame.timestamp[0] != 3 ? true : throw std::runtime_error("engine broke");

@@ -1,16 +1,16 @@
 // What a run's command line says about places, tours, sizes and the bus.
-#include "camera/cli/RunOptions.h"
-#include "camera/cli/OptionTable.h"
+#include "camera/pipeline/RunOptions.h"
+#include "camera/base/OptionTable.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
 
-using camera::cli::parsePipeline;
-using camera::cli::parseRun;
-using camera::cli::RunOptions;
-using camera::cli::UsageError;
+using camera::base::UsageError;
+using camera::pipeline::parsePipeline;
+using camera::pipeline::parseRun;
+using camera::pipeline::RunOptions;
 using testing::HasSubstr;
 using testing::StartsWith;
 

@@ -1,13 +1,13 @@
 // What a run tells about its rules and its frames.
-#include "camera/cli/RunReport.h"
+#include "camera/pipeline/RunReport.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace {
 
-using camera::cli::RunReport;
-using camera::cli::summaryLine;
+using camera::pipeline::RunReport;
+using camera::pipeline::summaryLine;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;

@@ -9,8 +9,8 @@
 
 namespace {
 
-using camera::cli::RunOptions;
 using camera::pipeline::ActiveKeys;
+using camera::pipeline::RunOptions;
 using camera::pipeline::Scenario;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -76,15 +76,15 @@ TEST_F(ScenarioTest, placesBecomePresets)
     const auto presets = device->positioning().presets();
     ASSERT_EQ(presets.size(), 3u);
     EXPECT_EQ(presets[0].name, "Gate");
-    EXPECT_EQ(presets[0].position, (camera::meridan::Position{10000, 0, 100}));
-    EXPECT_EQ(presets[1].position, (camera::meridan::Position{340000, -5500, 250}));
-    EXPECT_EQ(presets[2].position, (camera::meridan::Position{0, 90000, 100}));
+    EXPECT_EQ(presets[0].position, (camera::ptz::Position{10000, 0, 100}));
+    EXPECT_EQ(presets[1].position, (camera::ptz::Position{340000, -5500, 250}));
+    EXPECT_EQ(presets[2].position, (camera::ptz::Position{0, 90000, 100}));
 }
 
 TEST_F(ScenarioTest, theModelIsTheOneThatIsNamed)
 {
     run.camera.model = std::string(CAMERA_DESCRIPTIONS) + "/ptz-dome.toml";
-    EXPECT_EQ(Scenario::positioning(run).description.model, camera::meridan::readDescription(run.camera.model).model);
+    EXPECT_EQ(Scenario::positioning(run).description.model, camera::ptz::readDescription(run.camera.model).model);
     run.camera.model = "no such model";
     EXPECT_THROW(Scenario::positioning(run), std::invalid_argument);
 }

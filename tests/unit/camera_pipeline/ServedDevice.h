@@ -1,8 +1,8 @@
 #pragma once
 
-#include "camera/meridan/PositioningUnit.h"
 #include "camera/pipeline/BusPresence.h"
-#include "camera/ravel/Environment.h"
+#include "camera/ptz/PositioningUnit.h"
+#include "camera/serviceapi/Environment.h"
 #include "support/TestBus.h"
 #include "unit/camera_device/DeviceFixture.h"
 #include "unit/camera_pipeline/BusClient.h"
@@ -80,7 +80,7 @@ protected:
         return client.ask<std::int32_t, std::uint8_t>(service::kAnalytics, "setConfiguration", xml);
     }
 
-    camera::meridan::PositioningUnit& unit() { return device->positioning(); }
+    camera::ptz::PositioningUnit& unit() { return device->positioning(); }
 
     void untilItStands()
     {

@@ -1,7 +1,7 @@
 #include "unit/camera_power/PowerFixture.h"
 
-#include "camera/ravel/Environment.h"
-#include "camera/ravel/Log.h"
+#include "camera/base/Log.h"
+#include "camera/serviceapi/Environment.h"
 
 #include <json/json.h>
 
@@ -11,7 +11,7 @@
 
 void PowerFixture::SetUp()
 {
-    camera::ravel::Log::instance().setWriter([](const std::string& /*line*/) {});
+    camera::base::Log::instance().setWriter([](const std::string& /*line*/) {});
     options.pluginPath = DETECTION_MODULE;
     options.stateDir = state;
     options.ptz.emplace();
@@ -25,14 +25,14 @@ void PowerFixture::TearDown()
 {
     StubEngines::instance().onCall = nullptr;
     stop();
-    camera::ravel::Log::instance().setWriter({});
+    camera::base::Log::instance().setWriter({});
 }
 
 void PowerFixture::start()
 {
     device.reset();
     (void)StubEngines::instance().takeRestored();
-    device = std::make_unique<camera::device::Device>(options);
+    device = std::make_unique<camera::pipeline::Device>(options);
 }
 
 std::optional<std::string> PowerFixture::refusal()

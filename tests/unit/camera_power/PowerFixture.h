@@ -1,9 +1,9 @@
 #pragma once
 
-#include "camera/device/Device.h"
+#include "camera/pipeline/Device.h"
 #include "unit/camera_power/DiskCall.h"
 #include "unit/camera_power/StubEngines.h"
-#include "unit/camera_ravel/TemporaryFolder.h"
+#include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,8 +51,8 @@ protected:
 
     TemporaryFolder folder;
     const std::filesystem::path state = folder / "state";
-    camera::device::Options options;
-    std::unique_ptr<camera::device::Device> device;
+    camera::pipeline::Options options;
+    std::unique_ptr<camera::pipeline::Device> device;
 };
 
 /// A configuration document as the plug-in stores it.

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
-void Recording::look(camera::ravel::SettingsStore& store)
+void Recording::look(camera::store::SettingsStore& store)
 {
     const auto history = store.history(kSettingsKey);
     for (auto version = history.rbegin(); version != history.rend(); ++version) {

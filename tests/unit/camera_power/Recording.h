@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/ravel/SettingsStore.h"
+#include "camera/store/SettingsStore.h"
 #include "unit/camera_power/DiskCall.h"
 #include "unit/camera_power/DiskWatch.h"
 
@@ -22,7 +22,7 @@ public:
 
     /// Looks which documents were stored since the last look. On the device's control thread or
     /// while that is idle.
-    void look(camera::ravel::SettingsStore& store);
+    void look(camera::store::SettingsStore& store);
 
     /// The device has started: from now on there is a copy of the document of this moment.
     void noteStarted() { _starts.push_back(_returned.back()); }

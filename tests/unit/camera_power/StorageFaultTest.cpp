@@ -3,7 +3,7 @@
 #include "unit/camera_power/DiskWatch.h"
 #include "unit/camera_power/PowerFixture.h"
 
-#include "camera/ravel/Environment.h"
+#include "camera/serviceapi/Environment.h"
 
 #include <cerrno>
 #include <functional>

@@ -1,6 +1,6 @@
 #include "unit/camera_power/Workload.h"
 
-#include "camera/meridan/PositioningUnit.h"
+#include "camera/ptz/PositioningUnit.h"
 #include "unit/camera_power/PowerFixture.h"
 
 std::size_t Workload::below(std::size_t bound)
@@ -26,7 +26,7 @@ std::vector<std::string> Workload::rules()
     return rules;
 }
 
-void Workload::removePreset(camera::device::Device& device)
+void Workload::removePreset(camera::pipeline::Device& device)
 {
     const std::string name = preset();
     (void)device.positioning().removePreset(name);
@@ -35,7 +35,7 @@ void Workload::removePreset(camera::device::Device& device)
     device.drain();
 }
 
-void Workload::step(camera::device::Device& device)
+void Workload::step(camera::pipeline::Device& device)
 {
     switch (below(10)) {
     case 0:

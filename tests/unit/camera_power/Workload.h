@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/device/Device.h"
+#include "camera/pipeline/Device.h"
 
 #include <random>
 #include <string>
@@ -12,7 +12,7 @@ public:
     explicit Workload(unsigned int start) : _random(start) {}
 
     /// One call of the device, of a kind that comes up by chance.
-    void step(camera::device::Device& device);
+    void step(camera::pipeline::Device& device);
 
 private:
     std::size_t below(std::size_t bound);
@@ -21,7 +21,7 @@ private:
     std::string engine() { return below(2) == 0 ? "Line" : "Motion"; }
     std::string text();
     std::vector<std::string> rules();
-    void removePreset(camera::device::Device& device);
+    void removePreset(camera::pipeline::Device& device);
 
     std::mt19937_64 _random;
     unsigned int _count = 0;

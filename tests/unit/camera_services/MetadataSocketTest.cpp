@@ -1,8 +1,8 @@
 #include "camera/services/MetadataSocket.h"
 
-#include "unit/camera_ravel/TemporaryFolder.h"
 #include "unit/camera_services/ServicesClient.h"
 #include "unit/camera_services/SocketReader.h"
+#include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

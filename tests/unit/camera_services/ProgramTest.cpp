@@ -1,8 +1,8 @@
-#include "camera/ravel/Log.h"
+#include "camera/base/Log.h"
 #include "support/TestBus.h"
-#include "unit/camera_ravel/TemporaryFolder.h"
 #include "unit/camera_services/ServicesClient.h"
 #include "unit/camera_services/SocketReader.h"
+#include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ public:
             ::_exit(127);
         }
         ::close(ends[1]);
-        _output = camera::services::Descriptor(ends[0]);
+        _output = camera::base::FileDescriptor(ends[0]);
     }
     ~Program()
     {
@@ -82,19 +82,19 @@ public:
 
 private:
     pid_t _pid = -1;
-    camera::services::Descriptor _output;
+    camera::base::FileDescriptor _output;
 };
 
 class ProgramTest : public testing::Test {
 protected:
     ProgramTest()
     {
-        camera::ravel::Log::instance().setWriter([](const std::string&) {});
+        camera::base::Log::instance().setWriter([](const std::string&) {});
     }
     ~ProgramTest() override
     {
         client.connection.stop();
-        camera::ravel::Log::instance().setWriter({});
+        camera::base::Log::instance().setWriter({});
     }
 
     std::vector<std::string> arguments(std::vector<std::string> more = {}) const

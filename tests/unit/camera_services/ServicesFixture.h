@@ -1,10 +1,10 @@
 #pragma once
 
-#include "camera/ravel/Log.h"
+#include "camera/base/Log.h"
 #include "camera/services/ServicesProcess.h"
 #include "support/TestBus.h"
-#include "unit/camera_ravel/TemporaryFolder.h"
 #include "unit/camera_services/ServicesClient.h"
+#include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ class ServicesFixture : public testing::Test {
 protected:
     void SetUp() override
     {
-        camera::ravel::Log::instance().setWriter([this](const std::string& line) {
+        camera::base::Log::instance().setWriter([this](const std::string& line) {
             const std::lock_guard<std::mutex> lock(_logMutex);
             _log.push_back(line);
         });
@@ -33,7 +33,7 @@ protected:
     void TearDown() override
     {
         process.reset();
-        camera::ravel::Log::instance().setWriter({});
+        camera::base::Log::instance().setWriter({});
     }
 
     void start()

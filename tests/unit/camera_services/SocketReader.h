@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/services/Descriptor.h"
+#include "camera/base/FileDescriptor.h"
 
 #include <cstring>
 #include <stdexcept>
@@ -58,7 +58,7 @@ public:
     void sayNoMore() { ::shutdown(_socket.get(), SHUT_WR); }
 
 private:
-    camera::services::Descriptor _socket;
+    camera::base::FileDescriptor _socket;
     std::string _read;
     std::size_t _searched = 0;
     bool _ended = false;

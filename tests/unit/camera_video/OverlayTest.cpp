@@ -19,14 +19,14 @@
 namespace camera::video {
 namespace {
 
-using engines::BoxKind;
-using engines::BoxRecord;
-using engines::CellsKind;
-using engines::CellsRecord;
-using engines::DrawingWriter;
-using engines::FrameRecord;
-using engines::RuleRecord;
-using engines::RuleState;
+using kit::BoxKind;
+using kit::BoxRecord;
+using kit::CellsKind;
+using kit::CellsRecord;
+using kit::DrawingWriter;
+using kit::FrameRecord;
+using kit::RuleRecord;
+using kit::RuleState;
 using testing::HasSubstr;
 
 const std::string kScene = "scene:size=320x180,objects=0,noise=0,frames=12";

@@ -8,7 +8,7 @@
 namespace camera::video {
 namespace {
 
-using meridan::Position;
+using ptz::Position;
 
 constexpr double kScene = 128;
 constexpr unsigned int kHalf = 64000; // half of the scene

@@ -1,8 +1,8 @@
 // A list of a thousand rules over the real module, the reference engines and the durable store: each record is parsed,
 // completed, printed and written with everything before it. The figures are printed; what is asserted is the outcome.
 
-#include "camera/device/Device.h"
-#include "unit/camera_ravel/TemporaryFolder.h"
+#include "camera/pipeline/Device.h"
+#include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -14,7 +14,7 @@ namespace hostile {
 
 namespace {
 
-using camera::device::Device;
+using camera::pipeline::Device;
 using ::testing::SizeIs;
 
 constexpr std::size_t kItems = 1000;
@@ -47,7 +47,7 @@ protected:
         _device = std::make_unique<Device>(_options);
     }
 
-    camera::device::TargetClient& target() { return _device->target(); }
+    camera::pipeline::TargetClient& target() { return _device->target(); }
 
     /// Runs work and prints its line; the peak is the process's own since it began.
     template <typename Work>
@@ -81,7 +81,7 @@ protected:
 
 private:
     const TemporaryFolder _folder;
-    camera::device::Options _options;
+    camera::pipeline::Options _options;
     std::unique_ptr<Device> _device;
 };
 

@@ -1,5 +1,5 @@
 // An engine that detects nothing and writes down what it is told, a line each, into the file that JOURNAL_FILE names.
-#include "camera/engines/EngineModule.h"
+#include "camera/kit/EngineModule.h"
 #include "plugin/analytics/IEventHandler.h"
 #include "plugin/analytics/IRuleSet.h"
 

@@ -1,0 +1,29 @@
+#include "camera/base/DurableFiles.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace camera::base {
+
+void syncToDisk(const std::filesystem::path& path)
+{
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        throw std::filesystem::filesystem_error("open", path, {errno, std::generic_category()});
+    }
+    const int error = ::fsync(descriptor) == 0 ? 0 : errno;
+    ::close(descriptor);
+    if (error != 0 && error != EINVAL) { // a file system that cannot sync a folder says so with EINVAL
+        throw std::filesystem::filesystem_error("sync", path, {error, std::generic_category()});
+    }
+}
+
+void renameDurably(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    std::filesystem::rename(from, to);
+    syncToDisk(to.parent_path());
+}
+
+} // namespace camera::base

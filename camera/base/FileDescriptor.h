@@ -1,0 +1,36 @@
+#pragma once
+
+#include <unistd.h>
+#include <utility>
+
+namespace camera::base {
+
+/// A file descriptor that is closed with its owner. Reentrant.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor) : _descriptor(descriptor) {}
+    ~FileDescriptor() { reset(); }
+    FileDescriptor(FileDescriptor&& other) noexcept : _descriptor(std::exchange(other._descriptor, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept
+    {
+        std::swap(_descriptor, other._descriptor);
+        return *this;
+    }
+
+    int get() const { return _descriptor; }
+    explicit operator bool() const { return _descriptor >= 0; }
+
+    void reset()
+    {
+        if (_descriptor >= 0) {
+            ::close(_descriptor);
+        }
+        _descriptor = -1;
+    }
+
+private:
+    int _descriptor = -1;
+};
+
+} // namespace camera::base

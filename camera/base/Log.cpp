@@ -1,0 +1,162 @@
+#include "camera/base/Log.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <unistd.h>
+
+namespace camera::base {
+
+namespace {
+
+// A stored configuration may be megabytes long; the beginning is enough to recognise it.
+constexpr std::size_t kMaxTextBytes = 8192;
+
+const char* levelName(int priority)
+{
+    if (priority <= static_cast<int>(LogLevel::error)) {
+        return "error";
+    }
+    return priority >= static_cast<int>(LogLevel::debug) ? "debug" : "info";
+}
+
+std::string timeOfDay()
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    char text[32];
+    std::snprintf(text, sizeof text, "%02d:%02d:%02d.%03d", local.tm_hour, local.tm_min, local.tm_sec,
+                  static_cast<int>(sinceEpoch.count() % 1000));
+    return text;
+}
+
+std::string onOneLine(const std::string& text)
+{
+    std::string line;
+    line.reserve(text.size());
+    for (const char character : text.substr(0, kMaxTextBytes)) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (character == '\n') {
+            line += "\\n";
+        } else if (byte < 0x20 || byte == 0x7f) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte));
+            line += escaped;
+        } else {
+            line += character;
+        }
+    }
+    if (text.size() > kMaxTextBytes) {
+        line += "... (" + std::to_string(text.size()) + " bytes)";
+    }
+    return line;
+}
+
+void writeToStderr(const std::string& line)
+{
+    std::size_t written = 0;
+    while (written < line.size()) {
+        const ssize_t count = ::write(STDERR_FILENO, line.data() + written, line.size() - written);
+        if (count < 0 && errno != EINTR) {
+            return; // nobody reads: there is nowhere left to say so
+        }
+        written += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+}
+
+std::uintptr_t number(void* handle)
+{
+    return reinterpret_cast<std::uintptr_t>(handle);
+}
+
+} // namespace
+
+Log& Log::instance()
+{
+    // Never destroyed: engines may log while the process ends.
+    static Log& log = *new Log;
+    return log;
+}
+
+void Log::setLevel(LogLevel level)
+{
+    _level = level;
+}
+
+LogLevel Log::level() const
+{
+    return _level;
+}
+
+void Log::setWriter(Writer writer)
+{
+    const std::lock_guard<std::mutex> lock(_writerMutex);
+    _writer = std::move(writer);
+}
+
+void Log::setTap(Tap tap)
+{
+    const std::lock_guard<std::mutex> lock(_tapMutex);
+    _tapped = tap != nullptr;
+    _tap = std::move(tap);
+}
+
+void* Log::open(const std::string& component)
+{
+    const std::unique_lock<std::shared_mutex> lock(_handlesMutex);
+    _components.emplace(++_lastHandle, component);
+    return reinterpret_cast<void*>(_lastHandle); // NOLINT(performance-no-int-to-ptr): a number, never followed
+}
+
+void Log::close(void* handle)
+{
+    const std::unique_lock<std::shared_mutex> lock(_handlesMutex);
+    _components.erase(number(handle));
+}
+
+bool Log::wants(void* handle, int priority) const
+{
+    if (priority > static_cast<int>(_level.load()) && !_tapped) {
+        return false;
+    }
+    const std::shared_lock<std::shared_mutex> lock(_handlesMutex);
+    return _components.count(number(handle)) != 0;
+}
+
+void Log::write(void* handle, int priority, const std::string& text)
+{
+    // Held while writing: once close() has returned, no line of the handle appears any more.
+    const std::shared_lock<std::shared_mutex> lock(_handlesMutex);
+    const auto component = _components.find(number(handle));
+    if (component == _components.end()) {
+        return;
+    }
+    emit(priority, component->second, text);
+    if (_tapped) {
+        const std::lock_guard<std::mutex> tapLock(_tapMutex);
+        if (_tap) {
+            _tap(text);
+        }
+    }
+}
+
+void Log::write(LogLevel level, const std::string& component, const std::string& text)
+{
+    emit(static_cast<int>(level), component, text);
+}
+
+void Log::emit(int priority, const std::string& component, const std::string& text)
+{
+    if (priority > static_cast<int>(_level.load())) {
+        return;
+    }
+    const std::string line = timeOfDay() + " " + levelName(priority) + " " + component + ": " + onOneLine(text) + "\n";
+    const std::lock_guard<std::mutex> lock(_writerMutex);
+    _writer ? _writer(line) : writeToStderr(line);
+}
+
+} // namespace camera::base

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "camera/base/LogLevel.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+#include <string>
+
+namespace camera::base {
+
+/**
+ * Where every log line of the process goes: stderr, unless a test or the status line takes over.
+ *
+ * One call is one line and one write: line breaks and other control bytes of the text are written as
+ * escapes, very long texts are cut. Thread-safe.
+ */
+class Log {
+public:
+    /// Takes one whole line, with its line break. Called by one thread at a time.
+    using Writer = std::function<void(const std::string& line)>;
+
+    /// Sees every line of every open handle, whatever the level, on the thread that writes it.
+    using Tap = std::function<void(const std::string& text)>;
+
+    static Log& instance();
+
+    /// Lines less important than this are dropped; "error" at the start of the process.
+    void setLevel(LogLevel level);
+    LogLevel level() const;
+
+    /// Where lines go from now on; an empty function: stderr.
+    void setWriter(Writer writer);
+
+    /// Who sees all lines from now on; an empty function: nobody. When it returns, the one before is not running.
+    /// Not from a tap.
+    void setTap(Tap tap);
+
+    /// A new handle for lines of one component. Handles are numbers, never reused and never followed
+    /// as addresses, so a closed one is recognised for ever.
+    void* open(const std::string& component);
+    void close(void* handle);
+
+    /// Whether a line would be written; a null, closed or foreign handle never writes.
+    bool wants(void* handle, int priority) const;
+    void write(void* handle, int priority, const std::string& text);
+
+    /// A line of the virtual camera itself.
+    void write(LogLevel level, const std::string& component, const std::string& text);
+
+private:
+    Log() = default;
+
+    void emit(int priority, const std::string& component, const std::string& text);
+
+    std::atomic<LogLevel> _level{LogLevel::error};
+    std::atomic<bool> _tapped{false};
+    mutable std::shared_mutex _handlesMutex;
+    std::map<std::uintptr_t, std::string> _components;
+    std::uintptr_t _lastHandle = 0;
+    std::mutex _writerMutex;
+    Writer _writer;
+    std::mutex _tapMutex;
+    Tap _tap;
+};
+
+} // namespace camera::base

@@ -1,0 +1,36 @@
+#include "camera/base/PluginPath.h"
+
+#include <array>
+#include <stdexcept>
+
+namespace camera::base {
+
+namespace fs = std::filesystem;
+
+std::filesystem::path pluginPath(const std::string& given, const std::filesystem::path& programFolder)
+{
+    std::error_code ignored;
+    if (!given.empty()) {
+        if (!fs::is_regular_file(given, ignored)) {
+            throw std::runtime_error("the plug-in '" + given +
+                                     "' is no file; name the path of libdetection.so after --plugin.");
+        }
+        return fs::absolute(given);
+    }
+    const std::array<const char*, 2> places = {"libdetection.so", "../lib/libdetection.so"};
+    for (const char* place : places) {
+        const fs::path candidate = programFolder / place;
+        if (fs::is_regular_file(candidate, ignored)) {
+            return fs::canonical(candidate);
+        }
+    }
+    throw std::runtime_error("the plug-in libdetection.so is neither in '" + programFolder.string() +
+                             "' nor in ../lib beside it; build or install it there, or name it with --plugin.");
+}
+
+std::filesystem::path programFolder()
+{
+    return fs::read_symlink("/proc/self/exe").parent_path();
+}
+
+} // namespace camera::base

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+
+namespace camera::base {
+
+/**
+ * Ctrl-C and its relatives (SIGINT, SIGTERM, SIGHUP) as a flag. A second signal ends the process at once, for
+ * whoever cannot wait. One object at a time.
+ */
+class StopSignal {
+public:
+    StopSignal();
+    ~StopSignal();
+    StopSignal(const StopSignal&) = delete;
+    StopSignal& operator=(const StopSignal&) = delete;
+
+    bool stopped() const;
+
+    /// Becomes true with the signal; valid as long as this object.
+    const std::atomic<bool>& flag() const;
+
+    /// Returns at the time given, or at once when a signal comes.
+    void waitUntil(std::chrono::steady_clock::time_point time) const;
+};
+
+} // namespace camera::base

@@ -1,0 +1,118 @@
+#include "camera/base/FileDescriptor.h"
+#include "camera/base/StopSignal.h"
+#include "camera/cli/Command.h"
+#include "camera/onvif/EventText.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <json/value.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace camera::cli {
+
+namespace {
+
+using Context = CommandContext;
+
+// How soon it is noticed that the camera has ended.
+constexpr std::chrono::milliseconds kLook(100);
+
+const CameraError kEnded("the camera has ended");
+
+// False while the bus is only away for a moment.
+bool hasEnded(Context& context)
+{
+    return !context.client().connected() && !context.cameraRuns();
+}
+
+int followEvents(Context& context)
+{
+    const base::StopSignal stop;
+    context.onEvent([&context](const base::Event& event) {
+        if (!context.arguments.json) {
+            context.console.line(onvif::describeEvent(event));
+            return;
+        }
+        Json::Value object;
+        object["topic"] = event.topic;
+        object["source"] = event.source;
+        object["data"] = event.data;
+        context.print(object);
+    });
+    context.client();
+    while (!stop.stopped() && context.console.writable()) {
+        stop.waitUntil(std::chrono::steady_clock::now() + kLook);
+        if (hasEnded(context)) {
+            throw kEnded;
+        }
+    }
+    return 0;
+}
+
+base::FileDescriptor connectTo(const std::string& path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.empty() || path.size() >= sizeof address.sun_path) {
+        throw CameraError("the camera names no usable metadata socket: '" + path + "'");
+    }
+    std::memcpy(address.sun_path, path.data(), path.size());
+    base::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        throw CameraError("the metadata socket '" + path + "' cannot be used: " + std::strerror(errno));
+    }
+    return socket;
+}
+
+// Prints whole lines; what follows the last one stays.
+void printLines(std::string& text, base::Console& console)
+{
+    std::size_t begin = 0;
+    for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', begin)) {
+        console.line(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    text.erase(0, begin);
+}
+
+int followMetadata(Context& context)
+{
+    const base::StopSignal stop;
+    const auto path = std::get<0>(context.client().call<std::string>(bus::service::kMetadataStreamer, "getSocket"));
+    const base::FileDescriptor socket = connectTo(path);
+    std::string text;
+    std::array<char, 65536> part{};
+    while (!stop.stopped() && context.console.writable()) {
+        pollfd waiting{socket.get(), POLLIN, 0};
+        if (::poll(&waiting, 1, static_cast<int>(kLook.count())) <= 0) {
+            continue;
+        }
+        const ssize_t length = ::read(socket.get(), part.data(), part.size());
+        if (length < 0 && errno == EINTR) {
+            continue;
+        }
+        if (length <= 0) {
+            throw context.cameraRuns() ? CameraError("the camera's metadata streamer has ended; ask again when camera "
+                                                     "status shows it")
+                                       : kEnded;
+        }
+        text.append(part.data(), static_cast<std::size_t>(length));
+        printLines(text, context.console);
+    }
+    return 0;
+}
+
+} // namespace
+
+std::vector<Command> followCommands()
+{
+    return {
+        {"events", "", "print events as they happen, until Ctrl-C", followEvents, true, {}, {}},
+        {"metadata", "", "print metadata documents as they are made, until Ctrl-C", followMetadata, false, {}, {}},
+    };
+}
+
+} // namespace camera::cli

@@ -1,0 +1,155 @@
+#include "camera/framework/MetadataPool.h"
+
+#include "camera/base/Current.h"
+#include "camera/base/Log.h"
+
+#include "korva/meridan/MetadataTransmitter.h"
+
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
+
+namespace camera::framework {
+
+namespace {
+
+constexpr std::uint32_t kAlignment = 64;
+
+void log(const std::string& text)
+{
+    base::Log::instance().write(base::LogLevel::error, "transmitter", text);
+}
+
+} // namespace
+
+GuardedMemory::GuardedMemory(std::size_t sizeBytes) : _sizeBytes(sizeBytes)
+{
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const std::size_t usable = (sizeBytes + page - 1) / page * page;
+    _mappingBytes = usable + page;
+    _mapping = ::mmap(nullptr, _mappingBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (_mapping == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    auto* guard = static_cast<std::uint8_t*>(_mapping) + usable;
+    if (::mprotect(guard, page, PROT_NONE) != 0) {
+        ::munmap(_mapping, _mappingBytes);
+        throw std::bad_alloc();
+    }
+    _data = guard - sizeBytes;
+}
+
+GuardedMemory::~GuardedMemory()
+{
+    ::munmap(_mapping, _mappingBytes);
+}
+
+MetadataPool::MetadataPool(const Options& options) : _options(options)
+{
+    if (options.engineCount == 0 || options.bytesPerEngine == 0 || options.bytesPerEngine % kAlignment != 0) {
+        throw std::invalid_argument("metadata buffers need at least one engine and a multiple of 64 bytes for each");
+    }
+    if (options.lends) {
+        const std::size_t size = options.engineCount * options.bytesPerEngine;
+        _drawing = std::make_unique<GuardedMemory>(size);
+        _motion = std::make_unique<GuardedMemory>(size);
+    }
+}
+
+void MetadataPool::setConsumer(std::function<void(const Outputs&)> consumer)
+{
+    _consumer = std::move(consumer);
+}
+
+std::uint8_t* MetadataPool::lendDrawing()
+{
+    // A buffer that a failed frame never gave back is simply lent again.
+    _drawingBytes = 0;
+    return _drawing ? _drawing->data() : nullptr;
+}
+
+std::uint8_t* MetadataPool::lendMotion()
+{
+    return _motion ? _motion->data() : nullptr;
+}
+
+void MetadataPool::takeDrawing(std::size_t usedBytes)
+{
+    _drawingBytes = checked(usedBytes, "drawing");
+}
+
+void MetadataPool::takeMotion(std::size_t usedBytes)
+{
+    const Outputs outputs{_drawing ? _drawing->data() : nullptr, _drawingBytes, lendMotion(),
+                          checked(usedBytes, "motion")};
+    try {
+        if (_consumer) {
+            _consumer(outputs);
+        }
+    } catch (const std::exception& error) {
+        log(std::string("the consumer of a frame's metadata failed: ") + error.what());
+    } catch (...) {
+        log("the consumer of a frame's metadata failed");
+    }
+}
+
+std::size_t MetadataPool::checked(std::size_t usedBytes, const char* which) const
+{
+    const std::size_t size = _options.lends ? _options.engineCount * _options.bytesPerEngine : 0;
+    if (usedBytes <= size) {
+        return usedBytes;
+    }
+    log("the engines say that they wrote " + std::to_string(usedBytes) + " bytes of " + which +
+        " data, the buffer has " + std::to_string(size));
+    return size;
+}
+
+} // namespace camera::framework
+
+namespace korva::meridan {
+
+using CurrentPool = camera::base::Current<camera::framework::MetadataPool>;
+
+MetadataTransmitter& MetadataTransmitter::instance()
+{
+    static MetadataTransmitter& transmitter = *new MetadataTransmitter;
+    return transmitter;
+}
+
+std::uint8_t* MetadataTransmitter::GetEmptyDrawingBuffer()
+{
+    const auto pool = CurrentPool::get();
+    return pool ? pool->lendDrawing() : nullptr;
+}
+
+std::uint8_t* MetadataTransmitter::GetEmptyMotionBuffer()
+{
+    const auto pool = CurrentPool::get();
+    return pool ? pool->lendMotion() : nullptr;
+}
+
+std::uint32_t MetadataTransmitter::GetMaxBufferSize() const
+{
+    const auto pool = CurrentPool::get();
+    return pool ? pool->bytesPerEngine() : 0;
+}
+
+void MetadataTransmitter::ReturnFullDrawingBuffer(unsigned int usedBytes)
+{
+    if (const auto pool = CurrentPool::get()) {
+        pool->takeDrawing(usedBytes);
+    }
+}
+
+void MetadataTransmitter::ReturnFullMotionBuffer(unsigned int usedBytes)
+{
+    if (const auto pool = CurrentPool::get()) {
+        pool->takeMotion(usedBytes);
+    }
+}
+
+} // namespace korva::meridan

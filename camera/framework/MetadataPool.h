@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace camera::framework {
+
+/// Memory of the process that ends exactly where a page begins which nobody may touch: the first
+/// byte written too far ends the process at once instead of spoiling something else.
+class GuardedMemory {
+public:
+    /// @throws std::bad_alloc
+    explicit GuardedMemory(std::size_t sizeBytes);
+    ~GuardedMemory();
+    GuardedMemory(const GuardedMemory&) = delete;
+    GuardedMemory& operator=(const GuardedMemory&) = delete;
+
+    std::uint8_t* data() const { return _data; }
+    std::size_t size() const { return _sizeBytes; }
+
+private:
+    void* _mapping = nullptr;
+    std::size_t _mappingBytes = 0;
+    std::size_t _sizeBytes = 0;
+    std::uint8_t* _data = nullptr;
+};
+
+/**
+ * The drawing and the motion buffer that the metadata transmitter lends for each frame.
+ *
+ * Each holds what every engine together may write, followed by a guard page. The consumer gets both
+ * when the second one has come back. Thread-bound to the frame thread.
+ */
+class MetadataPool {
+public:
+    struct Options {
+        std::size_t engineCount = 1;              ///< 1 or more
+        std::uint32_t bytesPerEngine = 64 * 1024; ///< a multiple of 64, so that buffers are aligned
+        bool lends = true;                        ///< false: null buffers, as on a device short of memory
+    };
+
+    /// Borrowed for the call.
+    struct Outputs {
+        const std::uint8_t* drawing = nullptr;
+        std::size_t drawingBytes = 0;
+        const std::uint8_t* motion = nullptr;
+        std::size_t motionBytes = 0;
+    };
+
+    /// @throws std::invalid_argument, std::bad_alloc
+    explicit MetadataPool(const Options& options);
+
+    /// Called inside ReturnFullMotionBuffer(). What it throws goes no further: it is logged.
+    void setConsumer(std::function<void(const Outputs&)> consumer);
+
+    std::uint8_t* lendDrawing();
+    std::uint8_t* lendMotion();
+    std::uint32_t bytesPerEngine() const { return _options.bytesPerEngine; }
+
+    /// usedBytes beyond the buffer are cut off and logged.
+    void takeDrawing(std::size_t usedBytes);
+    void takeMotion(std::size_t usedBytes);
+
+private:
+    std::size_t checked(std::size_t usedBytes, const char* which) const;
+
+    const Options _options;
+    std::unique_ptr<GuardedMemory> _drawing;
+    std::unique_ptr<GuardedMemory> _motion;
+    std::size_t _drawingBytes = 0;
+    std::function<void(const Outputs&)> _consumer;
+};
+
+} // namespace camera::framework

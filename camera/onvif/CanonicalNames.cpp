@@ -1,0 +1,190 @@
+#include "camera/onvif/CanonicalNames.h"
+
+#include "camera/onvif/NamespaceScopes.h"
+
+#include <pugixml.hpp>
+
+#include <map>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <vector>
+
+namespace camera::onvif {
+
+namespace {
+
+/// Walks a document once and renames on the way. Nesting is followed by pointers, not by recursion: a
+/// hostile document is deep.
+class Rewriter {
+public:
+    explicit Rewriter(const std::string& text) : text(text)
+    {
+        const pugi::xml_parse_result result = document.load_buffer(
+            text.data(), text.size(), pugi::parse_default | pugi::parse_doctype, pugi::encoding_utf8);
+        if (!result) {
+            refuse(std::string("this is no well-formed XML: ") + result.description(), result.offset);
+        }
+        for (const pugi::xml_node& node : document.children()) {
+            if (node.type() == pugi::node_doctype) {
+                refuse("a DOCTYPE is not accepted", node.offset_debug());
+            }
+        }
+    }
+
+    std::string rewrite(const std::string& rootName)
+    {
+        const pugi::xml_node root = document.document_element();
+        if (!root) {
+            refuse("there is no element in it", 0);
+        }
+        walk(root);
+        if (rootName != root.name()) {
+            refuse("its root element is '" + originalRootName + "', but a configuration's is '" + rootName + "'",
+                   root.offset_debug());
+        }
+        declareOnRoot(root);
+        std::ostringstream out;
+        document.document_element().print(out, "", pugi::format_raw);
+        return out.str();
+    }
+
+private:
+    [[noreturn]] void refuse(const std::string& reason, std::ptrdiff_t offset) const
+    {
+        std::size_t line = 1;
+        std::size_t column = 1;
+        for (std::ptrdiff_t i = 0; i < offset && i < static_cast<std::ptrdiff_t>(text.size()); ++i) {
+            if (text[static_cast<std::size_t>(i)] == '\n') {
+                ++line;
+                column = 1;
+            } else {
+                ++column;
+            }
+        }
+        throw XmlRefusal(reason, line, column);
+    }
+
+    void walk(pugi::xml_node root)
+    {
+        originalRootName = root.name();
+        pugi::xml_node node = root;
+        for (;;) {
+            if (node.type() == pugi::node_element) {
+                enter(node);
+            }
+            if (node.type() == pugi::node_element && node.first_child()) {
+                node = node.first_child();
+                continue;
+            }
+            for (;;) {
+                if (node.type() == pugi::node_element) {
+                    scopes.leave();
+                }
+                if (node == root) {
+                    return;
+                }
+                if (node.next_sibling()) {
+                    node = node.next_sibling();
+                    break;
+                }
+                node = node.parent();
+            }
+        }
+    }
+
+    void enter(pugi::xml_node node)
+    {
+        scopes.enter(node);
+        const std::string original = node.name();
+        Carried carried;
+        // Attributes first: their refusals name the element as its author wrote it.
+        std::vector<pugi::xml_attribute> declarations;
+        for (pugi::xml_attribute attribute : node.attributes()) {
+            if (isDeclaration(attribute.name())) {
+                declarations.push_back(attribute);
+            }
+        }
+        for (pugi::xml_attribute attribute : node.attributes()) {
+            if (!isDeclaration(attribute.name())) {
+                renameAttribute(node, attribute, carried);
+            }
+        }
+        node.set_name(renamed(node, original, true, carried).c_str());
+        for (pugi::xml_attribute declaration : declarations) {
+            node.remove_attribute(declaration);
+        }
+        for (const auto& [prefix, uri] : carried) {
+            node.append_attribute(prefix.empty() ? "xmlns" : ("xmlns:" + prefix).c_str()).set_value(uri.c_str());
+        }
+    }
+
+    using Carried = std::map<std::string, std::string>;
+
+    void renameAttribute(const pugi::xml_node& node, pugi::xml_attribute attribute, Carried& carried)
+    {
+        const std::string name = attribute.name();
+        std::string localName = name;
+        if (const std::size_t colon = name.find(':'); colon != std::string::npos) {
+            localName = renamed(node, name, false, carried);
+            attribute.set_name(localName.c_str());
+        }
+        // These two hold names as values. A value without a prefix that no default namespace covers stays.
+        if (localName == "Type" || localName == "xsi:type") {
+            attribute.set_value(renamed(node, attribute.value(), true, carried).c_str());
+        }
+    }
+
+    std::string renamed(const pugi::xml_node& node, const std::string& name, bool defaultApplies, Carried& carried)
+    {
+        const std::size_t colon = name.find(':');
+        const std::string prefix = colon == std::string::npos ? "" : name.substr(0, colon);
+        const std::string local = colon == std::string::npos ? name : name.substr(colon + 1);
+        if (prefix == "xml" || (prefix.empty() && !defaultApplies)) {
+            return name;
+        }
+        const std::optional<std::string> uri = scopes.find(prefix);
+        if (!uri) {
+            if (prefix.empty()) {
+                return name;
+            }
+            refuse("the element '" + std::string(node.name()) + "' uses the prefix '" + prefix +
+                       "', which stands for no namespace; declare it with xmlns:" + prefix + "=\"...\"",
+                   node.offset_debug());
+        }
+        if (const std::optional<std::string> canonical = canonicalPrefix(*uri)) {
+            used.insert(*canonical);
+            return *canonical + ":" + local;
+        }
+        if (!prefix.empty() && canonicalUri(prefix)) {
+            refuse("the element '" + std::string(node.name()) + "' uses the prefix '" + prefix + "' for '" + *uri +
+                       "', but it is kept for '" + *canonicalUri(prefix) + "'; choose another prefix",
+                   node.offset_debug());
+        }
+        carried[prefix] = *uri;
+        return name;
+    }
+
+    void declareOnRoot(pugi::xml_node root)
+    {
+        used.insert("tt");
+        for (auto prefix = used.rbegin(); prefix != used.rend(); ++prefix) {
+            root.prepend_attribute(("xmlns:" + *prefix).c_str()).set_value(canonicalUri(*prefix)->c_str());
+        }
+    }
+
+    const std::string& text;
+    pugi::xml_document document;
+    NamespaceScopes scopes;
+    std::set<std::string> used;
+    std::string originalRootName;
+};
+
+} // namespace
+
+std::string canonicalDocument(const std::string& text, const std::string& rootName)
+{
+    return Rewriter(text).rewrite(rootName);
+}
+
+} // namespace camera::onvif

@@ -1,0 +1,140 @@
+#include "camera/onvif/ConfigurationFile.h"
+
+#include "camera/onvif/CanonicalNames.h"
+
+#include <pugixml.hpp>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+namespace camera::onvif {
+
+namespace {
+
+constexpr char kConfiguration[] = "tt:VideoAnalyticsConfiguration";
+constexpr char kModules[] = "tt:AnalyticsEngineConfiguration";
+constexpr char kRules[] = "tt:RuleEngineConfiguration";
+constexpr char kModule[] = "tt:AnalyticsModule";
+constexpr char kRule[] = "tt:Rule";
+
+std::string readWhole(const std::string& path)
+{
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) {
+        throw std::runtime_error("cannot read the configuration '" + path +
+                                 "': it is a directory; name one XML file in it.");
+    }
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw std::runtime_error("cannot read the configuration '" + path + "': " + std::strerror(errno) +
+                                 "; name an XML file.");
+    }
+    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (file.bad()) {
+        throw std::runtime_error("cannot read the configuration '" + path + "': reading it failed; check the disk.");
+    }
+    return text;
+}
+
+std::string canonical(const std::string& path, const std::string& text, const std::string& root)
+{
+    if (text.find('\0') != std::string::npos) {
+        throw std::runtime_error("the configuration '" + path +
+                                 "' is refused: it holds a NUL byte; save it as UTF-8 text.");
+    }
+    try {
+        return canonicalDocument(text, root);
+    } catch (const XmlRefusal& refusal) {
+        throw std::runtime_error("the configuration '" + path + "' is refused at line " + std::to_string(refusal.line) +
+                                 ", column " + std::to_string(refusal.column) + ": " + refusal.what() + ".");
+    }
+}
+
+std::string rootOf(const std::string& text)
+{
+    pugi::xml_document document;
+    document.load_buffer(text.data(), text.size());
+    const std::string name = document.document_element().name();
+    const std::size_t colon = name.find(':');
+    return colon == std::string::npos ? name : name.substr(colon + 1);
+}
+
+void collect(const pugi::xml_node& list, bool rules, std::vector<ComponentName>& out)
+{
+    for (const pugi::xml_node& node : list.children(rules ? kRule : kModule)) {
+        ComponentName component{rules, node.attribute("Name").value(), node.attribute("Type").value(), ""};
+        for (const pugi::xml_node& item : node.child("tt:Parameters").children("tt:SimpleItem")) {
+            if (std::string(item.attribute("Name").value()) == "PtzPreset") {
+                component.preset = item.attribute("Value").value();
+            }
+        }
+        out.push_back(std::move(component));
+    }
+}
+
+} // namespace
+
+std::string readConfiguration(const std::string& path)
+{
+    return canonical(path, readWhole(path), kConfiguration);
+}
+
+std::vector<std::string> readComponents(const std::string& path, bool rules)
+{
+    const std::string text = readWhole(path);
+    const char* wanted = rules ? kRule : kModule;
+    if (rootOf(text) == std::string(wanted).substr(3)) {
+        return {canonical(path, text, wanted)};
+    }
+    const std::string whole = canonical(path, text, kConfiguration);
+    pugi::xml_document document;
+    document.load_buffer(whole.data(), whole.size());
+    std::vector<std::string> components;
+    const pugi::xml_node list = document.child(kConfiguration).child(rules ? kRules : kModules);
+    for (const pugi::xml_node& node : list.children(wanted)) {
+        std::ostringstream out;
+        node.print(out, "", pugi::format_raw);
+        components.push_back(out.str());
+    }
+    if (components.empty()) {
+        throw std::runtime_error("there is no " + std::string(wanted) + " in '" + path +
+                                 "'; name a file that holds one, or a configuration with some.");
+    }
+    return components;
+}
+
+std::vector<ComponentName> componentsOf(const std::string& xml)
+{
+    std::vector<ComponentName> found;
+    pugi::xml_document document;
+    if (document.load_buffer(xml.data(), xml.size())) {
+        collect(document, false, found);
+        collect(document, true, found);
+        const pugi::xml_node root = document.child(kConfiguration);
+        collect(root.child(kModules), false, found);
+        collect(root.child(kRules), true, found);
+    }
+    return found;
+}
+
+std::string describe(const ComponentName& component)
+{
+    std::string text = std::string(component.isRule ? "rule" : "module") + " '" + component.name + "' (" +
+                       (component.type.empty() ? "no type" : component.type);
+    if (!component.preset.empty()) {
+        text += ", preset " + component.preset;
+    }
+    return text + ")";
+}
+
+bool operator==(const ComponentName& a, const ComponentName& b)
+{
+    return a.isRule == b.isRule && a.name == b.name && a.type == b.type && a.preset == b.preset;
+}
+
+} // namespace camera::onvif

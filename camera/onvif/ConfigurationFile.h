@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace camera::onvif {
+
+/**
+ * A configuration document from a file, ready for the analytics service: names under their usual prefixes.
+ * @throws std::runtime_error with one sentence: file, line, column, what is wrong, what to do.
+ */
+std::string readConfiguration(const std::string& path);
+
+/// The rules (else the modules) of a file, one element each: its root is one of them, or a whole configuration.
+/// @throws as readConfiguration(); also when the file holds none.
+std::vector<std::string> readComponents(const std::string& path, bool rules);
+
+/// Name and type of every rule and module of a configuration or of one element, for people.
+struct ComponentName {
+    bool isRule = false;
+    std::string name;
+    std::string type;
+    std::string preset; ///< of its PtzPreset parameter, else empty
+};
+std::vector<ComponentName> componentsOf(const std::string& xml);
+
+/// "rule 'Gate' (tt:CellMotionDetector, preset Door)"
+std::string describe(const ComponentName& component);
+
+bool operator==(const ComponentName& a, const ComponentName& b);
+
+} // namespace camera::onvif

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <pugixml.hpp>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace camera::onvif {
+
+/// "xmlns" or "xmlns:..."
+bool isDeclaration(const std::string& attributeName);
+
+/// The prefix under which the analytics service knows a namespace, if it knows it.
+std::optional<std::string> canonicalPrefix(const std::string& uri);
+std::optional<std::string> canonicalUri(const std::string& prefix);
+
+/// Which prefix stands for which namespace, while a document is walked. Prefixes that the service knows
+/// count as declared from the start: documents without declarations are common.
+class NamespaceScopes {
+public:
+    NamespaceScopes();
+
+    /// Takes in the declarations of an element, until the matching leave().
+    void enter(const pugi::xml_node& element);
+    void leave();
+
+    /// Nothing: not declared. The empty prefix is the default namespace.
+    std::optional<std::string> find(const std::string& prefix) const;
+
+private:
+    std::map<std::string, std::vector<std::string>> bindings; ///< innermost last; empty text: undeclared again
+    std::vector<std::vector<std::string>> entered;            ///< prefixes declared by each open element
+};
+
+} // namespace camera::onvif

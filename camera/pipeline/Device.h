@@ -1,0 +1,133 @@
+#pragma once
+
+#include "camera/pipeline/DeviceOptions.h"
+#include "camera/pipeline/TargetClient.h"
+#include "camera/serviceapi/EventBus.h"
+#include "camera/video/Frame.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace camera::ptz {
+class PositioningUnit;
+}
+namespace camera::serviceapi {
+class ControlThread;
+class Environment;
+} // namespace camera::serviceapi
+
+namespace camera::pipeline {
+
+/// What the engines wrote for one frame. Both spans are borrowed for the call that brings them.
+struct FrameOutputs {
+    const video::Frame& frame; ///< the frame that was analysed; copies share its pixels
+    const std::uint8_t* drawing = nullptr;
+    std::size_t drawingBytes = 0;
+    const std::uint8_t* motion = nullptr;
+    std::size_t motionBytes = 0;
+};
+
+/// Counters since the device was built.
+struct Statistics {
+    std::uint64_t frames = 0;           ///< delivered to the plug-in
+    std::uint64_t framesFailed = 0;     ///< of those, left the plug-in with an exception
+    std::uint64_t emptyBuffers = 0;     ///< came out of the plug-in's output
+    std::uint64_t events = 0;           ///< raised by engines
+    std::uint64_t eventsDropped = 0;    ///< of those, lost to a full queue
+    std::uint64_t documents = 0;        ///< metadata documents sent by the plug-in
+    std::uint64_t documentsWritten = 0; ///< of those, written to the metadata file
+    std::uint64_t documentsDropped = 0; ///< of those, lost to a full queue or a failing file
+    std::uint64_t controlFailures = 0;  ///< callbacks on the control thread that threw
+    std::string metadataError;          ///< why the metadata file is incomplete; empty when it is not
+};
+
+/**
+ * One virtual camera in this process: the plug-in, loaded and built, and everything it calls.
+ *
+ * The plug-in reaches its host through process-wide functions, so one Device lives at a time; a
+ * second one is refused.
+ *
+ * Threads: deliver() and deliverEmpty() belong to one frame thread; everything else may be called
+ * from any thread. Target operations, positioning and service callbacks, the plug-in's construction
+ * and its destruction run on the device's control thread, one at a time.
+ *
+ * XML: destroying the plug-in cleans up libxml2's process-wide state. Close every demuxer and have no
+ * other use of that library in the process before shutdown() or the destructor.
+ */
+class Device {
+public:
+    /**
+     * Takes the state folder's lock, opens the settings, loads the plug-in, builds it on the control
+     * thread and connects its output. A camera that stands at a preset reports it as reached last.
+     *
+     * @throws std::invalid_argument for options that do not fit together,
+     * @throws std::runtime_error with one sentence that says what, where and what to do: another
+     *         process holds the state folder, the folder or the metadata file is not writable, the
+     *         plug-in is missing, is no library, needs something that this program lacks, registers no
+     *         "DetectionPlugin", or failed to build. Nothing is left behind.
+     */
+    explicit Device(Options options);
+
+    /// As shutdown().
+    ~Device();
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    /**
+     * Hands one frame to the plug-in and returns when it has been analysed.
+     *
+     * @return false when the frame left the plug-in with an exception: it is logged and counted, and
+     *         the next frame may be delivered. False too after shutdown().
+     * Thread: the frame thread. Borrows nothing: the plug-in works on its own reference to the pixels.
+     */
+    bool deliver(const video::Frame& frame);
+
+    /// Sends an empty buffer through the plug-in; it comes out of its output and is counted.
+    bool deliverEmpty();
+
+    /// The analytics service target; valid as long as the device.
+    TargetClient& target();
+
+    /// Called for each analytics event, on the event thread, in order.
+    [[nodiscard]] serviceapi::EventBus::Subscription onEvent(serviceapi::EventBus::Listener listener);
+
+    /// Called for each frame with what the engines wrote, on the frame thread inside deliver(),
+    /// before deliver() returns. One consumer; set it before the first frame. It may throw: that is
+    /// logged and the frame goes on.
+    void onFrameOutputs(std::function<void(const FrameOutputs&)> consumer);
+
+    /// Called for each metadata document, on the metadata writer's thread, in order. Set it before
+    /// the first frame.
+    void onMetadata(std::function<void(const std::string&)> consumer);
+
+    /// Sends the camera to a preset, as an operator would; time must pass until it is there, see
+    /// positioning().advance(). False when it was refused.
+    bool goToPreset(const std::string& name);
+
+    /// Returns when everything posted to the control thread, every raised event and every sent
+    /// document has been dealt with. Not from a callback.
+    void drain();
+
+    Statistics statistics() const;
+
+    /**
+     * Ends the device in order: no frame, request or event is accepted any more and those running are
+     * waited for; the plug-in is destroyed on the control thread; what it left registered is
+     * discarded; events and documents on their way are delivered. The state folder stays locked until
+     * the destructor. Idempotent; not from a callback. No exception leaves it.
+     */
+    void shutdown();
+
+    ptz::PositioningUnit& positioning();
+    serviceapi::Environment& environment(); ///< services, settings, configuration values
+    serviceapi::ControlThread& control();
+
+private:
+    class Impl;
+    std::unique_ptr<Impl> _impl;
+};
+
+} // namespace camera::pipeline

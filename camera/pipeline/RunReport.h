@@ -1,0 +1,87 @@
+#pragma once
+
+#include "camera/base/Event.h"
+#include "camera/video/Drawing.h"
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace camera::pipeline {
+
+/// What a run has seen so far. Thread-safe: events come on a thread of their own.
+class RunReport {
+public:
+    RunReport();
+
+    /// @param took  how long the plug-in had the frame
+    void frame(bool analysed, std::chrono::nanoseconds took = std::chrono::nanoseconds(0));
+
+    /// The time of the frame that comes next, nanoseconds since 1970.
+    void time(std::int64_t nanoseconds);
+
+    /// An engine got other rules, those of a settings key; an empty key: none.
+    void rulesSwitched(const std::string& engine, const std::string& key);
+
+    /// What can be asked while the run goes on.
+    struct Now {
+        std::uint64_t frames = 0;
+        double framesPerSecond = 0; ///< over the last seconds
+        double longestFrameMilliseconds = 0;
+    };
+    Now now() const;
+
+    /// How long the plug-in had a frame at most since this was last asked, or since the start.
+    double takeLongestFrameMilliseconds();
+    void drawing(const video::Drawing& drawing);
+    void event(const base::Event& event);
+
+    /// "frames 250  24.9/s  objects 3  events 2"
+    std::string status() const;
+
+    /// The lines of the summary that are about frames, objects and events.
+    std::vector<std::string> summary() const;
+
+private:
+    double seconds() const;
+    void rulesSummary(std::vector<std::string>& lines) const;
+
+    struct Switch {
+        double second = 0; ///< of the video
+        std::string engine;
+        std::string key;
+    };
+
+    mutable std::mutex mutex;
+    std::chrono::steady_clock::time_point start;
+    std::uint64_t frames = 0;
+    std::uint64_t failed = 0;
+    std::size_t objectsNow = 0;
+    std::size_t objectsAtOnce = 0;
+    std::unordered_set<std::uint32_t> objectIds;
+    std::uint64_t events = 0;
+    std::map<std::string, std::uint64_t> eventsOfTopic;
+    std::int64_t firstTime = 0;
+    std::int64_t lastTime = 0;
+    std::deque<Switch> switches; ///< the last ones
+    std::uint64_t switchCount = 0;
+    std::chrono::nanoseconds longest{0};
+    std::chrono::nanoseconds longestLately{0};
+    std::chrono::steady_clock::time_point windowStart;
+    std::uint64_t windowFrames = 0;
+    double windowRate = 0;
+};
+
+/// "  frames      " and so on: the left column of a summary line, then its text.
+std::string summaryLine(const std::string& label, const std::string& text);
+
+/// "1.2 MB"
+std::string sizeText(std::uintmax_t bytes);
+
+} // namespace camera::pipeline

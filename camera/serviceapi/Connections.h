@@ -1,0 +1,127 @@
+#pragma once
+
+#include "camera/serviceapi/Status.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <set>
+#include <vector>
+
+namespace camera::serviceapi {
+
+/**
+ * The open connections of one service and the event handlers registered on them.
+ *
+ * Cookies are numbers, never reused and never followed as addresses: a closed one is refused for
+ * ever. Thread-safe.
+ */
+template <class Handler>
+class Connections {
+public:
+    struct Registration {
+        std::uintptr_t cookie = 0;
+        Handler handler = nullptr;
+        void* context = nullptr;
+        bool operator==(const Registration& other) const
+        {
+            return cookie == other.cookie && handler == other.handler && context == other.context;
+        }
+    };
+
+    std::uintptr_t open()
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _open.insert(++_last);
+        return _last;
+    }
+
+    /// Takes the connection's handlers along.
+    void close(std::uintptr_t cookie)
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _open.erase(cookie);
+        removeIf([cookie](const Registration& entry) { return entry.cookie == cookie; });
+    }
+
+    bool isOpen(std::uintptr_t cookie) const
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _open.count(cookie) != 0;
+    }
+
+    ravel_core_status add(std::uintptr_t cookie, Handler handler, void* context)
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        if (_open.count(cookie) == 0 || handler == nullptr) {
+            return kInvalidArgument;
+        }
+        _registrations.push_back({cookie, handler, context});
+        return kOk;
+    }
+
+    ravel_core_status remove(std::uintptr_t cookie, Handler handler)
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        const bool removed =
+            removeIf([&](const Registration& entry) { return entry.cookie == cookie && entry.handler == handler; });
+        return removed ? kOk : kNotFound;
+    }
+
+    /// Calls each handler that is registered at its turn, in the order of registration.
+    template <class Call>
+    void forEach(const Call& call) const
+    {
+        for (const Registration& entry : registrations()) {
+            if (holds(entry)) {
+                call(entry);
+            }
+        }
+    }
+
+    /// Forgets every connection and handler; returns how many handlers there were.
+    std::size_t discard()
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        const std::size_t count = _registrations.size();
+        _registrations.clear();
+        _open.clear();
+        return count;
+    }
+
+    std::size_t openCount() const
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _open.size();
+    }
+
+    std::vector<Registration> registrations() const
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return _registrations;
+    }
+
+private:
+    bool holds(const Registration& wanted) const
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return std::find(_registrations.begin(), _registrations.end(), wanted) != _registrations.end();
+    }
+
+    template <class Predicate>
+    bool removeIf(const Predicate& predicate)
+    {
+        const auto first = std::remove_if(_registrations.begin(), _registrations.end(), predicate);
+        const bool removed = first != _registrations.end();
+        _registrations.erase(first, _registrations.end());
+        return removed;
+    }
+
+    mutable std::mutex _mutex;
+    std::set<std::uintptr_t> _open;
+    std::vector<Registration> _registrations;
+    std::uintptr_t _last = 0;
+};
+
+} // namespace camera::serviceapi

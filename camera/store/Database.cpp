@@ -1,0 +1,165 @@
+#include "camera/store/Database.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sqlite3.h>
+
+namespace camera::store {
+
+namespace {
+
+DatabaseError::Kind kindOf(int code, int systemError)
+{
+    if (systemError == ENOSPC || systemError == EDQUOT) {
+        return DatabaseError::Kind::full;
+    }
+    if (systemError == EROFS) {
+        return DatabaseError::Kind::readOnly;
+    }
+    switch (code & 0xff) {
+    case SQLITE_FULL:
+        return DatabaseError::Kind::full;
+    case SQLITE_READONLY:
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+        return DatabaseError::Kind::readOnly;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return DatabaseError::Kind::damaged;
+    case SQLITE_ERROR:
+        return DatabaseError::Kind::rejected;
+    default:
+        return DatabaseError::Kind::failed;
+    }
+}
+
+DatabaseError errorOf(int code, int systemError)
+{
+    const bool isSystems = (code & 0xff) == SQLITE_IOERR || (code & 0xff) == SQLITE_CANTOPEN;
+    const int error = isSystems ? systemError : 0;
+    const auto kind = kindOf(code, error);
+    if (kind == DatabaseError::Kind::full) {
+        return {kind, "no space is left for it"};
+    }
+    const std::string reason = sqlite3_errstr(code);
+    return {kind, error == 0 ? reason : reason + " (" + std::strerror(error) + ")"};
+}
+
+} // namespace
+
+Database::Database(const std::filesystem::path& file, Access access)
+{
+    const int flags = access == Access::readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    const int code = sqlite3_open_v2(file.c_str(), &_handle, flags, nullptr);
+    if (code != SQLITE_OK) {
+        const DatabaseError error = errorOf(code, _handle != nullptr ? sqlite3_system_errno(_handle) : 0);
+        sqlite3_close_v2(_handle);
+        throw error;
+    }
+    sqlite3_extended_result_codes(_handle, 1);
+    sqlite3_busy_timeout(_handle, 2000);
+}
+
+Database::~Database()
+{
+    sqlite3_close_v2(_handle);
+}
+
+void Database::execute(const std::string& sql)
+{
+    errno = 0;
+    const int code = sqlite3_exec(_handle, sql.c_str(), nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK) {
+        fail(code);
+    }
+}
+
+void Database::fail(int code) const
+{
+    // A failed COMMIT leaves the system's error to errno alone; the handle would tell the one before.
+    const int last = errno;
+    throw errorOf(code, last != 0 ? last : sqlite3_system_errno(_handle));
+}
+
+Statement::Statement(const Database& database, const char* sql) : _database(database)
+{
+    errno = 0;
+    const int code = sqlite3_prepare_v2(database.handle(), sql, -1, &_statement, nullptr);
+    if (code != SQLITE_OK) {
+        database.fail(code);
+    }
+}
+
+Statement::~Statement()
+{
+    sqlite3_finalize(_statement);
+}
+
+Statement& Statement::bind(int index, const std::string& bytes)
+{
+    const int code = sqlite3_bind_blob64(_statement, index, bytes.data(), bytes.size(), SQLITE_STATIC);
+    if (code != SQLITE_OK) {
+        _database.fail(code);
+    }
+    return *this;
+}
+
+Statement& Statement::bind(int index, std::int64_t value)
+{
+    const int code = sqlite3_bind_int64(_statement, index, value);
+    if (code != SQLITE_OK) {
+        _database.fail(code);
+    }
+    return *this;
+}
+
+Statement& Statement::bindText(int index, const std::string& text)
+{
+    const int code = sqlite3_bind_text64(_statement, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
+    if (code != SQLITE_OK) {
+        _database.fail(code);
+    }
+    return *this;
+}
+
+bool Statement::step()
+{
+    errno = 0;
+    const int code = sqlite3_step(_statement);
+    if (code != SQLITE_ROW && code != SQLITE_DONE) {
+        _database.fail(code);
+    }
+    return code == SQLITE_ROW;
+}
+
+std::string Statement::bytes(int column) const
+{
+    const void* data = sqlite3_column_blob(_statement, column);
+    const int length = sqlite3_column_bytes(_statement, column);
+    return data == nullptr ? std::string() : std::string(static_cast<const char*>(data), static_cast<size_t>(length));
+}
+
+std::int64_t Statement::integer(int column) const
+{
+    return sqlite3_column_int64(_statement, column);
+}
+
+Transaction::Transaction(Database& database) : _database(database)
+{
+    _database.execute("BEGIN IMMEDIATE");
+}
+
+Transaction::~Transaction()
+{
+    if (_open) {
+        sqlite3_exec(_database.handle(), "ROLLBACK", nullptr, nullptr, nullptr); // nothing to do when it fails too
+    }
+}
+
+void Transaction::commit()
+{
+    _database.execute("COMMIT");
+    _open = false;
+}
+
+} // namespace camera::store

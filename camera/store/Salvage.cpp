@@ -1,0 +1,130 @@
+#include "camera/store/Salvage.h"
+
+#include "camera/store/Database.h"
+#include "camera/store/SettingsLayout.h"
+
+#include <cstring>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+namespace camera::store {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Every step maps the state one to one, so a change of a single word never cancels out.
+std::uint64_t mix(std::uint64_t state, std::uint64_t word)
+{
+    state = (state ^ word) * 0x9e3779b97f4a7c15ULL;
+    return state ^ (state >> 29);
+}
+
+std::uint64_t mixBytes(std::uint64_t state, const std::string& bytes)
+{
+    std::size_t at = 0;
+    for (; at + sizeof(std::uint64_t) <= bytes.size(); at += sizeof(std::uint64_t)) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes.data() + at, sizeof word);
+        state = mix(state, word);
+    }
+    std::uint64_t rest = 0;
+    std::memcpy(&rest, bytes.data() + at, bytes.size() - at);
+    return mix(mix(state, rest), bytes.size());
+}
+
+using Documents = std::map<std::string, SalvagedDocument>;
+
+Documents collect(const Database& database, const std::string& table)
+{
+    Documents found;
+    // From both ends: a damaged page stops a scan, and what lies behind it is reached the other way round.
+    for (const char* order : {"ASC", "DESC"}) {
+        try {
+            const std::string sql =
+                "SELECT key, sequence, document, checksum FROM " + table + " ORDER BY rowid " + order;
+            Statement rows(database, sql.c_str());
+            while (rows.step()) {
+                const std::string key = rows.bytes(0);
+                const std::int64_t sequence = rows.integer(1);
+                std::string document = rows.bytes(2);
+                if (rows.integer(3) != documentChecksum(key, document)) {
+                    continue;
+                }
+                auto& best = found[key];
+                if (sequence >= best.sequence) {
+                    best = {sequence, std::move(document)};
+                }
+            }
+        } catch (const DatabaseError&) { // NOLINT(bugprone-empty-catch): the rows before the damage are what there is
+        }
+    }
+    return found;
+}
+
+// The history speaks only for a key that has no good current document: an order number has no checksum.
+Documents collect(const fs::path& file)
+{
+    try {
+        const Database database(file, Database::Access::readOnly);
+        Documents found = collect(database, "settings");
+        found.merge(collect(database, "history"));
+        return found;
+    } catch (const DatabaseError&) { // not a database any more
+        return {};
+    }
+}
+
+// A file of its own, removed with what the database puts beside it.
+class Working {
+public:
+    explicit Working(fs::path path) : path(std::move(path)) { clear(); }
+    ~Working() { clear(); }
+    Working(const Working&) = delete;
+    Working& operator=(const Working&) = delete;
+
+    const fs::path path;
+
+private:
+    void clear() const
+    {
+        for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+            std::error_code ignored;
+            fs::remove(path.string() + suffix, ignored);
+        }
+    }
+};
+
+// Without its first page nothing of a file can be found, and the first page is the same in all of them.
+Documents collectWithoutFirstPage(const fs::path& file)
+{
+    const Working working(file.string() + ".salvage");
+    std::error_code error;
+    fs::copy_file(file, working.path, error);
+    const auto size = error ? 0 : fs::file_size(working.path, error);
+    if (error || size <= kPageBytes) {
+        return {};
+    }
+    fs::resize_file(working.path, (size + kPageBytes - 1) / kPageBytes * kPageBytes, error);
+    const std::string page = emptyFirstPage();
+    std::fstream(working.path, std::ios::in | std::ios::out | std::ios::binary)
+        .write(page.data(), static_cast<std::streamsize>(page.size()));
+    return collect(working.path);
+}
+
+} // namespace
+
+std::int64_t documentChecksum(const std::string& key, const std::string& document)
+{
+    return static_cast<std::int64_t>(mixBytes(mixBytes(0, key), document));
+}
+
+std::map<std::string, SalvagedDocument> salvage(const std::filesystem::path& file)
+{
+    Documents found = collect(file);
+    found.merge(collectWithoutFirstPage(file));
+    return found;
+}
+
+} // namespace camera::store

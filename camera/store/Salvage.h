@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <string>
+
+namespace camera::store {
+
+/// A document found in a settings file, with its place in the order of writes.
+struct SalvagedDocument {
+    std::int64_t sequence = 0;
+    std::string document;
+};
+
+/// The newest good document of every key that can still be read from a settings file, whatever its
+/// condition; empty when nothing can. Does not change the file; a copy beside it lives meanwhile.
+std::map<std::string, SalvagedDocument> salvage(const std::filesystem::path& file);
+
+/// The checksum stored with a document; it covers the key too, so that swapped rows are found.
+std::int64_t documentChecksum(const std::string& key, const std::string& document);
+
+} // namespace camera::store

@@ -1,0 +1,69 @@
+#include "camera/store/StateFolder.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+
+namespace camera::store {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kClock[] = "last-frame-time";
+
+// Far in the future lies only what was damaged.
+constexpr std::int64_t kLatest = 4294967295LL * 1000000000LL;
+
+fs::path makeTemporary()
+{
+    std::string name = (fs::temp_directory_path() / "camera-state-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("no temporary folder can be made in '" + fs::temp_directory_path().string() +
+                                 "'; name a folder for the settings with --state.");
+    }
+    return name;
+}
+
+} // namespace
+
+StateFolder::StateFolder(const std::string& given)
+    : folder(given.empty() ? makeTemporary() : fs::path(given)), temporary(given.empty())
+{
+}
+
+StateFolder::~StateFolder()
+{
+    if (temporary) {
+        std::error_code ignored;
+        fs::remove_all(folder, ignored);
+    }
+}
+
+std::int64_t StateFolder::lastFrameTime() const
+{
+    std::ifstream file(folder / kClock);
+    std::int64_t nanoseconds = 0;
+    file >> nanoseconds;
+    return file && nanoseconds > 0 && nanoseconds < kLatest ? nanoseconds : 0;
+}
+
+void StateFolder::keepLastFrameTime(std::int64_t nanoseconds) const
+{
+    const fs::path target = folder / kClock;
+    const fs::path beside = folder / (std::string(kClock) + ".new");
+    std::ofstream file(beside);
+    file << nanoseconds << '\n';
+    file.close();
+    std::error_code error;
+    if (file) {
+        fs::rename(beside, target, error);
+    }
+    if (!file || error) {
+        fs::remove(beside, error);
+        throw std::runtime_error("the time of the last frame cannot be kept in '" + target.string() +
+                                 "'; make room on the disk and the folder writable.");
+    }
+}
+
+} // namespace camera::store

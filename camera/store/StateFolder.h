@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace camera::store {
+
+/// Where a camera keeps its settings: the folder named, or one that goes when the object does.
+class StateFolder {
+public:
+    /// @param given empty: a temporary folder. @throws std::runtime_error when that cannot be made.
+    explicit StateFolder(const std::string& given);
+    ~StateFolder();
+    StateFolder(const StateFolder&) = delete;
+    StateFolder& operator=(const StateFolder&) = delete;
+
+    const std::filesystem::path& path() const { return folder; }
+    bool kept() const { return !temporary; }
+
+    /// Nanoseconds since 1970 of the last frame of the run before; 0: unknown. A run at full speed ends ahead
+    /// of the wall clock, and the next one goes on from there.
+    std::int64_t lastFrameTime() const;
+
+    /// @throws std::runtime_error with one sentence when it cannot be written.
+    void keepLastFrameTime(std::int64_t nanoseconds) const;
+
+private:
+    std::filesystem::path folder;
+    bool temporary;
+};
+
+} // namespace camera::store

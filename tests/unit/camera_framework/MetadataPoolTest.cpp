@@ -1,0 +1,164 @@
+#include "camera/framework/MetadataPool.h"
+
+#include "camera/base/Current.h"
+#include "camera/base/Log.h"
+
+#include "korva/meridan/MetadataTransmitter.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using camera::base::Log;
+using camera::framework::MetadataPool;
+using korva::meridan::MetadataTransmitter;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class MetadataPoolTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
+    }
+    void TearDown() override { Log::instance().setWriter({}); }
+
+    void bind(const MetadataPool::Options& options)
+    {
+        pool = std::make_shared<MetadataPool>(options);
+        binding = std::make_unique<camera::base::Current<MetadataPool>::Binding>(pool);
+        pool->setConsumer([this](const MetadataPool::Outputs& outputs) {
+            drawings.emplace_back(reinterpret_cast<const char*>(outputs.drawing), outputs.drawingBytes);
+            motions.emplace_back(reinterpret_cast<const char*>(outputs.motion), outputs.motionBytes);
+        });
+    }
+
+    std::shared_ptr<MetadataPool> pool;
+    std::unique_ptr<camera::base::Current<MetadataPool>::Binding> binding;
+    std::vector<std::string> drawings;
+    std::vector<std::string> motions;
+    std::vector<std::string> lines;
+    MetadataTransmitter& transmitter = MetadataTransmitter::instance();
+};
+
+TEST_F(MetadataPoolTest, lendsRoomForEveryEngineAndHandsOnWhatTheyWrote)
+{
+    bind({3, 64, true});
+    EXPECT_EQ(transmitter.GetMaxBufferSize(), 64u);
+    std::uint8_t* drawing = transmitter.GetEmptyDrawingBuffer();
+    std::uint8_t* motion = transmitter.GetEmptyMotionBuffer();
+    ASSERT_NE(drawing, nullptr);
+    ASSERT_NE(motion, nullptr);
+    std::memset(drawing, 'd', 3 * 64);
+    std::memset(motion, 'm', 3 * 64);
+    transmitter.ReturnFullDrawingBuffer(3 * 64);
+    EXPECT_TRUE(drawings.empty()) << "handed on before the motion data came back";
+    transmitter.ReturnFullMotionBuffer(2);
+    EXPECT_THAT(drawings, ElementsAre(std::string(192, 'd')));
+    EXPECT_THAT(motions, ElementsAre("mm"));
+}
+
+TEST_F(MetadataPoolTest, handsOnFramesWithoutAnyData)
+{
+    bind({1, 64, true});
+    transmitter.GetEmptyDrawingBuffer();
+    transmitter.GetEmptyMotionBuffer();
+    transmitter.ReturnFullDrawingBuffer(0);
+    transmitter.ReturnFullMotionBuffer(0);
+    EXPECT_THAT(drawings, ElementsAre(""));
+}
+
+TEST_F(MetadataPoolTest, lendsAgainWhatAFailedFrameNeverGaveBack)
+{
+    bind({1, 64, true});
+    std::uint8_t* first = transmitter.GetEmptyDrawingBuffer();
+    transmitter.ReturnFullDrawingBuffer(10);
+    EXPECT_EQ(transmitter.GetEmptyDrawingBuffer(), first);
+    transmitter.GetEmptyMotionBuffer();
+    transmitter.ReturnFullMotionBuffer(0);
+    EXPECT_THAT(drawings, ElementsAre("")) << "the lost frame's data appeared in the next one";
+}
+
+TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
+{
+    bind({2, 64, true});
+    transmitter.GetEmptyDrawingBuffer();
+    transmitter.GetEmptyMotionBuffer();
+    transmitter.ReturnFullDrawingBuffer(129);
+    transmitter.ReturnFullMotionBuffer(128);
+    ASSERT_EQ(drawings.size(), 1u);
+    EXPECT_EQ(drawings[0].size(), 128u);
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("129 bytes of drawing data, the buffer has 128")));
+}
+
+TEST_F(MetadataPoolTest, lendsNothingWhenToldSo)
+{
+    bind({2, 64, false});
+    EXPECT_EQ(transmitter.GetEmptyDrawingBuffer(), nullptr);
+    EXPECT_EQ(transmitter.GetEmptyMotionBuffer(), nullptr);
+    EXPECT_EQ(transmitter.GetMaxBufferSize(), 64u);
+    transmitter.ReturnFullDrawingBuffer(0);
+    transmitter.ReturnFullMotionBuffer(0);
+    EXPECT_THAT(drawings, ElementsAre(""));
+    EXPECT_TRUE(lines.empty());
+}
+
+TEST_F(MetadataPoolTest, lendsNothingWithoutADevice)
+{
+    EXPECT_EQ(transmitter.GetEmptyDrawingBuffer(), nullptr);
+    EXPECT_EQ(transmitter.GetEmptyMotionBuffer(), nullptr);
+    EXPECT_EQ(transmitter.GetMaxBufferSize(), 0u);
+    transmitter.ReturnFullDrawingBuffer(5);
+    transmitter.ReturnFullMotionBuffer(5);
+}
+
+TEST_F(MetadataPoolTest, keepsAConsumersExceptionToItself)
+{
+    bind({1, 64, true});
+    pool->setConsumer([](const MetadataPool::Outputs&) { throw std::runtime_error("no overlay"); });
+    transmitter.GetEmptyDrawingBuffer();
+    transmitter.GetEmptyMotionBuffer();
+    transmitter.ReturnFullDrawingBuffer(0);
+    EXPECT_NO_THROW(transmitter.ReturnFullMotionBuffer(0));
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("no overlay")));
+}
+
+TEST_F(MetadataPoolTest, refusesSizesThatWouldMisalignTheBuffers)
+{
+    EXPECT_THROW(MetadataPool({0, 64, true}), std::invalid_argument);
+    EXPECT_THROW(MetadataPool({1, 0, true}), std::invalid_argument);
+    EXPECT_THROW(MetadataPool({1, 100, true}), std::invalid_argument);
+}
+
+TEST_F(MetadataPoolTest, lendsAlignedBuffers)
+{
+    bind({3, 64 * 7, true});
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(transmitter.GetEmptyDrawingBuffer()) % 64, 0u);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(transmitter.GetEmptyMotionBuffer()) % 64, 0u);
+}
+
+using MetadataPoolDeathTest = MetadataPoolTest;
+
+TEST_F(MetadataPoolDeathTest, endsTheProcessAtTheFirstByteWrittenTooFar)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto writeAt = [this](std::size_t offset, bool motion) {
+        bind({2, 64, true});
+        volatile std::uint8_t* buffer = motion ? pool->lendMotion() : pool->lendDrawing();
+        buffer[offset] = 1;
+        binding.reset();
+    };
+    writeAt(127, false);
+    writeAt(127, true);
+    EXPECT_DEATH(writeAt(128, false), "");
+    EXPECT_DEATH(writeAt(128, true), "");
+}
+
+} // namespace

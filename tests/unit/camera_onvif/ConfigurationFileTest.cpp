@@ -1,0 +1,101 @@
+#include "camera/onvif/ConfigurationFile.h"
+
+#include "unit/camera_video/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace camera::onvif {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const std::string kDocument =
+    "<tt:VideoAnalyticsConfiguration xmlns:tt='http://www.onvif.org/ver10/schema'>\n"
+    " <tt:AnalyticsEngineConfiguration><tt:AnalyticsModule Name='M' Type='tt:CellMotionEngine'/>"
+    "</tt:AnalyticsEngineConfiguration>\n"
+    " <tt:RuleEngineConfiguration><tt:Rule Name='A' Type='tt:X'><tt:Parameters>"
+    "<tt:SimpleItem Name='PtzPreset' Value='Door'/></tt:Parameters></tt:Rule>"
+    "<tt:Rule Name='B' Type='tt:Y'/></tt:RuleEngineConfiguration>\n"
+    "</tt:VideoAnalyticsConfiguration>\n";
+
+class ConfigurationFileTest : public testing::Test {
+protected:
+    std::string refused(const std::string& path)
+    {
+        try {
+            readConfiguration(path);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "accepted";
+    }
+
+    video::TemporaryFolder folder;
+};
+
+TEST_F(ConfigurationFileTest, readsAConfiguration)
+{
+    EXPECT_THAT(readConfiguration(folder.write("a.xml", kDocument)), HasSubstr("<tt:Rule Name=\"B\" Type=\"tt:Y\"/>"));
+}
+
+TEST_F(ConfigurationFileTest, refusesWhatIsNoConfigurationWithFileLineAndColumn)
+{
+    const std::string path = folder.write("a.xml", "<tt:VideoAnalyticsConfiguration>\n<tt:Oops></tt:No>");
+    EXPECT_THAT(refused(path), HasSubstr("the configuration '" + path + "' is refused at line 2, column "));
+    const std::string rule = folder.write("r.xml", "<tt:Rule/>");
+    EXPECT_EQ("the configuration '" + rule +
+                  "' is refused at line 1, column 2: its root element is 'tt:Rule', but a configuration's is "
+                  "'tt:VideoAnalyticsConfiguration'.",
+              refused(rule));
+}
+
+TEST_F(ConfigurationFileTest, refusesFilesThatCannotBeRead)
+{
+    EXPECT_EQ("cannot read the configuration '" + folder.path("none.xml") +
+                  "': No such file or directory; name an XML file.",
+              refused(folder.path("none.xml")));
+    EXPECT_THAT(refused(folder.path("")), HasSubstr("it is a directory"));
+    EXPECT_THAT(refused(folder.write("nul.xml", std::string("<a/>\0", 5))), HasSubstr("it holds a NUL byte"));
+    EXPECT_THAT(refused(folder.write("empty.xml", "")), HasSubstr("is refused at line 1, column 1"));
+}
+
+TEST_F(ConfigurationFileTest, takesComponentsFromAConfigurationOrOneByOne)
+{
+    const std::string path = folder.write("a.xml", kDocument);
+    EXPECT_THAT(readComponents(path, true), SizeIs(2));
+    EXPECT_THAT(readComponents(path, false),
+                ElementsAre("<tt:AnalyticsModule Name=\"M\" Type=\"tt:CellMotionEngine\"/>"));
+    const std::string one =
+        folder.write("r.xml", "<x:Rule xmlns:x='http://www.onvif.org/ver10/schema' Name='A' Type='x:T'/>");
+    EXPECT_THAT(readComponents(one, true), ElementsAre(HasSubstr("Name=\"A\" Type=\"tt:T\"")));
+}
+
+TEST_F(ConfigurationFileTest, refusesAFileWithoutTheComponentsWanted)
+{
+    const std::string path = folder.write("a.xml", "<tt:VideoAnalyticsConfiguration/>");
+    try {
+        readComponents(path, true);
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_THAT(error.what(), HasSubstr("there is no tt:Rule in '" + path + "'"));
+    }
+}
+
+TEST_F(ConfigurationFileTest, namesComponentsForPeople)
+{
+    const std::vector<ComponentName> components = componentsOf(kDocument);
+    ASSERT_THAT(components, SizeIs(3));
+    EXPECT_EQ("module 'M' (tt:CellMotionEngine)", describe(components[0]));
+    EXPECT_EQ("rule 'A' (tt:X, preset Door)", describe(components[1]));
+    EXPECT_EQ("rule 'B' (tt:Y)", describe(components[2]));
+    EXPECT_THAT(componentsOf("<tt:Rule Name='C'/>"), ElementsAre(ComponentName{true, "C", "", ""}));
+    EXPECT_EQ("rule 'C' (no type)", describe(componentsOf("<tt:Rule Name='C'/>")[0]));
+    EXPECT_THAT(componentsOf("no xml"), IsEmpty());
+}
+
+} // namespace
+} // namespace camera::onvif

@@ -1,0 +1,151 @@
+// What outlives a unit.
+#include "unit/camera_ptz/PositioningFixture.h"
+
+namespace {
+
+using camera::ptz::Position;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class PositioningStateTest : public PositioningFixture {
+protected:
+    void SetUp() override { build(); }
+
+    std::string refusal(const std::string& document)
+    {
+        const auto result = unit->restore(document);
+        return result.ok() ? "taken" : result.sentence;
+    }
+};
+
+TEST_F(PositioningStateTest, standsWhereItWasLeft)
+{
+    ASSERT_TRUE(unit->savePreset({"Hof \xff \"x\"", {1, 2, 300}}));
+    ASSERT_TRUE(unit->createTour({"Round", {{"Gate", Milliseconds(1234), 56}}}));
+    unit->goToPreset("Gate", operator1);
+    untilItStands();
+    const std::string document = unit->serialize();
+
+    options.presets.clear();
+    build();
+    calls.clear();
+    EXPECT_TRUE(unit->restore(document));
+    EXPECT_EQ(unit->position(), (Position{10000, -5000, 200}));
+    EXPECT_EQ(unit->activePreset(), "Gate");
+    EXPECT_EQ(unit->presets().size(), 4u);
+    EXPECT_EQ(unit->preset("Hof \xff \"x\"")->position, (Position{1, 2, 300}));
+    ASSERT_EQ(unit->tours().size(), 1u);
+    EXPECT_EQ(unit->tours()[0].stops[0].dwell, Milliseconds(1234));
+    EXPECT_EQ(unit->tours()[0].stops[0].speedPercent, 56);
+    EXPECT_EQ(unit->serialize(), document);
+    EXPECT_THAT(reported(), IsEmpty());
+    unit->announceStanding();
+    EXPECT_THAT(reported(), ElementsAre("state 2 Gate"));
+}
+
+TEST_F(PositioningStateTest, announcesNothingWhenItStandsAtNoPreset)
+{
+    unit->announceStanding();
+    unit->goToPreset("Gate", operator1);
+    reported();
+    unit->announceStanding();
+    EXPECT_THAT(reported(), IsEmpty());
+}
+
+TEST_F(PositioningStateTest, keepsThePresetsThatTheDocumentDoesNotName)
+{
+    const std::string document = unit->serialize();
+    options.presets = {{"Gate", {5, 5, 100}}, {"Shed", {7, 7, 100}}};
+    build();
+    EXPECT_TRUE(unit->restore(document));
+    EXPECT_EQ(unit->presets().size(), 4u);
+    EXPECT_EQ(unit->preset("Gate")->position.pan, 10000u);
+    EXPECT_EQ(unit->preset("Shed")->position.pan, 7u);
+}
+
+TEST_F(PositioningStateTest, takesNothingOfADocumentThatIsNotWhole)
+{
+    const std::string good = unit->serialize();
+    standAt("Gate");
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        EXPECT_THAT(refusal(good.substr(0, length)), HasSubstr("the stored positions cannot be used: "));
+    }
+    EXPECT_EQ(unit->activePreset(), "Gate");
+    EXPECT_EQ(refusal(good), "taken");
+}
+
+TEST_F(PositioningStateTest, refusesHostileDocuments)
+{
+    const auto with = [&](const std::string& what, const std::string& instead) {
+        std::string document = R"({"version":1,"position":{"pan":0,"tilt":0,"zoom":100},"preset":"A",)"
+                               R"("presets":[{"name":"A","pan":0,"tilt":0,"zoom":100}],)"
+                               R"("tours":[{"name":"T","stops":[{"preset":"A","dwellMs":5,"speedPercent":9}]}]})";
+        const auto at = document.find(what);
+        EXPECT_NE(at, std::string::npos) << what;
+        return document.replace(at, what.size(), instead);
+    };
+    EXPECT_EQ(refusal(with("\"A\"", "\"A\"")), "taken");
+    for (const auto& [what, instead] : std::vector<std::pair<std::string, std::string>>{
+             {"\"version\":1", "\"version\":2"},
+             {"\"pan\":0", "\"pan\":360000"},
+             {"\"pan\":0", "\"pan\":-1"},
+             {"\"pan\":0", "\"pan\":1e300"},
+             {"\"pan\":0", "\"pan\":\"0\""},
+             {"\"zoom\":100", "\"zoom\":99"},
+             {"\"preset\":\"A\"", "\"preset\":\"B\""},
+             {"\"preset\":\"A\"", "\"preset\":7"},
+             {"\"name\":\"A\"", "\"name\":\"\""},
+             {"\"name\":\"A\"", "\"nom\":\"A\""},
+             {"\"dwellMs\":5", "\"dwellMs\":99999999999"},
+             {"\"speedPercent\":9", "\"speedPercent\":0"},
+             {"\"stops\":[", "\"stops\":7,\"x\":["},
+             {"[{\"preset\":\"A\",\"dwellMs\":5,\"speedPercent\":9}]", "[]"},
+             {"\"tours\":[", "\"tours\":[7,"},
+             {"\"presets\":[", "\"presets\":[{\"name\":\"A\",\"pan\":0,\"tilt\":0,\"zoom\":100},"},
+         }) {
+        EXPECT_THAT(refusal(with(what, instead)), HasSubstr("cannot be used: ")) << instead;
+    }
+    EXPECT_THAT(refusal(std::string(100000, '[')), HasSubstr("cannot be used"));
+    EXPECT_THAT(refusal(std::string(2000000, ' ')), HasSubstr("larger than"));
+    EXPECT_THAT(refusal("[]"), HasSubstr("missing"));
+    EXPECT_THAT(refusal(std::string("\0\xff", 2)), HasSubstr("no JSON document"));
+}
+
+TEST_F(PositioningStateTest, standsAtNoPresetThatItCannotReachAnyMore)
+{
+    standAt("Roof");
+    const std::string document = unit->serialize();
+    options.description.tilt.highest = 5000;
+    build();
+    EXPECT_TRUE(unit->restore(document));
+    EXPECT_EQ(unit->activePreset(), "");
+    EXPECT_EQ(unit->position().tilt, 5000);
+}
+
+TEST_F(PositioningStateTest, tellsWhatChangedAndNotUnderItsLock)
+{
+    std::vector<std::string> changes;
+    unit->onChange([&](Unit::Change change) {
+        changes.push_back(change == Unit::Change::lists ? "lists" : "standing");
+        EXPECT_FALSE(unit->serialize().empty()); // would wait for ever with the lock held
+    });
+    unit->savePresetHere("Here");
+    EXPECT_THAT(changes, ElementsAre("lists"));
+    unit->createTour({"T", {{"Here", Milliseconds(0), 100}}});
+    unit->renamePreset("Here", "There");
+    unit->goToPreset("Cellar", operator1);
+    unit->goToPreset("There", operator1);
+    EXPECT_EQ(changes.size(), 3u);
+    unit->advance(Milliseconds(10000));
+    EXPECT_THAT(changes, ElementsAre("lists", "lists", "lists", "standing"));
+    unit->startTour("T", operator1);
+    unit->advance(Milliseconds(10000)); // many arrivals
+    EXPECT_EQ(changes.size(), 5u) << "one for all of them";
+    unit->stopTour(operator1);
+    unit->removeTour("T");
+    unit->removePreset("There");
+    EXPECT_EQ(changes.back(), "lists");
+}
+
+} // namespace

@@ -1,0 +1,437 @@
+// The process-wide service calls, over one environment.
+#include "camera/serviceapi/Environment.h"
+
+#include "camera/base/Log.h"
+#include "camera/serviceapi/Status.h"
+#include "unit/camera_store/TemporaryFolder.h"
+
+#include "ravel/RavelApiAnalyticsTargetImplBase.h"
+#include "ravel/RavelApiAnalyticsTargetRun.h"
+#include "ravel/RavelApiException.h"
+#include "ravel/configuration.h"
+#include "ravel/day_night.h"
+#include "ravel/onvif_metadata_streamer.h"
+#include "ravel/rotate.h"
+#include "ravel/settings.h"
+#include "ravel/target_ids.h"
+#include "ravel/window_blanking.h"
+
+#include <boost/make_shared.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using camera::base::Event;
+using camera::base::Log;
+using camera::serviceapi::CurrentEnvironment;
+using camera::serviceapi::Environment;
+using camera::serviceapi::ServiceFault;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+std::vector<std::string> calls;
+std::optional<std::thread::id> calledOn;
+
+void note(const std::string& text)
+{
+    calls.push_back(text);
+    calledOn = std::this_thread::get_id();
+}
+
+void onDayNight(bool movement, const char* targetId, void* context)
+{
+    note(std::string("day/night ") + (movement ? "moves " : "rests ") + targetId + (context == &calls ? "" : "?"));
+}
+
+void onBlanking(bool enabled, const char* targetId, void* /*context*/)
+{
+    note(std::string("blanking ") + (enabled ? "on " : "off ") + targetId);
+}
+
+void onRotation(unsigned int orientation, const char* targetId, void* /*context*/)
+{
+    note("rotation " + std::to_string(orientation) + " " + targetId);
+}
+
+class EnvironmentTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        calls.clear();
+        Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
+        options.stateDir = folder.path();
+    }
+    void TearDown() override
+    {
+        stop();
+        Log::instance().setWriter({});
+    }
+
+    void start()
+    {
+        environment = std::make_shared<Environment>(options);
+        binding = std::make_unique<CurrentEnvironment::Binding>(environment);
+    }
+    void stop()
+    {
+        binding.reset();
+        environment.reset();
+    }
+    static std::vector<std::string> idsOf(const char* service)
+    {
+        std::vector<std::string> ids;
+        return ravel::core::getTargetIds(service, ids) ? ids : std::vector<std::string>{"unknown"};
+    }
+
+    TemporaryFolder folder;
+    Environment::Options options;
+    std::shared_ptr<Environment> environment;
+    std::unique_ptr<CurrentEnvironment::Binding> binding;
+    std::vector<std::string> lines;
+};
+
+TEST_F(EnvironmentTest, servesTheDeviceServicesButNoRotation)
+{
+    start();
+    EXPECT_THAT(idsOf("day_night"), ElementsAre("main"));
+    EXPECT_THAT(idsOf("window_blanking"), ElementsAre("main"));
+    EXPECT_THAT(idsOf("onvif_metadata_streamer"), ElementsAre("main"));
+    EXPECT_THAT(idsOf("rotate"), ElementsAre("unknown"));
+    EXPECT_THAT(idsOf("toaster"), ElementsAre("unknown"));
+}
+
+TEST_F(EnvironmentTest, answersWithoutADeviceThatNothingIsAvailable)
+{
+    std::string value = "as it was";
+    int number = 5;
+    void* cookie = nullptr;
+    std::uint64_t stream = 0;
+    EXPECT_THAT(idsOf("day_night"), ElementsAre("unknown"));
+    EXPECT_NE(ravel::core::settingsGetJson("A", value), 0);
+    EXPECT_EQ(value, "as it was");
+    EXPECT_THROW(ravel::core::settingsSetJson("A", "1"), ravel::core::RavelApiException);
+    EXPECT_NE(ravel_core_settings_set_default_json_value("A", "[]"), 0);
+    EXPECT_NE(ravel_core_configuration_get_int_value("default_analytics_rotation", &number), 0);
+    EXPECT_EQ(number, 5);
+    EXPECT_NE(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
+    EXPECT_NE(ravel_api_window_blanking_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
+    EXPECT_NE(ravel_api_rotate_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
+    EXPECT_NE(ravel_api_onvif_metadata_streamer_initiator_init(nullptr, nullptr, &stream, 1, nullptr), 0);
+    ravel_api_day_night_initiator_deinit(cookie);
+    ravel_api_onvif_metadata_streamer_initiator_deinit(stream);
+    EXPECT_EQ(cookie, nullptr);
+    EXPECT_EQ(stream, 0u);
+}
+
+TEST_F(EnvironmentTest, refusesASecondDeviceInTheProcess)
+{
+    start();
+    EXPECT_THROW(CurrentEnvironment::Binding another(environment), std::runtime_error);
+    EXPECT_EQ(CurrentEnvironment::get(), environment) << "the first one stays";
+}
+
+TEST_F(EnvironmentTest, offersTheOrientationAsAConfigurationValue)
+{
+    options.orientationDegrees = 270;
+    start();
+    int angle = 0;
+    EXPECT_EQ(ravel_core_configuration_get_int_value("default_analytics_rotation", &angle), 0);
+    EXPECT_EQ(angle, 270);
+    angle = 7;
+    EXPECT_EQ(ravel_core_configuration_get_int_value("unknown", &angle), camera::serviceapi::kNotFound);
+    environment->configuration.fail(true);
+    EXPECT_EQ(ravel_core_configuration_get_int_value("default_analytics_rotation", &angle),
+              camera::serviceapi::kFailed);
+    EXPECT_EQ(angle, 7);
+    EXPECT_EQ(ravel_core_configuration_get_int_value(nullptr, &angle), camera::serviceapi::kInvalidArgument);
+}
+
+TEST_F(EnvironmentTest, storesSettingsAcrossARestart)
+{
+    start();
+    std::string value = "untouched";
+    EXPECT_EQ(ravel::core::settingsGetJson("OnvifAnalytics", value), camera::serviceapi::kNotFound);
+    EXPECT_EQ(value, "untouched");
+    EXPECT_EQ(ravel_core_settings_set_default_json_value("OnvifAnalytics", "[]"), 0);
+    EXPECT_EQ(ravel::core::settingsGetJson("OnvifAnalytics", value), 0);
+    EXPECT_EQ(value, "[]");
+    EXPECT_EQ(ravel::core::settingsSetJson("OnvifAnalytics", "[ 1 ]"), 0);
+    stop();
+    start();
+    EXPECT_EQ(ravel::core::settingsGetJson("OnvifAnalytics", value), 0);
+    EXPECT_EQ(value, "[ 1 ]");
+}
+
+TEST_F(EnvironmentTest, postsDayNightEventsToTheControlThread)
+{
+    start();
+    void* cookie = nullptr;
+    ASSERT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
+    ASSERT_EQ(ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls), 0);
+    environment->control.ask([&] {
+        environment->dayNight.movement(true);
+        EXPECT_THAT(calls, IsEmpty()) << "called from inside a call";
+    });
+    environment->dayNight.movement(false);
+    environment->control.drain();
+    EXPECT_THAT(calls, ElementsAre("day/night moves main", "day/night rests main"));
+    EXPECT_EQ(calledOn, environment->control.ask([] { return std::this_thread::get_id(); }));
+}
+
+TEST_F(EnvironmentTest, callsNoHandlerThatWasUnregisteredBeforeItsTurn)
+{
+    start();
+    void* cookie = nullptr;
+    ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
+    ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls);
+    environment->control.ask([&] {
+        environment->dayNight.movement(true); // queued behind this task
+        EXPECT_EQ(ravel_api_day_night_movement_change_unregister_event_handler(cookie, &onDayNight), 0);
+        EXPECT_NE(ravel_api_day_night_movement_change_unregister_event_handler(cookie, &onDayNight), 0);
+    });
+    environment->control.drain();
+    EXPECT_THAT(calls, IsEmpty());
+}
+
+TEST_F(EnvironmentTest, forgetsTheHandlersOfAClosedConnection)
+{
+    start();
+    void* cookie = nullptr;
+    ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
+    ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls);
+    ravel_api_day_night_initiator_deinit(cookie);
+    EXPECT_NE(ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls), 0);
+    environment->dayNight.movement(true);
+    environment->control.drain();
+    EXPECT_THAT(calls, IsEmpty());
+}
+
+TEST_F(EnvironmentTest, answersWindowBlankingQueriesAndPostsItsEvents)
+{
+    start();
+    environment->windowBlanking.setColor({10, 20, 30});
+    void* cookie = nullptr;
+    ASSERT_EQ(ravel_api_window_blanking_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
+    ASSERT_EQ(ravel_api_window_blanking_settings_changed_register_event_handler(cookie, &onBlanking, nullptr), 0);
+    std::uint8_t red = 0;
+    std::uint8_t green = 0;
+    std::uint8_t blue = 0;
+    std::uint8_t enabled = 9;
+    EXPECT_EQ(ravel_api_window_blanking_get_region_color_send(cookie, "main", &red, &green, &blue), 0);
+    EXPECT_EQ(std::vector<int>({red, green, blue}), std::vector<int>({10, 20, 30}));
+    EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, "main", &enabled), 0);
+    EXPECT_EQ(enabled, 0);
+    environment->windowBlanking.setEnabled(true);
+    environment->control.drain();
+    EXPECT_THAT(calls, ElementsAre("blanking on main"));
+    EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, "main", &enabled), 0);
+    EXPECT_EQ(enabled, 1);
+    enabled = 9;
+    EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, "elsewhere", &enabled), camera::serviceapi::kNotFound);
+    EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, nullptr, &enabled),
+              camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(ravel_api_window_blanking_get_enable_send(nullptr, "main", &enabled),
+              camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(enabled, 9) << "a failed query writes nothing";
+}
+
+TEST_F(EnvironmentTest, servesRotationWhenAskedTo)
+{
+    options.rotationService = true;
+    options.orientationDegrees = 180;
+    start();
+    EXPECT_THAT(idsOf("rotate"), ElementsAre("main"));
+    void* cookie = nullptr;
+    ASSERT_EQ(ravel_api_rotate_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
+    ASSERT_EQ(ravel_api_rotate_orientation_changed_register_event_handler(cookie, &onRotation, nullptr), 0);
+    std::uint32_t angle = 0;
+    EXPECT_EQ(ravel_api_rotate_get_angle_send(cookie, "main", &angle), 0);
+    EXPECT_EQ(angle, 180u);
+    environment->rotation.setAngle(90);
+    environment->control.drain();
+    EXPECT_THAT(calls, ElementsAre("rotation 90 main"));
+    EXPECT_EQ(ravel_api_rotate_orientation_changed_unregister_event_handler(cookie, &onRotation), 0);
+    ravel_api_rotate_initiator_deinit(cookie);
+    EXPECT_NE(ravel_api_rotate_get_angle_send(cookie, "main", &angle), 0);
+}
+
+TEST_F(EnvironmentTest, makesServicesFailInEachOfTheirWays)
+{
+    options.faults.dayNight = ServiceFault::failsInit;
+    options.faults.windowBlanking = ServiceFault::failsQuery;
+    start();
+    void* cookie = nullptr;
+    EXPECT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), camera::serviceapi::kFailed);
+    EXPECT_EQ(cookie, nullptr);
+    ASSERT_EQ(ravel_api_window_blanking_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
+    std::uint8_t enabled = 9;
+    EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, "main", &enabled), camera::serviceapi::kFailed);
+    EXPECT_EQ(enabled, 9);
+
+    environment->dayNight.setFault(ServiceFault::absent);
+    EXPECT_THAT(idsOf("day_night"), ElementsAre("unknown"));
+    EXPECT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr),
+              camera::serviceapi::kUnavailable);
+    environment->dayNight.setFault(ServiceFault::noTargets);
+    EXPECT_THAT(idsOf("day_night"), IsEmpty());
+    environment->dayNight.setFault(ServiceFault::failsEvents);
+    ASSERT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
+    EXPECT_EQ(ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, nullptr),
+              camera::serviceapi::kFailed);
+}
+
+TEST_F(EnvironmentTest, discardsWhatAPluginLeftRegistered)
+{
+    options.rotationService = true;
+    start();
+    void* cookie = nullptr;
+    ravel_api_rotate_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
+    ravel_api_rotate_orientation_changed_register_event_handler(cookie, &onRotation, nullptr);
+    EXPECT_EQ(environment->discardRegistrations(), 1u);
+    EXPECT_EQ(environment->rotation.openConnections(), 0u);
+    environment->rotation.setAngle(90);
+    environment->control.drain();
+    EXPECT_THAT(calls, IsEmpty());
+}
+
+TEST_F(EnvironmentTest, postsNothingOnceQuiet)
+{
+    start();
+    void* cookie = nullptr;
+    ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
+    ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, nullptr);
+    environment->quiesce();
+    environment->dayNight.movement(true);
+    environment->control.drain();
+    EXPECT_THAT(calls, IsEmpty());
+}
+
+class SilentTarget : public RavelApiAnalyticsTargetImplBase {
+public:
+    explicit SilentTarget(void* log, bool runnable = true) : RavelApiAnalyticsTargetImplBase(log), _runnable(runnable)
+    {
+    }
+    bool isRunnable() override { return _runnable && RavelApiAnalyticsTargetImplBase::isRunnable(); }
+    int getEventTopics(char*** /*topics*/) override { return 0; }
+    int getSupportedRules(char*** /*types*/) override { return 0; }
+    int getCurrentRules(char*** /*rules*/) override { return 0; }
+    int createRules(char** /*rules*/, unsigned int* /*status*/) override { return 0; }
+    int modifyRules(char** /*rules*/, unsigned int* /*status*/) override { return 0; }
+    int deleteRules(char** /*names*/, unsigned int* /*status*/) override { return 0; }
+    int getSupportedEngines(char*** /*types*/) override { return 0; }
+    int getCurrentEngines(char*** /*engines*/) override { return 0; }
+    int createEngines(char** /*engines*/, unsigned int* /*status*/) override { return 0; }
+    int modifyEngines(char** /*engines*/, unsigned int* /*status*/) override { return 0; }
+    int deleteEngines(char** /*names*/, unsigned int* /*status*/) override { return 0; }
+    int getCurrentConfiguration(char** /*xml*/) override { return 0; }
+    int setConfiguration(const char* /*xml*/, unsigned char* /*failed*/) override { return 0; }
+    int restoreDefaultSettings() override { return 0; }
+    int getUsedPtzPresets(char*** /*presets*/) override { return 0; }
+    int readFramesFromFile(const char* /*engine*/, const char* /*path*/, unsigned char /*flag*/) override { return 0; }
+    int writeFramesToFile(const char* /*engine*/, const char* /*path*/, unsigned int /*count*/) override { return 0; }
+    int getPtzPresetConfiguration(const char* /*preset*/, char** /*xml*/) override { return 0; }
+
+private:
+    bool _runnable;
+};
+
+TEST_F(EnvironmentTest, servesATargetForAsLongAsItsRunnerLives)
+{
+    start();
+    const auto target = boost::make_shared<SilentTarget>(nullptr);
+    {
+        const RavelApiAnalyticsTargetRun runner("onvif_analytic_service", nullptr, target);
+        EXPECT_EQ(environment->analyticsTargets.find("onvif_analytic_service"), target);
+        EXPECT_THAT(idsOf("onvif_analytic_service"), ElementsAre("main"));
+        EXPECT_EQ(environment->analyticsTargets.find("another"), nullptr);
+    }
+    EXPECT_EQ(environment->analyticsTargets.find("onvif_analytic_service"), nullptr);
+    EXPECT_THAT(idsOf("onvif_analytic_service"), ElementsAre("unknown"));
+    EXPECT_EQ(target.use_count(), 1) << "the runner kept the target";
+}
+
+TEST_F(EnvironmentTest, passesEventsOnOnlyWhileSomebodyServesTheTarget)
+{
+    start();
+    std::vector<std::string> events;
+    const auto subscription = environment->events.subscribe(
+        [&](const Event& event) { events.push_back(event.topic + "|" + event.source + "|" + event.data); });
+    const auto target = boost::make_shared<SilentTarget>(nullptr);
+    const auto other = boost::make_shared<SilentTarget>(nullptr);
+    EXPECT_NE(target->sendEventAnalyticsEvent("early", "", ""), 0);
+    {
+        const RavelApiAnalyticsTargetRun runner("onvif_analytic_service", nullptr, target);
+        EXPECT_EQ(target->sendEventAnalyticsEvent("topic", "source", "data"), 0);
+        EXPECT_EQ(target->sendEventAnalyticsEvent("topic", nullptr, nullptr), 0);
+        EXPECT_NE(other->sendEventAnalyticsEvent("of a target that nobody serves", "", ""), 0);
+    }
+    EXPECT_NE(target->sendEventAnalyticsEvent("late", "", ""), 0);
+    environment->events.drain();
+    EXPECT_THAT(events, ElementsAre("topic|source|data", "topic||"));
+}
+
+TEST_F(EnvironmentTest, keepsTheFirstTargetWhenASecondWantsItsName)
+{
+    start();
+    void* log = nullptr;
+    ravel_core_logging_init("RUNNER", &log);
+    const auto first = boost::make_shared<SilentTarget>(nullptr);
+    const auto second = boost::make_shared<SilentTarget>(nullptr);
+    const RavelApiAnalyticsTargetRun runner("onvif_analytic_service", log, first);
+    {
+        const RavelApiAnalyticsTargetRun late("onvif_analytic_service", log, second);
+    }
+    EXPECT_EQ(environment->analyticsTargets.find("onvif_analytic_service"), first);
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("another target is served under this name")));
+}
+
+TEST_F(EnvironmentTest, servesNoTargetThatIsNotRunnable)
+{
+    start();
+    void* log = nullptr;
+    ravel_core_logging_init("RUNNER", &log);
+    const RavelApiAnalyticsTargetRun runner("onvif_analytic_service", log,
+                                            boost::make_shared<SilentTarget>(nullptr, false));
+    EXPECT_EQ(environment->analyticsTargets.find("onvif_analytic_service"), nullptr);
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("the target cannot be served")));
+}
+
+TEST_F(EnvironmentTest, letsARunnerOutliveItsDevice)
+{
+    start();
+    const auto target = boost::make_shared<SilentTarget>(nullptr);
+    auto runner = std::make_unique<RavelApiAnalyticsTargetRun>("onvif_analytic_service", nullptr, target);
+    stop();
+    runner.reset();
+    EXPECT_NE(target->sendEventAnalyticsEvent("late", "", ""), 0);
+    EXPECT_EQ(target.use_count(), 1);
+}
+
+TEST_F(EnvironmentTest, writesTheTargetsLinesOnItsOwnHandle)
+{
+    void* log = nullptr;
+    ravel_core_logging_init("TARGET", &log);
+    const SilentTarget target(log);
+    target.log(RAVEL_CORE_LOG_ERROR, "%d of %s", 2, "three");
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("error TARGET: 2 of three")));
+}
+
+TEST(StatusTest, hasATextForEveryStatus)
+{
+    EXPECT_STREQ(ravel_core_status_to_string(0), "success");
+    EXPECT_STREQ(ravel_core_status_to_string(camera::serviceapi::kStorageFull), "no space left");
+    EXPECT_STREQ(ravel_core_status_to_string(-77), "unknown status");
+    EXPECT_EQ(ravel::core::statusToString(camera::serviceapi::kNotFound), "not found");
+    EXPECT_EQ(std::string(ravel::core::RavelApiException("Failed", camera::serviceapi::kUnavailable).what()),
+              "Failed (service not available)");
+}
+
+} // namespace

@@ -1,0 +1,219 @@
+#include "camera/serviceapi/MetadataStreamer.h"
+
+#include "camera/base/Log.h"
+#include "camera/serviceapi/Status.h"
+#include "unit/camera_store/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <future>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using camera::base::Log;
+using camera::serviceapi::MetadataStreamer;
+using camera::serviceapi::ServiceFault;
+using camera::serviceapi::TargetRegistry;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Optional;
+using testing::SizeIs;
+
+constexpr const char* kService = "onvif_metadata_streamer";
+
+class MetadataStreamerTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
+    }
+    void TearDown() override
+    {
+        streamer.reset();
+        Log::instance().setWriter({});
+    }
+
+    void open(const std::filesystem::path& file, std::size_t capacity = MetadataStreamer::kCapacityBytes)
+    {
+        streamer = std::make_unique<MetadataStreamer>(targets, ServiceFault::none, file, capacity);
+        ASSERT_EQ(streamer->init(&cookie, 1), 0);
+    }
+
+    ravel_core_status send(const std::string& document)
+    {
+        return streamer->send(cookie, MetadataStreamer::kTargetId, document.c_str());
+    }
+
+    static std::string contentOf(const std::filesystem::path& file)
+    {
+        std::ifstream stream(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    TemporaryFolder folder;
+    TargetRegistry targets;
+    std::unique_ptr<MetadataStreamer> streamer;
+    std::uint64_t cookie = 0;
+    std::vector<std::string> lines;
+};
+
+TEST_F(MetadataStreamerTest, writesEachDocumentOnALineOfItsOwn)
+{
+    open(folder / "metadata.xml");
+    EXPECT_EQ(send("<a/>"), 0);
+    EXPECT_EQ(send("<b\n x=\"1\">\r\n</b>"), 0);
+    streamer->drain();
+    EXPECT_EQ(contentOf(folder / "metadata.xml"), "<a/>\n<b  x=\"1\">  </b>\n");
+    EXPECT_EQ(streamer->counters().received, 2u);
+    EXPECT_EQ(streamer->counters().written, 2u);
+}
+
+TEST_F(MetadataStreamerTest, emptiesAnOlderFileBeforeItWrites)
+{
+    std::ofstream(folder / "metadata.xml") << "older\n";
+    open(folder / "metadata.xml");
+    streamer.reset();
+    EXPECT_EQ(contentOf(folder / "metadata.xml"), "");
+}
+
+TEST_F(MetadataStreamerTest, writesWhatIsQueuedBeforeItEnds)
+{
+    open(folder / "metadata.xml");
+    for (int document = 0; document < 500; ++document) {
+        EXPECT_EQ(send("<d/>"), 0);
+    }
+    streamer.reset();
+    EXPECT_EQ(contentOf(folder / "metadata.xml").size(), 500 * 5u);
+}
+
+TEST_F(MetadataStreamerTest, handsEachDocumentToTheConsumerUnchanged)
+{
+    open({});
+    std::vector<std::string> seen;
+    streamer->setConsumer([&](const std::string& document) { seen.push_back(document); });
+    send("<a>\n</a>");
+    send("<b/>");
+    streamer->drain();
+    EXPECT_THAT(seen, ElementsAre("<a>\n</a>", "<b/>"));
+    EXPECT_EQ(streamer->counters().received, 2u);
+    EXPECT_EQ(streamer->counters().written, 0u);
+    EXPECT_EQ(streamer->counters().dropped, 0u);
+}
+
+TEST_F(MetadataStreamerTest, neverMakesTheSenderWaitForTheWriterAndDropsTheOldest)
+{
+    open({}, 10);
+    std::promise<void> entered;
+    std::promise<void> gate;
+    std::vector<std::string> seen;
+    streamer->setConsumer([&](const std::string& document) {
+        seen.push_back(document);
+        if (document == "first") {
+            entered.set_value();
+            gate.get_future().wait();
+        }
+    });
+    send("first");
+    entered.get_future().wait();
+    for (const char* document : {"aaaa", "bbbb", "cccc", "dddd"}) {
+        EXPECT_EQ(send(document), 0);
+    }
+    gate.set_value();
+    streamer->drain();
+    EXPECT_THAT(seen, ElementsAre("first", "cccc", "dddd"));
+    EXPECT_EQ(streamer->counters().dropped, 2u);
+}
+
+TEST_F(MetadataStreamerTest, takesADocumentThatIsLargerThanTheQueue)
+{
+    open({}, 10);
+    std::vector<std::string> seen;
+    streamer->setConsumer([&](const std::string& document) { seen.push_back(document); });
+    send(std::string(100, 'x'));
+    streamer->drain();
+    EXPECT_THAT(seen, ElementsAre(std::string(100, 'x')));
+}
+
+TEST_F(MetadataStreamerTest, reportsAFullDiskOnceAndGoesOnCounting)
+{
+    open("/dev/full");
+    for (int document = 0; document < 3; ++document) {
+        EXPECT_EQ(send("<d/>"), 0) << "the sender is not told: the frame goes on";
+    }
+    streamer->drain();
+    EXPECT_EQ(streamer->counters().written, 0u);
+    EXPECT_EQ(streamer->counters().dropped, 3u);
+    EXPECT_THAT(streamer->counters().error,
+                HasSubstr("the metadata file /dev/full is incomplete: No space left on device"));
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("the metadata file /dev/full is incomplete")));
+}
+
+TEST_F(MetadataStreamerTest, refusesAFileThatCannotBeOpenedWithOneSentence)
+{
+    try {
+        open(folder / "missing/metadata.xml");
+        FAIL() << "opened a file in a folder that is not there";
+    } catch (const std::runtime_error& error) {
+        EXPECT_EQ(std::string(error.what()), "the metadata file " + (folder / "missing/metadata.xml").string() +
+                                                 " cannot be written: No such file or directory; name another one");
+    }
+}
+
+TEST_F(MetadataStreamerTest, goesOnAfterAConsumerThatThrew)
+{
+    open(folder / "metadata.xml");
+    streamer->setConsumer([](const std::string&) { throw std::runtime_error("broken consumer"); });
+    send("<a/>");
+    streamer->drain();
+    EXPECT_EQ(contentOf(folder / "metadata.xml"), "<a/>\n");
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("broken consumer")));
+}
+
+TEST_F(MetadataStreamerTest, refusesClosedCookiesOtherTargetsAndNullTexts)
+{
+    open({});
+    EXPECT_EQ(streamer->send(cookie, "elsewhere", "<a/>"), camera::serviceapi::kNotFound);
+    EXPECT_EQ(streamer->send(cookie, nullptr, "<a/>"), camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(streamer->send(cookie, "main", nullptr), camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(streamer->send(0, "main", "<a/>"), camera::serviceapi::kInvalidArgument);
+    streamer->deinit(0);
+    streamer->deinit(cookie);
+    EXPECT_EQ(send("<a/>"), camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(streamer->counters().received, 0u);
+    EXPECT_EQ(streamer->init(nullptr, 1), camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(streamer->init(&cookie, 2), camera::serviceapi::kInvalidArgument);
+}
+
+TEST_F(MetadataStreamerTest, canBeSwitchedOffAndMadeToFail)
+{
+    open({});
+    EXPECT_THAT(targets.ids(kService), Optional(ElementsAre("main")));
+
+    streamer->setFault(ServiceFault::absent);
+    std::uint64_t other = 0;
+    EXPECT_EQ(targets.ids(kService), std::nullopt);
+    EXPECT_EQ(streamer->init(&other, 1), camera::serviceapi::kUnavailable);
+
+    streamer->setFault(ServiceFault::noTargets);
+    EXPECT_THAT(targets.ids(kService), Optional(IsEmpty()));
+
+    streamer->setFault(ServiceFault::failsInit);
+    EXPECT_EQ(streamer->init(&other, 1), camera::serviceapi::kFailed);
+    EXPECT_EQ(other, 0u);
+
+    streamer->setFault(ServiceFault::failsQuery);
+    EXPECT_EQ(send("<a/>"), camera::serviceapi::kFailed);
+
+    streamer->setFault(ServiceFault::none);
+    EXPECT_EQ(send("<a/>"), 0);
+}
+
+} // namespace
