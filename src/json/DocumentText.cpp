@@ -25,7 +25,7 @@ void DocumentText::AppendString(std::string_view string)
     const char* from = string.data();
     const char* const end = from + string.size();
     while (from != end) {
-        next = escape<NativeBlock>(from, end, next, room());
+        next = escape(from, end, next, room());
         if (from != end) {
             flush();
         }

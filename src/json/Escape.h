@@ -50,12 +50,11 @@ constexpr char shortEscape(char byte)
  *
  * @return The end of what was written; from is stepped over what became of it.
  */
-template <typename Block>
-char* escapeBlock(const char*& from, const char* end, char* to)
+inline char* escapeBlock(const char*& from, const char* end, char* to)
 {
     const char* const block = from;
-    for (std::uint64_t marks = Block::copy(from, to); marks != 0; marks &= marks - 1) {
-        const char* const marked = block + firstMark<Block>(marks);
+    for (std::uint64_t marks = copyBlock(from, to); marks != 0; marks &= marks - 1) {
+        const char* const marked = block + firstMark(marks);
         to += marked - from;
         from = marked;
         const char letter = shortEscape(*from);
@@ -65,10 +64,10 @@ char* escapeBlock(const char*& from, const char* end, char* to)
         *to++ = '\\';
         *to++ = letter;
         ++from;
-        std::memcpy(to, from, Block::kBytes);
+        std::memcpy(to, from, kBlockBytes);
     }
-    to += block + Block::kBytes - from;
-    from = block + Block::kBytes;
+    to += block + kBlockBytes - from;
+    from = block + kBlockBytes;
     return to;
 }
 
@@ -80,15 +79,14 @@ char* escapeBlock(const char*& from, const char* end, char* to)
  * @param room  The bytes that may be written at to.
  * @return The end of what was written.
  */
-template <typename Block>
-char* escape(const char*& from, const char* end, char* to, std::size_t room)
+inline char* escape(const char*& from, const char* end, char* to, std::size_t room)
 {
     const char* const last = to + room;
     const auto has = [](const char* begin, const char* stop, std::size_t bytes) {
         return static_cast<std::size_t>(stop - begin) >= bytes;
     };
-    while (has(from, end, 2 * Block::kBytes) && has(to, last, 3 * Block::kBytes)) {
-        to = escapeBlock<Block>(from, end, to);
+    while (has(from, end, 2 * kBlockBytes) && has(to, last, 3 * kBlockBytes)) {
+        to = escapeBlock(from, end, to);
     }
     while (from != end && has(to, last, kLongestEscape)) {
         to = escapeCharacter(from, end, to);

@@ -129,7 +129,7 @@ void TokenCheck::skipString()
 {
     ++position;
     for (;;) {
-        position += plainRun<NativeBlock>(text.substr(position));
+        position += plainRun(text.substr(position));
         if (position == text.size()) {
             fail("A string has no end");
         }

@@ -1,4 +1,4 @@
-// Every way in which this machine can look for bytes to escape, beside a plain loop.
+// Looking for bytes to escape in blocks, beside a plain loop.
 #include "json/Escape.h"
 #include "json/PlainRun.h"
 
@@ -8,7 +8,6 @@
 #include <cstring>
 #include <random>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace {
@@ -51,7 +50,6 @@ std::string expectedEscape(const std::string& text)
 }
 
 // In bites of a few bytes as well, so that every border between two bites is met.
-template <typename Block>
 std::string escaped(const std::string& text, std::size_t room)
 {
     std::string out;
@@ -59,7 +57,7 @@ std::string escaped(const std::string& text, std::size_t room)
     const char* from = text.data();
     const char* const end = from + text.size();
     while (from != end) {
-        const char* const stop = json::escape<Block>(from, end, buffer.data(), room);
+        const char* const stop = json::escape(from, end, buffer.data(), room);
         if (stop == buffer.data()) {
             ADD_FAILURE() << "stands still";
             break;
@@ -78,90 +76,64 @@ std::string randomText(std::mt19937& random, std::size_t length, const std::stri
     return text;
 }
 
-template <typename Block>
 std::size_t plainBytes(const std::string& block, char* copied)
 {
-    const std::uint64_t marks = Block::copy(block.data(), copied);
-    return marks == 0 ? Block::kBytes : json::firstMark<Block>(marks);
+    const std::uint64_t marks = json::copyBlock(block.data(), copied);
+    return marks == 0 ? json::kBlockBytes : json::firstMark(marks);
 }
-
-template <typename Block>
-class EscapePath : public ::testing::Test {
-};
-
-struct PathNames {
-    template <typename Block>
-    static std::string GetName(int)
-    {
-        return std::is_same_v<Block, json::WordBlock> ? "words" : "vectors";
-    }
-};
-
-using Blocks = ::testing::Types<json::WordBlock
-#if defined(__SSE2__)
-                                ,
-                                json::Sse2Block
-#elif defined(__aarch64__) && defined(__ARM_NEON)
-                                ,
-                                json::NeonBlock
-#endif
-                                >;
 
 } // namespace
 
-TYPED_TEST_SUITE(EscapePath, Blocks, PathNames);
-
-TYPED_TEST(EscapePath, judgesEveryByteAtEveryPlaceOfABlock)
+TEST(EscapePath, judgesEveryByteAtEveryPlaceOfABlock)
 {
     for (int value = 0; value < 256; ++value) {
-        for (std::size_t place = 0; place < TypeParam::kBytes; ++place) {
-            std::string text(TypeParam::kBytes, 'a');
+        for (std::size_t place = 0; place < json::kBlockBytes; ++place) {
+            std::string text(json::kBlockBytes, 'a');
             text[place] = static_cast<char>(value);
-            char copied[TypeParam::kBytes];
+            char copied[json::kBlockBytes];
             const bool plain = expectedPlain(static_cast<unsigned char>(value));
-            ASSERT_EQ(plainBytes<TypeParam>(text, copied), plain ? TypeParam::kBytes : place)
-                << value << " at " << place;
-            ASSERT_EQ(std::memcmp(text.data(), copied, TypeParam::kBytes), 0);
+            ASSERT_EQ(plainBytes(text, copied), plain ? json::kBlockBytes : place) << value << " at " << place;
+            ASSERT_EQ(std::memcmp(text.data(), copied, json::kBlockBytes), 0);
         }
     }
 }
 
-TYPED_TEST(EscapePath, findsTheFirstOfTwoBytes)
+TEST(EscapePath, findsTheFirstOfTwoBytes)
 {
     for (const char* pair : {"\"\"", "\\a", "\x1f ", "\x80\x01", "\x7f\xff", "\x01\x20", "\"!", "\\]", "\x23\x22"}) {
-        for (std::size_t place = 0; place + 1 < TypeParam::kBytes; ++place) {
-            std::string text(TypeParam::kBytes, 'a');
+        for (std::size_t place = 0; place + 1 < json::kBlockBytes; ++place) {
+            std::string text(json::kBlockBytes, 'a');
             text[place] = pair[0];
             text[place + 1] = pair[1];
             std::size_t expected = 0;
             while (expected < text.size() && expectedPlain(static_cast<unsigned char>(text[expected]))) {
                 ++expected;
             }
-            char copied[TypeParam::kBytes];
-            ASSERT_EQ(plainBytes<TypeParam>(text, copied), expected);
+            char copied[json::kBlockBytes];
+            ASSERT_EQ(plainBytes(text, copied), expected);
         }
     }
 }
 
-TYPED_TEST(EscapePath, measuresARunOfAnyLength)
+TEST(EscapePath, measuresARunOfAnyLength)
 {
     for (std::size_t length = 0; length < 70; ++length) {
         const std::string run(length, 'a');
-        EXPECT_EQ(json::plainRun<TypeParam>(run), length);
-        EXPECT_EQ(json::plainRun<TypeParam>(run + "\"" + run), length);
+        EXPECT_EQ(json::plainRun(run), length);
+        EXPECT_EQ(json::plainRun(run + "\"" + run), length);
     }
 }
 
-TYPED_TEST(EscapePath, measuresARunOfEachByteBehindTheLastBlock)
+TEST(EscapePath, measuresARunOfEachByteBehindTheLastBlock)
 {
     for (int value = 0; value < 256; ++value) {
         const bool plain = expectedPlain(static_cast<unsigned char>(value));
-        const std::string block(TypeParam::kBytes, 'a');
-        EXPECT_EQ(json::plainRun<TypeParam>(block + static_cast<char>(value)), block.size() + (plain ? 1 : 0)) << value;
+        const std::string block(json::kBlockBytes, 'a');
+        EXPECT_EQ(json::plainRun(block + static_cast<char>(value)), block.size() + (plain ? 1 : 0)) << value;
     }
 }
 
-TYPED_TEST(EscapePath, escapesAsThePlainLoopDoes)
+TEST(EscapePath, escapesAsThePlainLoopDoes)
 {
     std::mt19937 random(20240607);
     const std::string alphabets[] = {"", "abcdefghijklmnop\"", "a\"\\\n\t\x01\x7f",
@@ -169,25 +141,25 @@ TYPED_TEST(EscapePath, escapesAsThePlainLoopDoes)
     for (int round = 0; round < 4000; ++round) {
         const std::string text = randomText(random, random() % 150, alphabets[random() % 4]);
         const std::string expected = expectedEscape(text);
-        ASSERT_EQ(escaped<TypeParam>(text, json::kLongestEscape), expected);
-        ASSERT_EQ(escaped<TypeParam>(text, json::kLongestEscape + random() % 100), expected);
-        ASSERT_EQ(escaped<TypeParam>(text, 1000), expected);
+        ASSERT_EQ(escaped(text, json::kLongestEscape), expected);
+        ASSERT_EQ(escaped(text, json::kLongestEscape + random() % 100), expected);
+        ASSERT_EQ(escaped(text, 1000), expected);
     }
 }
 
-TYPED_TEST(EscapePath, escapesEveryPairOfBytesAsThePlainLoopDoes)
+TEST(EscapePath, escapesEveryPairOfBytesAsThePlainLoopDoes)
 {
     for (unsigned first = 0; first < 256; ++first) {
         for (unsigned second = 0; second < 256; ++second) {
             for (const char* third : {"", "\x80", "\xbf", "\xc0", "a"}) {
                 const std::string text = std::string{static_cast<char>(first), static_cast<char>(second)} + third;
-                ASSERT_EQ(escaped<TypeParam>(text, 100), expectedEscape(text)) << first << ' ' << second;
+                ASSERT_EQ(escaped(text, 100), expectedEscape(text)) << first << ' ' << second;
             }
         }
     }
 }
 
-TYPED_TEST(EscapePath, writesNothingBehindItsRoom)
+TEST(EscapePath, writesNothingBehindItsRoom)
 {
     std::mt19937 random(7);
     for (int round = 0; round < 2000; ++round) {
@@ -195,7 +167,7 @@ TYPED_TEST(EscapePath, writesNothingBehindItsRoom)
         const std::size_t room = json::kLongestEscape + random() % 100;
         std::vector<char> buffer(room + 64, '#');
         const char* from = text.data();
-        const char* const stop = json::escape<TypeParam>(from, from + text.size(), buffer.data(), room);
+        const char* const stop = json::escape(from, from + text.size(), buffer.data(), room);
         ASSERT_LE(stop, buffer.data() + room);
         ASSERT_EQ(std::string(buffer.data() + room, 64), std::string(64, '#'));
     }
