@@ -40,4 +40,5 @@ set(DETECTION_PLATFORM_INCLUDE_DIR "${PROJECT_SOURCE_DIR}/platform" CACHE PATH
 
 # What the loading process, its engines and the plug-in all compile against.
 add_library(seam INTERFACE)
+add_library(detection::seam ALIAS seam)
 target_include_directories(seam INTERFACE "${DETECTION_PLATFORM_INCLUDE_DIR}" "${PROJECT_SOURCE_DIR}/src")

@@ -3,11 +3,11 @@
 // escaped, '~' with line ends and tabs as they are, 'p' moves the camera there, 'r' removes the preset, '?' asks for
 // it, 'b' restarts.
 
+#include "kit/QuietPlatform.h"
+#include "kit/XmlText.h"
 #include "support/Check.h"
 #include "support/Device.h"
 #include "support/Records.h"
-#include "support/StubPlatform.h"
-#include "support/XmlText.h"
 
 #include <pugixml.hpp>
 
@@ -37,10 +37,10 @@ public:
         const std::string name = record.size() < 2 ? std::string() : std::string(record.c_str() + 1);
         switch (record.empty() ? '\0' : record.front()) {
         case '=':
-            configure(name, fuzz::escapedAttribute(name));
+            configure(name, kit::escapedAttribute(name));
             break;
         case '~':
-            configure(fuzz::normalised(name), fuzz::plainAttribute(name));
+            configure(kit::normalised(name), kit::plainAttribute(name));
             break;
         case 'p':
             reach(name);
@@ -124,7 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    fuzz::resetPlatform();
+    kit::resetQuietly();
     PresetModel model;
     for (const std::string& record : fuzz::splitRecords(data, size)) {
         model.run(record);

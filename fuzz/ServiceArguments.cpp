@@ -6,10 +6,10 @@
 #include "camera/pipeline/TargetClient.h"
 #include "camera/serviceapi/ControlThread.h"
 #include "camera/serviceapi/ServedTargets.h"
+#include "kit/QuietPlatform.h"
 #include "support/Check.h"
 #include "support/Device.h"
 #include "support/Records.h"
-#include "support/StubPlatform.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -121,7 +121,7 @@ void play(TargetClient& client, const std::string& record)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static camera::serviceapi::ControlThread& control = *new camera::serviceapi::ControlThread;
-    fuzz::resetPlatform();
+    kit::resetQuietly();
     fuzz::Device device;
     camera::serviceapi::ServedTargets targets;
     // The device owns its target.

@@ -1,9 +1,10 @@
 // Starts on whatever the store holds, works, and starts again.
 
+#include "kit/HostSeam.h"
+#include "kit/QuietPlatform.h"
 #include "settings/OnvifSettings.h"
 #include "support/Check.h"
 #include "support/Device.h"
-#include "support/StubPlatform.h"
 #include "json/Exception.h"
 #include "json/Reader.h"
 #include "json/UnknownElement.h"
@@ -45,9 +46,19 @@ std::map<std::string, std::string> expectedFrom(const std::string& text)
     return settings;
 }
 
+/// No bytes are no document.
+void putIntoStore(const std::uint8_t* data, std::size_t size)
+{
+    kit::platform().settings.documents.clear();
+    if (size != 0) {
+        kit::platform().settings.analytics().assign(reinterpret_cast<const char*>(data), size);
+    }
+}
+
 void checkSavedAlike()
 {
-    std::map<std::string, std::string> before = expectedFrom(fuzz::platform().document);
+    const bool stored = !kit::platform().settings.documents.empty();
+    std::map<std::string, std::string> before = expectedFrom(stored ? kit::platform().settings.analytics() : "");
     before[""] = ""; // nobody is given the text of the empty key
     std::map<std::string, std::string> first = loaded();
     first[""] = "";
@@ -63,8 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    fuzz::resetPlatform();
-    fuzz::platform().document.assign(reinterpret_cast<const char*>(data), size);
+    kit::resetQuietly();
+    putIntoStore(data, size);
     {
         fuzz::Device device;
         device.askEverything();
@@ -78,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         device.restart();
         device.askEverything();
     }
-    fuzz::platform().document.assign(reinterpret_cast<const char*>(data), size);
+    putIntoStore(data, size);
     checkSavedAlike();
     return 0;
 }

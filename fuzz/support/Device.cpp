@@ -1,9 +1,10 @@
 #include "support/Device.h"
 
+#include "kit/Configuration.h"
+#include "kit/FakeEngine.h"
+#include "kit/ServiceLists.h"
 #include "ravel/RavelApiException.h"
 #include "support/Check.h"
-#include "support/StubEngine.h"
-#include "support/StubPlatform.h"
 #include "json/Reader.h"
 #include "json/UnknownElement.h"
 #include "json/Writer.h"
@@ -15,6 +16,8 @@
 
 namespace fuzz {
 
+using kit::FakeEngine;
+using kit::platform;
 using korva::meridan::OnvifTarget;
 using ravel::core::RavelApiException;
 
@@ -28,20 +31,49 @@ char logHandle;
 std::string takeText(char* text)
 {
     check(text != nullptr, "an answer is a text");
-    std::string copy(text);
-    std::free(text);
-    return copy;
+    return kit::takeText(text);
 }
 
 std::vector<std::string> takeList(char** list)
 {
     check(list != nullptr, "an answer is a list");
-    std::vector<std::string> texts;
-    for (char** entry = list; *entry != nullptr; ++entry) {
-        texts.push_back(takeText(*entry));
-    }
-    std::free(list);
-    return texts;
+    return kit::takeList(list);
+}
+
+bool contains(const std::string& text, const std::string& part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+bool takesFull(const std::string& config)
+{
+    pugi::xml_document document;
+    return !contains(config, "Unwanted") && document.load_string(config.c_str());
+}
+
+/// Takes what reads as XML and bears its name. Some names make it refuse, so that the fuzzer reaches what follows a
+/// refusal: "Refused" is valid but never taken, a whole configuration that contains "Unwanted" is not restored, one
+/// that contains "Dormant" is not activated. Rule sets are few enough that an input reaches the last one.
+std::shared_ptr<FakeEngine> makeEngine(const std::string& name)
+{
+    auto engine = std::make_shared<FakeEngine>(name);
+    const std::string prefix = "tt:" + name;
+    engine->mostRuleSets = 12;
+    engine->emptyContent = kit::document({}, {});
+    engine->topics = {"tns1:RuleEngine/" + name};
+    engine->engines = {prefix + "Module"};
+    engine->rules = {prefix + "Rule"};
+    engine->claims = [prefix](const std::string& config) {
+        return contains(config, prefix + "Rule") || contains(config, prefix + "Module");
+    };
+    engine->acceptsFull = [prefix](const std::string& config) { return contains(config, prefix); };
+    engine->accepts = [prefix](const kit::Component& component) {
+        return component.type.compare(0, prefix.size(), prefix) == 0 && !component.parameters.empty();
+    };
+    engine->takes = [](const kit::Component& component) { return component.name != "Refused"; };
+    engine->takesFull = takesFull;
+    engine->activates = [](const std::string& content) { return !contains(content, "Dormant"); };
+    return engine;
 }
 
 void checkReadable(const std::string& text)
@@ -88,20 +120,20 @@ Device::~Device() = default;
 
 void Device::start()
 {
-    const unsigned long writes = platform().writes;
+    const unsigned long writes = platform().settings.writes;
     _engines.clear();
     std::vector<std::shared_ptr<analytics_lib::IOnvifAnalytics>> engines;
     for (const char* const name : {"Simple", "Motion", "MotionPlus"}) {
-        _engines.push_back(std::make_shared<StubEngine>(name));
+        _engines.push_back(makeEngine(name));
         engines.push_back(_engines.back());
     }
     _target = std::make_unique<OnvifTarget>(&logHandle, engines);
-    check(platform().writes == writes, "a start writes nothing");
+    check(platform().settings.writes == writes, "a start writes nothing");
 }
 
 bool Device::setConfiguration(const std::string& text)
 {
-    const unsigned long writes = platform().writes;
+    const unsigned long writes = platform().settings.writes;
     unsigned char failed = 2;
     int result = 0;
     bool storeFailed = false;
@@ -112,8 +144,8 @@ bool Device::setConfiguration(const std::string& text)
     }
     check(failed <= 1, "failed is 0 or 1");
     check(result == 0 || (result == 1 && failed == 1), "a refusal is also a failure");
-    check(failed == 1 || platform().writes == writes + 1, "what is taken is stored once");
-    check(result == 0 || platform().writes == writes, "what is refused is not stored");
+    check(failed == 1 || platform().settings.writes == writes + 1, "what is taken is stored once");
+    check(result == 0 || platform().settings.writes == writes, "what is refused is not stored");
     noteWrites(writes, storeFailed);
     return failed == 0;
 }
@@ -124,19 +156,19 @@ unsigned int Device::createOrModify(const std::vector<std::string>& items, bool 
     if (modules) {
         operation = modify ? &OnvifTarget::modifyEngines : &OnvifTarget::createEngines;
     }
-    const unsigned long writes = platform().writes;
+    const unsigned long writes = platform().settings.writes;
     const unsigned int status = callWithList(operation, items);
     check(status == 0 || status == 1 || status == 4, "the status is one of a modification");
-    check(status != 0 || platform().writes == writes + items.size(), "every item that is taken is stored");
+    check(status != 0 || platform().settings.writes == writes + items.size(), "every item that is taken is stored");
     return status;
 }
 
 unsigned int Device::remove(const std::vector<std::string>& names, bool modules)
 {
-    const unsigned long writes = platform().writes;
+    const unsigned long writes = platform().settings.writes;
     const unsigned int status = callWithList(modules ? &OnvifTarget::deleteEngines : &OnvifTarget::deleteRules, names);
     check(status == 0 || status == 1 || status == 5, "the status is one of a deletion");
-    check(status != 5 || platform().writes == writes, "a deletion that misses a name stores nothing");
+    check(status != 5 || platform().settings.writes == writes, "a deletion that misses a name stores nothing");
     return status;
 }
 
@@ -149,7 +181,7 @@ unsigned int Device::callWithList(Operation operation, const std::vector<std::st
     }
     list.push_back(nullptr);
 
-    const unsigned long writes = platform().writes;
+    const unsigned long writes = platform().settings.writes;
     unsigned int status = 1;
     bool storeFailed = false;
     try {
@@ -220,9 +252,22 @@ void Device::deletePreset(const std::string& preset)
     _storeIsCurrent = false;
 }
 
+void Device::failNextWrite()
+{
+    platform().before["settingsSetJson"] = [] {
+        mendStore();
+        throw RavelApiException("the store is full", 1);
+    };
+}
+
+void Device::mendStore()
+{
+    platform().before.erase("settingsSetJson");
+}
+
 void Device::raiseEvent(const std::string& text)
 {
-    for (const std::shared_ptr<StubEngine>& engine : _engines) {
+    for (const std::shared_ptr<FakeEngine>& engine : _engines) {
         engine->raise("tns1:" + text, text, text);
     }
 }
@@ -254,8 +299,8 @@ void Device::restart()
 // One write brings the store up to date with everything before it.
 void Device::noteWrites(unsigned long before, bool failed)
 {
-    if (platform().writes != before) {
-        checkStored(platform().document);
+    if (platform().settings.writes != before) {
+        checkStored(platform().settings.analytics());
         _storeIsCurrent = true;
     }
     if (failed) {

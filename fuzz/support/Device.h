@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kit/FakeEngine.h"
 #include "target/OnvifTarget.h"
 
 #include <memory>
@@ -8,11 +9,9 @@
 
 namespace fuzz {
 
-class StubEngine;
-
 /**
- * One analytics target over three stub engines and the store in memory: "Simple", "Motion", and "MotionPlus", whose
- * keys begin with another engine's name.
+ * One analytics target over three engines of the kit and the store in memory: "Simple", "Motion", and "MotionPlus",
+ * whose keys begin with another engine's name.
  *
  * Every answer is checked for what holds whatever came in, and every document that reaches the store for being
  * readable and written as this system writes.
@@ -40,6 +39,10 @@ public:
     void deletePreset(const std::string& preset);
     void raiseEvent(const std::string& text);
 
+    /// The store throws at the next write, unless it is mended before.
+    static void failNextWrite();
+    static void mendStore();
+
     /// Ends the target and the engines and starts anew. What memory and store have in common is the same afterwards.
     void restart();
 
@@ -56,7 +59,7 @@ private:
     void checkElements(Query query, const char* element);
     void noteWrites(unsigned long before, bool failed);
 
-    std::vector<std::shared_ptr<StubEngine>> _engines;
+    std::vector<std::shared_ptr<kit::FakeEngine>> _engines;
     std::unique_ptr<korva::meridan::OnvifTarget> _target;
     bool _storeIsCurrent = true;
 };

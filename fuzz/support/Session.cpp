@@ -1,8 +1,8 @@
 #include "support/Session.h"
 
+#include "kit/QuietPlatform.h"
 #include "support/Check.h"
 #include "support/Records.h"
-#include "support/StubPlatform.h"
 
 #include <cctype>
 #include <cstdlib>
@@ -33,10 +33,10 @@ char operationOf(const std::string& record)
 void Session::play(const std::uint8_t* data, std::size_t size)
 {
     const std::vector<std::string> records = splitRecords(data, size);
-    resetPlatform();
+    kit::resetQuietly();
     if (operationOf(records.front()) == 'F') {
-        platform().canMove = false;
-        platform().hasServices = false;
+        kit::platform().positioning.available = false;
+        kit::platform().targetIds.clear();
     }
     Session session;
     session.run(records);
@@ -56,7 +56,7 @@ void Session::run(const std::vector<std::string>& records)
         }
         callList(operation, items);
     }
-    platform().nextWriteFails = false;
+    Device::mendStore();
     _device.askEverything();
     _device.restart();
     _device.askEverything();
@@ -88,7 +88,7 @@ void Session::perform(char operation, const std::string& text)
         _device.raiseEvent(text);
         break;
     case 'f':
-        platform().nextWriteFails = true;
+        Device::failNextWrite();
         break;
     case 'z':
         check(_device.target().restoreDefaultSettings() == 0, "the default settings answer 0");

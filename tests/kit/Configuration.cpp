@@ -1,5 +1,7 @@
 #include "kit/Configuration.h"
 
+#include "plugin/analytics/IOnvifAnalytics.h"
+
 namespace kit {
 
 namespace {
@@ -133,6 +135,28 @@ std::string document(const std::vector<std::string>& modules, const std::vector<
     return "<tt:VideoAnalyticsConfiguration><tt:AnalyticsEngineConfiguration>" + joined(modules) +
            "</tt:AnalyticsEngineConfiguration><tt:RuleEngineConfiguration>" + joined(rules) +
            "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+}
+
+std::string merged(std::string document)
+{
+    using analytics_lib::IOnvifAnalytics;
+    const auto exchange = [&](const std::string& tag, const std::string& text) {
+        const std::size_t place = document.find(tag);
+        if (place != std::string::npos) {
+            document.replace(place, tag.size(), text);
+        }
+    };
+    const auto exchangeBoth = [&](const std::string& tag, const std::string& header, const std::string& footer) {
+        exchange("<" + tag + ">", header);
+        exchange("</" + tag + ">", footer);
+    };
+    exchangeBoth(IOnvifAnalytics::kVideoAnalyticTag, IOnvifAnalytics::kVideoAnalyticHeader,
+                 IOnvifAnalytics::kVideoAnalyticFooter);
+    exchangeBoth(IOnvifAnalytics::kEngineConfigTag, IOnvifAnalytics::kEngineConfigHeader,
+                 IOnvifAnalytics::kEngineConfigFooter);
+    exchangeBoth(IOnvifAnalytics::kRuleConfigTag, IOnvifAnalytics::kRuleConfigHeader,
+                 IOnvifAnalytics::kRuleConfigFooter);
+    return document;
 }
 
 std::string storedDocument(const std::vector<std::pair<std::string, std::string>>& settings)

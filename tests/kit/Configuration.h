@@ -66,6 +66,9 @@ inline ConfigurationBuilder configuration(std::string engine)
 /// A document in the one-line form from printed elements.
 std::string document(const std::vector<std::string>& modules, const std::vector<std::string>& rules);
 
+/// What a document is when the plug-in merged it: its tags are the headers and footers of the engine interface.
+std::string merged(std::string document);
+
 /// The settings document that holds those keys and texts, which must need no escape but quotation marks.
 std::string storedDocument(const std::vector<std::pair<std::string, std::string>>& settings);
 

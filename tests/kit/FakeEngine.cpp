@@ -1,6 +1,5 @@
 #include "kit/FakeEngine.h"
 
-#include "kit/Journal.h"
 #include "plugin/analytics/IEventHandler.h"
 
 #include <algorithm>
@@ -21,11 +20,6 @@ void appendBytes(std::uint8_t* buffer, std::uint32_t count, int value)
 }
 
 } // namespace
-
-int nextRuleSetId()
-{
-    return ++lastRuleSetId;
-}
 
 void restartRuleSetIds()
 {
@@ -52,6 +46,9 @@ FakeEngine::~FakeEngine()
 
 void FakeEngine::reached(std::string_view call) const
 {
+    if (before.empty()) {
+        return;
+    }
     const auto hook = before.find(call);
     if (hook != before.end()) {
         const auto action = hook->second;
@@ -138,20 +135,30 @@ bool FakeEngine::writeFramesToFile(const char* path, unsigned int count)
 analytics_lib::IRuleSet* FakeEngine::createRuleSet()
 {
     reached("createRuleSet");
-    if (!createAnswers.next(true)) {
+    if (!createAnswers.next(true) || (mostRuleSets && static_cast<std::size_t>(notReturned()) >= *mostRuleSets)) {
         journal().add(Part::Engine, "createRuleSet ", name, " -> null");
         return nullptr;
     }
-    _ruleSets.push_back(std::make_unique<FakeRuleSet>(*this, nextRuleSetId()));
-    journal().add(Part::Engine, "createRuleSet ", name, " -> #", _ruleSets.back()->id());
-    return _ruleSets.back().get();
+    auto ruleSet = std::make_unique<FakeRuleSet>(*this, lastRuleSetId + 1);
+    FakeRuleSet* const made = ruleSet.get();
+    _ruleSets.emplace(made, std::move(ruleSet));
+    ++lastRuleSetId;
+    journal().add(Part::Engine, "createRuleSet ", name, " -> #", made->id());
+    return made;
+}
+
+std::shared_ptr<const std::string> FakeEngine::shared(const std::string& text)
+{
+    if (*_lastText != text) {
+        _lastText = std::make_shared<const std::string>(text);
+    }
+    return _lastText;
 }
 
 FakeRuleSet* FakeEngine::own(analytics_lib::IRuleSet* ruleSet) const
 {
-    const auto entry =
-        std::find_if(_ruleSets.begin(), _ruleSets.end(), [&](const auto& known) { return known.get() == ruleSet; });
-    return entry == _ruleSets.end() ? nullptr : entry->get();
+    const auto entry = _ruleSets.find(ruleSet);
+    return entry == _ruleSets.end() ? nullptr : entry->second.get();
 }
 
 void FakeEngine::releaseRuleSet(analytics_lib::IRuleSet* ruleSet)
@@ -165,9 +172,12 @@ void FakeEngine::releaseRuleSet(analytics_lib::IRuleSet* ruleSet)
     }
     journal().add(Part::Engine, "releaseRuleSet ", name, " #", known->id());
     const std::lock_guard<std::mutex> lock(_mutex);
-    known->release();
     if (_active == known) {
         _active = nullptr;
+    }
+    known->release();
+    if (!journal().recording()) {
+        _ruleSets.erase(ruleSet);
     }
 }
 
@@ -175,7 +185,7 @@ bool FakeEngine::activateRuleSet(analytics_lib::IRuleSet* ruleSet)
 {
     reached("activateRuleSet");
     FakeRuleSet* const known = own(ruleSet);
-    const bool answer = known != nullptr && !known->released() && activateAnswers.next(true);
+    const bool answer = known != nullptr && !known->released() && activateAnswers.next(activates(known->content()));
     if (known == nullptr) {
         journal().add(Part::Engine, "activateRuleSet ", name, " (not its own) -> false");
     } else {
@@ -199,14 +209,14 @@ void FakeEngine::clearAllRules()
 int FakeEngine::notReturned() const
 {
     return static_cast<int>(
-        std::count_if(_ruleSets.begin(), _ruleSets.end(), [](const auto& ruleSet) { return !ruleSet->released(); }));
+        std::count_if(_ruleSets.begin(), _ruleSets.end(), [](const auto& entry) { return !entry.second->released(); }));
 }
 
 FakeRuleSet* FakeEngine::ruleSet(int id) const
 {
     const auto entry =
-        std::find_if(_ruleSets.begin(), _ruleSets.end(), [&](const auto& known) { return known->id() == id; });
-    return entry == _ruleSets.end() ? nullptr : entry->get();
+        std::find_if(_ruleSets.begin(), _ruleSets.end(), [&](const auto& known) { return known.second->id() == id; });
+    return entry == _ruleSets.end() ? nullptr : entry->second.get();
 }
 
 int FakeEngine::activeRuleSet() const

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,11 +40,12 @@ private:
 };
 
 /**
- * An engine that records every call in the shared journal, answers as told and owns the rule sets that it
- * lends: they live until the engine is destroyed, so that a late call on one is noticed.
+ * The engine of all tests: it records every call in the journal, answers as its scripts say, and owns the rule sets
+ * that it gives out. While the journal records they live until the engine is destroyed, so that a late call on one is
+ * noticed; without a journal a rule set ends when it is handed back.
  *
  * Without a script it claims the documents and components whose types are its own: those that begin with
- * "tt:", its name and "Rule" or "Module".
+ * "tt:", its name and "Rule" or "Module". When memory runs out an operation throws and leaves the engine as it was.
  */
 class FakeEngine : public analytics_lib::IOnvifAnalytics {
 public:
@@ -74,7 +76,16 @@ public:
     std::function<bool(const std::string& config)> claims;
     std::function<bool(const std::string& config)> acceptsFull = [](const std::string&) { return true; };
     std::function<bool(const Component& component)> accepts;
-    Answers createAnswers; ///< false: createRuleSet yields null
+    std::function<bool(const Component& component)> takes = [](const Component&) { return true; };
+    std::function<bool(const std::string& config)> takesFull = [](const std::string&) { return true; };
+    std::function<bool(const std::string& content)> activates = [](const std::string&) { return true; };
+    std::optional<std::size_t> mostRuleSets; ///< that exist at the same time; one more yields null
+    /// kReal: components change the text. kFixed: they are known by their names and leave the text alone, so that each
+    /// costs the same.
+    enum class Content { kReal, kFixed };
+    Content content = Content::kReal;
+    std::string emptyContent; ///< the text of a rule set that was given nothing
+    Answers createAnswers;    ///< false: createRuleSet yields null
     Answers validateFullAnswers;
     Answers validateAnswers;
     Answers setAnswers;
@@ -91,9 +102,9 @@ public:
 
     // What happened.
     std::vector<analytics_lib::YuvFrame> frames; ///< as they arrived, while the journal records
-    std::vector<MetadataBuffers> outputsSeen;    ///< as they arrived
+    std::vector<MetadataBuffers> outputsSeen;    ///< as they arrived, while the journal records
 
-    /// Rule sets that were lent and never came back.
+    /// Rule sets that were given out and never came back.
     int notReturned() const;
     /// The rule set of that number, handed back or not; null when there is none.
     FakeRuleSet* ruleSet(int id) const;
@@ -113,17 +124,20 @@ public:
 
     void reached(std::string_view call) const;
 
+    /// Rule sets with the same text share it.
+    std::shared_ptr<const std::string> shared(const std::string& text);
+
 private:
     FakeRuleSet* own(analytics_lib::IRuleSet* ruleSet) const;
 
     mutable std::mutex _mutex; // events against clearAllRules
-    std::vector<std::unique_ptr<FakeRuleSet>> _ruleSets;
+    std::map<analytics_lib::IRuleSet*, std::unique_ptr<FakeRuleSet>> _ruleSets;
+    std::shared_ptr<const std::string> _lastText = std::make_shared<std::string>();
     FakeRuleSet* _active = nullptr;
     analytics_lib::IEventHandler* _handler = nullptr;
 };
 
-/// The number that the next rule set of any engine gets; back to 1 with the journal.
-int nextRuleSetId();
+/// The next rule set of any engine gets number 1 again.
 void restartRuleSetIds();
 
 } // namespace kit

@@ -1,11 +1,12 @@
 #include "kit/FakeRuleSet.h"
 
 #include "kit/FakeEngine.h"
-#include "kit/Journal.h"
+#include "kit/XmlText.h"
 
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 
 namespace kit {
@@ -31,32 +32,37 @@ std::vector<Component> componentsOf(const pugi::xml_node& list, const char* elem
     return components;
 }
 
-std::string listText(const std::string& tag, const char* element, const std::vector<Component>& components)
+bool isModule(const Component& component)
 {
+    return component.type.find("Module") != std::string::npos;
+}
+
+std::string listText(const std::string& tag, bool modules, const std::vector<Component>& components)
+{
+    const std::string element = modules ? "tt:AnalyticsModule" : "tt:Rule";
     std::string text = "<" + tag + ">";
     for (const Component& component : components) {
-        text += std::string("<") + element + " Name=\"" + component.name + "\" Type=\"" + component.type + "\">" +
-                component.parameters + "</" + element + ">";
+        if (isModule(component) == modules) {
+            text += "<" + element + " Name=\"" + escapedAttribute(component.name) + "\" Type=\"" +
+                    escapedAttribute(component.type) + "\">" + component.parameters + "</" + element + ">";
+        }
     }
     return text + "</" + tag + ">";
 }
 
-bool eraseNamed(std::vector<Component>& components, const std::string& name)
-{
-    const auto last = std::remove_if(components.begin(), components.end(),
-                                     [&](const Component& component) { return component.name == name; });
-    const bool found = last != components.end();
-    components.erase(last, components.end());
-    return found;
-}
-
 } // namespace
 
-FakeRuleSet::FakeRuleSet(FakeEngine& engine, int id) : _engine(engine), _id(id)
+FakeRuleSet::FakeRuleSet(FakeEngine& engine, int id)
+    : _engine(engine), _id(id), _text(std::make_shared<std::string>(engine.emptyContent))
 {
 }
 
 FakeRuleSet::~FakeRuleSet() = default;
+
+bool FakeRuleSet::fixed() const
+{
+    return _engine.content == FakeEngine::Content::kFixed;
+}
 
 bool FakeRuleSet::usable(const char* call) const
 {
@@ -64,7 +70,9 @@ bool FakeRuleSet::usable(const char* call) const
         journal().add(Part::RuleSet, "#", _id, " ", call, " used after release");
         return false;
     }
-    _engine.reached(std::string("ruleSet.") + call);
+    if (!_engine.before.empty()) {
+        _engine.reached(std::string("ruleSet.") + call);
+    }
     return true;
 }
 
@@ -73,7 +81,9 @@ bool FakeRuleSet::validateFullConfig(const std::string& config)
     if (!usable("validateFullConfig")) {
         return false;
     }
-    lastFullConfig = config;
+    if (journal().recording()) {
+        lastFullConfig = config;
+    }
     const bool answer = _engine.validateFullAnswers.next(_engine.acceptsFull(config));
     journal().add(Part::RuleSet, "#", _id, " validateFullConfig -> ", answer);
     return answer;
@@ -84,8 +94,8 @@ bool FakeRuleSet::validateConfig(const std::string& name, const std::string& typ
     if (!usable("validateConfig")) {
         return false;
     }
-    lastComponent = {name, type, parameters};
-    const bool answer = _engine.validateAnswers.next(_engine.accepts(lastComponent));
+    remember(name, type, parameters);
+    const bool answer = _engine.validateAnswers.next(_engine.accepts({name, type, parameters}));
     journal().add(Part::RuleSet, "#", _id, " validateConfig(", name, ", ", type, ") -> ", answer);
     return answer;
 }
@@ -95,16 +105,27 @@ bool FakeRuleSet::setConfig(const std::string& name, const std::string& type, co
     if (!usable("setConfig")) {
         return false;
     }
-    lastComponent = {name, type, parameters};
-    const bool answer = _engine.setAnswers.next(true);
+    remember(name, type, parameters);
+    Component component{name, type, parameters};
+    const bool answer = _engine.setAnswers.next(_engine.takes(component));
     journal().add(Part::RuleSet, "#", _id, " setConfig(", name, ", ", type, ") -> ", answer);
-    if (answer) {
+    if (answer && fixed()) {
+        _names.insert(name);
+    } else if (answer) {
+        parse();
+        _components.reserve(_components.size() + 1);
         removeComponent(name);
-        auto& list = type.find("Module") == std::string::npos ? _rules : _modules;
-        list.push_back(lastComponent);
-        print();
+        _components.push_back(std::move(component));
+        _text = nullptr;
     }
     return answer;
+}
+
+void FakeRuleSet::remember(const std::string& name, const std::string& type, const std::string& parameters)
+{
+    if (journal().recording()) {
+        lastComponent = {name, type, parameters};
+    }
 }
 
 bool FakeRuleSet::detach()
@@ -121,10 +142,11 @@ bool FakeRuleSet::deleteBehavior(const std::string& name)
     if (!usable("deleteBehavior")) {
         return false;
     }
-    const bool answer = removeComponent(name);
+    parse();
+    const bool answer = fixed() ? _names.erase(name) != 0 : removeComponent(name);
     journal().add(Part::RuleSet, "#", _id, " deleteBehavior(", name, ") -> ", answer);
-    if (answer) {
-        print();
+    if (answer && !fixed()) {
+        _text = nullptr;
     }
     return answer;
 }
@@ -134,8 +156,10 @@ bool FakeRuleSet::setFullConfig(const std::string& config)
     if (!usable("setFullConfig")) {
         return false;
     }
-    lastFullConfig = config;
-    const bool answer = _engine.setFullAnswers.next(true);
+    if (journal().recording()) {
+        lastFullConfig = config;
+    }
+    const bool answer = _engine.setFullAnswers.next(_engine.takesFull(config));
     journal().add(Part::RuleSet, "#", _id, " setFullConfig -> ", answer);
     if (answer) {
         setContent(config);
@@ -149,32 +173,52 @@ std::string FakeRuleSet::getFullConfig()
         return "used after release";
     }
     journal().add(Part::RuleSet, "#", _id, " getFullConfig");
-    return _content;
+    return content();
+}
+
+std::string FakeRuleSet::content() const
+{
+    if (_text != nullptr) {
+        return *_text;
+    }
+    return "<" + IOnvifAnalytics::kVideoAnalyticTag + ">" +
+           listText(IOnvifAnalytics::kEngineConfigTag, true, _components) +
+           listText(IOnvifAnalytics::kRuleConfigTag, false, _components) + "</" + IOnvifAnalytics::kVideoAnalyticTag +
+           ">";
 }
 
 void FakeRuleSet::setContent(const std::string& text)
 {
-    _content = text;
+    _text = _engine.shared(text);
+    _components.clear();
+    _names.clear();
+    _parsed = false;
+}
+
+// Only a change of single components needs them, so that a large text costs one copy.
+void FakeRuleSet::parse()
+{
+    if (_parsed || fixed()) {
+        return;
+    }
     pugi::xml_document document;
-    document.load_string(text.c_str());
+    document.load_string(_text->c_str());
     const pugi::xml_node analytics = document.child(IOnvifAnalytics::kVideoAnalyticTag.c_str());
-    _modules = componentsOf(analytics.child(IOnvifAnalytics::kEngineConfigTag.c_str()), "tt:AnalyticsModule");
-    _rules = componentsOf(analytics.child(IOnvifAnalytics::kRuleConfigTag.c_str()), "tt:Rule");
+    std::vector<Component> components =
+        componentsOf(analytics.child(IOnvifAnalytics::kEngineConfigTag.c_str()), "tt:AnalyticsModule");
+    std::vector<Component> rules = componentsOf(analytics.child(IOnvifAnalytics::kRuleConfigTag.c_str()), "tt:Rule");
+    std::move(rules.begin(), rules.end(), std::back_inserter(components));
+    _components = std::move(components);
+    _parsed = true;
 }
 
 bool FakeRuleSet::removeComponent(const std::string& name)
 {
-    const bool module = eraseNamed(_modules, name);
-    const bool rule = eraseNamed(_rules, name);
-    return module || rule;
-}
-
-void FakeRuleSet::print()
-{
-    _content = "<" + IOnvifAnalytics::kVideoAnalyticTag + ">" +
-               listText(IOnvifAnalytics::kEngineConfigTag, "tt:AnalyticsModule", _modules) +
-               listText(IOnvifAnalytics::kRuleConfigTag, "tt:Rule", _rules) + "</" +
-               IOnvifAnalytics::kVideoAnalyticTag + ">";
+    const auto last = std::remove_if(_components.begin(), _components.end(),
+                                     [&](const Component& component) { return component.name == name; });
+    const bool found = last != _components.end();
+    _components.erase(last, _components.end());
+    return found;
 }
 
 } // namespace kit

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "kit/HostSeam.h"
 #include "plugin/analytics/IRuleSet.h"
 
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -39,24 +42,27 @@ public:
     bool released() const { return _released; }
     void release() { _released = true; }
     /// What getFullConfig answers, without a call in the journal.
-    const std::string& content() const { return _content; }
+    std::string content() const;
     void setContent(const std::string& text);
 
-    /// The arguments that arrived last.
+    /// The arguments that arrived last while the journal recorded.
     std::string lastFullConfig;
     Component lastComponent;
 
 private:
     bool usable(const char* call) const;
+    bool fixed() const;
+    void remember(const std::string& name, const std::string& type, const std::string& parameters);
+    void parse();
     bool removeComponent(const std::string& name);
-    void print();
 
     FakeEngine& _engine;
     int _id;
     bool _released = false;
-    std::string _content;
-    std::vector<Component> _modules;
-    std::vector<Component> _rules;
+    std::shared_ptr<const std::string> _text; ///< as it was given; null once a component changed it
+    bool _parsed = false;                     ///< whether the components are those of the text
+    std::vector<Component> _components;       ///< in the order in which they came
+    std::set<std::string> _names;             ///< of the components, where the text is fixed
 };
 
 } // namespace kit

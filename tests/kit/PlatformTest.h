@@ -1,23 +1,29 @@
 #pragma once
 
 #include "kit/FakeEngine.h"
-#include "kit/FakePlatform.h"
-#include "kit/Journal.h"
+#include "kit/Heap.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <iostream>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace kit {
 
-/// A test that begins with a fresh platform and shows the whole journal when it fails.
+/// Puts host-seam back to its defaults with a journal that records.
+void resetPlatform();
+
+/**
+ * A test that begins with a fresh platform and shows the whole journal when it fails.
+ *
+ * What events carry beside their meaning begins with another variant in every test: by the test's name, so that a test
+ * does the same whenever it runs.
+ */
 class PlatformTest : public ::testing::Test {
 protected:
-    PlatformTest() { platform().reset(); }
+    PlatformTest();
 
     void TearDown() override
     {

@@ -144,9 +144,9 @@ TEST_F(ConfigurationTest, givesTheConfigurationBackMerged)
     EXPECT_EQ(configure(configuration("Motion")), "0/0");
     EXPECT_EQ(configure(configuration("Simple")), "0/0");
     EXPECT_EQ(currentConfiguration(),
-              kit::document({kit::module("Simple", "M1").item("Sensitivity", "50"),
-                             kit::module("Motion", "M1").item("Sensitivity", "50")},
-                            {rule("Simple", "R1").active("true"), rule("Motion", "R1").active("true")}));
+              kit::merged(kit::document({kit::module("Simple", "M1").item("Sensitivity", "50"),
+                                         kit::module("Motion", "M1").item("Sensitivity", "50")},
+                                        {rule("Simple", "R1").active("true"), rule("Motion", "R1").active("true")})));
 }
 
 TEST_F(ConfigurationTest, comesBackAfterARestart)

@@ -99,7 +99,7 @@ TEST_F(DevicesTest, isServedWithEveryServiceFailing)
                      "onOrientationChanged Motion 0",
                      "startServing onvif_analytic_service",
                      "log 7 \"DetectionPlugin::DetectionPlugin\""}));
-    EXPECT_THAT(platform().host.serving, SizeIs(1));
+    EXPECT_THAT(platform().framework.serving, SizeIs(1));
     journal().clear();
     stop();
     EXPECT_EQ(takeAll(), (Lines{"log 7 \"DetectionPlugin::~DetectionPlugin\"", "streamerDeinit(0)", "loggingDeinit",
@@ -119,7 +119,7 @@ TEST_F(DevicesTest, giveTheHostBackItsOwnExceptionFromALookUp)
 {
     platform().before["getTargetIds rotate"] = [] { throw std::out_of_range("registry"); };
     EXPECT_THROW(start(), std::out_of_range);
-    EXPECT_THAT(platform().host.serving, IsEmpty());
+    EXPECT_THAT(platform().framework.serving, IsEmpty());
     EXPECT_EQ(journal().all().back(), "filterDestroyed");
     EXPECT_THAT(platform().logging.closedHandles, IsEmpty());
 }

@@ -8,7 +8,7 @@ namespace {
 
 using integration::ModuleTest;
 using kit::configuration;
-using kit::FakeBuffer;
+using kit::FrameBuffer;
 using kit::journal;
 using kit::platform;
 using ::testing::ElementsAre;
@@ -37,7 +37,7 @@ TEST_F(EndTest, takesEverythingDownInOrderAndCanBeBuiltAgain)
 {
     start();
     const Lines firstStart = takeAll();
-    deliver(FakeBuffer::image(8, 4));
+    deliver(FrameBuffer::image(8, 4));
     journal().clear();
     leaveTheEnginesToThePlugIn();
     stop();
@@ -62,7 +62,7 @@ TEST_F(EndTest, takesEverythingDownInOrderAndCanBeBuiltAgain)
                                 "engine Motion destroyed",
                                 "filterDestroyed"}));
 
-    platform().reset();
+    kit::resetPlatform();
     platform().positioning.available = true;
     platform().offerAllServices();
     store({{"MotionGate", "<gate/>"}, {"Simple", "<simple/>"}});
@@ -150,13 +150,13 @@ TEST_F(EndTest, toleratesAnEngineThatRaisesEventsThroughAWholeLife)
     platform().positioning.firePresetState(1, "Gate");
     platform().positioning.firePresetState(2, "Gate");
     ASSERT_TRUE(events.waitForMore());
-    deliver(FakeBuffer::image(8, 4));
+    deliver(FrameBuffer::image(8, 4));
     stop();
     EXPECT_EQ(journal().all().back(), "filterDestroyed");
     startQuietly();
     ASSERT_TRUE(events.waitForMore());
     stop();
-    EXPECT_THAT(platform().host.serving, IsEmpty());
+    EXPECT_THAT(platform().framework.serving, IsEmpty());
 }
 
 TEST_F(EndTest, readsTheOrientationOnTheFrameThreadWhileItChanges)
@@ -166,7 +166,7 @@ TEST_F(EndTest, readsTheOrientationOnTheFrameThreadWhileItChanges)
     std::atomic<int> frames{0};
     std::thread delivery([&] {
         while (!stopFrames.load()) {
-            deliver(FakeBuffer::image(8, 4));
+            deliver(FrameBuffer::image(8, 4));
             frames.fetch_add(1);
         }
     });

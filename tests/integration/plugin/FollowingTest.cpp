@@ -31,7 +31,7 @@ protected:
 
     static Lines story() { return journal().of({Part::Log, Part::Engine, Part::RuleSet, Part::Settings}); }
 
-    kit::FakePositioning& camera = platform().positioning;
+    kit::Positioning& camera = platform().positioning;
 };
 
 TEST_F(FollowingTest, startsAwayFromEveryPreset)

@@ -3,8 +3,8 @@
 namespace {
 
 using integration::ModuleTest;
-using kit::FakeBuffer;
 using kit::FakeEngine;
+using kit::FrameBuffer;
 using kit::journal;
 using kit::platform;
 using kit::RotatedImages;
@@ -26,7 +26,7 @@ protected:
     void TearDown() override
     {
         EXPECT_EQ(platform().transmitter.notReturned(), 0);
-        EXPECT_EQ(FakeBuffer::alive() - static_cast<int>(platform().host.pushed.size()), 0);
+        EXPECT_EQ(FrameBuffer::alive() - static_cast<int>(platform().framework.pushed.size()), 0);
         if (RotatedImages::countsFrees()) {
             EXPECT_EQ(RotatedImages::notReturned(), 0);
         }
@@ -44,7 +44,7 @@ TEST_F(FramesTest, takesFramesThroughThreeEnginesUprightAndStamped)
     startQuietly();
     platform().rotation.fire(90U);
     journal().clear();
-    deliver(FakeBuffer::image(16, 8));
+    deliver(FrameBuffer::image(16, 8));
     EXPECT_EQ(takeAll(), (Lines{"bufferGetLength -> 192",
                                 "bufferGetFormat",
                                 "bufferGetInt width -> 16",
@@ -83,7 +83,7 @@ TEST_F(FramesTest, takesFramesThroughThreeEnginesUprightAndStamped)
     EXPECT_EQ(frame.verticalAngleOfView, 30000U);
     EXPECT_EQ(third->outputsSeen[0].drawingBuffer, platform().transmitter.drawing.data() + 10);
 
-    deliver(FakeBuffer::image(16, 8));
+    deliver(FrameBuffer::image(16, 8));
     EXPECT_EQ(takeAll(), (Lines{"bufferGetLength -> 192",
                                 "bufferGetFormat",
                                 "bufferGetInt width -> 16",
@@ -113,16 +113,16 @@ TEST_F(FramesTest, takesFramesThroughThreeEnginesUprightAndStamped)
 TEST_F(FramesTest, passesAnEmptyBufferOn)
 {
     startQuietly();
-    deliver(FakeBuffer::empty());
+    deliver(FrameBuffer::empty());
     EXPECT_THAT(journal().all(), ElementsAre("bufferGetLength -> 0", "pushBuffer"));
-    EXPECT_THAT(platform().host.pushed, SizeIs(1));
+    EXPECT_THAT(platform().framework.pushed, SizeIs(1));
 }
 
 TEST_F(FramesTest, analysesWithoutAStreamer)
 {
     platform().targetIds.erase("onvif_metadata_streamer");
     startQuietly();
-    deliver(FakeBuffer::image(16, 8));
+    deliver(FrameBuffer::image(16, 8));
     EXPECT_THAT(platform().streamer.sent, IsEmpty());
     EXPECT_THAT(platform().transmitter.drawingReturned, ElementsAre(15U));
     EXPECT_THAT(platform().transmitter.motionReturned, ElementsAre(7U));
@@ -133,7 +133,7 @@ TEST_F(FramesTest, logsAStreamThatDoesNotOpen)
 {
     platform().streamer.initStatus = 8;
     startQuietly();
-    deliver(FakeBuffer::image(16, 8));
+    deliver(FrameBuffer::image(16, 8));
     EXPECT_EQ(journal().logs().back(),
               "log 3 \"failed to open metadata stream: Failed ravel api call: "
               "ravel_api_onvif_metadata_streamer_initiator_init(nullptr, nullptr, &_metadataTargetIpcCookie, 1, "
@@ -144,9 +144,9 @@ TEST_F(FramesTest, letsAnEnginesExceptionReachTheHostAsWhatItIs)
 {
     startQuietly();
     motion->before["onFrame"] = [] { throw std::runtime_error("engine"); };
-    EXPECT_THROW(deliver(FakeBuffer::image(16, 8)), std::runtime_error);
+    EXPECT_THROW(deliver(FrameBuffer::image(16, 8)), std::runtime_error);
     motion->before.clear();
-    platform().transmitter.drawingLent = platform().transmitter.motionLent = 0; // these two are lost, as agreed
+    platform().transmitter.drawingGiven = platform().transmitter.motionGiven = 0; // these two are lost, as agreed
 }
 
 } // namespace

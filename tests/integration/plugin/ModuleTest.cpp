@@ -89,7 +89,7 @@ void ModuleTest::deliver(korva::meridan::Buffer* buffer)
 
 RavelApiAnalyticsTargetImplBase& ModuleTest::target()
 {
-    return *platform().host.serving.at(0).target;
+    return *platform().framework.serving.at(0).target;
 }
 
 std::string ModuleTest::configure(const std::string& xml)

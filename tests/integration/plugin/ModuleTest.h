@@ -1,8 +1,7 @@
 #pragma once
 
 #include "kit/Configuration.h"
-#include "kit/FakeBuffer.h"
-#include "kit/FakeFramework.h"
+#include "kit/HostSeam.h"
 #include "kit/PlatformTest.h"
 #include "kit/ServiceLists.h"
 #include "korva/meridan/BasicFilterPlugin.h"

@@ -1,6 +1,5 @@
-#include "kit/FakeBuffer.h"
 #include "kit/FakeEngine.h"
-#include "kit/FakeFramework.h"
+#include "kit/HostSeam.h"
 #include "kit/PlatformTest.h"
 #include "plugin/DetectionPlugin.h"
 
@@ -11,7 +10,7 @@
 
 namespace {
 
-using kit::FakeBuffer;
+using kit::FrameBuffer;
 using kit::platform;
 
 struct Size {
@@ -45,7 +44,7 @@ protected:
     std::uint32_t verticalAngleOf(unsigned int horizontal, const Size& size)
     {
         platform().positioning.angleOfView = horizontal;
-        auto* const buffer = FakeBuffer::image(4, 2);
+        auto* const buffer = FrameBuffer::image(4, 2);
         buffer->format.values["width"] = size.width;
         buffer->format.values["height"] = size.height;
         static_cast<korva::meridan::DetectionPlugin&>(*plugin).OnBuffer(nullptr, buffer);

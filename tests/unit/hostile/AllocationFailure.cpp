@@ -30,35 +30,35 @@ void putIntoStore(const std::map<std::string, std::string>& settings)
         setting.Append("config", config);
         document.Append(std::move(setting));
     }
-    fuzz::platform().document = json::Writer::Write(document);
+    kit::platform().settings.analytics() = json::Writer::Write(document);
 }
 
 } // namespace
 
 void AllocationFailureTest::SetUp()
 {
-    if (!heapIsMetered()) {
+    if (!kit::heapIsWatched()) {
         GTEST_SKIP() << "the sanitizer's allocator refuses nothing";
     }
 }
 
 void AllocationFailureTest::forEveryAllocation(const std::string& name, const Run& run)
 {
-    for (const RefusedMemory::How how : {RefusedMemory::How::kOnce, RefusedMemory::How::kRest}) {
+    for (const kit::RefusedMemory::How how : {kit::RefusedMemory::How::kOnce, kit::RefusedMemory::How::kRest}) {
         _how = how;
-        const char* const extent = how == RefusedMemory::How::kOnce ? "one" : "rest";
+        const char* const extent = how == kit::RefusedMemory::How::kOnce ? "one" : "rest";
         _first = 0;
         do {
             ++_first;
             ASSERT_LT(_first, kMostAllocations);
             SCOPED_TRACE(name + ": no memory for " + extent + " from allocation " + std::to_string(_first));
-            fuzz::resetPlatform();
+            kit::resetQuietly();
             putIntoStore(twoSettings());
             run();
             if (HasFailure()) {
                 return;
             }
-        } while (memoryWasRefused());
+        } while (kit::memoryWasRefused());
         std::printf("no-memory: %s fails=%s points=%zu\n", name.c_str(), extent, _first - 1);
     }
 }
@@ -80,7 +80,7 @@ AllocationFailureTest::Settings AllocationFailureTest::stored()
 {
     Settings settings;
     try {
-        const json::Array document = json::Reader::Read(fuzz::platform().document);
+        const json::Array document = json::Reader::Read(kit::platform().settings.analytics());
         for (const json::UnknownElement& element : document) {
             const json::Object& setting = element;
             const std::string_view key = setting["key"];

@@ -31,7 +31,7 @@ protected:
     template <typename Operation>
     Ending attempt(const Operation& operation)
     {
-        const RefusedMemory refused(_first, _how);
+        const kit::RefusedMemory refused(_first, _how);
         try {
             operation();
             return Ending::kReturned;
@@ -57,7 +57,7 @@ protected:
 
 private:
     std::size_t _first = 0;
-    RefusedMemory::How _how = RefusedMemory::How::kOnce;
+    kit::RefusedMemory::How _how = kit::RefusedMemory::How::kOnce;
 };
 
 } // namespace hostile

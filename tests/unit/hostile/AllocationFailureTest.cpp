@@ -3,20 +3,14 @@
 
 #include "AllocationFailure.h"
 #include "Answers.h"
-#include "FrameSide.h"
 #include "Xml.h"
+#include "kit/Configuration.h"
 #include "kit/ServiceLists.h"
 #include "plugin/DetectionPlugin.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-
-namespace korva::meridan {
-
-class IPluginConfiguration {};
-
-} // namespace korva::meridan
 
 namespace hostile {
 
@@ -56,7 +50,7 @@ TEST_F(ChangeWithoutMemoryTest, setsAConfigurationOrLeavesWhatWas)
         unsigned char failed = 9;
         int result = 9;
         const Ending ending = attempt([&] { result = device.target().setConfiguration(text.c_str(), &failed); });
-        const bool refused = memoryWasRefused();
+        const bool refused = kit::memoryWasRefused();
 
         ASSERT_NE(ending, Ending::kOtherException);
         if (ending == Ending::kNoMemory) {
@@ -77,7 +71,7 @@ TEST_F(ChangeWithoutMemoryTest, setsAConfigurationOrLeavesWhatWas)
         EXPECT_THAT(storedByTheNextChange(device), AnyOf(atFirst, after));
         EXPECT_EQ(setConfiguration(device.target(), text), "0/0");
         EXPECT_EQ(stored().at("PlainP3"), changed);
-        EXPECT_TRUE(device.engine().isActive());
+        EXPECT_TRUE(device.isActive());
     });
 }
 
@@ -108,7 +102,7 @@ class ListWithoutMemoryTest : public ChangeWithoutMemoryTest {
 protected:
     static Settings with(Settings settings, const std::string& key, const std::string& rules)
     {
-        settings[key] = documentOf(rules);
+        settings[key] = kit::document({}, {rules});
         return settings;
     }
 
@@ -127,10 +121,10 @@ protected:
         const auto anyStep = AnyOf(before, AnyOfArray(firstStored), AnyOfArray(bothStored));
 
         forEveryAllocation(name, [&] {
-            BombDevice device(PlainEngine::Content::kGrowing);
+            BombDevice device(Content::kReal);
             unsigned int status = 9;
             const Ending ending = attempt([&] { (device.target().*operation)(list, &status); });
-            const bool refused = memoryWasRefused();
+            const bool refused = kit::memoryWasRefused();
             ASSERT_NE(ending, Ending::kOtherException);
             if (ending == Ending::kNoMemory) {
                 EXPECT_EQ(status, 1u);
@@ -169,19 +163,19 @@ TEST_F(ListWithoutMemoryTest, deletesRulesOneByOneOrStops)
                                             component("Fourth", item("PtzPreset", "P4"))};
     kit::InputList names{"Third", "Fourth"};
     Settings before = twoSettings();
-    before["PlainP3"] = documentOf(rules[0]);
-    before["PlainP4"] = documentOf(rules[1]);
+    before["PlainP3"] = kit::document({}, {rules[0]});
+    before["PlainP4"] = kit::document({}, {rules[1]});
     Settings first = before;
     first["PlainP3"] = "";
     Settings both = first;
     both["PlainP4"] = "";
 
     forEveryAllocation("deleteRules", [&] {
-        BombDevice device(PlainEngine::Content::kGrowing);
+        BombDevice device(Content::kReal);
         ASSERT_EQ(callWithList(device.target(), &OnvifTarget::createRules, rules), 0u);
         unsigned int status = 9;
         const Ending ending = attempt([&] { device.target().deleteRules(names, &status); });
-        const bool refused = memoryWasRefused();
+        const bool refused = kit::memoryWasRefused();
         ASSERT_NE(ending, Ending::kOtherException);
         if (ending == Ending::kNoMemory) {
             EXPECT_EQ(status, 9u);
@@ -210,10 +204,10 @@ protected:
             setConfiguration(device.target(), configurationOf("P1"));
             setConfiguration(device.target(), configurationOf("P2"));
             ask(device.target(), query);
-            const HeapMeter meter;
+            const kit::HeapMeter meter;
             char** list = nullptr;
             const Ending ending = attempt([&] { (device.target().*query)(&list); });
-            const bool refused = memoryWasRefused();
+            const bool refused = kit::memoryWasRefused();
             const bool none = list == nullptr;
             std::size_t entries = 0;
             {
@@ -269,16 +263,13 @@ TEST_F(QueryWithoutMemoryTest, givesTheUsedPresetsOrNothing)
 
 TEST_F(QueryWithoutMemoryTest, givesAPresetsConfigurationOrNothing)
 {
-    const std::string tags[] = {"<tt:VideoAnalyticsConfiguration><tt:AnalyticsEngineConfiguration>"
-                                "</tt:AnalyticsEngineConfiguration><tt:RuleEngineConfiguration>",
-                                "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>"};
-    const std::string whole = tags[0] + rulesOf("P2")[0] + rulesOf("P2")[1] + tags[1];
-    const std::string none = tags[0] + tags[1];
+    const std::string whole = kit::merged(kit::document({}, rulesOf("P2")));
+    const std::string none = kit::merged(kit::document({}, {}));
     for (const bool ofPreset : {true, false}) {
         forEveryAllocation(ofPreset ? "getPtzPresetConfiguration" : "getCurrentConfiguration", [&] {
             BombDevice device;
             device.target().handlePresetStateEvent(2, "P2");
-            const HeapMeter meter;
+            const kit::HeapMeter meter;
             char* text = nullptr;
             const Ending ending = attempt([&] {
                 if (ofPreset) {
@@ -287,7 +278,7 @@ TEST_F(QueryWithoutMemoryTest, givesAPresetsConfigurationOrNothing)
                     device.target().getCurrentConfiguration(&text);
                 }
             });
-            const bool refused = memoryWasRefused();
+            const bool refused = kit::memoryWasRefused();
             EXPECT_TRUE(text == nullptr || text == whole || (refused && text == none)) << text;
             EXPECT_TRUE(refused || text != nullptr);
             std::free(text);
@@ -304,10 +295,10 @@ protected:
     /// A start that fails leaves the stored settings for the next one, which finds them all.
     static void expectNextStart()
     {
-        EXPECT_EQ(fuzz::platform().writes, 0u);
+        EXPECT_EQ(kit::platform().settings.writes, 0u);
         EXPECT_EQ(stored(), twoSettings());
         BombDevice next;
-        EXPECT_EQ(next.engine().ruleSets(), 2u);
+        EXPECT_EQ(next.engine().notReturned(), 2);
         EXPECT_EQ(ask(next.target(), &OnvifTarget::getCurrentRules).size(), 4u);
     }
 };
@@ -316,22 +307,24 @@ TEST_F(StartWithoutMemoryTest, buildsTheTargetOrThrows)
 {
     for (const bool hasServices : {true, false}) {
         forEveryAllocation(hasServices ? "start" : "start-without-services", [&] {
-            const auto engine = std::make_shared<PlainEngine>();
-            fuzz::platform().hasServices = hasServices;
+            const auto engine = plainEngine();
+            if (!hasServices) {
+                kit::platform().targetIds.clear();
+            }
             std::unique_ptr<OnvifTarget> target;
             const Ending ending = attempt([&] {
                 target = std::make_unique<OnvifTarget>(
                     nullptr, std::vector<std::shared_ptr<analytics_lib::IOnvifAnalytics>>{engine});
             });
-            const bool refused = memoryWasRefused();
+            const bool refused = kit::memoryWasRefused();
             ASSERT_NE(ending, Ending::kOtherException);
             EXPECT_EQ(target != nullptr, ending == Ending::kReturned);
             if (target != nullptr) {
-                EXPECT_TRUE(refused || engine->ruleSets() == 2);
+                EXPECT_TRUE(refused || engine->notReturned() == 2);
                 expectLocksReleased(*target);
             }
             target.reset();
-            EXPECT_FALSE(engine->isActive());
+            EXPECT_EQ(engine->activeRuleSet(), 0);
             expectNextStart();
         });
     }
@@ -341,19 +334,19 @@ TEST_F(StartWithoutMemoryTest, buildsThePluginOrThrows)
 {
     const korva::meridan::IPluginConfiguration configuration;
     forEveryAllocation("plug-in", [&] {
-        const auto engine = std::make_shared<PlainEngine>();
-        hostSide().engine = engine;
+        const auto engine = plainEngine();
+        kit::platform().engineLibrary.engines = {engine};
         std::unique_ptr<korva::meridan::PipelinePlugin> plugin;
         const Ending ending =
             attempt([&] { plugin.reset(korva::meridan::createDetectionPlugin(nullptr, configuration)); });
-        const bool refused = memoryWasRefused();
+        const bool refused = kit::memoryWasRefused();
         ASSERT_NE(ending, Ending::kOtherException);
         EXPECT_EQ(plugin != nullptr, ending == Ending::kReturned);
-        EXPECT_EQ(hostSide().served != nullptr, plugin != nullptr);
-        EXPECT_TRUE(refused || engine->ruleSets() == 2);
+        EXPECT_EQ(!kit::platform().framework.serving.empty(), plugin != nullptr);
+        EXPECT_TRUE(refused || engine->notReturned() == 2);
         plugin.reset();
-        hostSide().engine = nullptr;
-        EXPECT_EQ(hostSide().served, nullptr);
+        kit::platform().engineLibrary = {};
+        EXPECT_TRUE(kit::platform().framework.serving.empty());
         EXPECT_EQ(engine.use_count(), 1) << "somebody still holds the engine";
         expectNextStart();
     });

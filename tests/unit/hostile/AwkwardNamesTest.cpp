@@ -3,9 +3,9 @@
 
 #include "NamesTable.h"
 
+#include "kit/Configuration.h"
 #include "kit/PlatformTest.h"
 #include "kit/ServiceLists.h"
-#include "support/StubEngine.h"
 #include "target/OnvifTarget.h"
 #include "json/Reader.h"
 #include "json/UnknownElement.h"
@@ -42,9 +42,7 @@ std::string componentText(const char* element, const std::string& name)
 
 std::string documentText(const std::string& modules, const std::string& rules)
 {
-    return "<tt:VideoAnalyticsConfiguration><tt:AnalyticsEngineConfiguration>" + modules +
-           "</tt:AnalyticsEngineConfiguration><tt:RuleEngineConfiguration>" + rules +
-           "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+    return kit::document({modules}, {rules});
 }
 
 class AwkwardNameTest : public kit::PlatformTest, public ::testing::WithParamInterface<NameRow> {
@@ -58,7 +56,7 @@ protected:
     void start()
     {
         _target.reset();
-        _engine = std::make_shared<fuzz::StubEngine>("Motion");
+        _engine = std::make_shared<kit::FakeEngine>("Motion");
         _target = std::make_unique<OnvifTarget>(platform().logHandle(),
                                                 std::vector<std::shared_ptr<analytics_lib::IOnvifAnalytics>>{_engine});
         journal().clear();
@@ -124,8 +122,8 @@ protected:
             journal().logs(),
             Contains("log 6 \"handlePresetStateEvent ---------->Start Analytics for ptz preset " + kept + "\""));
         EXPECT_THAT(journal().logs(), Contains("log 6 \"activateRuleSet:reconfig with key Motion" + kept + "\""));
-        EXPECT_EQ(current(), configuration);
-        EXPECT_EQ(ofPreset(kept), configuration);
+        EXPECT_EQ(current(), kit::merged(configuration));
+        EXPECT_EQ(ofPreset(kept), kit::merged(configuration));
         EXPECT_THAT(journal().logs(),
                     Contains("log 6 \"mergeConfigurations Key Motion" + kept + ": config " + configuration + "\""));
 
@@ -146,7 +144,7 @@ protected:
         start();
         const std::string single = componentText(element, given);
         EXPECT_THAT(ask(query), ElementsAre(single));
-        EXPECT_EQ(ofPreset(kept), element == kRule ? documentText("", single) : documentText(single, ""));
+        EXPECT_EQ(ofPreset(kept), kit::merged(element == kRule ? documentText("", single) : documentText(single, "")));
         EXPECT_EQ(change(modify, componentText(element, sent)), 0u);
         EXPECT_THAT(ask(query), ElementsAre(single));
     }
@@ -162,7 +160,7 @@ protected:
     const std::string given = GetParam().given;
 
 private:
-    std::shared_ptr<fuzz::StubEngine> _engine;
+    std::shared_ptr<kit::FakeEngine> _engine;
     std::unique_ptr<OnvifTarget> _target;
 
 protected:
@@ -194,10 +192,13 @@ TEST_P(AwkwardNameTest, isStoredTheSameWhenItComesBackFromAQuery)
 {
     ASSERT_TRUE(setConfiguration(documentText(componentText(kModule, sent), componentText(kRule, sent))));
     const std::string configuration = ofPreset(kept);
-    const std::string document = platform().settings.analytics();
+    const auto [key, text] = stored();
     ASSERT_TRUE(setConfiguration(configuration));
     EXPECT_EQ(ofPreset(kept), configuration);
-    EXPECT_EQ(platform().settings.analytics(), document);
+    // The answer declares the prefix, and so does what is stored of it.
+    constexpr std::string_view kTag = "<tt:VideoAnalyticsConfiguration>";
+    EXPECT_EQ(stored(),
+              std::make_pair(key, analytics_lib::IOnvifAnalytics::kVideoAnalyticHeader + text.substr(kTag.size())));
 }
 
 TEST_P(AwkwardNameTest, livesInASingleRule)
@@ -229,7 +230,7 @@ TEST_P(AwkwardNameTest, namesThePresetThatIsRemoved)
                                               "preset Motion" +
                                               kept + "\""));
     EXPECT_THAT(ask(&OnvifTarget::getCurrentRules), IsEmpty());
-    EXPECT_EQ(ofPreset(kept), documentText("", ""));
+    EXPECT_EQ(ofPreset(kept), kit::merged(documentText("", "")));
     EXPECT_THAT(journal().logs(), Contains("log 7 \"Could not find setting Motion" + kept + "\""));
 }
 

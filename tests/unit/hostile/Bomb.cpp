@@ -16,7 +16,7 @@ constexpr std::size_t kMemoryAlways = 4 * 1024 * 1024;
 
 struct Measured {
     std::size_t input = 0;
-    HeapUse heap;
+    kit::HeapUse heap;
     std::size_t stack = 0;
     double seconds = 0;
 };
@@ -29,8 +29,8 @@ double mib(std::size_t bytes)
 Measured measure(std::size_t size, const Bomb& bomb, std::size_t stackKib)
 {
     Measured measured;
-    fuzz::resetPlatform();
-    const HeapMeter meter;
+    kit::resetQuietly();
+    const kit::HeapMeter meter;
     const auto start = std::chrono::steady_clock::now();
     runOnStack(stackKib, [&] { measured.input = bomb(size); });
     measured.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -43,7 +43,7 @@ void print(const std::string& name, const Measured& measured)
 {
     std::printf("bomb: %s seconds=%.3f peak_mib=%.1f input_mib=%.1f allocations=%zu writes=%lu stack_kib=%zu\n",
                 name.c_str(), measured.seconds, mib(measured.heap.peakBytes), mib(measured.input),
-                measured.heap.allocations, fuzz::platform().writes, measured.stack / 1024);
+                measured.heap.allocations, kit::platform().settings.writes, measured.stack / 1024);
     std::fflush(stdout);
 }
 
@@ -54,8 +54,27 @@ void expectBoundedMemory(const Measured& measured)
 
 } // namespace
 
-BombDevice::BombDevice(PlainEngine::Content content)
-    : _engine(std::make_shared<PlainEngine>(content)),
+std::shared_ptr<kit::FakeEngine> plainEngine(Content content)
+{
+    auto engine = std::make_shared<kit::FakeEngine>("Plain");
+    engine->claims = [](const std::string&) { return true; };
+    engine->accepts = [](const kit::Component&) { return true; };
+    engine->content = content;
+    engine->emptyContent = documentOf("");
+    engine->topics = {"tns1:RuleEngine/PlainDetector/Motion"};
+    engine->engines = {"tt:PlainModuleOfTheTests"};
+    engine->rules = {"tt:PlainRuleOfTheTests", "tt:Other"};
+    return engine;
+}
+
+std::string documentOf(const std::string& rules)
+{
+    return "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration>" + rules +
+           "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+}
+
+BombDevice::BombDevice(Content content)
+    : _engine(plainEngine(content)),
       _target(std::make_unique<korva::meridan::OnvifTarget>(
           &logHandle, std::vector<std::shared_ptr<analytics_lib::IOnvifAnalytics>>{_engine}))
 {
@@ -73,18 +92,18 @@ void BombTest::detonate(const std::string& name, std::size_t size, const Bomb& b
     const Measured half = measure(size / 2, bomb, stackKib);
     const Measured full = measure(size, bomb, stackKib);
     print(name, full);
-    if (heapIsMetered()) {
+    if (kit::heapIsWatched()) {
         expectBoundedMemory(full);
         EXPECT_LE(full.heap.bytes, half.heap.bytes * 5 / 2 + kMemoryAlways);
         EXPECT_LE(full.heap.allocations, half.heap.allocations * 5 / 2 + 1000);
     }
 }
 
-HeapUse BombTest::detonateOnce(const std::string& name, std::size_t size, const Bomb& bomb)
+kit::HeapUse BombTest::detonateOnce(const std::string& name, std::size_t size, const Bomb& bomb)
 {
     const Measured measured = measure(size, bomb, kSmallStackKib);
     print(name, measured);
-    if (heapIsMetered()) {
+    if (kit::heapIsWatched()) {
         expectBoundedMemory(measured);
     }
     return measured.heap;

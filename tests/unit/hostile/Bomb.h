@@ -1,9 +1,9 @@
 #pragma once
 
-#include "HeapMeter.h"
-#include "PlainEngine.h"
 #include "SmallStack.h"
-#include "support/StubPlatform.h"
+#include "kit/FakeEngine.h"
+#include "kit/Heap.h"
+#include "kit/QuietPlatform.h"
 #include "target/OnvifTarget.h"
 
 #include <gtest/gtest.h>
@@ -15,19 +15,28 @@
 
 namespace hostile {
 
+using Content = kit::FakeEngine::Content;
+
+/// An engine named "Plain" that takes everything, so that size is all that a test is about.
+std::shared_ptr<kit::FakeEngine> plainEngine(Content content = Content::kFixed);
+
+/// The text of rules as a whole configuration, without a list of modules.
+std::string documentOf(const std::string& rules);
+
 /// A target over one plain engine and the store in memory.
 class BombDevice {
 public:
-    explicit BombDevice(PlainEngine::Content content = PlainEngine::Content::kFixed);
+    explicit BombDevice(Content content = Content::kFixed);
 
     korva::meridan::OnvifTarget& target() { return *_target; }
-    PlainEngine& engine() { return *_engine; }
+    kit::FakeEngine& engine() { return *_engine; }
+    bool isActive() const { return _engine->activeRuleSet() != 0; }
 
     /// Ends the target and starts another on what is stored.
     void restart();
 
 private:
-    std::shared_ptr<PlainEngine> _engine;
+    std::shared_ptr<kit::FakeEngine> _engine;
     std::unique_ptr<korva::meridan::OnvifTarget> _target;
 };
 
@@ -42,14 +51,14 @@ using Bomb = std::function<std::size_t(std::size_t size)>;
  */
 class BombTest : public ::testing::Test {
 protected:
-    BombTest() { fuzz::resetPlatform(); }
+    BombTest() { kit::resetQuietly(); }
 
     /// Runs bomb at half of size and at size and prints one line for the latter.
     static void detonate(const std::string& name, std::size_t size, const Bomb& bomb,
                          std::size_t stackKib = kSmallStackKib);
 
     /// Only at size: for steps that are meant to grow faster than their input.
-    static HeapUse detonateOnce(const std::string& name, std::size_t size, const Bomb& bomb);
+    static kit::HeapUse detonateOnce(const std::string& name, std::size_t size, const Bomb& bomb);
 };
 
 /// text, times over.

@@ -37,7 +37,7 @@ std::size_t live(const std::string& text, Life& life)
     life.current = currentConfiguration(device.target());
     device.restart();
     device.target().handlePresetStateEvent(2, "P");
-    life.active = device.engine().isActive();
+    life.active = device.isActive();
     life.rulesAfterRestart = ask(device.target(), &OnvifTarget::getCurrentRules).size();
     life.currentAfterRestart = presetConfiguration(device.target(), "P");
     return text.size();
@@ -64,7 +64,7 @@ protected:
         detonate(name, size, [&](std::size_t n) { return live(text(n), life); });
         EXPECT_EQ(life.answer, "1/1");
         EXPECT_EQ(life.rules, 0u);
-        EXPECT_EQ(fuzz::platform().writes, 0u);
+        EXPECT_EQ(kit::platform().settings.writes, 0u);
         EXPECT_FALSE(life.active);
     }
 

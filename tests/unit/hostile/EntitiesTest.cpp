@@ -67,8 +67,8 @@ TEST_F(EntitiesTest, expandsNoEntity)
     EXPECT_THAT(ask(device.target(), &OnvifTarget::getUsedPtzPresets), ElementsAre("&l9;"));
     EXPECT_THAT(presetConfiguration(device.target(), "&l9;"),
                 HasSubstr(rule(item("PtzPreset", "&amp;l9;")) + "<tt:Rule Name=\"&amp;l9;\">&amp;l9;</tt:Rule>"));
-    EXPECT_THAT(fuzz::platform().document, Not(HasSubstr("ENTITY")));
-    EXPECT_THAT(fuzz::platform().document, Not(HasSubstr("haha")));
+    EXPECT_THAT(kit::platform().settings.analytics(), Not(HasSubstr("ENTITY")));
+    EXPECT_THAT(kit::platform().settings.analytics(), Not(HasSubstr("haha")));
 }
 
 TEST_F(EntitiesTest, fetchesNoExternalEntity)
@@ -82,8 +82,8 @@ TEST_F(EntitiesTest, fetchesNoExternalEntity)
     EXPECT_THAT(ask(device.target(), &OnvifTarget::getCurrentRules),
                 ElementsAre(rule(item("Text", "&amp;f;") + "&amp;f;")));
     EXPECT_THAT(presetConfiguration(device.target(), ""), Not(HasSubstr(kSecret)));
-    EXPECT_THAT(fuzz::platform().document, Not(HasSubstr(kSecret)));
-    EXPECT_THAT(fuzz::platform().document, HasSubstr("&amp;f;"));
+    EXPECT_THAT(kit::platform().settings.analytics(), Not(HasSubstr(kSecret)));
+    EXPECT_THAT(kit::platform().settings.analytics(), HasSubstr("&amp;f;"));
 }
 
 TEST_F(EntitiesTest, fetchesNoExternalDeclaration)
@@ -91,14 +91,14 @@ TEST_F(EntitiesTest, fetchesNoExternalDeclaration)
     const std::string text = "<!DOCTYPE a SYSTEM \"file://" + path() + "\">" + documentOf(rule(""));
     BombDevice device;
     EXPECT_EQ(setConfiguration(device.target(), text), "0/0");
-    EXPECT_THAT(fuzz::platform().document, Not(HasSubstr("DOCTYPE")));
-    EXPECT_THAT(fuzz::platform().document, Not(HasSubstr(kSecret)));
+    EXPECT_THAT(kit::platform().settings.analytics(), Not(HasSubstr("DOCTYPE")));
+    EXPECT_THAT(kit::platform().settings.analytics(), Not(HasSubstr(kSecret)));
 }
 
 TEST_F(EntitiesTest, expandsNothingInASingleRule)
 {
     const std::string text = "<!DOCTYPE a [" + laughs() + "]>" + component("&l9;", item("PtzPreset", "&l9;"));
-    BombDevice device(PlainEngine::Content::kGrowing);
+    BombDevice device(Content::kReal);
     EXPECT_EQ(callWithList(device.target(), &OnvifTarget::createRules, {text}), 0u);
     EXPECT_EQ(callWithList(device.target(), &OnvifTarget::deleteRules, {"&l9;"}), 0u);
 }
@@ -113,7 +113,7 @@ TEST_F(EntitiesTest, takesADeclarationOfTenMegabytes)
         return text.size();
     });
     EXPECT_EQ(answer, "0/0");
-    EXPECT_LT(fuzz::platform().document.size(), 1000u);
+    EXPECT_LT(kit::platform().settings.analytics().size(), 1000u);
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #include "Answers.h"
 #include "Bomb.h"
 #include "Xml.h"
-#include "support/XmlText.h"
+#include "kit/XmlText.h"
 
 #include <algorithm>
 
@@ -33,11 +33,11 @@ struct Journey {
 
 std::size_t travel(const std::string& preset, Journey& journey)
 {
-    const std::string text = documentOf(rule(item("PtzPreset", fuzz::escapedAttribute(preset))));
+    const std::string text = documentOf(rule(item("PtzPreset", kit::escapedAttribute(preset))));
     BombDevice device;
     journey.answer = setConfiguration(device.target(), text);
     device.target().handlePresetStateEvent(2, preset);
-    journey.activeAtPreset = device.engine().isActive();
+    journey.activeAtPreset = device.isActive();
     const std::vector<std::string> used = ask(device.target(), &OnvifTarget::getUsedPtzPresets);
     journey.listedAsUsed = used == std::vector<std::string>{preset};
 
@@ -46,9 +46,9 @@ std::size_t travel(const std::string& preset, Journey& journey)
     device.restart();
     journey.givenAfterRestart = presetConfiguration(device.target(), preset) == given;
     device.target().handlePresetStateEvent(2, preset);
-    journey.activeAfterRestart = device.engine().isActive();
+    journey.activeAfterRestart = device.isActive();
     device.target().handlePresetModifiedEvent(preset);
-    journey.goneWithPreset = !device.engine().isActive() && ask(device.target(), &OnvifTarget::getCurrentRules).empty();
+    journey.goneWithPreset = !device.isActive() && ask(device.target(), &OnvifTarget::getCurrentRules).empty();
     return text.size();
 }
 
@@ -109,7 +109,7 @@ TEST_F(BombTest, asksForAPresetThatNobodyConfigured)
         return preset.size();
     });
     EXPECT_EQ(given, current);
-    EXPECT_EQ(fuzz::platform().writes, 0u);
+    EXPECT_EQ(kit::platform().settings.writes, 0u);
 }
 
 } // namespace

@@ -57,7 +57,7 @@ protected:
         std::size_t listed = 0;
         detonate(name, size, [&](std::size_t n) {
             const std::vector<std::string> list = {component("R", content(n))};
-            BombDevice device(PlainEngine::Content::kGrowing);
+            BombDevice device(Content::kReal);
             statuses = {callWithList(device.target(), &OnvifTarget::createRules, list)};
             listed = ask(device.target(), &OnvifTarget::getCurrentRules).size();
             device.restart();
@@ -67,7 +67,7 @@ protected:
         });
         EXPECT_EQ(statuses, (std::vector<unsigned int>{0, 0, 0}));
         EXPECT_EQ(listed, 1u);
-        EXPECT_EQ(fuzz::platform().writes, 3u);
+        EXPECT_EQ(kit::platform().settings.writes, 3u);
     }
 };
 
@@ -98,7 +98,7 @@ TEST_F(RuleListBombTest, refusesARuleThatNeverEnds)
         return text.size();
     });
     EXPECT_EQ(status, 4u);
-    EXPECT_EQ(fuzz::platform().writes, 0u);
+    EXPECT_EQ(kit::platform().settings.writes, 0u);
 }
 
 // Each record is one write of the whole document, so the engine here keeps that document short.
@@ -112,7 +112,7 @@ TEST_F(RuleListBombTest, createsAHundredThousandRulesInOneList)
         return bytesOf(list);
     });
     EXPECT_EQ(status, 0u);
-    EXPECT_EQ(fuzz::platform().writes, kManyItems);
+    EXPECT_EQ(kit::platform().settings.writes, kManyItems);
 }
 
 TEST_F(RuleListBombTest, deletesAHundredThousandRulesInOneList)
@@ -123,12 +123,12 @@ TEST_F(RuleListBombTest, deletesAHundredThousandRulesInOneList)
         const std::vector<std::string> list = components(n, item("Active", "true"));
         BombDevice device;
         statuses = {callWithList(device.target(), &OnvifTarget::createRules, list)};
-        writes = fuzz::platform().writes;
+        writes = kit::platform().settings.writes;
         statuses.push_back(callWithList(device.target(), &OnvifTarget::deleteRules, names(n)));
         return bytesOf(list);
     });
     EXPECT_EQ(statuses, (std::vector<unsigned int>{0, 0}));
-    EXPECT_EQ(fuzz::platform().writes - writes, kManyItems);
+    EXPECT_EQ(kit::platform().settings.writes - writes, kManyItems);
 }
 
 TEST_F(RuleListBombTest, storesNothingOfAHundredThousandItemsWhenTheLastIsRefused)
@@ -142,14 +142,14 @@ TEST_F(RuleListBombTest, storesNothingOfAHundredThousandItemsWhenTheLastIsRefuse
             list.push_back(component(nameOf(i), item("PtzPreset", "Preset" + std::to_string(i))));
         }
         BombDevice device;
-        device.engine().refusedName = nameOf(n - 1);
+        device.engine().accepts = [n](const kit::Component& component) { return component.name != nameOf(n - 1); };
         status = callWithList(device.target(), &OnvifTarget::createRules, list);
         presets = ask(device.target(), &OnvifTarget::getUsedPtzPresets).size();
-        ruleSets = device.engine().ruleSets();
+        ruleSets = static_cast<std::size_t>(device.engine().notReturned());
         return bytesOf(list);
     });
     EXPECT_EQ(status, 4u);
-    EXPECT_EQ(fuzz::platform().writes, 0u);
+    EXPECT_EQ(kit::platform().settings.writes, 0u);
     EXPECT_EQ(presets, kManyItems);
     EXPECT_EQ(ruleSets, kManyItems - 1);
 }
@@ -166,7 +166,7 @@ TEST_F(RuleListBombTest, findsNoneOfAHundredThousandUnknownNames)
         return bytesOf(list);
     });
     EXPECT_EQ(status, 5u);
-    EXPECT_EQ(fuzz::platform().writes, 10u);
+    EXPECT_EQ(kit::platform().settings.writes, 10u);
 }
 
 // n records with a preset of their own are n documents of up to n settings: what is written grows with the square,
@@ -179,14 +179,14 @@ TEST_F(RuleListBombTest, writesTheWholeDocumentForEachRecord)
         for (std::size_t i = 0; i < n; ++i) {
             list.push_back(component(nameOf(i), item("PtzPreset", "Preset" + std::to_string(i))));
         }
-        BombDevice device(PlainEngine::Content::kGrowing);
+        BombDevice device(Content::kReal);
         callWithList(device.target(), &OnvifTarget::createRules, list);
         return bytesOf(list);
     };
-    const HeapUse single = detonateOnce("items-1000-whole-writes", kRecords, bomb);
-    EXPECT_EQ(fuzz::platform().writes, kRecords);
-    const HeapUse twice = detonateOnce("items-2000-whole-writes", 2 * kRecords, bomb);
-    EXPECT_EQ(fuzz::platform().writes, 2 * kRecords);
+    const kit::HeapUse single = detonateOnce("items-1000-whole-writes", kRecords, bomb);
+    EXPECT_EQ(kit::platform().settings.writes, kRecords);
+    const kit::HeapUse twice = detonateOnce("items-2000-whole-writes", 2 * kRecords, bomb);
+    EXPECT_EQ(kit::platform().settings.writes, 2 * kRecords);
     EXPECT_LE(twice.bytes, single.bytes * 5);
     EXPECT_LE(twice.allocations, single.allocations * 5);
 }

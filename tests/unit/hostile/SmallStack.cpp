@@ -1,6 +1,6 @@
 #include "SmallStack.h"
 
-#include "HeapMeter.h"
+#include "kit/Heap.h"
 
 #include <algorithm>
 #include <pthread.h>
@@ -23,7 +23,7 @@ void* start(void* work)
 
 std::size_t stackBytes(std::size_t kib)
 {
-    const std::size_t asked = kib * 1024 * (heapIsMetered() ? 1 : kSanitizedFactor);
+    const std::size_t asked = kib * 1024 * (kit::heapIsWatched() ? 1 : kSanitizedFactor);
     const long least = sysconf(_SC_THREAD_STACK_MIN);
     return std::max(asked, static_cast<std::size_t>(std::max(least, 0L)));
 }

@@ -41,10 +41,10 @@ protected:
         detonate(
             name, size,
             [&](std::size_t n) {
-                fuzz::platform().document = document(n);
-                const std::size_t bytes = fuzz::platform().document.size();
+                kit::platform().settings.analytics() = document(n);
+                const std::size_t bytes = kit::platform().settings.analytics().size();
                 BombDevice device;
-                restored = device.engine().ruleSets();
+                restored = static_cast<std::size_t>(device.engine().notReturned());
                 rules = ask(device.target(), &OnvifTarget::getCurrentRules).size();
                 currentConfiguration(device.target());
                 return bytes;
@@ -52,7 +52,7 @@ protected:
             stackKib);
         EXPECT_EQ(restored, ruleSets);
         EXPECT_EQ(rules, ruleSets);
-        EXPECT_EQ(fuzz::platform().writes, 0u);
+        EXPECT_EQ(kit::platform().settings.writes, 0u);
     }
 };
 

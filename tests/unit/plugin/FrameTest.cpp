@@ -1,12 +1,13 @@
 #include "PluginTest.h"
 
 #include <cstdlib>
+#include <numeric>
 #include <stdexcept>
 
 namespace {
 
-using kit::FakeBuffer;
 using kit::FakeEngine;
+using kit::FrameBuffer;
 using kit::journal;
 using kit::platform;
 using kit::RotatedImages;
@@ -18,7 +19,7 @@ class FrameTest : public PluginTest {
 protected:
     void TearDown() override
     {
-        EXPECT_EQ(FakeBuffer::alive() - static_cast<int>(platform().host.pushed.size()), 0) << "buffers leak";
+        EXPECT_EQ(FrameBuffer::alive() - static_cast<int>(platform().framework.pushed.size()), 0) << "buffers leak";
         if (RotatedImages::countsFrees()) {
             EXPECT_EQ(RotatedImages::notReturned(), 0) << "rotated images leak";
         }
@@ -28,7 +29,7 @@ protected:
     /// The frame that the only engine saw for one image of that size.
     analytics_lib::YuvFrame seenBy(FakeEngine& engine, std::int32_t width, std::int32_t height)
     {
-        FakeBuffer* const buffer = FakeBuffer::image(8, 4);
+        FrameBuffer* const buffer = FrameBuffer::image(8, 4);
         buffer->format.values["width"] = width;
         buffer->format.values["height"] = height;
         engine.frames.clear();
@@ -44,17 +45,17 @@ TEST_F(FrameTest, pushesAnEmptyBufferOnAndDoesNothingElse)
     platform().offerAllServices();
     platform().positioning.available = true;
     build();
-    EXPECT_THAT(deliver(FakeBuffer::empty()), ElementsAre("bufferGetLength -> 0", "pushBuffer"));
-    EXPECT_THAT(platform().host.pushed, SizeIs(1));
+    EXPECT_THAT(deliver(FrameBuffer::empty()), ElementsAre("bufferGetLength -> 0", "pushBuffer"));
+    EXPECT_THAT(platform().framework.pushed, SizeIs(1));
 }
 
 TEST_F(FrameTest, passesTheVeryBufferOn)
 {
     build();
-    FakeBuffer* const buffer = FakeBuffer::empty();
+    FrameBuffer* const buffer = FrameBuffer::empty();
     deliver(buffer);
-    ASSERT_THAT(platform().host.pushed, SizeIs(1));
-    EXPECT_EQ(platform().host.pushed[0].get(), buffer);
+    ASSERT_THAT(platform().framework.pushed, SizeIs(1));
+    EXPECT_EQ(platform().framework.pushed[0].get(), buffer);
 }
 
 TEST_F(FrameTest, takesOneFrameThroughEveryStepInOrder)
@@ -72,7 +73,7 @@ TEST_F(FrameTest, takesOneFrameThroughEveryStepInOrder)
                                             "getMaxBufferSize", "onFrame Motion -> true", "returnFullDrawingBuffer 0",
                                             "returnFullMotionBuffer 0", "getTargetIds onvif_metadata_streamer -> true",
                                             "streamerInit(null, null, 1, null) -> 0", "buffer deleted"));
-    EXPECT_THAT(platform().host.pushed, IsEmpty()) << "a frame ends here";
+    EXPECT_THAT(platform().framework.pushed, IsEmpty()) << "a frame ends here";
 }
 
 TEST_F(FrameTest, passesFramesWithoutAnyEngine)
@@ -88,7 +89,7 @@ TEST_F(FrameTest, describesTheImageToTheEngines)
 {
     const auto engine = addEngine("Motion");
     build();
-    FakeBuffer* const buffer = FakeBuffer::image(8, 4);
+    FrameBuffer* const buffer = FrameBuffer::image(8, 4);
     buffer->format.values["bytesPerRow"] = 64;
     buffer->timestamps = {{1700000001U, 2U}, {3U, 4000000004U}};
     const std::uint8_t* const data = buffer->payload.data();
@@ -116,7 +117,7 @@ TEST_F(FrameTest, takesWhateverAMissingKeyYields)
 {
     const auto engine = addEngine("Motion");
     build();
-    FakeBuffer* const buffer = FakeBuffer::image(8, 4);
+    FrameBuffer* const buffer = FrameBuffer::image(8, 4);
     buffer->format.values.clear();
     deliver(buffer);
     ASSERT_THAT(engine->frames, SizeIs(1));
@@ -137,6 +138,19 @@ TEST_F(FrameTest, stampsThePosition)
     EXPECT_EQ(frame.zoom, 5U);
     EXPECT_EQ(frame.horizontalAngleOfView, 60000U);
     EXPECT_EQ(frame.verticalAngleOfView, 33750U);
+}
+
+TEST_F(FrameTest, stampsWhatAFailedPositionQueryWrote)
+{
+    const auto engine = addEngine("Motion");
+    platform().positioning.available = true;
+    platform().positioning.positionKnown = false;
+    platform().positioning.position = {1000U, -2000, 3U};
+    build();
+    const analytics_lib::YuvFrame frame = seenBy(*engine, 8, 4);
+    EXPECT_EQ(frame.pan, 1000U);
+    EXPECT_EQ(frame.tilt, -2000);
+    EXPECT_EQ(frame.zoom, 3U);
 }
 
 TEST_F(FrameTest, leavesThePositionZeroOnACameraThatCannotMove)
@@ -170,6 +184,7 @@ TEST_F(FrameTest, leavesThePositionZeroWhenThePositioningUnitDoesNotKnowIt)
     const auto engine = addEngine("Motion");
     platform().positioning.available = true;
     platform().positioning.positionKnown = false;
+    platform().positioning.writesPosition = false;
     platform().positioning.angleOfView = 60000;
     build();
     const analytics_lib::YuvFrame frame = seenBy(*engine, 8, 4);
@@ -265,25 +280,27 @@ TEST_F(FrameTest, turnsTheImageForEveryEngineAndFreesItOnce)
         const char* call;
         std::uint64_t width;
         std::uint64_t height;
-        std::uint8_t mark;
+        std::uint8_t corner; ///< luma that stands at the top left then
     };
-    for (const Turn& turn : {Turn{90, "rotate90 8x4", 4, 8, 90}, Turn{180, "rotate180 8x4", 8, 4, 180},
-                             Turn{270, "rotate270 8x4", 4, 8, 27}}) {
-        platform().reset();
+    for (const Turn& turn : {Turn{90, "rotate90 8x4", 4, 8, 24}, Turn{180, "rotate180 8x4", 8, 4, 31},
+                             Turn{270, "rotate270 8x4", 4, 8, 7}}) {
+        kit::resetPlatform();
         const auto first = addEngine("First");
         const auto second = addEngine("Second");
-        std::uint8_t seenMark = 0;
+        std::uint8_t seenCorner = 0;
         int freedBeforeTheLastEngine = -1;
         second->frameScript = [&](const analytics_lib::YuvFrame& frame, MetadataBuffers&) {
-            seenMark = frame.data[0];
+            seenCorner = frame.data[0];
             freedBeforeTheLastEngine = RotatedImages::freed();
             return true;
         };
         orient(turn.degrees);
         build();
-        deliverFrame();
+        FrameBuffer* const buffer = FrameBuffer::image(8, 4);
+        std::iota(buffer->payload.begin(), buffer->payload.end(), std::uint8_t{0});
+        deliver(buffer);
         EXPECT_THAT(journal().startingWith("rotate"), ElementsAre(turn.call));
-        EXPECT_EQ(seenMark, turn.mark);
+        EXPECT_EQ(seenCorner, turn.corner);
         EXPECT_EQ(freedBeforeTheLastEngine, 0);
         ASSERT_THAT(second->frames, SizeIs(1));
         EXPECT_EQ(second->frames[0].width, turn.width);
@@ -350,11 +367,11 @@ TEST_F(FrameTest, freesATurnedImageBeforeTheOutputsGoBack)
 TEST_F(FrameTest, leavesTheImageAloneAtEveryOtherAngle)
 {
     for (const unsigned int degrees : {0U, 45U, 89U, 91U, 360U, 450U, 4294967206U}) {
-        platform().reset();
+        kit::resetPlatform();
         const auto engine = addEngine("Motion");
         orient(degrees);
         build();
-        FakeBuffer* const buffer = FakeBuffer::image(8, 4);
+        FrameBuffer* const buffer = FrameBuffer::image(8, 4);
         const std::uint8_t* const data = buffer->payload.data();
         deliver(buffer);
         EXPECT_THAT(journal().startingWith("rotate"), IsEmpty()) << degrees;

@@ -63,13 +63,13 @@ TEST_F(LifecycleTest, opensNoMetadataStreamBeforeTheFirstFrame)
 TEST_F(LifecycleTest, handsTheConfigurationToItsBase)
 {
     construct();
-    EXPECT_EQ(platform().host.filterConfiguration, &configuration);
+    EXPECT_EQ(platform().framework.filterConfiguration, &configuration);
 }
 
 TEST_F(LifecycleTest, needsNoEnvironment)
 {
     plugin.reset(createDetectionPlugin(nullptr, configuration));
-    EXPECT_THAT(platform().host.serving, SizeIs(1));
+    EXPECT_THAT(platform().framework.serving, SizeIs(1));
 }
 
 TEST_F(LifecycleTest, givesItsLogHandleToEnginesAndRunner)
@@ -77,10 +77,10 @@ TEST_F(LifecycleTest, givesItsLogHandleToEnginesAndRunner)
     construct();
     EXPECT_NE(platform().logging.initHandle, nullptr);
     EXPECT_EQ(platform().engineLibrary.logContext, platform().logging.initHandle);
-    ASSERT_THAT(platform().host.serving, SizeIs(1));
-    EXPECT_EQ(platform().host.serving[0].logHandle, platform().logging.initHandle);
-    EXPECT_EQ(platform().host.serving[0].serviceName, "onvif_analytic_service");
-    EXPECT_NE(platform().host.serving[0].target, nullptr);
+    ASSERT_THAT(platform().framework.serving, SizeIs(1));
+    EXPECT_EQ(platform().framework.serving[0].logHandle, platform().logging.initHandle);
+    EXPECT_EQ(platform().framework.serving[0].serviceName, "onvif_analytic_service");
+    EXPECT_NE(platform().framework.serving[0].target, nullptr);
 }
 
 TEST_F(LifecycleTest, goesOnWhateverLoggingAnswers)
@@ -95,7 +95,7 @@ TEST_F(LifecycleTest, passesANullLogHandleOnWhenNoneWasWritten)
     platform().logging.initWritesHandle = false;
     construct();
     EXPECT_EQ(platform().engineLibrary.logContext, nullptr);
-    EXPECT_EQ(platform().host.serving[0].logHandle, nullptr);
+    EXPECT_EQ(platform().framework.serving[0].logHandle, nullptr);
     plugin.reset();
     EXPECT_THAT(platform().logging.closedHandles, ElementsAre(nullptr));
 }
@@ -183,9 +183,9 @@ TEST_F(LifecycleTest, closesTheLogHandleThatItOpened)
 TEST_F(LifecycleTest, servesUntilItsMembersGo)
 {
     construct();
-    EXPECT_THAT(platform().host.serving, SizeIs(1));
+    EXPECT_THAT(platform().framework.serving, SizeIs(1));
     plugin.reset();
-    EXPECT_THAT(platform().host.serving, IsEmpty());
+    EXPECT_THAT(platform().framework.serving, IsEmpty());
 }
 
 TEST_F(LifecycleTest, losesWhatIsLoggedOnceTheHandleIsClosed)
@@ -264,7 +264,7 @@ TEST_F(LifecycleTest, releasesTargetAndEnginesWhenTheRunnerCannotBeMade)
     EXPECT_THAT(journal().all(), ElementsAre("clearAllRules Motion", "target base destroyed", "engine Motion destroyed",
                                              "filterDestroyed"));
     EXPECT_THAT(platform().logging.closedHandles, IsEmpty());
-    EXPECT_THAT(platform().host.serving, IsEmpty());
+    EXPECT_THAT(platform().framework.serving, IsEmpty());
 }
 
 TEST_F(LifecycleTest, passesTheExceptionOfItsBaseOn)

@@ -117,8 +117,8 @@ TEST_F(MetadataTest, returnsBothBuffersOfEveryFrameAlsoWhenNothingWasWritten)
 
 TEST_F(MetadataTest, passesNullBuffersOn)
 {
-    platform().transmitter.lendsDrawing = false;
-    platform().transmitter.lendsMotion = false;
+    platform().transmitter.givesDrawing = false;
+    platform().transmitter.givesMotion = false;
     engine->frameScript = FakeEngine::writes(0, 3);
     const auto second = addEngine("Second");
     build();

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "kit/FakeBuffer.h"
-#include "kit/FakeFramework.h"
+#include "kit/HostSeam.h"
 #include "kit/PlatformTest.h"
 #include "plugin/DetectionPlugin.h"
 
@@ -42,7 +41,7 @@ protected:
         return kit::journal().all();
     }
 
-    Lines deliverFrame(int width = 8, int height = 4) { return deliver(kit::FakeBuffer::image(width, height)); }
+    Lines deliverFrame(int width = 8, int height = 4) { return deliver(kit::FrameBuffer::image(width, height)); }
 
     /// Lets the device report that orientation from the start.
     static void orient(unsigned int degrees)

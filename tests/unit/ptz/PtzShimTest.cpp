@@ -140,9 +140,9 @@ TEST_F(PtzShimTest, leavesTheLocationOfAnUnknownPresetToThePositioningUnit)
     int tilt = 2;
     unsigned int zoom = 3;
     shim.GetPresetLocation("Nowhere", pan, tilt, zoom);
-    EXPECT_EQ(pan, 1U);
-    EXPECT_EQ(tilt, 2);
-    EXPECT_EQ(zoom, 3U);
+    EXPECT_EQ(pan, 777U);
+    EXPECT_EQ(tilt, -777);
+    EXPECT_EQ(zoom, 777U);
     EXPECT_THAT(journal().all(), ElementsAre("getPresetLocation Nowhere -> false"));
 }
 

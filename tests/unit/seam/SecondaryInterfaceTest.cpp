@@ -1,5 +1,4 @@
-#include "kit/FakeBuffer.h"
-#include "kit/FakeFramework.h"
+#include "kit/HostSeam.h"
 #include "kit/PlatformTest.h"
 #include "korva/meridan/BasicFilterPlugin.h"
 #include "plugin/DetectionPlugin.h"
@@ -8,7 +7,7 @@
 
 namespace {
 
-using kit::FakeBuffer;
+using kit::FrameBuffer;
 using kit::journal;
 using kit::platform;
 using korva::meridan::BasicFilterPlugin;
@@ -57,22 +56,22 @@ TEST_F(SecondaryInterfaceTest, theThreeSidesHaveThreeAddresses)
 
 TEST_F(SecondaryInterfaceTest, deliversThroughTheSinkSide)
 {
-    sink->OnBuffer(nullptr, FakeBuffer::empty());
+    sink->OnBuffer(nullptr, FrameBuffer::empty());
     EXPECT_THAT(journal().all(), ElementsAre("bufferGetLength -> 0", "pushBuffer"));
-    sink->OnBuffer(nullptr, FakeBuffer::image(8, 4));
+    sink->OnBuffer(nullptr, FrameBuffer::image(8, 4));
     EXPECT_EQ(journal().all().back(), "buffer deleted");
-    EXPECT_EQ(platform().host.pushed.size(), 1U);
+    EXPECT_EQ(platform().framework.pushed.size(), 1U);
 }
 
 TEST_F(SecondaryInterfaceTest, deliversThroughThePrimaryTable)
 {
-    base->OnBuffer(nullptr, FakeBuffer::empty());
+    base->OnBuffer(nullptr, FrameBuffer::empty());
     EXPECT_EQ(journal().count("pushBuffer"), 1U);
 }
 
 TEST_F(SecondaryInterfaceTest, connectsThroughTheSourceSide)
 {
-    kit::FakeSink other;
+    kit::DeletingSink other;
     source->OnConnectToSink(&other);
     source->OnConnectToSink("video", &other);
     source->OnDisconnectSink(&other);
@@ -81,7 +80,7 @@ TEST_F(SecondaryInterfaceTest, connectsThroughTheSourceSide)
 
 TEST_F(SecondaryInterfaceTest, connectsThroughThePrimaryTable)
 {
-    kit::FakeSink other;
+    kit::DeletingSink other;
     base->OnConnectToSink(&other);
     base->OnConnectToSink("video", &other);
     base->OnDisconnectSink(nullptr);

@@ -25,13 +25,13 @@ protected:
     static Settings load(const std::string& document)
     {
         store(document);
-        return Settings(kit::FakePlatform::logHandle());
+        return Settings(kit::Platform::logHandle());
     }
 
     /// Settings that a default document began with; the journal is empty afterwards.
     static Settings fresh()
     {
-        Settings settings(kit::FakePlatform::logHandle());
+        Settings settings(kit::Platform::logHandle());
         kit::journal().clear();
         return settings;
     }

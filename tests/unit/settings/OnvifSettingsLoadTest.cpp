@@ -1,6 +1,6 @@
 // Starting from what the settings store holds.
 #include "OnvifSettingsFixture.h"
-#include "OnvifSettingsHeap.h"
+#include "kit/Heap.h"
 
 #include "ravel/RavelApiException.h"
 
@@ -18,7 +18,7 @@ using OnvifSettingsLoadTest = OnvifSettingsTest;
 
 TEST_F(OnvifSettingsLoadTest, registersTheDefaultDocumentBeforeItReads)
 {
-    const Settings settings(kit::FakePlatform::logHandle());
+    const Settings settings(kit::Platform::logHandle());
     EXPECT_THAT(takeAll(),
                 ElementsAre("settingsSetDefault OnvifAnalytics [] -> 0", "settingsGetJson OnvifAnalytics -> 0"));
     EXPECT_THAT(settings.GetAllKeys(), IsEmpty());
@@ -175,7 +175,7 @@ TEST_F(OnvifSettingsLoadTest, survivesAnyOtherFailureWhileReading)
     store(document);
     Settings settings = fresh();
     {
-        const RefusedSizes heap(kText, kText + 8);
+        const kit::RefusedSizes heap(kText, kText + 8);
         settings.Load();
     }
     EXPECT_THAT(takeLogs(), ElementsAre("log 3 \"Caught OnvifSettings load json exception\""));

@@ -1,6 +1,6 @@
 // Activation, and the lines that name the rules of what is activated.
 
-#include "kit/HeapWatch.h"
+#include "kit/Heap.h"
 #include "unit/settings/RuleSetMapFixture.h"
 
 namespace korva::meridan::tests {

@@ -72,7 +72,7 @@ protected:
     void givenNull(const std::string& key) { RuleSetMapPeer::put(map, key, nullptr); }
 
     kit::FakeEngine engine{"Motion"};
-    RuleSetMap map{kit::FakePlatform::logHandle()};
+    RuleSetMap map{kit::Platform::logHandle()};
 };
 
 } // namespace korva::meridan::tests

@@ -125,7 +125,7 @@ TEST_F(RuleSetMapHandBackTest, forgetsEverythingOnClearWithoutCallingTheEngine)
 TEST_F(RuleSetMapHandBackTest, callsNoEngineWhenItIsDestroyed)
 {
     {
-        RuleSetMap shortLived(kit::FakePlatform::logHandle());
+        RuleSetMap shortLived(kit::Platform::logHandle());
         ASSERT_TRUE(shortLived.restoreFullConfig(&engine, "MotionP1", "text"));
         journal().clear();
     }

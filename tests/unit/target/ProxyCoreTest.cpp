@@ -16,7 +16,7 @@ using ProxyCoreTest = ProxyTargetTest;
 
 void* logHandle()
 {
-    return kit::FakePlatform::logHandle();
+    return kit::Platform::logHandle();
 }
 
 TEST_F(ProxyCoreTest, loadsTheStoredSettingsAtOnce)
@@ -247,7 +247,7 @@ TEST_F(ProxyCoreTest, stillMergesTheStoredConfigurationsAfterDefaultsWereRestore
     startFixed({motion});
     proxy->restoreDefaultSettings();
 
-    EXPECT_EQ(currentConfiguration(), configuration("Motion").text());
+    EXPECT_EQ(currentConfiguration(), kit::merged(configuration("Motion")));
 }
 
 TEST_F(ProxyCoreTest, restoresDefaultsWithoutEngines)

@@ -51,7 +51,7 @@ TEST_F(ProxyDeleteTest, keepsTheKeysOtherRulesAliveUntilTheNextStart)
 
     restart(false, {motion});
     EXPECT_THAT(currentRules(), IsEmpty());
-    EXPECT_EQ(currentConfiguration(), document({}, {}));
+    EXPECT_EQ(currentConfiguration(), kit::merged(document({}, {})));
 }
 
 TEST_F(ProxyDeleteTest, deletesModulesByNameToo)
@@ -134,7 +134,7 @@ TEST_F(ProxyDeleteTest, leavesTheStoredTextWholeAndTheLiveRuleSetReducedWhenOneN
                             "#2 getFullConfig", "activateRuleSet Motion #2 -> true"));
     EXPECT_THAT(currentRules(), IsEmpty());
     EXPECT_EQ(storedNow(), storedDocument({{"Motion", configuration("Motion")}}));
-    EXPECT_EQ(currentConfiguration(), configuration("Motion").text());
+    EXPECT_EQ(currentConfiguration(), kit::merged(configuration("Motion")));
 }
 
 TEST_F(ProxyDeleteTest, bringsAPartlyDeletedRuleBackWithTheNextStart)

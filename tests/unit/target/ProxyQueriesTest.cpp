@@ -1,6 +1,6 @@
 // The read-only side: what engines can do, what is configured, and the document of all engines.
 
-#include "kit/HeapWatch.h"
+#include "kit/Heap.h"
 #include "unit/target/ProxyTargetFixture.h"
 
 namespace korva::meridan::tests {
@@ -168,9 +168,10 @@ TEST_F(ProxyQueriesTest, mergesNothingToTheHeadersAndFootersAlone)
     startFixed({});
 
     EXPECT_EQ(currentConfiguration(),
-              "<tt:VideoAnalyticsConfiguration><tt:AnalyticsEngineConfiguration></tt:AnalyticsEngineConfiguration>"
-              "<tt:RuleEngineConfiguration></tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>");
-    EXPECT_EQ(presetConfiguration("P1"), document({}, {}));
+              "<tt:VideoAnalyticsConfiguration xmlns:tt=\"http://www.onvif.org/ver10/schema\">"
+              "<tt:AnalyticsEngineConfiguration ></tt:AnalyticsEngineConfiguration >"
+              "<tt:RuleEngineConfiguration ></tt:RuleEngineConfiguration ></tt:VideoAnalyticsConfiguration >");
+    EXPECT_EQ(presetConfiguration("P1"), kit::merged(document({}, {})));
     EXPECT_THAT(takeAll(), IsEmpty());
 }
 
@@ -181,8 +182,8 @@ TEST_F(ProxyQueriesTest, mergesTheStoredConfigurationsOfAllEnginesModulesFirst)
     stored({{"Line", ofLine}, {"Motion", ofMotion}});
     startFixed({motion, line});
 
-    EXPECT_EQ(currentConfiguration(),
-              document({module("Motion", "M2"), module("Line", "M1")}, {rule("Motion", "R2"), rule("Line", "R1")}));
+    EXPECT_EQ(currentConfiguration(), kit::merged(document({module("Motion", "M2"), module("Line", "M1")},
+                                                           {rule("Motion", "R2"), rule("Line", "R1")})));
     EXPECT_THAT(takeAll(),
                 ElementsAre(activeKeyLine("Motion"),
                             "log 6 \"mergeConfigurations Key Motion: config " + ofMotion + "\"", activeKeyLine("Line"),
@@ -194,7 +195,7 @@ TEST_F(ProxyQueriesTest, mergesTheConfigurationsOfANamedPreset)
     stored({{"Motion", configuration("Motion")}, {"MotionP1", configuration("Motion").preset("P1")}});
     startFixed({motion, line});
 
-    EXPECT_EQ(presetConfiguration("P1"), configuration("Motion").preset("P1").text());
+    EXPECT_EQ(presetConfiguration("P1"), kit::merged(configuration("Motion").preset("P1")));
     EXPECT_THAT(takeAll(), ElementsAre("log 6 \"mergeConfigurations Key MotionP1: config " +
                                            configuration("Motion").preset("P1").text() + "\"",
                                        "log 7 \"Could not find setting LineP1\"",
@@ -207,8 +208,8 @@ TEST_F(ProxyQueriesTest, namesThePresetAlsoForTheEngineNamedSimple)
     startMovable({simple});
     arriveAt("P1");
 
-    EXPECT_EQ(presetConfiguration("P1"), configuration("Simple").preset("P1").text());
-    EXPECT_EQ(currentConfiguration(), configuration("Simple").text());
+    EXPECT_EQ(presetConfiguration("P1"), kit::merged(configuration("Simple").preset("P1")));
+    EXPECT_EQ(currentConfiguration(), kit::merged(configuration("Simple")));
 }
 
 TEST_F(ProxyQueriesTest, takesAnEmptyPresetForTheCurrentPosition)
@@ -217,7 +218,7 @@ TEST_F(ProxyQueriesTest, takesAnEmptyPresetForTheCurrentPosition)
     startMovable({motion});
     arriveAt("P1");
 
-    EXPECT_EQ(presetConfiguration(""), configuration("Motion").preset("P1").text());
+    EXPECT_EQ(presetConfiguration(""), kit::merged(configuration("Motion").preset("P1")));
     EXPECT_EQ(presetConfiguration(""), currentConfiguration());
 }
 
@@ -227,7 +228,7 @@ TEST_F(ProxyQueriesTest, mergesWhatIsStoredUnderTheEmptyKeyForEveryEngineWhileTh
     startFixed({motion, line});
     proxy->handlePositioningMotionStateEvent(true);
 
-    EXPECT_EQ(currentConfiguration(), document({}, {}));
+    EXPECT_EQ(currentConfiguration(), kit::merged(document({}, {})));
 
     EXPECT_THAT(takeLogs(),
                 ElementsAre(activeKeyLine(""), "log 7 \"Could not find setting \"",
@@ -241,7 +242,7 @@ TEST_F(ProxyQueriesTest, mergesOnlyWhatIsStored)
     given(configuration("Motion"));
     motion->ruleSet(2)->setContent(configuration("Motion").add(rule("Motion", "R9")));
 
-    EXPECT_EQ(currentConfiguration(), configuration("Motion").text());
+    EXPECT_EQ(currentConfiguration(), kit::merged(configuration("Motion")));
 }
 
 TEST_F(ProxyQueriesTest, mergesThroughTheOperationThatBothQueriesUse)
@@ -249,7 +250,7 @@ TEST_F(ProxyQueriesTest, mergesThroughTheOperationThatBothQueriesUse)
     stored({{"MotionP1", configuration("Motion").preset("P1")}});
     startFixed({motion});
 
-    EXPECT_EQ(takeText(proxy->mergeConfigurations("P1")), configuration("Motion").preset("P1").text());
+    EXPECT_EQ(takeText(proxy->mergeConfigurations("P1")), kit::merged(configuration("Motion").preset("P1")));
 }
 
 } // namespace

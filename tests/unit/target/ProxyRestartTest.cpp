@@ -21,7 +21,7 @@ TEST_F(ProxyRestartTest, findsEveryStoredConfigurationAgain)
     EXPECT_THAT(currentRules(), ElementsAre(rule("Line", "R1").preset("P1").active("true").text(),
                                             rule("Motion", "R1").preset("P1").active("true").text(),
                                             rule("Motion", "R1").preset("P2").active("true").text()));
-    EXPECT_EQ(currentConfiguration(), configuration("Motion").preset("P2").text());
+    EXPECT_EQ(currentConfiguration(), kit::merged(configuration("Motion").preset("P2")));
 }
 
 TEST_F(ProxyRestartTest, bringsTheStoredConfigurationsBackAfterDefaultsWereRestored)
@@ -46,7 +46,7 @@ TEST_F(ProxyRestartTest, knowsNoUsedPresetAtFirst)
     restart(true, {motion});
 
     EXPECT_THAT(usedPresets(), IsEmpty());
-    EXPECT_EQ(presetConfiguration("P1"), configuration("Motion").preset("P1").text());
+    EXPECT_EQ(presetConfiguration("P1"), kit::merged(configuration("Motion").preset("P1")));
 }
 
 TEST_F(ProxyRestartTest, restoresTheEmptyTextOfADeletedRulesKey)

@@ -162,7 +162,7 @@ protected:
 private:
     void start(bool positioning, const Engines& engines)
     {
-        proxy = std::make_unique<ProxyTarget>(kit::FakePlatform::logHandle(), positioning);
+        proxy = std::make_unique<ProxyTarget>(kit::Platform::logHandle(), positioning);
         proxy->setAnalyticLibs(engines);
         journal().clear();
     }

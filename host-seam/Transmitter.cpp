@@ -1,0 +1,66 @@
+#include "korva/meridan/MetadataTransmitter.h"
+
+#include "host-seam/Journal.h"
+#include "host-seam/Platform.h"
+
+int host_seam::Transmitter::notReturned() const
+{
+    return drawingGiven + motionGiven - static_cast<int>(drawingReturned.size() + motionReturned.size());
+}
+
+namespace korva::meridan {
+
+using host_seam::journal;
+using host_seam::Part;
+using host_seam::platform;
+
+MetadataTransmitter& MetadataTransmitter::instance()
+{
+    static MetadataTransmitter transmitter;
+    return transmitter;
+}
+
+std::uint8_t* MetadataTransmitter::GetEmptyDrawingBuffer()
+{
+    platform().reached("getEmptyDrawingBuffer");
+    host_seam::Transmitter& fake = platform().transmitter;
+    journal().add(Part::Transmitter, "getEmptyDrawingBuffer", fake.givesDrawing ? "" : " -> null");
+    ++fake.drawingGiven;
+    return fake.givesDrawing ? fake.drawing.data() : nullptr;
+}
+
+std::uint8_t* MetadataTransmitter::GetEmptyMotionBuffer()
+{
+    platform().reached("getEmptyMotionBuffer");
+    host_seam::Transmitter& fake = platform().transmitter;
+    journal().add(Part::Transmitter, "getEmptyMotionBuffer", fake.givesMotion ? "" : " -> null");
+    ++fake.motionGiven;
+    return fake.givesMotion ? fake.motion.data() : nullptr;
+}
+
+std::uint32_t MetadataTransmitter::GetMaxBufferSize() const
+{
+    platform().reached("getMaxBufferSize");
+    journal().add(Part::Transmitter, "getMaxBufferSize");
+    return platform().transmitter.maxBufferSize;
+}
+
+void MetadataTransmitter::ReturnFullDrawingBuffer(unsigned int usedBytes)
+{
+    platform().reached("returnFullDrawingBuffer");
+    journal().add(Part::Transmitter, "returnFullDrawingBuffer ", usedBytes);
+    if (journal().recording()) {
+        platform().transmitter.drawingReturned.push_back(usedBytes);
+    }
+}
+
+void MetadataTransmitter::ReturnFullMotionBuffer(unsigned int usedBytes)
+{
+    platform().reached("returnFullMotionBuffer");
+    journal().add(Part::Transmitter, "returnFullMotionBuffer ", usedBytes);
+    if (journal().recording()) {
+        platform().transmitter.motionReturned.push_back(usedBytes);
+    }
+}
+
+} // namespace korva::meridan
