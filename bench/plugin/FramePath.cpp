@@ -1,4 +1,4 @@
-#include "bench/plugin/StubHost.h"
+#include "bench/plugin/BenchHost.h"
 
 #include <benchmark/benchmark.h>
 

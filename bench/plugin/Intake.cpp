@@ -1,8 +1,8 @@
 // One accepted configuration through the served target, beside the passes over the same text that it
 // cannot do without.
 
+#include "bench/plugin/BenchHost.h"
 #include "bench/plugin/Documents.h"
-#include "bench/plugin/StubHost.h"
 
 #include "target/ConfigurationXml.h"
 #include "json/Array.h"

@@ -1,5 +1,5 @@
+#include "bench/plugin/BenchHost.h"
 #include "bench/plugin/Documents.h"
-#include "bench/plugin/StubHost.h"
 
 #include "json/Array.h"
 #include "json/Object.h"

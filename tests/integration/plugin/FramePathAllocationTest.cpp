@@ -1,8 +1,7 @@
 #include "ModuleTest.h"
 
-#include "kit/HeapWatch.h"
-#include "korva/meridan/Buffer.h"
-#include "korva/meridan/BufferFormat.h"
+#include "kit/Heap.h"
+#include "kit/PlainBuffer.h"
 
 namespace {
 
@@ -11,42 +10,18 @@ using kit::allocationsOfThisThread;
 using kit::journal;
 using kit::platform;
 
-/// Answers from plain memory, so that what is counted is the plug-in's.
-class PlainBuffer : public korva::meridan::Buffer, private korva::meridan::BufferFormat {
-public:
-    std::size_t GetLength() const override { return sizeof(_image); }
-    const korva::meridan::BufferFormat& GetFormat() const override { return *this; }
-    std::uint8_t* GetData() const override { return _image; }
-    const std::uint32_t* GetTimestamp() const override { return _timestamp; }
-
-private:
-    std::int32_t GetInt(const std::string& key) const override { return key == "height" ? 4 : 8; }
-
-    mutable std::uint8_t _image[48] = {};
-    std::uint32_t _timestamp[2] = {1700000000U, 1U};
-};
-
-/// An engine that does nothing but write what needs no memory.
-class PlainEngine : public kit::FakeEngine {
-public:
-    PlainEngine() : FakeEngine("Plain") {}
-
-    bool onFrame(const analytics_lib::YuvFrame&, MetadataBuffers& outputs) override
-    {
-        outputs.drawingBufferUsed = 4;
-        outputs.motionBufferUsed = 2;
-        outputs.metadataXml = "<a/>"; // fits into the string itself
-        ++calls;
-        return true;
-    }
-
-    int calls = 0;
-};
-
 class FramePathAllocation : public ModuleTest {
 protected:
     FramePathAllocation()
     {
+        // What needs no memory: the text fits into the string itself.
+        plain->frameScript = [this](const analytics_lib::YuvFrame&, MetadataBuffers& outputs) {
+            outputs.drawingBufferUsed = 4;
+            outputs.motionBufferUsed = 2;
+            outputs.metadataXml = "<a/>";
+            ++calls;
+            return true;
+        };
         platform().engineLibrary.engines = {plain, plain};
         platform().targetIds["onvif_metadata_streamer"] = {"streamer0"};
     }
@@ -54,13 +29,14 @@ protected:
     /// Blocks that one frame asked the heap for, the buffer itself apart.
     std::size_t allocationsOfOneFrame()
     {
-        auto* const buffer = new PlainBuffer;
+        auto* const buffer = new kit::PlainBuffer;
         const std::size_t before = allocationsOfThisThread();
         deliver(buffer);
         return allocationsOfThisThread() - before;
     }
 
-    std::shared_ptr<PlainEngine> plain = std::make_shared<PlainEngine>();
+    std::shared_ptr<kit::FakeEngine> plain = std::make_shared<kit::FakeEngine>("Plain");
+    int calls = 0;
 };
 
 TEST_F(FramePathAllocation, isNoneOnceTheStreamIsOpen)
@@ -69,12 +45,12 @@ TEST_F(FramePathAllocation, isNoneOnceTheStreamIsOpen)
         GTEST_SKIP() << "a sanitizer's allocator is not counted";
     }
     startQuietly();
-    deliver(new PlainBuffer); // opens the stream
+    deliver(new kit::PlainBuffer); // opens the stream
     journal().record(false);
     for (int i = 0; i < 10; ++i) {
         EXPECT_EQ(allocationsOfOneFrame(), 0U);
     }
-    EXPECT_EQ(plain->calls, 22);
+    EXPECT_EQ(calls, 22);
 }
 
 TEST_F(FramePathAllocation, isNoneOnAPtzCameraEither)
@@ -84,7 +60,7 @@ TEST_F(FramePathAllocation, isNoneOnAPtzCameraEither)
     }
     platform().positioning.available = true;
     startQuietly();
-    deliver(new PlainBuffer);
+    deliver(new kit::PlainBuffer);
     journal().record(false);
     EXPECT_EQ(allocationsOfOneFrame(), 0U);
 }

@@ -3,15 +3,13 @@
 #include "korva/meridan/PipelinePlugin.h"
 #include "ravel/RavelApiAnalyticsTargetImplBase.h"
 
-#include <boost/shared_ptr.hpp>
-
-#include <cstdint>
 #include <memory>
 #include <string>
 
 namespace bench {
 
-/// Builds a plug-in from the module under measurement; the module stays loaded.
+/// Builds a plug-in from the module under measurement; the module stays loaded. The camera can move, so that every
+/// frame is stamped; the only service is the metadata streamer; the engine, "Stub", takes everything.
 std::unique_ptr<korva::meridan::PipelinePlugin> buildPlugin();
 
 /// The target that the last built plug-in serves.
