@@ -26,6 +26,10 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/platform/" DESTINATION include/detectio
   FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/plugin/analytics" DESTINATION include/detection/plugin COMPONENT dev
   FILES_MATCHING PATTERN "*.h")
+# A host in memory, as source: it is compiled into the program that loads the module.
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/host-seam" DESTINATION share/detection-plugin COMPONENT dev)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/host" DESTINATION share/doc/detection-plugin-dev/examples
+  COMPONENT dev)
 # Nothing in it depends on the architecture, so it stands where every architecture's search ends.
 set(config_directory share/cmake/detection-plugin)
 configure_package_config_file("${packaging}/detection-plugin-config.cmake.in"
@@ -84,7 +88,8 @@ set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "detection-plugin (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "detection plug-in's interface for engines and firmware
 Declarations of the analytics engine interface, of the pipeline framework and
 of the services that the plug-in calls, with a CMake package:
-find_package(detection-plugin) gives the target detection::seam.")
+find_package(detection-plugin) gives the target detection::seam.
+A host that answers every symbol from memory comes as source.")
 
 include(CPack)
 

@@ -1,9 +1,10 @@
 // Loads the installed module as a pipeline process does: builds the plug-in, configures it, shows it frames.
 
 #include "CountingEngine.h"
-#include "support/fakes/FakeBuffer.h"
-#include "support/fakes/FakeFramework.h"
-#include "support/fakes/FakePlatform.h"
+#include "host-seam/FrameBuffer.h"
+#include "host-seam/Framework.h"
+#include "host-seam/Journal.h"
+#include "host-seam/Platform.h"
 
 #include <korva/meridan/BasicFilterPlugin.h>
 #include <ravel/RavelApiAnalyticsTargetImplBase.h>
@@ -16,8 +17,8 @@
 
 namespace {
 
+using host_seam::platform;
 using korva::meridan::PipelinePlugin;
-using support::platform;
 
 constexpr unsigned int kFrames = 3;
 const char* const kConfiguration =
@@ -35,7 +36,7 @@ void require(bool condition, const char* what)
 korva::meridan::PluginManager::Factory factoryOf(const char* module)
 {
     require(dlopen(module, RTLD_NOW | RTLD_LOCAL) != nullptr, "the module does not load");
-    const auto& factories = support::pluginFactories();
+    const auto& factories = host_seam::pluginFactories();
     require(factories.size() == 1 && factories.front().first == "DetectionPlugin", "it registers no DetectionPlugin");
     return factories.front().second;
 }
@@ -43,17 +44,17 @@ korva::meridan::PluginManager::Factory factoryOf(const char* module)
 void use(korva::meridan::PluginManager::Factory create)
 {
     auto engine = std::make_shared<CountingEngine>();
-    platform().reset();
+    host_seam::journal().record(true);
     platform().offerAllServices();
     platform().engineLibrary.engines.push_back(engine);
 
     korva::meridan::MeridanEnv environment;
     const korva::meridan::IPluginConfiguration configuration;
     const std::unique_ptr<PipelinePlugin> plugin(create(&environment, configuration));
-    require(platform().host.serving.size() == 1, "no target is served");
+    require(platform().framework.serving.size() == 1, "no target is served");
 
     unsigned char failed = 1;
-    const int status = platform().host.serving.front().target->setConfiguration(kConfiguration, &failed);
+    const int status = platform().framework.serving.front().target->setConfiguration(kConfiguration, &failed);
     require(status == 0 && failed == 0, "the configuration is refused");
     require(platform().settings.analytics().find("Counter") != std::string::npos, "the configuration is not stored");
     require(engine->activations > 0, "the configuration is not active");
@@ -61,7 +62,7 @@ void use(korva::meridan::PluginManager::Factory create)
     auto* const filter = dynamic_cast<korva::meridan::SinkSide*>(plugin.get());
     require(filter != nullptr, "the plug-in takes no buffers");
     for (unsigned int frame = 0; frame < kFrames; ++frame) {
-        filter->OnBuffer(nullptr, support::FakeBuffer::image(16, 8));
+        filter->OnBuffer(nullptr, host_seam::FrameBuffer::image(16, 8));
     }
     require(engine->frames == kFrames, "frames get lost");
     require(platform().streamer.sent.size() == kFrames, "metadata gets lost");
