@@ -1,0 +1,17 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <cstddef>
+#include <string>
+
+namespace camera::base {
+
+/**
+ * Reads one JSON document: no key twice, no comma too many, nothing behind it, at most 16 levels deep. Comments are
+ * skipped. Strings may hold any bytes.
+ * @throws std::invalid_argument with one line that says what is wrong and where.
+ */
+Json::Value readStrictJson(const std::string& document, std::size_t mostBytes);
+
+} // namespace camera::base
