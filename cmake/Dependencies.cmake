@@ -12,7 +12,6 @@ pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
 if(DETECTION_BUILD_CAMERA)
   pkg_check_modules(AV REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil libswscale libavdevice)
   pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
-  find_package(toml11 REQUIRED)
   pkg_check_modules(SDBUS REQUIRED IMPORTED_TARGET sdbus-c++>=1.2)
   # Debian's per-module packages bring no configuration file: that stands in a package that pulls in all of OpenCV.
   find_path(OPENCV_INCLUDE_DIR opencv2/video.hpp PATH_SUFFIXES opencv4 REQUIRED)

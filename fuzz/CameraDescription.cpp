@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     try {
-        const CameraDescription description = camera::ptz::parseDescription(text, "fuzz.toml");
+        const CameraDescription description = camera::ptz::parseDescription(text, "fuzz.json");
         if (description.movable) {
             checkAxis(description.pan);
             checkAxis(description.tilt);
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     } catch (const std::invalid_argument& refused) {
         const std::string_view sentence = refused.what();
-        fuzz::check(sentence.find("fuzz.toml") != std::string_view::npos, "a refusal names the file");
+        fuzz::check(sentence.find("fuzz.json") != std::string_view::npos, "a refusal names the file");
     }
     return 0;
 }

@@ -6,7 +6,7 @@ void addCameraOptions(base::OptionTable& table, CameraOptions& options, bool& he
 {
     table.text("--state", "DIR", "keep settings here, over restarts", options.stateDir);
     table.flag("--ptz", "a PTZ camera instead of a fixed one", [&options] { options.ptz = true; });
-    table.text("--model", "NAME|FILE.toml", "the model of a PTZ camera", options.model);
+    table.text("--model", "NAME|FILE.json", "the model of a PTZ camera", options.model);
     table.text("--preset", "NAME", "a PTZ camera that stands at this preset", options.preset);
     table.text("--plugin", "PATH", "the plug-in, if not the one beside the program", options.plugin);
     table.list("--engine", "PATH.so", "load an engine module", options.engines);

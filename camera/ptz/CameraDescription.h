@@ -18,10 +18,11 @@ struct AxisDescription {
     double fullTurn = 0;      ///< the length of a turn when the axis is endless
     double greatestSpeed = 0; ///< units per second
     double acceleration = 0;  ///< units per second, per second
-    double tolerance = 0;     ///< an axis this close to its target is there
+    double tolerance = 0;     ///< an axis this close to its target is there; below 0: it never is
 };
 
-/// A model of camera: what it can do, how fast, through which lens. The default is a PTZ camera.
+/// A model of camera: what it can do, how fast, through which lens. The default is a PTZ camera. In a file it is a
+/// JSON object; docs/positioning-events.md lists its keys.
 struct CameraDescription {
     std::string model = "ptz";
     bool movable = true; ///< false: a fixed camera; what is said about movement then means nothing
@@ -34,7 +35,7 @@ struct CameraDescription {
 
     std::chrono::milliseconds stableFor{300};      ///< in place this long: arrived
     std::chrono::milliseconds arrivalMargin{3000}; ///< later than it should take by this much: given up
-    std::chrono::milliseconds holdFor{5000};       ///< a user's claim outlives the end of the move by this
+    std::chrono::milliseconds holdFor{5000};       ///< after a move its user holds the camera for this long
     std::chrono::milliseconds driveFor{60000};     ///< a drive that nobody ends, ends
 };
 
@@ -53,9 +54,9 @@ CameraDescription parseDescription(std::string_view text, const std::string& ori
 CameraDescription readDescription(const std::filesystem::path& file);
 
 /**
- * The description of that name or path: a name without a slash and without ".toml" is looked for in
- * `cameras` beside the program and where an installation or the build tree has it; anything else is a path.
- * @throws std::invalid_argument with one sentence that says where was looked.
+ * The description of that name or path: a name without a slash and without ".json" is looked for in
+ * `cameras` next to the program and where an installation or the build tree has it; anything else is a path.
+ * @throws std::invalid_argument with one sentence that says where was looked, or that a .toml file is not read.
  */
 CameraDescription findDescription(const std::string& nameOrPath, const std::filesystem::path& programFolder);
 

@@ -83,7 +83,7 @@ TEST_F(ScenarioTest, placesBecomePresets)
 
 TEST_F(ScenarioTest, theModelIsTheOneThatIsNamed)
 {
-    run.camera.model = std::string(CAMERA_DESCRIPTIONS) + "/ptz-dome.toml";
+    run.camera.model = std::string(CAMERA_DESCRIPTIONS) + "/ptz-dome.json";
     EXPECT_EQ(Scenario::positioning(run).description.model, camera::ptz::readDescription(run.camera.model).model);
     run.camera.model = "no such model";
     EXPECT_THROW(Scenario::positioning(run), std::invalid_argument);

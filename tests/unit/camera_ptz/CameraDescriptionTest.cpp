@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -19,10 +20,17 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+// Documents are written with ' for ".
+std::string json(std::string text)
+{
+    std::replace(text.begin(), text.end(), '\'', '"');
+    return text;
+}
+
 std::string refusal(const std::string& text)
 {
     try {
-        parseDescription(text, "x.toml");
+        parseDescription(text, "x.json");
         return "taken";
     } catch (const std::invalid_argument& error) {
         return error.what();
@@ -31,7 +39,7 @@ std::string refusal(const std::string& text)
 
 TEST(CameraDescription, isAPtzCameraUnlessSomethingElseIsSaid)
 {
-    const CameraDescription camera = parseDescription("", "x.toml");
+    const CameraDescription camera = parseDescription("{}", "x.json");
     EXPECT_TRUE(camera.movable);
     EXPECT_TRUE(camera.pan.endless);
     EXPECT_EQ(camera.zoom.highest, 3000);
@@ -42,13 +50,13 @@ TEST(CameraDescription, isAPtzCameraUnlessSomethingElseIsSaid)
 TEST(CameraDescription, readsEveryKey)
 {
     const CameraDescription camera = parseDescription(
-        "model = 'mast'\nscene_angle = 90\n"
-        "[lens]\nfocal_length = 10.5\nsensor_width = 7\nsensor_height = 4\n"
-        "[pan]\nendless = false\nlowest = -10\nhighest = 20\nspeed = 30\nacceleration = 40\ntolerance = 0.5\n"
-        "[tilt]\nlowest = -1\nhighest = 2\nspeed = 3\nacceleration = 4\ntolerance = 0.1\n"
-        "[zoom]\nlargest = 12.5\nspeed = 2\nacceleration = 3\ntolerance = 0.05\n"
-        "[timing]\nstable_ms = 400\narrival_margin_ms = 500\nhold_ms = 600\ndrive_ms = 700\n",
-        "x.toml");
+        json("{'model':'mast','scene_angle':90,"
+             "'lens':{'focal_length':10.5,'sensor_width':7,'sensor_height':4},"
+             "'pan':{'endless':false,'lowest':-10,'highest':20,'speed':30,'acceleration':40,'tolerance':0.5},"
+             "'tilt':{'lowest':-1,'highest':2,'speed':3,'acceleration':4,'tolerance':0.1},"
+             "'zoom':{'largest':12.5,'speed':2,'acceleration':3,'tolerance':0.05},"
+             "'timing':{'stable_ms':400,'arrival_margin_ms':500,'hold_ms':600,'drive_ms':700}}"),
+        "x.json");
     EXPECT_EQ(camera.model, "mast");
     EXPECT_EQ(camera.sceneAngleDegrees, 90);
     EXPECT_EQ(camera.optics.shortestFocalLength, 10500u);
@@ -73,45 +81,73 @@ TEST(CameraDescription, readsEveryKey)
     EXPECT_EQ(camera.driveFor.count(), 700);
 }
 
-TEST(CameraDescription, refusesWithTheFileTheKeyAndWhatIsAllowed)
+struct Refused {
+    std::string document;
+    std::string sentence; ///< behind the name of the file
+};
+
+void PrintTo(const Refused& refused, std::ostream* out)
 {
-    EXPECT_EQ(refusal("[pan]\nspeed = 'fast'\n"), "x.toml: 'pan.speed' must be a number from 0.1 to 1000");
-    EXPECT_EQ(refusal("[pan]\nspeed = 0\n"), "x.toml: 'pan.speed' must be a number from 0.1 to 1000");
-    EXPECT_EQ(refusal("[pan]\nspeed = nan\n"), "x.toml: 'pan.speed' must be a number from 0.1 to 1000");
-    EXPECT_EQ(refusal("[pan]\nspeed = inf\n"), "x.toml: 'pan.speed' must be a number from 0.1 to 1000");
-    EXPECT_EQ(refusal("colour = 1\n"), "x.toml: 'colour' is not known here; known: model, movable, scene_angle, lens, "
-                                       "pan, tilt, zoom, timing");
-    EXPECT_EQ(refusal("[lens]\nzoom = 1\n"),
-              "x.toml: 'lens.zoom' is not known here; known: focal_length, sensor_width, sensor_height");
-    EXPECT_EQ(refusal("pan = 7\n"), "x.toml: 'pan' must be a table");
-    EXPECT_EQ(refusal("model = ''\n"), "x.toml: 'model' must be a text of 1 to 64 bytes");
-    EXPECT_EQ(refusal("movable = 1\n"), "x.toml: 'movable' must be true or false");
-    EXPECT_EQ(refusal("movable = false\n[zoom]\n"), "x.toml: 'zoom' must not be there: the camera is fixed");
-    EXPECT_EQ(refusal("[pan]\nendless = true\nlowest = -1\n"),
-              "x.toml: 'pan.lowest' must not be there: the axis is endless");
-    EXPECT_EQ(refusal("[pan]\nlowest = -1\n"), "x.toml: 'pan.highest' must be there: the axis is not endless");
-    EXPECT_EQ(refusal("[tilt]\nlowest = 1\n"), "x.toml: 'tilt.lowest' must be at most 0: straight ahead is home");
-    EXPECT_EQ(refusal("[tilt]\nhighest = -1\n"), "x.toml: 'tilt.highest' must be at least 0: straight ahead is home");
-    EXPECT_EQ(refusal("[tilt]\nhighest = 91\n"), "x.toml: 'tilt.highest' must be a number from -90 to 90");
-    EXPECT_EQ(refusal("[zoom]\nlargest = 101\n"), "x.toml: 'zoom.largest' must be a number from 1 to 100");
-    EXPECT_EQ(refusal("[timing]\nstable_ms = 0\n"), "x.toml: 'timing.stable_ms' must be a number from 10 to 60000");
-    EXPECT_EQ(refusal("scene_angle = 1\n"), "x.toml: 'scene_angle' must be a number from 10 to 360");
+    *out << refused.document.substr(0, 60);
 }
+
+class RefusedDescription : public testing::TestWithParam<Refused> {};
+
+TEST_P(RefusedDescription, isNamedWithTheFileTheKeyAndWhatIsAllowed)
+{
+    EXPECT_EQ(refusal(json(GetParam().document)), "x.json: " + GetParam().sentence);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Keys, RefusedDescription,
+    testing::Values(
+        Refused{"{'pan':{'speed':'fast'}}", "'pan.speed' must be a number from 0.1 to 1000"},
+        Refused{"{'pan':{'speed':0}}", "'pan.speed' must be a number from 0.1 to 1000"},
+        Refused{"{'pan':{'speed':true}}", "'pan.speed' must be a number from 0.1 to 1000"},
+        Refused{"{'pan':{'speed':null}}", "'pan.speed' must be a number from 0.1 to 1000"},
+        Refused{"{'pan':{'speed':99999999999999999999}}", "'pan.speed' must be a number from 0.1 to 1000"},
+        Refused{"{'colour':1}",
+                "'colour' is not known here; known: model, movable, scene_angle, lens, pan, tilt, zoom, timing"},
+        Refused{"{'lens':{'zoom':1}}",
+                "'lens.zoom' is not known here; known: focal_length, sensor_width, sensor_height"},
+        Refused{"{'pan':7}", "'pan' must be an object"}, Refused{"{'pan':[]}", "'pan' must be an object"},
+        Refused{"{'pan':null}", "'pan' must be an object"},
+        Refused{"{'model':''}", "'model' must be a text of 1 to 64 bytes without control characters"},
+        Refused{"{'model':7}", "'model' must be a text of 1 to 64 bytes without control characters"},
+        Refused{"{'model':'a\\nb'}", "'model' must be a text of 1 to 64 bytes without control characters"},
+        Refused{"{'model':'" + std::string(65, 'a') + "'}",
+                "'model' must be a text of 1 to 64 bytes without control characters"},
+        Refused{"{'movable':1}", "'movable' must be true or false"},
+        Refused{"{'movable':false,'zoom':{}}", "'zoom' must not be there: the camera is fixed"},
+        Refused{"{'pan':{'endless':true,'lowest':-1}}", "'pan.lowest' must not be there: the axis is endless"},
+        Refused{"{'pan':{'lowest':-1}}", "'pan.highest' must be there: the axis is not endless"},
+        Refused{"{'tilt':{'lowest':1}}", "'tilt.lowest' must be at most 0: straight ahead is home"},
+        Refused{"{'tilt':{'highest':-1}}", "'tilt.highest' must be at least 0: straight ahead is home"},
+        Refused{"{'tilt':{'highest':91}}", "'tilt.highest' must be a number from -90 to 90"},
+        Refused{"{'zoom':{'largest':101}}", "'zoom.largest' must be a number from 1 to 100"},
+        Refused{"{'timing':{'stable_ms':0}}", "'timing.stable_ms' must be a number from 10 to 60000"},
+        Refused{"{'scene_angle':1}", "'scene_angle' must be a number from 10 to 360"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Documents, RefusedDescription,
+    testing::Values(
+        Refused{"{'pan':{'speed':1,'speed':2}}", "it is no JSON document: Line 1, Column 19: Duplicate key: 'speed'"},
+        Refused{"{\n'movable':yes}",
+                "it is no JSON document: Line 2, Column 11: Syntax error: value, object or array expected."},
+        Refused{"{'pan':{'speed':1e999}}", "it is no JSON document: Line 1, Column 17: '1e999' is not a number."},
+        Refused{"[]", "it is no JSON object"}, Refused{std::string(70000, ' '), "it is larger than 65536 bytes"},
+        Refused{std::string(30000, '['), "it is no JSON document"}, Refused{"\xFF", "is not UTF-8"},
+        Refused{"{'model':'\xC0\x80'}", "is not UTF-8"}, Refused{"{'\xED\xA0\x80':1}", "is not UTF-8"},
+        Refused{std::string("{}\0", 3), "is not UTF-8"}));
 
 TEST(CameraDescription, refusesHostileTextInOneLine)
 {
-    std::string dots = "a";
-    for (int level = 0; level < 20000; ++level) {
-        dots += ".a";
-    }
     for (const std::string& text :
-         {std::string("a = "), std::string("a = \"\\u{}\""), std::string("= = ="), std::string("a = 1\na = 2\n"),
-          std::string("[a]\n[a]\n"), std::string("\0\0", 2), std::string("\xff\xfe"),
-          std::string("a = 99999999999999999999"), "a = " + std::string(30000, '['), "a = " + std::string(20000, '{'),
-          std::string(30000, '['), dots + " = 1", "[" + dots + "]", std::string(70000, '#'),
-          std::string("a = 1979-99-99"), std::string("[[pan]]\n"), std::string("a = \"\"\"")}) {
+         {std::string(), json("{'a':"), json("{'a':'\\u{}'}"), std::string("null"), std::string("7"),
+          json("{'pan':{}} {}"), json("{'pan':{},}"), json("{'pan':NaN}"), "[" + std::string(60000, '9'),
+          "[1." + std::string(60000, '-'), std::string(20000, '{'), json("{'model':'\n")}) {
         const std::string reason = refusal(text);
-        EXPECT_THAT(reason, StartsWith("x.toml: ")) << text.substr(0, 40);
+        EXPECT_THAT(reason, StartsWith("x.json: ")) << text.substr(0, 40);
         EXPECT_THAT(reason, Not(HasSubstr("\n"))) << text.substr(0, 40);
         EXPECT_LT(reason.size(), 400u);
     }
@@ -119,12 +155,12 @@ TEST(CameraDescription, refusesHostileTextInOneLine)
 
 TEST(CameraDescription, comesThroughCutsAndChangedBytesOfAModel)
 {
-    std::ifstream stream(std::string(CAMERA_MODELS) + "/ptz-dome.toml");
+    std::ifstream stream(std::string(CAMERA_MODELS) + "/ptz-dome.json");
     const std::string good((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
     ASSERT_EQ(refusal(good), "taken");
     for (std::size_t at = 0; at < good.size(); at += 3) {
         refusal(good.substr(0, at));
-        for (const char byte : {'[', '"', '\0', '\xff', '.', '9', '-', '='}) {
+        for (const char byte : {'[', '"', '\0', '\xff', '.', '9', '-', ':'}) {
             std::string changed = good;
             changed[at] = byte;
             refusal(changed);
@@ -135,9 +171,9 @@ TEST(CameraDescription, comesThroughCutsAndChangedBytesOfAModel)
 TEST(CameraDescription, readsTheModelsThatComeWithTheCamera)
 {
     const std::string folder = CAMERA_MODELS;
-    const CameraDescription fixed = readDescription(folder + "/fixed.toml");
-    const CameraDescription dome = readDescription(folder + "/ptz-dome.toml");
-    const CameraDescription longRange = readDescription(folder + "/ptz-long-range.toml");
+    const CameraDescription fixed = readDescription(folder + "/fixed.json");
+    const CameraDescription dome = readDescription(folder + "/ptz-dome.json");
+    const CameraDescription longRange = readDescription(folder + "/ptz-long-range.json");
     EXPECT_FALSE(fixed.movable);
     EXPECT_TRUE(dome.movable);
     EXPECT_TRUE(longRange.movable);
@@ -151,32 +187,22 @@ TEST(CameraDescription, readsTheModelsThatComeWithTheCamera)
     EXPECT_GE(fixed.optics.angleOfView(100) / 1000.0, fixed.sceneAngleDegrees) << "it sees the whole picture";
 }
 
-TEST(CameraDescription, refusesTextThatIsNotUtf8)
+TEST(CameraDescription, keepsTheCharactersOfItsName)
 {
-    for (const std::string text :
-         {"\xFF", "model = '\xC0\x80'", "'\xED\xA0\x80' = 1", "1.'\xE2\x82'\n", "# \xF4\x90\x80\x80", "\x80",
-          "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xF5\x80\x80\x80"}) {
-        try {
-            parseDescription(text, "bytes.toml");
-            FAIL() << "taken: " << text;
-        } catch (const std::invalid_argument& error) {
-            EXPECT_STREQ(error.what(), "bytes.toml: is not UTF-8");
-        }
-    }
-    EXPECT_EQ(parseDescription("model = 'Türme \xE2\x82\xAC \xF0\x9F\x8E\xA5'", "x.toml").model,
+    EXPECT_EQ(parseDescription(json("{'model':'Türme \xE2\x82\xAC \xF0\x9F\x8E\xA5'}"), "x.json").model,
               "Türme \xE2\x82\xAC \xF0\x9F\x8E\xA5");
 }
 
-TEST(CameraDescription, isFoundByNameBesideTheProgramOrByPath)
+TEST(CameraDescription, isFoundByNameNextToTheProgramOrByPath)
 {
     const TemporaryFolder folder;
     std::filesystem::create_directories(folder / "bin/cameras");
     std::filesystem::create_directories(folder / "share/detection/cameras");
-    std::ofstream(folder / "bin/cameras/here.toml") << "model = 'here'\n";
-    std::ofstream(folder / "share/detection/cameras/there.toml") << "model = 'there'\n";
+    std::ofstream(folder / "bin/cameras/here.json") << json("{'model':'here'}");
+    std::ofstream(folder / "share/detection/cameras/there.json") << json("{'model':'there'}");
     EXPECT_EQ(findDescription("here", folder / "bin").model, "here");
     EXPECT_EQ(findDescription("there", folder / "bin").model, "there");
-    EXPECT_EQ(findDescription((folder / "bin/cameras/here.toml").string(), "/").model, "here");
+    EXPECT_EQ(findDescription((folder / "bin/cameras/here.json").string(), "/").model, "here");
     const auto notFound = [&](const std::string& name) {
         try {
             findDescription(name, folder / "bin");
@@ -186,11 +212,13 @@ TEST(CameraDescription, isFoundByNameBesideTheProgramOrByPath)
         return std::string("found");
     };
     EXPECT_THAT(notFound("nowhere"), StartsWith("there is no camera description 'nowhere' in '"));
-    EXPECT_THAT(notFound("nowhere.toml"), HasSubstr("is no file that can be read"));
+    EXPECT_THAT(notFound("nowhere.json"), HasSubstr("is no file that can be read"));
     EXPECT_THAT(notFound("bin/cameras"), HasSubstr("is no file that can be read"));
     EXPECT_THAT(notFound(""), HasSubstr("is no file that can be read"));
-    std::ofstream(folder / "large.toml") << std::string(70000, '\n');
-    EXPECT_THAT(notFound((folder / "large.toml").string()), HasSubstr("at most 65536 bytes"));
+    EXPECT_EQ(notFound("my/mast.toml"), "the model 'my/mast.toml' is a TOML file; models are JSON files now: write "
+                                        "the same keys to 'my/mast.json'");
+    std::ofstream(folder / "large.json") << std::string(70000, '\n');
+    EXPECT_THAT(notFound((folder / "large.json").string()), HasSubstr("larger than 65536 bytes"));
 }
 
 } // namespace
