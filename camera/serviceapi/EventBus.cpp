@@ -81,22 +81,6 @@ void EventBus::State::end(std::uint64_t id)
     const std::lock_guard<std::mutex> waitForTheRunningOne(delivery);
 }
 
-EventBus::Subscription& EventBus::Subscription::operator=(Subscription&& other) noexcept
-{
-    if (this != &other) {
-        reset();
-        _end = std::exchange(other._end, nullptr);
-    }
-    return *this;
-}
-
-void EventBus::Subscription::reset()
-{
-    if (const auto end = std::exchange(_end, nullptr)) {
-        end();
-    }
-}
-
 EventBus::EventBus(std::size_t capacity) : _state(std::make_shared<State>(capacity))
 {
     _thread = std::thread([state = _state] { serve(state); });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/base/Event.h"
+#include "camera/base/Subscription.h"
 
 #include <condition_variable>
 #include <cstddef>
@@ -26,20 +27,9 @@ class EventBus {
 public:
     using Listener = std::function<void(const base::Event&)>;
 
-    /// Ends a subscription when destroyed: the listener is not running and will not run afterwards,
-    /// except when it is destroyed from inside that very listener. Outlives the bus safely.
-    class Subscription {
-    public:
-        Subscription() = default;
-        explicit Subscription(std::function<void()> end) : _end(std::move(end)) {}
-        Subscription(Subscription&& other) noexcept : _end(std::exchange(other._end, nullptr)) {}
-        Subscription& operator=(Subscription&& other) noexcept;
-        ~Subscription() { reset(); }
-        void reset();
-
-    private:
-        std::function<void()> _end;
-    };
+    /// When it has ended, the listener is not running and is not called again, except when it is ended from inside
+    /// that listener.
+    using Subscription = base::Subscription;
 
     explicit EventBus(std::size_t capacity = 4096);
     ~EventBus();
