@@ -2,6 +2,7 @@
 #include "korva/meridan/PositioningManager.h"
 
 #include "camera/base/Current.h"
+#include "camera/framework/PositioningAdapter.h"
 #include "camera/ptz/PositioningUnit.h"
 
 #include <memory>
@@ -11,19 +12,38 @@ namespace korva::meridan {
 
 namespace {
 
-using camera::ptz::PositioningUnit;
+using camera::framework::PositioningAdapter;
 
 // Null on a fixed camera too: every call below then does nothing.
-std::shared_ptr<camera::ptz::PositioningUnit> unit()
+std::shared_ptr<PositioningAdapter> adapter()
 {
-    auto current = camera::base::Current<camera::ptz::PositioningUnit>::get();
-    return current && current->isAvailable() ? current : nullptr;
+    auto current = camera::base::Current<PositioningAdapter>::get();
+    return current && current->unit().isAvailable() ? current : nullptr;
 }
 
-// Who calls through the seam: the plug-in does so for its engines only.
+// Points into the adapter, which lives as long as the pointer.
+std::shared_ptr<camera::ptz::PositioningUnit> unit()
+{
+    const auto current = adapter();
+    return current ? std::shared_ptr<camera::ptz::PositioningUnit>(current, &current->unit()) : nullptr;
+}
+
+// The user of these commands: the plug-in moves the camera for its engines only.
 camera::ptz::Commander engines()
 {
     return {"an analytics engine", camera::ptz::kEnginePriority};
+}
+
+bool add(PositioningAdapter::Callback callback, void* context)
+{
+    const auto current = adapter();
+    return current && current->add(callback, context);
+}
+
+bool remove(PositioningAdapter::Callback callback, void* context)
+{
+    const auto current = adapter();
+    return current && current->remove(callback, context);
 }
 
 } // namespace
@@ -141,62 +161,52 @@ std::string PositioningManager::getActivePreset(bool /*flag*/) const
 
 bool PositioningManager::registerMotionStateCallback(MotionStateCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->motionCallbacks.add(callback, context);
+    return add(callback, context);
 }
 
 bool PositioningManager::registerCommandPriorityCallback(CommandPriorityCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->priorityCallbacks.add(callback, context);
+    return add(callback, context);
 }
 
 bool PositioningManager::registerPresetStateCallback(PresetStateCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->presetStateCallbacks.add(callback, context);
+    return add(callback, context);
 }
 
 bool PositioningManager::registerPresetModifiedCallback(PresetModifiedCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->presetModifiedCallbacks.add(callback, context);
+    return add(callback, context);
 }
 
 bool PositioningManager::registerTourStateCallback(TourStateCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->tourCallbacks.add(callback, context);
+    return add(callback, context);
 }
 
 bool PositioningManager::unregisterMotionStateCallback(MotionStateCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->motionCallbacks.remove(callback, context);
+    return remove(callback, context);
 }
 
 bool PositioningManager::unregisterCommandPriorityCallback(CommandPriorityCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->priorityCallbacks.remove(callback, context);
+    return remove(callback, context);
 }
 
 bool PositioningManager::unregisterPresetStateCallback(PresetStateCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->presetStateCallbacks.remove(callback, context);
+    return remove(callback, context);
 }
 
 bool PositioningManager::unregisterPresetModifiedCallback(PresetModifiedCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->presetModifiedCallbacks.remove(callback, context);
+    return remove(callback, context);
 }
 
 bool PositioningManager::unregisterTourStateCallback(TourStateCallback callback, void* context)
 {
-    const auto current = unit();
-    return current && current->tourCallbacks.remove(callback, context);
+    return remove(callback, context);
 }
 
 } // namespace korva::meridan

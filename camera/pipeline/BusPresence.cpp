@@ -21,7 +21,11 @@ BusPresence::BusPresence(const std::string& address, pipeline::Device& device, P
           [&device, status = std::move(status)](const std::shared_ptr<Session>& session) {
               return std::make_shared<PipelineObject>(session, device.environment().settings, status);
           })),
-      _positioningEvents(device.positioning(), _positioning),
+      _positioningEvents(device.positioning().onEvent([positioning = _positioning](const ptz::PositioningEvent& event) {
+          if (const auto object = positioning->get()) {
+              object->emit(event);
+          }
+      })),
       _events(device.onEvent([analytics = _analytics](const base::Event& event) {
           if (const auto object = analytics->get()) {
               object->emit(event);

@@ -32,8 +32,8 @@ private:
     std::shared_ptr<bus::Live<AnalyticsObject>> _analytics;
     std::shared_ptr<bus::Live<PositioningObject>> _positioning;
     std::shared_ptr<bus::Live<PipelineObject>> _pipeline;
-    PositioningEvents _positioningEvents;
-    serviceapi::EventBus::Subscription _events;
+    base::Subscription _positioningEvents;
+    base::Subscription _events;
 };
 
 } // namespace camera::pipeline

@@ -7,6 +7,7 @@
 #include "camera/framework/MetadataPool.h"
 #include "camera/framework/PluginConfiguration.h"
 #include "camera/framework/PluginLoader.h"
+#include "camera/framework/PositioningAdapter.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/Environment.h"
 #include "camera/serviceapi/RemoteServices.h"
@@ -100,7 +101,8 @@ public:
     const std::shared_ptr<serviceapi::Environment> environment;
     const serviceapi::CurrentEnvironment::Binding environmentBinding;
     const std::shared_ptr<ptz::PositioningUnit> positioning;
-    const base::Current<ptz::PositioningUnit>::Binding positioningBinding;
+    const std::shared_ptr<framework::PositioningAdapter> positioningAdapter;
+    const base::Current<framework::PositioningAdapter>::Binding positioningBinding;
     const std::shared_ptr<framework::MetadataPool> pool;
     const base::Current<framework::MetadataPool>::Binding poolBinding;
     TargetClient target;
@@ -145,7 +147,8 @@ Device::Impl::Impl(const Options& given)
                                                          [environment = environment.get()](std::function<void()> task) {
                                                              environment->control.post(std::move(task));
                                                          })),
-      positioningBinding(positioning),
+      positioningAdapter(std::make_shared<framework::PositioningAdapter>(positioning)),
+      positioningBinding(positioningAdapter),
       pool(std::make_shared<framework::MetadataPool>(
           framework::MetadataPool::Options{options.engineCount, options.metadataBytes, options.lendMetadataBuffers})),
       poolBinding(pool),
@@ -348,7 +351,7 @@ void Device::Impl::destroy()
     _input.reset();
     _plugin.reset();
     // The plug-in leaves some of its registrations behind: their context is gone now.
-    positioning->discardRegistrations();
+    positioningAdapter->discardRegistrations();
     environment->discardRegistrations();
 }
 

@@ -214,8 +214,13 @@ void PositioningObject::registerSignals()
         .withParameters<I, std::string, U, I>("state", "tour", "stop", "stopType");
 }
 
+void PositioningObject::emit(const ptz::PositioningEvent& event)
+{
+    std::visit([this](const auto& kind) { emitEvent(kind); }, event);
+}
+
 template <class... Arguments>
-void PositioningObject::emit(const char* signal, const Arguments&... arguments)
+void PositioningObject::send(const char* signal, const Arguments&... arguments)
 {
     try {
         _object->emitSignal(signal).onInterface(kInterface).withArguments(arguments...);
@@ -225,90 +230,32 @@ void PositioningObject::emit(const char* signal, const Arguments&... arguments)
     }
 }
 
-void PositioningObject::emitMotionState(bool moving, unsigned int pan, int tilt, unsigned int zoom)
+void PositioningObject::emitEvent(const ptz::MotionState& event)
 {
-    emit("motionState", moving, pan, tilt, zoom);
+    send("motionState", event.moving, event.position.pan, event.position.tilt, event.position.zoom);
 }
 
-void PositioningObject::emitCommandPriority(bool panTiltHeld, bool zoomHeld, unsigned int priority)
+void PositioningObject::emitEvent(const ptz::CommandPriority& event)
 {
-    emit("commandPriority", panTiltHeld, zoomHeld, priority);
+    send("commandPriority", true, true, event.priority);
 }
 
-void PositioningObject::emitPresetState(int state, const std::string& preset, bool byTour, const std::string& user)
+void PositioningObject::emitEvent(const ptz::PresetStateChange& event)
 {
-    emit("presetState", state, base::sendable(preset), byTour, base::sendable(user));
+    send("presetState", static_cast<int>(event.state), base::sendable(event.preset), event.byTour,
+         base::sendable(event.user));
 }
 
-void PositioningObject::emitPresetModified(const std::string& preset, bool created, bool changed, bool removed)
+void PositioningObject::emitEvent(const ptz::PresetModified& event)
 {
-    emit("presetModified", base::sendable(preset), created, changed, removed);
+    send("presetModified", base::sendable(event.preset), event.change == ptz::PresetChange::created,
+         event.change == ptz::PresetChange::changed, event.change == ptz::PresetChange::removed);
 }
 
-void PositioningObject::emitTourState(int state, const std::string& tour, unsigned int stop, int stopType)
+void PositioningObject::emitEvent(const ptz::TourStateChange& event)
 {
-    emit("tourState", state, base::sendable(tour), stop, stopType);
-}
-
-namespace {
-
-using Object = bus::Live<PositioningObject>;
-
-// The unit's callbacks are plain functions; their context is the place of the current session's object.
-template <class Call>
-void withObject(void* context, const Call& call)
-{
-    if (const auto object = static_cast<Object*>(context)->get()) {
-        call(*object);
-    }
-}
-
-void onMotion(bool moving, unsigned int pan, int tilt, unsigned int zoom, void* context)
-{
-    withObject(context, [&](PositioningObject& object) { object.emitMotionState(moving, pan, tilt, zoom); });
-}
-
-void onPriority(bool panTiltHeld, bool zoomHeld, unsigned int priority, void* context)
-{
-    withObject(context,
-               [&](PositioningObject& object) { object.emitCommandPriority(panTiltHeld, zoomHeld, priority); });
-}
-
-void onPresetState(int state, const std::string& preset, bool byTour, const std::string& user, void* context)
-{
-    withObject(context, [&](PositioningObject& object) { object.emitPresetState(state, preset, byTour, user); });
-}
-
-void onPresetModified(const std::string& preset, bool created, bool changed, bool removed, void* context)
-{
-    withObject(context,
-               [&](PositioningObject& object) { object.emitPresetModified(preset, created, changed, removed); });
-}
-
-void onTourState(int state, const std::string& tour, unsigned int stop, int stopType, void* context)
-{
-    withObject(context, [&](PositioningObject& object) { object.emitTourState(state, tour, stop, stopType); });
-}
-
-} // namespace
-
-PositioningEvents::PositioningEvents(PositioningUnit& unit, std::shared_ptr<bus::Live<PositioningObject>> object)
-    : _unit(unit), _object(std::move(object))
-{
-    _unit.motionCallbacks.add(onMotion, _object.get());
-    _unit.priorityCallbacks.add(onPriority, _object.get());
-    _unit.presetStateCallbacks.add(onPresetState, _object.get());
-    _unit.presetModifiedCallbacks.add(onPresetModified, _object.get());
-    _unit.tourCallbacks.add(onTourState, _object.get());
-}
-
-PositioningEvents::~PositioningEvents()
-{
-    _unit.motionCallbacks.remove(onMotion, _object.get());
-    _unit.priorityCallbacks.remove(onPriority, _object.get());
-    _unit.presetStateCallbacks.remove(onPresetState, _object.get());
-    _unit.presetModifiedCallbacks.remove(onPresetModified, _object.get());
-    _unit.tourCallbacks.remove(onTourState, _object.get());
+    send("tourState", static_cast<int>(event.state), base::sendable(event.tour), static_cast<std::uint32_t>(event.stop),
+         0);
 }
 
 } // namespace camera::pipeline

@@ -2,6 +2,7 @@
 
 #include "camera/bus/Connection.h"
 #include "camera/ptz/CommandResult.h"
+#include "camera/ptz/PositioningEvent.h"
 
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -26,12 +27,8 @@ public:
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. unit outlives it.
     PositioningObject(const std::shared_ptr<bus::Session>& session, ptz::PositioningUnit& unit);
 
-    // Any thread; what the bus refuses is dropped.
-    void emitMotionState(bool moving, unsigned int pan, int tilt, unsigned int zoom);
-    void emitCommandPriority(bool panTiltHeld, bool zoomHeld, unsigned int priority);
-    void emitPresetState(int state, const std::string& preset, bool byTour, const std::string& user);
-    void emitPresetModified(const std::string& preset, bool created, bool changed, bool removed);
-    void emitTourState(int state, const std::string& tour, unsigned int stop, int stopType);
+    /// Sends the signal of an event; what the bus refuses is dropped. Any thread.
+    void emit(const ptz::PositioningEvent& event);
 
 private:
     void registerQueries();
@@ -41,24 +38,16 @@ private:
     void registerSignals();
     template <class... In, class Command>
     void registerCommand(const char* method, std::vector<std::string> inputs, Command command);
+    void emitEvent(const ptz::MotionState& event);
+    void emitEvent(const ptz::CommandPriority& event);
+    void emitEvent(const ptz::PresetStateChange& event);
+    void emitEvent(const ptz::PresetModified& event);
+    void emitEvent(const ptz::TourStateChange& event);
     template <class... Arguments>
-    void emit(const char* signal, const Arguments&... arguments);
+    void send(const char* signal, const Arguments&... arguments);
 
     ptz::PositioningUnit& _unit;
     std::unique_ptr<sdbus::IObject> _object;
-};
-
-/// Passes on what a positioning unit tells its callbacks for as long as it lives, to the session that stands.
-class PositioningEvents {
-public:
-    PositioningEvents(ptz::PositioningUnit& unit, std::shared_ptr<bus::Live<PositioningObject>> object);
-    ~PositioningEvents();
-    PositioningEvents(const PositioningEvents&) = delete;
-    PositioningEvents& operator=(const PositioningEvents&) = delete;
-
-private:
-    ptz::PositioningUnit& _unit;
-    std::shared_ptr<bus::Live<PositioningObject>> _object;
 };
 
 } // namespace camera::pipeline

@@ -1,3 +1,7 @@
+// How an axis moves. It has a wanted speed: on the way to a target the greatest speed that is allowed, or the lower
+// speed from which it can still brake before the target; when it is driven the speed that it was given, or the lower
+// one from which it can brake before its end. Each step changes the speed towards the wanted one, by at most the
+// acceleration, and moves the position by the speed.
 #include "camera/ptz/Axis.h"
 
 #include <algorithm>
@@ -28,7 +32,7 @@ std::optional<double> Axis::placeOf(double position) const
     if (_description.endless) {
         return wrapped(position);
     }
-    // An axis that turns, but not all the way round, may call the same place by a negative number.
+    // On an axis that turns but has ends, the same place may have a negative number.
     for (const double candidate : {position, position - _description.fullTurn}) {
         if (candidate >= _description.lowest && candidate <= _description.highest) {
             return candidate;
@@ -89,12 +93,8 @@ double Axis::wantedSpeed(double seconds) const
     return std::copysign(std::min(std::abs(_driven), most), _driven);
 }
 
-void Axis::step(double seconds, bool jammed)
+void Axis::step(double seconds)
 {
-    if (jammed) {
-        _speed = 0;
-        return;
-    }
     const double mostChange = _description.acceleration * seconds;
     _speed += std::clamp(wantedSpeed(seconds) - _speed, -mostChange, mostChange);
     _position += _speed * seconds;

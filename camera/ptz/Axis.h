@@ -7,8 +7,8 @@
 namespace camera::ptz {
 
 /**
- * One motor: a position that follows a target or keeps a speed, neither faster nor more sharply than
- * its description allows. Units are the description's. Reentrant.
+ * One axis of a camera: a position that follows a target or keeps a speed, neither faster nor with more acceleration
+ * than its description allows. Units are the description's. Reentrant.
  */
 class Axis {
 public:
@@ -32,8 +32,7 @@ public:
     /// Brakes.
     void release();
 
-    /// One step of so many seconds. A jammed motor stays where it is.
-    void step(double seconds, bool jammed);
+    void step(double seconds);
 
     /// In place within the tolerance, or standing when there is no target.
     bool settled() const;

@@ -1,10 +1,9 @@
 #include "camera/ptz/PositioningDocument.h"
 
+#include "camera/base/OneLineJson.h"
+#include "camera/base/StrictJson.h"
 #include "camera/ptz/PositioningNames.h"
 
-#include <json/json.h>
-
-#include <memory>
 #include <set>
 #include <stdexcept>
 
@@ -13,7 +12,6 @@ namespace camera::ptz {
 namespace {
 
 constexpr std::size_t kLargest = 1024 * 1024;
-constexpr int kDeepest = 16;
 constexpr int kVersion = 1;
 
 [[noreturn]] void refuse(const std::string& reason)
@@ -83,7 +81,7 @@ std::string text(const Json::Value& object, const char* key)
 
 std::string newName(const Json::Value& object, std::set<std::string>& names)
 {
-    // Not checked as a new one would be: whoever set the camera up may have used any name.
+    // Not checked as the name of a new one is: the options of a camera may use any name.
     std::string name = text(object, "name");
     if (name.empty() || name.size() > kLargest || !names.insert(name).second) {
         refuse("a name is empty or there twice");
@@ -115,22 +113,6 @@ Tour tourOf(const Json::Value& object, std::set<std::string>& names)
         refuse(problem);
     }
     return tour;
-}
-
-Json::Value parsed(const std::string& document)
-{
-    if (document.size() > kLargest) {
-        refuse("it is larger than " + std::to_string(kLargest) + " bytes");
-    }
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["stackLimit"] = kDeepest;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value root;
-    if (!reader->parse(document.data(), document.data() + document.size(), &root, nullptr)) {
-        refuse("it is no JSON document");
-    }
-    return root;
 }
 
 PositioningState stateOf(const Json::Value& root)
@@ -174,16 +156,13 @@ std::string writePositioning(const PositioningState& state)
     for (const Tour& tour : state.tours) {
         root["tours"].append(valueOf(tour));
     }
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["emitUTF8"] = true; // bytes stay as they are, whatever they mean
-    return Json::writeString(builder, root);
+    return base::oneLineJson(root);
 }
 
 std::string readPositioning(const std::string& document, PositioningState& state)
 {
     try {
-        state = stateOf(parsed(document));
+        state = stateOf(base::readStrictJson(document, kLargest));
         return std::string();
     } catch (const std::exception& error) {
         return std::string("the stored positions cannot be used: ") + error.what();

@@ -1,7 +1,5 @@
 #include "camera/ptz/PositioningNames.h"
 
-#include <algorithm>
-
 namespace camera::ptz {
 
 std::string nameProblem(const std::string& name)
@@ -32,6 +30,11 @@ std::string tourProblem(const Tour& tour)
         }
     }
     return std::string();
+}
+
+CommandResult unknownPreset(const std::string& name)
+{
+    return {CommandStatus::unknownPreset, "there is no preset '" + name + "'"};
 }
 
 } // namespace camera::ptz

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "camera/ptz/CommandResult.h"
 #include "camera/ptz/Position.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 
@@ -18,5 +20,15 @@ std::string nameProblem(const std::string& name);
 
 /// What is wrong with a tour's stops, whether or not their presets exist.
 std::string tourProblem(const Tour& tour);
+
+CommandResult unknownPreset(const std::string& name);
+
+/// The preset or tour of that name in a list; null when there is none.
+template <class List>
+auto findNamed(List& list, const std::string& name) -> decltype(list.data())
+{
+    const auto found = std::find_if(list.begin(), list.end(), [&](const auto& entry) { return entry.name == name; });
+    return found == list.end() ? nullptr : &*found;
+}
 
 } // namespace camera::ptz

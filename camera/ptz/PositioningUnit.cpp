@@ -1,52 +1,54 @@
-// What the unit knows, who is registered, and how time passes.
+// How a camera is commanded and what it reports. Every command is one transaction: it checks first and returns a
+// refusal, then it changes the state and collects events in the order in which the plug-in needs them, and at its
+// end these events are posted as one task. advance() is a transaction too: it cuts the time into steps of 5 ms. A
+// step moves the axes while a move runs (Motion.cpp); otherwise it counts down the hold and the dwell of a tour.
+// PositioningMovement.cpp, PositioningPresets.cpp and PositioningTours.cpp have the commands; this file has the rest:
+// what can be asked, how time passes, and what is stored.
 #include "camera/ptz/PositioningUnit.h"
 
-#include "camera/ptz/PositioningBatch.h"
-#include "camera/ptz/PositioningSteps.h"
+#include "camera/ptz/PositioningDocument.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace camera::ptz {
-
-namespace {
-
-constexpr int kReached = 2;
-constexpr long kFullTurn = 360000;
-
-} // namespace
 
 PositioningUnit::PositioningUnit(Options options, Post post)
     : _movable(options.movable && options.description.movable),
       _description(std::move(options.description)),
       _post(std::move(post)),
       _presets(std::move(options.presets)),
-      _pan(_description.pan, 0),
-      _tilt(_description.tilt, 0),
-      _zoom(_description.zoom, _description.zoom.lowest)
+      _motion(_description)
 {
 }
 
-Position PositioningUnit::here() const
+PositioningUnit::Transaction::~Transaction()
 {
-    Position result;
-    result.pan = static_cast<unsigned int>((std::lround(_pan.position()) % kFullTurn + kFullTurn) % kFullTurn);
-    result.tilt = static_cast<int>(std::lround(_tilt.position()));
-    result.zoom = static_cast<unsigned int>(std::lround(_zoom.position()));
-    return result;
+    const auto events = std::exchange(_unit._events, {});
+    const bool listsChanged = std::exchange(_unit._listsChanged, false);
+    const bool standingChanged = std::exchange(_unit._standingChanged, false);
+    if (!events.empty() && !_unit._quiet) {
+        _unit._post([subscribers = _unit._subscribers, events] { subscribers.tell(events); });
+    }
+    _lock.unlock();
+    if (_unit._hook && listsChanged) {
+        _unit._hook(Change::lists);
+    }
+    if (_unit._hook && standingChanged) {
+        _unit._hook(Change::standing);
+    }
 }
 
 Position PositioningUnit::position() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    return here();
+    return _motion.position();
 }
 
 bool PositioningUnit::moving() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    return _move.purpose != Purpose::none;
+    return _motion.moving();
 }
 
 std::string PositioningUnit::activePreset() const
@@ -64,9 +66,8 @@ std::vector<Preset> PositioningUnit::presets() const
 std::optional<Preset> PositioningUnit::preset(const std::string& name) const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    const auto found =
-        std::find_if(_presets.begin(), _presets.end(), [&](const Preset& entry) { return entry.name == name; });
-    return found == _presets.end() ? std::nullopt : std::make_optional(*found);
+    const Preset* found = findPreset(name);
+    return found == nullptr ? std::nullopt : std::make_optional(*found);
 }
 
 std::vector<Tour> PositioningUnit::tours() const
@@ -88,8 +89,12 @@ std::optional<TourProgress> PositioningUnit::tourProgress() const
 std::optional<Commander> PositioningUnit::holder() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    const bool held = _move.purpose != Purpose::none || _tour || _heldSteps > 0;
-    return held ? std::make_optional(_holder) : std::nullopt;
+    return held() ? std::make_optional(_holder) : std::nullopt;
+}
+
+base::Subscription PositioningUnit::onEvent(std::function<void(const PositioningEvent&)> listener)
+{
+    return _subscribers.add(std::move(listener));
 }
 
 void PositioningUnit::advance(std::chrono::nanoseconds elapsed)
@@ -97,103 +102,80 @@ void PositioningUnit::advance(std::chrono::nanoseconds elapsed)
     if (!_movable) {
         return;
     }
-    Batch batch(*this);
+    const Transaction transaction(*this);
     _remainder += std::clamp<std::chrono::nanoseconds>(elapsed, std::chrono::nanoseconds(0), std::chrono::hours(1));
-    std::int64_t steps = _remainder / kStep;
-    _remainder -= steps * kStep;
-    while (steps > 0) {
-        const std::int64_t idle = idleSteps(steps);
-        if (idle > 0) {
-            _heldSteps -= std::min(_heldSteps, idle);
-            if (_tour && !_tour->paused) {
-                _tour->dwellLeft -= idle;
-            }
-            steps -= idle;
-        } else {
-            step(batch);
-            --steps;
-        }
+    for (; _remainder >= kStep; _remainder -= kStep) {
+        step();
     }
 }
 
-// Nothing but counters changes for that long.
-std::int64_t PositioningUnit::idleSteps(std::int64_t most) const
+void PositioningUnit::step()
 {
-    if (_move.purpose != Purpose::none) {
-        return 0;
+    if (_motion.moving()) {
+        const Motion::Progress progress = _motion.step();
+        if (progress != Motion::Progress::moving) {
+            finishMove(progress == Motion::Progress::arrived);
+        }
+    } else {
+        _holdLeft = std::max(_holdLeft - kStep, std::chrono::milliseconds(0));
+        stepTour();
     }
-    return _tour && !_tour->paused ? std::min(most, _tour->dwellLeft) : most;
 }
 
 bool PositioningUnit::placeAt(const std::string& preset)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    const auto found = find(preset);
-    if (!_movable || found == _presets.end() || !checked(found->position)) {
+    const Preset* found = findPreset(preset);
+    if (!_movable || found == nullptr || !_motion.canReach(found->position)) {
         return false;
     }
-    _pan.place(found->position.pan);
-    _tilt.place(found->position.tilt);
-    _zoom.place(found->position.zoom);
+    _motion.placeAt(found->position);
     _activePreset = preset;
-    _move = Move();
     return true;
 }
 
 void PositioningUnit::announceStanding()
 {
-    Batch batch(*this);
+    const Transaction transaction(*this);
     if (!_activePreset.empty()) {
-        batch.presetState(kReached, _activePreset);
+        reportPresetState(PresetState::reached, _activePreset);
     }
 }
 
-void PositioningUnit::onChange(std::function<void(Change)> hook)
+std::string PositioningUnit::serialize() const
 {
-    _hook = std::move(hook);
+    PositioningState state;
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        state = {_motion.position(), _activePreset, _presets, _tours};
+    }
+    return writePositioning(state);
 }
 
-void PositioningUnit::jam(bool jammed)
+CommandResult PositioningUnit::restore(const std::string& document)
 {
+    PositioningState state;
+    if (const std::string problem = readPositioning(document, state); !problem.empty()) {
+        return {CommandStatus::badDocument, problem};
+    }
     const std::lock_guard<std::mutex> lock(_mutex);
-    _jammed = jammed;
-}
-
-void PositioningUnit::postMotion(bool moving)
-{
-    Batch(*this).motion(moving);
-}
-
-void PositioningUnit::postCommandPriority(unsigned int priority)
-{
-    Batch(*this).priority(priority);
-}
-
-void PositioningUnit::postPresetState(int state, const std::string& name)
-{
-    Batch(*this).presetState(state, name);
-}
-
-void PositioningUnit::postTourState(int tourState, int stopType)
-{
-    Batch(*this).tourState(tourState, std::string(), 0, stopType);
-}
-
-std::size_t PositioningUnit::registrations() const
-{
-    return motionCallbacks.size() + priorityCallbacks.size() + presetStateCallbacks.size() +
-           presetModifiedCallbacks.size() + tourCallbacks.size();
-}
-
-void PositioningUnit::quiesce()
-{
-    _quiet = true;
-}
-
-std::size_t PositioningUnit::discardRegistrations()
-{
-    return motionCallbacks.clear() + priorityCallbacks.clear() + presetStateCallbacks.clear() +
-           presetModifiedCallbacks.clear() + tourCallbacks.clear();
+    if (!_movable) {
+        return fixedRefusal();
+    }
+    // The description may have changed since the document was written: what cannot be reached any more is brought to
+    // the nearest end.
+    const bool reachable = _motion.canReach(state.position);
+    _motion.placeAt(state.position);
+    _activePreset = reachable ? state.activePreset : std::string();
+    std::swap(_presets, state.presets);
+    for (Preset& own : state.presets) {
+        if (findPreset(own.name) == nullptr) {
+            _presets.push_back(std::move(own));
+        }
+    }
+    _tours = std::move(state.tours);
+    _tour.reset();
+    return {};
 }
 
 } // namespace camera::ptz

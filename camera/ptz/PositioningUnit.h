@@ -1,17 +1,15 @@
 #pragma once
 
-#include "camera/ptz/Axis.h"
-#include "camera/ptz/CallbackList.h"
+#include "camera/base/Subscribers.h"
 #include "camera/ptz/CameraDescription.h"
 #include "camera/ptz/CommandResult.h"
+#include "camera/ptz/Motion.h"
 #include "camera/ptz/Position.h"
-
-#include "korva/meridan/PositioningManager.h"
+#include "camera/ptz/PositioningEvent.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -19,21 +17,6 @@
 #include <vector>
 
 namespace camera::ptz {
-
-/// A movement at a speed, each axis in percent of its greatest, -100 to 100. An axis that is not
-/// named keeps what it does while the camera is driven, and brakes otherwise.
-struct Drive {
-    std::optional<int> pan;
-    std::optional<int> tilt;
-    std::optional<int> zoom;
-    std::optional<std::chrono::milliseconds> duration; ///< without: until it is stopped, at most the description's time
-};
-
-struct Axes {
-    bool pan = true;
-    bool tilt = true;
-    bool zoom = true;
-};
 
 /// The tour that runs.
 struct TourProgress {
@@ -45,15 +28,13 @@ struct TourProgress {
 };
 
 /**
- * The positioning unit behind korva::meridan::PositioningManager: a fixed camera, or a PTZ camera
- * whose axes move with real speeds.
+ * A camera that moves: its position, presets and tours, and who may command it. A fixed camera refuses every command.
  *
- * It reads no clock: advance() is the only thing that lets time pass. Whoever composes a camera calls
- * it, from the frame loop or with a PositioningDriver.
+ * It reads no clock: time passes only by advance(), which the frame loop calls, or a PositioningDriver.
  *
- * Callbacks are posted, never made from inside a call. The events of one command, and those of one
- * step of time, are one task for the control thread, in order, so that nothing comes between them;
- * it calls whoever is registered at that moment. docs/positioning-events.md has the order.
+ * Events are posted, never told from inside a call. Those of one command, and those of one advance(), are one task
+ * for the control thread, in order, so that nothing comes between them; it tells the listeners that are subscribed
+ * when it runs. docs/positioning-events.md has the order.
  *
  * Every command is answered with a result that says why it was refused; a refused command changes and
  * posts nothing. Thread-safe.
@@ -125,7 +106,7 @@ public:
     /// Puts the camera at a preset at once and posts nothing: for a camera that is being set up.
     bool placeAt(const std::string& preset);
 
-    /// Posts preset state 2 of the preset that the camera stands at, if it does.
+    /// Posts that the preset that the camera stands at is reached, if it stands at one.
     void announceStanding();
 
     /// The presets, tours, position and active preset as a JSON document.
@@ -135,45 +116,28 @@ public:
     /// name stay. For a camera that is being set up: nothing is posted. Any bytes may be given.
     CommandResult restore(const std::string& document);
 
+    /// The listener is called on the control thread.
+    [[nodiscard]] base::Subscription onEvent(std::function<void(const PositioningEvent&)> listener);
+
     /// Called without a lock when the state has changed. Set it before the camera is used.
-    void onChange(std::function<void(Change)> hook);
-
-    /// The motors stay where they are, whatever they are told; for tests of what happens then.
-    void jam(bool jammed);
-
-    // For tests: each posts one event.
-    void postMotion(bool moving);
-    void postCommandPriority(unsigned int priority);
-    void postPresetState(int state, const std::string& name);
-    void postTourState(int tourState, int stopType);
-
-    CallbackList<korva::meridan::PositioningManager::MotionStateCallback> motionCallbacks;
-    CallbackList<korva::meridan::PositioningManager::CommandPriorityCallback> priorityCallbacks;
-    CallbackList<korva::meridan::PositioningManager::PresetStateCallback> presetStateCallbacks;
-    CallbackList<korva::meridan::PositioningManager::PresetModifiedCallback> presetModifiedCallbacks;
-    CallbackList<korva::meridan::PositioningManager::TourStateCallback> tourCallbacks;
-
-    std::size_t registrations() const;
+    void onChange(std::function<void(Change)> hook) { _hook = std::move(hook); }
 
     /// Posts nothing more from now on.
-    void quiesce();
-
-    /// Forgets every registration; returns how many there were.
-    std::size_t discardRegistrations();
+    void quiesce() { _quiet = true; }
 
 private:
-    class Batch; // the lock, the events of one command, and what has changed
+    /// One command, or one advance(): holds the lock. At its end it posts the events as one task, with the lock
+    /// held so that tasks are queued in the order of the changes, and without the lock tells what has changed.
+    class Transaction {
+    public:
+        explicit Transaction(PositioningUnit& unit) : _unit(unit), _lock(unit._mutex) {}
+        ~Transaction();
+        Transaction(const Transaction&) = delete;
+        Transaction& operator=(const Transaction&) = delete;
 
-    enum class Purpose { none, preset, place, drive };
-
-    /// The move that runs. A released one only brakes.
-    struct Move {
-        Purpose purpose = Purpose::none;
-        std::string preset; ///< whose arrival is reported
-        bool released = false;
-        std::int64_t steps = 0;       ///< how long it runs
-        std::int64_t stableSteps = 0; ///< how long it has been in place
-        std::int64_t lastStep = 0;    ///< it is released then
+    private:
+        PositioningUnit& _unit;
+        std::unique_lock<std::mutex> _lock;
     };
 
     struct RunningTour {
@@ -182,51 +146,51 @@ private:
         bool paused = false;
         bool dwelling = false;
         bool ending = false; ///< its end is reported once the camera stands
-        std::int64_t dwellLeft = 0;
+        std::chrono::milliseconds dwellLeft{0};
     };
 
-    // All of these need the lock; those with a batch add events to it.
-    Position here() const;
-    std::vector<Preset>::iterator find(const std::string& name);
-    std::vector<Tour>::iterator findTour(const std::string& name);
+    // All of these need the lock; what is not const needs a transaction.
+    void report(PositioningEvent event) { _events.push_back(std::move(event)); }
+    void reportPresetState(PresetState state, const std::string& preset);
+    bool held() const { return _motion.moving() || _tour || _holdLeft.count() > 0; }
+    const Preset* findPreset(const std::string& name) const;
+    CommandResult fixedRefusal() const;
     CommandResult refusal(const Commander& commander) const;
     CommandResult nameRefusal(const std::string& name) const;
     CommandResult tourRefusal(const Commander& commander) const;
-    CommandResult keep(Batch& batch, const Preset& preset);
-    std::optional<Position> checked(const Position& position) const;
-    void takeOver(Batch& batch, const Commander& commander);
-    void leave(Batch& batch, const std::string& headingFor);
-    void setOut(Batch& batch, Purpose purpose, const std::string& preset, std::int64_t mostSteps);
-    void head(Batch& batch, const Position& position, const std::string& preset, double speedPart);
-    void go(Batch& batch, const Preset& preset, const Commander& commander, double speedPart);
-    void release(const Axes& axes);
-    void endTour(Batch& batch);
-    void nextStop(Batch& batch, bool first);
-    void step(Batch& batch);
-    void stepMove(Batch& batch);
-    void stepTour(Batch& batch);
-    void finishMove(Batch& batch, bool arrived);
-    std::int64_t idleSteps(std::int64_t most) const;
+    CommandResult storePreset(const Preset& preset);
+    template <class Start>
+    void startMove(const Commander& commander, const std::string& preset, const Start& start);
+    void goTo(const Preset& preset, const Commander& commander, double speedPart);
+    void hold(const Commander& commander);
+    void endTour();
+    void goToStop(std::size_t first);
+    void step();
+    void stepTour();
+    void finishMove(bool arrived);
 
     const bool _movable;
     const CameraDescription _description;
     const Post _post;
     std::function<void(Change)> _hook;
+    std::atomic<bool> _quiet{false};
+    base::Subscribers<PositioningEvent> _subscribers;
 
     mutable std::mutex _mutex;
     std::vector<Preset> _presets;
     std::vector<Tour> _tours;
-    Axis _pan;
-    Axis _tilt;
-    Axis _zoom;
-    std::string _activePreset;
-    Move _move;
+    Motion _motion;
+    std::string _destination;  ///< the preset whose arrival is reported, while the camera is on its way to one
+    std::string _activePreset; ///< the preset that it stands at
     std::optional<RunningTour> _tour;
     Commander _holder;
-    std::int64_t _heldSteps = 0; ///< left of the hold after a move
-    std::chrono::nanoseconds _remainder{0};
-    bool _jammed = false;
-    std::atomic<bool> _quiet{false};
+    std::chrono::milliseconds _holdLeft{0}; ///< of the hold after a move
+    std::chrono::nanoseconds _remainder{0}; ///< of the time, less than a step
+
+    // Of the transaction that runs.
+    std::vector<PositioningEvent> _events;
+    bool _listsChanged = false;
+    bool _standingChanged = false;
 };
 
 } // namespace camera::ptz

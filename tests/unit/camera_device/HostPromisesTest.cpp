@@ -2,6 +2,8 @@
 #include "unit/camera_device/DeviceFixture.h"
 #include "unit/camera_device/XmlWatch.h"
 
+#include "camera/base/Current.h"
+#include "camera/framework/PositioningAdapter.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ControlThread.h"
 #include "camera/serviceapi/Environment.h"
@@ -40,10 +42,17 @@ protected:
         DeviceFixture::TearDown();
     }
 
+    static std::size_t positioningCallbacks()
+    {
+        return camera::base::Current<camera::framework::PositioningAdapter>::get()->registrations();
+    }
+
     std::thread::id controlThread()
     {
         return device->control().ask([] { return std::this_thread::get_id(); });
     }
+
+    const camera::ptz::Tour round{"Round", {{"Gate", std::chrono::seconds(1), 100}}};
 };
 
 TEST_F(HostPromisesTest, everyControlCallArrivesOneAtATimeOnTheThreadThatBuildsAndDestroysThePlugin)
@@ -51,6 +60,7 @@ TEST_F(HostPromisesTest, everyControlCallArrivesOneAtATimeOnTheThreadThatBuildsA
     hosted.names = {"Motion", "Simple"};
     options.rotationService = true;
     start();
+    ASSERT_TRUE(device->positioning().createTour(round));
     const std::thread::id control = controlThread();
     std::vector<std::thread> clients;
     for (int client = 0; client < 3; ++client) {
@@ -65,9 +75,9 @@ TEST_F(HostPromisesTest, everyControlCallArrivesOneAtATimeOnTheThreadThatBuildsA
         for (int event = 0; event < 60; ++event) {
             device->goToPreset(event % 2 == 0 ? "Gate" : "Yard");
             device->positioning().advance(std::chrono::seconds(event % 4));
-            device->positioning().postMotion(event % 3 == 0);
-            device->positioning().postTourState(event % 2, 0);
-            device->positioning().postCommandPriority(400);
+            device->positioning().savePresetHere("Here");
+            device->positioning().startTour("Round", {"anna", 100});
+            device->positioning().stopTour({"anna", 100});
         }
     });
     clients.emplace_back([&] {
@@ -135,6 +145,7 @@ TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
 {
     options.rotationService = true;
     start();
+    ASSERT_TRUE(device->positioning().createTour(round));
     bool deliveredLate = true;
     std::string late;
     std::thread lateClient;
@@ -151,13 +162,13 @@ TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
             }
         });
         device->goToPreset("Gate");
-        device->positioning().postTourState(1, 0);
+        device->positioning().startTour("Round", {"anna", 100});
         device->environment().dayNight.movement(true);
         device->environment().rotation.setAngle(90);
     };
     hosted.onControl = [&](const std::string& operation) {
         if (operation == "Motion destroyed") { // the target is gone already, engines are the last to go
-            leftPositioning = device->positioning().registrations();
+            leftPositioning = positioningCallbacks();
             leftRotation = device->environment().rotation.handlers();
         }
     };
@@ -168,12 +179,12 @@ TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
     EXPECT_THAT(late, testing::AnyOf("nobody serves onvif_analytic_service", "the device is shutting down"));
     EXPECT_EQ(leftPositioning, 1u) << "the plug-in leaves its tour callback, or this test shows nothing";
     EXPECT_EQ(leftRotation, 1u) << "the plug-in leaves its rotation handler, or this test shows nothing";
-    EXPECT_EQ(device->positioning().registrations(), 0u);
+    EXPECT_EQ(positioningCallbacks(), 0u);
     EXPECT_EQ(device->environment().rotation.handlers(), 0u);
     EXPECT_EQ(hosted.count("Motion orientation 90"), 0u);
     EXPECT_EQ(hosted.journal().back(), "Motion destroyed");
 
-    device->positioning().postTourState(1, 0);
+    device->positioning().startTour("Round", {"anna", 100});
     device->environment().rotation.setAngle(90);
     EXPECT_FALSE(device->deliver(anyFrame()));
     EXPECT_FALSE(device->deliverEmpty());

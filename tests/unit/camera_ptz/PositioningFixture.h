@@ -1,9 +1,6 @@
 #pragma once
 
-#include "camera/base/Current.h"
 #include "camera/ptz/PositioningUnit.h"
-
-#include "korva/meridan/PositioningManager.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,20 +19,15 @@ protected:
     using Commander = camera::ptz::Commander;
     using Status = camera::ptz::CommandStatus;
     using Milliseconds = std::chrono::milliseconds;
-    using Manager = korva::meridan::PositioningManager;
 
     void build(bool movable = true)
     {
         options.movable = movable;
         unit =
             std::make_shared<Unit>(options, [this](std::function<void()> task) { queue.push_back(std::move(task)); });
-        binding.reset();
-        binding = std::make_unique<camera::base::Current<Unit>::Binding>(unit);
-        manager.registerMotionStateCallback(&onMotion, this);
-        manager.registerCommandPriorityCallback(&onPriority, this);
-        manager.registerPresetStateCallback(&onPreset, this);
-        manager.registerPresetModifiedCallback(&onModified, this);
-        manager.registerTourStateCallback(&onTour, this);
+        _subscription = unit->onEvent([this](const camera::ptz::PositioningEvent& event) {
+            calls.push_back(std::visit([](const auto& kind) { return text(kind); }, event));
+        });
     }
 
     void runPosted()
@@ -89,38 +81,34 @@ protected:
     const Commander operator2{"ben", 200};
     const Commander engine{"an engine", 500};
 
-    Manager& manager = Manager::instance();
     Unit::Options options{
         true, {{"Gate", {10000, -5000, 200}}, {"Yard", {350000, 0, 100}}, {"Roof", {0, 9000, 100}}}, {}};
     std::vector<std::function<void()>> queue;
     std::shared_ptr<Unit> unit;
-    std::unique_ptr<camera::base::Current<Unit>::Binding> binding;
     std::vector<std::string> calls;
 
 private:
-    static void note(void* context, const std::string& text)
+    static std::string text(const camera::ptz::MotionState& event)
     {
-        static_cast<PositioningFixture*>(context)->calls.push_back(text);
+        return event.moving ? "motion started" : "motion stopped";
+    }
+    static std::string text(const camera::ptz::CommandPriority& event)
+    {
+        return "priority " + std::to_string(event.priority);
+    }
+    static std::string text(const camera::ptz::PresetStateChange& event)
+    {
+        return "state " + std::to_string(static_cast<int>(event.state)) + " " + event.preset;
+    }
+    static std::string text(const camera::ptz::PresetModified& event)
+    {
+        const char* const changes[] = {" created", " changed", " removed"};
+        return event.preset + changes[static_cast<int>(event.change)];
+    }
+    static std::string text(const camera::ptz::TourStateChange& event)
+    {
+        return "tour " + std::to_string(static_cast<int>(event.state)) + " " + event.tour;
     }
 
-    static void onMotion(bool moving, unsigned int, int, unsigned int, void* context)
-    {
-        note(context, moving ? "motion started" : "motion stopped");
-    }
-    static void onPriority(bool panTilt, bool zoom, unsigned int priority, void* context)
-    {
-        note(context, "priority " + std::to_string(priority) + (panTilt && zoom ? "" : "?"));
-    }
-    static void onPreset(int state, const std::string& name, bool, const std::string&, void* context)
-    {
-        note(context, "state " + std::to_string(state) + " " + name);
-    }
-    static void onModified(const std::string& name, bool created, bool changed, bool removed, void* context)
-    {
-        note(context, name + (created ? " created" : "") + (changed ? " changed" : "") + (removed ? " removed" : ""));
-    }
-    static void onTour(int state, const std::string& name, unsigned int, int, void* context)
-    {
-        note(context, "tour " + std::to_string(state) + " " + name);
-    }
+    camera::base::Subscription _subscription;
 };

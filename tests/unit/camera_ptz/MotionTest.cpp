@@ -1,0 +1,86 @@
+#include "camera/ptz/Motion.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using camera::ptz::CameraDescription;
+using camera::ptz::kStep;
+using camera::ptz::Motion;
+using camera::ptz::Position;
+using Progress = Motion::Progress;
+using std::chrono::milliseconds;
+
+class MotionTest : public testing::Test {
+protected:
+    /// How the move ends; it takes at most a hundred seconds.
+    Progress end()
+    {
+        Progress progress = Progress::moving;
+        for (took = milliseconds(0); took < milliseconds(100000) && progress == Progress::moving; took += kStep) {
+            progress = motion.step();
+        }
+        return progress;
+    }
+
+    CameraDescription description;
+    Motion motion{description};
+    milliseconds took{0};
+    const Position place{10000, -5000, 200};
+};
+
+TEST_F(MotionTest, arrivesExactlyAtThePlaceAndStands)
+{
+    ASSERT_TRUE(motion.canReach(place));
+    motion.goTo(place, 1.0);
+    EXPECT_TRUE(motion.moving());
+    EXPECT_EQ(end(), Progress::arrived);
+    EXPECT_EQ(motion.position(), place);
+    EXPECT_FALSE(motion.moving());
+}
+
+TEST_F(MotionTest, needsTheStableTimeAlsoWhereItStands)
+{
+    motion.goTo({}, 1.0);
+    EXPECT_EQ(end(), Progress::arrived);
+    EXPECT_EQ(took, description.stableFor);
+}
+
+TEST_F(MotionTest, isStoppedByAStopOfAnyAxisOnTheWayToAPlace)
+{
+    motion.goTo(place, 1.0);
+    motion.step();
+    motion.stop({false, false, true});
+    EXPECT_EQ(end(), Progress::stopped);
+}
+
+TEST_F(MotionTest, isStoppedAfterItsMarginWhenAnAxisIsNeverInPlace)
+{
+    description.pan.tolerance = -1;
+    Motion blocked(description);
+    blocked.goTo({}, 1.0);
+    milliseconds time(0);
+    while (blocked.step() == Progress::moving) {
+        time += kStep;
+    }
+    EXPECT_EQ(time, description.arrivalMargin + description.stableFor - 2 * kStep);
+}
+
+TEST_F(MotionTest, knowsWhatItCanReach)
+{
+    EXPECT_FALSE(motion.canReach({360000, 0, 100}));
+    EXPECT_FALSE(motion.canReach({0, 90001, 100}));
+    EXPECT_FALSE(motion.canReach({0, 0, 99}));
+    EXPECT_TRUE(motion.canZoomTo(3000));
+    EXPECT_FALSE(motion.canZoomTo(3001));
+}
+
+TEST_F(MotionTest, isPlacedAtTheNearestEnds)
+{
+    motion.goTo(place, 1.0);
+    motion.placeAt({5, 95000, 9999});
+    EXPECT_FALSE(motion.moving());
+    EXPECT_EQ(motion.position(), (Position{5, 90000, 3000}));
+}
+
+} // namespace
