@@ -1,7 +1,8 @@
 #include "ModuleTest.h"
 
+#include "kit/Eventually.h"
+
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 namespace {
@@ -126,14 +127,7 @@ public:
     bool waitForMore(int count = 10)
     {
         const int wanted = _raised.load() + count;
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (_raised.load() < wanted) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        return true;
+        return kit::eventually([&] { return _raised.load() >= wanted; });
     }
 
 private:

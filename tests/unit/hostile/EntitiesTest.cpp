@@ -3,12 +3,11 @@
 #include "Answers.h"
 #include "Bomb.h"
 #include "Xml.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 
 namespace hostile {
 
@@ -38,18 +37,11 @@ std::string laughs()
 
 class EntitiesTest : public BombTest {
 protected:
-    std::string folder = ::testing::TempDir() + "hostile-entities-" + std::string(6, 'X');
+    EntitiesTest() { folder.write("secret", kSecret); }
 
-    EntitiesTest()
-    {
-        if (mkdtemp(folder.data()) != nullptr) {
-            std::ofstream(path()) << kSecret;
-        }
-    }
+    std::string path() const { return folder / "secret"; }
 
-    ~EntitiesTest() override { std::filesystem::remove_all(folder); }
-
-    std::string path() const { return folder + "/secret"; }
+    kit::TemporaryFolder folder;
 };
 
 TEST_F(EntitiesTest, expandsNoEntity)
