@@ -18,14 +18,14 @@ namespace {
 /// hostile document is deep.
 class Rewriter {
 public:
-    explicit Rewriter(const std::string& text) : text(text)
+    explicit Rewriter(const std::string& text) : _text(text)
     {
-        const pugi::xml_parse_result result = document.load_buffer(
+        const pugi::xml_parse_result result = _document.load_buffer(
             text.data(), text.size(), pugi::parse_default | pugi::parse_doctype, pugi::encoding_utf8);
         if (!result) {
             refuse(std::string("this is no well-formed XML: ") + result.description(), result.offset);
         }
-        for (const pugi::xml_node& node : document.children()) {
+        for (const pugi::xml_node& node : _document.children()) {
             if (node.type() == pugi::node_doctype) {
                 refuse("a DOCTYPE is not accepted", node.offset_debug());
             }
@@ -34,18 +34,18 @@ public:
 
     std::string rewrite(const std::string& rootName)
     {
-        const pugi::xml_node root = document.document_element();
+        const pugi::xml_node root = _document.document_element();
         if (!root) {
             refuse("there is no element in it", 0);
         }
         walk(root);
         if (rootName != root.name()) {
-            refuse("its root element is '" + originalRootName + "', but a configuration's is '" + rootName + "'",
+            refuse("its root element is '" + _originalRootName + "', but a configuration's is '" + rootName + "'",
                    root.offset_debug());
         }
         declareOnRoot(root);
         std::ostringstream out;
-        document.document_element().print(out, "", pugi::format_raw);
+        _document.document_element().print(out, "", pugi::format_raw);
         return out.str();
     }
 
@@ -54,8 +54,8 @@ private:
     {
         std::size_t line = 1;
         std::size_t column = 1;
-        for (std::ptrdiff_t i = 0; i < offset && i < static_cast<std::ptrdiff_t>(text.size()); ++i) {
-            if (text[static_cast<std::size_t>(i)] == '\n') {
+        for (std::ptrdiff_t i = 0; i < offset && i < static_cast<std::ptrdiff_t>(_text.size()); ++i) {
+            if (_text[static_cast<std::size_t>(i)] == '\n') {
                 ++line;
                 column = 1;
             } else {
@@ -67,7 +67,7 @@ private:
 
     void walk(pugi::xml_node root)
     {
-        originalRootName = root.name();
+        _originalRootName = root.name();
         pugi::xml_node node = root;
         for (;;) {
             if (node.type() == pugi::node_element) {
@@ -79,7 +79,7 @@ private:
             }
             for (;;) {
                 if (node.type() == pugi::node_element) {
-                    scopes.leave();
+                    _scopes.leave();
                 }
                 if (node == root) {
                     return;
@@ -95,7 +95,7 @@ private:
 
     void enter(pugi::xml_node node)
     {
-        scopes.enter(node);
+        _scopes.enter(node);
         const std::string original = node.name();
         Carried carried;
         // Attributes first: their refusals name the element as its author wrote it.
@@ -143,7 +143,7 @@ private:
         if (prefix == "xml" || (prefix.empty() && !defaultApplies)) {
             return name;
         }
-        const std::optional<std::string> uri = scopes.find(prefix);
+        const std::optional<std::string> uri = _scopes.find(prefix);
         if (!uri) {
             if (prefix.empty()) {
                 return name;
@@ -153,7 +153,7 @@ private:
                    node.offset_debug());
         }
         if (const std::optional<std::string> canonical = canonicalPrefix(*uri)) {
-            used.insert(*canonical);
+            _used.insert(*canonical);
             return *canonical + ":" + local;
         }
         if (!prefix.empty() && canonicalUri(prefix)) {
@@ -167,17 +167,17 @@ private:
 
     void declareOnRoot(pugi::xml_node root)
     {
-        used.insert("tt");
-        for (auto prefix = used.rbegin(); prefix != used.rend(); ++prefix) {
+        _used.insert("tt");
+        for (auto prefix = _used.rbegin(); prefix != _used.rend(); ++prefix) {
             root.prepend_attribute(("xmlns:" + *prefix).c_str()).set_value(canonicalUri(*prefix)->c_str());
         }
     }
 
-    const std::string& text;
-    pugi::xml_document document;
-    NamespaceScopes scopes;
-    std::set<std::string> used;
-    std::string originalRootName;
+    const std::string& _text;
+    pugi::xml_document _document;
+    NamespaceScopes _scopes;
+    std::set<std::string> _used;
+    std::string _originalRootName;
 };
 
 } // namespace

@@ -52,7 +52,7 @@ std::optional<std::string> canonicalUri(const std::string& prefix)
 NamespaceScopes::NamespaceScopes()
 {
     for (const auto& [prefix, uri] : known()) {
-        bindings[prefix].push_back(uri);
+        _bindings[prefix].push_back(uri);
     }
 }
 
@@ -63,25 +63,25 @@ void NamespaceScopes::enter(const pugi::xml_node& element)
         const std::string name = attribute.name();
         if (isDeclaration(name)) {
             const std::string prefix = name == "xmlns" ? "" : name.substr(6);
-            bindings[prefix].push_back(attribute.value());
+            _bindings[prefix].push_back(attribute.value());
             declared.push_back(prefix);
         }
     }
-    entered.push_back(std::move(declared));
+    _entered.push_back(std::move(declared));
 }
 
 void NamespaceScopes::leave()
 {
-    for (const std::string& prefix : entered.back()) {
-        bindings[prefix].pop_back();
+    for (const std::string& prefix : _entered.back()) {
+        _bindings[prefix].pop_back();
     }
-    entered.pop_back();
+    _entered.pop_back();
 }
 
 std::optional<std::string> NamespaceScopes::find(const std::string& prefix) const
 {
-    const auto found = bindings.find(prefix);
-    if (found == bindings.end() || found->second.empty() || found->second.back().empty()) {
+    const auto found = _bindings.find(prefix);
+    if (found == _bindings.end() || found->second.empty() || found->second.back().empty()) {
         return std::nullopt;
     }
     return found->second.back();

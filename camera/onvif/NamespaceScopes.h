@@ -30,8 +30,8 @@ public:
     std::optional<std::string> find(const std::string& prefix) const;
 
 private:
-    std::map<std::string, std::vector<std::string>> bindings; ///< innermost last; empty text: undeclared again
-    std::vector<std::vector<std::string>> entered;            ///< prefixes declared by each open element
+    std::map<std::string, std::vector<std::string>> _bindings; ///< innermost last; empty text: undeclared again
+    std::vector<std::vector<std::string>> _entered;            ///< prefixes declared by each open element
 };
 
 } // namespace camera::onvif

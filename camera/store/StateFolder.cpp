@@ -28,21 +28,21 @@ fs::path makeTemporary()
 } // namespace
 
 StateFolder::StateFolder(const std::string& given)
-    : folder(given.empty() ? makeTemporary() : fs::path(given)), temporary(given.empty())
+    : _folder(given.empty() ? makeTemporary() : fs::path(given)), _temporary(given.empty())
 {
 }
 
 StateFolder::~StateFolder()
 {
-    if (temporary) {
+    if (_temporary) {
         std::error_code ignored;
-        fs::remove_all(folder, ignored);
+        fs::remove_all(_folder, ignored);
     }
 }
 
 std::int64_t StateFolder::lastFrameTime() const
 {
-    std::ifstream file(folder / kClock);
+    std::ifstream file(_folder / kClock);
     std::int64_t nanoseconds = 0;
     file >> nanoseconds;
     return file && nanoseconds > 0 && nanoseconds < kLatest ? nanoseconds : 0;
@@ -50,8 +50,8 @@ std::int64_t StateFolder::lastFrameTime() const
 
 void StateFolder::keepLastFrameTime(std::int64_t nanoseconds) const
 {
-    const fs::path target = folder / kClock;
-    const fs::path beside = folder / (std::string(kClock) + ".new");
+    const fs::path target = _folder / kClock;
+    const fs::path beside = _folder / (std::string(kClock) + ".new");
     std::ofstream file(beside);
     file << nanoseconds << '\n';
     file.close();

@@ -15,8 +15,8 @@ public:
     StateFolder(const StateFolder&) = delete;
     StateFolder& operator=(const StateFolder&) = delete;
 
-    const std::filesystem::path& path() const { return folder; }
-    bool kept() const { return !temporary; }
+    const std::filesystem::path& path() const { return _folder; }
+    bool kept() const { return !_temporary; }
 
     /// Nanoseconds since 1970 of the last frame of the run before; 0: unknown. A run at full speed ends ahead
     /// of the wall clock, and the next one goes on from there.
@@ -26,8 +26,8 @@ public:
     void keepLastFrameTime(std::int64_t nanoseconds) const;
 
 private:
-    std::filesystem::path folder;
-    bool temporary;
+    std::filesystem::path _folder;
+    bool _temporary;
 };
 
 } // namespace camera::store

@@ -89,7 +89,7 @@ AVDictionary* optionsFor(const std::string& input)
 
 } // namespace
 
-Demuxer::Demuxer(const std::string& input, const std::atomic<bool>* stop) : stop(stop)
+Demuxer::Demuxer(const std::string& input, const std::atomic<bool>* stop) : _stop(stop)
 {
     static std::once_flag registered;
     std::call_once(registered, avdevice_register_all);
@@ -106,7 +106,7 @@ void Demuxer::open(const std::string& input)
     if (opened == nullptr) {
         throw std::bad_alloc();
     }
-    opened->interrupt_callback = {shouldStop, const_cast<std::atomic<bool>*>(stop)};
+    opened->interrupt_callback = {shouldStop, const_cast<std::atomic<bool>*>(_stop)};
     const AVInputFormat* format = isVideoDevice(input) ? av_find_input_format("video4linux2,v4l2") : nullptr;
     AVDictionary* options = optionsFor(input);
     clearLibavError();
@@ -117,9 +117,9 @@ void Demuxer::open(const std::string& input)
     if (status < 0) {
         throwNotOpened(input, status); // the context was freed by the failing call
     }
-    context.reset(opened);
+    _context.reset(opened);
     // Text with a film's ending is drawn as a terminal by libav: nobody means that here.
-    if (std::string(context->iformat->name) == "tty") {
+    if (std::string(_context->iformat->name) == "tty") {
         throw std::runtime_error(quoted(input) + " is not a video that can be read: it is text; name a video file.");
     }
 }
@@ -127,18 +127,18 @@ void Demuxer::open(const std::string& input)
 void Demuxer::findStream(const std::string& input)
 {
     clearLibavError();
-    const int status = avformat_find_stream_info(context.get(), nullptr);
+    const int status = avformat_find_stream_info(_context.get(), nullptr);
     if (status < 0) {
         throwNotOpened(input, status);
     }
-    streamIndex = av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (streamIndex < 0) {
-        throw std::runtime_error("there is no video stream in " + quoted(input) + " (" + context->iformat->long_name +
+    _streamIndex = av_find_best_stream(_context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (_streamIndex < 0) {
+        throw std::runtime_error("there is no video stream in " + quoted(input) + " (" + _context->iformat->long_name +
                                  "); name a file with pictures.");
     }
-    for (unsigned int i = 0; i < context->nb_streams; ++i) {
-        if (static_cast<int>(i) != streamIndex) {
-            context->streams[i]->discard = AVDISCARD_ALL;
+    for (unsigned int i = 0; i < _context->nb_streams; ++i) {
+        if (static_cast<int>(i) != _streamIndex) {
+            _context->streams[i]->discard = AVDISCARD_ALL;
         }
     }
 }
@@ -147,21 +147,21 @@ Demuxer::Read Demuxer::read(AVPacket& packet)
 {
     for (;;) {
         av_packet_unref(&packet);
-        const int status = av_read_frame(context.get(), &packet);
+        const int status = av_read_frame(_context.get(), &packet);
         if (status == AVERROR_EOF || status == AVERROR_EXIT) {
             return Read::end;
         }
         if (status == AVERROR(EAGAIN)) {
-            if (stop != nullptr && stop->load()) {
+            if (_stop != nullptr && _stop->load()) {
                 return Read::end;
             }
             continue;
         }
         if (status < 0) {
-            errorText = libavStatusText(status);
+            _errorText = libavStatusText(status);
             return Read::failed;
         }
-        if (packet.stream_index == streamIndex) {
+        if (packet.stream_index == _streamIndex) {
             return Read::packet;
         }
     }
@@ -169,17 +169,17 @@ Demuxer::Read Demuxer::read(AVPacket& packet)
 
 bool Demuxer::rewind()
 {
-    if (context->pb == nullptr || context->pb->seekable == 0) {
+    if (_context->pb == nullptr || _context->pb->seekable == 0) {
         return false;
     }
     const std::int64_t start = stream().start_time == AV_NOPTS_VALUE ? 0 : stream().start_time;
-    return av_seek_frame(context.get(), streamIndex, start, AVSEEK_FLAG_BACKWARD) >= 0 ||
-           av_seek_frame(context.get(), streamIndex, 0, AVSEEK_FLAG_BYTE) >= 0;
+    return av_seek_frame(_context.get(), _streamIndex, start, AVSEEK_FLAG_BACKWARD) >= 0 ||
+           av_seek_frame(_context.get(), _streamIndex, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
 double Demuxer::framesPerSecond() const
 {
-    const AVRational rate = av_guess_frame_rate(context.get(), context->streams[streamIndex], nullptr);
+    const AVRational rate = av_guess_frame_rate(_context.get(), _context->streams[_streamIndex], nullptr);
     const double framesPerSecond = rate.den == 0 ? 0 : av_q2d(rate);
     // Some containers name their clock instead of a rate.
     return framesPerSecond >= 0.01 && framesPerSecond <= 1000 ? framesPerSecond : 25;

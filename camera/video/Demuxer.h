@@ -29,20 +29,20 @@ public:
     /// Back to the first packet; false where the input cannot do that, as a live one.
     bool rewind();
 
-    const AVStream& stream() const { return *context->streams[streamIndex]; }
+    const AVStream& stream() const { return *_context->streams[_streamIndex]; }
     double framesPerSecond() const;
 
     /// Why the last read failed, as a phrase.
-    const std::string& error() const { return errorText; }
+    const std::string& error() const { return _errorText; }
 
 private:
     void open(const std::string& input);
     void findStream(const std::string& input);
 
-    DemuxerPtr context;
-    const std::atomic<bool>* stop;
-    int streamIndex = -1;
-    std::string errorText;
+    DemuxerPtr _context;
+    const std::atomic<bool>* _stop;
+    int _streamIndex = -1;
+    std::string _errorText;
 };
 
 } // namespace camera::video

@@ -58,7 +58,7 @@ struct FramePool::Shelf {
     }
 };
 
-FramePool::FramePool() : shelf(std::make_shared<Shelf>())
+FramePool::FramePool() : _shelf(std::make_shared<Shelf>())
 {
 }
 
@@ -70,9 +70,9 @@ Frame FramePool::lend(int width, int height)
     frame.strideBytes = (width + 63) / 64 * 64;
     const std::size_t rows = static_cast<std::size_t>(height) + static_cast<std::size_t>((height + 1) / 2);
     frame.sizeBytes = static_cast<std::size_t>(frame.strideBytes) * rows;
-    std::uint8_t* memory = shelf->take(frame.sizeBytes);
+    std::uint8_t* memory = _shelf->take(frame.sizeBytes);
     frame.data = std::shared_ptr<std::uint8_t>(
-        memory, [home = shelf, size = frame.sizeBytes](std::uint8_t* gone) { home->giveBack(gone, size); });
+        memory, [home = _shelf, size = frame.sizeBytes](std::uint8_t* gone) { home->giveBack(gone, size); });
     return frame;
 }
 

@@ -24,7 +24,7 @@ public:
 
 private:
     struct Shelf;
-    std::shared_ptr<Shelf> shelf;
+    std::shared_ptr<Shelf> _shelf;
 };
 
 } // namespace camera::video

@@ -26,30 +26,30 @@ const AVCodec* chooseEncoder(const std::string& name)
 
 Mp4Writer::Mp4Writer(const std::string& path, int width, int height, double framesPerSecond,
                      const std::string& encoderName)
-    : path(path), frame(av_frame_alloc()), packet(av_packet_alloc())
+    : _path(path), _frame(av_frame_alloc()), _packet(av_packet_alloc())
 {
-    if (frame == nullptr || packet == nullptr) {
+    if (_frame == nullptr || _packet == nullptr) {
         throw std::bad_alloc();
     }
     openEncoder(width, height, framesPerSecond, encoderName);
-    frame->format = encoder->pix_fmt;
-    frame->width = width;
-    frame->height = height;
-    check(av_frame_get_buffer(frame.get(), 0));
+    _frame->format = _encoder->pix_fmt;
+    _frame->width = width;
+    _frame->height = height;
+    check(av_frame_get_buffer(_frame.get(), 0));
     openFile();
 }
 
 Mp4Writer::~Mp4Writer()
 {
-    if (container != nullptr) {
-        avio_closep(&container->pb);
-        avformat_free_context(container);
+    if (_container != nullptr) {
+        avio_closep(&_container->pb);
+        avformat_free_context(_container);
     }
 }
 
 void Mp4Writer::fail(int status) const
 {
-    throw std::runtime_error("cannot write the overlay video '" + path + "': " + libavStatusText(status) +
+    throw std::runtime_error("cannot write the overlay video '" + _path + "': " + libavStatusText(status) +
                              "; name a file in a folder that can be written and has room.");
 }
 
@@ -64,92 +64,93 @@ void Mp4Writer::openEncoder(int width, int height, double framesPerSecond, const
 {
     const AVCodec* codec = chooseEncoder(encoderName);
     if (codec == nullptr) {
-        throw std::runtime_error("cannot write the overlay video '" + path +
+        throw std::runtime_error("cannot write the overlay video '" + _path +
                                  "': libavcodec has no encoder for it here; leave --overlay out.");
     }
-    encoder.reset(avcodec_alloc_context3(codec));
-    encoder->width = width;
-    encoder->height = height;
-    encoder->pix_fmt = AV_PIX_FMT_YUV420P;
-    encoder->framerate = av_d2q(framesPerSecond, 100000);
+    _encoder.reset(avcodec_alloc_context3(codec));
+    _encoder->width = width;
+    _encoder->height = height;
+    _encoder->pix_fmt = AV_PIX_FMT_YUV420P;
+    _encoder->framerate = av_d2q(framesPerSecond, 100000);
     // MPEG-4 has no room for fine ticks; a thousandth of a second is enough there.
-    encoder->time_base = codec->id == AV_CODEC_ID_MPEG4 ? AVRational{1, 1000} : kTicks;
-    encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    encoder->thread_count = 2;
+    _encoder->time_base = codec->id == AV_CODEC_ID_MPEG4 ? AVRational{1, 1000} : kTicks;
+    _encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    _encoder->thread_count = 2;
     if (codec->id == AV_CODEC_ID_MPEG4) {
-        encoder->bit_rate = std::max<std::int64_t>(std::llround(0.2 * width * height * framesPerSecond), 200000);
+        _encoder->bit_rate = std::max<std::int64_t>(std::llround(0.2 * width * height * framesPerSecond), 200000);
     } else {
-        av_opt_set(encoder->priv_data, "preset", "veryfast", 0);
-        av_opt_set(encoder->priv_data, "crf", "22", 0);
+        av_opt_set(_encoder->priv_data, "preset", "veryfast", 0);
+        av_opt_set(_encoder->priv_data, "crf", "22", 0);
     }
-    check(avcodec_open2(encoder.get(), codec, nullptr));
+    check(avcodec_open2(_encoder.get(), codec, nullptr));
 }
 
 void Mp4Writer::openFile()
 {
     AVFormatContext* made = nullptr;
-    check(avformat_alloc_output_context2(&made, nullptr, "mp4", path.c_str()));
-    container = made;
+    check(avformat_alloc_output_context2(&made, nullptr, "mp4", _path.c_str()));
+    _container = made;
     try {
-        AVStream* stream = avformat_new_stream(container, nullptr);
+        AVStream* stream = avformat_new_stream(_container, nullptr);
         check(stream == nullptr ? AVERROR(ENOMEM) : 0);
-        stream->time_base = encoder->time_base;
-        stream->avg_frame_rate = encoder->framerate;
-        check(avcodec_parameters_from_context(stream->codecpar, encoder.get()));
-        check(avio_open(&container->pb, ("file:" + path).c_str(), AVIO_FLAG_WRITE));
-        check(avformat_write_header(container, nullptr));
-        open = true;
+        stream->time_base = _encoder->time_base;
+        stream->avg_frame_rate = _encoder->framerate;
+        check(avcodec_parameters_from_context(stream->codecpar, _encoder.get()));
+        check(avio_open(&_container->pb, ("file:" + _path).c_str(), AVIO_FLAG_WRITE));
+        check(avformat_write_header(_container, nullptr));
+        _open = true;
     } catch (...) {
-        avio_closep(&container->pb);
-        avformat_free_context(container);
-        container = nullptr;
+        avio_closep(&_container->pb);
+        avformat_free_context(_container);
+        _container = nullptr;
         throw;
     }
 }
 
 void Mp4Writer::add(const RgbPicture& picture, std::int64_t nanoseconds)
 {
-    if (firstNanoseconds < 0) {
-        firstNanoseconds = nanoseconds;
+    if (_firstNanoseconds < 0) {
+        _firstNanoseconds = nanoseconds;
     }
     const std::int64_t ticks =
-        av_rescale_q(nanoseconds - firstNanoseconds, AVRational{1, 1000000000}, encoder->time_base);
-    lastTicks = std::max(ticks, lastTicks + 1);
-    check(av_frame_make_writable(frame.get()));
-    libyuv::RAWToI420(picture.pixels.data(), picture.strideBytes(), frame->data[0], frame->linesize[0], frame->data[1],
-                      frame->linesize[1], frame->data[2], frame->linesize[2], picture.width, picture.height);
-    frame->pts = lastTicks;
-    encode(frame.get());
+        av_rescale_q(nanoseconds - _firstNanoseconds, AVRational{1, 1000000000}, _encoder->time_base);
+    _lastTicks = std::max(ticks, _lastTicks + 1);
+    check(av_frame_make_writable(_frame.get()));
+    libyuv::RAWToI420(picture.pixels.data(), picture.strideBytes(), _frame->data[0], _frame->linesize[0],
+                      _frame->data[1], _frame->linesize[1], _frame->data[2], _frame->linesize[2], picture.width,
+                      picture.height);
+    _frame->pts = _lastTicks;
+    encode(_frame.get());
 }
 
 void Mp4Writer::encode(const AVFrame* picture)
 {
-    check(avcodec_send_frame(encoder.get(), picture));
+    check(avcodec_send_frame(_encoder.get(), picture));
     for (;;) {
-        const int status = avcodec_receive_packet(encoder.get(), packet.get());
+        const int status = avcodec_receive_packet(_encoder.get(), _packet.get());
         if (status == AVERROR(EAGAIN) || status == AVERROR_EOF) {
             return;
         }
         check(status);
-        av_packet_rescale_ts(packet.get(), encoder->time_base, container->streams[0]->time_base);
-        packet->stream_index = 0;
-        check(av_interleaved_write_frame(container, packet.get()));
+        av_packet_rescale_ts(_packet.get(), _encoder->time_base, _container->streams[0]->time_base);
+        _packet->stream_index = 0;
+        check(av_interleaved_write_frame(_container, _packet.get()));
         // Writing is buffered: a full disk shows here, not in the call above.
-        check(container->pb->error);
+        check(_container->pb->error);
     }
 }
 
 void Mp4Writer::finish()
 {
-    if (!open) {
+    if (!_open) {
         return;
     }
-    open = false;
+    _open = false;
     encode(nullptr);
-    check(av_write_trailer(container));
-    avio_flush(container->pb);
-    const int written = container->pb->error;
-    const int closed = avio_closep(&container->pb);
+    check(av_write_trailer(_container));
+    avio_flush(_container->pb);
+    const int written = _container->pb->error;
+    const int closed = avio_closep(&_container->pb);
     check(written < 0 ? written : closed);
 }
 

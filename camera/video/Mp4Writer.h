@@ -36,14 +36,14 @@ private:
     void openFile();
     void encode(const AVFrame* frame);
 
-    std::string path;
-    AVFormatContext* container = nullptr;
-    CodecPtr encoder;
-    FramePtr frame;
-    PacketPtr packet;
-    std::int64_t firstNanoseconds = -1;
-    std::int64_t lastTicks = -1;
-    bool open = false;
+    std::string _path;
+    AVFormatContext* _container = nullptr;
+    CodecPtr _encoder;
+    FramePtr _frame;
+    PacketPtr _packet;
+    std::int64_t _firstNanoseconds = -1;
+    std::int64_t _lastTicks = -1;
+    bool _open = false;
 };
 
 } // namespace camera::video

@@ -12,7 +12,7 @@ namespace camera::video {
 class Nv12Converter {
 public:
     /// Width and height are even.
-    Nv12Converter(int width, int height) : width(width), height(height) {}
+    Nv12Converter(int width, int height) : _width(width), _height(height) {}
 
     /// @throws std::runtime_error when libav knows no way from the picture's format to NV12.
     Frame convert(const AVFrame& picture);
@@ -20,10 +20,10 @@ public:
 private:
     void scale(const AVFrame& picture, Frame& frame);
 
-    int width;
-    int height;
-    FramePool pool;
-    ScalerPtr scaler;
+    int _width;
+    int _height;
+    FramePool _pool;
+    ScalerPtr _scaler;
 };
 
 } // namespace camera::video

@@ -15,34 +15,34 @@ namespace {
 class ContinuedSource final : public FrameSource {
 public:
     ContinuedSource(std::unique_ptr<FrameSource> source, const SourceOptions& options)
-        : source(std::move(source)), options(options)
+        : _source(std::move(source)), _options(options)
     {
     }
 
     std::optional<Frame> next() override
     {
-        if (options.stop != nullptr && options.stop->load()) {
+        if (_options.stop != nullptr && _options.stop->load()) {
             return std::nullopt;
         }
-        std::optional<Frame> frame = source->next();
+        std::optional<Frame> frame = _source->next();
         if (frame) {
-            if (!shift) {
-                const std::int64_t earliest = options.notBefore + std::llround(1e9 / framesPerSecond());
-                shift = options.notBefore == 0 ? 0 : std::max<std::int64_t>(earliest - nanosecondsOf(*frame), 0);
+            if (!_shift) {
+                const std::int64_t earliest = _options.notBefore + std::llround(1e9 / framesPerSecond());
+                _shift = _options.notBefore == 0 ? 0 : std::max<std::int64_t>(earliest - nanosecondsOf(*frame), 0);
             }
-            stamp(*frame, nanosecondsOf(*frame) + *shift);
+            stamp(*frame, nanosecondsOf(*frame) + *_shift);
         }
         return frame;
     }
 
-    int width() const override { return source->width(); }
-    int height() const override { return source->height(); }
-    double framesPerSecond() const override { return source->framesPerSecond(); }
+    int width() const override { return _source->width(); }
+    int height() const override { return _source->height(); }
+    double framesPerSecond() const override { return _source->framesPerSecond(); }
 
 private:
-    std::unique_ptr<FrameSource> source;
-    SourceOptions options;
-    std::optional<std::int64_t> shift;
+    std::unique_ptr<FrameSource> _source;
+    SourceOptions _options;
+    std::optional<std::int64_t> _shift;
 };
 
 std::unique_ptr<FrameSource> openPlain(const std::string& input, const SourceOptions& options)

@@ -44,8 +44,8 @@ cv::Scalar colourOf(RuleState state)
 class Painter {
 public:
     explicit Painter(RgbPicture& picture)
-        : canvas(picture.height, picture.width, CV_8UC3, picture.pixels.data()),
-          unit(std::max(std::min(picture.width, picture.height) / 540.0, 0.6))
+        : _canvas(picture.height, picture.width, CV_8UC3, picture.pixels.data()),
+          _unit(std::max(std::min(picture.width, picture.height) / 540.0, 0.6))
     {
     }
 
@@ -75,12 +75,12 @@ public:
         }
         const cv::Scalar colour = colourOf(rule.state);
         if (points.size() > 2) {
-            cv::Mat tinted = canvas(area).clone();
+            cv::Mat tinted = _canvas(area).clone();
             cv::fillPoly(tinted, std::vector<std::vector<cv::Point>>{points}, colour, cv::LINE_AA, 0, -area.tl());
             const double strength = rule.state == RuleState::kAlarm ? 0.2 : 0.1;
-            cv::addWeighted(tinted, strength, canvas(area), 1 - strength, 0, canvas(area));
+            cv::addWeighted(tinted, strength, _canvas(area), 1 - strength, 0, _canvas(area));
         }
-        cv::polylines(canvas, std::vector<std::vector<cv::Point>>{points}, points.size() > 2, colour, thickness(2),
+        cv::polylines(_canvas, std::vector<std::vector<cv::Point>>{points}, points.size() > 2, colour, thickness(2),
                       cv::LINE_AA);
     }
 
@@ -95,10 +95,10 @@ public:
         cv::Rect area = tagArea(rule.name, *highest);
         // Rules of one place stand in a list, the first one on top.
         const auto taken = [&](const cv::Rect& other) { return (other & area).area() > 0; };
-        for (int tries = 0; tries < 20 && std::any_of(ruleTags.begin(), ruleTags.end(), taken); ++tries) {
-            area.y = std::min(area.y + lineHeight() + thickness(1), std::max(canvas.rows - area.height, 0));
+        for (int tries = 0; tries < 20 && std::any_of(_ruleTags.begin(), _ruleTags.end(), taken); ++tries) {
+            area.y = std::min(area.y + lineHeight() + thickness(1), std::max(_canvas.rows - area.height, 0));
         }
-        ruleTags.push_back(area);
+        _ruleTags.push_back(area);
         tag(rule.name, area, colourOf(rule.state));
     }
 
@@ -106,8 +106,8 @@ public:
     {
         const cv::Scalar colour = record.kind == BoxKind::kMoving ? kMoving : kResting;
         const cv::Point upperLeft = place(record.upperLeft);
-        cv::rectangle(canvas, upperLeft, place(record.lowerRight), kInk, thickness(4), cv::LINE_AA);
-        cv::rectangle(canvas, upperLeft, place(record.lowerRight), colour, thickness(2), cv::LINE_AA);
+        cv::rectangle(_canvas, upperLeft, place(record.lowerRight), kInk, thickness(4), cv::LINE_AA);
+        cv::rectangle(_canvas, upperLeft, place(record.lowerRight), colour, thickness(2), cv::LINE_AA);
         const std::string name = "#" + std::to_string(record.id);
         tag(name, tagArea(name, upperLeft), colour);
     }
@@ -115,19 +115,19 @@ public:
     void footLine(const std::string& left, const std::string& right)
     {
         const int height = lineHeight();
-        const cv::Rect bar(0, canvas.rows - height, canvas.cols, height);
+        const cv::Rect bar(0, _canvas.rows - height, _canvas.cols, height);
         blend(bar & whole(), kInk, 0.6);
-        const cv::Point base(textPadding(), canvas.rows - textPadding() - 1);
+        const cv::Point base(textPadding(), _canvas.rows - textPadding() - 1);
         text(left, base, kPaper);
-        text(right, {canvas.cols - textPadding() - textWidth(right), base.y}, kPaper);
+        text(right, {_canvas.cols - textPadding() - textWidth(right), base.y}, kPaper);
     }
 
 private:
-    cv::Rect whole() const { return {0, 0, canvas.cols, canvas.rows}; }
-    int thickness(int wanted) const { return std::max(static_cast<int>(std::lround(wanted * unit)), 1); }
-    double fontScale() const { return 0.42 * unit; }
-    int textPadding() const { return std::max(static_cast<int>(std::lround(4 * unit)), 2); }
-    int lineHeight() const { return static_cast<int>(std::lround(10 * unit)) + 2 * textPadding(); }
+    cv::Rect whole() const { return {0, 0, _canvas.cols, _canvas.rows}; }
+    int thickness(int wanted) const { return std::max(static_cast<int>(std::lround(wanted * _unit)), 1); }
+    double fontScale() const { return 0.42 * _unit; }
+    int textPadding() const { return std::max(static_cast<int>(std::lround(4 * _unit)), 2); }
+    int lineHeight() const { return static_cast<int>(std::lround(10 * _unit)) + 2 * textPadding(); }
 
     int textWidth(const std::string& line) const
     {
@@ -137,7 +137,7 @@ private:
 
     void text(const std::string& line, cv::Point base, const cv::Scalar& colour)
     {
-        cv::putText(canvas, line, base, cv::FONT_HERSHEY_SIMPLEX, fontScale(), colour, thickness(1), cv::LINE_AA);
+        cv::putText(_canvas, line, base, cv::FONT_HERSHEY_SIMPLEX, fontScale(), colour, thickness(1), cv::LINE_AA);
     }
 
     // Of a label whose lower left corner is at the place, moved into the picture where it would leave it.
@@ -145,14 +145,14 @@ private:
     {
         const cv::Size size(textWidth(line) + 2 * textPadding(), lineHeight());
         cv::Rect area(corner - cv::Point(thickness(1), size.height), size);
-        area.x = std::clamp(area.x, 0, std::max(canvas.cols - area.width, 0));
-        area.y = std::clamp(area.y, 0, std::max(canvas.rows - area.height, 0));
+        area.x = std::clamp(area.x, 0, std::max(_canvas.cols - area.width, 0));
+        area.y = std::clamp(area.y, 0, std::max(_canvas.rows - area.height, 0));
         return area;
     }
 
     void tag(const std::string& line, const cv::Rect& area, const cv::Scalar& colour)
     {
-        cv::rectangle(canvas, area, colour, cv::FILLED);
+        cv::rectangle(_canvas, area, colour, cv::FILLED);
         text(line, {area.x + textPadding(), area.y + area.height - textPadding() - 1}, kInk);
     }
 
@@ -175,22 +175,22 @@ private:
         }
     }
 
-    void edge(cv::Point from, cv::Point to) { cv::line(canvas, from, to, kCells, thickness(1)); }
+    void edge(cv::Point from, cv::Point to) { cv::line(_canvas, from, to, kCells, thickness(1)); }
 
     void blend(const cv::Rect& area, const cv::Scalar& colour, double strength)
     {
         if (area.empty()) {
             return;
         }
-        cv::Mat part = canvas(area);
+        cv::Mat part = _canvas(area);
         part.convertTo(part, -1, 1 - strength, 0);
         part += colour * strength;
     }
 
     cv::Point place(const kit::PicturePoint& point) const
     {
-        return {static_cast<int>(std::lround(point.x * (canvas.cols - 1))),
-                static_cast<int>(std::lround(point.y * (canvas.rows - 1)))};
+        return {static_cast<int>(std::lround(point.x * (_canvas.cols - 1))),
+                static_cast<int>(std::lround(point.y * (_canvas.rows - 1)))};
     }
 
     std::vector<cv::Point> polygon(const kit::RuleRecord& rule) const
@@ -207,15 +207,15 @@ private:
         const auto edgeAt = [](unsigned index, unsigned count, int pixels) {
             return static_cast<int>(static_cast<std::uint64_t>(index) * static_cast<std::uint64_t>(pixels) / count);
         };
-        const int left = edgeAt(column, record.columns, canvas.cols);
-        const int top = edgeAt(row, record.rows, canvas.rows);
-        return {left, top, edgeAt(column + 1, record.columns, canvas.cols) - left,
-                edgeAt(row + 1, record.rows, canvas.rows) - top};
+        const int left = edgeAt(column, record.columns, _canvas.cols);
+        const int top = edgeAt(row, record.rows, _canvas.rows);
+        return {left, top, edgeAt(column + 1, record.columns, _canvas.cols) - left,
+                edgeAt(row + 1, record.rows, _canvas.rows) - top};
     }
 
-    cv::Mat canvas;
-    std::vector<cv::Rect> ruleTags;
-    double unit; ///< 1 for a picture of 540 lines
+    cv::Mat _canvas;
+    std::vector<cv::Rect> _ruleTags;
+    double _unit; ///< 1 for a picture of 540 lines
 };
 
 std::string timeText(std::int64_t nanoseconds)

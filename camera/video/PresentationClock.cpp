@@ -12,25 +12,25 @@ constexpr std::int64_t kLongestGap = 10000000000;
 } // namespace
 
 PresentationClock::PresentationClock(std::int64_t startNanoseconds, std::int64_t frameNanoseconds)
-    : frameNanoseconds(std::max<std::int64_t>(frameNanoseconds, 1)), expected(startNanoseconds)
+    : _frameNanoseconds(std::max<std::int64_t>(frameNanoseconds, 1)), _expected(startNanoseconds)
 {
 }
 
 std::int64_t PresentationClock::next(std::optional<std::int64_t> inputNanoseconds)
 {
-    std::int64_t time = expected;
+    std::int64_t time = _expected;
     if (inputNanoseconds) {
-        if (!offset) {
-            offset = expected - *inputNanoseconds;
+        if (!_offset) {
+            _offset = _expected - *inputNanoseconds;
         }
-        time = *inputNanoseconds + *offset;
-        if (time <= last || time > expected + kLongestGap) {
-            time = expected;
-            offset = expected - *inputNanoseconds;
+        time = *inputNanoseconds + *_offset;
+        if (time <= _last || time > _expected + kLongestGap) {
+            time = _expected;
+            _offset = _expected - *inputNanoseconds;
         }
     }
-    last = time;
-    expected = time + frameNanoseconds;
+    _last = time;
+    _expected = time + _frameNanoseconds;
     return time;
 }
 

@@ -16,13 +16,13 @@ public:
     std::int64_t next(std::optional<std::int64_t> inputNanoseconds);
 
     /// The input begins again: its next time, whatever it is, is one frame after the last one.
-    void restart() { offset.reset(); }
+    void restart() { _offset.reset(); }
 
 private:
-    std::int64_t frameNanoseconds;
-    std::int64_t expected; ///< where the next frame lies if the input says nothing
-    std::int64_t last = -1;
-    std::optional<std::int64_t> offset; ///< from the input's time to ours
+    std::int64_t _frameNanoseconds;
+    std::int64_t _expected; ///< where the next frame lies if the input says nothing
+    std::int64_t _last = -1;
+    std::optional<std::int64_t> _offset; ///< from the input's time to ours
 };
 
 } // namespace camera::video

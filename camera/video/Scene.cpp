@@ -10,14 +10,14 @@
 namespace camera::video {
 
 Scene::Scene(const SceneParameters& given)
-    : parameters(given),
-      background(std::make_unique<SceneBackground>(given)),
-      noise(std::make_unique<SceneNoise>(given.seed, given.noise, given.width))
+    : _parameters(given),
+      _background(std::make_unique<SceneBackground>(given)),
+      _noise(std::make_unique<SceneNoise>(given.seed, given.noise, given.width))
 {
-    for (int id = 1; id <= parameters.objects; ++id) {
-        objects.emplace_back(parameters, id);
+    for (int id = 1; id <= _parameters.objects; ++id) {
+        _objects.emplace_back(_parameters, id);
     }
-    startNanoseconds = parameters.startSeconds != 0 ? parameters.startSeconds * 1000000000 : wallClockNanoseconds();
+    _startNanoseconds = _parameters.startSeconds != 0 ? _parameters.startSeconds * 1000000000 : wallClockNanoseconds();
 }
 
 Scene::Scene(const std::string& url) : Scene(parseSceneParameters(url))
@@ -28,48 +28,49 @@ Scene::~Scene() = default;
 
 bool Scene::objectsVisible() const
 {
-    return frameNumber >= parameters.enterFrame && (parameters.leaveFrame == 0 || frameNumber < parameters.leaveFrame);
+    return _frameNumber >= _parameters.enterFrame &&
+           (_parameters.leaveFrame == 0 || _frameNumber < _parameters.leaveFrame);
 }
 
 double Scene::lightGain() const
 {
-    const double seconds = static_cast<double>(frameNumber) / parameters.framesPerSecond;
-    double levels = parameters.light * std::sin(2 * M_PI * seconds / parameters.lightPeriodSeconds);
-    if (parameters.switchFrame != 0 && frameNumber >= parameters.switchFrame) {
-        levels += parameters.switchLevels;
+    const double seconds = static_cast<double>(_frameNumber) / _parameters.framesPerSecond;
+    double levels = _parameters.light * std::sin(2 * M_PI * seconds / _parameters.lightPeriodSeconds);
+    if (_parameters.switchFrame != 0 && _frameNumber >= _parameters.switchFrame) {
+        levels += _parameters.switchLevels;
     }
     return 1 + levels / SceneBackground::kMeanLuma;
 }
 
 void Scene::paintObjects(Frame& frame)
 {
-    boxes.clear();
+    _boxes.clear();
     if (!objectsVisible()) {
         return;
     }
-    const double seconds = static_cast<double>(frameNumber) / parameters.framesPerSecond;
-    if (parameters.shadows) {
-        for (const SceneObject& object : objects) {
+    const double seconds = static_cast<double>(_frameNumber) / _parameters.framesPerSecond;
+    if (_parameters.shadows) {
+        for (const SceneObject& object : _objects) {
             object.paintShadow(frame, seconds);
         }
     }
-    for (const SceneObject& object : objects) {
-        boxes.push_back(object.paint(frame, seconds));
+    for (const SceneObject& object : _objects) {
+        _boxes.push_back(object.paint(frame, seconds));
     }
 }
 
 std::optional<Frame> Scene::next()
 {
-    if (parameters.frames != 0 && frameNumber >= parameters.frames) {
+    if (_parameters.frames != 0 && _frameNumber >= _parameters.frames) {
         return std::nullopt;
     }
-    const double seconds = static_cast<double>(frameNumber) / parameters.framesPerSecond;
-    Frame frame = pool.lend(parameters.width, parameters.height);
-    background->paint(frame, seconds);
+    const double seconds = static_cast<double>(_frameNumber) / _parameters.framesPerSecond;
+    Frame frame = _pool.lend(_parameters.width, _parameters.height);
+    _background->paint(frame, seconds);
     paintObjects(frame);
-    noise->apply(frame, lightGain(), frameNumber);
-    stamp(frame, startNanoseconds + std::llround(seconds * 1e9));
-    ++frameNumber;
+    _noise->apply(frame, lightGain(), _frameNumber);
+    stamp(frame, _startNanoseconds + std::llround(seconds * 1e9));
+    ++_frameNumber;
     return frame;
 }
 

@@ -38,26 +38,26 @@ public:
     ~Scene() override;
 
     std::optional<Frame> next() override;
-    int width() const override { return parameters.width; }
-    int height() const override { return parameters.height; }
-    double framesPerSecond() const override { return parameters.framesPerSecond; }
+    int width() const override { return _parameters.width; }
+    int height() const override { return _parameters.height; }
+    double framesPerSecond() const override { return _parameters.framesPerSecond; }
 
     /// The objects of the last frame, in the order of their numbers; empty before the first one.
-    const std::vector<TruthBox>& truth() const { return boxes; }
+    const std::vector<TruthBox>& truth() const { return _boxes; }
 
 private:
     bool objectsVisible() const;
     double lightGain() const;
     void paintObjects(Frame& frame);
 
-    SceneParameters parameters;
-    FramePool pool;
-    std::unique_ptr<SceneBackground> background;
-    std::unique_ptr<SceneNoise> noise;
-    std::vector<SceneObject> objects;
-    std::vector<TruthBox> boxes;
-    std::int64_t startNanoseconds = 0;
-    std::int64_t frameNumber = 0; ///< of the frame that next() makes
+    SceneParameters _parameters;
+    FramePool _pool;
+    std::unique_ptr<SceneBackground> _background;
+    std::unique_ptr<SceneNoise> _noise;
+    std::vector<SceneObject> _objects;
+    std::vector<TruthBox> _boxes;
+    std::int64_t _startNanoseconds = 0;
+    std::int64_t _frameNumber = 0; ///< of the frame that next() makes
 };
 
 } // namespace camera::video

@@ -17,8 +17,8 @@ public:
     void paint(Frame& frame, double seconds) const;
 
     /// The texture that sways lies right of column swayLeft() and above row swayBottom().
-    int swayLeft() const { return width * 3 / 4; }
-    int swayBottom() const { return height / 4; }
+    int swayLeft() const { return _width * 3 / 4; }
+    int swayBottom() const { return _height / 4; }
 
     static constexpr int kMeanLuma = 112;
 
@@ -27,11 +27,11 @@ private:
     void makeChroma(std::uint64_t seed);
     void swayRow(std::uint8_t* row, int y, double seconds) const;
 
-    int width;
-    int height;
-    double swayPixels;
-    std::vector<std::uint8_t> luma;
-    std::vector<std::uint8_t> chroma;
+    int _width;
+    int _height;
+    double _swayPixels;
+    std::vector<std::uint8_t> _luma;
+    std::vector<std::uint8_t> _chroma;
 };
 
 } // namespace camera::video

@@ -47,10 +47,10 @@ void noiseRow(std::uint8_t* row, int count, const std::int8_t* noise)
 } // namespace
 
 SceneNoise::SceneNoise(std::uint64_t seed, double deviation, int rowBytes)
-    : seed(seed),
-      noisy(deviation > 0),
-      lumaNoise(gaussianTable(seed * 13 + 5, deviation, rowBytes)),
-      chromaNoise(gaussianTable(seed * 17 + 6, deviation / 2, rowBytes))
+    : _seed(seed),
+      _noisy(deviation > 0),
+      _lumaNoise(gaussianTable(seed * 13 + 5, deviation, rowBytes)),
+      _chromaNoise(gaussianTable(seed * 17 + 6, deviation / 2, rowBytes))
 {
 }
 
@@ -58,16 +58,16 @@ void SceneNoise::apply(Frame& frame, double gain, std::int64_t frameNumber) cons
 {
     // Seven fraction bits: 255 times the largest gain (just below 2) stays inside 16 bits.
     const auto fixedGain = static_cast<std::uint16_t>(std::clamp(std::lround(gain * 128), 0L, 255L));
-    if (!noisy && fixedGain == 128) {
+    if (!_noisy && fixedGain == 128) {
         return;
     }
-    SceneRandom random(seed * 19 + static_cast<std::uint64_t>(frameNumber));
+    SceneRandom random(_seed * 19 + static_cast<std::uint64_t>(frameNumber));
     std::uint8_t* row = frame.data.get();
     for (int y = 0; y < frame.height; ++y, row += frame.strideBytes) {
-        lightRow(row, frame.width, lumaNoise.data() + random.next() % kOffsets, fixedGain);
+        lightRow(row, frame.width, _lumaNoise.data() + random.next() % kOffsets, fixedGain);
     }
-    for (int y = 0; y < frame.height / 2 && noisy; ++y, row += frame.strideBytes) {
-        noiseRow(row, frame.width, chromaNoise.data() + random.next() % kOffsets);
+    for (int y = 0; y < frame.height / 2 && _noisy; ++y, row += frame.strideBytes) {
+        noiseRow(row, frame.width, _chromaNoise.data() + random.next() % kOffsets);
     }
 }
 

@@ -17,10 +17,10 @@ public:
     void apply(Frame& frame, double gain, std::int64_t frameNumber) const;
 
 private:
-    std::uint64_t seed;
-    bool noisy;
-    std::vector<std::int8_t> lumaNoise; ///< rows start at random places of it
-    std::vector<std::int8_t> chromaNoise;
+    std::uint64_t _seed;
+    bool _noisy;
+    std::vector<std::int8_t> _lumaNoise; ///< rows start at random places of it
+    std::vector<std::int8_t> _chromaNoise;
 };
 
 } // namespace camera::video

@@ -15,48 +15,48 @@ constexpr std::uint8_t kHues[][2] = {{100, 168}, {156, 104}, {92, 112}, {128, 12
 } // namespace
 
 SceneObject::SceneObject(const SceneParameters& parameters, int id)
-    : id(id), shape(parameters.shape), pictureWidth(parameters.width), pictureHeight(parameters.height)
+    : _id(id), _shape(parameters.shape), _pictureWidth(parameters.width), _pictureHeight(parameters.height)
 {
-    const double area = parameters.areaPercent / 100 * pictureWidth * pictureHeight;
-    height = std::max(static_cast<int>(std::lround(std::sqrt(area / parameters.aspect))), 2);
-    width = std::max(static_cast<int>(std::lround(height * parameters.aspect)), 2);
+    const double area = parameters.areaPercent / 100 * _pictureWidth * _pictureHeight;
+    _height = std::max(static_cast<int>(std::lround(std::sqrt(area / parameters.aspect))), 2);
+    _width = std::max(static_cast<int>(std::lround(_height * parameters.aspect)), 2);
 
     SceneRandom random(parameters.seed * 23 + static_cast<std::uint64_t>(id));
-    const double room = pictureHeight - height;
-    lane = (id - 0.5) / parameters.objects;
-    const double spare = (static_cast<double>(pictureHeight) / parameters.objects - height) / 4;
-    bobPixels = std::clamp(spare, 0.0, room / 10);
-    startPixels = random.between(0, 2.0 * (pictureWidth - width));
-    pixelsPerSecond = parameters.speed * pictureWidth * random.between(0.7, 1.3);
+    const double room = _pictureHeight - _height;
+    _lane = (id - 0.5) / parameters.objects;
+    const double spare = (static_cast<double>(_pictureHeight) / parameters.objects - _height) / 4;
+    _bobPixels = std::clamp(spare, 0.0, room / 10);
+    _startPixels = random.between(0, 2.0 * (_pictureWidth - _width));
+    _pixelsPerSecond = parameters.speed * _pictureWidth * random.between(0.7, 1.3);
 
     const bool bright = random.next() % 2 == 0;
     const double luma = SceneBackground::kMeanLuma + (bright ? parameters.contrast : -parameters.contrast);
-    colour[0] = static_cast<std::uint8_t>(std::clamp(std::lround(luma), 16L, 235L));
+    _colour[0] = static_cast<std::uint8_t>(std::clamp(std::lround(luma), 16L, 235L));
     const auto& hue = kHues[random.next() % std::size(kHues)];
-    colour[1] = hue[0];
-    colour[2] = hue[1];
+    _colour[1] = hue[0];
+    _colour[2] = hue[1];
 }
 
 int SceneObject::leftAt(double seconds) const
 {
-    const double room = pictureWidth - width;
+    const double room = _pictureWidth - _width;
     // There and back again: an object never leaves the picture, so its true box is never cut.
-    const double way = std::fmod(startPixels + pixelsPerSecond * seconds, 2 * room);
+    const double way = std::fmod(_startPixels + _pixelsPerSecond * seconds, 2 * room);
     return static_cast<int>(std::lround(way <= room ? way : 2 * room - way));
 }
 
 int SceneObject::topAt(double seconds) const
 {
-    const int room = pictureHeight - height;
-    const double bob = pixelsPerSecond > 0 ? bobPixels * std::sin(2 * M_PI * seconds / 6 + id) : 0;
-    const double middle = lane * pictureHeight - height / 2.0;
+    const int room = _pictureHeight - _height;
+    const double bob = _pixelsPerSecond > 0 ? _bobPixels * std::sin(2 * M_PI * seconds / 6 + _id) : 0;
+    const double middle = _lane * _pictureHeight - _height / 2.0;
     return std::clamp(static_cast<int>(std::lround(middle + bob)), 0, room);
 }
 
 double SceneObject::halfWidthAt(double fraction) const
 {
     const double fromMiddle = 2 * fraction - 1;
-    switch (shape) {
+    switch (_shape) {
     case SceneShape::box:
         return 1;
     case SceneShape::ellipse:
@@ -78,37 +78,37 @@ TruthBox SceneObject::paint(Frame& frame, double seconds) const
 {
     const int left = leftAt(seconds);
     const int top = topAt(seconds);
-    int reachedLeft = pictureWidth;
+    int reachedLeft = _pictureWidth;
     int reachedRight = 0;
     std::uint8_t* chroma = frame.data.get() + static_cast<std::ptrdiff_t>(frame.strideBytes) * frame.height;
-    for (int y = 0; y < height; ++y) {
-        const double half = std::max(halfWidthAt((y + 0.5) / height) * width / 2, 0.5);
-        const int from = left + static_cast<int>(std::lround(width / 2.0 - half));
-        const int to = std::max(left + static_cast<int>(std::lround(width / 2.0 + half)), from + 1);
+    for (int y = 0; y < _height; ++y) {
+        const double half = std::max(halfWidthAt((y + 0.5) / _height) * _width / 2, 0.5);
+        const int from = left + static_cast<int>(std::lround(_width / 2.0 - half));
+        const int to = std::max(left + static_cast<int>(std::lround(_width / 2.0 + half)), from + 1);
         reachedLeft = std::min(reachedLeft, from);
         reachedRight = std::max(reachedRight, to);
         std::uint8_t* row = frame.data.get() + static_cast<std::ptrdiff_t>(frame.strideBytes) * (top + y);
-        std::fill(row + from, row + to, colour[0]);
+        std::fill(row + from, row + to, _colour[0]);
         std::uint8_t* pairs = chroma + static_cast<std::ptrdiff_t>(frame.strideBytes) * ((top + y) / 2);
         for (int x = from / 2; x <= (to - 1) / 2; ++x) {
-            pairs[2 * x] = colour[1];
-            pairs[2 * x + 1] = colour[2];
+            pairs[2 * x] = _colour[1];
+            pairs[2 * x + 1] = _colour[2];
         }
     }
-    return {id, reachedLeft, top, reachedRight - reachedLeft, height};
+    return {_id, reachedLeft, top, reachedRight - reachedLeft, _height};
 }
 
 void SceneObject::paintShadow(Frame& frame, double seconds) const
 {
-    const int shadowHeight = std::max(height / 5, 2);
-    const int bottom = topAt(seconds) + height;
-    const double middle = leftAt(seconds) + width * 1.1;
+    const int shadowHeight = std::max(_height / 5, 2);
+    const int bottom = topAt(seconds) + _height;
+    const double middle = leftAt(seconds) + _width * 1.1;
     for (int y = 0; y < shadowHeight; ++y) {
         const int rowNumber = bottom - shadowHeight + y;
         const double fromMiddle = 2 * (y + 0.5) / shadowHeight - 1;
-        const double half = width * std::sqrt(1 - fromMiddle * fromMiddle);
-        const int from = std::clamp(static_cast<int>(std::lround(middle - half)), 0, pictureWidth);
-        const int to = std::clamp(static_cast<int>(std::lround(middle + half)), 0, pictureWidth);
+        const double half = _width * std::sqrt(1 - fromMiddle * fromMiddle);
+        const int from = std::clamp(static_cast<int>(std::lround(middle - half)), 0, _pictureWidth);
+        const int to = std::clamp(static_cast<int>(std::lround(middle + half)), 0, _pictureWidth);
         std::uint8_t* row = frame.data.get() + static_cast<std::ptrdiff_t>(frame.strideBytes) * rowNumber;
         for (int x = from; x < to; ++x) {
             row[x] = static_cast<std::uint8_t>(row[x] * 5 / 8);

@@ -23,17 +23,17 @@ private:
     int topAt(double seconds) const;
     double halfWidthAt(double fraction) const;
 
-    int id;
-    SceneShape shape;
-    int pictureWidth;
-    int pictureHeight;
-    int width;
-    int height;
-    double lane;        ///< 0 to 1: where between the topmost and the lowest place
-    double bobPixels;   ///< how far it leaves its lane
-    double startPixels; ///< way already gone at second 0
-    double pixelsPerSecond;
-    std::uint8_t colour[3]; ///< Y, U, V
+    int _id;
+    SceneShape _shape;
+    int _pictureWidth;
+    int _pictureHeight;
+    int _width;
+    int _height;
+    double _lane;        ///< 0 to 1: where between the topmost and the lowest place
+    double _bobPixels;   ///< how far it leaves its lane
+    double _startPixels; ///< way already gone at second 0
+    double _pixelsPerSecond;
+    std::uint8_t _colour[3]; ///< Y, U, V
 };
 
 } // namespace camera::video

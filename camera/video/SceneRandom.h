@@ -7,12 +7,12 @@ namespace camera::video {
 /// SplitMix64: the same numbers on every machine, unlike the distributions of the standard library.
 class SceneRandom {
 public:
-    explicit SceneRandom(std::uint64_t seed) : state(seed) {}
+    explicit SceneRandom(std::uint64_t seed) : _state(seed) {}
 
     std::uint64_t next()
     {
-        state += 0x9E3779B97F4A7C15U;
-        std::uint64_t z = state;
+        _state += 0x9E3779B97F4A7C15U;
+        std::uint64_t z = _state;
         z = (z ^ (z >> 30U)) * 0xBF58476D1CE4E5B9U;
         z = (z ^ (z >> 27U)) * 0x94D049BB133111EBU;
         return z ^ (z >> 31U);
@@ -25,7 +25,7 @@ public:
     }
 
 private:
-    std::uint64_t state;
+    std::uint64_t _state;
 };
 
 } // namespace camera::video

@@ -16,7 +16,7 @@ public:
     std::size_t count(const Drawing& drawing);
 
 private:
-    std::map<std::uint32_t, kit::PicturePoint> firstSeen; ///< of the objects of the last frame
+    std::map<std::uint32_t, kit::PicturePoint> _firstSeen; ///< of the objects of the last frame
 };
 
 } // namespace camera::video

@@ -18,50 +18,50 @@ std::int64_t frameDuration(const Demuxer& demuxer)
 } // namespace
 
 VideoInput::VideoInput(const std::string& input, const VideoInputOptions& options)
-    : input(input),
-      options(options),
-      demuxer(input, options.stop),
-      picture(av_frame_alloc()),
-      packet(av_packet_alloc()),
-      clock(options.startNanoseconds != 0 ? options.startNanoseconds : wallClockNanoseconds(), frameDuration(demuxer))
+    : _input(input),
+      _options(options),
+      _demuxer(input, options.stop),
+      _picture(av_frame_alloc()),
+      _packet(av_packet_alloc()),
+      _clock(options.startNanoseconds != 0 ? options.startNanoseconds : wallClockNanoseconds(), frameDuration(_demuxer))
 {
-    if (picture == nullptr || packet == nullptr) {
+    if (_picture == nullptr || _packet == nullptr) {
         throw std::bad_alloc();
     }
     openDecoder();
     // The size is known for sure only from a decoded picture.
     if (!decodeNext()) {
         throw std::runtime_error("no picture of '" + input + "' could be decoded" +
-                                 (firstDamage.empty() ? "" : ": " + firstDamage) + "; name a whole video file.");
+                                 (_firstDamage.empty() ? "" : ": " + _firstDamage) + "; name a whole video file.");
     }
-    evenWidth = picture->width & ~1;
-    evenHeight = picture->height & ~1;
-    if (evenWidth < 16 || evenHeight < 16) {
-        throw std::runtime_error("the pictures of '" + input + "' are too small (" + std::to_string(picture->width) +
-                                 "x" + std::to_string(picture->height) + "); 16x16 is the least.");
+    _evenWidth = _picture->width & ~1;
+    _evenHeight = _picture->height & ~1;
+    if (_evenWidth < 16 || _evenHeight < 16) {
+        throw std::runtime_error("the pictures of '" + input + "' are too small (" + std::to_string(_picture->width) +
+                                 "x" + std::to_string(_picture->height) + "); 16x16 is the least.");
     }
-    converter.emplace(evenWidth, evenHeight);
+    _converter.emplace(_evenWidth, _evenHeight);
 }
 
 void VideoInput::openDecoder()
 {
-    const AVCodecParameters* parameters = demuxer.stream().codecpar;
+    const AVCodecParameters* parameters = _demuxer.stream().codecpar;
     const AVCodec* codec = avcodec_find_decoder(parameters->codec_id);
     if (codec == nullptr) {
-        throw std::runtime_error("'" + input + "' is coded as " + avcodec_get_name(parameters->codec_id) +
+        throw std::runtime_error("'" + _input + "' is coded as " + avcodec_get_name(parameters->codec_id) +
                                  ", for which there is no decoder here; convert it to H.264.");
     }
-    decoder.reset(avcodec_alloc_context3(codec));
-    if (decoder == nullptr || avcodec_parameters_to_context(decoder.get(), parameters) < 0) {
+    _decoder.reset(avcodec_alloc_context3(codec));
+    if (_decoder == nullptr || avcodec_parameters_to_context(_decoder.get(), parameters) < 0) {
         throw std::bad_alloc();
     }
-    decoder->pkt_timebase = demuxer.stream().time_base;
+    _decoder->pkt_timebase = _demuxer.stream().time_base;
     // One thread: frames come out in step, and the machine's other cores belong to the engines.
-    decoder->thread_count = 1;
+    _decoder->thread_count = 1;
     clearLibavError();
-    const int status = avcodec_open2(decoder.get(), codec, nullptr);
+    const int status = avcodec_open2(_decoder.get(), codec, nullptr);
     if (status < 0) {
-        throw std::runtime_error("the decoder for '" + input + "' does not start: " + libavStatusText(status) +
+        throw std::runtime_error("the decoder for '" + _input + "' does not start: " + libavStatusText(status) +
                                  "; name another video file.");
     }
 }
@@ -69,23 +69,23 @@ void VideoInput::openDecoder()
 void VideoInput::feedDecoder()
 {
     const auto damaged = [this](const std::string& what) {
-        ++damages;
-        if (firstDamage.empty()) {
-            firstDamage = what;
+        ++_damages;
+        if (_firstDamage.empty()) {
+            _firstDamage = what;
         }
     };
-    const Demuxer::Read outcome = demuxer.read(*packet);
+    const Demuxer::Read outcome = _demuxer.read(*_packet);
     if (outcome == Demuxer::Read::failed) {
-        damaged(demuxer.error());
+        damaged(_demuxer.error());
     }
     if (outcome != Demuxer::Read::packet) {
-        avcodec_send_packet(decoder.get(), nullptr);
+        avcodec_send_packet(_decoder.get(), nullptr);
         return;
     }
-    if ((packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
+    if ((_packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
         damaged("a part is missing");
     }
-    const int status = avcodec_send_packet(decoder.get(), packet.get());
+    const int status = avcodec_send_packet(_decoder.get(), _packet.get());
     if (status < 0 && status != AVERROR(EAGAIN) && status != AVERROR_EOF) {
         damaged(libavStatusText(status));
     }
@@ -94,10 +94,10 @@ void VideoInput::feedDecoder()
 bool VideoInput::decodeNext()
 {
     for (;;) {
-        const int status = avcodec_receive_frame(decoder.get(), picture.get());
+        const int status = avcodec_receive_frame(_decoder.get(), _picture.get());
         if (status == 0) {
-            if (picture->decode_error_flags != 0 && damages++ == 0) {
-                firstDamage = "a picture is damaged";
+            if (_picture->decode_error_flags != 0 && _damages++ == 0) {
+                _firstDamage = "a picture is damaged";
             }
             return true;
         }
@@ -105,8 +105,8 @@ bool VideoInput::decodeNext()
             feedDecoder();
         } else if (status == AVERROR_EOF) {
             return false;
-        } else if (damages++ == 0) {
-            firstDamage = libavStatusText(status);
+        } else if (_damages++ == 0) {
+            _firstDamage = libavStatusText(status);
         }
     }
 }
@@ -114,40 +114,40 @@ bool VideoInput::decodeNext()
 bool VideoInput::beginAgain()
 {
     // A round without a single picture would begin again for ever.
-    if (!options.loop || deliveredThisRound == 0 || !demuxer.rewind()) {
+    if (!_options.loop || _deliveredThisRound == 0 || !_demuxer.rewind()) {
         return false;
     }
-    avcodec_flush_buffers(decoder.get());
-    clock.restart();
-    deliveredThisRound = 0;
+    avcodec_flush_buffers(_decoder.get());
+    _clock.restart();
+    _deliveredThisRound = 0;
     return decodeNext();
 }
 
 Frame VideoInput::deliver()
 {
-    Frame frame = converter->convert(*picture);
+    Frame frame = _converter->convert(*_picture);
     std::optional<std::int64_t> time;
-    if (picture->best_effort_timestamp != AV_NOPTS_VALUE) {
-        time = av_rescale_q(picture->best_effort_timestamp, demuxer.stream().time_base, AVRational{1, 1000000000});
+    if (_picture->best_effort_timestamp != AV_NOPTS_VALUE) {
+        time = av_rescale_q(_picture->best_effort_timestamp, _demuxer.stream().time_base, AVRational{1, 1000000000});
     }
-    stamp(frame, clock.next(time));
-    ++delivered;
-    ++deliveredThisRound;
+    stamp(frame, _clock.next(time));
+    ++_delivered;
+    ++_deliveredThisRound;
     return frame;
 }
 
 std::optional<Frame> VideoInput::next()
 {
-    if (ended) {
+    if (_ended) {
         return std::nullopt;
     }
     // The constructor has decoded the first picture already.
-    const bool stopped = options.stop != nullptr && options.stop->load();
-    const bool have = !stopped && (delivered == 0 || decodeNext() || beginAgain());
+    const bool stopped = _options.stop != nullptr && _options.stop->load();
+    const bool have = !stopped && (_delivered == 0 || decodeNext() || beginAgain());
     if (have) {
         return deliver();
     }
-    ended = true;
+    _ended = true;
     if (!stopped) {
         reportDamage();
     }
@@ -156,8 +156,8 @@ std::optional<Frame> VideoInput::next()
 
 void VideoInput::reportDamage()
 {
-    if (damages != 0) {
-        throw std::runtime_error("'" + input + "' is damaged (" + firstDamage + "): " + std::to_string(delivered) +
+    if (_damages != 0) {
+        throw std::runtime_error("'" + _input + "' is damaged (" + _firstDamage + "): " + std::to_string(_delivered) +
                                  " frames of it could be analysed; copy or convert it again.");
     }
 }

@@ -32,9 +32,9 @@ public:
     /// std::runtime_error says that the input is damaged and how much of it was read.
     std::optional<Frame> next() override;
 
-    int width() const override { return evenWidth; }
-    int height() const override { return evenHeight; }
-    double framesPerSecond() const override { return demuxer.framesPerSecond(); }
+    int width() const override { return _evenWidth; }
+    int height() const override { return _evenHeight; }
+    double framesPerSecond() const override { return _demuxer.framesPerSecond(); }
 
 private:
     void openDecoder();
@@ -44,21 +44,21 @@ private:
     Frame deliver();
     void reportDamage();
 
-    std::string input;
-    VideoInputOptions options;
-    Demuxer demuxer;
-    CodecPtr decoder;
-    FramePtr picture;
-    PacketPtr packet;
-    PresentationClock clock;
-    int evenWidth = 0;
-    int evenHeight = 0;
-    std::optional<Nv12Converter> converter;
-    std::uint64_t delivered = 0;
-    std::uint64_t deliveredThisRound = 0;
-    std::uint64_t damages = 0;
-    std::string firstDamage;
-    bool ended = false;
+    std::string _input;
+    VideoInputOptions _options;
+    Demuxer _demuxer;
+    CodecPtr _decoder;
+    FramePtr _picture;
+    PacketPtr _packet;
+    PresentationClock _clock;
+    int _evenWidth = 0;
+    int _evenHeight = 0;
+    std::optional<Nv12Converter> _converter;
+    std::uint64_t _delivered = 0;
+    std::uint64_t _deliveredThisRound = 0;
+    std::uint64_t _damages = 0;
+    std::string _firstDamage;
+    bool _ended = false;
 };
 
 } // namespace camera::video
