@@ -3,6 +3,7 @@
 #include "camera/cli/StoredDocuments.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/pipeline/CameraBuilder.h"
+#include "camera/pipeline/RememberedCamera.h"
 #include "camera/pipeline/RestartReport.h"
 
 #include <algorithm>
@@ -54,8 +55,8 @@ public:
 private:
     void start()
     {
-        device = pipeline::buildCamera(options.camera, pipeline::deviceOptions(options.camera, options.camera.stateDir),
-                                       console);
+        pipeline::loadEngineModules(options.camera, console);
+        device = pipeline::buildCamera(pipeline::deviceOptions(options.camera, options.camera.stateDir), console);
     }
 
     pipeline::TargetClient& target() { return device->target(); }

@@ -2,7 +2,6 @@
 
 #include "camera/base/Log.h"
 #include "camera/base/PluginPath.h"
-#include "camera/engines/EngineModules.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/serviceapi/Environment.h"
 
@@ -31,7 +30,7 @@ std::string refusalReason(pipeline::TargetClient& target, const std::vector<onvi
     for (const onvif::ComponentName& component : given) {
         const std::vector<std::string>& types = component.isRule ? rules : modules;
         if (std::find(types.begin(), types.end(), component.type) == types.end()) {
-            return "no engine knows the type of its " + onvif::describe(component) + "; camera config " +
+            return "no engine knows the type of its " + onvif::describe(component) + "; camera " +
                    (component.isRule ? "rules" : "modules") + " types lists those that there are";
         }
     }
@@ -58,14 +57,9 @@ pipeline::Options deviceOptions(const CameraOptions& options, const std::filesys
     return result;
 }
 
-std::unique_ptr<pipeline::Device> buildCamera(const CameraOptions& options, const pipeline::Options& deviceOptions,
-                                              base::Console& console)
+std::unique_ptr<pipeline::Device> buildCamera(const pipeline::Options& deviceOptions, base::Console& console)
 {
     base::Log::instance().setWriter([&console](const std::string& line) { console.log(line); });
-    engines::clearEngineModules();
-    for (const std::string& path : options.engines) {
-        engines::addEngineModule(path);
-    }
     auto device = std::make_unique<pipeline::Device>(deviceOptions);
     for (const std::string& notice : device->environment().settings.notices()) {
         console.error(notice);

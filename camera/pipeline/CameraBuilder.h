@@ -13,10 +13,9 @@ namespace camera::pipeline {
 /// The device's options that follow from the command line. @throws std::runtime_error as base::pluginPath().
 pipeline::Options deviceOptions(const CameraOptions& options, const std::filesystem::path& stateDir);
 
-/// Loads the engine modules, builds the device and prints what it has to say about its settings.
+/// Builds the device and prints what it has to say about its settings.
 /// @throws std::runtime_error with one sentence.
-std::unique_ptr<pipeline::Device> buildCamera(const CameraOptions& options, const pipeline::Options& deviceOptions,
-                                              base::Console& console);
+std::unique_ptr<pipeline::Device> buildCamera(const pipeline::Options& deviceOptions, base::Console& console);
 
 /**
  * Hands one configuration to the camera.

@@ -9,7 +9,7 @@ void addCameraOptions(base::OptionTable& table, CameraOptions& options, bool& he
     table.text("--model", "NAME|FILE.json", "the model of a PTZ camera", options.model);
     table.text("--preset", "NAME", "a PTZ camera that stands at this preset", options.preset);
     table.text("--plugin", "PATH", "the plug-in, if not the one beside the program", options.plugin);
-    table.list("--engine", "PATH.so", "load an engine module", options.engines);
+    table.list("--engine", "PATH.so", "load an engine module; none: forget those that the state folder remembers", options.engines);
     table.flag("-v", "say more, twice: everything", [&options] { ++options.verbosity; });
     table.flag("-h", "this text", [&help] { help = true; });
     table.flag("--help", "this text", [&help] { help = true; });

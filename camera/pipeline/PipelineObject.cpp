@@ -17,6 +17,11 @@ using VersionRow = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool
 
 const std::string kInterface = bus::interfaceName(bus::service::kPipeline);
 
+std::string noDocument(std::int64_t sequence)
+{
+    return "no good document number " + std::to_string(sequence) + " of this key is kept";
+}
+
 } // namespace
 
 PipelineObject::PipelineObject(const std::shared_ptr<bus::Session>& session, store::SettingsStore& settings,
@@ -58,20 +63,30 @@ void PipelineObject::registerDocuments()
                 return rows;
             });
         });
+    _object->registerMethod("restore")
+        .onInterface(kInterface)
+        .withInputParamNames("key", "sequence")
+        .implementedAs([this](sdbus::Result<>&& result, const std::string& key, const std::int64_t& sequence) {
+            bus::answer(result, [&] {
+                if (!_settings.restore(key, sequence)) {
+                    throw bus::Refusal(noDocument(sequence));
+                }
+            });
+        });
     _object->registerMethod("document")
         .onInterface(kInterface)
         .withInputParamNames("key", "sequence")
         .withOutputParamNames("text")
-        .implementedAs([this](sdbus::Result<std::string>&& result, const std::string& key,
-                              const std::int64_t& sequence) {
-            bus::answer(result, [&] {
-                auto text = _settings.fromHistory(key, sequence);
-                if (!text) {
-                    throw bus::Refusal("no good document number " + std::to_string(sequence) + " of this key is kept");
-                }
-                return base::sendable(std::move(*text));
+        .implementedAs(
+            [this](sdbus::Result<std::string>&& result, const std::string& key, const std::int64_t& sequence) {
+                bus::answer(result, [&] {
+                    auto text = _settings.fromHistory(key, sequence);
+                    if (!text) {
+                        throw bus::Refusal(noDocument(sequence));
+                    }
+                    return base::sendable(std::move(*text));
+                });
             });
-        });
 }
 
 } // namespace camera::pipeline

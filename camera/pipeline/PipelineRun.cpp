@@ -9,6 +9,7 @@
 #include "camera/pipeline/DeviceServices.h"
 #include "camera/pipeline/Pace.h"
 #include "camera/pipeline/PipelineStatus.h"
+#include "camera/pipeline/RememberedCamera.h"
 #include "camera/pipeline/RunReport.h"
 #include "camera/pipeline/Scenario.h"
 #include "camera/ptz/PositioningDriver.h"
@@ -34,8 +35,8 @@ namespace {
 
 using base::Console;
 using base::printable;
-using onvif::ComponentName;
 using pipeline::sizeText;
+using onvif::ComponentName;
 using pipeline::summaryLine;
 
 using Clock = std::chrono::steady_clock;
@@ -49,9 +50,14 @@ constexpr double kWholeScene = 90; ///< any angle: a fixed camera sees as much a
 /// needed; end() takes them down in the order that the device asks for.
 class Run {
 public:
-    Run(const pipeline::PipelineOptions& given, Console& console)
-        : given(given), options(given.run), console(console), scenario(given.run), state(options.camera.stateDir)
+    Run(pipeline::PipelineOptions&& given, Console& console)
+        : given(std::move(given)),
+          options(this->given.run),
+          console(console),
+          scenario(options),
+          state(options.camera.stateDir)
     {
+        this->given.run.camera = rememberedCamera(options.camera, state.path(), console);
     }
 
     int execute()
@@ -61,7 +67,9 @@ public:
         }
         loop();
         end();
-        summary();
+        if (hasInput()) {
+            summary();
+        }
         for (const std::string& failure : failures) {
             console.error(failure);
         }
@@ -77,12 +85,16 @@ private:
         sourceOptions.notBefore = state.lastFrameTime();
         sourceOptions.stop = &stop.flag();
         pipeline::Options wanted = deviceOptions();
-        if (!openSource(sourceOptions)) {
-            return false;
+        if (hasInput()) {
+            if (!openSource(sourceOptions)) {
+                return false;
+            }
+            openView(wanted);
         }
-        openView(wanted);
-        device = pipeline::buildCamera(options.camera, wanted, console);
-        if (!options.overlay.empty() || !options.picture.empty()) {
+        missingEngines = loadEngineModules(options.camera, console);
+        device = pipeline::buildCamera(wanted, console);
+        rememberCamera(options.camera, state.path());
+        if (hasInput() && (!options.overlay.empty() || !options.picture.empty())) {
             overlay.emplace(video::OverlayFiles{options.overlay, options.picture}, pictureSize.width,
                             pictureSize.height, source->framesPerSecond());
         }
@@ -95,6 +107,8 @@ private:
         }
         return true;
     }
+
+    bool hasInput() const { return options.input != kNoInput; }
 
     pipeline::Options deviceOptions()
     {
@@ -180,6 +194,9 @@ private:
 
     void loop()
     {
+        if (!hasInput()) { // there are questions to answer only, and nothing moves
+            return stop.waitUntil(Clock::time_point::max());
+        }
         Pace pace(options.realSpeed, stop);
         // At full speed the camera moves by the times of the frames, else by the clock, also while no frame comes.
         std::optional<ptz::PositioningDriver> driver;
@@ -271,6 +288,7 @@ private:
                                     report,
                                     keys,
                                     options.input,
+                                    missingEngines,
                                     orientation,
                                     services ? services->documentsTaken() : 0,
                                     services ? services->documentsLost() : 0};
@@ -375,13 +393,14 @@ private:
         }
     }
 
-    const pipeline::PipelineOptions& given;
+    pipeline::PipelineOptions given; ///< with what the state folder remembers
     const pipeline::RunOptions& options;
     Console& console;
     const Scenario scenario;
     base::StopSignal stop;
     store::StateFolder state;
     std::vector<std::string> failures;
+    std::vector<std::string> missingEngines; ///< paths of modules that the folder remembers and that cannot be loaded
     pipeline::RunReport report;
     ActiveKeys keys{[this](const ActiveKeys::Active& active) { report.rulesSwitched(active.engine, active.key); }};
     std::optional<video::Overlay> overlay;
@@ -403,11 +422,11 @@ private:
 
 } // namespace
 
-int runPipeline(const pipeline::PipelineOptions& options, base::Console& console)
+int runPipeline(pipeline::PipelineOptions options, base::Console& console)
 {
     video::routeLibavLog(options.run.camera.verbosity > 0);
     try {
-        return Run(options, console).execute();
+        return Run(std::move(options), console).execute();
     } catch (const std::exception& error) {
         console.clearStatus();
         console.error(error.what());

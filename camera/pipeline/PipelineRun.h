@@ -7,6 +7,6 @@ namespace camera::pipeline {
 
 /// The pipeline process, from its first frame to its last: returns the exit code, 0 or 1; a failure has been
 /// printed.
-int runPipeline(const pipeline::PipelineOptions& options, base::Console& console);
+int runPipeline(pipeline::PipelineOptions options, base::Console& console);
 
 } // namespace camera::pipeline

@@ -50,6 +50,10 @@ std::string PipelineStatus::json() const
     Json::Value value(Json::objectValue);
     value["pid"] = static_cast<Json::Int64>(::getpid());
     value["input"] = input;
+    value["missingEngines"] = Json::arrayValue;
+    for (const std::string& path : missingEngines) {
+        value["missingEngines"].append(path);
+    }
     value["frames"] = static_cast<Json::UInt64>(statistics.frames);
     value["framesFailed"] = static_cast<Json::UInt64>(statistics.framesFailed);
     value["framesPerSecond"] = now.framesPerSecond;

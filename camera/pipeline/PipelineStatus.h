@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace camera::pipeline {
 
@@ -15,6 +16,7 @@ struct PipelineStatus {
     pipeline::RunReport& report;
     const ActiveKeys& keys;
     std::string input;
+    const std::vector<std::string>& missingEngines; ///< modules that the state folder remembers and that are not loaded
     int orientation = 0;
     std::uint64_t documentsTaken = 0; ///< by the metadata streamer
     std::uint64_t documentsLost = 0;  ///< on the way to it

@@ -9,7 +9,8 @@ namespace camera::pipeline {
 struct CameraOptions {
     std::string stateDir;
     std::string plugin;               ///< empty: the one beside the program
-    std::vector<std::string> engines; ///< engine modules
+    std::vector<std::string> engines; ///< engine modules; "none": not even those that the state folder remembers
+    bool enginesRemembered = false;   ///< they come from the state folder; one that is gone is left out
     bool ptz = false;
     std::string model;  ///< a camera description: a name or a file; empty: the usual one
     std::string preset; ///< empty: at none
@@ -28,6 +29,9 @@ struct TourStopOption {
     std::string preset;
     double seconds = 5; ///< how long it stays
 };
+
+/// The input of a camera that has no frames: it answers questions only.
+constexpr const char* kNoInput = "none";
 
 struct RunOptions {
     CameraOptions camera;

@@ -1,12 +1,14 @@
 #include "camera/store/StateLock.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <fcntl.h>
 #include <stdexcept>
 #include <string>
 #include <sys/file.h>
 #include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace camera::store {
@@ -26,6 +28,22 @@ std::string ownerOf(int descriptor)
     std::string owner(text, length > 0 ? static_cast<std::size_t>(length) : 0);
     owner.erase(owner.find_last_not_of(" \n") + 1);
     return owner.empty() ? "another process" : "process " + owner;
+}
+
+// A copy of the folder is made under a shared lock: that one is waited for, as it is soon over.
+bool lockOf(int descriptor)
+{
+    constexpr int kAttempts = 200;
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
+            return true;
+        }
+        if (::flock(descriptor, LOCK_SH | LOCK_NB) != 0) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
 }
 
 bool writeOwner(int descriptor)
@@ -51,7 +69,7 @@ StateLock::StateLock(const std::filesystem::path& folder)
     if (_descriptor < 0) {
         refuse(folder, std::strerror(errno));
     }
-    if (::flock(_descriptor, LOCK_EX | LOCK_NB) != 0) {
+    if (!lockOf(_descriptor)) {
         const std::string owner = ownerOf(_descriptor);
         ::close(_descriptor);
         throw std::runtime_error("the state folder " + folder.string() + " is in use by " + owner +

@@ -78,6 +78,17 @@ Supervisor::~Supervisor() = default;
 void Supervisor::stop()
 {
     _stopping = true;
+    wake();
+}
+
+void Supervisor::restartPipeline()
+{
+    _restartPipeline = true;
+    wake();
+}
+
+void Supervisor::wake()
+{
     const std::uint64_t one = 1;
     [[maybe_unused]] const ssize_t written = ::write(_wakeUp.get(), &one, sizeof one); // full: it wakes as well
 }
@@ -190,6 +201,10 @@ void Supervisor::takeWakeUps()
 {
     std::uint64_t count = 0;
     [[maybe_unused]] const ssize_t length = ::read(_wakeUp.get(), &count, sizeof count);
+    if (_restartPipeline.exchange(false) && _pipeline.runs()) {
+        _pipelineRestarts = true;
+        _pipeline.signal(SIGTERM);
+    }
 }
 
 void Supervisor::collect()
@@ -209,7 +224,8 @@ void Supervisor::ended(Part& part, const Exit& exit)
     if (&part == &_bus) {
         return busEnded(exit);
     }
-    if (&part == &_pipeline && isOutcome(exit.code())) {
+    const bool restarts = &part == &_pipeline && std::exchange(_pipelineRestarts, false);
+    if (&part == &_pipeline && isOutcome(exit.code()) && !restarts) {
         _outcome = exit.code(); // it has said itself why
         return;
     }
@@ -285,16 +301,23 @@ void Supervisor::busListens()
     _connection->add<NameWatch>([this](const std::shared_ptr<bus::Session>& session) {
         return std::make_shared<NameWatch>(session, bus::busName(bus::service::kServices), [this] {
             _servicesAnswer = true;
-            const std::uint64_t one = 1;
-            [[maybe_unused]] const ssize_t written = ::write(_wakeUp.get(), &one, sizeof one);
+            wake();
         });
     });
     _connection->add<SupervisorObject>([this](const std::shared_ptr<bus::Session>& session) {
-        return std::make_shared<SupervisorObject>(
-            session, SupervisorObject::Operations{[this] { return status(); }, [this] { stop(); }});
+        return std::make_shared<SupervisorObject>(session, SupervisorObject::Operations{[this] { return status(); },
+                                                                                        [this] { stop(); },
+                                                                                        [this] { restartPipeline(); }});
     });
+    if (_options.ready) {
+        _connection->add<NameWatch>([this](const std::shared_ptr<bus::Session>& session) {
+            return std::make_shared<NameWatch>(session, bus::busName(bus::service::kPipeline),
+                                               [this] { _options.ready(_folder->address()); });
+        });
+    } else {
+        _folder->announce();
+    }
     _connection->start();
-    _folder->announce();
     _phase = Phase::startingServices;
     _readyBy = steady_clock::now() + _options.readyWithin;
     startPart(_services);

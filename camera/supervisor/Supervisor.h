@@ -38,6 +38,9 @@ public:
         std::filesystem::path stateDir;
         Words services;
         Words pipeline;
+        /// Called with the bus' address whenever the pipeline begins to serve, on a thread of this object. Without
+        /// it others find the camera by its state folder; with it only who is called knows the address.
+        std::function<void(const std::string& address)> ready;
         std::string busProgram = "dbus-daemon";
         /// How long a bus that does not listen is waited for, and then services that do not answer.
         std::chrono::milliseconds readyWithin{5000};
@@ -66,6 +69,9 @@ public:
     /// Begins the end. Any thread.
     void stop();
 
+    /// Ends the pipeline and starts it again, as after a crash. Any thread.
+    void restartPipeline();
+
     /// {"state":...,"address":...,"processes":[...]} as text. Any thread.
     std::string status() const;
 
@@ -79,6 +85,7 @@ private:
     Time wakeUpTime() const;
     void takeSignals();
     void takeWakeUps();
+    void wake();
     void collect();
     void ended(Part& part, const Exit& exit);
     void busEnded(const Exit& exit);
@@ -99,6 +106,7 @@ private:
     base::FileDescriptor _wakeUp;
     std::atomic<bool> _stopping{false};
     std::atomic<bool> _servicesAnswer{false};
+    std::atomic<bool> _restartPipeline{false};
 
     std::optional<TerminationSignals> _signals;
     std::optional<RuntimeFolder> _folder;
@@ -112,6 +120,7 @@ private:
     Time _readyBy;
     std::optional<int> _outcome;
     std::optional<int> _pipelineCode; ///< of its own end after it was told to
+    bool _pipelineRestarts = false;   ///< it was told to end for a new start
     bool _hurry = false;
 
     mutable std::mutex _mutex; ///< what status() needs

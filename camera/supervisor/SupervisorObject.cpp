@@ -23,6 +23,11 @@ SupervisorObject::SupervisorObject(const std::shared_ptr<bus::Session>& session,
         });
     _object->registerMethod("stop").onInterface(interface).implementedAs(
         [stop = std::move(operations.stop)](sdbus::Result<>&& result) { bus::answer(result, stop); });
+    _object->registerMethod("restartPipeline")
+        .onInterface(interface)
+        .implementedAs([restart = std::move(operations.restartPipeline)](sdbus::Result<>&& result) {
+            bus::answer(result, restart);
+        });
     _object->finishRegistration();
     session->connection().requestName(bus::busName(bus::service::kSupervisor));
 }

@@ -8,12 +8,14 @@
 
 namespace camera::supervisor {
 
-/// The service "supervisor" on the bus: what runs, and the end of it all. Lives on the bus thread.
+/// The service "supervisor" on the bus: what runs, a new start of the pipeline, and the end of it all. Lives on the bus
+/// thread.
 class SupervisorObject {
 public:
     struct Operations {
         std::function<std::string()> status; ///< as JSON
         std::function<void()> stop;
+        std::function<void()> restartPipeline;
     };
 
     SupervisorObject(const std::shared_ptr<bus::Session>& session, Operations operations);

@@ -97,7 +97,8 @@ TEST_F(IntrospectionTest, namesEveryParameterOfThePipelineItself)
 {
     EXPECT_THAT(of(service::kPipeline),
                 UnorderedElementsAre("status()->(s json)", "storedKeys()->(as keys)",
-                                     "history(s key)->(a(xxtb) versions)", "document(s key, x sequence)->(s text)"));
+                                     "history(s key)->(a(xxtb) versions)", "document(s key, x sequence)->(s text)",
+                                     "restore(s key, x sequence)->()"));
 }
 
 } // namespace

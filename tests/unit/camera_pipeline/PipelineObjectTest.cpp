@@ -69,6 +69,19 @@ TEST_F(PipelineObjectTest, givesTheDocumentsOfTheSettingsNewestFirst)
     EXPECT_EQ(document(versions[1].get<0>()), "one");
 }
 
+TEST_F(PipelineObjectTest, makesAnEarlierDocumentTheNewest)
+{
+    serve();
+    device->environment().settings.write("k", "one");
+    device->environment().settings.write("k", "second");
+    const std::vector<VersionRow> versions = history("k");
+    client.ask<>(service::kPipeline, "restore", std::string("k"), versions[1].get<0>());
+    EXPECT_EQ(device->environment().settings.read("k"), "one");
+    EXPECT_EQ(client.refusal<>(service::kPipeline, "restore", std::string("k"), std::int64_t{99}),
+              "ravel.Error.Refused|no good document number 99 of this key is kept");
+    EXPECT_EQ(device->environment().settings.read("k"), "one");
+}
+
 TEST_F(PipelineObjectTest, documentsLeaveWithReplacementCharacters)
 {
     serve();
@@ -107,10 +120,14 @@ TEST_F(PipelineObjectTest, aStatusThatCannotBeTakenIsAnError)
 
 class PipelineStatusTest : public PipelineObjectTest {
 protected:
-    Json::Value status() { return parsed(PipelineStatus{*device, report, keys, "clip \"\xFF\".mp4", 90, 7, 3}.json()); }
+    Json::Value status()
+    {
+        return parsed(PipelineStatus{*device, report, keys, "clip \"\xFF\".mp4", missing, 90, 7, 3}.json());
+    }
 
     camera::pipeline::RunReport report;
     ActiveKeys keys{{}};
+    const std::vector<std::string> missing{"/e.so"};
 };
 
 TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
@@ -146,6 +163,7 @@ TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
     EXPECT_EQ(value["controlFailures"].asUInt64(), 1u);
     EXPECT_EQ(value["orientation"].asInt(), 90);
     EXPECT_THAT(value["input"].asString(), HasSubstr("clip \""));
+    EXPECT_EQ(value["missingEngines"][0].asString(), "/e.so");
 }
 
 TEST_F(PipelineStatusTest, tellsWhereItIsAndWhichRulesAreActive)

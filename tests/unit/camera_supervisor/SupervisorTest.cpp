@@ -208,6 +208,33 @@ TEST_F(SupervisorTest, startsAPipelineAgainThatEndsOtherwiseAtOnceAndThenAfterGr
     EXPECT_THAT(servicesFirst, ElementsAre(true));
 }
 
+TEST_F(SupervisorTest, startsThePipelineAgainWhenItIsToldTo)
+{
+    begin();
+    ASSERT_TRUE(runs());
+    const pid_t before = pidOf("camera-pipeline");
+    supervisor->restartPipeline();
+    ASSERT_TRUE(replaced("camera-pipeline", before));
+    EXPECT_THAT(reports(), ElementsAre("camera-pipeline ended with exit code 0; starting it again"));
+    EXPECT_THAT(pipelineFirst, ElementsAre(true, false));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, tellsItsAddressToOneListenerInsteadOfToAll)
+{
+    std::promise<std::string> ready;
+    std::once_flag once;
+    options.ready = [&](const std::string& address) { std::call_once(once, [&] { ready.set_value(address); }); };
+    begin();
+    EXPECT_THAT(ready.get_future().get(), StartsWith("unix:path="));
+    EXPECT_EQ(RuntimeFolder::find(state), std::nullopt);
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+    expectNothingLeft();
+}
+
 TEST_F(SupervisorTest, pausesLongerThanASecondAreToldInSeconds)
 {
     begin({"3,3,3,3,3,3,3,3,0"});

@@ -1,0 +1,169 @@
+#include "camera/pipeline/RememberedCamera.h"
+
+#include "camera/base/DurableFiles.h"
+#include "camera/base/OneLineJson.h"
+#include "camera/base/StrictJson.h"
+#include "camera/engines/EngineModules.h"
+#include "camera/store/SettingsStore.h"
+#include "camera/store/StateLock.h"
+
+#include <algorithm>
+#include <fstream>
+#include <json/value.h>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+
+namespace camera::pipeline {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kFile[] = "camera.json";
+constexpr std::size_t kMostBytes = 64 * 1024;
+constexpr char kPositioningKey[] = "camera.positioning";
+
+struct Remembered {
+    bool movable = false;
+    std::string model;
+    std::vector<std::string> engines;
+};
+
+std::optional<std::string> contentOf(const fs::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return in ? std::make_optional(text.str()) : std::nullopt;
+}
+
+std::string write(const Remembered& camera)
+{
+    Json::Value value;
+    value["movable"] = camera.movable;
+    value["model"] = camera.model;
+    value["engines"] = Json::arrayValue;
+    for (const std::string& engine : camera.engines) {
+        value["engines"].append(engine);
+    }
+    return base::oneLineJson(value) + "\n";
+}
+
+std::optional<Remembered> read(const std::string& text)
+{
+    Json::Value value;
+    try {
+        value = base::readStrictJson(text, kMostBytes);
+    } catch (const std::invalid_argument&) {
+        return std::nullopt;
+    }
+    if (!value.isObject() || !value["movable"].isBool() || !value["model"].isString() || !value["engines"].isArray()) {
+        return std::nullopt;
+    }
+    Remembered camera{value["movable"].asBool(), value["model"].asString(), {}};
+    for (const Json::Value& engine : value["engines"]) {
+        if (!engine.isString()) {
+            return std::nullopt;
+        }
+        camera.engines.push_back(engine.asString());
+    }
+    return camera;
+}
+
+// A folder of the versions that did not keep the file: presets are kept by a camera that moves only.
+Remembered olderCamera(const fs::path& stateDir)
+{
+    Remembered camera;
+    if (fs::exists(stateDir / "settings.db")) {
+        const store::StateLock lock(stateDir);
+        const std::vector<std::string> keys = store::SettingsStore({stateDir, 0}).keys();
+        camera.movable = std::find(keys.begin(), keys.end(), kPositioningKey) != keys.end();
+    }
+    return camera;
+}
+
+Remembered cameraOf(const fs::path& stateDir, base::Console& console)
+{
+    const std::optional<std::string> text = contentOf(stateDir / kFile);
+    if (!text) {
+        return olderCamera(stateDir);
+    }
+    const std::optional<Remembered> camera = read(*text);
+    if (!camera) {
+        console.error("the file '" + (stateDir / kFile).string() +
+                      "' is damaged: model and engine modules of the camera are not known");
+    }
+    return camera ? *camera : olderCamera(stateDir);
+}
+
+std::string absolute(const std::string& path)
+{
+    return fs::absolute(path).lexically_normal().string();
+}
+
+bool isFile(const std::string& model)
+{
+    return model.find('/') != std::string::npos || fs::path(model).has_extension();
+}
+
+} // namespace
+
+CameraOptions rememberedCamera(CameraOptions options, const fs::path& stateDir, base::Console& console)
+{
+    const Remembered camera = cameraOf(stateDir, console);
+    options.ptz = options.ptz || camera.movable;
+    options.model = options.model.empty() ? camera.model : options.model;
+    if (options.engines == std::vector<std::string>{"none"}) {
+        options.engines.clear();
+    } else if (options.engines.empty()) {
+        options.engines = camera.engines;
+        options.enginesRemembered = true;
+    }
+    return options;
+}
+
+void rememberCamera(const CameraOptions& options, const fs::path& stateDir)
+{
+    Remembered camera{options.ptz, isFile(options.model) ? absolute(options.model) : options.model, {}};
+    std::transform(options.engines.begin(), options.engines.end(), std::back_inserter(camera.engines), absolute);
+    const std::string text = write(camera);
+    const fs::path file = stateDir / kFile;
+    const std::optional<std::string> before = contentOf(file);
+    if (before == text) {
+        return;
+    }
+    if (before && !read(*before)) {
+        fs::rename(file, file.string() + ".damaged");
+    }
+    const fs::path beside = file.string() + ".new";
+    std::ofstream out(beside, std::ios::binary);
+    out << text;
+    out.close();
+    if (!out) {
+        throw std::runtime_error("the camera's model and engine modules cannot be kept in '" + file.string() +
+                                 "'; make room on the disk and the folder writable");
+    }
+    base::syncToDisk(beside);
+    base::renameDurably(beside, file);
+}
+
+std::vector<std::string> loadEngineModules(const CameraOptions& options, base::Console& console)
+{
+    std::vector<std::string> gone;
+    engines::clearEngineModules();
+    for (const std::string& path : options.engines) {
+        try {
+            engines::addEngineModule(path);
+        } catch (const std::runtime_error& error) {
+            if (!options.enginesRemembered) {
+                throw;
+            }
+            console.error(std::string(error.what()) + "; what is stored for its engine is left alone");
+            gone.push_back(path);
+        }
+    }
+    return gone;
+}
+
+} // namespace camera::pipeline

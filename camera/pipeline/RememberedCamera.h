@@ -1,0 +1,27 @@
+#pragma once
+
+#include "camera/base/Console.h"
+#include "camera/pipeline/RunOptions.h"
+
+#include <filesystem>
+#include <vector>
+
+namespace camera::pipeline {
+
+// What camera a state folder belongs to: the file camera.json in it keeps whether the camera moves, its model and its
+// engine modules. (Its orientation is kept by the process camera-services.)
+
+/// What a camera on this folder is made of: what the options do not say is what the folder remembers.
+/// A file that cannot be read is reported in one line.
+CameraOptions rememberedCamera(CameraOptions options, const std::filesystem::path& stateDir, base::Console& console);
+
+/// Keeps it; the caller holds the folder's lock. A file that could not be read is set aside.
+/// @throws std::exception with one sentence when it cannot be written.
+void rememberCamera(const CameraOptions& options, const std::filesystem::path& stateDir);
+
+/// Loads the engine modules, before the plug-in is built. Of remembered modules those that cannot be loaded are
+/// reported in one line each.
+/// @return these, by path. @throws std::runtime_error with one sentence for a module that the options name.
+std::vector<std::string> loadEngineModules(const CameraOptions& options, base::Console& console);
+
+} // namespace camera::pipeline
