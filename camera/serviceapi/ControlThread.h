@@ -1,12 +1,11 @@
 #pragma once
 
-#include <condition_variable>
+#include "camera/base/SerialQueue.h"
+
+#include <atomic>
 #include <cstdint>
-#include <deque>
 #include <functional>
-#include <mutex>
 #include <optional>
-#include <thread>
 #include <type_traits>
 #include <utility>
 
@@ -23,14 +22,9 @@ public:
 
     ControlThread();
 
-    /// As stop().
-    ~ControlThread();
-    ControlThread(const ControlThread&) = delete;
-    ControlThread& operator=(const ControlThread&) = delete;
-
     /// Queues a task. What it throws is logged and counted. False, and the task is dropped, once
     /// stopped.
-    bool post(Task task);
+    bool post(Task task) { return _tasks.push(std::move(task)); }
 
     /**
      * Runs operation on this thread and returns what it returned, or throws what it threw. Called on
@@ -58,30 +52,20 @@ public:
         }
     }
 
-    /// Returns when the queue is empty and nothing runs. Not from a task.
+    /// Returns when no task is queued or runs, those that tasks posted included. Not from a task.
     void drain();
 
     /// Runs what is queued, refuses what comes later and ends the thread. Idempotent; not from a task.
-    void stop();
+    void stop() { _tasks.stop(); }
 
-    bool isCurrent() const;
-    std::uint64_t failures() const; ///< posted tasks that threw
+    bool isCurrent() const { return _tasks.isCurrent(); }
+    std::uint64_t failures() const { return _failures; } ///< posted tasks that threw
 
 private:
     void askAndWait(const Task& operation);
-    void serve();
-    void runContained(const Task& task);
 
-    mutable std::mutex _mutex;
-    std::condition_variable _wake;
-    std::condition_variable _idle;
-    std::deque<Task> _queue;
-    bool _running = false;
-    bool _stopped = false;
-    std::uint64_t _failures = 0;
-    std::mutex _joinMutex;
-    std::thread::id _id;
-    std::thread _thread; // last: serve() uses everything above
+    std::atomic<std::uint64_t> _failures{0};
+    base::SerialQueue<Task> _tasks; // last: its thread uses everything above
 };
 
 } // namespace camera::serviceapi

@@ -1,57 +1,44 @@
 #pragma once
 
 #include "camera/base/Event.h"
-#include "camera/base/Subscription.h"
+#include "camera/base/SerialQueue.h"
+#include "camera/base/Subscribers.h"
 
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
-#include <functional>
-#include <map>
-#include <memory>
-#include <mutex>
-#include <thread>
 #include <utility>
 
 namespace camera::serviceapi {
 
 /**
- * Carries analytics events from the engines' threads to whoever listens.
+ * Carries analytics events from the engines' threads to the listeners.
  *
  * publish() never waits for a listener: events pass through a bounded queue, the oldest is dropped
  * and counted when it is full. Listeners run one at a time, in the order of the events, on a thread
- * of this object. Thread-safe.
+ * of this object; one that throws stops no other. Thread-safe.
  */
 class EventBus {
 public:
-    using Listener = std::function<void(const base::Event&)>;
+    using Listener = base::Subscribers<base::Event>::Listener;
 
     /// When it has ended, the listener is not running and is not called again, except when it is ended from inside
     /// that listener.
     using Subscription = base::Subscription;
 
     explicit EventBus(std::size_t capacity = 4096);
-    ~EventBus();
-    EventBus(const EventBus&) = delete;
-    EventBus& operator=(const EventBus&) = delete;
 
-    void publish(base::Event event);
-    [[nodiscard]] Subscription subscribe(Listener listener);
+    void publish(base::Event event) { _queue.push(std::move(event)); }
+    [[nodiscard]] Subscription subscribe(Listener listener) { return _listeners.add(std::move(listener)); }
 
     /// Returns when every event published before the call has been delivered. Not from a listener.
-    void drain();
+    void drain() { _queue.drain(); }
 
-    std::uint64_t published() const;
-    std::uint64_t dropped() const;
-    std::uint64_t listenerFailures() const; ///< listeners that threw; the others were still called
+    std::uint64_t published() const { return _queue.pushed(); }
+    std::uint64_t dropped() const { return _queue.dropped(); }
 
 private:
-    struct State;
-    static void serve(const std::shared_ptr<State>& state);
-
-    std::shared_ptr<State> _state;
-    std::thread _thread;
+    base::Subscribers<base::Event> _listeners;
+    base::SerialQueue<base::Event> _queue; // last: its thread uses the listeners
 };
 
 } // namespace camera::serviceapi

@@ -72,7 +72,7 @@ MetadataSocket::Counters MetadataSocket::counters() const
     Counters now = _total;
     for (const Client& client : _clients) {
         now.subscribers.push_back(client.counters);
-        now.subscribers.back().queuedBytes = client.queue.bytes();
+        now.subscribers.back().queuedBytes = client.queue.weight();
     }
     return now;
 }
@@ -163,11 +163,11 @@ bool MetadataSocket::sendTo(Client& client)
 {
     if (!client.subscriber.sending()) {
         const std::lock_guard<std::mutex> lock(_mutex);
-        Line next = client.queue.take();
+        std::optional<Line> next = client.queue.take();
         if (!next) {
             return true;
         }
-        client.subscriber.begin(std::move(next));
+        client.subscriber.begin(std::move(*next));
     }
     const Subscriber::Progress progress = client.subscriber.send();
     if (progress == Subscriber::Progress::whole) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "camera/base/BoundedQueue.h"
 #include "camera/base/FileDescriptor.h"
-#include "camera/services/DocumentQueue.h"
 #include "camera/services/SocketFile.h"
 #include "camera/services/Subscriber.h"
 
@@ -28,7 +28,8 @@ namespace camera::services {
 class MetadataSocket {
 public:
     static constexpr const char* kFileName = "metadata.sock";
-    static constexpr std::size_t kMostSubscribers = 64; ///< more are closed at once
+    static constexpr std::size_t kMostSubscribers = 64;         ///< more are closed at once
+    static constexpr std::size_t kQueueBytes = 4 * 1024 * 1024; ///< of one subscriber
 
     struct SubscriberCounters {
         std::uint64_t delivered = 0;
@@ -58,8 +59,9 @@ private:
     struct Client {
         explicit Client(base::FileDescriptor socket) : subscriber(std::move(socket)) {}
 
-        Subscriber subscriber; ///< the thread's own
-        DocumentQueue queue;   ///< this and the counters: under the mutex
+        // The subscriber belongs to the thread, the queue and the counters to the mutex.
+        Subscriber subscriber;
+        base::BoundedQueue<Line> queue{kQueueBytes, [](const Line& line) { return line->size(); }};
         SubscriberCounters counters;
     };
 

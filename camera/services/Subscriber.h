@@ -1,11 +1,15 @@
 #pragma once
 
 #include "camera/base/FileDescriptor.h"
-#include "camera/services/DocumentQueue.h"
 
 #include <cstddef>
+#include <memory>
+#include <string>
 
 namespace camera::services {
+
+/// A line for several subscribers at once.
+using Line = std::shared_ptr<const std::string>;
 
 /// One reader of the metadata socket, as its thread sees it: the line being sent, and whether it is still there.
 class Subscriber {

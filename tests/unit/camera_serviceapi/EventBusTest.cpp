@@ -103,7 +103,7 @@ TEST(EventBusTest, letsAListenerEndItsOwnSubscription)
     EXPECT_EQ(calls, 1);
 }
 
-TEST(EventBusTest, countsAListenerThatThrowsAndCallsTheOthers)
+TEST(EventBusTest, reportsAListenerThatThrowsAndCallsTheOthers)
 {
     EventBus bus;
     int calls = 0;
@@ -114,7 +114,6 @@ TEST(EventBusTest, countsAListenerThatThrowsAndCallsTheOthers)
     bus.drain();
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("events: a listener failed: broken"));
     EXPECT_EQ(calls, 1);
-    EXPECT_EQ(bus.listenerFailures(), 1u);
 }
 
 TEST(EventBusTest, deliversWhatIsQueuedWhenItEndsAndLeavesSubscriptionsHarmless)

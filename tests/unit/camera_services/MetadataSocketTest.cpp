@@ -14,8 +14,6 @@
 namespace {
 
 using namespace services_test;
-using camera::services::DocumentQueue;
-using camera::services::Line;
 using camera::services::MetadataSocket;
 using testing::HasSubstr;
 
@@ -57,7 +55,7 @@ TEST_F(MetadataSocketTest, aSubscriberThatNeverReadsLosesTheOldestAndHindersNobo
     EXPECT_EQ(now.subscribers.at(1).lost, 0U);
     EXPECT_GT(now.subscribers.at(0).lost, 200U);
     EXPECT_EQ(now.lost, now.subscribers.at(0).lost);
-    EXPECT_LE(now.subscribers.at(0).queuedBytes, DocumentQueue::kCapacityBytes);
+    EXPECT_LE(now.subscribers.at(0).queuedBytes, MetadataSocket::kQueueBytes);
     // What is left comes whole: first what was on its way, then the newest without a gap.
     std::vector<int> seen;
     while (seen.empty() || seen.back() != kDocuments - 1) {
@@ -170,31 +168,6 @@ TEST_F(MetadataSocketTest, onlyItsUserMayConnect)
     struct stat found {};
     ASSERT_EQ(::stat(socket->path().c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 0777U, 0600U);
-}
-
-TEST(DocumentQueueTest, aFullOneLosesTheOldest)
-{
-    DocumentQueue queue;
-    const auto line = [](char letter, std::size_t bytes) { return std::make_shared<const std::string>(bytes, letter); };
-    EXPECT_EQ(queue.push(line('a', 2000000)), 0U);
-    EXPECT_EQ(queue.push(line('b', 2000000)), 0U);
-    EXPECT_EQ(queue.push(line('c', 2000000)), 1U);
-    EXPECT_EQ(queue.bytes(), 4000000U);
-    EXPECT_EQ(queue.take()->front(), 'b');
-    EXPECT_EQ(queue.take()->front(), 'c');
-    EXPECT_EQ(queue.take(), nullptr);
-    EXPECT_EQ(queue.bytes(), 0U);
-}
-
-TEST(DocumentQueueTest, aLineLargerThanTheQueueStandsAlone)
-{
-    DocumentQueue queue;
-    queue.push(std::make_shared<const std::string>("small"));
-    EXPECT_EQ(queue.push(std::make_shared<const std::string>(DocumentQueue::kCapacityBytes + 1, 'x')), 1U);
-    EXPECT_EQ(queue.bytes(), DocumentQueue::kCapacityBytes + 1);
-    EXPECT_EQ(queue.push(std::make_shared<const std::string>("next")), 1U);
-    EXPECT_EQ(*queue.take(), "next");
-    EXPECT_TRUE(queue.empty());
 }
 
 } // namespace

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace camera::base {
+
+/// Runs operation. What it throws is logged as an error of component, "<what>: <reason>", and goes no further.
+/// @return whether it ended without an exception.
+bool contained(const char* component, const std::string& what, const std::function<void()>& operation);
+
+} // namespace camera::base
