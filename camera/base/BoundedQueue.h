@@ -19,8 +19,8 @@ public:
 
     explicit BoundedQueue(
         std::size_t capacity = std::numeric_limits<std::size_t>::max(),
-        Weight weight = [](const Item&) -> std::size_t { return 1; })
-        : _capacity(capacity), _weightOf(weight)
+        Weight weightOf = [](const Item&) -> std::size_t { return 1; })
+        : _capacity(capacity), _weightOf(weightOf)
     {
     }
 

@@ -3,7 +3,11 @@
 #include "camera/cli/StoredDocuments.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/pipeline/CameraBuilder.h"
+<<<<<<< HEAD
 #include "camera/pipeline/RememberedCamera.h"
+=======
+#include "camera/pipeline/IdleServices.h"
+>>>>>>> 08cbf13 (serviceapi: one way to the device's services)
 #include "camera/pipeline/RestartReport.h"
 
 #include <algorithm>
@@ -55,8 +59,14 @@ public:
 private:
     void start()
     {
+<<<<<<< HEAD
         pipeline::loadEngineModules(options.camera, console);
         device = pipeline::buildCamera(pipeline::deviceOptions(options.camera, options.camera.stateDir), console);
+=======
+        pipeline::Options wanted = pipeline::deviceOptions(options.camera, options.camera.stateDir);
+        wanted.services = std::make_shared<pipeline::IdleServices>();
+        device = pipeline::buildCamera(options.camera, wanted, console);
+>>>>>>> 08cbf13 (serviceapi: one way to the device's services)
     }
 
     pipeline::TargetClient& target() { return device->target(); }

@@ -1,7 +1,7 @@
 #include "camera/pipeline/BusPresence.h"
 
 #include "camera/ptz/PositioningUnit.h"
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 
 #include <utility>
 

@@ -3,7 +3,7 @@
 #include "camera/base/Log.h"
 #include "camera/base/PluginPath.h"
 #include "camera/onvif/ConfigurationFile.h"
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -9,8 +9,7 @@
 #include "camera/framework/PluginLoader.h"
 #include "camera/framework/PositioningAdapter.h"
 #include "camera/ptz/PositioningUnit.h"
-#include "camera/serviceapi/Environment.h"
-#include "camera/serviceapi/RemoteServices.h"
+#include "camera/serviceapi/ServiceApi.h"
 #include "camera/store/StateLock.h"
 
 #include "korva/meridan/BasicFilterPlugin.h"
@@ -33,25 +32,10 @@ constexpr const char* kPositioningKey = "camera.positioning";
 
 const Options& checked(const Options& options)
 {
-    const int turn = options.orientation;
-    if (turn != 0 && turn != 90 && turn != 180 && turn != 270) {
-        throw std::invalid_argument("the orientation " + std::to_string(turn) + " is none of 0, 90, 180 and 270");
-    }
     if (options.engineCount == 0) {
         throw std::invalid_argument("a device needs room for at least one engine");
     }
     return options;
-}
-
-serviceapi::Environment::Options environmentOptions(const Options& options)
-{
-    serviceapi::Environment::Options result;
-    result.stateDir = options.stateDir;
-    result.metadataFile = options.metadataFile;
-    result.orientationDegrees = static_cast<std::uint32_t>(options.orientation);
-    result.rotationService = options.rotationService;
-    result.faults = options.faults;
-    return result;
 }
 
 // A preset that nobody described still needs a place of its own, or engines could not tell that the camera moved.
@@ -98,8 +82,8 @@ public:
 
     const Options options;
     const store::StateLock lock;
-    const std::shared_ptr<serviceapi::Environment> environment;
-    const serviceapi::CurrentEnvironment::Binding environmentBinding;
+    const std::shared_ptr<serviceapi::ServiceApi> environment;
+    const serviceapi::CurrentServiceApi::Binding environmentBinding;
     const std::shared_ptr<ptz::PositioningUnit> positioning;
     const std::shared_ptr<framework::PositioningAdapter> positioningAdapter;
     const base::Current<framework::PositioningAdapter>::Binding positioningBinding;
@@ -107,7 +91,6 @@ public:
     const base::Current<framework::MetadataPool>::Binding poolBinding;
     TargetClient target;
     std::function<void(const FrameOutputs&)> consumer;
-    std::shared_ptr<serviceapi::RemoteServices> remoteServices;
 
 private:
     void build();
@@ -141,7 +124,8 @@ private:
 Device::Impl::Impl(const Options& given)
     : options(checked(given)),
       lock(options.stateDir),
-      environment(std::make_shared<serviceapi::Environment>(environmentOptions(options))),
+      environment(std::make_shared<serviceapi::ServiceApi>(
+          serviceapi::ServiceApi::Options{options.stateDir, options.metadataFile, options.services})),
       environmentBinding(environment),
       positioning(std::make_shared<ptz::PositioningUnit>(positioningOptions(options),
                                                          [environment = environment.get()](std::function<void()> task) {
@@ -150,7 +134,7 @@ Device::Impl::Impl(const Options& given)
       positioningAdapter(std::make_shared<framework::PositioningAdapter>(positioning)),
       positioningBinding(positioningAdapter),
       pool(std::make_shared<framework::MetadataPool>(
-          framework::MetadataPool::Options{options.engineCount, options.metadataBytes, options.lendMetadataBuffers})),
+          framework::MetadataPool::Options{options.engineCount, options.metadataBytes})),
       poolBinding(pool),
       target(environment->control, environment->analyticsTargets, kAnalyticsService)
 {
@@ -216,10 +200,7 @@ void Device::Impl::positioningChanged(ptz::PositioningUnit::Change change)
 
 void Device::Impl::start()
 {
-    if (options.servicesElsewhere) {
-        remoteServices = options.servicesElsewhere(*environment);
-        environment->useServicesElsewhere(remoteServices);
-    }
+    environment->startServices();
     const auto factory = framework::loadPlugin(options.pluginPath, kPluginName);
     environment->control.ask([&] {
         try {
@@ -338,9 +319,7 @@ void Device::Impl::shutdown()
     environment->control.stop();
     environment->events.drain();
     environment->metadataStreamer.drain();
-    if (remoteServices) {
-        remoteServices->unwatch();
-    }
+    environment->services->stop();
 }
 
 void Device::Impl::destroy()
@@ -389,11 +368,6 @@ void Device::onFrameOutputs(std::function<void(const FrameOutputs&)> consumer)
     _impl->consumer = std::move(consumer);
 }
 
-void Device::onMetadata(std::function<void(const std::string&)> consumer)
-{
-    _impl->environment->metadataStreamer.setConsumer(std::move(consumer));
-}
-
 bool Device::goToPreset(const std::string& name)
 {
     return _impl->positioning->goToPreset(name, {"the device's owner", ptz::kOperatorPriority}).ok();
@@ -419,7 +393,7 @@ ptz::PositioningUnit& Device::positioning()
     return *_impl->positioning;
 }
 
-serviceapi::Environment& Device::environment()
+serviceapi::ServiceApi& Device::environment()
 {
     return *_impl->environment;
 }

@@ -16,7 +16,7 @@ class PositioningUnit;
 }
 namespace camera::serviceapi {
 class ControlThread;
-class Environment;
+class ServiceApi;
 } // namespace camera::serviceapi
 
 namespace camera::pipeline {
@@ -99,10 +99,6 @@ public:
     /// logged and the frame goes on.
     void onFrameOutputs(std::function<void(const FrameOutputs&)> consumer);
 
-    /// Called for each metadata document, on the metadata writer's thread, in order. Set it before
-    /// the first frame.
-    void onMetadata(std::function<void(const std::string&)> consumer);
-
     /// Sends the camera to a preset, as an operator would; time must pass until it is there, see
     /// positioning().advance(). False when it was refused.
     bool goToPreset(const std::string& name);
@@ -122,7 +118,7 @@ public:
     void shutdown();
 
     ptz::PositioningUnit& positioning();
-    serviceapi::Environment& environment(); ///< services, settings, configuration values
+    serviceapi::ServiceApi& environment(); ///< settings, device services
     serviceapi::ControlThread& control();
 
 private:

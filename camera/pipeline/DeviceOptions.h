@@ -2,20 +2,17 @@
 
 #include "camera/base/LogLevel.h"
 #include "camera/ptz/CameraDescription.h"
-#include "camera/serviceapi/ServiceFaults.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace camera::serviceapi {
-class Environment;
-class RemoteServices;
+class DeviceServices;
 } // namespace camera::serviceapi
 
 namespace camera::pipeline {
@@ -47,7 +44,6 @@ struct PtzOption {
 struct Options {
     std::filesystem::path pluginPath;   ///< the plug-in to load, libdetection.so
     std::filesystem::path stateDir;     ///< created when absent; one process at a time
-    int orientation = 0;                ///< degrees, 0, 90, 180 or 270
     std::optional<PtzOption> ptz;       ///< without: a fixed camera
     std::filesystem::path metadataFile; ///< empty: metadata documents are only counted
 
@@ -55,14 +51,7 @@ struct Options {
     std::uint32_t metadataBytes = 64 * 1024; ///< what one engine may write for a frame, a multiple of 64
 
     base::LogLevel logLevel = base::LogLevel::error;
-    serviceapi::ServiceFaults faults; ///< services switched off or made to fail, for tests
-    bool rotationService = false;     ///< serve "rotate" with the orientation; otherwise it is a configuration value
-
-    /// Given: the device's services live in another process. Called once, before the plug-in is built; what it
-    /// returns answers the queries and lives until the plug-in is gone.
-    std::function<std::shared_ptr<serviceapi::RemoteServices>(serviceapi::Environment&)> servicesElsewhere;
-
-    bool lendMetadataBuffers = true; ///< false: the transmitter lends nothing, as on a device that is short of memory
+    std::shared_ptr<serviceapi::DeviceServices> services; ///< day/night, window blanking and so on; not null
 };
 
 } // namespace camera::pipeline

@@ -6,7 +6,7 @@
 #include "camera/pipeline/ActiveKeys.h"
 #include "camera/pipeline/BusPresence.h"
 #include "camera/pipeline/CameraBuilder.h"
-#include "camera/pipeline/DeviceServices.h"
+#include "camera/pipeline/DeviceServicesClient.h"
 #include "camera/pipeline/Pace.h"
 #include "camera/pipeline/PipelineStatus.h"
 #include "camera/pipeline/RememberedCamera.h"
@@ -102,9 +102,7 @@ private:
         for (const std::string& notice : scenario.begin(*device)) {
             console.line(notice);
         }
-        if (!given.bus.empty()) {
-            presence = std::make_unique<BusPresence>(given.bus, *device, [this] { return statusJson(); });
-        }
+        presence = std::make_unique<BusPresence>(given.bus, *device, [this] { return statusJson(); });
         return true;
     }
 
@@ -113,19 +111,13 @@ private:
     pipeline::Options deviceOptions()
     {
         pipeline::Options wanted = pipeline::deviceOptions(options.camera, state.path());
-        wanted.orientation = options.orientation;
         wanted.metadataFile = options.metadata;
         if (options.camera.ptz) {
             wanted.ptz = Scenario::positioning(options);
             wanted.ptz->keepState =
                 state.kept(); // also in a folder that goes with the camera: this process may be restarted
         }
-        if (!given.bus.empty()) {
-            wanted.servicesElsewhere = [this](serviceapi::Environment& environment) {
-                services = std::make_shared<DeviceServices>(environment, DeviceServices::Options{given.bus});
-                return services;
-            };
-        }
+        wanted.services = services;
         return wanted;
     }
 
@@ -166,9 +158,6 @@ private:
             report.event(event);
             console.line(onvif::describeEvent(event));
         });
-        if (services) {
-            device->onMetadata([this](const std::string& document) { services->sendMetadata(document); });
-        }
         device->onFrameOutputs([this](const pipeline::FrameOutputs& outputs) {
             const video::Drawing drawing = video::readDrawing(outputs.drawing, outputs.drawingBytes);
             report.drawing(drawing);
@@ -260,7 +249,7 @@ private:
                 overlay->frame(frame);
             }
         });
-        const int orientation = services ? static_cast<int>(services->orientation()) : options.orientation;
+        const int orientation = static_cast<int>(services->orientation());
         const video::Frame delivered = video::turnedForDelivery(frame, orientation, turned);
         const auto begin = Clock::now();
         const bool analysed = device->deliver(delivered);
@@ -283,15 +272,20 @@ private:
 
     std::string statusJson()
     {
-        const int orientation = services ? static_cast<int>(services->orientation()) : options.orientation;
         const PipelineStatus status{*device,
                                     report,
                                     keys,
                                     options.input,
+<<<<<<< HEAD
                                     missingEngines,
                                     orientation,
                                     services ? services->documentsTaken() : 0,
                                     services ? services->documentsLost() : 0};
+=======
+                                    static_cast<int>(services->orientation()),
+                                    services->documentsTaken(),
+                                    services->documentsLost()};
+>>>>>>> 08cbf13 (serviceapi: one way to the device's services)
         return status.json();
     }
 
@@ -324,10 +318,8 @@ private:
     void end()
     {
         source.reset();
-        if (services) {
-            // A streamer that takes its time must not hold up the end, least of all one that somebody waits for.
-            services->finishBy(Clock::now() + (stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
-        }
+        // A streamer that takes its time must not hold up the end, least of all one that somebody waits for.
+        services->finishBy(Clock::now() + (stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
         device->drain();
         if (overlay && !overlayFailed) {
             guarded([&] { overlay->finish(); });
@@ -408,7 +400,8 @@ private:
     video::FramePool turned;
     video::PictureSize pictureSize;
     std::optional<video::View> view;
-    std::shared_ptr<DeviceServices> services;
+    const std::shared_ptr<DeviceServicesClient> services =
+        std::make_shared<DeviceServicesClient>(DeviceServicesClient::Options{given.bus});
     std::unique_ptr<pipeline::Device> device;
     std::unique_ptr<BusPresence> presence;
     serviceapi::EventBus::Subscription events;

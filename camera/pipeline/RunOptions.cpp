@@ -150,8 +150,7 @@ void settleRun(RunOptions& options, const std::vector<std::string>& rest)
 base::OptionTable pipelineTable(PipelineOptions& options)
 {
     base::OptionTable table = makeTable(options.run);
-    table.text("--bus", "ADDRESS", "the camera's bus; without it the device's services are in this process",
-               options.bus);
+    table.text("--bus", "ADDRESS", "the camera's bus", options.bus);
     table.flag("--temporary-state", "the state folder will be removed", [&options] { options.temporaryState = true; });
     return table;
 }
@@ -174,6 +173,9 @@ PipelineOptions parsePipeline(const std::vector<std::string>& arguments)
     const std::vector<std::string> rest = pipelineTable(options).parse(arguments);
     if (!options.run.help) {
         settleRun(options.run, rest);
+        if (options.bus.empty()) {
+            throw base::UsageError("camera-pipeline: --bus is missing; camera run starts a bus and gives its address.");
+        }
     }
     return options;
 }

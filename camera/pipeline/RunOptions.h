@@ -60,7 +60,7 @@ std::string runHelp();
 /// A run as the pipeline process does it.
 struct PipelineOptions {
     RunOptions run;
-    std::string bus;             ///< the bus' address; empty: no bus, the device's services in this process
+    std::string bus;             ///< the bus' address
     bool temporaryState = false; ///< the state folder goes when the camera ends, for the summary
 };
 

@@ -3,15 +3,15 @@
 #include "ravel/RavelApiAnalyticsTargetRun.h"
 
 #include "camera/base/Log.h"
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 #include "camera/serviceapi/Status.h"
 
 #include <cstdarg>
 #include <memory>
 #include <utility>
 
-using camera::serviceapi::CurrentEnvironment;
-using camera::serviceapi::Environment;
+using camera::serviceapi::CurrentServiceApi;
+using camera::serviceapi::ServiceApi;
 
 RavelApiAnalyticsTargetImplBase::RavelApiAnalyticsTargetImplBase(void* logHandle) : _baseLogHandle(logHandle)
 {
@@ -35,17 +35,17 @@ void RavelApiAnalyticsTargetImplBase::log(ravel_core_log_priority priority, cons
 ravel_core_status RavelApiAnalyticsTargetImplBase::sendEventAnalyticsEvent(const char* topic, const char* source,
                                                                            const char* data) const
 {
-    const auto environment = CurrentEnvironment::get();
-    if (!environment || !environment->analyticsTargets.serves(this)) {
+    const auto api = CurrentServiceApi::get();
+    if (!api || !api->analyticsTargets.serves(this)) {
         return camera::serviceapi::kUnavailable;
     }
     const auto text = [](const char* value) { return std::string(value != nullptr ? value : ""); };
-    environment->events.publish({text(topic), text(source), text(data)});
+    api->events.publish({text(topic), text(source), text(data)});
     return camera::serviceapi::kOk;
 }
 
 struct RavelApiAnalyticsTargetRun::Serving {
-    std::weak_ptr<Environment> environment; // a runner that outlives its device must not keep it alive
+    std::weak_ptr<ServiceApi> api; // a runner that outlives its device must not keep it alive
     std::string service;
     const RavelApiAnalyticsTargetImplBase* target = nullptr;
 };
@@ -53,19 +53,18 @@ struct RavelApiAnalyticsTargetRun::Serving {
 RavelApiAnalyticsTargetRun::RavelApiAnalyticsTargetRun(const std::string& serviceName, void* logHandle,
                                                        boost::shared_ptr<RavelApiAnalyticsTargetImplBase> target)
 {
-    const auto environment = CurrentEnvironment::get();
-    if (!environment || !target || !target->isRunnable()) {
+    const auto api = CurrentServiceApi::get();
+    if (!api || !target || !target->isRunnable()) {
         ravel_core_logging_log(logHandle, RAVEL_CORE_LOG_ERROR, "%s: the target cannot be served", serviceName.c_str());
         return;
     }
     const RavelApiAnalyticsTargetImplBase* address = target.get();
-    if (!environment->analyticsTargets.add(serviceName, std::move(target))) {
+    if (!api->analyticsTargets.add(serviceName, std::move(target))) {
         ravel_core_logging_log(logHandle, RAVEL_CORE_LOG_ERROR, "%s: another target is served under this name",
                                serviceName.c_str());
         return;
     }
-    environment->targets.add(serviceName, {"main"});
-    _serving.reset(new Serving{environment, serviceName, address});
+    _serving.reset(new Serving{api, serviceName, address});
 }
 
 RavelApiAnalyticsTargetRun::~RavelApiAnalyticsTargetRun()
@@ -73,8 +72,7 @@ RavelApiAnalyticsTargetRun::~RavelApiAnalyticsTargetRun()
     if (!_serving) {
         return;
     }
-    if (const auto environment = _serving->environment.lock()) {
-        environment->targets.remove(_serving->service);
-        environment->analyticsTargets.remove(_serving->service, _serving->target);
+    if (const auto api = _serving->api.lock()) {
+        api->analyticsTargets.remove(_serving->service, _serving->target);
     }
 }

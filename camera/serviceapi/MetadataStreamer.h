@@ -1,28 +1,23 @@
 #pragma once
 
-#include "camera/serviceapi/ServiceFaults.h"
-#include "camera/serviceapi/TargetRegistry.h"
+#include "camera/base/FileDescriptor.h"
+#include "camera/base/SerialQueue.h"
+#include "camera/serviceapi/ServiceConnections.h"
 
-#include "ravel/status.h"
-
-#include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <filesystem>
-#include <functional>
 #include <mutex>
-#include <set>
 #include <string>
 #include <sys/types.h>
-#include <thread>
 
 namespace camera::serviceapi {
 
+class DeviceServices;
+
 /**
- * The metadata streamer, "onvif_metadata_streamer": takes one ONVIF metadata document per frame and
- * writes each to a file, one document a line (a line break inside a document becomes a blank, which
+ * Takes one ONVIF metadata document per frame, writes it to a file if one is wanted, and hands it to the device's
+ * metadata streamer. In the file each document is a line (a line break inside a document becomes a blank, which
  * XML reads alike between elements and in attributes).
  *
  * send() only queues; a thread of this object writes. A full queue drops the oldest document, a file
@@ -31,7 +26,6 @@ namespace camera::serviceapi {
  */
 class MetadataStreamer {
 public:
-    static constexpr const char* kTargetId = "main";
     static constexpr std::size_t kCapacityBytes = 64 * 1024 * 1024;
 
     struct Counters {
@@ -41,64 +35,34 @@ public:
         std::string error; ///< why the file is incomplete; empty when it is not
     };
 
-    /// @param file  created, or emptied; an empty path: documents are only counted.
+    /// @param services  borrowed.
+    /// @param file  created, or emptied; an empty path: documents are only handed over.
     /// @throws std::runtime_error with one sentence when the file cannot be opened.
-    MetadataStreamer(TargetRegistry& targets, ServiceFault fault, const std::filesystem::path& file,
+    MetadataStreamer(DeviceServices& services, const std::filesystem::path& file,
                      std::size_t capacityBytes = kCapacityBytes);
 
-    /// Writes what is queued, then closes the file.
-    ~MetadataStreamer();
-    MetadataStreamer(const MetadataStreamer&) = delete;
-    MetadataStreamer& operator=(const MetadataStreamer&) = delete;
+    std::uintptr_t open() { return _connections.open(); }
+    void close(std::uintptr_t cookie) { _connections.close(cookie); }
+    ravel_core_status send(std::uintptr_t cookie, std::string document);
 
-    void setFault(ServiceFault fault);
-
-    /// From now on the service is one of another process: whether it is there is what the registry says, and
-    /// the consumer hands the documents over.
-    void liveElsewhere();
-
-    ravel_core_status init(std::uint64_t* cookie, int version);
-    ravel_core_status send(std::uint64_t cookie, const char* targetId, const char* xml);
-    void deinit(std::uint64_t cookie);
-
-    /// Called with each document, unchanged, on the writer's thread; replaces the one before. When it
-    /// returns, the one before is not running any more. Not from the consumer.
-    void setConsumer(std::function<void(const std::string&)> consumer);
-
-    /// Returns when every document sent before the call is written or dropped.
-    void drain();
+    /// Returns when every document sent before the call is written and handed over, or dropped.
+    void drain() { _documents.drain(); }
 
     Counters counters() const;
-    std::size_t openConnections() const;
-    void discard(); ///< closes every connection
+    void discard() { _connections.discard(); } ///< closes every connection
 
 private:
-    void serve();
     void write(const std::string& document);
     void reportOnce(int error);
 
-    TargetRegistry& _targets;
     const std::filesystem::path _path;
-    const std::size_t _capacityBytes;
-    std::atomic<ServiceFault> _fault{ServiceFault::none};
-    std::atomic<bool> _elsewhere{false};
-    int _descriptor = -1;  ///< the writer's alone once its thread runs
-    off_t _wholeBytes = 0; ///< the length of all documents written whole
+    base::FileDescriptor _file; ///< the writer's alone once its thread runs
+    off_t _wholeBytes = 0;      ///< the length of all documents written whole
 
     mutable std::mutex _mutex;
-    std::condition_variable _wake;
-    std::condition_variable _progress;
-    std::deque<std::string> _queue;
-    std::size_t _queuedBytes = 0;
-    bool _writing = false;
-    bool _stopping = false;
-    Counters _counters;
-    std::set<std::uint64_t> _open;
-    std::uint64_t _lastCookie = 0;
-
-    std::mutex _consumerMutex;
-    std::function<void(const std::string&)> _consumer;
-    std::thread _thread; // last: serve() uses everything above
+    Counters _counters;                                                  ///< of the file
+    ServiceConnections<void (*)(bool, const char*, void*)> _connections; ///< without events
+    base::SerialQueue<std::string> _documents;                           // last: its thread uses everything above
 };
 
 } // namespace camera::serviceapi

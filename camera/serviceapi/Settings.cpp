@@ -1,12 +1,12 @@
 // The settings calls of the service API, over the device's store.
 #include "ravel/settings.h"
 
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 #include "camera/serviceapi/Status.h"
 
 #include "ravel/RavelApiException.h"
 
-using camera::serviceapi::CurrentEnvironment;
+using camera::serviceapi::CurrentServiceApi;
 
 namespace {
 
@@ -45,11 +45,11 @@ ravel_core_status ravel_core_settings_set_default_json_value(const char* key, co
     if (key == nullptr || value == nullptr) {
         return camera::serviceapi::kInvalidArgument;
     }
-    const auto environment = CurrentEnvironment::get();
-    if (!environment) {
+    const auto api = CurrentServiceApi::get();
+    if (!api) {
         return camera::serviceapi::kUnavailable;
     }
-    environment->settings.setDefault(key, value);
+    api->settings.setDefault(key, value);
     return camera::serviceapi::kOk;
 }
 
@@ -57,11 +57,11 @@ namespace ravel::core {
 
 ravel_core_status settingsGetJson(const std::string& key, std::string& value)
 {
-    const auto environment = CurrentEnvironment::get();
-    if (!environment) {
+    const auto api = CurrentServiceApi::get();
+    if (!api) {
         return camera::serviceapi::kUnavailable;
     }
-    auto document = translated([&] { return environment->settings.read(key); });
+    auto document = translated([&] { return api->settings.read(key); });
     if (!document) {
         return camera::serviceapi::kNotFound;
     }
@@ -71,11 +71,11 @@ ravel_core_status settingsGetJson(const std::string& key, std::string& value)
 
 ravel_core_status settingsSetJson(const std::string& key, const std::string& value)
 {
-    const auto environment = CurrentEnvironment::get();
-    if (!environment) {
+    const auto api = CurrentServiceApi::get();
+    if (!api) {
         throw RavelApiException("the settings \"" + key + "\" could not be stored", camera::serviceapi::kUnavailable);
     }
-    translated([&] { environment->settings.write(key, value); });
+    translated([&] { api->settings.write(key, value); });
     return camera::serviceapi::kOk;
 }
 

@@ -3,6 +3,7 @@
 #include "camera/base/Log.h"
 #include "camera/framework/FrameBuffer.h"
 #include "camera/pipeline/Device.h"
+#include "kit/FakeDeviceServices.h"
 #include "unit/camera_device/HostedEngines.h"
 #include "unit/camera_store/TemporaryFolder.h"
 
@@ -27,6 +28,7 @@ protected:
         hosted.reset({"Motion"});
         options.pluginPath = DETECTION_MODULE;
         options.stateDir = folder / "state";
+        options.services = services;
     }
 
     void TearDown() override
@@ -75,6 +77,7 @@ protected:
 
     const TemporaryFolder folder;
     Hosted& hosted = Hosted::instance();
+    const std::shared_ptr<FakeDeviceServices> services = std::make_shared<FakeDeviceServices>();
     camera::pipeline::Options options;
     std::unique_ptr<camera::pipeline::Device> device;
 

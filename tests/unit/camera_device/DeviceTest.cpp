@@ -1,7 +1,7 @@
 #include "unit/camera_device/DeviceFixture.h"
 
 #include "camera/ptz/PositioningUnit.h"
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 #include "camera/store/StateLock.h"
 
 #include <sqlite3.h>
@@ -18,7 +18,6 @@ using camera::base::Event;
 using camera::pipeline::Device;
 using camera::pipeline::FrameOutputs;
 using camera::pipeline::PtzOption;
-using camera::serviceapi::ServiceFault;
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
@@ -130,7 +129,7 @@ TEST_F(DeviceTest, raisesEventsForWhoeverListens)
     EXPECT_EQ(events.size(), 1u);
 }
 
-TEST_F(DeviceTest, writesMetadataDocumentsToTheFileAndToTheConsumer)
+TEST_F(DeviceTest, writesMetadataDocumentsToTheFileAndHandsThemToTheStreamer)
 {
     options.metadataFile = folder / "metadata.xml";
     hosted.onFrame = [](const std::string&, const Hosted::Frame& frame, MetadataBuffers& outputs) {
@@ -139,13 +138,11 @@ TEST_F(DeviceTest, writesMetadataDocumentsToTheFileAndToTheConsumer)
         return true;
     };
     start();
-    std::vector<std::string> documents;
-    device->onMetadata([&](const std::string& document) { documents.push_back(document); });
     for (std::uint32_t second = 10; second < 15; ++second) {
         device->deliver(anyFrame(second));
     }
     device->drain();
-    EXPECT_THAT(documents, ElementsAre("<frame n=\"10\"/>", "<frame n=\"12\"/>", "<frame n=\"14\"/>"));
+    EXPECT_THAT(services->documents(), ElementsAre("<frame n=\"10\"/>", "<frame n=\"12\"/>", "<frame n=\"14\"/>"));
     EXPECT_EQ(device->statistics().documents, 3u);
     EXPECT_EQ(device->statistics().documentsWritten, 3u);
     device.reset();
@@ -156,21 +153,17 @@ TEST_F(DeviceTest, writesMetadataDocumentsToTheFileAndToTheConsumer)
 
 TEST_F(DeviceTest, opensTheMetadataStreamOnceTheServiceAppears)
 {
-    options.faults.metadataStreamer = ServiceFault::absent;
+    services->serve("onvif_metadata_streamer", std::nullopt);
     hosted.onFrame = [](const std::string&, const Hosted::Frame&, MetadataBuffers& outputs) {
         outputs.metadataXml = "<frame/>";
         return true;
     };
     start();
     EXPECT_TRUE(device->deliver(anyFrame()));
-    device->environment().metadataStreamer.setFault(ServiceFault::failsInit);
-    EXPECT_TRUE(device->deliver(anyFrame()));
-    EXPECT_THAT(lines(), Contains(HasSubstr("failed to open metadata stream")));
     EXPECT_EQ(device->statistics().documents, 0u);
-    device->environment().metadataStreamer.setFault(ServiceFault::none);
+    services->serve("onvif_metadata_streamer");
     EXPECT_TRUE(device->deliver(anyFrame()));
     EXPECT_EQ(device->statistics().documents, 1u);
-    EXPECT_EQ(device->environment().metadataStreamer.openConnections(), 1u);
 }
 
 TEST_F(DeviceTest, keepsAConfigurationAcrossARestart)
@@ -292,40 +285,39 @@ TEST_F(DeviceTest, isAFixedCameraWithoutPtz)
 
 TEST_F(DeviceTest, turnsFramesAsConfiguredOrAsTheRotationServiceSays)
 {
-    options.orientation = 180;
+    services->configure(180);
     hosted.onFrame = [](const std::string&, const Hosted::Frame& frame, MetadataBuffers& outputs) {
         outputs.metadataXml = frame.data[0] == 9 ? "upright" : "turned";
         return true;
     };
     camera::video::Frame frame = anyFrame();
     frame.data.get()[0] = 9;
-    std::vector<std::string> documents;
-    const auto run = [&] {
-        start();
-        device->onMetadata([&](const std::string& document) { documents.push_back(document); });
+    const auto deliver = [&] {
         device->deliver(frame);
         device->drain();
     };
-    run();
+    start();
+    deliver();
     EXPECT_THAT(hosted.journal(), Contains("Motion orientation 180"));
     EXPECT_THAT(lines(), Not(Contains(HasSubstr("rotation"))));
-    options.orientation = 0;
-    run();
-    options.rotationService = true;
-    run();
-    device->environment().rotation.setAngle(180);
+    services->configure(0);
+    start();
+    deliver();
+    services->serve("rotate");
+    start();
+    deliver();
+    services->turn(180);
     device->drain();
-    device->deliver(frame);
-    device->drain();
-    EXPECT_THAT(documents, ElementsAre("turned", "upright", "upright", "turned"));
+    deliver();
+    EXPECT_THAT(services->documents(), ElementsAre("turned", "upright", "upright", "turned"));
 }
 
-TEST_F(DeviceTest, runsWithEveryServiceSwitchedOff)
+TEST_F(DeviceTest, runsWithoutServices)
 {
-    options.faults.dayNight = ServiceFault::absent;
-    options.faults.windowBlanking = ServiceFault::noTargets;
-    options.faults.metadataStreamer = ServiceFault::absent;
-    options.faults.configurationFails = true;
+    services->serve("day_night", std::nullopt);
+    services->serve("window_blanking", std::vector<std::string>{});
+    services->serve("onvif_metadata_streamer", std::nullopt);
+    services->answer("configuration", camera::serviceapi::kFailed);
     start();
     EXPECT_TRUE(device->deliver(anyFrame()));
     EXPECT_THAT(lines(), AllOf(Contains(HasSubstr("initializeDayNightEvents: day_night service not found")),
@@ -336,15 +328,13 @@ TEST_F(DeviceTest, runsWithEveryServiceSwitchedOff)
 
 TEST_F(DeviceTest, runsWithServicesThatFail)
 {
-    options.faults.dayNight = ServiceFault::failsInit;
-    options.faults.windowBlanking = ServiceFault::failsQuery;
-    options.faults.rotation = ServiceFault::failsQuery;
-    options.rotationService = true;
-    options.orientation = 90;
+    services->serve("rotate");
+    services->turn(90);
+    services->answer("window_blanking", camera::serviceapi::kFailed);
+    services->answer("rotate", camera::serviceapi::kFailed);
     start();
     EXPECT_TRUE(device->deliver(anyFrame()));
-    EXPECT_THAT(lines(), AllOf(Contains(HasSubstr("get day/night service exception: ")),
-                               Contains(HasSubstr("get window blanking service exception: ")),
+    EXPECT_THAT(lines(), AllOf(Contains(HasSubstr("get window blanking service exception: ")),
                                Contains(HasSubstr("get rotation service exception: "))));
     EXPECT_THAT(hosted.journal(), Contains("Motion orientation 0"));
 }
@@ -352,8 +342,8 @@ TEST_F(DeviceTest, runsWithServicesThatFail)
 TEST_F(DeviceTest, passesDeviceEventsToTheEngines)
 {
     start();
-    device->environment().windowBlanking.setEnabled(true);
-    device->environment().dayNight.movement(true);
+    services->blank(true);
+    services->moveFilter(true);
     device->drain();
     EXPECT_THAT(hosted.journal(), Contains("Motion blanking on 128,128,128"));
     EXPECT_EQ(hosted.journal().back(), "Motion clearAllRules");
@@ -456,9 +446,6 @@ TEST_F(DeviceTest, refusesWhatItCannotUseWithOneSentence)
     options.metadataFile = "/nowhere/metadata.xml";
     EXPECT_THAT(refusal(), StartsWith("the metadata file /nowhere/metadata.xml cannot be written: "));
     options.metadataFile.clear();
-    options.orientation = 45;
-    EXPECT_EQ(refusal(), "the orientation 45 is none of 0, 90, 180 and 270");
-    options.orientation = 0;
     options.engineCount = 0;
     EXPECT_EQ(refusal(), "a device needs room for at least one engine");
     options.engineCount = 1;

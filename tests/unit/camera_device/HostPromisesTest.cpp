@@ -6,7 +6,7 @@
 #include "camera/framework/PositioningAdapter.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ControlThread.h"
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 
 #include "ravel/logging.h"
 
@@ -58,7 +58,7 @@ protected:
 TEST_F(HostPromisesTest, everyControlCallArrivesOneAtATimeOnTheThreadThatBuildsAndDestroysThePlugin)
 {
     hosted.names = {"Motion", "Simple"};
-    options.rotationService = true;
+    services->serve("rotate");
     start();
     ASSERT_TRUE(device->positioning().createTour(round));
     const std::thread::id control = controlThread();
@@ -82,9 +82,9 @@ TEST_F(HostPromisesTest, everyControlCallArrivesOneAtATimeOnTheThreadThatBuildsA
     });
     clients.emplace_back([&] {
         for (int event = 0; event < 60; ++event) {
-            device->environment().dayNight.movement(event % 2 == 0);
-            device->environment().windowBlanking.setEnabled(event % 2 == 0);
-            device->environment().rotation.setAngle(event % 2 == 0 ? 180 : 0);
+            services->moveFilter(event % 2 == 0);
+            services->blank(event % 2 == 0);
+            services->turn(event % 2 == 0 ? 180 : 0);
         }
     });
     for (int frame = 0; frame < 100; ++frame) {
@@ -105,8 +105,8 @@ TEST_F(HostPromisesTest, everyControlCallArrivesOneAtATimeOnTheThreadThatBuildsA
 
 TEST_F(HostPromisesTest, serviceCallsDuringConstructionNeedNoControlThread)
 {
-    options.rotationService = true;
-    options.orientation = 180;
+    services->serve("rotate");
+    services->turn(180);
     start(); // would never return if the query of the angle waited for the thread that makes it
     EXPECT_THAT(hosted.journal(), Contains("Motion orientation 180"));
     EXPECT_THAT(hosted.journal(), Contains("Motion blanking off 128,128,128"));
@@ -143,7 +143,7 @@ TEST_F(HostPromisesTest, positioningCallbacksArePostedAlsoWhenAnEngineMovesTheCa
 
 TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
 {
-    options.rotationService = true;
+    services->serve("rotate");
     start();
     ASSERT_TRUE(device->positioning().createTour(round));
     bool deliveredLate = true;
@@ -163,8 +163,8 @@ TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
         });
         device->goToPreset("Gate");
         device->positioning().startTour("Round", {"anna", 100});
-        device->environment().dayNight.movement(true);
-        device->environment().rotation.setAngle(90);
+        services->moveFilter(true);
+        services->turn(90);
     };
     hosted.onControl = [&](const std::string& operation) {
         if (operation == "Motion destroyed") { // the target is gone already, engines are the last to go
@@ -185,7 +185,7 @@ TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
     EXPECT_EQ(hosted.journal().back(), "Motion destroyed");
 
     device->positioning().startTour("Round", {"anna", 100});
-    device->environment().rotation.setAngle(90);
+    services->turn(90);
     EXPECT_FALSE(device->deliver(anyFrame()));
     EXPECT_FALSE(device->deliverEmpty());
     EXPECT_THROW(device->target().eventTopics(), std::runtime_error);
@@ -289,19 +289,6 @@ TEST_F(HostPromisesTest, aFrameRunsBesideAnyOtherOperation)
     callGate.set_value();
     client.join();
     device.reset();
-}
-
-TEST_F(HostPromisesTest, framesPassWhenNoMetadataBufferCanBeLent)
-{
-    options.lendMetadataBuffers = false;
-    bool null = false;
-    hosted.onFrame = [&](const std::string&, const Hosted::Frame&, MetadataBuffers& outputs) {
-        null = outputs.drawingBuffer == nullptr && outputs.motionBuffer == nullptr;
-        return true;
-    };
-    start();
-    EXPECT_TRUE(device->deliver(anyFrame()));
-    EXPECT_TRUE(null);
 }
 
 TEST_F(HostPromisesTest, everyEngineMayFillTheWholeBufferThatItIsTold)

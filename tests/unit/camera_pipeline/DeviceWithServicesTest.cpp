@@ -1,7 +1,7 @@
 // The real module over services on the bus: what it says and does when they are there, away, broken or silent.
-#include "camera/pipeline/DeviceServices.h"
+#include "camera/pipeline/DeviceServicesClient.h"
 
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 #include "support/TestBus.h"
 #include "unit/camera_device/DeviceFixture.h"
 #include "unit/camera_pipeline/FakeService.h"
@@ -9,7 +9,7 @@
 namespace pipeline_test {
 namespace {
 
-using camera::pipeline::DeviceServices;
+using camera::pipeline::DeviceServicesClient;
 using testing::Contains;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -21,16 +21,13 @@ protected:
     {
         DeviceFixture::SetUp();
         options.logLevel = camera::base::LogLevel::info;
-        options.servicesElsewhere = [this](camera::serviceapi::Environment& environment) {
-            services = std::make_shared<DeviceServices>(environment, DeviceServices::Options{bus.address(), patience});
-            return services;
-        };
     }
 
-    void TearDown() override
+    void start()
     {
-        DeviceFixture::TearDown();
-        services.reset();
+        client = std::make_shared<DeviceServicesClient>(DeviceServicesClient::Options{bus.address(), patience});
+        options.services = client;
+        DeviceFixture::start();
     }
 
     void startServices()
@@ -57,7 +54,7 @@ protected:
     FakeService rotate{bus.address(), service::kRotate};
     FakeService streamer{bus.address(), service::kMetadataStreamer};
     FakeService configuration{bus.address(), service::kConfiguration};
-    std::shared_ptr<DeviceServices> services;
+    std::shared_ptr<DeviceServicesClient> client;
 };
 
 TEST_F(DeviceWithServicesTest, finishedServicesReachTheEngine)
@@ -79,16 +76,16 @@ TEST_F(DeviceWithServicesTest, theirEventsReachTheEngineAlsoAfterTheyCameBack)
     rotate.emit("orientationChanged", std::uint32_t{180});
     EXPECT_TRUE(told("Motion orientation 180"));
     rotate.stop();
-    ASSERT_TRUE(eventually([this] { return !device->environment().targets.ids("rotate"); }));
+    ASSERT_TRUE(eventually([this] { return !client->targetIds("rotate"); }));
     rotate.start();
-    ASSERT_TRUE(eventually([this] { return device->environment().targets.ids("rotate").has_value(); }));
+    ASSERT_TRUE(eventually([this] { return client->targetIds("rotate").has_value(); }));
     rotate.emit("orientationChanged", std::uint32_t{270});
     EXPECT_TRUE(told("Motion orientation 270"));
     const auto before = rotate.sessions();
     bus.kill();
     bus.start();
     ASSERT_TRUE(eventually([&] { return rotate.sessions() > before && rotate.connected(); }));
-    ASSERT_TRUE(eventually([this] { return device->environment().targets.ids("rotate").has_value(); }));
+    ASSERT_TRUE(eventually([this] { return client->targetIds("rotate").has_value(); }));
     rotate.emit("orientationChanged", std::uint32_t{90});
     EXPECT_TRUE(told("Motion orientation 90"));
 }
@@ -118,7 +115,7 @@ TEST_F(DeviceWithServicesTest, withoutARotationServiceTheConfigurationValueCount
     configuration.start();
     start();
     EXPECT_EQ(hosted.count("Motion orientation 270"), 1u);
-    EXPECT_EQ(services->orientation(), 270u);
+    EXPECT_EQ(client->orientation(), 270u);
 }
 
 TEST_F(DeviceWithServicesTest, thoseThatFailAreReportedAndTheirEventsAreHeard)
@@ -159,7 +156,6 @@ TEST_F(DeviceWithServicesTest, documentsGoToTheStreamer)
         return true;
     };
     start();
-    device->onMetadata([this](const std::string& document) { services->sendMetadata(document); });
     device->deliver(anyFrame(10));
     device->deliver(anyFrame(11));
     device->drain();
@@ -175,17 +171,16 @@ TEST_F(DeviceWithServicesTest, framesDoNotWaitForAStreamerThatNeverAnswers)
         return true;
     };
     start();
-    device->onMetadata([this](const std::string& document) { services->sendMetadata(document); });
     for (std::uint32_t second = 10; second < 30; ++second) {
         EXPECT_TRUE(device->deliver(anyFrame(second)));
     }
     ASSERT_TRUE(eventually([this] { return streamer.state.asked == 1; }));
-    EXPECT_EQ(services->documentsTaken(), 0u);
-    EXPECT_EQ(services->documentsLost(), 0u) << "the first one is still being handed over";
-    services->finishBy(std::chrono::steady_clock::now());
+    EXPECT_EQ(client->documentsTaken(), 0u);
+    EXPECT_EQ(client->documentsLost(), 0u) << "the first one is still being handed over";
+    client->finishBy(std::chrono::steady_clock::now());
     bus.kill(); // ends the call that waits
     device->drain();
-    EXPECT_EQ(services->documentsLost(), 20u);
+    EXPECT_EQ(client->documentsLost(), 20u);
     EXPECT_EQ(streamer.state.asked, 1);
 }
 

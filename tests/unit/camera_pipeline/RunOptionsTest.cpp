@@ -123,12 +123,17 @@ TEST(RunOptionsTest, thePipelineProcessTakesABusAndARunDoesNot)
     EXPECT_TRUE(options.temporaryState);
     EXPECT_EQ(options.run.input, "clip.mp4");
     EXPECT_EQ(options.run.places.size(), 1u);
-    EXPECT_EQ(parsePipeline({"clip.mp4"}).bus, "");
-    EXPECT_FALSE(parsePipeline({"clip.mp4"}).temporaryState);
+    EXPECT_FALSE(parsePipeline({"clip.mp4", "--bus=unix:path=/run/bus"}).temporaryState);
     EXPECT_THAT(refusal("--bus", "unix:path=/run/bus"), HasSubstr("--bus"));
     EXPECT_THROW(parsePipeline({}), UsageError);
     EXPECT_THROW(parsePipeline({"clip.mp4", "--bus"}), UsageError);
     EXPECT_TRUE(parsePipeline({"--help"}).run.help);
+    try {
+        parsePipeline({"clip.mp4"});
+        FAIL() << "a pipeline without a bus";
+    } catch (const UsageError& error) {
+        EXPECT_STREQ(error.what(), "camera-pipeline: --bus is missing; camera run starts a bus and gives its address.");
+    }
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 
 #include "camera/pipeline/BusPresence.h"
 #include "camera/ptz/PositioningUnit.h"
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 #include "support/TestBus.h"
 #include "unit/camera_device/DeviceFixture.h"
 #include "unit/camera_pipeline/BusClient.h"

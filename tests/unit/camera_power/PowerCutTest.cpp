@@ -6,7 +6,7 @@
 #include "unit/camera_power/Recording.h"
 #include "unit/camera_power/Workload.h"
 
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 
 #include <algorithm>
 #include <iostream>

@@ -1,7 +1,9 @@
 #include "unit/camera_power/PowerFixture.h"
 
 #include "camera/base/Log.h"
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
+
+#include "kit/FakeDeviceServices.h"
 
 #include <json/json.h>
 
@@ -14,6 +16,7 @@ void PowerFixture::SetUp()
     camera::base::Log::instance().setWriter([](const std::string& /*line*/) {});
     options.pluginPath = DETECTION_MODULE;
     options.stateDir = state;
+    options.services = std::make_shared<FakeDeviceServices>();
     options.ptz.emplace();
     for (int preset = 0; preset < 6; ++preset) {
         options.ptz->presets.push_back(

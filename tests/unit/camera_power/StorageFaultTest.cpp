@@ -3,7 +3,7 @@
 #include "unit/camera_power/DiskWatch.h"
 #include "unit/camera_power/PowerFixture.h"
 
-#include "camera/serviceapi/Environment.h"
+#include "camera/serviceapi/ServiceApi.h"
 
 #include <cerrno>
 #include <functional>

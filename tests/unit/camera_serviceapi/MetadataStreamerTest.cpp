@@ -2,6 +2,7 @@
 
 #include "camera/base/Log.h"
 #include "camera/serviceapi/Status.h"
+#include "kit/FakeDeviceServices.h"
 #include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -19,15 +20,8 @@ namespace {
 
 using camera::base::Log;
 using camera::serviceapi::MetadataStreamer;
-using camera::serviceapi::ServiceFault;
-using camera::serviceapi::TargetRegistry;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Optional;
-using testing::SizeIs;
-
-constexpr const char* kService = "onvif_metadata_streamer";
 
 class MetadataStreamerTest : public testing::Test {
 protected:
@@ -43,14 +37,11 @@ protected:
 
     void open(const std::filesystem::path& file, std::size_t capacity = MetadataStreamer::kCapacityBytes)
     {
-        streamer = std::make_unique<MetadataStreamer>(targets, ServiceFault::none, file, capacity);
-        ASSERT_EQ(streamer->init(&cookie, 1), 0);
+        streamer = std::make_unique<MetadataStreamer>(services, file, capacity);
+        cookie = streamer->open();
     }
 
-    ravel_core_status send(const std::string& document)
-    {
-        return streamer->send(cookie, MetadataStreamer::kTargetId, document.c_str());
-    }
+    ravel_core_status send(const std::string& document) { return streamer->send(cookie, document); }
 
     static std::string contentOf(const std::filesystem::path& file)
     {
@@ -59,9 +50,9 @@ protected:
     }
 
     TemporaryFolder folder;
-    TargetRegistry targets;
+    FakeDeviceServices services;
     std::unique_ptr<MetadataStreamer> streamer;
-    std::uint64_t cookie = 0;
+    std::uintptr_t cookie = 0;
     std::vector<std::string> lines;
 };
 
@@ -94,33 +85,29 @@ TEST_F(MetadataStreamerTest, writesWhatIsQueuedBeforeItEnds)
     EXPECT_EQ(contentOf(folder / "metadata.xml").size(), 500 * 5u);
 }
 
-TEST_F(MetadataStreamerTest, handsEachDocumentToTheConsumerUnchanged)
+TEST_F(MetadataStreamerTest, handsEachDocumentOverUnchanged)
 {
     open({});
-    std::vector<std::string> seen;
-    streamer->setConsumer([&](const std::string& document) { seen.push_back(document); });
     send("<a>\n</a>");
     send("<b/>");
     streamer->drain();
-    EXPECT_THAT(seen, ElementsAre("<a>\n</a>", "<b/>"));
+    EXPECT_THAT(services.documents(), ElementsAre("<a>\n</a>", "<b/>"));
     EXPECT_EQ(streamer->counters().received, 2u);
     EXPECT_EQ(streamer->counters().written, 0u);
     EXPECT_EQ(streamer->counters().dropped, 0u);
 }
 
-TEST_F(MetadataStreamerTest, neverMakesTheSenderWaitForTheWriterAndDropsTheOldest)
+TEST_F(MetadataStreamerTest, neverMakesTheSenderWaitAndDropsTheOldest)
 {
     open({}, 10);
     std::promise<void> entered;
     std::promise<void> gate;
-    std::vector<std::string> seen;
-    streamer->setConsumer([&](const std::string& document) {
-        seen.push_back(document);
+    services.onDocument = [&](const std::string& document) {
         if (document == "first") {
             entered.set_value();
             gate.get_future().wait();
         }
-    });
+    };
     send("first");
     entered.get_future().wait();
     for (const char* document : {"aaaa", "bbbb", "cccc", "dddd"}) {
@@ -128,18 +115,8 @@ TEST_F(MetadataStreamerTest, neverMakesTheSenderWaitForTheWriterAndDropsTheOldes
     }
     gate.set_value();
     streamer->drain();
-    EXPECT_THAT(seen, ElementsAre("first", "cccc", "dddd"));
+    EXPECT_THAT(services.documents(), ElementsAre("first", "cccc", "dddd"));
     EXPECT_EQ(streamer->counters().dropped, 2u);
-}
-
-TEST_F(MetadataStreamerTest, takesADocumentThatIsLargerThanTheQueue)
-{
-    open({}, 10);
-    std::vector<std::string> seen;
-    streamer->setConsumer([&](const std::string& document) { seen.push_back(document); });
-    send(std::string(100, 'x'));
-    streamer->drain();
-    EXPECT_THAT(seen, ElementsAre(std::string(100, 'x')));
 }
 
 TEST_F(MetadataStreamerTest, reportsAFullDiskOnceAndGoesOnCounting)
@@ -167,53 +144,17 @@ TEST_F(MetadataStreamerTest, refusesAFileThatCannotBeOpenedWithOneSentence)
     }
 }
 
-TEST_F(MetadataStreamerTest, goesOnAfterAConsumerThatThrew)
-{
-    open(folder / "metadata.xml");
-    streamer->setConsumer([](const std::string&) { throw std::runtime_error("broken consumer"); });
-    send("<a/>");
-    streamer->drain();
-    EXPECT_EQ(contentOf(folder / "metadata.xml"), "<a/>\n");
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("broken consumer")));
-}
-
-TEST_F(MetadataStreamerTest, refusesClosedCookiesOtherTargetsAndNullTexts)
+TEST_F(MetadataStreamerTest, takesNothingOnAConnectionThatIsClosed)
 {
     open({});
-    EXPECT_EQ(streamer->send(cookie, "elsewhere", "<a/>"), camera::serviceapi::kNotFound);
-    EXPECT_EQ(streamer->send(cookie, nullptr, "<a/>"), camera::serviceapi::kInvalidArgument);
-    EXPECT_EQ(streamer->send(cookie, "main", nullptr), camera::serviceapi::kInvalidArgument);
-    EXPECT_EQ(streamer->send(0, "main", "<a/>"), camera::serviceapi::kInvalidArgument);
-    streamer->deinit(0);
-    streamer->deinit(cookie);
+    EXPECT_EQ(streamer->send(0, "<a/>"), camera::serviceapi::kInvalidArgument);
+    streamer->close(0);
+    streamer->close(cookie);
+    EXPECT_EQ(send("<a/>"), camera::serviceapi::kInvalidArgument);
+    cookie = streamer->open();
+    streamer->discard();
     EXPECT_EQ(send("<a/>"), camera::serviceapi::kInvalidArgument);
     EXPECT_EQ(streamer->counters().received, 0u);
-    EXPECT_EQ(streamer->init(nullptr, 1), camera::serviceapi::kInvalidArgument);
-    EXPECT_EQ(streamer->init(&cookie, 2), camera::serviceapi::kInvalidArgument);
-}
-
-TEST_F(MetadataStreamerTest, canBeSwitchedOffAndMadeToFail)
-{
-    open({});
-    EXPECT_THAT(targets.ids(kService), Optional(ElementsAre("main")));
-
-    streamer->setFault(ServiceFault::absent);
-    std::uint64_t other = 0;
-    EXPECT_EQ(targets.ids(kService), std::nullopt);
-    EXPECT_EQ(streamer->init(&other, 1), camera::serviceapi::kUnavailable);
-
-    streamer->setFault(ServiceFault::noTargets);
-    EXPECT_THAT(targets.ids(kService), Optional(IsEmpty()));
-
-    streamer->setFault(ServiceFault::failsInit);
-    EXPECT_EQ(streamer->init(&other, 1), camera::serviceapi::kFailed);
-    EXPECT_EQ(other, 0u);
-
-    streamer->setFault(ServiceFault::failsQuery);
-    EXPECT_EQ(send("<a/>"), camera::serviceapi::kFailed);
-
-    streamer->setFault(ServiceFault::none);
-    EXPECT_EQ(send("<a/>"), 0);
 }
 
 } // namespace

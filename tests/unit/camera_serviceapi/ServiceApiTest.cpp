@@ -1,8 +1,9 @@
-// The process-wide service calls, over one environment.
-#include "camera/serviceapi/Environment.h"
+// The process-wide service calls, over a fake of the device's services.
+#include "camera/serviceapi/ServiceApi.h"
 
 #include "camera/base/Log.h"
 #include "camera/serviceapi/Status.h"
+#include "kit/FakeDeviceServices.h"
 #include "unit/camera_store/TemporaryFolder.h"
 
 #include "ravel/RavelApiAnalyticsTargetImplBase.h"
@@ -30,9 +31,8 @@ namespace {
 
 using camera::base::Event;
 using camera::base::Log;
-using camera::serviceapi::CurrentEnvironment;
-using camera::serviceapi::Environment;
-using camera::serviceapi::ServiceFault;
+using camera::serviceapi::CurrentServiceApi;
+using camera::serviceapi::ServiceApi;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -61,13 +61,14 @@ void onRotation(unsigned int orientation, const char* targetId, void* /*context*
     note("rotation " + std::to_string(orientation) + " " + targetId);
 }
 
-class EnvironmentTest : public testing::Test {
+class ServiceApiTest : public testing::Test {
 protected:
     void SetUp() override
     {
         calls.clear();
         Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
         options.stateDir = folder.path();
+        options.services = services;
     }
     void TearDown() override
     {
@@ -77,13 +78,14 @@ protected:
 
     void start()
     {
-        environment = std::make_shared<Environment>(options);
-        binding = std::make_unique<CurrentEnvironment::Binding>(environment);
+        api = std::make_shared<ServiceApi>(options);
+        binding = std::make_unique<CurrentServiceApi::Binding>(api);
+        api->startServices();
     }
     void stop()
     {
         binding.reset();
-        environment.reset();
+        api.reset();
     }
     static std::vector<std::string> idsOf(const char* service)
     {
@@ -92,23 +94,25 @@ protected:
     }
 
     TemporaryFolder folder;
-    Environment::Options options;
-    std::shared_ptr<Environment> environment;
-    std::unique_ptr<CurrentEnvironment::Binding> binding;
+    const std::shared_ptr<FakeDeviceServices> services = std::make_shared<FakeDeviceServices>();
+    ServiceApi::Options options;
+    std::shared_ptr<ServiceApi> api;
+    std::unique_ptr<CurrentServiceApi::Binding> binding;
     std::vector<std::string> lines;
 };
 
-TEST_F(EnvironmentTest, servesTheDeviceServicesButNoRotation)
+TEST_F(ServiceApiTest, looksServicesUpWhereTheyAre)
 {
+    services->serve("day_night", std::vector<std::string>{"main", "left"});
+    services->serve("window_blanking", std::vector<std::string>{});
     start();
-    EXPECT_THAT(idsOf("day_night"), ElementsAre("main"));
-    EXPECT_THAT(idsOf("window_blanking"), ElementsAre("main"));
-    EXPECT_THAT(idsOf("onvif_metadata_streamer"), ElementsAre("main"));
+    EXPECT_THAT(idsOf("day_night"), ElementsAre("main", "left"));
+    EXPECT_THAT(idsOf("window_blanking"), IsEmpty());
     EXPECT_THAT(idsOf("rotate"), ElementsAre("unknown"));
-    EXPECT_THAT(idsOf("toaster"), ElementsAre("unknown"));
+    EXPECT_THAT(idsOf(nullptr), ElementsAre("unknown"));
 }
 
-TEST_F(EnvironmentTest, answersWithoutADeviceThatNothingIsAvailable)
+TEST_F(ServiceApiTest, answersWithoutADeviceThatNothingIsAvailable)
 {
     std::string value = "as it was";
     int number = 5;
@@ -131,30 +135,31 @@ TEST_F(EnvironmentTest, answersWithoutADeviceThatNothingIsAvailable)
     EXPECT_EQ(stream, 0u);
 }
 
-TEST_F(EnvironmentTest, refusesASecondDeviceInTheProcess)
+TEST_F(ServiceApiTest, refusesASecondDeviceInTheProcess)
 {
     start();
-    EXPECT_THROW(CurrentEnvironment::Binding another(environment), std::runtime_error);
-    EXPECT_EQ(CurrentEnvironment::get(), environment) << "the first one stays";
+    EXPECT_THROW(CurrentServiceApi::Binding another(api), std::runtime_error);
+    EXPECT_EQ(CurrentServiceApi::get(), api) << "the first one stays";
 }
 
-TEST_F(EnvironmentTest, offersTheOrientationAsAConfigurationValue)
+TEST_F(ServiceApiTest, readsConfigurationValues)
 {
-    options.orientationDegrees = 270;
+    services->configure(270);
     start();
     int angle = 0;
     EXPECT_EQ(ravel_core_configuration_get_int_value("default_analytics_rotation", &angle), 0);
     EXPECT_EQ(angle, 270);
     angle = 7;
     EXPECT_EQ(ravel_core_configuration_get_int_value("unknown", &angle), camera::serviceapi::kNotFound);
-    environment->configuration.fail(true);
+    services->answer("configuration", camera::serviceapi::kFailed);
     EXPECT_EQ(ravel_core_configuration_get_int_value("default_analytics_rotation", &angle),
               camera::serviceapi::kFailed);
-    EXPECT_EQ(angle, 7);
+    EXPECT_EQ(angle, 7) << "a failed query writes nothing";
     EXPECT_EQ(ravel_core_configuration_get_int_value(nullptr, &angle), camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(ravel_core_configuration_get_int_value("unknown", nullptr), camera::serviceapi::kInvalidArgument);
 }
 
-TEST_F(EnvironmentTest, storesSettingsAcrossARestart)
+TEST_F(ServiceApiTest, storesSettingsAcrossARestart)
 {
     start();
     std::string value = "untouched";
@@ -170,38 +175,38 @@ TEST_F(EnvironmentTest, storesSettingsAcrossARestart)
     EXPECT_EQ(value, "[ 1 ]");
 }
 
-TEST_F(EnvironmentTest, postsDayNightEventsToTheControlThread)
+TEST_F(ServiceApiTest, postsDayNightEventsToTheControlThread)
 {
     start();
     void* cookie = nullptr;
     ASSERT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
     ASSERT_EQ(ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls), 0);
-    environment->control.ask([&] {
-        environment->dayNight.movement(true);
+    api->control.ask([&] {
+        services->moveFilter(true);
         EXPECT_THAT(calls, IsEmpty()) << "called from inside a call";
     });
-    environment->dayNight.movement(false);
-    environment->control.drain();
+    services->moveFilter(false);
+    api->control.drain();
     EXPECT_THAT(calls, ElementsAre("day/night moves main", "day/night rests main"));
-    EXPECT_EQ(calledOn, environment->control.ask([] { return std::this_thread::get_id(); }));
+    EXPECT_EQ(calledOn, api->control.ask([] { return std::this_thread::get_id(); }));
 }
 
-TEST_F(EnvironmentTest, callsNoHandlerThatWasUnregisteredBeforeItsTurn)
+TEST_F(ServiceApiTest, callsNoHandlerThatWasUnregisteredBeforeItsTurn)
 {
     start();
     void* cookie = nullptr;
     ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
     ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls);
-    environment->control.ask([&] {
-        environment->dayNight.movement(true); // queued behind this task
+    api->control.ask([&] {
+        services->moveFilter(true); // queued behind this task
         EXPECT_EQ(ravel_api_day_night_movement_change_unregister_event_handler(cookie, &onDayNight), 0);
         EXPECT_NE(ravel_api_day_night_movement_change_unregister_event_handler(cookie, &onDayNight), 0);
     });
-    environment->control.drain();
+    api->control.drain();
     EXPECT_THAT(calls, IsEmpty());
 }
 
-TEST_F(EnvironmentTest, forgetsTheHandlersOfAClosedConnection)
+TEST_F(ServiceApiTest, forgetsTheHandlersOfAClosedConnection)
 {
     start();
     void* cookie = nullptr;
@@ -209,15 +214,15 @@ TEST_F(EnvironmentTest, forgetsTheHandlersOfAClosedConnection)
     ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls);
     ravel_api_day_night_initiator_deinit(cookie);
     EXPECT_NE(ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls), 0);
-    environment->dayNight.movement(true);
-    environment->control.drain();
+    services->moveFilter(true);
+    api->control.drain();
     EXPECT_THAT(calls, IsEmpty());
 }
 
-TEST_F(EnvironmentTest, answersWindowBlankingQueriesAndPostsItsEvents)
+TEST_F(ServiceApiTest, answersWindowBlankingQueriesAndPostsItsEvents)
 {
     start();
-    environment->windowBlanking.setColor({10, 20, 30});
+    services->color({10, 20, 30});
     void* cookie = nullptr;
     ASSERT_EQ(ravel_api_window_blanking_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
     ASSERT_EQ(ravel_api_window_blanking_settings_changed_register_event_handler(cookie, &onBlanking, nullptr), 0);
@@ -229,8 +234,8 @@ TEST_F(EnvironmentTest, answersWindowBlankingQueriesAndPostsItsEvents)
     EXPECT_EQ(std::vector<int>({red, green, blue}), std::vector<int>({10, 20, 30}));
     EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, "main", &enabled), 0);
     EXPECT_EQ(enabled, 0);
-    environment->windowBlanking.setEnabled(true);
-    environment->control.drain();
+    services->blank(true);
+    api->control.drain();
     EXPECT_THAT(calls, ElementsAre("blanking on main"));
     EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, "main", &enabled), 0);
     EXPECT_EQ(enabled, 1);
@@ -243,74 +248,120 @@ TEST_F(EnvironmentTest, answersWindowBlankingQueriesAndPostsItsEvents)
     EXPECT_EQ(enabled, 9) << "a failed query writes nothing";
 }
 
-TEST_F(EnvironmentTest, servesRotationWhenAskedTo)
+TEST_F(ServiceApiTest, answersTheAngleAndPostsWhenItChanges)
 {
-    options.rotationService = true;
-    options.orientationDegrees = 180;
+    services->turn(180);
+    services->serve("rotate");
     start();
-    EXPECT_THAT(idsOf("rotate"), ElementsAre("main"));
     void* cookie = nullptr;
     ASSERT_EQ(ravel_api_rotate_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
     ASSERT_EQ(ravel_api_rotate_orientation_changed_register_event_handler(cookie, &onRotation, nullptr), 0);
     std::uint32_t angle = 0;
     EXPECT_EQ(ravel_api_rotate_get_angle_send(cookie, "main", &angle), 0);
     EXPECT_EQ(angle, 180u);
-    environment->rotation.setAngle(90);
-    environment->control.drain();
+    services->turn(90);
+    api->control.drain();
     EXPECT_THAT(calls, ElementsAre("rotation 90 main"));
+    EXPECT_EQ(ravel_api_rotate_get_angle_send(cookie, "main", nullptr), camera::serviceapi::kInvalidArgument);
     EXPECT_EQ(ravel_api_rotate_orientation_changed_unregister_event_handler(cookie, &onRotation), 0);
     ravel_api_rotate_initiator_deinit(cookie);
     EXPECT_NE(ravel_api_rotate_get_angle_send(cookie, "main", &angle), 0);
 }
 
-TEST_F(EnvironmentTest, makesServicesFailInEachOfTheirWays)
+TEST_F(ServiceApiTest, passesOnWhyAQueryFailedAndWritesNothing)
 {
-    options.faults.dayNight = ServiceFault::failsInit;
-    options.faults.windowBlanking = ServiceFault::failsQuery;
+    services->serve("rotate");
     start();
-    void* cookie = nullptr;
-    EXPECT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), camera::serviceapi::kFailed);
-    EXPECT_EQ(cookie, nullptr);
-    ASSERT_EQ(ravel_api_window_blanking_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
-    std::uint8_t enabled = 9;
-    EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, "main", &enabled), camera::serviceapi::kFailed);
-    EXPECT_EQ(enabled, 9);
-
-    environment->dayNight.setFault(ServiceFault::absent);
-    EXPECT_THAT(idsOf("day_night"), ElementsAre("unknown"));
-    EXPECT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr),
+    services->turn(90);
+    services->blank(true);
+    services->answer("rotate", camera::serviceapi::kFailed);
+    services->answer("window_blanking", camera::serviceapi::kUnavailable);
+    void* blanking = nullptr;
+    void* rotation = nullptr;
+    ASSERT_EQ(ravel_api_window_blanking_initiator_init(nullptr, nullptr, &blanking, 1, nullptr), 0);
+    ASSERT_EQ(ravel_api_rotate_initiator_init(nullptr, nullptr, &rotation, 1, nullptr), 0);
+    std::uint8_t byte = 9;
+    std::uint32_t angle = 9;
+    EXPECT_EQ(ravel_api_window_blanking_get_enable_send(blanking, "main", &byte), camera::serviceapi::kUnavailable);
+    EXPECT_EQ(ravel_api_window_blanking_get_region_color_send(blanking, "main", &byte, &byte, &byte),
               camera::serviceapi::kUnavailable);
-    environment->dayNight.setFault(ServiceFault::noTargets);
-    EXPECT_THAT(idsOf("day_night"), IsEmpty());
-    environment->dayNight.setFault(ServiceFault::failsEvents);
-    ASSERT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
-    EXPECT_EQ(ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, nullptr),
-              camera::serviceapi::kFailed);
+    EXPECT_EQ(ravel_api_rotate_get_angle_send(rotation, "main", &angle), camera::serviceapi::kFailed);
+    EXPECT_EQ(byte, 9);
+    EXPECT_EQ(angle, 9u);
 }
 
-TEST_F(EnvironmentTest, discardsWhatAPluginLeftRegistered)
+TEST_F(ServiceApiTest, opensNoConnectionToAServiceThatIsAwayOrOfAnotherVersion)
 {
-    options.rotationService = true;
+    start();
+    void* cookie = nullptr;
+    std::uint64_t stream = 0;
+    EXPECT_EQ(ravel_api_rotate_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), camera::serviceapi::kUnavailable);
+    EXPECT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 2, nullptr),
+              camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(ravel_api_day_night_initiator_init(nullptr, nullptr, nullptr, 1, nullptr),
+              camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(ravel_api_onvif_metadata_streamer_initiator_init(nullptr, nullptr, &stream, 2, nullptr),
+              camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(ravel_api_onvif_metadata_streamer_initiator_init(nullptr, nullptr, nullptr, 1, nullptr),
+              camera::serviceapi::kInvalidArgument);
+    services->serve("onvif_metadata_streamer", std::nullopt);
+    EXPECT_EQ(ravel_api_onvif_metadata_streamer_initiator_init(nullptr, nullptr, &stream, 1, nullptr),
+              camera::serviceapi::kUnavailable);
+    EXPECT_EQ(cookie, nullptr);
+    EXPECT_EQ(stream, 0u);
+}
+
+TEST_F(ServiceApiTest, handsMetadataDocumentsToTheStreamerWhileTheConnectionIsOpen)
+{
+    start();
+    const auto send = [](std::uint64_t stream, const char* target, const char* xml) {
+        return ravel_api_onvif_metadata_streamer_send_onvif_analytics_metadata_xml_send(stream, target, xml, 1);
+    };
+    std::uint64_t stream = 0;
+    ASSERT_EQ(ravel_api_onvif_metadata_streamer_initiator_init(nullptr, nullptr, &stream, 1, nullptr), 0);
+    EXPECT_EQ(send(stream, "main", "<a/>"), 0);
+    EXPECT_EQ(send(stream, nullptr, "<a/>"), camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(send(stream, "main", nullptr), camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(send(0, "main", "<a/>"), camera::serviceapi::kInvalidArgument);
+    ravel_api_onvif_metadata_streamer_initiator_deinit(stream);
+    EXPECT_EQ(send(stream, "main", "<b/>"), camera::serviceapi::kInvalidArgument);
+    api->metadataStreamer.drain();
+    EXPECT_THAT(services->documents(), ElementsAre("<a/>"));
+}
+
+TEST_F(ServiceApiTest, discardsWhatAPluginLeftRegistered)
+{
+    services->serve("rotate");
     start();
     void* cookie = nullptr;
     ravel_api_rotate_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
     ravel_api_rotate_orientation_changed_register_event_handler(cookie, &onRotation, nullptr);
-    EXPECT_EQ(environment->discardRegistrations(), 1u);
-    EXPECT_EQ(environment->rotation.openConnections(), 0u);
-    environment->rotation.setAngle(90);
-    environment->control.drain();
+    EXPECT_EQ(api->rotation.handlers(), 1u);
+    api->discardRegistrations();
+    EXPECT_EQ(api->rotation.handlers(), 0u);
+    services->turn(90);
+    api->control.drain();
     EXPECT_THAT(calls, IsEmpty());
+    EXPECT_NE(ravel_api_rotate_orientation_changed_register_event_handler(cookie, &onRotation, nullptr), 0);
 }
 
-TEST_F(EnvironmentTest, postsNothingOnceQuiet)
+TEST_F(ServiceApiTest, asksAndHearsTheServicesNoMoreOnceItEnds)
+{
+    start();
+    EXPECT_TRUE(services->started());
+    stop();
+    EXPECT_FALSE(services->started());
+}
+
+TEST_F(ServiceApiTest, postsNothingOnceQuiet)
 {
     start();
     void* cookie = nullptr;
     ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
     ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, nullptr);
-    environment->quiesce();
-    environment->dayNight.movement(true);
-    environment->control.drain();
+    api->quiesce();
+    services->moveFilter(true);
+    api->control.drain();
     EXPECT_THAT(calls, IsEmpty());
 }
 
@@ -343,26 +394,26 @@ private:
     bool _runnable;
 };
 
-TEST_F(EnvironmentTest, servesATargetForAsLongAsItsRunnerLives)
+TEST_F(ServiceApiTest, servesATargetForAsLongAsItsRunnerLives)
 {
     start();
     const auto target = boost::make_shared<SilentTarget>(nullptr);
     {
         const RavelApiAnalyticsTargetRun runner("onvif_analytic_service", nullptr, target);
-        EXPECT_EQ(environment->analyticsTargets.find("onvif_analytic_service"), target);
+        EXPECT_EQ(api->analyticsTargets.find("onvif_analytic_service"), target);
         EXPECT_THAT(idsOf("onvif_analytic_service"), ElementsAre("main"));
-        EXPECT_EQ(environment->analyticsTargets.find("another"), nullptr);
+        EXPECT_EQ(api->analyticsTargets.find("another"), nullptr);
     }
-    EXPECT_EQ(environment->analyticsTargets.find("onvif_analytic_service"), nullptr);
+    EXPECT_EQ(api->analyticsTargets.find("onvif_analytic_service"), nullptr);
     EXPECT_THAT(idsOf("onvif_analytic_service"), ElementsAre("unknown"));
     EXPECT_EQ(target.use_count(), 1) << "the runner kept the target";
 }
 
-TEST_F(EnvironmentTest, passesEventsOnOnlyWhileSomebodyServesTheTarget)
+TEST_F(ServiceApiTest, passesEventsOnOnlyWhileSomebodyServesTheTarget)
 {
     start();
     std::vector<std::string> events;
-    const auto subscription = environment->events.subscribe(
+    const auto subscription = api->events.subscribe(
         [&](const Event& event) { events.push_back(event.topic + "|" + event.source + "|" + event.data); });
     const auto target = boost::make_shared<SilentTarget>(nullptr);
     const auto other = boost::make_shared<SilentTarget>(nullptr);
@@ -374,11 +425,11 @@ TEST_F(EnvironmentTest, passesEventsOnOnlyWhileSomebodyServesTheTarget)
         EXPECT_NE(other->sendEventAnalyticsEvent("of a target that nobody serves", "", ""), 0);
     }
     EXPECT_NE(target->sendEventAnalyticsEvent("late", "", ""), 0);
-    environment->events.drain();
+    api->events.drain();
     EXPECT_THAT(events, ElementsAre("topic|source|data", "topic||"));
 }
 
-TEST_F(EnvironmentTest, keepsTheFirstTargetWhenASecondWantsItsName)
+TEST_F(ServiceApiTest, keepsTheFirstTargetWhenASecondWantsItsName)
 {
     start();
     void* log = nullptr;
@@ -389,22 +440,22 @@ TEST_F(EnvironmentTest, keepsTheFirstTargetWhenASecondWantsItsName)
     {
         const RavelApiAnalyticsTargetRun late("onvif_analytic_service", log, second);
     }
-    EXPECT_EQ(environment->analyticsTargets.find("onvif_analytic_service"), first);
+    EXPECT_EQ(api->analyticsTargets.find("onvif_analytic_service"), first);
     EXPECT_THAT(lines, ElementsAre(HasSubstr("another target is served under this name")));
 }
 
-TEST_F(EnvironmentTest, servesNoTargetThatIsNotRunnable)
+TEST_F(ServiceApiTest, servesNoTargetThatIsNotRunnable)
 {
     start();
     void* log = nullptr;
     ravel_core_logging_init("RUNNER", &log);
     const RavelApiAnalyticsTargetRun runner("onvif_analytic_service", log,
                                             boost::make_shared<SilentTarget>(nullptr, false));
-    EXPECT_EQ(environment->analyticsTargets.find("onvif_analytic_service"), nullptr);
+    EXPECT_EQ(api->analyticsTargets.find("onvif_analytic_service"), nullptr);
     EXPECT_THAT(lines, ElementsAre(HasSubstr("the target cannot be served")));
 }
 
-TEST_F(EnvironmentTest, letsARunnerOutliveItsDevice)
+TEST_F(ServiceApiTest, letsARunnerOutliveItsDevice)
 {
     start();
     const auto target = boost::make_shared<SilentTarget>(nullptr);
@@ -415,7 +466,7 @@ TEST_F(EnvironmentTest, letsARunnerOutliveItsDevice)
     EXPECT_EQ(target.use_count(), 1);
 }
 
-TEST_F(EnvironmentTest, writesTheTargetsLinesOnItsOwnHandle)
+TEST_F(ServiceApiTest, writesTheTargetsLinesOnItsOwnHandle)
 {
     void* log = nullptr;
     ravel_core_logging_init("TARGET", &log);

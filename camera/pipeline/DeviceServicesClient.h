@@ -2,47 +2,45 @@
 
 #include "camera/bus/Connection.h"
 #include "camera/pipeline/ServiceProxies.h"
-#include "camera/serviceapi/RemoteServices.h"
+#include "camera/serviceapi/DeviceServices.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <set>
+#include <optional>
 #include <string>
-
-namespace camera::serviceapi {
-class Environment;
-}
+#include <vector>
 
 namespace camera::pipeline {
 
 /**
- * The device's services over the bus: keeps the local picture of who is there, brings their events to the
- * control thread, asks them with a bounded wait, and hands metadata documents over.
+ * The device's services over the bus: keeps the local picture of who is there, passes their events on, asks them
+ * with a bounded wait, and hands metadata documents over.
  *
  * It has a connection of its own, whose thread needs neither the control thread nor the frame thread.
  */
-class DeviceServices final : public serviceapi::RemoteServices {
+class DeviceServicesClient final : public serviceapi::DeviceServices {
 public:
     struct Options {
         std::string address;
         std::chrono::milliseconds patience = bus::kDefaultPatience; ///< the longest wait for one answer
     };
 
-    /// environment outlives it.
-    DeviceServices(serviceapi::Environment& environment, Options options);
-    ~DeviceServices() override;
+    explicit DeviceServicesClient(Options options);
+    ~DeviceServicesClient() override;
 
     /// Connects and returns when every service was looked up once, or after the patience.
-    void watch() override;
-    void unwatch() override;
+    void start(Listener& listener) override;
+    void stop() override;
 
-    ravel_core_status regionColor(const std::string& targetId, serviceapi::RegionColor& color) override;
-    ravel_core_status blankingEnabled(const std::string& targetId, bool& enabled) override;
-    ravel_core_status rotationAngle(const std::string& targetId, std::uint32_t& angleDegrees) override;
+    std::optional<std::vector<std::string>> targetIds(const std::string& service) const override;
+    ravel_core_status regionColor(serviceapi::RegionColor& color) override;
+    ravel_core_status blankingEnabled(bool& enabled) override;
+    ravel_core_status rotationAngle(std::uint32_t& angleDegrees) override;
     ravel_core_status configurationValue(const std::string& key, int& value) override;
 
     /// How the camera is mounted at the moment, as far as it was heard: 0, 90, 180 or 270 degrees. Any thread; no round
@@ -51,8 +49,7 @@ public:
 
     /// Hands a document to the metadata streamer and waits for it to be taken. One that cannot be handed over is
     /// counted; for a while after a time-out no other one is tried, so that a stopped streamer costs little.
-    /// Thread: the metadata writer's.
-    void sendMetadata(const std::string& document);
+    void sendMetadata(const std::string& document) override;
 
     /// Documents that come later than this are lost at once: the camera ends.
     void finishBy(std::chrono::steady_clock::time_point time) { _lastSending = time; }
@@ -66,19 +63,18 @@ private:
     using Clock = std::chrono::steady_clock;
 
     ServiceNews news();
-    void present(const std::string& service, std::vector<std::string> targets);
-    void gone(const std::string& service);
-    void lookedUp(const std::string& service);
+    void lookedUp(const std::string& service, std::optional<std::vector<std::string>> targets);
+    void forgetTargets();
     void mountedAt(std::uint32_t angleDegrees);
 
     template <class... Out, class... In>
     ravel_core_status ask(const char* service, const char* method, std::tuple<Out...>& answer, const In&... arguments);
 
-    serviceapi::Environment& _environment;
     const Options _options;
-    std::mutex _mutex;
+    Listener* _listener = nullptr;
+    mutable std::mutex _mutex;
     std::condition_variable _settled;
-    std::set<std::string> _lookedUp;
+    std::map<std::string, std::optional<std::vector<std::string>>> _targets; ///< of each service that was looked up
     std::atomic<std::uint32_t> _orientation{0};
     std::atomic<std::uint64_t> _documentsTaken{0};
     std::atomic<std::uint64_t> _documentsLost{0};

@@ -1,35 +1,28 @@
 #pragma once
 
+#include "camera/serviceapi/ControlThread.h"
 #include "camera/serviceapi/Status.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <vector>
 
 namespace camera::serviceapi {
 
+/// The id of the one target that each service of this device has.
+constexpr const char* kTargetId = "main";
+
 /**
- * The open connections of one service and the event handlers registered on them.
+ * The plug-in's open connections to one service of the device and the event handlers registered on them.
  *
- * Cookies are numbers, never reused and never followed as addresses: a closed one is refused for
- * ever. Thread-safe.
+ * Cookies are numbers, never reused and never followed as addresses: a closed one is refused for ever. Thread-safe.
  */
 template <class Handler>
-class Connections {
+class ServiceConnections {
 public:
-    struct Registration {
-        std::uintptr_t cookie = 0;
-        Handler handler = nullptr;
-        void* context = nullptr;
-        bool operator==(const Registration& other) const
-        {
-            return cookie == other.cookie && handler == other.handler && context == other.context;
-        }
-    };
-
     std::uintptr_t open()
     {
         const std::lock_guard<std::mutex> lock(_mutex);
@@ -69,32 +62,40 @@ public:
         return removed ? kOk : kNotFound;
     }
 
-    /// Calls each handler that is registered at its turn, in the order of registration.
-    template <class Call>
-    void forEach(const Call& call) const
+    /// Posts one event: at its turn on the control thread each handler that is registered then is called, in the
+    /// order of registration. The connections live until that thread has stopped.
+    template <class Value>
+    void post(ControlThread& control, Value value)
     {
-        for (const Registration& entry : registrations()) {
-            if (holds(entry)) {
-                call(entry);
+        control.post([this, value] {
+            for (const Registration& entry : registrations()) {
+                if (holds(entry)) {
+                    entry.handler(value, kTargetId, entry.context);
+                }
             }
-        }
+        });
     }
 
-    /// Forgets every connection and handler; returns how many handlers there were.
-    std::size_t discard()
+    /// Forgets every connection and handler.
+    void discard()
     {
         const std::lock_guard<std::mutex> lock(_mutex);
-        const std::size_t count = _registrations.size();
         _registrations.clear();
         _open.clear();
-        return count;
     }
 
-    std::size_t openCount() const
-    {
-        const std::lock_guard<std::mutex> lock(_mutex);
-        return _open.size();
-    }
+    std::size_t handlers() const { return registrations().size(); }
+
+private:
+    struct Registration {
+        std::uintptr_t cookie = 0;
+        Handler handler = nullptr;
+        void* context = nullptr;
+        bool operator==(const Registration& other) const
+        {
+            return cookie == other.cookie && handler == other.handler && context == other.context;
+        }
+    };
 
     std::vector<Registration> registrations() const
     {
@@ -102,7 +103,6 @@ public:
         return _registrations;
     }
 
-private:
     bool holds(const Registration& wanted) const
     {
         const std::lock_guard<std::mutex> lock(_mutex);

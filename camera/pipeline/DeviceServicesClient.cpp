@@ -1,8 +1,7 @@
-#include "camera/pipeline/DeviceServices.h"
+#include "camera/pipeline/DeviceServicesClient.h"
 
 #include "camera/base/Log.h"
 #include "camera/base/Utf8.h"
-#include "camera/serviceapi/Environment.h"
 #include "camera/serviceapi/Status.h"
 
 #include <limits>
@@ -31,82 +30,82 @@ ravel_core_status statusOf(const sdbus::Error& error)
 
 } // namespace
 
-DeviceServices::DeviceServices(serviceapi::Environment& environment, Options options)
-    : _environment(environment), _options(std::move(options)), _connection(_options.address, "the pipeline's client")
+DeviceServicesClient::DeviceServicesClient(Options options)
+    : _options(std::move(options)), _connection(_options.address, "the pipeline's client")
 {
     _proxies = _connection.add<ServiceProxies>([this](const std::shared_ptr<bus::Session>& session) {
         return std::make_shared<ServiceProxies>(session, news(), _options.patience);
     });
     // Nobody can be asked without a bus. What the plug-in has opened stays open: it never asks again.
-    _connection.whenLost([this] {
-        for (const std::string& service : ServiceProxies::watched()) {
-            _environment.targets.remove(service);
-        }
-    });
+    _connection.whenLost([this] { forgetTargets(); });
 }
 
-DeviceServices::~DeviceServices()
+DeviceServicesClient::~DeviceServicesClient()
 {
-    unwatch();
+    stop();
 }
 
-void DeviceServices::watch()
+void DeviceServicesClient::start(Listener& listener)
 {
+    _listener = &listener;
     _connection.start();
     std::unique_lock<std::mutex> lock(_mutex);
-    _settled.wait_for(lock, _options.patience, [this] { return _lookedUp.size() == ServiceProxies::watched().size(); });
+    _settled.wait_for(lock, _options.patience, [this] { return _targets.size() == ServiceProxies::watched().size(); });
     lock.unlock();
     // The picture is delivered turned as the camera is mounted, from the first frame on.
     std::uint32_t angle = 0;
     int value = 0;
-    if (rotationAngle(bus::kTargetId, angle) != serviceapi::kOk &&
-        configurationValue(kOrientationKey, value) == serviceapi::kOk && value > 0) {
+    if (rotationAngle(angle) != serviceapi::kOk && configurationValue(kOrientationKey, value) == serviceapi::kOk &&
+        value > 0) {
         mountedAt(static_cast<std::uint32_t>(value));
     }
 }
 
-void DeviceServices::unwatch()
+void DeviceServicesClient::stop()
 {
     _connection.stop();
 }
 
-ServiceNews DeviceServices::news()
+ServiceNews DeviceServicesClient::news()
 {
     ServiceNews news;
     news.present = [this](const std::string& service, std::vector<std::string> targets) {
-        present(service, std::move(targets));
+        lookedUp(service, std::move(targets));
     };
-    news.gone = [this](const std::string& service) { gone(service); };
-    news.dayNight = [this](bool moving) { _environment.dayNight.movement(moving); };
-    news.windowBlanking = [this](bool enabled) { _environment.windowBlanking.setEnabled(enabled); };
+    news.gone = [this](const std::string& service) { lookedUp(service, std::nullopt); };
+    news.dayNight = [this](bool moving) { _listener->dayNightMoves(moving); };
+    news.windowBlanking = [this](bool enabled) { _listener->blankingChanged(enabled); };
     news.rotation = [this](std::uint32_t angleDegrees) {
         mountedAt(angleDegrees);
-        _environment.rotation.setAngle(angleDegrees);
+        _listener->orientationChanged(angleDegrees);
     };
     return news;
 }
 
-void DeviceServices::present(const std::string& service, std::vector<std::string> targets)
-{
-    _environment.targets.add(service, std::move(targets));
-    lookedUp(service);
-}
-
-void DeviceServices::gone(const std::string& service)
-{
-    _environment.targets.remove(service);
-    lookedUp(service);
-}
-
-void DeviceServices::lookedUp(const std::string& service)
+void DeviceServicesClient::lookedUp(const std::string& service, std::optional<std::vector<std::string>> targets)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    _lookedUp.insert(service);
+    _targets[service] = std::move(targets);
     _settled.notify_all();
 }
 
+void DeviceServicesClient::forgetTargets()
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    for (auto& [service, targets] : _targets) {
+        targets.reset();
+    }
+}
+
+std::optional<std::vector<std::string>> DeviceServicesClient::targetIds(const std::string& service) const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    const auto found = _targets.find(service);
+    return found == _targets.end() ? std::nullopt : found->second;
+}
+
 // The plug-in hears any angle; a camera can only be mounted at four of them.
-void DeviceServices::mountedAt(std::uint32_t angleDegrees)
+void DeviceServicesClient::mountedAt(std::uint32_t angleDegrees)
 {
     if (angleDegrees < 360 && angleDegrees % 90 == 0) {
         _orientation = angleDegrees;
@@ -114,11 +113,11 @@ void DeviceServices::mountedAt(std::uint32_t angleDegrees)
 }
 
 template <class... Out, class... In>
-ravel_core_status DeviceServices::ask(const char* service, const char* method, std::tuple<Out...>& answer,
-                                      const In&... arguments)
+ravel_core_status DeviceServicesClient::ask(const char* service, const char* method, std::tuple<Out...>& answer,
+                                            const In&... arguments)
 {
     const std::shared_ptr<ServiceProxies> proxies = _proxies->get();
-    if (!proxies || !_environment.targets.ids(service)) {
+    if (!proxies || !targetIds(service)) {
         return serviceapi::kUnavailable;
     }
     try {
@@ -131,7 +130,7 @@ ravel_core_status DeviceServices::ask(const char* service, const char* method, s
     }
 }
 
-ravel_core_status DeviceServices::regionColor(const std::string& /*targetId*/, serviceapi::RegionColor& color)
+ravel_core_status DeviceServicesClient::regionColor(serviceapi::RegionColor& color)
 {
     std::tuple<std::uint8_t, std::uint8_t, std::uint8_t> answer;
     const ravel_core_status status = ask(bus::service::kWindowBlanking, "getRegionColor", answer);
@@ -141,7 +140,7 @@ ravel_core_status DeviceServices::regionColor(const std::string& /*targetId*/, s
     return status;
 }
 
-ravel_core_status DeviceServices::blankingEnabled(const std::string& /*targetId*/, bool& enabled)
+ravel_core_status DeviceServicesClient::blankingEnabled(bool& enabled)
 {
     std::tuple<std::uint8_t> answer;
     const ravel_core_status status = ask(bus::service::kWindowBlanking, "getEnable", answer);
@@ -151,7 +150,7 @@ ravel_core_status DeviceServices::blankingEnabled(const std::string& /*targetId*
     return status;
 }
 
-ravel_core_status DeviceServices::rotationAngle(const std::string& /*targetId*/, std::uint32_t& angleDegrees)
+ravel_core_status DeviceServicesClient::rotationAngle(std::uint32_t& angleDegrees)
 {
     std::tuple<std::uint32_t> answer;
     const ravel_core_status status = ask(bus::service::kRotate, "getAngle", answer);
@@ -162,7 +161,7 @@ ravel_core_status DeviceServices::rotationAngle(const std::string& /*targetId*/,
     return status;
 }
 
-ravel_core_status DeviceServices::configurationValue(const std::string& key, int& value)
+ravel_core_status DeviceServicesClient::configurationValue(const std::string& key, int& value)
 {
     std::tuple<std::int32_t> answer;
     const ravel_core_status status = ask(bus::service::kConfiguration, "getIntValue", answer, base::sendable(key));
@@ -172,12 +171,12 @@ ravel_core_status DeviceServices::configurationValue(const std::string& key, int
     return status;
 }
 
-void DeviceServices::sendMetadata(const std::string& document)
+void DeviceServicesClient::sendMetadata(const std::string& document)
 {
     const std::shared_ptr<ServiceProxies> proxies = _proxies->get();
     const auto now = Clock::now();
     if (!proxies || now < _streamerRestsUntil || now > _lastSending.load() ||
-        !_environment.targets.ids(bus::service::kMetadataStreamer)) {
+        !targetIds(bus::service::kMetadataStreamer)) {
         ++_documentsLost;
         return;
     }

@@ -1,0 +1,26 @@
+#include "camera/serviceapi/ServiceApi.h"
+
+namespace camera::serviceapi {
+
+ServiceApi::ServiceApi(const Options& options)
+    : settings(store::SettingsStore::Options{options.stateDir}),
+      services(options.services),
+      metadataStreamer(*services, options.metadataFile)
+{
+}
+
+ServiceApi::~ServiceApi()
+{
+    services->stop();
+    control.stop(); // queued callbacks use the connections, which are destroyed before the thread
+}
+
+void ServiceApi::discardRegistrations()
+{
+    metadataStreamer.discard();
+    dayNight.discard();
+    windowBlanking.discard();
+    rotation.discard();
+}
+
+} // namespace camera::serviceapi
