@@ -3,11 +3,8 @@
 #include "camera/cli/StoredDocuments.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/pipeline/CameraBuilder.h"
-<<<<<<< HEAD
-#include "camera/pipeline/RememberedCamera.h"
-=======
 #include "camera/pipeline/IdleServices.h"
->>>>>>> 08cbf13 (serviceapi: one way to the device's services)
+#include "camera/pipeline/RememberedCamera.h"
 #include "camera/pipeline/RestartReport.h"
 
 #include <algorithm>
@@ -59,14 +56,10 @@ public:
 private:
     void start()
     {
-<<<<<<< HEAD
         pipeline::loadEngineModules(options.camera, console);
-        device = pipeline::buildCamera(pipeline::deviceOptions(options.camera, options.camera.stateDir), console);
-=======
         pipeline::Options wanted = pipeline::deviceOptions(options.camera, options.camera.stateDir);
         wanted.services = std::make_shared<pipeline::IdleServices>();
-        device = pipeline::buildCamera(options.camera, wanted, console);
->>>>>>> 08cbf13 (serviceapi: one way to the device's services)
+        device = pipeline::buildCamera(wanted, console);
     }
 
     pipeline::TargetClient& target() { return device->target(); }

@@ -276,16 +276,10 @@ private:
                                     report,
                                     keys,
                                     options.input,
-<<<<<<< HEAD
                                     missingEngines,
-                                    orientation,
-                                    services ? services->documentsTaken() : 0,
-                                    services ? services->documentsLost() : 0};
-=======
                                     static_cast<int>(services->orientation()),
                                     services->documentsTaken(),
                                     services->documentsLost()};
->>>>>>> 08cbf13 (serviceapi: one way to the device's services)
         return status.json();
     }
 
