@@ -3,12 +3,15 @@
 namespace {
 
 using integration::ModuleTest;
+using kit::activated;
+using kit::cleared;
 using kit::configuration;
 using kit::document;
+using kit::joined;
 using kit::journal;
 using kit::module;
-using kit::Part;
 using kit::platform;
+using kit::refusedByNewRuleSet;
 using kit::rule;
 using kit::storedDocument;
 using ::testing::ElementsAre;
@@ -18,7 +21,7 @@ using ::testing::SizeIs;
 /// Single rules and modules on a fixed camera.
 class ChangeTest : public ModuleTest {
 protected:
-    static Lines story() { return journal().of({Part::Log, Part::Engine, Part::RuleSet, Part::Settings}); }
+    static constexpr char kKeyLine[] = "log 6 \"Analytics settings key ptzPreset is \"";
 };
 
 TEST_F(ChangeTest, createsARuleAndActivatesIt)
@@ -26,27 +29,13 @@ TEST_F(ChangeTest, createsARuleAndActivatesIt)
     startQuietly();
     const std::string stored = document({}, {rule("Motion", "R").item("Size", "3")});
     EXPECT_EQ(createRules({rule("Motion", "R").item("Size", "3")}), 0U);
-    EXPECT_EQ(takeAll(), (Lines{"log 6 \"Analytics settings key ptzPreset is \"",
-                                "createRuleSet Simple -> #1",
-                                "#1 validateConfig(R, tt:MotionRule) -> false",
-                                "releaseRuleSet Simple #1",
-                                "log 6 \"Analytics settings key ptzPreset is \"",
-                                "createRuleSet Motion -> #2",
-                                "#2 validateConfig(R, tt:MotionRule) -> true",
-                                "#2 setConfig(R, tt:MotionRule) -> true",
-                                "#2 getFullConfig",
-                                "log 6 \"Analytics Setting Key Motion: " + stored + "\"",
-                                "settingsSetJson OnvifAnalytics -> 0",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                                "log 6 \"reconfigure:clearing all rules for Simple\"",
-                                "clearAllRules Simple",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey :Motion:\"",
-                                "log 6 \"reconfigure:clearing all rules for Motion\"",
-                                "clearAllRules Motion",
-                                "log 6 \"activateRuleSet:reconfig with key Motion\"",
-                                "#2 getFullConfig",
-                                "log 6 \"    Rule: tt:MotionRule active \"",
-                                "activateRuleSet Motion #2 -> true"}));
+    EXPECT_EQ(takeAll(),
+              joined({refusedByNewRuleSet("Simple", 1, "R, tt:MotionRule", kKeyLine),
+                      {kKeyLine, "createRuleSet Motion -> #2", "#2 validateConfig(R, tt:MotionRule) -> true",
+                       "#2 setConfig(R, tt:MotionRule) -> true", "#2 getFullConfig",
+                       "log 6 \"Analytics Setting Key Motion: " + stored + "\"", "settingsSetJson OnvifAnalytics -> 0"},
+                      cleared("Simple", "Simple"),
+                      activated("Motion", "Motion", 2, {"log 6 \"    Rule: tt:MotionRule active \""})}));
     EXPECT_EQ(storedText(), storedDocument({{"Motion", stored}}));
 }
 
@@ -57,26 +46,13 @@ TEST_F(ChangeTest, modifiesARuleInItsRuleSet)
     journal().clear();
     const std::string stored = document({}, {rule("Motion", "R").item("Size", "4")});
     EXPECT_EQ(createRules({rule("Motion", "R").item("Size", "4")}), 0U);
-    EXPECT_EQ(story(), (Lines{"log 6 \"Analytics settings key ptzPreset is \"",
-                              "createRuleSet Simple -> #3",
-                              "#3 validateConfig(R, tt:MotionRule) -> false",
-                              "releaseRuleSet Simple #3",
-                              "log 6 \"Analytics settings key ptzPreset is \"",
-                              "#2 validateConfig(R, tt:MotionRule) -> true",
-                              "#2 setConfig(R, tt:MotionRule) -> true",
-                              "#2 getFullConfig",
-                              "log 6 \"Analytics Setting Key Motion: " + stored + "\"",
-                              "settingsSetJson OnvifAnalytics -> 0",
-                              "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                              "log 6 \"reconfigure:clearing all rules for Simple\"",
-                              "clearAllRules Simple",
-                              "log 7 \"getActiveSettingsKey: getSettingsKey :Motion:\"",
-                              "log 6 \"reconfigure:clearing all rules for Motion\"",
-                              "clearAllRules Motion",
-                              "log 6 \"activateRuleSet:reconfig with key Motion\"",
-                              "#2 getFullConfig",
-                              "log 6 \"    Rule: tt:MotionRule active \"",
-                              "activateRuleSet Motion #2 -> true"}));
+    EXPECT_EQ(takeAll(),
+              joined({refusedByNewRuleSet("Simple", 3, "R, tt:MotionRule", kKeyLine),
+                      {kKeyLine, "#2 validateConfig(R, tt:MotionRule) -> true",
+                       "#2 setConfig(R, tt:MotionRule) -> true", "#2 getFullConfig",
+                       "log 6 \"Analytics Setting Key Motion: " + stored + "\"", "settingsSetJson OnvifAnalytics -> 0"},
+                      cleared("Simple", "Simple"),
+                      activated("Motion", "Motion", 2, {"log 6 \"    Rule: tt:MotionRule active \""})}));
     EXPECT_EQ(storedText(), storedDocument({{"Motion", stored}}));
 }
 
@@ -95,30 +71,13 @@ TEST_F(ChangeTest, storesNothingWhenOneItemIsRefused)
 {
     startQuietly();
     EXPECT_EQ(createRules({rule("Motion", "Good"), rule("Nobody", "Bad"), rule("Motion", "Never")}), 4U);
-    EXPECT_EQ(story(), (Lines{"log 6 \"Analytics settings key ptzPreset is \"",
-                              "createRuleSet Simple -> #1",
-                              "#1 validateConfig(Good, tt:MotionRule) -> false",
-                              "releaseRuleSet Simple #1",
-                              "log 6 \"Analytics settings key ptzPreset is \"",
-                              "createRuleSet Motion -> #2",
-                              "#2 validateConfig(Good, tt:MotionRule) -> true",
-                              "log 6 \"Analytics settings key ptzPreset is \"",
-                              "createRuleSet Simple -> #3",
-                              "#3 validateConfig(Bad, tt:NobodyRule) -> false",
-                              "releaseRuleSet Simple #3",
-                              "log 6 \"Analytics settings key ptzPreset is \"",
-                              "#2 validateConfig(Bad, tt:NobodyRule) -> false",
-                              "log 3 \"not a valid component\"",
-                              "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                              "log 6 \"reconfigure:clearing all rules for Simple\"",
-                              "clearAllRules Simple",
-                              "log 7 \"getActiveSettingsKey: getSettingsKey :Motion:\"",
-                              "log 6 \"reconfigure:clearing all rules for Motion\"",
-                              "clearAllRules Motion",
-                              "log 6 \"activateRuleSet:reconfig with key Motion\"",
-                              "#2 getFullConfig",
-                              "log 6 \"Failed to parse configuration\"",
-                              "activateRuleSet Motion #2 -> true"}));
+    EXPECT_EQ(takeAll(),
+              joined({refusedByNewRuleSet("Simple", 1, "Good, tt:MotionRule", kKeyLine),
+                      {kKeyLine, "createRuleSet Motion -> #2", "#2 validateConfig(Good, tt:MotionRule) -> true"},
+                      refusedByNewRuleSet("Simple", 3, "Bad, tt:NobodyRule", kKeyLine),
+                      {kKeyLine, "#2 validateConfig(Bad, tt:NobodyRule) -> false", "log 3 \"not a valid component\""},
+                      cleared("Simple", "Simple"),
+                      activated("Motion", "Motion", 2, {"log 6 \"Failed to parse configuration\""})}));
     EXPECT_THAT(platform().settings.written, IsEmpty());
     EXPECT_EQ(motion->notReturned(), 1) << "the empty rule set of the validation stays";
 }
@@ -173,16 +132,15 @@ TEST_F(ChangeTest, keepsAnItemWithoutParametersUnderTheEmptyKey)
     startQuietly();
     const std::string stored = document({}, {R"(<tt:Rule Name="R" Type="tt:MotionRule"></tt:Rule>)"});
     EXPECT_EQ(createRules({rule("Motion", "R").withoutParameters()}), 0U);
-    EXPECT_EQ(story(),
-              (Lines{"log 3 \"FAILED ANALYTICS CONFIG: Failed to parse config \"", "createRuleSet Simple -> #1",
-                     "#1 validateConfig(R, tt:MotionRule) -> false", "releaseRuleSet Simple #1",
-                     "log 3 \"FAILED ANALYTICS CONFIG: Failed to parse config \"", "createRuleSet Motion -> #2",
-                     "#2 validateConfig(R, tt:MotionRule) -> true", "#2 setConfig(R, tt:MotionRule) -> true",
-                     "#2 getFullConfig", "log 6 \"Analytics Setting Key : " + stored + "\"",
-                     "settingsSetJson OnvifAnalytics -> 0", "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                     "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                     "log 7 \"getActiveSettingsKey: getSettingsKey :Motion:\"",
-                     "log 6 \"reconfigure:clearing all rules for Motion\"", "clearAllRules Motion"}));
+    EXPECT_EQ(takeAll(),
+              joined({refusedByNewRuleSet("Simple", 1, "R, tt:MotionRule",
+                                          "log 3 \"FAILED ANALYTICS CONFIG: Failed to parse config \""),
+                      {"log 3 \"FAILED ANALYTICS CONFIG: Failed to parse config \"", "createRuleSet Motion -> #2",
+                       "#2 validateConfig(R, tt:MotionRule) -> true", "#2 setConfig(R, tt:MotionRule) -> true",
+                       "#2 getFullConfig", "log 6 \"Analytics Setting Key : " + stored + "\"",
+                       "settingsSetJson OnvifAnalytics -> 0"},
+                      cleared("Simple", "Simple"),
+                      cleared("Motion", "Motion")}));
     journal().clear();
     platform().offerAllServices();
     stop();
@@ -206,14 +164,10 @@ TEST_F(ChangeTest, deletesARuleAndPersistsAnEmptyText)
     ASSERT_EQ(configure(configuration("Motion").add(rule("Motion", "A")).add(rule("Motion", "B"))), "0/0");
     journal().clear();
     EXPECT_EQ(deleteByName({"A"}), 0U);
-    EXPECT_EQ(story(),
-              (Lines{"#2 deleteBehavior(A) -> true", "log 6 \"Analytics Setting Key Motion: \"",
-                     "settingsSetJson OnvifAnalytics -> 0", "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                     "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                     "log 7 \"getActiveSettingsKey: getSettingsKey :Motion:\"",
-                     "log 6 \"reconfigure:clearing all rules for Motion\"", "clearAllRules Motion",
-                     "log 6 \"activateRuleSet:reconfig with key Motion\"", "#2 getFullConfig",
-                     "log 6 \"    Rule: tt:MotionRule active \"", "activateRuleSet Motion #2 -> true"}));
+    EXPECT_EQ(takeAll(), joined({{"#2 deleteBehavior(A) -> true", "log 6 \"Analytics Setting Key Motion: \"",
+                                  "settingsSetJson OnvifAnalytics -> 0"},
+                                 cleared("Simple", "Simple"),
+                                 activated("Motion", "Motion", 2, {"log 6 \"    Rule: tt:MotionRule active \""})}));
     EXPECT_EQ(storedText(), storedDocument({{"Motion", ""}}));
     EXPECT_THAT(currentRules(), ElementsAre(rule("Motion", "B").text())) << "the live rule set keeps the others";
     stop();
@@ -228,13 +182,9 @@ TEST_F(ChangeTest, leavesTheLiveRuleSetReducedWhenADeleteFailsInPart)
     const std::string before = storedText();
     journal().clear();
     EXPECT_EQ(deleteByName({"A", "Unknown"}), 5U);
-    EXPECT_EQ(story(), (Lines{"#2 deleteBehavior(A) -> true", "#2 deleteBehavior(Unknown) -> false",
-                              "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                              "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                              "log 7 \"getActiveSettingsKey: getSettingsKey :Motion:\"",
-                              "log 6 \"reconfigure:clearing all rules for Motion\"", "clearAllRules Motion",
-                              "log 6 \"activateRuleSet:reconfig with key Motion\"", "#2 getFullConfig",
-                              "log 6 \"    Rule: tt:MotionRule active \"", "activateRuleSet Motion #2 -> true"}));
+    EXPECT_EQ(takeAll(), joined({{"#2 deleteBehavior(A) -> true", "#2 deleteBehavior(Unknown) -> false"},
+                                 cleared("Simple", "Simple"),
+                                 activated("Motion", "Motion", 2, {"log 6 \"    Rule: tt:MotionRule active \""})}));
     EXPECT_EQ(storedText(), before);
     EXPECT_THAT(currentRules(), ElementsAre(rule("Motion", "B").text()));
     stop();

@@ -6,7 +6,6 @@ namespace {
 
 using integration::ModuleTest;
 using kit::journal;
-using kit::Part;
 using kit::platform;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -15,7 +14,11 @@ using ::testing::SizeIs;
 /// Device services that work, fail, or are not there.
 class DevicesTest : public ModuleTest {
 protected:
-    static Lines story() { return journal().of({Part::Log, Part::Service, Part::Engine}); }
+    /// A start with nothing stored whose services show these lines.
+    static kit::StartStory startShowing(Lines devices)
+    {
+        return kit::fixedCamera().engines({"Simple", "Motion"}).devices(std::move(devices));
+    }
 };
 
 TEST_F(DevicesTest, connectsToEveryService)
@@ -25,36 +28,18 @@ TEST_F(DevicesTest, connectsToEveryService)
     platform().windowBlanking.enable = 1;
     platform().rotation.angle = 180;
     start();
-    EXPECT_EQ(story(), (Lines{"loggingInit DETECTION -> 0",
-                              "getSupportedAnalyticsLibs -> 2",
-                              "setEventHandler Simple",
-                              "setEventHandler Motion",
-                              "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                              "log 6 \"reconfigure:clearing all rules for Simple\"",
-                              "clearAllRules Simple",
-                              "log 7 \"getActiveSettingsKey: getSettingsKey :Motion:\"",
-                              "log 6 \"reconfigure:clearing all rules for Motion\"",
-                              "clearAllRules Motion",
-                              "getTargetIds day_night -> true",
-                              "dayNightInit(null, log, 1, null) -> 0",
-                              "dayNightRegister(cookie) -> 0",
-                              "getTargetIds window_blanking -> true",
-                              "windowBlankingInit(null, log, 1, null) -> 0",
-                              "windowBlankingRegister(cookie) -> 0",
-                              "windowBlankingGetColor(cookie, blanking0) -> 0",
-                              "windowBlankingGetEnable(cookie, blanking0) -> 0",
-                              "log 6 \"Window blanking event enabled true\"",
-                              "onWindowBlankingChange Simple true 29 239 103",
-                              "onWindowBlankingChange Motion true 29 239 103",
-                              "getTargetIds rotate -> true",
-                              "rotateInit(null, log, 1, null) -> 0",
-                              "rotateRegister(cookie) -> 0",
-                              "rotateGetAngle(cookie, rotate0) -> 0",
-                              "log 6 \"rotation call back\"",
-                              "onOrientationChanged Simple 180",
-                              "onOrientationChanged Motion 180",
-                              "startServing onvif_analytic_service",
-                              "log 7 \"DetectionPlugin::DetectionPlugin\""}));
+    EXPECT_EQ(
+        takeAll(),
+        startShowing({"getTargetIds day_night -> true", "dayNightInit(null, log, 1, null) -> 0",
+                      "dayNightRegister(cookie) -> 0", "getTargetIds window_blanking -> true",
+                      "windowBlankingInit(null, log, 1, null) -> 0", "windowBlankingRegister(cookie) -> 0",
+                      "windowBlankingGetColor(cookie, blanking0) -> 0",
+                      "windowBlankingGetEnable(cookie, blanking0) -> 0", "log 6 \"Window blanking event enabled true\"",
+                      "onWindowBlankingChange Simple true 29 239 103", "onWindowBlankingChange Motion true 29 239 103",
+                      "getTargetIds rotate -> true", "rotateInit(null, log, 1, null) -> 0",
+                      "rotateRegister(cookie) -> 0", "rotateGetAngle(cookie, rotate0) -> 0"})
+            .orientation(180)
+            .lines());
 }
 
 TEST_F(DevicesTest, isServedWithEveryServiceFailing)
@@ -64,41 +49,23 @@ TEST_F(DevicesTest, isServedWithEveryServiceFailing)
     platform().windowBlanking.queryStatus = 3;
     platform().rotation.queryStatus = 4;
     start();
-    EXPECT_EQ(story(),
-              (Lines{"loggingInit DETECTION -> 0",
-                     "getSupportedAnalyticsLibs -> 2",
-                     "setEventHandler Simple",
-                     "setEventHandler Motion",
-                     "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                     "log 6 \"reconfigure:clearing all rules for Simple\"",
-                     "clearAllRules Simple",
-                     "log 7 \"getActiveSettingsKey: getSettingsKey :Motion:\"",
-                     "log 6 \"reconfigure:clearing all rules for Motion\"",
-                     "clearAllRules Motion",
-                     "getTargetIds day_night -> true",
-                     "dayNightInit(null, log, 1, null) -> 2",
-                     "log 3 \"initializeDayNightEvents: get day/night service exception: Failed ravel api call: "
-                     "ravel_api_day_night_initiator_init(nullptr, _logCookie, &_dayNightIpcCookie, 1, nullptr) (status "
-                     "text 2)\"",
-                     "getTargetIds window_blanking -> true",
-                     "windowBlankingInit(null, log, 1, null) -> 0",
-                     "windowBlankingRegister(cookie) -> 0",
-                     "windowBlankingGetColor(cookie, blanking0) -> 3",
-                     "log 3 \"initializeWindowBlankingEvents: get window blanking service exception: Failed ravel api "
-                     "call: ravel_api_window_blanking_get_region_color_send( _windowBlankingIpcCookie, "
-                     "windowBlankingTargetIds[0].c_str(), &red, &green, &blue) (status text 3)\"",
-                     "getTargetIds rotate -> true",
-                     "rotateInit(null, log, 1, null) -> 0",
-                     "rotateRegister(cookie) -> 0",
-                     "rotateGetAngle(cookie, rotate0) -> 4",
-                     "log 3 \"initializeRotationEvents: get rotation service exception: Failed ravel api call: "
-                     "ravel_api_rotate_get_angle_send( _rotationIpcCookie, rotationTargetIds[0].c_str(), &angle) "
-                     "(status text 4)\"",
-                     "log 6 \"rotation call back\"",
-                     "onOrientationChanged Simple 0",
-                     "onOrientationChanged Motion 0",
-                     "startServing onvif_analytic_service",
-                     "log 7 \"DetectionPlugin::DetectionPlugin\""}));
+    EXPECT_EQ(takeAll(),
+              startShowing(
+                  {"getTargetIds day_night -> true", "dayNightInit(null, log, 1, null) -> 2",
+                   "log 3 \"initializeDayNightEvents: get day/night service exception: Failed ravel api call: "
+                   "ravel_api_day_night_initiator_init(nullptr, _logCookie, &_dayNightIpcCookie, 1, nullptr) (status "
+                   "text 2)\"",
+                   "getTargetIds window_blanking -> true", "windowBlankingInit(null, log, 1, null) -> 0",
+                   "windowBlankingRegister(cookie) -> 0", "windowBlankingGetColor(cookie, blanking0) -> 3",
+                   "log 3 \"initializeWindowBlankingEvents: get window blanking service exception: Failed ravel api "
+                   "call: ravel_api_window_blanking_get_region_color_send( _windowBlankingIpcCookie, "
+                   "windowBlankingTargetIds[0].c_str(), &red, &green, &blue) (status text 3)\"",
+                   "getTargetIds rotate -> true", "rotateInit(null, log, 1, null) -> 0", "rotateRegister(cookie) -> 0",
+                   "rotateGetAngle(cookie, rotate0) -> 4",
+                   "log 3 \"initializeRotationEvents: get rotation service exception: Failed ravel api call: "
+                   "ravel_api_rotate_get_angle_send( _rotationIpcCookie, rotationTargetIds[0].c_str(), &angle) "
+                   "(status text 4)\""})
+                  .lines());
     EXPECT_THAT(platform().framework.serving, SizeIs(1));
     journal().clear();
     stop();

@@ -3,9 +3,11 @@
 namespace {
 
 using integration::ModuleTest;
+using kit::activated;
+using kit::joined;
 using kit::journal;
-using kit::Part;
 using kit::platform;
+using kit::stopped;
 using kit::storedDocument;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -29,8 +31,6 @@ protected:
     /// Which rule sets of Simple and Motion are active.
     Active active() const { return {simple->activeRuleSet(), motion->activeRuleSet()}; }
 
-    static Lines story() { return journal().of({Part::Log, Part::Engine, Part::RuleSet, Part::Settings}); }
-
     kit::Positioning& camera = platform().positioning;
 };
 
@@ -42,22 +42,13 @@ TEST_F(FollowingTest, startsAwayFromEveryPreset)
 TEST_F(FollowingTest, switchesWithThePresets)
 {
     camera.firePresetState(2, "Gate");
-    EXPECT_EQ(takeAll(),
-              (Lines{"log 6 \"handlePresetStateEvent ---------->Start Analytics for ptz preset Gate\"",
-                     "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                     "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                     "log 6 \"activateRuleSet:reconfig with key Simple\"", "#1 getFullConfig",
-                     "activateRuleSet Simple #1 -> true", "log 7 \"getActiveSettingsKey: getSettingsKey :MotionGate:\"",
-                     "log 6 \"reconfigure:clearing all rules for Motion\"", "clearAllRules Motion",
-                     "log 6 \"activateRuleSet:reconfig with key MotionGate\"", "#3 getFullConfig",
-                     "activateRuleSet Motion #3 -> true"}));
+    EXPECT_EQ(takeAll(), joined({{"log 6 \"handlePresetStateEvent ---------->Start Analytics for ptz preset Gate\""},
+                                 activated("Simple", "Simple", 1),
+                                 activated("Motion", "MotionGate", 3)}));
     EXPECT_EQ(active(), Active(1, 3));
     camera.firePresetState(1, "Door");
-    EXPECT_EQ(takeAll(), (Lines{"log 6 \"handlePresetStateEvent ---------->Stop Analytics\"",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey ::\"",
-                                "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey ::\"",
-                                "log 6 \"reconfigure:clearing all rules for Motion\"", "clearAllRules Motion"}));
+    EXPECT_EQ(takeAll(),
+              joined({{"log 6 \"handlePresetStateEvent ---------->Stop Analytics\""}, stopped({"Simple", "Motion"})}));
     EXPECT_EQ(active(), Active(0, 0));
     camera.firePresetState(2, "Door");
     EXPECT_EQ(active(), Active(1, 2));
@@ -78,12 +69,9 @@ TEST_F(FollowingTest, resumesOnlyTheSimpleEngineWhenTheCameraStopsAwayFromPreset
     journal().clear();
     camera.fireMotionState(false);
     EXPECT_EQ(takeAll(),
-              (Lines{"log 6 \"handlePositioningMotionStateEvent ---------->Start simple analytics on motion stop\"",
-                     "log 7 \"getActiveSettingsKey: getSettingsKey :Simple:\"",
-                     "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                     "log 6 \"activateRuleSet:reconfig with key Simple\"", "#1 getFullConfig",
-                     "activateRuleSet Simple #1 -> true",
-                     "log 7 \"getActiveSettingsKey: getSettingsKey :MotionZintuInternalSimpleAnalyticsPreset:\""}));
+              joined({{"log 6 \"handlePositioningMotionStateEvent ---------->Start simple analytics on motion stop\""},
+                      activated("Simple", "Simple", 1),
+                      {"log 7 \"getActiveSettingsKey: getSettingsKey :MotionZintuInternalSimpleAnalyticsPreset:\""}}));
     EXPECT_EQ(active(), Active(1, 0));
 }
 
@@ -102,11 +90,8 @@ TEST_F(FollowingTest, resumesNothingWhenTheCameraStopsAtAPreset)
 TEST_F(FollowingTest, stopsAnalyticsForACommandBelowTheLimit)
 {
     camera.fireCommandPriority(499);
-    EXPECT_EQ(takeAll(), (Lines{"log 6 \"handlePositioningCommandPriorityEvent ---------->Stop Analytics\"",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey ::\"",
-                                "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey ::\"",
-                                "log 6 \"reconfigure:clearing all rules for Motion\"", "clearAllRules Motion"}));
+    EXPECT_EQ(takeAll(), joined({{"log 6 \"handlePositioningCommandPriorityEvent ---------->Stop Analytics\""},
+                                 stopped({"Simple", "Motion"})}));
     EXPECT_EQ(active(), Active(0, 0));
 }
 
@@ -124,11 +109,8 @@ TEST_F(FollowingTest, suspendsSilentlyForACommandFromTheLimitOn)
 TEST_F(FollowingTest, suspendsAnalyticsWhileATourRuns)
 {
     camera.fireTourState(1, 3);
-    EXPECT_EQ(takeAll(), (Lines{"log 6 \"====== handleTourStateEvent(tour tourState = 1, stop type = 3) ====\"",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey ::\"",
-                                "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey ::\"",
-                                "log 6 \"reconfigure:clearing all rules for Motion\"", "clearAllRules Motion"}));
+    EXPECT_EQ(takeAll(), joined({{"log 6 \"====== handleTourStateEvent(tour tourState = 1, stop type = 3) ====\""},
+                                 stopped({"Simple", "Motion"})}));
     EXPECT_EQ(active(), Active(0, 0));
     camera.firePresetState(2, "Door");
     EXPECT_EQ(active(), Active(1, 2));
@@ -156,11 +138,8 @@ TEST_F(FollowingTest, suspendsAnalyticsWhileTheDayNightFilterMoves)
     camera.firePresetState(2, "Gate");
     journal().clear();
     platform().dayNight.fire(true);
-    EXPECT_EQ(takeAll(), (Lines{"log 6 \"day night change call back, movement: true\"",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey ::\"",
-                                "log 6 \"reconfigure:clearing all rules for Simple\"", "clearAllRules Simple",
-                                "log 7 \"getActiveSettingsKey: getSettingsKey ::\"",
-                                "log 6 \"reconfigure:clearing all rules for Motion\"", "clearAllRules Motion"}));
+    EXPECT_EQ(takeAll(),
+              joined({{"log 6 \"day night change call back, movement: true\""}, stopped({"Simple", "Motion"})}));
     EXPECT_EQ(active(), Active(0, 0));
     platform().dayNight.fire(false);
     EXPECT_EQ(active(), Active(1, 3));

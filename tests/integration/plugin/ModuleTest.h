@@ -4,6 +4,7 @@
 #include "kit/HostSeam.h"
 #include "kit/PlatformTest.h"
 #include "kit/ServiceLists.h"
+#include "kit/Story.h"
 #include "korva/meridan/BasicFilterPlugin.h"
 #include "korva/meridan/PluginManager.h"
 #include "ravel/RavelApiAnalyticsTargetImplBase.h"

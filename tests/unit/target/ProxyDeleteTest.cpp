@@ -34,10 +34,10 @@ TEST_F(ProxyDeleteTest, persistsTheEmptyTextForTheKeyAndReconfigures)
 
     EXPECT_EQ(remove({"R1"}), 0U);
 
-    EXPECT_THAT(takeAll(), ElementsAre("#2 deleteBehavior(R1) -> true", "log 6 \"Analytics Setting Key Motion: \"",
-                                       "settingsSetJson OnvifAnalytics -> 0", activeKeyLine("Motion"),
-                                       clearingLine("Motion"), "clearAllRules Motion", activatingLine("Motion"),
-                                       "#2 getFullConfig", "activateRuleSet Motion #2 -> true"));
+    EXPECT_THAT(takeAll(),
+                ElementsAreArray(joined({{"#2 deleteBehavior(R1) -> true", "log 6 \"Analytics Setting Key Motion: \"",
+                                          "settingsSetJson OnvifAnalytics -> 0"},
+                                         activated("Motion", "Motion", 2)})));
     EXPECT_EQ(storedNow(), storedDocument({{"Motion", ""}}));
 }
 
@@ -128,10 +128,8 @@ TEST_F(ProxyDeleteTest, leavesTheStoredTextWholeAndTheLiveRuleSetReducedWhenOneN
 
     EXPECT_EQ(remove({"R1", "R7"}), 5U);
 
-    EXPECT_THAT(takeAll(),
-                ElementsAre("#2 deleteBehavior(R1) -> true", "#2 deleteBehavior(R7) -> false", activeKeyLine("Motion"),
-                            clearingLine("Motion"), "clearAllRules Motion", activatingLine("Motion"),
-                            "#2 getFullConfig", "activateRuleSet Motion #2 -> true"));
+    EXPECT_THAT(takeAll(), ElementsAreArray(joined({{"#2 deleteBehavior(R1) -> true", "#2 deleteBehavior(R7) -> false"},
+                                                    activated("Motion", "Motion", 2)})));
     EXPECT_THAT(currentRules(), IsEmpty());
     EXPECT_EQ(storedNow(), storedDocument({{"Motion", configuration("Motion")}}));
     EXPECT_EQ(currentConfiguration(), kit::merged(configuration("Motion")));

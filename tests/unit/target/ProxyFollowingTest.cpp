@@ -39,15 +39,7 @@ protected:
         return ruleSet == nullptr ? "nothing" : ruleSet->content();
     }
 
-    static Lines activated(const std::string& engine, const std::string& key, int ruleSet)
-    {
-        const std::string id = std::to_string(ruleSet);
-        return joined(
-            {cleared(engine, key),
-             {activatingLine(key), "#" + id + " getFullConfig", "activateRuleSet " + engine + " #" + id + " -> true"}});
-    }
-
-    static Lines stopped() { return joined({cleared("Motion", ""), cleared("Simple", "")}); }
+    static Lines stopped() { return kit::stopped({"Motion", "Simple"}); }
 };
 
 TEST_F(ProxyFollowingTest, beginsAwayFromEveryPreset)

@@ -3,6 +3,7 @@
 #include "kit/Configuration.h"
 #include "kit/PlatformTest.h"
 #include "kit/ServiceLists.h"
+#include "kit/Story.h"
 #include "target/ProxyTarget.h"
 
 #include <memory>
@@ -12,11 +13,18 @@
 
 namespace korva::meridan::tests {
 
+using kit::activated;
+using kit::activatingLine;
+using kit::activeKeyLine;
+using kit::cleared;
+using kit::clearingLine;
 using kit::configuration;
 using kit::document;
 using kit::FakeEngine;
 using kit::InputList;
+using kit::joined;
 using kit::journal;
+using kit::kAway;
 using kit::module;
 using kit::platform;
 using kit::rule;
@@ -33,8 +41,6 @@ class ProxyTargetTest : public kit::PlatformTest {
 protected:
     using Engines = std::vector<ProxyTarget::Engine>;
     using Settings = std::vector<std::pair<std::string, std::string>>;
-
-    static constexpr const char* kAway = "ZintuInternalSimpleAnalyticsPreset";
 
     /// What the store holds before the start.
     static void stored(const Settings& settings) { platform().settings.analytics() = storedDocument(settings); }
@@ -122,36 +128,6 @@ protected:
         char* out = nullptr;
         EXPECT_EQ(proxy->getPtzPresetConfiguration(preset, &out), 0);
         return takeText(out);
-    }
-
-    static std::string activeKeyLine(const std::string& key)
-    {
-        return "log 7 \"getActiveSettingsKey: getSettingsKey :" + key + ":\"";
-    }
-
-    static std::string clearingLine(const std::string& engine)
-    {
-        return "log 6 \"reconfigure:clearing all rules for " + engine + "\"";
-    }
-
-    static std::string activatingLine(const std::string& key)
-    {
-        return "log 6 \"activateRuleSet:reconfig with key " + key + "\"";
-    }
-
-    /// What reconfiguring an engine without a rule set for its key looks like.
-    static Lines cleared(const std::string& engine, const std::string& key)
-    {
-        return {activeKeyLine(key), clearingLine(engine), "clearAllRules " + engine};
-    }
-
-    static Lines joined(std::initializer_list<Lines> parts)
-    {
-        Lines all;
-        for (const Lines& part : parts) {
-            all.insert(all.end(), part.begin(), part.end());
-        }
-        return all;
     }
 
     std::shared_ptr<FakeEngine> motion = std::make_shared<FakeEngine>("Motion");
