@@ -57,7 +57,7 @@ void Alarm::change(analytics_lib::IEventHandler* handler, const UtcTime& time)
     }
     message += simpleItem(_form.ruleItem, _rule) + "</tt:Source><tt:Data>" +
                simpleItem(_form.stateItem, _on ? "true" : "false") + "</tt:Data></tt:Message>";
-    const std::string rule = _rule; // the handler may end the rule
+    const std::string rule = _rule; // a copy: the handler may end the rule and this object with it
     handler->OnEvent(_form.topic, rule, message);
 }
 

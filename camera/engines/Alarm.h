@@ -26,20 +26,20 @@ struct EventForm {
 
 /**
  * The state of one rule and its events: one on each change, true and false in turn.
- * Thread: whoever holds the engine's gate.
+ * Thread: the one that holds the engine's gate.
  */
 class Alarm {
 public:
     Alarm(const EventForm& form, std::string rule) : _form(form), _rule(std::move(rule)) {}
 
-    /// Goes on when motion has lasted for onDelay, off when there was none for offDelay (nanoseconds).
+    /// The state becomes true when motion has lasted for onDelay, false when there was none for offDelay (nanoseconds).
     /// @return whether the state is to be changed.
     bool due(bool motion, std::int64_t time, std::int64_t onDelay, std::int64_t offDelay);
 
     /// Changes the state, then raises the event; the handler may be null.
     void change(analytics_lib::IEventHandler* handler, const UtcTime& time);
 
-    /// Forgets how long the opposite of the state has been seen.
+    /// Starts the delays again.
     void settle() { _turning = false; }
 
     bool isOn() const { return _on; }

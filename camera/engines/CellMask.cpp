@@ -50,7 +50,7 @@ std::optional<Bytes> unpack(const Bytes& packed, std::size_t mostBytes)
     Bytes bytes;
     for (std::size_t position = 0; position < packed.size();) {
         const unsigned count = packed[position++];
-        if (count == 128) { // says nothing, by definition
+        if (count == 128) { // the format defines this count as "skip"
             continue;
         }
         const bool literal = count < 128;

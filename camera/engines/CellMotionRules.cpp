@@ -16,7 +16,7 @@ namespace {
 
 constexpr long kMostCellsAside = 128;
 constexpr long kLongestDelayMs = 3'600'000;
-constexpr int kMovingShare = 8; // a cell moves when an eighth of it does
+constexpr int kMovingShare = 8; // a cell moves when one eighth of its pixels are foreground
 
 constexpr EventForm kEventForm = {kCellMotionTopic, "VideoSourceConfigurationToken", "VideoAnalyticsConfigurationToken",
                                   "Rule", "IsMotion"};

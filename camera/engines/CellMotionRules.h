@@ -49,7 +49,7 @@ public:
     void completeRule(ParameterList& parameters, const Component* module) const override;
 };
 
-/// Says which cells move and counts those that a rule watches.
+/// Finds the cells that move and counts, for each rule, those that it watches.
 class CellMotionProgram final : public RuleProgram {
 public:
     explicit CellMotionProgram(const Components& components);

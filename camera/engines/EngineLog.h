@@ -20,7 +20,7 @@ private:
     std::string _engine;
 };
 
-/// Text from outside as it may stand in a log line: short, and without control characters.
+/// Text from outside for a log line: cut to a short length, without control characters.
 std::string forLog(std::string_view text);
 
 } // namespace camera::engines

@@ -8,7 +8,7 @@ namespace camera::engines {
 
 /// What moves in one frame, on a picture of about 640x360 pixels.
 struct Foreground {
-    bool known = false;    ///< false while the background is learned: nothing is to be reported then
+    bool known = false;    ///< false while the background is learned: nothing is reported during that time
     cv::Mat mask;          ///< 8 bits, 255 where something moves; never empty
     std::int64_t time = 0; ///< nanoseconds, of the picture's own clock
 };

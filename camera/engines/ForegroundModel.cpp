@@ -18,19 +18,19 @@ constexpr std::uint64_t kLargestSide = 16384;
 constexpr std::int64_t kLearningTime = kNanosecondsPerSecond * 8 / 10;
 constexpr unsigned kLearningFrames = 8;
 constexpr std::int64_t kForgottenAfter = kNanosecondsPerSecond;
-// A frame later than this after the one before shows another time, not the next moment.
+// A longer gap between two frames means that the scene may have changed: the background is learned again.
 constexpr std::int64_t kLongestGap = 10 * kNanosecondsPerSecond;
 
-// What comes to rest becomes background when its share of a pixel's memory reaches a tenth: after
-// about 8 seconds. A young background forgets sooner, so that what stood in the way while it was
-// learned does not stay in it.
+// An object that stops becomes background after about 8 seconds, when its weight in the mixture reaches a
+// tenth. A background that was learned recently adapts faster, so that an object which was in the picture during
+// learning disappears from it.
 constexpr double kMemorySeconds = 80;
 constexpr double kYoungMemorySeconds = 10;
 constexpr double kMemoryPerSecond = 8;
 constexpr std::int64_t kBackgroundPeriod = kNanosecondsPerSecond / 2;
 constexpr double kReferenceSeconds = 40;
 
-// More than this at once is no object but another light or another picture.
+// If more than this share of the picture changes at once, the light or the scene has changed, not an object.
 constexpr double kWholePicture = 0.5;
 constexpr double kSuddenLight = 0.15;
 constexpr double kWeakestLight = 0.4;
@@ -156,7 +156,7 @@ void ForegroundModel::evenOut(double seconds)
                     _reference);
 }
 
-/// The median over the blocks: what less than half of the picture does, does not move it.
+/// The median over the blocks: a change in less than half of the picture does not affect it.
 double ForegroundModel::lightGain()
 {
     _gains.clear();
@@ -164,7 +164,7 @@ double ForegroundModel::lightGain()
         const auto* now = _blocks.ptr<float>(row);
         const auto* then = _reference.ptr<float>(row);
         for (int column = 0; column < _blocks.cols; ++column) {
-            // Next to black or white a block tells nothing about the light.
+            // A block that is nearly black or white says nothing about the brightness of the scene.
             if (now[column] > 8 && now[column] < 245 && then[column] > 8 && then[column] < 245) {
                 _gains.push_back(then[column] / now[column]);
             }
@@ -184,7 +184,7 @@ void ForegroundModel::subtract(double seconds, long sensitivity)
     const double age = static_cast<double>(_foreground.time - _since) / kNanosecondsPerSecond;
     const double memory = std::clamp(age * kMemoryPerSecond, kYoungMemorySeconds, kMemorySeconds);
     const bool learning = !_foreground.known || _frames < kLearningFrames;
-    // A negative rate averages all frames seen so far: the quickest way to a first background.
+    // A negative rate averages all frames so far, which gives a first background fastest.
     _subtractor->apply(_even, _foreground.mask, learning ? -1 : 1 - std::exp(-seconds / memory));
     ++_frames;
 }
@@ -207,12 +207,12 @@ void ForegroundModel::findBlanked(const analytics_lib::YuvFrame& frame, const an
             out[column] = same ? 255 : 0;
         }
     }
-    // Single pixels of the colour are chance; a patch is a window, and its rim is mixed with the picture.
+    // Single pixels of the colour occur by chance. A patch is a blanked window; its border is mixed with the picture.
     cv::morphologyEx(_blanked, _blanked, cv::MORPH_OPEN, ellipse(5));
     cv::dilate(_blanked, _blanked, ellipse(5));
 }
 
-/// Without specks, and without the cracks where an object resembles the ground behind it.
+/// Removes specks, and closes gaps where an object looks like the background behind it.
 void ForegroundModel::clean()
 {
     cv::medianBlur(_foreground.mask, _foreground.mask, 5);

@@ -12,12 +12,16 @@
 namespace camera::engines {
 
 /**
- * Tells what moves from what stands. One background per engine.
+ * Separates moving pixels (foreground) from still ones (background). Each engine has one model.
  *
- * A frame from another place (pan, tilt, zoom or size differ), a gap in time and a change of the
- * whole picture at once, such as a light that is switched, drop the background; it is then learned
- * again for about a second, and during that time the foreground is not known. Slow changes of light
- * are taken out before the comparison.
+ * How it works: the luma plane is scaled down to about 640x360 pixels. Its brightness is corrected to
+ * that of the first frame, so that slow changes of light do not count as motion. A mixture of Gaussians
+ * (OpenCV's MOG2) then gives the foreground; specks are removed, gaps are closed, and shadows are
+ * removed (Shadows.h).
+ *
+ * The background is dropped and learned again, which takes about a second, when the camera looks
+ * elsewhere (pan, tilt, zoom or size differ), after a gap in time, and when the whole picture changes at
+ * once, for example because a light is switched. The foreground is unknown until it is learned.
  *
  * Thread: the frame thread.
  */
@@ -36,7 +40,7 @@ public:
     /// Drops the background, so that the next frame begins to learn it.
     void forget();
 
-    /// Drops the background when it was last seen more than a moment before.
+    /// Drops the background when the last frame is older than the longest allowed gap.
     void forgetIfOlderThan(std::int64_t time);
 
     /// Whether the frame has pixels that the analysis can read.
@@ -54,16 +58,16 @@ private:
 
     cv::Ptr<cv::BackgroundSubtractorMOG2> _subtractor; ///< null: nothing is learned
     Foreground _foreground;
-    analytics_lib::YuvFrame _view; ///< of the frame before; its pixels are gone
+    analytics_lib::YuvFrame _view; ///< description of the previous frame; its pixels are no longer valid
     std::int64_t _since = 0;       ///< when learning began
-    unsigned _frames = 0;          ///< seen since then
-    double _gain = 1;              ///< brings the light back to that of the first frame
-    cv::Mat _luma;                 ///< the frame, small
-    cv::Mat _even;                 ///< the same in the light of the first frame
+    unsigned _frames = 0;          ///< frames since then
+    double _gain = 1;              ///< factor that corrects the brightness to that of the first frame
+    cv::Mat _luma;                 ///< the frame, scaled down
+    cv::Mat _even;                 ///< the same with corrected brightness
     cv::Mat _blocks;               ///< mean luma of blocks
-    cv::Mat _reference;            ///< the blocks in the light of the first frame
+    cv::Mat _reference;            ///< the blocks of the first frame
     std::vector<float> _gains;
-    cv::Mat _background; ///< the most likely one, in that light; now and then made anew
+    cv::Mat _background; ///< the most likely background; renewed at intervals
     std::int64_t _backgroundTime = 0;
     cv::Mat _blanked; ///< 255 where the picture is blanked
 };

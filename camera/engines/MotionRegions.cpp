@@ -17,7 +17,7 @@ namespace {
 
 constexpr char kRegion[] = "MotionRegion";
 constexpr std::size_t kMostPoints = 64;
-constexpr std::int64_t kOnDelay = 0; // the tracker has waited already
+constexpr std::int64_t kOnDelay = 0; // the tracker has already waited until the object is certain
 constexpr std::int64_t kOffDelay = kNanosecondsPerSecond / 2;
 
 constexpr EventForm kEventForm = {kMotionTopic, "VideoSource", nullptr, "RuleName", "State"};

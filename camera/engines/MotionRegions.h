@@ -56,8 +56,8 @@ private:
         Alarm alarm;
         bool motion = false;
         kit::RuleState shown = kit::RuleState::kQuiet; ///< the frame thread's copy of the state
-        cv::Mat inside{};                              ///< 255 inside the polygon
-        int pixels = 0;                                ///< that are
+        cv::Mat inside{};                              ///< mask of the polygon, 255 inside
+        int pixels = 0;                                ///< number of pixels inside
     };
 
     std::vector<Alarm*> alarms() override;

@@ -5,7 +5,7 @@
 
 namespace camera::engines {
 
-/// Writes this engine's drawing data; the engines before it have moved the pointer past theirs.
+/// Writes this engine's drawing data. Earlier engines have advanced the pointer behind their own data.
 template <typename Write>
 void writeDrawing(MetadataBuffers& outputs, Write write)
 {

@@ -18,7 +18,7 @@ public:
 
 /**
  * The tt:Parameters of one component. Every parameter is asked for by its type: an absent one is
- * filled in with its default, one that nobody asked for is refused at the end.
+ * filled in with its default, one that no reader asked for is refused at the end.
  *
  * All readers throw Refusal. Thread-bound; borrows the document that it was read from.
  */
@@ -38,7 +38,7 @@ public:
     /// The only child of the element item of this name; a null node when there is no such item.
     pugi::xml_node element(const std::string& name);
 
-    /// What stands for the element item from now on: the text of its child.
+    /// Replaces the element item by this text of its child.
     void setElement(const std::string& name, const std::string& child);
 
     /// @throws Refusal when the list holds a parameter that was not asked for.
@@ -73,7 +73,7 @@ auto readParameters(const std::string& text, Read read)
     return read(parameters);
 }
 
-/// Numbers as they stand in attributes and values.
+/// Reads a number of an attribute or value.
 long parseInteger(const std::string& name, const std::string& value, long lowest, long highest);
 double parseReal(const std::string& name, const std::string& value, double lowest, double highest);
 bool parseBoolean(const std::string& name, const std::string& value);

@@ -19,7 +19,7 @@ constexpr std::uint32_t kBlankingOn = 1U << 24;
 ReferenceEngine::ReferenceEngine(void* logContext, std::unique_ptr<ComponentTypes> types)
     : _types(std::move(types)), _log(logContext, _types->engine())
 {
-    // The frame thread does all the work: a pool of threads costs more than a small picture gains.
+    // OpenCV's thread pool is off: for a picture of this size it costs more time than it saves.
     cv::setNumThreads(1);
 }
 
@@ -45,7 +45,7 @@ void ReferenceEngine::onWindowBlankingChange(bool enabled, const analytics_lib::
 {
     const std::uint32_t packed = kBlankingOn | std::uint32_t{color.y} << 16 | std::uint32_t{color.u} << 8 | color.v;
     _blanking = enabled ? packed : 0;
-    _forget = true; // a window that comes or goes is no motion
+    _forget = true; // a blanked window that appears or disappears must not count as motion
 }
 
 void ReferenceEngine::onOrientationChanged(unsigned int /*degrees*/)

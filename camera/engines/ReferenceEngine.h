@@ -20,11 +20,11 @@ namespace camera::engines {
 /**
  * What the reference engines have in common: rule sets, activation, the frame path, frame files.
  *
- * Threads. The frame thread analyses without any lock. Rules are judged and events raised under the
- * gate, which the control thread takes to replace or end the active program. The frame thread only
- * tries the gate: when the control thread has it, the frame's rules are not judged, so no operation
- * ever makes a frame wait; the control thread waits for one judgement at most. The gate is recursive
- * because a handler may end the rules from inside an event.
+ * Threads. The frame thread analyses without any lock. Rules are evaluated and events are raised while
+ * the mutex "gate" is held; the control thread holds it to replace or end the active program. The frame
+ * thread only tries to lock it: if the control thread holds it, the rules of this frame are not
+ * evaluated. So no operation makes a frame wait, and the control thread waits for at most one evaluation. The
+ * mutex is recursive because an event handler may end the rules.
  */
 class ReferenceEngine : public analytics_lib::IOnvifAnalytics {
 public:
@@ -44,7 +44,7 @@ public:
      */
     bool readFramesFromFile(const char* path, bool flag) override;
 
-    /// Records the next count frames, from a forgotten background on; 0 ends a running recording.
+    /// Drops the background and records the next count frames; 0 ends a running recording.
     bool writeFramesToFile(const char* path, unsigned int count) override;
 
     analytics_lib::IRuleSet* createRuleSet() override;
@@ -94,9 +94,9 @@ private:
     // Under the gate.
     std::recursive_mutex _gate;
     analytics_lib::IEventHandler* _handler = nullptr;
-    UtcTime _lastTime; ///< of the last judged frame: when the control thread ends an alarm
+    UtcTime _lastTime; ///< of the last evaluated frame: the time of an alarm that the control thread ends
 
-    // Held for a few instructions only.
+    // This mutex is held for a few instructions only.
     mutable std::mutex _hand;
     Program _active;
     std::unique_ptr<kit::FrameFileWriter> _newRecording;
@@ -104,7 +104,7 @@ private:
     bool _endRecording = false;
 
     std::atomic<bool> _forget{false};
-    std::atomic<std::uint32_t> _blanking{0}; ///< 0, or 1 and the colour in four bytes
+    std::atomic<std::uint32_t> _blanking{0}; ///< 0: off; else 1 and the three bytes of the colour
 
     // Frame thread.
     ForegroundModel _model;

@@ -87,8 +87,8 @@ void ReferenceEngine::takeOrders()
     }
 }
 
-/// A recording and its replay begin alike: nothing seen, no alarm on. False while the control thread
-/// has the gate; the next frame tries again.
+/// A recording and its replay start from the same state: no background, no alarm. False while the control
+/// thread holds the gate; the next frame tries again.
 bool ReferenceEngine::restart(const UtcTime& time, std::uint32_t nextId)
 {
     const std::unique_lock gate(_gate, std::try_to_lock);
@@ -118,7 +118,7 @@ void ReferenceEngine::replay(Moment& moment)
         }
         if (const std::optional<kit::RecordedFrame> recorded = _replay->next()) {
             const std::int64_t recordedTime = nanoseconds(recorded->frame);
-            // The recorded clock goes on where the live one stood: only its differences count.
+            // Recorded times are shifted so that they continue the live ones: only their differences count.
             _replayShift = _replayBegun ? _replayShift : moment.time - recordedTime;
             _replayBegun = true;
             moment.frame = recorded->frame;

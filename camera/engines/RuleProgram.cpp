@@ -11,7 +11,7 @@ void RuleProgram::endAlarms(analytics_lib::IEventHandler* handler, const UtcTime
                 alarm->change(handler, time);
             }
         } catch (...) {
-            // The next alarm is to be closed all the same; who raised the exception knows of it.
+            // The remaining alarms are closed too; the handler knows about its own exception.
         }
     }
 }

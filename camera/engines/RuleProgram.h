@@ -11,8 +11,8 @@ namespace camera::engines {
 /**
  * One activated configuration, ready to be evaluated.
  *
- * observe() and report() run on the frame thread; judge() and endAlarms() under the engine's gate,
- * which is all that keeps them apart.
+ * observe() and report() run on the frame thread. judge() and endAlarms() run with the engine's gate
+ * locked; only this separates them.
  */
 class RuleProgram {
 public:
@@ -21,7 +21,7 @@ public:
     /// How small a difference in brightness counts, 0 to 100.
     virtual long sensitivity() const = 0;
 
-    /// Takes in what moves in a frame.
+    /// Stores the foreground of a frame for judge() and report().
     virtual void observe(const Foreground& foreground) = 0;
 
     /// Evaluates the rules on what was observed and raises their events.

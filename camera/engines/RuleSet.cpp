@@ -34,7 +34,7 @@ bool RuleSet::validateFullConfig(const std::string& config)
 
 bool RuleSet::validateConfig(const std::string& component, const std::string& type, const std::string& list)
 {
-    // Every engine is asked in turn: another engine's type is no fault of the component.
+    // The plug-in asks every engine in turn, so a type of another engine is not an error: no log line.
     if (!_types.owns(type)) {
         return false;
     }

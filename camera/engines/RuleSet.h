@@ -9,9 +9,9 @@
 namespace camera::engines {
 
 /**
- * One stored configuration. It keeps its text only, so that a camera with very many of them pays for
- * their text and nothing else; what is evaluated is compiled from it at activation. A change of an
- * active rule set takes effect when it is activated again.
+ * One stored configuration, kept as text. A camera with thousands of configurations then needs memory
+ * for the texts only; activation compiles a RuleProgram from the text. A change of an active rule set
+ * takes effect when it is activated again.
  *
  * Thread: the control thread.
  */
@@ -30,7 +30,7 @@ public:
     bool deleteBehavior(const std::string& name) override;
     std::string getFullConfig() override;
 
-    /// What it holds, checked again. @throws Refusal never for a text that this class wrote.
+    /// The stored components, parsed and checked. Does not throw for a text that this class wrote.
     Components components() const;
 
 private:

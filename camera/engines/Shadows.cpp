@@ -13,7 +13,7 @@ constexpr float kBrightest = 0.93F;
 constexpr float kLeastTexture = 2.0F; // variance of the background within the window
 constexpr float kLeastCorrelation = 0.5F;
 
-/// Means over the window of what the correlation of two pictures is made of.
+/// Means over the window from which the correlation of two pictures is computed.
 struct Moments {
     Moments(const cv::Mat& picture, const cv::Mat& background)
     {
@@ -79,7 +79,7 @@ void removeShadows(cv::Mat& mask, const cv::Mat& picture, const cv::Mat& backgro
         }
         const int cleared = clearShadows(mask(box), Moments(picture(box), background(box)));
         if (cleared > kLeastPixels) {
-            // What is left of a shadow is its rim, where the window saw both sides.
+            // Only the border of a shadow is left, where the window covered both sides.
             cv::Mat part = mask(box);
             cv::morphologyEx(part, part, cv::MORPH_OPEN, cv::getStructuringElement(cv::MORPH_ELLIPSE, {7, 7}));
         }

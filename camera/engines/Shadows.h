@@ -5,9 +5,9 @@
 namespace camera::engines {
 
 /**
- * Takes shadows out of a foreground: where the picture is the background, evenly darker. That shows
- * only where the background has texture, which goes on under a shadow and ends at an object; on
- * smooth ground nothing is taken out, so dark things stay.
+ * Removes shadows from a foreground. A shadow is a part where the picture is an evenly darker copy of the
+ * background. This can be seen only where the background has texture: the texture continues under a
+ * shadow and is hidden by an object. On smooth ground nothing is removed, so dark objects stay.
  *
  * All three are 8-bit pictures of one size. Thread: any; reentrant.
  */

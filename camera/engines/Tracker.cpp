@@ -10,10 +10,10 @@ namespace camera::engines {
 
 namespace {
 
-constexpr unsigned kFramesToBelieve = 3;
+constexpr unsigned kFramesToReport = 3;
 constexpr std::int64_t kLostAfter = kNanosecondsPerSecond * 6 / 10;
-constexpr double kWorstMatch = 0.1;
-constexpr double kSpeedMemory = 0.7; // of the speed before, in each new speed
+constexpr double kLeastMatch = 0.1;
+constexpr double kPreviousSpeedWeight = 0.7; // weight of the previous speed in each new one
 
 double overlap(const cv::Rect& a, const cv::Rect& b)
 {
@@ -26,7 +26,7 @@ cv::Rect moved(const cv::Rect& box, const cv::Point2d& by)
     return box + cv::Point(static_cast<int>(std::lround(by.x)), static_cast<int>(std::lround(by.y)));
 }
 
-/// 1 for the same box, 0 for nothing in common: the overlap, or how near the middles are for their size.
+/// 1 for the same box, 0 for no relation: the larger of overlap and closeness of the centres relative to their size.
 double likeness(const cv::Rect& expected, const cv::Rect& found)
 {
     const cv::Point2d apart = (cv::Point2d(expected.tl() + expected.br()) - cv::Point2d(found.tl() + found.br())) / 2;
@@ -50,7 +50,7 @@ void Tracker::update(const Foreground& foreground, double minAreaPercent)
                   _tracks.end());
     _objects.clear();
     for (const Track& track : _tracks) {
-        if (track.seen == foreground.time && track.frames >= kFramesToBelieve) {
+        if (track.seen == foreground.time && track.frames >= kFramesToReport) {
             _objects.push_back(track.object);
         }
     }
@@ -71,7 +71,7 @@ void Tracker::findRegions(const Foreground& foreground, double minAreaPercent)
         const int* stats = _stats.ptr<int>(label);
         const cv::Rect box(stats[cv::CC_STAT_LEFT], stats[cv::CC_STAT_TOP], stats[cv::CC_STAT_WIDTH],
                            stats[cv::CC_STAT_HEIGHT]);
-        // A region that fills hardly any of its box is a rim, not a thing.
+        // A region that fills only a small part of its box is an edge, not an object.
         const bool solid = stats[cv::CC_STAT_AREA] > box.area() / 5;
         if (box.area() >= minArea && solid) {
             const auto* center = _centers.ptr<double>(label);
@@ -89,7 +89,7 @@ void Tracker::assign(std::int64_t time)
         const cv::Rect expected = moved(track.object.box, track.speed * seconds);
         for (std::size_t r = 0; r < _regions.size(); ++r) {
             const double match = likeness(expected, _regions[r].box);
-            if (match >= kWorstMatch) {
+            if (match >= kLeastMatch) {
                 pairs.emplace_back(-match, t, r);
             }
         }
@@ -115,7 +115,8 @@ void Tracker::follow(Track& track, const Region& region, std::int64_t time)
     const double seconds = static_cast<double>(time - track.seen) / kNanosecondsPerSecond;
     if (seconds > 0) {
         const cv::Point2d speed = (region.center - track.object.center) / seconds;
-        track.speed = track.frames > 1 ? track.speed * kSpeedMemory + speed * (1 - kSpeedMemory) : speed;
+        track.speed =
+            track.frames > 1 ? track.speed * kPreviousSpeedWeight + speed * (1 - kPreviousSpeedWeight) : speed;
     }
     track.object.box = region.box;
     track.object.center = region.center;

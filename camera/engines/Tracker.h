@@ -7,7 +7,7 @@
 
 namespace camera::engines {
 
-/// One object that was seen often enough to be believed. Boxes are pixels of the analysed picture.
+/// One object that was seen in enough frames to be reported. Boxes are pixels of the analysed picture.
 struct TrackedObject {
     std::uint32_t id = 0;
     cv::Rect box;
@@ -16,17 +16,24 @@ struct TrackedObject {
 
 /**
  * Finds the moving regions of a foreground and follows them from frame to frame, so that an object
- * keeps its number. Thread: the frame thread.
+ * keeps its number.
+ *
+ * How it works: connected foreground pixels form regions. Each known object has a predicted box (its last
+ * box moved by its speed). Pairs of predicted box and region are matched, best overlap first. A region
+ * without an object starts a candidate, which is reported after a number of frames; an object without a
+ * region is kept for a short time, then forgotten.
+ *
+ * Thread: the frame thread.
  */
 class Tracker {
 public:
-    /// @param minAreaPercent boxes with less of the picture are no objects.
+    /// @param minAreaPercent smaller boxes are ignored; percent of the picture.
     void update(const Foreground& foreground, double minAreaPercent);
 
     /// The objects of the last frame, in the order of their numbers.
     const std::vector<TrackedObject>& objects() const { return _objects; }
 
-    /// Forgets all objects; numbers are not used again unless nextId says so.
+    /// Forgets all objects. Numbers are not used again unless nextId gives the next one.
     void forget();
 
     std::uint32_t nextId() const { return _nextId; }
@@ -37,7 +44,7 @@ private:
         TrackedObject object;
         cv::Point2d speed; ///< pixels per second
         std::int64_t seen = 0;
-        unsigned frames = 0; ///< in which it was seen
+        unsigned frames = 0; ///< number of frames in which it was seen
     };
     struct Region {
         cv::Rect box;

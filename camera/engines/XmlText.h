@@ -5,10 +5,10 @@
 
 namespace camera::engines {
 
-/// Text as it may stand in an attribute between double quotes.
+/// Escapes a text for an attribute in double quotes.
 std::string escaped(std::string_view text);
 
-/// Appends " name=\"value\"" with four decimals; the common way of boxes and points.
+/// Appends " name=\"value\"" with four decimals; the format of boxes and points.
 void appendNumber(std::string& out, const char* name, double value);
 
 } // namespace camera::engines

@@ -36,7 +36,7 @@ int shouldStop(void* flag)
     return stop != nullptr && stop->load() ? 1 : 0;
 }
 
-// Said before libav is asked, because its own answer for all of these is less than clear.
+// These cases are refused here because libav's own error texts for them are unclear.
 void checkFile(const std::string& input)
 {
     std::error_code error;
@@ -118,7 +118,7 @@ void Demuxer::open(const std::string& input)
         throwNotOpened(input, status); // the context was freed by the failing call
     }
     _context.reset(opened);
-    // Text with a film's ending is drawn as a terminal by libav: nobody means that here.
+    // libav renders a text file as a picture of a terminal; a user who gives one has made a mistake.
     if (std::string(_context->iformat->name) == "tty") {
         throw std::runtime_error(quoted(input) + " is not a video that can be read: it is text; name a video file.");
     }

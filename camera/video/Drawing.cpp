@@ -31,8 +31,8 @@ std::size_t Drawing::alarms() const
 
 double Drawing::interest(std::size_t travelled) const
 {
-    // Objects that really went somewhere count most, then rules in alarm; boxes that may be nothing count
-    // against a picture, and of pictures that are equal so far the one with larger objects wins.
+    // Objects that have moved a real distance count most, then rules in alarm. Boxes that did not move reduce the
+    // value. Among equal pictures the one with larger objects is better.
     double area = 0;
     for (const kit::BoxRecord& box : boxes) {
         area += (box.lowerRight.x - box.upperLeft.x) * (box.lowerRight.y - box.upperLeft.y);

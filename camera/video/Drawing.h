@@ -18,8 +18,8 @@ struct Drawing {
     std::size_t movingBoxes() const;
     std::size_t alarms() const;
 
-    /// How much there is to see: the frame with the most is the one worth showing.
-    /// @param travelled how many objects went somewhere, see TravelledObjects
+    /// How interesting the picture is; the frame with the highest value is kept as the picture of the run.
+    /// @param travelled how many objects have moved a real distance, see TravelledObjects
     double interest(std::size_t travelled) const;
 };
 

@@ -1,7 +1,6 @@
 #pragma once
 
-// The libav headers, which are C and not clean of the warnings that this tree is built with, and
-// owners for what they hand out.
+// The libav headers (C, with the warnings of this tree switched off), and owning pointers for their objects.
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"

@@ -72,7 +72,7 @@ void Mp4Writer::openEncoder(int width, int height, double framesPerSecond, const
     _encoder->height = height;
     _encoder->pix_fmt = AV_PIX_FMT_YUV420P;
     _encoder->framerate = av_d2q(framesPerSecond, 100000);
-    // MPEG-4 has no room for fine ticks; a thousandth of a second is enough there.
+    // MPEG-4 limits the resolution of times; a thousandth of a second is enough there.
     _encoder->time_base = codec->id == AV_CODEC_ID_MPEG4 ? AVRational{1, 1000} : kTicks;
     _encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     _encoder->thread_count = 2;
@@ -135,7 +135,7 @@ void Mp4Writer::encode(const AVFrame* picture)
         av_packet_rescale_ts(_packet.get(), _encoder->time_base, _container->streams[0]->time_base);
         _packet->stream_index = 0;
         check(av_interleaved_write_frame(_container, _packet.get()));
-        // Writing is buffered: a full disk shows here, not in the call above.
+        // Writes are buffered, so a full disk is noticed here, not in the call above.
         check(_container->pb->error);
     }
 }

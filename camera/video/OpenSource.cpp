@@ -11,7 +11,7 @@ namespace camera::video {
 
 namespace {
 
-/// A source whose times are moved so that they come after another run's. Ends when told to stop.
+/// A source whose times are shifted to be later than those of the previous run. Ends when the stop flag is set.
 class ContinuedSource final : public FrameSource {
 public:
     ContinuedSource(std::unique_ptr<FrameSource> source, const SourceOptions& options)

@@ -6,7 +6,7 @@ namespace camera::video {
 
 namespace {
 
-// Longer gaps are jumps of a broken or restarted clock, not pauses of the camera.
+// A longer gap is taken for a jump of the input's clock, not for a pause.
 constexpr std::int64_t kLongestGap = 10000000000;
 
 } // namespace

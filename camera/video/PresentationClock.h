@@ -5,7 +5,7 @@
 
 namespace camera::video {
 
-/// Turns an input's own times into times since 1970 that only grow. Thread-bound.
+/// Converts an input's own times into times since 1970 that always increase. Thread-bound.
 class PresentationClock {
 public:
     /// @param startNanoseconds time of the first frame; @param frameNanoseconds what one frame takes,
@@ -20,7 +20,7 @@ public:
 
 private:
     std::int64_t _frameNanoseconds;
-    std::int64_t _expected; ///< where the next frame lies if the input says nothing
+    std::int64_t _expected; ///< time of the next frame if the input gives none
     std::int64_t _last = -1;
     std::optional<std::int64_t> _offset; ///< from the input's time to ours
 };

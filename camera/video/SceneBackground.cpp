@@ -71,7 +71,7 @@ void SceneBackground::makeLuma(std::uint64_t seed)
         for (int x = 0; x < _width; ++x) {
             double value = kMeanLuma + 12.0 * y / _height - 6;
             value += 12 * broad.at(x, y) + 7 * middle.at(x, y) + 5 * fine.at(x, y);
-            // Joints of a paving, so that the eye and an engine have edges to hold on to.
+            // Lines like the joints of paving stones: they give people and engines visible edges.
             const bool joint = y % slab < 2 || (x + (y / slab % 2) * slab / 2) % slab < 2;
             const bool leaves = x >= swayLeft() && y < swayBottom();
             if (leaves) {

@@ -16,7 +16,7 @@ std::vector<std::int8_t> gaussianTable(std::uint64_t seed, double deviation, int
     SceneRandom random(seed);
     std::vector<std::int8_t> table(kOffsets + static_cast<std::size_t>(rowBytes));
     for (std::int8_t& value : table) {
-        // Twelve uniform values have variance 1 and sum to something close enough to a bell.
+        // The sum of twelve uniform values has variance 1 and is close enough to a normal distribution.
         double sum = -6;
         for (int i = 0; i < 12; ++i) {
             sum += random.between(0, 1);
@@ -26,7 +26,7 @@ std::vector<std::int8_t> gaussianTable(std::uint64_t seed, double deviation, int
     return table;
 }
 
-// Written over 16-bit lanes without branches, so that the compiler makes vector code of them.
+// 16-bit arithmetic without branches, so that the compiler generates vector code.
 void lightRow(std::uint8_t* row, int count, const std::int8_t* noise, std::uint16_t gain)
 {
     for (int x = 0; x < count; ++x) {

@@ -40,7 +40,7 @@ SceneObject::SceneObject(const SceneParameters& parameters, int id)
 int SceneObject::leftAt(double seconds) const
 {
     const double room = _pictureWidth - _width;
-    // There and back again: an object never leaves the picture, so its true box is never cut.
+    // Objects move to and fro: they never leave the picture, so their true boxes are never cut.
     const double way = std::fmod(_startPixels + _pixelsPerSecond * seconds, 2 * room);
     return static_cast<int>(std::lround(way <= room ? way : 2 * room - way));
 }

@@ -30,8 +30,8 @@ private:
     int _width;
     int _height;
     double _lane;        ///< 0 to 1: where between the topmost and the lowest place
-    double _bobPixels;   ///< how far it leaves its lane
-    double _startPixels; ///< way already gone at second 0
+    double _bobPixels;   ///< amplitude of the vertical movement
+    double _startPixels; ///< position along the lane at second 0
     double _pixelsPerSecond;
     std::uint8_t _colour[3]; ///< Y, U, V
 };

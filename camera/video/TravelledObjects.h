@@ -8,7 +8,7 @@
 
 namespace camera::video {
 
-/// Tells the objects that went somewhere from those that only flicker where they are. Thread-bound.
+/// Finds the objects that have moved a real distance; others only flicker at one place. Thread-bound.
 class TravelledObjects {
 public:
     /// Takes in the next frame's boxes and returns how many of the moving ones are now away from where

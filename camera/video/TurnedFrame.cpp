@@ -16,8 +16,8 @@ std::uint8_t* rowOf(const Frame& frame, int row)
     return frame.data.get() + static_cast<std::ptrdiff_t>(frame.strideBytes) * row;
 }
 
-// Chroma samples are pairs of bytes, which libyuv turns only apart: here as 16-bit units, in blocks
-// that stay in the cache.
+// Chroma samples are pairs of bytes. libyuv turns them only after splitting U and V, so this function turns
+// them as 16-bit units, in blocks that fit into the cache.
 void turnPairs(const Frame& from, const Frame& to, bool clockwise)
 {
     constexpr int kBlock = 32;

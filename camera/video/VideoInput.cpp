@@ -29,7 +29,7 @@ VideoInput::VideoInput(const std::string& input, const VideoInputOptions& option
         throw std::bad_alloc();
     }
     openDecoder();
-    // The size is known for sure only from a decoded picture.
+    // Only a decoded picture tells the size reliably.
     if (!decodeNext()) {
         throw std::runtime_error("no picture of '" + input + "' could be decoded" +
                                  (_firstDamage.empty() ? "" : ": " + _firstDamage) + "; name a whole video file.");
@@ -56,7 +56,7 @@ void VideoInput::openDecoder()
         throw std::bad_alloc();
     }
     _decoder->pkt_timebase = _demuxer.stream().time_base;
-    // One thread: frames come out in step, and the machine's other cores belong to the engines.
+    // One thread: frames come out without delay, and the other cores are left to the engines.
     _decoder->thread_count = 1;
     clearLibavError();
     const int status = avcodec_open2(_decoder.get(), codec, nullptr);
@@ -113,7 +113,7 @@ bool VideoInput::decodeNext()
 
 bool VideoInput::beginAgain()
 {
-    // A round without a single picture would begin again for ever.
+    // An input that gives no picture at all would be restarted for ever.
     if (!_options.loop || _deliveredThisRound == 0 || !_demuxer.rewind()) {
         return false;
     }

@@ -28,7 +28,7 @@ public:
     /// @throws std::runtime_error with one sentence that names the input, what is wrong, and what to do.
     explicit VideoInput(const std::string& input, const VideoInputOptions& options = {});
 
-    /// Damage does not stop it: what can be decoded is delivered, and at the end, once, a
+    /// A damaged input is read on: what can be decoded is delivered. At the end one
     /// std::runtime_error says that the input is damaged and how much of it was read.
     std::optional<Frame> next() override;
 

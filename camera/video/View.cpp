@@ -14,7 +14,7 @@ namespace {
 
 constexpr PictureSize kLargeOutput{1920, 1080};
 constexpr PictureSize kSmallOutput{640, 360};
-constexpr int kSmallestSide = 8; // a lens may magnify more than the source can show
+constexpr int kSmallestSide = 8; // a model may magnify more than the source has pixels for
 
 int evenFloor(double number)
 {
@@ -26,7 +26,7 @@ int evenNearest(double number)
     return static_cast<int>(std::lround(number / 2)) * 2;
 }
 
-// To the left of the middle is -180 degrees, to the right 180.
+// The result lies between -180 (left of the middle) and 180 degrees (right).
 double signedDegrees(unsigned int pan)
 {
     const double degrees = pan / 1000.0;

@@ -26,8 +26,8 @@ struct Rectangle {
     }
 };
 
-/// What a camera over a source of this size delivers unless somebody says otherwise: 1920x1080 from
-/// sources at least twice as wide, else 640x360; never larger than the source.
+/// The default output size for a source of this size: 1920x1080 for sources that are at least twice as
+/// wide, else 640x360; never larger than the source.
 PictureSize defaultSize(PictureSize source);
 
 /**
