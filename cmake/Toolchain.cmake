@@ -35,9 +35,6 @@ if(DETECTION_COVERAGE)
   add_link_options(--coverage)
 endif()
 
-set(DETECTION_PLATFORM_INCLUDE_DIR "${PROJECT_SOURCE_DIR}/platform" CACHE PATH
-    "Folder of korva/ and ravel/: a device vendor names its own declarations here")
-
 # What the loading process, its engines and the plug-in all compile against.
 add_library(seam INTERFACE)
 add_library(detection::seam ALIAS seam)
