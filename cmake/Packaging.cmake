@@ -1,18 +1,8 @@
 # Debian packages: the plug-in for a device, and everything to compile against it. Built by scripts/package.
 include_guard(GLOBAL)
 
-option(DETECTION_PACKAGING "Describe the Debian packages" OFF)
-if(NOT DETECTION_PACKAGING)
-  return()
-endif()
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
-
-set(DETECTION_PACKAGE_DATE "Thu, 01 Jan 1970 00:00:00 +0000" CACHE STRING "Date of the packages' newest change")
-set(DETECTION_PACKAGE_CONTACT "Detection maintainers <maintainers@detection.example>" CACHE STRING
-    "The packages' maintainer")
-
-set(DETECTION_PACKAGE_ARCHITECTURE "" CACHE STRING "The packages' architecture; empty: this machine's")
 
 set(packaging "${PROJECT_SOURCE_DIR}/packaging")
 set(generated "${PROJECT_BINARY_DIR}/packaging")
