@@ -1,4 +1,3 @@
-#include "camera/base/OptionTable.h"
 #include "camera/cli/AnalyticsCalls.h"
 #include "camera/cli/Command.h"
 #include "camera/cli/FramesFile.h"
@@ -11,7 +10,11 @@ namespace camera::cli {
 
 namespace {
 
+using base::Command;
+using base::Offer;
 using Context = CommandContext;
+
+using Count = base::Argument::Count;
 
 constexpr std::chrono::seconds kWritePatience(120);
 
@@ -20,11 +23,11 @@ int printTexts(Context& context, const std::vector<std::string>& texts)
     Json::Value list(Json::arrayValue);
     for (const std::string& text : texts) {
         list.append(text);
-        if (!context.arguments.json) {
+        if (!context.json()) {
             context.console.line(base::printable(text));
         }
     }
-    if (context.arguments.json) {
+    if (context.json()) {
         context.print(list);
     }
     return 0;
@@ -33,7 +36,7 @@ int printTexts(Context& context, const std::vector<std::string>& texts)
 int listComponents(Context& context, bool rules)
 {
     const std::vector<std::string> elements = componentsNow(context.client(), rules);
-    if (!context.arguments.json) {
+    if (!context.json()) {
         return printTexts(context, elements);
     }
     Json::Value list(Json::arrayValue);
@@ -52,59 +55,51 @@ int listComponents(Context& context, bool rules)
 
 std::vector<Command> componentCommands(const std::string& kind, bool rules)
 {
-    const auto store = [rules](bool modify) {
-        return [rules, modify](Context& context) {
-            storeComponents(context.client(), rules, modify, context.arguments.words, context.patience(kWritePatience),
-                            context.console);
+    const auto storing = [rules](bool modify) {
+        return onCamera([rules, modify](Context& context) {
+            storeComponents(context.client(), rules, modify, context.arguments.all("FILE.xml"),
+                            context.patience(kWritePatience), context.console);
             return 0;
-        };
+        });
+    };
+    const auto files = [](Command command) {
+        return command.takes({"FILE.xml", Offer::files}, "a file with one or several of them", Count::oneOrMore);
     };
     return {
-        {kind + " list",
-         "",
-         "list every stored one, an element a line",
-         [rules](Context& context) { return listComponents(context, rules); },
-         true,
-         {},
-         {}},
-        {kind + " types",
-         "",
-         "list the types that there can be",
-         [rules](Context& context) { return printTexts(context, componentTypes(context.client(), rules)); },
-         true,
-         {},
-         {}},
-        {kind + " create", "FILE...", "add those of XML files", store(false), false, {}, {}},
-        {kind + " modify", "FILE...", "replace those of the same names", store(true), false, {}, {}},
-        {kind + " delete",
-         "NAME...",
-         "remove some by name",
-         [rules](Context& context) {
-             deleteComponents(context.client(), rules, context.arguments.words, context.patience(kWritePatience),
-                              context.console);
-             return 0;
-         },
-         false,
-         {},
-         {}},
+        listing(kind + " list", "Lists the stored " + kind + ", an XML element a line.",
+                [rules](Context& context) { return listComponents(context, rules); }),
+        listing(kind + " types", "Lists the types of " + kind + " that the engines support.",
+                [rules](Context& context) { return printTexts(context, componentTypes(context.client(), rules)); }),
+        files(Command(kind + " create", "Creates the " + kind + " of XML files.")).does(storing(false)),
+        files(Command(kind + " modify", "Replaces " + kind + " by those with the same names in XML files."))
+            .does(storing(true)),
+        Command(kind + " delete", "Deletes " + kind + " by name.")
+            .takes(base::nameValue("NAME", rules ? Offer::rules : Offer::modules), "the name of one of the " + kind,
+                   Count::oneOrMore)
+            .does(onCamera([rules](Context& context) {
+                deleteComponents(context.client(), rules, context.arguments.all("NAME"),
+                                 context.patience(kWritePatience), context.console);
+                return 0;
+            })),
     };
 }
 
-Command texts(const std::string& name, const std::string& help, const std::string& method)
+Command texts(const std::string& name, const std::string& summary, const std::string& method)
 {
-    return {name,
-            "",
-            help,
-            [method](Context& context) {
-                return printTexts(context, std::get<0>(context.client().call<std::vector<std::string>>(
-                                               bus::service::kAnalytics, method)));
-            },
-            true,
-            {},
-            {}};
+    return listing(name, summary, [method](Context& context) {
+        return printTexts(
+            context, std::get<0>(context.client().call<std::vector<std::string>>(bus::service::kAnalytics, method)));
+    });
 }
 
-const CommandOption kFramesDir = {"--frames-dir", "DIR", "FILE lies below DIR, not in the state folder's frames"};
+// A command about an engine and a file of frames.
+Command frames(const std::string& name, const std::string& summary)
+{
+    return Command(name, summary)
+        .takes(base::nameValue("ENGINE", Offer::engines), "the name of the engine")
+        .takes(base::nameValue("FILE", Offer::files), "the file, in the folder frames of the state folder")
+        .option("--frames-dir", {"DIR", Offer::folders}, "the file is in this folder instead");
+}
 
 void succeed(std::int32_t result, const std::string& what)
 {
@@ -113,30 +108,33 @@ void succeed(std::int32_t result, const std::string& what)
     }
 }
 
+std::string fileOf(Context& context)
+{
+    return framesFile(context.stateDir(), context.arguments.text("--frames-dir"), context.arguments.text("FILE"));
+}
+
 int record(Context& context)
 {
-    const std::vector<std::string>& words = context.arguments.words;
-    const auto count = static_cast<std::uint32_t>(
-        words.size() > 2 ? base::wholeNumber("camera frames record: N", words[2], 0, 4294967295LL) : 100);
-    const std::string file = framesFile(context.stateDir(), context.arguments.option("--frames-dir"), words[1]);
+    const std::string engine = context.arguments.text("ENGINE");
+    const auto count = static_cast<std::uint32_t>(context.arguments.whole("N", 100));
+    const std::string file = fileOf(context);
     const auto [result] =
-        context.client().call<std::int32_t>(bus::service::kAnalytics, "writeFramesToFile", words[0], file, count);
+        context.client().call<std::int32_t>(bus::service::kAnalytics, "writeFramesToFile", engine, file, count);
     succeed(result, "record frames");
-    context.console.line(count == 0 ? "Engine '" + base::printable(words[0]) + "' records no longer."
-                                    : "Engine '" + base::printable(words[0]) + "' records " + std::to_string(count) +
+    context.console.line(count == 0 ? "Engine '" + base::printable(engine) + "' records no longer."
+                                    : "Engine '" + base::printable(engine) + "' records " + std::to_string(count) +
                                           " frames into '" + base::printable(file) + "'.");
     return 0;
 }
 
 int replay(Context& context)
 {
-    const std::vector<std::string>& words = context.arguments.words;
-    const bool forget = !context.arguments.option("--forget").empty();
-    const std::string file = framesFile(context.stateDir(), context.arguments.option("--frames-dir"), words[1]);
-    const auto [result] =
-        context.client().call<std::int32_t>(bus::service::kAnalytics, "readFramesFromFile", words[0], file, forget);
+    const std::string engine = context.arguments.text("ENGINE");
+    const std::string file = fileOf(context);
+    const auto [result] = context.client().call<std::int32_t>(bus::service::kAnalytics, "readFramesFromFile", engine,
+                                                              file, context.arguments.has("--forget"));
     succeed(result, "replay frames");
-    context.console.line("Engine '" + base::printable(words[0]) + "' sees the frames of '" + base::printable(file) +
+    context.console.line("Engine '" + base::printable(engine) + "' sees the frames of '" + base::printable(file) +
                          "'.");
     return 0;
 }
@@ -149,22 +147,15 @@ std::vector<Command> analyticsCommands()
     for (Command& command : componentCommands("modules", false)) {
         all.push_back(std::move(command));
     }
-    all.push_back(texts("presets-used", "list the presets that have a configuration", "getUsedPtzPresets"));
-    all.push_back(texts("topics", "list the topics of the events that there can be", "getEventTopics"));
-    all.push_back({"frames record",
-                   "ENGINE FILE [N]",
-                   "have an engine keep its next N frames (100)",
-                   record,
-                   false,
-                   {kFramesDir},
-                   {}});
-    all.push_back({"frames replay",
-                   "ENGINE FILE",
-                   "have an engine see kept frames instead of the picture",
-                   replay,
-                   false,
-                   {{"--forget", "", "the engine forgets what it has learned first"}, kFramesDir},
-                   {}});
+    all.push_back(texts("presets-used", "Lists the presets that have a configuration.", "getUsedPtzPresets"));
+    all.push_back(texts("topics", "Lists the topics of the events that the engines can send.", "getEventTopics"));
+    all.push_back(frames("frames record", "Lets an engine record its next frames into a file.")
+                      .takes(base::wholeValue("N", 0, 4294967295LL),
+                             "how many frames; without it 100; 0 ends a recording", Count::optional)
+                      .does(onCamera(record)));
+    all.push_back(frames("frames replay", "Gives an engine recorded frames instead of the picture.")
+                      .flag("--forget", "the engine first forgets what it has learned")
+                      .does(onCamera(replay)));
     return all;
 }
 

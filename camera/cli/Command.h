@@ -1,14 +1,12 @@
 #pragma once
 
-#include "camera/base/Console.h"
+#include "camera/base/CommandLine.h"
 #include "camera/cli/CameraClient.h"
 
 #include <chrono>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,25 +16,13 @@ class Value;
 
 namespace camera::cli {
 
-/// What the arguments of one command said.
-struct CommandArguments {
-    std::vector<std::string> words;             ///< as many as the command takes
-    std::map<std::string, std::string> options; ///< the command's own, those that were given
-    std::string camera;                         ///< the state folder given; empty: the only one that runs
-    std::optional<std::chrono::milliseconds> patience;
-    bool json = false;
-
-    /// An own option's value; empty when it was not given.
-    std::string option(const std::string& name) const;
-};
-
 /// One command at work: what it was given, where it prints, and the camera, connected on first use, so that
 /// arguments are refused before anything is asked.
 class CommandContext {
 public:
-    CommandContext(const CommandArguments& arguments, base::Console& console);
+    CommandContext(const base::Arguments& arguments, base::Console& console);
 
-    const CommandArguments& arguments;
+    const base::Arguments& arguments;
     base::Console& console;
 
     /// @throws CameraError when no camera runs, several do, or it does not answer.
@@ -51,7 +37,11 @@ public:
     /// Whether the camera chosen still runs.
     bool cameraRuns() const;
 
+    /// How long to wait for an answer: as --timeout says, else the usual time.
     std::chrono::milliseconds patience(std::chrono::seconds usual) const;
+
+    /// Whether the output is for programs.
+    bool json() const { return arguments.has("--json"); }
 
     /// Prints a JSON value as one line.
     void print(const Json::Value& value);
@@ -65,59 +55,20 @@ private:
     std::unique_ptr<CameraClient> _client;
 };
 
-struct CommandOption {
-    std::string name;  ///< with its dashes
-    std::string takes; ///< empty: a flag
-    std::string help;
-};
+/// What a row of the table does with a running camera.
+base::Command::Perform onCamera(std::function<int(CommandContext&)> perform);
 
-/**
- * One command of the program: dispatch, checks, help and completion come from this.
- *
- * What it takes is written as it stands in the help: "NAME" is one word, "NAME..." one or more, "[NAME]" may be
- * left out, "on|off" is one of these words.
- */
-struct Command {
-    std::string name; ///< its words, "preset go" for instance
-    std::string takes;
-    std::string help;
-    std::function<int(CommandContext&)> perform; ///< returns the exit code
-    bool listing = false;                        ///< has --json
-    std::vector<CommandOption> options;
+/// A row that prints a list, for people or with --json for programs.
+base::Command listing(const std::string& name, const std::string& summary, std::function<int(CommandContext&)> perform);
 
-    /// A command that reads its arguments itself, without any of the above.
-    std::function<int(const std::vector<std::string>&, base::Console&)> raw;
-};
+/// The program camera: the table of all its commands, in the order of the help.
+const base::Program& cameraProgram();
 
-/// Every command, in the order of the help.
-const std::vector<Command>& commands();
-
-// The commands by subject.
-std::vector<Command> positioningCommands();
-std::vector<Command> serviceCommands();
-std::vector<Command> analyticsCommands();
-std::vector<Command> followCommands();
-std::vector<Command> statusCommands();
-
-/// Reads a command's arguments. Nothing when help was asked for. @throws base::UsageError
-std::optional<CommandArguments> parseCommand(const Command& command, const std::vector<std::string>& words);
-
-std::string commandHelp(const Command& command);
-
-/// The help of the whole program.
-std::string programHelp();
-
-/// A completion script for "bash" or "zsh".
-std::string completionScript(const std::string& shell);
-
-/// Finds the command that the words begin with and performs it. @return the exit code
-/// @throws base::UsageError, std::exception with one sentence.
-int performCommand(const std::vector<std::string>& words, base::Console& console);
-
-/// A number with decimals in a range. @throws base::UsageError naming what, range and text.
-double decimalNumber(const std::string& what, const std::string& text, double lowest, double highest);
-
-/// The text itself. @throws base::UsageError when it cannot be sent: no UTF-8, or a NUL byte.
-const std::string& sendableWord(const std::string& what, const std::string& text);
+// The rows by subject. Each gets --camera and --timeout besides its own options.
+std::vector<base::Command> positioningCommands();
+std::vector<base::Command> serviceCommands();
+std::vector<base::Command> analyticsCommands();
+std::vector<base::Command> followCommands();
+std::vector<base::Command> statusCommands();
 
 } // namespace camera::cli

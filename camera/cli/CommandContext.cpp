@@ -32,13 +32,7 @@ RunningCamera onlyOne()
 
 } // namespace
 
-std::string CommandArguments::option(const std::string& name) const
-{
-    const auto found = options.find(name);
-    return found == options.end() ? "" : found->second;
-}
-
-CommandContext::CommandContext(const CommandArguments& arguments, base::Console& console)
+CommandContext::CommandContext(const base::Arguments& arguments, base::Console& console)
     : arguments(arguments), console(console)
 {
 }
@@ -48,18 +42,19 @@ void CommandContext::choose()
     if (!_address.empty()) {
         return;
     }
-    if (arguments.camera.empty()) {
+    const std::string folder = arguments.text("--camera", arguments.text("--state"));
+    if (folder.empty()) {
         const RunningCamera camera = onlyOne();
         _stateDir = camera.stateDir;
         _address = camera.address;
         return;
     }
-    const std::optional<std::string> address = RuntimeFolder::find(arguments.camera);
+    const std::optional<std::string> address = RuntimeFolder::find(folder);
     if (!address) {
-        throw CameraError("no camera runs on the state folder '" + arguments.camera +
-                          "'; start one with camera run INPUT --state " + arguments.camera);
+        throw CameraError("no camera runs on the state folder '" + folder +
+                          "'; start one with camera run INPUT --state " + folder);
     }
-    _stateDir = std::filesystem::canonical(arguments.camera);
+    _stateDir = std::filesystem::canonical(folder);
     _address = *address;
 }
 
@@ -90,7 +85,7 @@ bool CommandContext::cameraRuns() const
 
 std::chrono::milliseconds CommandContext::patience(std::chrono::seconds usual) const
 {
-    return arguments.patience.value_or(usual);
+    return std::chrono::seconds(arguments.whole("--timeout", usual.count()));
 }
 
 void CommandContext::print(const Json::Value& value)

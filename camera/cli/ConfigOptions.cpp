@@ -1,7 +1,6 @@
 #include "camera/cli/ConfigOptions.h"
 
-#include "camera/base/OptionTable.h"
-#include "camera/pipeline/CameraOptions.h"
+#include "camera/base/CommandLine.h"
 
 #include <map>
 
@@ -10,17 +9,6 @@ namespace camera::cli {
 namespace {
 
 const std::string kCommand = "camera config";
-
-base::OptionTable makeTable(ConfigOptions& options)
-{
-    base::OptionTable table(kCommand);
-    pipeline::addCameraOptions(table, options.camera, options.help);
-    table.text("--camera", "DIR", "ask the camera that runs on this state folder", options.runningCamera);
-    table.value("--timeout", "S", "wait so many seconds for a running camera", [&options](const std::string& text) {
-        options.timeoutSeconds = base::wholeNumber("--timeout", text, 1, 86400);
-    });
-    return table;
-}
 
 [[noreturn]] void refuse(const std::string& what)
 {
@@ -90,16 +78,18 @@ void checkArguments(ConfigOptions& options)
 
 } // namespace
 
-ConfigOptions parseConfig(const std::vector<std::string>& arguments)
+ConfigOptions configOptions(const base::Arguments& arguments)
 {
     ConfigOptions options;
-    std::vector<std::string> rest = makeTable(options).parse(arguments);
-    if (options.help) {
-        return options;
-    }
-    if (rest.empty()) {
-        refuse("what to do is missing: set, get, rules, modules, history, restore or reset");
-    }
+    pipeline::CameraOptions& camera = options.camera;
+    camera.stateDir = arguments.text("--state");
+    camera.plugin = arguments.text("--plugin");
+    camera.engines = arguments.all("--engine");
+    camera.model = arguments.text("--model");
+    camera.preset = arguments.text("--preset");
+    camera.verbosity = static_cast<int>(arguments.count("-v"));
+    camera.ptz = arguments.has("--ptz") || arguments.has("--preset") || arguments.has("--model");
+    std::vector<std::string> rest = arguments.all("ACTION");
     const std::string word = rest.front();
     rest.erase(rest.begin());
     options.action = action(word);
@@ -110,33 +100,38 @@ ConfigOptions parseConfig(const std::vector<std::string>& arguments)
     }
     options.arguments = std::move(rest);
     checkArguments(options);
-    if (!options.camera.stateDir.empty() && !options.runningCamera.empty()) {
+    if (arguments.has("--state") && arguments.has("--camera")) {
         refuse("--state and --camera are given both; one names the camera");
     }
-    pipeline::settle(options.camera);
     return options;
 }
 
-std::string configHelp()
+base::Command configCommand()
 {
-    ConfigOptions options;
-    return "usage: camera config set FILE.xml... --state DIR       store whole configurations\n"
-           "       camera config get --state DIR [--preset NAME]   print what is active, or stored for a preset\n"
-           "       camera config rules --state DIR                 list every stored rule\n"
-           "       camera config rules types --state DIR           list the types that there can be\n"
-           "       camera config rules add FILE.xml... --state DIR\n"
-           "       camera config rules modify FILE.xml... --state DIR\n"
-           "       camera config rules delete NAME... --state DIR\n"
-           "       camera config modules ...                       the same for analytics modules\n"
-           "       camera config history --state DIR               list the stored documents, newest first\n"
-           "       camera config restore N --state DIR             go back to one of them\n"
-           "       camera config reset --state DIR                 forget all rules and modules (also: default)\n\n"
-           "Talks to the analytics service of the camera that keeps its settings in DIR: to the running one, or, "
-           "where\n"
-           "none runs, to one of its own, and says then what will be true after a restart where that differs.\n"
-           "Without --state it is the camera that runs, or the one that --camera DIR names. restore needs one that\n"
-           "does not run.\n\n" +
-           makeTable(options).help();
+    using base::Offer;
+    base::Command command("config", "Reads and changes the configuration of the analytics.");
+    command.takes({"ACTION"}, "what to do, with its files, names or number", base::Argument::Count::oneOrMore)
+        .option("--state", {"DIR", Offer::folders}, "the camera that keeps its settings in this folder, running or not")
+        .flag("--ptz", "a PTZ camera instead of a fixed one")
+        .option("--model", {"NAME|FILE.json", Offer::models}, "the model of a PTZ camera")
+        .option("--preset", base::nameValue("NAME", Offer::presets), "a PTZ camera that stands at this preset")
+        .option("--plugin", {"PATH", Offer::files}, "the plug-in, if not the one beside the program")
+        .repeatedOption("--engine", {"PATH.so", Offer::files},
+                        "load an engine module; none: forget those that the state folder remembers")
+        .flag("-v", "log more; given twice, log everything");
+    command.details = "Actions:\n"
+                      "  set FILE.xml...             store whole configurations\n"
+                      "  get [--preset NAME]         print what is active, or what is stored for a preset\n"
+                      "  rules                       list every stored rule\n"
+                      "  rules types                 list the types that the engines support\n"
+                      "  rules add FILE.xml...\n"
+                      "  rules modify FILE.xml...\n"
+                      "  rules delete NAME...\n"
+                      "  modules ...                 the same for analytics modules\n"
+                      "  history                     list the stored documents, newest first\n"
+                      "  restore N                   make one of them the newest again\n"
+                      "  reset                       remove all rules and modules (also: default)\n";
+    return command;
 }
 
 } // namespace camera::cli

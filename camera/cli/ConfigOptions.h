@@ -25,14 +25,12 @@ struct ConfigOptions {
     ConfigAction action = ConfigAction::get;
     bool rules = true;                  ///< rules, else modules, where the action is about one of them
     std::vector<std::string> arguments; ///< files or names
-    std::string runningCamera;          ///< the state folder of a camera that must run; empty: the only one
-    long long timeoutSeconds = 0;       ///< for an answer of a running camera; 0: the usual
     long long sequence = 0;             ///< of the stored document to restore
-    bool help = false;
 };
 
+base::Command configCommand();
+
 /// @throws base::UsageError
-ConfigOptions parseConfig(const std::vector<std::string>& arguments);
-std::string configHelp();
+ConfigOptions configOptions(const base::Arguments& arguments);
 
 } // namespace camera::cli

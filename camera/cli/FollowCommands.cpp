@@ -32,7 +32,7 @@ int followEvents(Context& context)
 {
     const base::StopSignal stop;
     context.onEvent([&context](const base::Event& event) {
-        if (!context.arguments.json) {
+        if (!context.json()) {
             context.console.line(onvif::describeEvent(event));
             return;
         }
@@ -107,11 +107,12 @@ int followMetadata(Context& context)
 
 } // namespace
 
-std::vector<Command> followCommands()
+std::vector<base::Command> followCommands()
 {
     return {
-        {"events", "", "print events as they happen, until Ctrl-C", followEvents, true, {}, {}},
-        {"metadata", "", "print metadata documents as they are made, until Ctrl-C", followMetadata, false, {}, {}},
+        listing("events", "Prints analytics events when they happen, until Ctrl-C.", followEvents),
+        base::Command("metadata", "Prints the metadata documents of the frames, until Ctrl-C.")
+            .does(onCamera(followMetadata)),
     };
 }
 

@@ -1,4 +1,3 @@
-#include "camera/base/OptionTable.h"
 #include "camera/cli/Command.h"
 
 #include <array>
@@ -11,20 +10,21 @@ namespace camera::cli {
 
 namespace {
 
+using base::Command;
+using base::Offer;
 using Context = CommandContext;
 using PresetRow = sdbus::Struct<std::string, std::uint32_t, std::int32_t, std::uint32_t>;
 using StopRow = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
 using TourRow = sdbus::Struct<std::string, std::vector<StopRow>>;
 
 constexpr const char* kPositioning = bus::service::kPositioning;
+constexpr const char* kStop = "PRESET[:DWELL_S[:SPEED]]";
 constexpr std::uint32_t kFullTurn = 360000;
 constexpr std::uint32_t kOperator = 100; // as the camera's operators have; a lower number is more important
-const CommandOption kPriority = {"--priority", "N", "who moves: 0 the most important, 499 the least; 100 without it"};
 
 std::uint32_t priorityOf(const Context& context)
 {
-    const std::string text = context.arguments.option("--priority");
-    return text.empty() ? kOperator : static_cast<std::uint32_t>(base::wholeNumber("--priority", text, 0, 499));
+    return static_cast<std::uint32_t>(context.arguments.whole("--priority", kOperator));
 }
 
 std::string decimals(double number, int places)
@@ -64,12 +64,12 @@ int listPresets(Context& context)
         preset["tilt"] = row.get<2>() / 1e3;
         preset["zoom"] = row.get<3>() / 1e2;
         list.append(preset);
-        if (!context.arguments.json) {
+        if (!context.json()) {
             context.console.line(base::printable(row.get<0>()) + "  " +
                                  placeText(row.get<1>(), row.get<2>(), row.get<3>()));
         }
     }
-    if (context.arguments.json) {
+    if (context.json()) {
         context.print(list);
     }
     return 0;
@@ -77,9 +77,8 @@ int listPresets(Context& context)
 
 int goToPreset(Context& context)
 {
-    const std::string& name = context.arguments.words[0];
-    const std::uint32_t priority = priorityOf(context);
-    return command(context, "goToPreset", "On its way to preset " + quoted(name) + ".", name, priority);
+    const std::string name = context.arguments.text("NAME");
+    return command(context, "goToPreset", "On its way to preset " + quoted(name) + ".", name, priorityOf(context));
 }
 
 int listTours(Context& context)
@@ -101,11 +100,11 @@ int listTours(Context& context)
                     std::to_string(stop.get<2>()) + " %";
         }
         list.append(tour);
-        if (!context.arguments.json) {
+        if (!context.json()) {
             context.console.line(line);
         }
     }
-    if (context.arguments.json) {
+    if (context.json()) {
         context.print(list);
     }
     return 0;
@@ -123,7 +122,7 @@ StopRow stopOf(const std::string& text)
         throw base::UsageError(what + " names no preset; a stop is PRESET, PRESET:SECONDS or PRESET:SECONDS:PERCENT.");
     }
     if (first != std::string::npos) {
-        dwell = decimalNumber(what, text.substr(first + 1, second - first - 1), 0, 86400);
+        dwell = base::decimalNumber(what, text.substr(first + 1, second - first - 1), 0, 86400);
     }
     if (second != std::string::npos) {
         speed = base::wholeNumber(what, text.substr(second + 1), 1, 100);
@@ -134,115 +133,136 @@ StopRow stopOf(const std::string& text)
 
 int createTour(Context& context)
 {
-    const std::vector<std::string>& words = context.arguments.words;
+    const std::string name = context.arguments.text("NAME");
     std::vector<StopRow> stops;
-    for (std::size_t i = 1; i < words.size(); ++i) {
-        stops.push_back(stopOf(words[i]));
+    for (const std::string& text : context.arguments.all(kStop)) {
+        stops.push_back(stopOf(text));
     }
     return command(context, "createTour",
-                   "Tour " + quoted(words[0]) + " has " + std::to_string(stops.size()) +
+                   "Tour " + quoted(name) + " has " + std::to_string(stops.size()) +
                        (stops.size() == 1 ? " stop." : " stops."),
-                   words[0], stops);
+                   name, stops);
 }
 
 int startTour(Context& context)
 {
-    const std::uint32_t priority = priorityOf(context);
-    const std::string& name = context.arguments.words[0];
-    return command(context, "startTour", "Tour " + quoted(name) + " runs.", name, priority);
+    const std::string name = context.arguments.text("NAME");
+    return command(context, "startTour", "Tour " + quoted(name) + " runs.", name, priorityOf(context));
 }
 
 int moveTo(Context& context)
 {
-    const std::vector<std::string>& words = context.arguments.words;
-    const double pan = decimalNumber("camera move: PAN", words[0], -360, 360);
-    const double tilt = decimalNumber("camera move: TILT", words[1], -90, 90);
-    const double zoom = decimalNumber("camera move: ZOOM", words[2], 1, 1000);
-    const auto turn = (std::llround(pan * 1e3) + kFullTurn) % kFullTurn;
+    const base::Arguments& arguments = context.arguments;
+    const auto turn = (std::llround(arguments.decimal("PAN") * 1e3) + kFullTurn) % kFullTurn;
     const auto panUnits = static_cast<std::uint32_t>(turn);
-    const auto tiltUnits = static_cast<std::int32_t>(std::llround(tilt * 1e3));
-    const auto zoomUnits = static_cast<std::uint32_t>(std::llround(zoom * 1e2));
+    const auto tiltUnits = static_cast<std::int32_t>(std::llround(arguments.decimal("TILT") * 1e3));
+    const auto zoomUnits = static_cast<std::uint32_t>(std::llround(arguments.decimal("ZOOM") * 1e2));
     return command(context, "moveTo", "On its way to " + placeText(panUnits, tiltUnits, zoomUnits) + ".", panUnits,
                    tiltUnits, zoomUnits, priorityOf(context));
 }
 
 int drive(Context& context)
 {
-    const std::vector<std::string>& words = context.arguments.words;
-    std::array<std::int32_t, 3> speeds{};
-    for (std::size_t i = 0; i < speeds.size(); ++i) {
-        speeds.at(i) = static_cast<std::int32_t>(base::wholeNumber("camera drive", words[i], -100, 100));
-    }
-    const std::string given = context.arguments.option("--for");
-    const auto time = given.empty() ? 0U : static_cast<std::uint32_t>(base::wholeNumber("--for", given, 1, 3600000));
-    return command(context, "drive", given.empty() ? "Moving until camera stop." : "Moving for " + given + " ms.",
-                   speeds[0], speeds[1], speeds[2], time, priorityOf(context));
+    const auto speed = [&context](const char* axis) {
+        return static_cast<std::int32_t>(context.arguments.whole(axis));
+    };
+    const auto time = static_cast<std::uint32_t>(context.arguments.whole("--for"));
+    return command(context, "drive",
+                   time == 0 ? "Moving until camera stop." : "Moving for " + std::to_string(time) + " ms.", speed("VX"),
+                   speed("VY"), speed("VZ"), time, priorityOf(context));
 }
 
-// A command about one name and nothing else.
-Command named(const std::string& name, const std::string& help, const std::string& method, const std::string& done)
+int renamePreset(Context& context)
 {
-    return {name,
-            "NAME",
-            help,
-            [method, done, what = name.substr(0, name.find(' '))](Context& context) {
-                const std::string& word = context.arguments.words[0];
-                const std::string kind = what == "preset" ? "Preset " : "Tour ";
-                return command(context, method, kind + quoted(word) + done, word);
-            },
-            false,
-            {},
-            {}};
+    const std::string before = context.arguments.text("OLD");
+    const std::string after = context.arguments.text("NEW");
+    return command(context, "renamePreset", "Preset " + quoted(before) + " is " + quoted(after) + " now.", before,
+                   after);
 }
 
-Command plain(const std::string& name, const std::string& help, const std::string& method, const std::string& done)
+// A function that calls a method without arguments.
+base::Command::Perform calling(const std::string& method, const std::string& done)
 {
-    return {name, "", help, [method, done](Context& context) { return command(context, method, done); }, false, {}, {}};
+    return onCamera([method, done](Context& context) { return command(context, method, done); });
 }
+
+// A function that calls a method with one name.
+base::Command::Perform callingWithName(const std::string& method, const std::string& kind, const std::string& done)
+{
+    return onCamera([method, kind, done](Context& context) {
+        const std::string name = context.arguments.text("NAME");
+        return command(context, method, kind + quoted(name) + done, name);
+    });
+}
+
+Command moving(const std::string& name, const std::string& summary)
+{
+    return Command(name, summary)
+        .option("--priority", base::wholeValue("N", 0, 499),
+                "the priority of this movement: 0 is the highest, 499 the lowest; without it 100");
+}
+
+base::Value stopValue()
+{
+    base::Value value = base::nameValue(kStop, Offer::presets);
+    value.check = [check = value.check](const std::string& what, const std::string& text) {
+        check(what, text);
+        stopOf(text);
+    };
+    return value;
+}
+
+const base::Value kPresetName = base::nameValue("NAME", Offer::presets);
+const base::Value kTourName = base::nameValue("NAME", Offer::tours);
 
 } // namespace
 
 std::vector<Command> positioningCommands()
 {
     return {
-        {"preset list", "", "list the presets", listPresets, true, {}, {}},
-        named("preset save", "keep the place where it looks as a preset", "savePreset",
-              " is where the camera looks now."),
-        {"preset go", "NAME", "move to a preset", goToPreset, false, {kPriority}, {}},
-        {"preset rename",
-         "OLD NEW",
-         "give a preset another name",
-         [](Context& context) {
-             const std::vector<std::string>& words = context.arguments.words;
-             return command(context, "renamePreset", "Preset " + quoted(words[0]) + " is " + quoted(words[1]) + " now.",
-                            words[0], words[1]);
-         },
-         false,
-         {},
-         {}},
-        named("preset remove", "forget a preset", "removePreset", " is removed."),
-        {"tour list", "", "list the tours", listTours, true, {}, {}},
-        {"tour create", "NAME PRESET[:DWELL_S[:SPEED]]...", "make a tour of presets", createTour, false, {}, {}},
-        {"tour start", "NAME", "begin a tour", startTour, false, {kPriority}, {}},
-        plain("tour stop", "end the tour", "stopTour", "The tour has ended."),
-        plain("tour pause", "stay at the next stop", "pauseTour", "The tour pauses."),
-        plain("tour resume", "go on", "resumeTour", "The tour goes on."),
-        named("tour remove", "forget a tour", "removeTour", " is removed."),
-        {"move", "PAN TILT ZOOM", "look there: degrees and magnification", moveTo, false, {kPriority}, {}},
-        {"stop",
-         "",
-         "stop moving",
-         [](Context& context) { return command(context, "stop", "Stopping.", priorityOf(context)); },
-         false,
-         {kPriority},
-         {}},
-        {"drive",
-         "VX VY VZ",
-         "move at speeds of -100 to 100 percent",
-         drive,
-         false,
-         {{"--for", "MS", "stop after so many milliseconds; without it at camera stop"}, kPriority},
-         {}},
+        listing("preset list", "Lists the presets.", listPresets),
+        Command("preset save", "Saves the position of the camera as a preset.")
+            .takes(kPresetName, "the name of the preset")
+            .does(callingWithName("savePreset", "Preset ", " is where the camera looks now.")),
+        moving("preset go", "Moves the camera to a preset.")
+            .takes(kPresetName, "the name of the preset")
+            .does(onCamera(goToPreset)),
+        Command("preset rename", "Gives a preset another name.")
+            .takes(base::nameValue("OLD", Offer::presets), "the name that it has")
+            .takes(base::nameValue("NEW"), "the name that it gets")
+            .does(onCamera(renamePreset)),
+        Command("preset remove", "Removes a preset.")
+            .takes(kPresetName, "the name of the preset")
+            .does(callingWithName("removePreset", "Preset ", " is removed.")),
+        listing("tour list", "Lists the tours.", listTours),
+        Command("tour create", "Creates a tour of presets.")
+            .takes(base::nameValue("NAME"), "the name of the tour")
+            .takes(stopValue(), "a preset, how long the camera stays there, and the speed of the way to it in percent",
+                   base::Argument::Count::oneOrMore)
+            .does(onCamera(createTour)),
+        moving("tour start", "Starts a tour.").takes(kTourName, "the name of the tour").does(onCamera(startTour)),
+        Command("tour stop", "Ends the tour.").does(calling("stopTour", "The tour has ended.")),
+        Command("tour pause", "Keeps the camera at the next stop of the tour.")
+            .does(calling("pauseTour", "The tour pauses.")),
+        Command("tour resume", "Continues the tour after a pause.").does(calling("resumeTour", "The tour goes on.")),
+        Command("tour remove", "Removes a tour.")
+            .takes(kTourName, "the name of the tour")
+            .does(callingWithName("removeTour", "Tour ", " is removed.")),
+        moving("move", "Moves the camera to a position.")
+            .takes(base::decimalValue("PAN", -360, 360), "degrees")
+            .takes(base::decimalValue("TILT", -90, 90), "degrees")
+            .takes(base::decimalValue("ZOOM", 1, 1000), "magnification")
+            .does(onCamera(moveTo)),
+        moving("stop", "Stops the movement.").does(onCamera([](Context& context) {
+            return command(context, "stop", "Stopping.", priorityOf(context));
+        })),
+        moving("drive", "Moves the camera with a speed for each axis.")
+            .takes(base::wholeValue("VX", -100, 100), "pan, percent of the full speed")
+            .takes(base::wholeValue("VY", -100, 100), "tilt, percent of the full speed")
+            .takes(base::wholeValue("VZ", -100, 100), "zoom, percent of the full speed")
+            .option("--for", base::wholeValue("MS", 1, 3600000),
+                    "stop after so many milliseconds; without it the camera moves until camera stop")
+            .does(onCamera(drive)),
     };
 }
 

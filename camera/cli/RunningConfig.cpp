@@ -83,24 +83,15 @@ void perform(const ConfigOptions& options, CommandContext& context)
 
 } // namespace
 
-int performConfig(const ConfigOptions& options, base::Console& console)
+int performConfig(const base::Arguments& arguments, base::Console& console)
 {
+    const ConfigOptions options = configOptions(arguments);
     if (!options.camera.stateDir.empty() && !supervisor::RuntimeFolder::find(options.camera.stateDir)) {
         return configureCamera(options, console);
     }
-    try {
-        CommandArguments arguments;
-        arguments.camera = options.camera.stateDir.empty() ? options.runningCamera : options.camera.stateDir;
-        if (options.timeoutSeconds > 0) {
-            arguments.patience = std::chrono::seconds(options.timeoutSeconds);
-        }
-        CommandContext context(arguments, console);
-        perform(options, context);
-        return 0;
-    } catch (const std::exception& error) {
-        console.error(error.what());
-        return 1;
-    }
+    CommandContext context(arguments, console);
+    perform(options, context);
+    return 0;
 }
 
 } // namespace camera::cli

@@ -11,6 +11,6 @@ namespace camera::cli {
  *
  * @return the exit code; a failure has been printed.
  */
-int performConfig(const ConfigOptions& options, base::Console& console);
+int performConfig(const base::Arguments& arguments, base::Console& console);
 
 } // namespace camera::cli

@@ -1,4 +1,3 @@
-#include "camera/base/OptionTable.h"
 #include "camera/cli/Command.h"
 
 #include <array>
@@ -10,7 +9,10 @@ namespace camera::cli {
 
 namespace {
 
+using base::Command;
 using Context = CommandContext;
+
+constexpr const char* kColour = "COLOUR";
 
 using Colour = std::array<std::uint8_t, 3>;
 
@@ -23,7 +25,7 @@ const std::map<std::string, Colour>& colourNames()
     return names;
 }
 
-Colour colourOf(const std::string& text)
+Colour colourOf(const std::string& what, const std::string& text)
 {
     if (const auto named = colourNames().find(text); named != colourNames().end()) {
         return named->second;
@@ -35,7 +37,7 @@ Colour colourOf(const std::string& text)
         for (const auto& [name, colour] : colourNames()) {
             names += ", " + name;
         }
-        throw base::UsageError("camera blanking takes a colour as #RRGGBB" + names + ", not '" + text + "'.");
+        throw base::UsageError(what + " takes #RRGGBB" + names + ", not '" + text + "'.");
     }
     Colour colour{};
     for (std::size_t i = 0; i < colour.size(); ++i) {
@@ -46,7 +48,7 @@ Colour colourOf(const std::string& text)
 
 int dayNight(Context& context)
 {
-    const bool begin = context.arguments.words[0] == "begin";
+    const bool begin = context.arguments.text("MOVE") == "begin";
     context.client().call<>(bus::service::kDayNight, begin ? "begin" : "end");
     context.console.line(begin ? "The day/night switch moves." : "The day/night switch stands.");
     return 0;
@@ -54,17 +56,12 @@ int dayNight(Context& context)
 
 int blanking(Context& context)
 {
-    const std::vector<std::string>& words = context.arguments.words;
-    std::optional<Colour> colour;
-    if (words.size() > 1) {
-        colour = colourOf(words[1]);
-    }
     // The colour first: nothing is shown in the old one.
-    if (colour) {
-        context.client().call<>(bus::service::kWindowBlanking, "setRegionColor", colour->at(0), colour->at(1),
-                                colour->at(2));
+    if (context.arguments.has(kColour)) {
+        const auto [red, green, blue] = colourOf(kColour, context.arguments.text(kColour));
+        context.client().call<>(bus::service::kWindowBlanking, "setRegionColor", red, green, blue);
     }
-    const bool on = words[0] == "on";
+    const bool on = context.arguments.text("SWITCH") == "on";
     context.client().call<>(bus::service::kWindowBlanking, "setEnable", on);
     context.console.line(on ? "Window blanking is on." : "Window blanking is off.");
     return 0;
@@ -72,7 +69,7 @@ int blanking(Context& context)
 
 int rotate(Context& context)
 {
-    const std::string& angle = context.arguments.words[0];
+    const std::string angle = context.arguments.text("DEGREES");
     context.client().call<>(bus::service::kRotate, "setAngle", static_cast<std::uint32_t>(std::stoul(angle)));
     context.console.line("The picture is turned by " + angle + " degrees.");
     return 0;
@@ -80,19 +77,22 @@ int rotate(Context& context)
 
 int setFault(Context& context)
 {
-    const std::vector<std::string>& words = context.arguments.words;
-    const bool slow = words[1] == "slow";
-    if (slow != (words.size() == 3)) {
-        throw base::UsageError(slow ? "camera fault: SECONDS is missing after slow; see camera fault --help."
-                                    : "camera fault: '" + words[2] + "' is too much; only slow takes seconds.");
+    const std::string service = context.arguments.text("SERVICE");
+    const std::string fault = context.arguments.text("FAULT");
+    const std::string seconds = context.arguments.text("SECONDS");
+    const bool slow = fault == "slow";
+    if (slow && seconds.empty()) {
+        throw base::UsageError("camera fault: SECONDS is missing after slow; see camera fault --help.");
     }
-    const double seconds = slow ? decimalNumber("camera fault: SECONDS", words[2], 0, 3600) : 0;
-    context.client().call<>(bus::service::kServices, "setFault", words[0], words[1], seconds);
-    context.console.line(words[1] == "off" ? "Service '" + words[0] + "' works again."
-                                           : "Service '" + words[0] + "' is " +
-                                                 (slow                   ? "slow by " + words[2] + " s."
-                                                  : words[1] == "absent" ? std::string("absent.")
-                                                                         : "failing."));
+    if (!slow && !seconds.empty()) {
+        throw base::UsageError("camera fault: '" + seconds + "' is too much; only slow takes seconds.");
+    }
+    context.client().call<>(bus::service::kServices, "setFault", service, fault, context.arguments.decimal("SECONDS"));
+    const std::string done = slow                ? "is slow by " + seconds + " s."
+                             : fault == "off"    ? "works again."
+                             : fault == "absent" ? "is absent."
+                                                 : "is failing.";
+    context.console.line("Service '" + service + "' " + done);
     return 0;
 }
 
@@ -103,14 +103,21 @@ int listFaults(Context& context)
     Json::Value all(Json::objectValue);
     for (const auto& [service, fault] : faults) {
         all[service] = fault;
-        if (!context.arguments.json) {
+        if (!context.json()) {
             context.console.line(base::printable(service + "  " + fault));
         }
     }
-    if (context.arguments.json) {
+    if (context.json()) {
         context.print(all);
     }
     return 0;
+}
+
+base::Value colourValue()
+{
+    base::Value value{kColour};
+    value.check = [](const std::string& what, const std::string& text) { colourOf(what, text); };
+    return value;
 }
 
 } // namespace
@@ -118,11 +125,23 @@ int listFaults(Context& context)
 std::vector<Command> serviceCommands()
 {
     return {
-        {"daynight", "begin|end", "move the day/night switch", dayNight, false, {}, {}},
-        {"blanking", "on|off [COLOUR]", "blank the window region", blanking, false, {}, {}},
-        {"rotate", "0|90|180|270", "turn the picture", rotate, false, {}, {}},
-        {"fault", "SERVICE absent|fail|slow|off [SECONDS]", "make a service misbehave", setFault, false, {}, {}},
-        {"faults", "", "list how services misbehave", listFaults, true, {}, {}},
+        Command("daynight", "Begins or ends a movement of the day/night switch.")
+            .takes(base::choiceValue("MOVE", {"begin", "end"}), "the switch begins to move, or has moved")
+            .does(onCamera(dayNight)),
+        Command("blanking", "Turns window blanking on or off.")
+            .takes(base::choiceValue("SWITCH", {"on", "off"}), "whether the window region is blanked")
+            .takes(colourValue(), "the colour of the region, #RRGGBB or its name", base::Argument::Count::optional)
+            .does(onCamera(blanking)),
+        Command("rotate", "Rotates the picture.")
+            .takes(base::choiceValue("DEGREES", {"0", "90", "180", "270"}), "degrees, clockwise")
+            .does(onCamera(rotate)),
+        Command("fault", "Makes a service fail, for tests of its clients.")
+            .takes(base::nameValue("SERVICE", base::Offer::services), "the name of the service")
+            .takes(base::choiceValue("FAULT", {"absent", "fail", "slow", "off"}), "what goes wrong; off: nothing")
+            .takes(base::decimalValue("SECONDS", 0, 3600), "how late a slow service answers",
+                   base::Argument::Count::optional)
+            .does(onCamera(setFault)),
+        listing("faults", "Lists the faults of the services.", listFaults),
     };
 }
 

@@ -195,7 +195,7 @@ int status(Context& context)
     all["services"] = document(context, bus::service::kServices);
     all["metadata"] = counters(context);
     all["faults"] = faults(context);
-    if (context.arguments.json) {
+    if (context.json()) {
         context.print(all);
         return 0;
     }
@@ -216,11 +216,11 @@ int shutDown(Context& context)
 
 } // namespace
 
-std::vector<Command> statusCommands()
+std::vector<base::Command> statusCommands()
 {
     return {
-        {"status", "", "show how the camera is, on one screen", status, true, {}, {}},
-        {"shutdown", "", "end the camera", shutDown, false, {}, {}},
+        listing("status", "Shows the state of the camera on one screen.", status),
+        base::Command("shutdown", "Ends the camera.").does(onCamera(shutDown)),
     };
 }
 

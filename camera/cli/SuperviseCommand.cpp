@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <exception>
 
 namespace camera::cli {
 
@@ -27,75 +26,63 @@ std::string besideProgram(const char* name)
     return (base::programFolder() / name).string();
 }
 
-Words servicesWords(const pipeline::RunOptions& options, const RuntimeFolder& folder, bool first)
+Words servicesWords(const base::Arguments& arguments, const RuntimeFolder& folder, bool first)
 {
     Words words = {besideProgram("camera-services"), "--bus",     folder.address(),      "--state",
                    folder.stateDir().string(),       "--runtime", folder.path().string()};
     // Afterwards the service itself knows the angle, which somebody may have changed.
-    if (first && options.orientationGiven) {
-        words.insert(words.end(), {"--rotation", std::to_string(options.orientation)});
+    if (first && arguments.has("--orientation")) {
+        words.insert(words.end(), {"--rotation", arguments.text("--orientation")});
     }
-    words.insert(words.end(), static_cast<std::size_t>(options.camera.verbosity), "-v");
+    words.insert(words.end(), arguments.count("-v"), "-v");
     return words;
 }
 
-Words pipelineWords(const store::StateFolder& state, const Words& arguments, const RuntimeFolder& folder, bool first)
+Words pipelineWords(const store::StateFolder& state, const base::Arguments& arguments, const RuntimeFolder& folder,
+                    bool first)
 {
     Words words = {besideProgram("camera-pipeline"), "--bus=" + folder.address()};
     if (!state.kept()) {
         words.insert(words.end(), {"--state=" + state.path().string(), "--temporary-state"});
     }
-    const Words rest = first ? arguments : restartArguments(arguments);
+    const Words rest = pipelineArguments(arguments, first);
     words.insert(words.end(), rest.begin(), rest.end());
     return words;
 }
 
 } // namespace
 
-std::vector<std::string> restartArguments(const std::vector<std::string>& arguments)
+std::vector<std::string> pipelineArguments(const base::Arguments& arguments, bool first)
 {
-    Words kept;
-    bool movable = false;
-    for (std::size_t i = 0; i < arguments.size(); ++i) {
-        const std::string& word = arguments[i];
-        if (word == "--") {
-            kept.insert(kept.end(), arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
-            break;
+    Words words;
+    for (const base::Option& option : base::runCommand().options) {
+        if (first || !isForFirstStart(option.name)) {
+            for (const std::string& text : arguments.all(option.name)) {
+                words.push_back(option.name + (option.value ? "=" + text : ""));
+            }
         }
-        const std::size_t equals = word.find('=');
-        const std::string option = word.substr(0, equals);
-        if (!isForFirstStart(option)) {
-            kept.push_back(word);
-            continue;
-        }
-        movable = movable || option != "--config"; // each of the others makes it a PTZ camera
-        i += equals == std::string::npos ? 1 : 0;
     }
-    if (movable && std::find(kept.begin(), kept.end(), "--ptz") == kept.end()) {
-        kept.insert(kept.begin(), "--ptz");
+    // The places or the preset made it a PTZ camera; it stays one without them.
+    if (!first && !arguments.has("--ptz") && base::runOptions(arguments).camera.ptz) {
+        words.push_back("--ptz");
     }
-    return kept;
+    words.insert(words.end(), {"--", arguments.text("INPUT")});
+    return words;
 }
 
-int superviseCamera(const pipeline::RunOptions& options, const std::vector<std::string>& arguments,
-                    base::Console& console)
+int superviseCamera(const base::Arguments& arguments, base::Console& console)
 {
-    try {
-        const store::StateFolder state(options.camera.stateDir);
-        supervisor::Supervisor::Options plan;
-        plan.stateDir = state.path();
-        plan.services = [&](const RuntimeFolder& folder, bool first) { return servicesWords(options, folder, first); };
-        plan.pipeline = [&](const RuntimeFolder& folder, bool first) {
-            return pipelineWords(state, arguments, folder, first);
-        };
-        supervisor::Clock clock;
-        return supervisor::Supervisor(
-                   plan, [&console](const std::string& line) { console.error(line); }, clock)
-            .run();
-    } catch (const std::exception& error) {
-        console.error(error.what());
-        return 1;
-    }
+    const store::StateFolder state(base::runOptions(arguments).camera.stateDir);
+    supervisor::Supervisor::Options plan;
+    plan.stateDir = state.path();
+    plan.services = [&](const RuntimeFolder& folder, bool first) { return servicesWords(arguments, folder, first); };
+    plan.pipeline = [&](const RuntimeFolder& folder, bool first) {
+        return pipelineWords(state, arguments, folder, first);
+    };
+    supervisor::Clock clock;
+    return supervisor::Supervisor(
+               plan, [&console](const std::string& line) { console.error(line); }, clock)
+        .run();
 }
 
 } // namespace camera::cli

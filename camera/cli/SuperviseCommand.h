@@ -1,25 +1,18 @@
 #pragma once
 
-#include "camera/base/Console.h"
-#include "camera/pipeline/RunOptions.h"
+#include "camera/base/RunOptions.h"
 
 #include <string>
 #include <vector>
 
 namespace camera::cli {
 
-/**
- * `camera run`: supervises the camera's processes, which are found beside this program, until they end.
- *
- * @param options    what arguments say: they were parsed before anything is started.
- * @param arguments  passed on to the pipeline as they are.
- * @return the exit code; a failure has been printed.
- */
-int superviseCamera(const pipeline::RunOptions& options, const std::vector<std::string>& arguments,
-                    base::Console& console);
+/// `camera run`: supervises the camera's processes, which are found beside this program, until they end.
+/// @return the exit code. @throws base::UsageError, std::exception with one sentence.
+int superviseCamera(const base::Arguments& arguments, base::Console& console);
 
-/// The arguments for a pipeline that is started again: without what the camera was given for its first
-/// start and has kept, or changed since (configurations, presets, the place where it stands).
-std::vector<std::string> restartArguments(const std::vector<std::string>& arguments);
+/// The arguments for the pipeline. When it is started again they are without what the camera was given for its first
+/// start and has kept, or changed since (configurations, presets, the preset where it stands).
+std::vector<std::string> pipelineArguments(const base::Arguments& arguments, bool first);
 
 } // namespace camera::cli

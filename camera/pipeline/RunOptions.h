@@ -1,71 +1,14 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include "camera/base/RunOptions.h"
 
 namespace camera::pipeline {
 
-/// What every command that builds a camera takes.
-struct CameraOptions {
-    std::string stateDir;
-    std::string plugin;               ///< empty: the one beside the program
-    std::vector<std::string> engines; ///< engine modules; "none": not even those that the state folder remembers
-    bool enginesRemembered = false;   ///< they come from the state folder; one that is gone is left out
-    bool ptz = false;
-    std::string model;  ///< a camera description: a name or a file; empty: the usual one
-    std::string preset; ///< empty: at none
-    int verbosity = 0;  ///< 0 errors, 1 information, 2 everything
-};
-
-/// A preset that a run begins with; degrees and magnification.
-struct PlaceOption {
-    std::string name;
-    double pan = 0;
-    double tilt = 0;
-    double zoom = 1;
-};
-
-struct TourStopOption {
-    std::string preset;
-    double seconds = 5; ///< how long it stays
-};
-
-/// The input of a camera that has no frames: it answers questions only.
-constexpr const char* kNoInput = "none";
-
-struct RunOptions {
-    CameraOptions camera;
-    std::string input;
-    std::vector<std::string> configFiles;
-    std::vector<PlaceOption> places;
-    std::vector<TourStopOption> tour; ///< started with the run; empty: none
-    int width = 0;                    ///< of the picture that the plug-in gets; 0: what suits the input
-    int height = 0;
-    int orientation = 0;
-    long long frames = 0; ///< 0: to the end
-    bool loop = false;    ///< over and over
-    bool oneshot = false; ///< end with the input
-    bool realSpeed = true;
-    std::string metadata;
-    std::string overlay;
-    std::string picture;
-    bool help = false;
-    bool orientationGiven = false;
-};
-
-/// @throws base::UsageError
-RunOptions parseRun(const std::vector<std::string>& arguments);
-std::string runHelp();
-
-/// A run as the pipeline process does it.
-struct PipelineOptions {
-    RunOptions run;
-    std::string bus;             ///< the bus' address
-    bool temporaryState = false; ///< the state folder goes when the camera ends, for the summary
-};
-
-/// @throws base::UsageError
-PipelineOptions parsePipeline(const std::vector<std::string>& arguments);
-std::string pipelineHelp();
+using base::CameraOptions;
+using base::kNoInput;
+using base::PipelineOptions;
+using base::PlaceOption;
+using base::RunOptions;
+using base::TourStopOption;
 
 } // namespace camera::pipeline

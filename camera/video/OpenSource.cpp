@@ -47,8 +47,8 @@ private:
 
 std::unique_ptr<FrameSource> openPlain(const std::string& input, const SourceOptions& options)
 {
-    if (isSceneUrl(input)) {
-        SceneParameters parameters = parseSceneParameters(input);
+    if (base::isSceneUrl(input)) {
+        base::SceneParameters parameters = base::parseSceneParameters(input);
         if (options.loop) {
             parameters.frames = 0;
         }

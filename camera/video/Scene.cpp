@@ -9,7 +9,7 @@
 
 namespace camera::video {
 
-Scene::Scene(const SceneParameters& given)
+Scene::Scene(const base::SceneParameters& given)
     : _parameters(given),
       _background(std::make_unique<SceneBackground>(given)),
       _noise(std::make_unique<SceneNoise>(given.seed, given.noise, given.width))
@@ -20,7 +20,7 @@ Scene::Scene(const SceneParameters& given)
     _startNanoseconds = _parameters.startSeconds != 0 ? _parameters.startSeconds * 1000000000 : wallClockNanoseconds();
 }
 
-Scene::Scene(const std::string& url) : Scene(parseSceneParameters(url))
+Scene::Scene(const std::string& url) : Scene(base::parseSceneParameters(url))
 {
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "camera/base/SceneParameters.h"
 #include "camera/video/FramePool.h"
 #include "camera/video/FrameSource.h"
-#include "camera/video/SceneParameters.h"
 
 #include <cstdint>
 #include <string>
@@ -30,9 +30,9 @@ class SceneObject;
  */
 class Scene final : public FrameSource {
 public:
-    explicit Scene(const SceneParameters& parameters);
+    explicit Scene(const base::SceneParameters& parameters);
 
-    /// @throws std::runtime_error for a refused parameter, see parseSceneParameters().
+    /// @throws std::runtime_error for a refused parameter, see base::parseSceneParameters().
     explicit Scene(const std::string& url);
 
     ~Scene() override;
@@ -50,7 +50,7 @@ private:
     double lightGain() const;
     void paintObjects(Frame& frame);
 
-    SceneParameters _parameters;
+    base::SceneParameters _parameters;
     FramePool _pool;
     std::unique_ptr<SceneBackground> _background;
     std::unique_ptr<SceneNoise> _noise;

@@ -49,7 +49,7 @@ std::uint8_t level(double value)
 
 } // namespace
 
-SceneBackground::SceneBackground(const SceneParameters& parameters)
+SceneBackground::SceneBackground(const base::SceneParameters& parameters)
     : _width(parameters.width),
       _height(parameters.height),
       _swayPixels(parameters.swayPixels),

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "camera/base/SceneParameters.h"
 #include "camera/video/Frame.h"
-#include "camera/video/SceneParameters.h"
 
 #include <cstdint>
 #include <vector>
@@ -11,7 +11,7 @@ namespace camera::video {
 /// The still part of a scene: a textured ground, and a texture in the upper right that can sway.
 class SceneBackground {
 public:
-    explicit SceneBackground(const SceneParameters& parameters);
+    explicit SceneBackground(const base::SceneParameters& parameters);
 
     /// Fills the whole frame with the picture at this time.
     void paint(Frame& frame, double seconds) const;

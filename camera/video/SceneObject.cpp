@@ -14,7 +14,7 @@ constexpr std::uint8_t kHues[][2] = {{100, 168}, {156, 104}, {92, 112}, {128, 12
 
 } // namespace
 
-SceneObject::SceneObject(const SceneParameters& parameters, int id)
+SceneObject::SceneObject(const base::SceneParameters& parameters, int id)
     : _id(id), _shape(parameters.shape), _pictureWidth(parameters.width), _pictureHeight(parameters.height)
 {
     const double area = parameters.areaPercent / 100 * _pictureWidth * _pictureHeight;
@@ -57,11 +57,11 @@ double SceneObject::halfWidthAt(double fraction) const
 {
     const double fromMiddle = 2 * fraction - 1;
     switch (_shape) {
-    case SceneShape::box:
+    case base::SceneShape::box:
         return 1;
-    case SceneShape::ellipse:
+    case base::SceneShape::ellipse:
         return std::sqrt(std::max(1 - fromMiddle * fromMiddle, 0.0));
-    case SceneShape::person:
+    case base::SceneShape::person:
         break;
     }
     if (fraction < 0.2) {

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "camera/base/SceneParameters.h"
 #include "camera/video/Frame.h"
 #include "camera/video/Scene.h"
-#include "camera/video/SceneParameters.h"
 
 namespace camera::video {
 
@@ -10,7 +10,7 @@ namespace camera::video {
 class SceneObject {
 public:
     /// @param id 1 and up; objects share the picture's height in lanes, in the order of their numbers.
-    SceneObject(const SceneParameters& parameters, int id);
+    SceneObject(const base::SceneParameters& parameters, int id);
 
     /// Paints the object as it stands at this time and returns the tight box of what it painted.
     TruthBox paint(Frame& frame, double seconds) const;
@@ -24,7 +24,7 @@ private:
     double halfWidthAt(double fraction) const;
 
     int _id;
-    SceneShape _shape;
+    base::SceneShape _shape;
     int _pictureWidth;
     int _pictureHeight;
     int _width;

@@ -1,4 +1,3 @@
-#include "camera/base/OptionTable.h"
 #include "camera/cli/Command.h"
 #include "unit/camera_cli/FakeCamera.h"
 #include "unit/camera_video/TemporaryFolder.h"
@@ -49,7 +48,7 @@ protected:
     int perform(const Words& words)
     {
         try {
-            return performCommand(words, console);
+            return performProgram(cameraProgram(), words, console);
         } catch (const UsageError& error) {
             console.error(error.what());
             return 2;

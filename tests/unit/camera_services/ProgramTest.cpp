@@ -138,7 +138,7 @@ TEST_F(ProgramTest, wrongArgumentsAreOneSentenceAndTwo)
         {{}, "--bus ADDRESS is missing"},
         {{"--bus", "unix:path=/x"}, "--state DIR is missing"},
         {{"--bus", "unix:path=/x", "--state", "s", "--rotation", "45"}, "--rotation takes 0, 90, 180 or 270, not '45'"},
-        {{"--bus", "unix:path=/x", "--state", "s", "extra"}, "it takes options only, not 'extra'"},
+        {{"--bus", "unix:path=/x", "--state", "s", "extra"}, "'extra' is too much"},
         {{"--bus", "unix:path=/x", "--state", "s", "--nothing"}, "there is no option --nothing"},
         {{"--bus", "unix:path=/x", "--state", "s", "--runtime"}, "--runtime needs DIR"},
         {{"--bus", "unix:path=/x", "--state", ""}, "--state is given an empty value"},

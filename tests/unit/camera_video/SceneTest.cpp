@@ -10,6 +10,8 @@
 namespace camera::video {
 namespace {
 
+using namespace camera::base;
+
 using testing::HasSubstr;
 
 std::vector<std::uint8_t> pixels(const Frame& frame)

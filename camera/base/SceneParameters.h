@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-namespace camera::video {
+namespace camera::base {
 
 /// How a moving object is outlined inside its box.
 enum class SceneShape { person, ellipse, box };
@@ -49,4 +49,4 @@ bool isSceneUrl(const std::string& url);
 /// One line per parameter, for the help screen.
 std::string sceneHelp();
 
-} // namespace camera::video
+} // namespace camera::base

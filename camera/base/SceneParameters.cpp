@@ -1,4 +1,4 @@
-#include "camera/video/SceneParameters.h"
+#include "camera/base/SceneParameters.h"
 
 #include <charconv>
 #include <cmath>
@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-namespace camera::video {
+namespace camera::base {
 
 namespace {
 
@@ -192,4 +192,4 @@ std::string sceneHelp()
     return help;
 }
 
-} // namespace camera::video
+} // namespace camera::base

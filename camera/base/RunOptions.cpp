@@ -1,0 +1,174 @@
+#include "camera/base/RunOptions.h"
+
+#include "camera/base/SceneParameters.h"
+
+#include <tuple>
+#include <utility>
+
+namespace camera::base {
+
+namespace {
+
+std::vector<std::string> split(const std::string& text, char separator)
+{
+    std::vector<std::string> parts;
+    std::size_t begin = 0;
+    while (true) {
+        const std::size_t end = text.find(separator, begin);
+        parts.push_back(text.substr(begin, end - begin));
+        if (end == std::string::npos) {
+            return parts;
+        }
+        begin = end + 1;
+    }
+}
+
+// NAME=PAN,TILT,ZOOM
+PlaceOption placeOf(const std::string& what, const std::string& text)
+{
+    const std::size_t equals = text.rfind('=');
+    const std::vector<std::string> numbers =
+        equals == std::string::npos ? std::vector<std::string>() : split(text.substr(equals + 1), ',');
+    if (equals == 0 || numbers.size() != 3) {
+        throw UsageError(what + " takes NAME=PAN,TILT,ZOOM (degrees and magnification), not '" + text + "'.");
+    }
+    return {text.substr(0, equals), decimalNumber(what, numbers[0], -360, 360),
+            decimalNumber(what, numbers[1], -90, 90), decimalNumber(what, numbers[2], 1, 100)};
+}
+
+// NAME[:SECONDS],...
+std::vector<TourStopOption> tourOf(const std::string& what, const std::string& text)
+{
+    std::vector<TourStopOption> stops;
+    for (const std::string& part : split(text, ',')) {
+        const std::size_t colon = part.rfind(':');
+        TourStopOption stop{part.substr(0, colon)};
+        if (stop.preset.empty()) {
+            throw UsageError(what + " takes NAME[:SECONDS],..., not '" + text + "'.");
+        }
+        if (colon != std::string::npos) {
+            stop.seconds = decimalNumber(what, part.substr(colon + 1), 0, 86400);
+        }
+        stops.push_back(std::move(stop));
+    }
+    return stops;
+}
+
+std::pair<int, int> sizeOf(const std::string& what, const std::string& text)
+{
+    const std::vector<std::string> parts = split(text, 'x');
+    if (parts.size() != 2) {
+        throw UsageError(what + " takes WIDTHxHEIGHT, 1280x720 for instance, not '" + text + "'.");
+    }
+    const auto width = static_cast<int>(wholeNumber(what, parts[0], 16, 8192));
+    const auto height = static_cast<int>(wholeNumber(what, parts[1], 16, 8192));
+    if (width % 2 != 0 || height % 2 != 0) {
+        throw UsageError(what + " takes even numbers, not '" + text + "'.");
+    }
+    return {width, height};
+}
+
+// A value that a function above reads.
+template <class Read>
+Value readBy(const Read& read, const std::string& name)
+{
+    Value value{name};
+    value.check = [read](const std::string& what, const std::string& text) { read(what, text); };
+    return value;
+}
+
+Command videoCommand(const std::string& name, const std::string& summary)
+{
+    Command command(name, summary);
+    command.takes({"INPUT", Offer::files},
+                  "a video file, a URL (rtsp://...), a video device (/dev/video0), or a generated scene "
+                  "(scene:name=value,...)");
+    command.repeatedOption("--config", {"FILE.xml", Offer::files}, "store this configuration at the start");
+    command.option("--orientation", choiceValue("DEGREES", {"0", "90", "180", "270"}),
+                   "how the camera is mounted, in degrees");
+    command.option("--frames", wholeValue("N", 1, 1000000000000), "end after N frames");
+    command.option("--speed", choiceValue("SPEED", {"real", "max"}),
+                   "as fast as the video, or as fast as possible; without it real");
+    command.flag("--loop", "begin again at the end of the input; at real speed this is the default");
+    command.flag("--oneshot", "end with the input; at full speed this is the default");
+    command.option("--size", readBy(sizeOf, "WxH"),
+                   "the size of the picture for the plug-in; without it chosen by the input");
+    command.repeatedOption("--place", readBy(placeOf, "NAME=PAN,TILT,ZOOM"),
+                           "a preset of a PTZ camera, in degrees and magnification");
+    command.option("--tour", readBy(tourOf, "NAME[:SECONDS],..."), "start a tour of these presets");
+    command.option("--metadata", {"FILE", Offer::files}, "write the metadata documents");
+    command.option("--overlay", {"FILE.mp4", Offer::files}, "write the video with what the engines see");
+    command.option("--picture", {"FILE.png", Offer::files}, "write the frame with the most to see");
+    command.option("--state", {"DIR", Offer::folders}, "keep settings in this folder over restarts");
+    command.flag("--ptz", "a PTZ camera instead of a fixed one");
+    command.option("--model", {"NAME|FILE.json", Offer::models}, "the model of a PTZ camera");
+    command.option("--preset", nameValue("NAME"), "a PTZ camera that stands at this preset at the start");
+    command.option("--plugin", {"PATH", Offer::files}, "the plug-in, if not the one beside the program");
+    command.repeatedOption("--engine", {"PATH.so", Offer::files},
+                           "load an engine module; none: forget those that the state folder remembers");
+    command.flag("-v", "log more; given twice, log everything");
+    command.details = "A generated scene has:\n" + sceneHelp();
+    return command;
+}
+
+} // namespace
+
+Command runCommand()
+{
+    return videoCommand("run", "Runs a camera whose picture is INPUT until Ctrl-C.");
+}
+
+Command pipelineCommand()
+{
+    Command command =
+        videoCommand("", "Runs the plug-in of a virtual camera on a video; camera run starts this process.");
+    command.requiredOption("--bus", {"ADDRESS"}, "the camera's bus; camera run starts one and gives its address");
+    command.flag("--temporary-state", "the state folder is removed when the camera ends");
+    return command;
+}
+
+RunOptions runOptions(const Arguments& arguments)
+{
+    if (arguments.has("--loop") && arguments.has("--oneshot")) {
+        throw UsageError("camera run: --loop and --oneshot exclude each other; keep one of them.");
+    }
+    RunOptions options;
+    CameraOptions& camera = options.camera;
+    camera.stateDir = arguments.text("--state");
+    camera.plugin = arguments.text("--plugin");
+    camera.engines = arguments.all("--engine");
+    camera.model = arguments.text("--model");
+    camera.preset = arguments.text("--preset");
+    camera.verbosity = static_cast<int>(arguments.count("-v"));
+    // Only a camera that can move has a model, stands at a preset, or has places and tours.
+    for (const char* name : {"--ptz", "--model", "--preset", "--place", "--tour"}) {
+        camera.ptz = camera.ptz || arguments.has(name);
+    }
+    options.input = arguments.text("INPUT");
+    options.configFiles = arguments.all("--config");
+    for (const std::string& place : arguments.all("--place")) {
+        options.places.push_back(placeOf("--place", place));
+    }
+    if (arguments.has("--tour")) {
+        options.tour = tourOf("--tour", arguments.text("--tour"));
+    }
+    if (arguments.has("--size")) {
+        std::tie(options.width, options.height) = sizeOf("--size", arguments.text("--size"));
+    }
+    options.orientation = static_cast<int>(arguments.whole("--orientation"));
+    options.frames = arguments.whole("--frames");
+    options.realSpeed = arguments.text("--speed") != "max";
+    options.oneshot = arguments.has("--oneshot");
+    options.loop = arguments.has("--loop") || (options.realSpeed && !options.oneshot);
+    options.metadata = arguments.text("--metadata");
+    options.overlay = arguments.text("--overlay");
+    options.picture = arguments.text("--picture");
+    return options;
+}
+
+PipelineOptions pipelineOptions(const Arguments& arguments)
+{
+    return {runOptions(arguments), arguments.text("--bus"), arguments.has("--temporary-state")};
+}
+
+} // namespace camera::base

@@ -1,0 +1,216 @@
+// What the arguments of a run say.
+#include "camera/base/RunOptions.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace camera::base {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+using Words = std::vector<std::string>;
+
+RunOptions parseRun(const Words& words)
+{
+    return runOptions(*parseArguments({"camera", "", "", {}}, runCommand(), words));
+}
+
+std::string refused(const Words& words)
+{
+    try {
+        parseRun(words);
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(RunOptionsTest, hasDefaultsForEverythingButTheInput)
+{
+    const RunOptions options = parseRun({"film.mp4"});
+    EXPECT_EQ("film.mp4", options.input);
+    EXPECT_EQ(0, options.orientation);
+    EXPECT_EQ(0, options.frames);
+    EXPECT_TRUE(options.realSpeed);
+    EXPECT_TRUE(options.loop);
+    EXPECT_FALSE(options.camera.ptz);
+    EXPECT_EQ("", options.camera.stateDir);
+    EXPECT_EQ(0, options.camera.verbosity);
+}
+
+TEST(RunOptionsTest, readsEveryOptionInBothForms)
+{
+    const RunOptions options = parseRun({"--config",  "a.xml",    "film.mp4",    "--config=b.xml", "--orientation",
+                                         "270",       "--ptz",    "--preset",    "Door",           "--state=dir",
+                                         "--frames",  "12",       "--speed=max", "--metadata",     "m.xml",
+                                         "--overlay", "o.mp4",    "--picture",   "p.png",          "--plugin",
+                                         "x.so",      "--engine", "e1.so",       "--engine",       "e2.so",
+                                         "--loop",    "-v",       "-v"});
+    EXPECT_EQ("film.mp4", options.input);
+    EXPECT_THAT(options.configFiles, ElementsAre("a.xml", "b.xml"));
+    EXPECT_EQ(270, options.orientation);
+    EXPECT_TRUE(options.camera.ptz);
+    EXPECT_EQ("Door", options.camera.preset);
+    EXPECT_EQ("dir", options.camera.stateDir);
+    EXPECT_EQ(12, options.frames);
+    EXPECT_FALSE(options.realSpeed);
+    EXPECT_EQ("m.xml", options.metadata);
+    EXPECT_EQ("o.mp4", options.overlay);
+    EXPECT_EQ("p.png", options.picture);
+    EXPECT_EQ("x.so", options.camera.plugin);
+    EXPECT_THAT(options.camera.engines, ElementsAre("e1.so", "e2.so"));
+    EXPECT_TRUE(options.loop);
+    EXPECT_EQ(2, options.camera.verbosity);
+}
+
+TEST(RunOptionsTest, takesAPresetForACameraThatCanMove)
+{
+    EXPECT_TRUE(parseRun({"a", "--preset", "Door"}).camera.ptz);
+}
+
+TEST(RunOptionsTest, takesWhatFollowsTwoDashesForTheInput)
+{
+    EXPECT_EQ("-strange.mp4", parseRun({"--", "-strange.mp4"}).input);
+    EXPECT_EQ("-", parseRun({"-"}).input);
+}
+
+TEST(RunOptionsTest, refusesWhatItCannotUseInOneSentence)
+{
+    EXPECT_EQ("camera run: INPUT is missing; see camera run --help.", refused({}));
+    EXPECT_EQ("camera run: 'b' is too much; see camera run --help.", refused({"a", "b"}));
+    EXPECT_EQ("camera run: --loop and --oneshot exclude each other; keep one of them.",
+              refused({"a", "--loop", "--oneshot"}));
+    EXPECT_EQ("camera run: there is no option --colour; see camera run --help.", refused({"a", "--colour"}));
+    EXPECT_EQ("camera run: there is no option -x; see camera run --help.", refused({"a", "-x"}));
+    EXPECT_EQ("--orientation takes 0, 90, 180 or 270, not '45'.", refused({"a", "--orientation", "45"}));
+    EXPECT_EQ("--orientation takes 0, 90, 180 or 270, not '90.0'.", refused({"a", "--orientation=90.0"}));
+    EXPECT_EQ("--speed takes real or max, not 'fast'.", refused({"a", "--speed", "fast"}));
+    EXPECT_EQ("camera run: --config needs FILE.xml after it.", refused({"a", "--config"}));
+    EXPECT_EQ("camera run: --config needs FILE.xml after it.", refused({"a", "--config", "--ptz"}));
+    EXPECT_EQ("camera run: --ptz takes no value.", refused({"a", "--ptz=yes"}));
+    EXPECT_EQ("camera run: --state is given twice; once is enough.", refused({"a", "--state", "x", "--state", "y"}));
+    EXPECT_THAT(refused({"a", "--state="}), HasSubstr("--state is given an empty value"));
+}
+
+TEST(RunOptionsTest, refusesNumbersOfFramesThatAreNone)
+{
+    for (const std::string text : {"0", "1.5", "ten", "", "1e3", "99999999999999999999", " 1", "1 "}) {
+        EXPECT_EQ("--frames takes a whole number from 1 to 1000000000000, not '" + text + "'.",
+                  refused({"a", "--frames=" + text}));
+    }
+    EXPECT_THAT(refused({"a", "--frames", "-1"}), HasSubstr("not '-1'"));
+}
+
+TEST(RunOptionsTest, readsPlaces)
+{
+    const RunOptions options =
+        parseRun({"clip.mp4", "--place", "Gate=-12.5,3,1", "--place=A=B C=360,-90,100", "--place", "Yard=-360,90,1.5"});
+    ASSERT_EQ(options.places.size(), 3u);
+    EXPECT_EQ(options.places[0].name, "Gate");
+    EXPECT_EQ(options.places[0].pan, -12.5);
+    EXPECT_EQ(options.places[0].tilt, 3);
+    EXPECT_EQ(options.places[0].zoom, 1);
+    EXPECT_EQ(options.places[1].name, "A=B C") << "what stands before the last sign is the name";
+    EXPECT_EQ(options.places[2].zoom, 1.5);
+    EXPECT_TRUE(options.camera.ptz) << "only a camera that can move has places";
+}
+
+TEST(RunOptionsTest, refusesWhatIsNoPlace)
+{
+    for (const std::string text : {"", "Gate", "Gate=", "=1,2,3", "Gate=1,2", "Gate=1,2,3,4"}) {
+        EXPECT_EQ(refused({"a", "--place=" + text}),
+                  "--place takes NAME=PAN,TILT,ZOOM (degrees and magnification), not '" + text + "'.");
+    }
+    EXPECT_EQ(refused({"a", "--place=G=361,0,1"}), "--place takes a number from -360 to 360, not '361'.");
+    EXPECT_EQ(refused({"a", "--place=G=0,-90.1,1"}), "--place takes a number from -90 to 90, not '-90.1'.");
+    EXPECT_EQ(refused({"a", "--place=G=0,0,0.5"}), "--place takes a number from 1 to 100, not '0.5'.");
+    EXPECT_EQ(refused({"a", "--place=G=nan,0,1"}), "--place takes a number from -360 to 360, not 'nan'.");
+    EXPECT_EQ(refused({"a", "--place=G=inf,0,1"}), "--place takes a number from -360 to 360, not 'inf'.");
+    EXPECT_EQ(refused({"a", "--place=G=,0,1"}), "--place takes a number from -360 to 360, not ''.");
+    EXPECT_EQ(refused({"a", "--place=G=1x,0,1"}), "--place takes a number from -360 to 360, not '1x'.");
+}
+
+TEST(RunOptionsTest, readsATour)
+{
+    const RunOptions options = parseRun({"clip.mp4", "--tour", "Gate:0.5,Yard,A:B:86400"});
+    ASSERT_EQ(options.tour.size(), 3u);
+    EXPECT_EQ(options.tour[0].preset, "Gate");
+    EXPECT_EQ(options.tour[0].seconds, 0.5);
+    EXPECT_EQ(options.tour[1].preset, "Yard");
+    EXPECT_EQ(options.tour[1].seconds, 5);
+    EXPECT_EQ(options.tour[2].preset, "A:B");
+    EXPECT_EQ(options.tour[2].seconds, 86400);
+    EXPECT_TRUE(options.camera.ptz);
+}
+
+TEST(RunOptionsTest, refusesWhatIsNoTour)
+{
+    for (const std::string text : {"", ",", "Gate,", ":3", "Gate,:3"}) {
+        EXPECT_EQ(refused({"a", "--tour=" + text}), "--tour takes NAME[:SECONDS],..., not '" + text + "'.");
+    }
+    EXPECT_EQ(refused({"a", "--tour=Gate:"}), "--tour takes a number from 0 to 86400, not ''.");
+    EXPECT_EQ(refused({"a", "--tour=Gate:-1"}), "--tour takes a number from 0 to 86400, not '-1'.");
+    EXPECT_EQ(refused({"a", "--tour=Gate:soon"}), "--tour takes a number from 0 to 86400, not 'soon'.");
+    EXPECT_EQ(refused({"a", "--tour=Gate:86401"}), "--tour takes a number from 0 to 86400, not '86401'.");
+}
+
+TEST(RunOptionsTest, readsASize)
+{
+    EXPECT_EQ(parseRun({"clip.mp4"}).width, 0);
+    const RunOptions options = parseRun({"clip.mp4", "--size", "1280x720"});
+    EXPECT_EQ(options.width, 1280);
+    EXPECT_EQ(options.height, 720);
+    EXPECT_FALSE(options.camera.ptz);
+}
+
+TEST(RunOptionsTest, refusesWhatIsNoSize)
+{
+    for (const std::string text : {"", "1280", "1280x720x2", "1280X720"}) {
+        EXPECT_EQ(refused({"a", "--size=" + text}),
+                  "--size takes WIDTHxHEIGHT, 1280x720 for instance, not '" + text + "'.");
+    }
+    EXPECT_EQ(refused({"a", "--size=x720"}), "--size takes a whole number from 16 to 8192, not ''.");
+    EXPECT_EQ(refused({"a", "--size=1280x8194"}), "--size takes a whole number from 16 to 8192, not '8194'.");
+    EXPECT_EQ(refused({"a", "--size=-16x16"}), "--size takes a whole number from 16 to 8192, not '-16'.");
+    EXPECT_EQ(refused({"a", "--size=14x16"}), "--size takes a whole number from 16 to 8192, not '14'.");
+    EXPECT_EQ(refused({"a", "--size=17x16"}), "--size takes even numbers, not '17x16'.");
+    EXPECT_EQ(refused({"a", "--size=16x17"}), "--size takes even numbers, not '16x17'.");
+}
+
+TEST(RunOptionsTest, aRunAtRealSpeedBeginsAgainUnlessOnePassIsAskedFor)
+{
+    EXPECT_TRUE(parseRun({"clip.mp4"}).loop);
+    EXPECT_FALSE(parseRun({"clip.mp4", "--oneshot"}).loop);
+    EXPECT_FALSE(parseRun({"clip.mp4", "--speed=max"}).loop);
+    EXPECT_TRUE(parseRun({"clip.mp4", "--speed=max", "--loop"}).loop);
+    EXPECT_FALSE(parseRun({"clip.mp4", "--speed=max", "--oneshot"}).loop);
+}
+
+TEST(RunOptionsTest, aModelMakesAPtzCamera)
+{
+    const RunOptions options = parseRun({"clip.mp4", "--model", "ptz-dome"});
+    EXPECT_EQ(options.camera.model, "ptz-dome");
+    EXPECT_TRUE(options.camera.ptz);
+}
+
+TEST(RunOptionsTest, thePipelineProcessTakesABusAndARunDoesNot)
+{
+    const auto parsePipeline = [](const Words& words) {
+        return pipelineOptions(*parseArguments({"camera-pipeline", "", "", {}}, pipelineCommand(), words));
+    };
+    const PipelineOptions options =
+        parsePipeline({"clip.mp4", "--bus", "unix:path=/run/bus", "--temporary-state", "--place", "G=1,2,3"});
+    EXPECT_EQ(options.bus, "unix:path=/run/bus");
+    EXPECT_TRUE(options.temporaryState);
+    EXPECT_EQ(options.run.input, "clip.mp4");
+    EXPECT_EQ(options.run.places.size(), 1u);
+    EXPECT_FALSE(parsePipeline({"clip.mp4", "--bus=unix:path=/run/bus"}).temporaryState);
+    EXPECT_THAT(refused({"a", "--bus", "unix:path=/run/bus"}), HasSubstr("there is no option --bus"));
+    EXPECT_THROW(parsePipeline({"clip.mp4"}), UsageError);
+    EXPECT_THROW(parsePipeline({"clip.mp4", "--bus"}), UsageError);
+}
+
+} // namespace
+} // namespace camera::base
