@@ -84,12 +84,11 @@ TEST_F(StartedAloneTest, thePipelineServesWithoutServicesAndFindsThemWhenItStart
     EXPECT_EQ(0, process.exitCode()) << read(path("pipeline"));
 }
 
-TEST_F(StartedAloneTest, aPipelineNeedsNoBus)
+TEST_F(StartedAloneTest, thePipelineSaysWhatItNeeds)
 {
-    Words words = {PIPELINE_PROGRAM, "scene:size=64x64,frames=5", "--speed", "max"};
-    const Finished done = run(words);
-    EXPECT_EQ(0, done.exitCode) << done.err;
-    EXPECT_THAT(done.out, HasSubstr("  frames    5 in "));
+    const Finished done = run({PIPELINE_PROGRAM, "scene:size=64x64,frames=5"});
+    EXPECT_EQ(2, done.exitCode);
+    EXPECT_THAT(done.err, HasSubstr("--bus ADDRESS is missing"));
 }
 
 TEST_F(StartedAloneTest, theServicesSayWhatTheyNeed)
