@@ -13,6 +13,7 @@ namespace korva::meridan {
 namespace {
 
 using camera::framework::PositioningAdapter;
+using camera::ptz::PositioningUnit;
 
 // Null on a fixed camera too: every call below then does nothing.
 std::shared_ptr<PositioningAdapter> adapter()
@@ -21,11 +22,12 @@ std::shared_ptr<PositioningAdapter> adapter()
     return current && current->unit().isAvailable() ? current : nullptr;
 }
 
-// Points into the adapter, which lives as long as the pointer.
-std::shared_ptr<camera::ptz::PositioningUnit> unit()
+// What ask() says of the unit; false without one.
+template <class Ask>
+bool withUnit(const Ask& ask)
 {
     const auto current = adapter();
-    return current ? std::shared_ptr<camera::ptz::PositioningUnit>(current, &current->unit()) : nullptr;
+    return current && ask(current->unit());
 }
 
 // The user of these commands: the plug-in moves the camera for its engines only.
@@ -56,107 +58,92 @@ PositioningManager& PositioningManager::instance()
 
 bool PositioningManager::isAvailable() const
 {
-    return unit() != nullptr;
+    return adapter() != nullptr;
 }
 
 bool PositioningManager::getCurrentPosition(unsigned int& pan, int& tilt, unsigned int& zoom,
                                             unsigned int& angleOfView) const
 {
-    const auto current = unit();
-    if (!current) {
-        return false;
-    }
-    const auto position = current->position();
-    pan = position.pan;
-    tilt = position.tilt;
-    zoom = position.zoom;
-    angleOfView = current->optics().angleOfView(position.zoom);
-    return true;
+    return withUnit([&](const PositioningUnit& unit) {
+        const auto position = unit.position();
+        pan = position.pan;
+        tilt = position.tilt;
+        zoom = position.zoom;
+        angleOfView = unit.optics().angleOfView(position.zoom);
+        return true;
+    });
 }
 
 bool PositioningManager::getAngleOfViewLimits(unsigned int& first, unsigned int& second) const
 {
-    const auto current = unit();
-    if (!current) {
-        return false;
-    }
-    first = current->optics().angleOfView(current->optics().largestZoom);
-    second = current->optics().angleOfView(100);
-    return true;
+    return withUnit([&](const PositioningUnit& unit) {
+        first = unit.optics().angleOfView(unit.optics().largestZoom);
+        second = unit.optics().angleOfView(100);
+        return true;
+    });
 }
 
 bool PositioningManager::getFocalLengthLimits(unsigned int& first, unsigned int& second) const
 {
-    const auto current = unit();
-    if (!current) {
-        return false;
-    }
-    first = current->optics().shortestFocalLength;
-    second = current->optics().longestFocalLength();
-    return true;
+    return withUnit([&](const PositioningUnit& unit) {
+        first = unit.optics().shortestFocalLength;
+        second = unit.optics().longestFocalLength();
+        return true;
+    });
 }
 
 bool PositioningManager::getSensorDimensions(unsigned int& first, unsigned int& second) const
 {
-    const auto current = unit();
-    if (!current) {
-        return false;
-    }
-    first = current->optics().sensorWidth;
-    second = current->optics().sensorHeight;
-    return true;
+    return withUnit([&](const PositioningUnit& unit) {
+        first = unit.optics().sensorWidth;
+        second = unit.optics().sensorHeight;
+        return true;
+    });
 }
 
 bool PositioningManager::startLinearContinuousMovement(bool movePan, int panSpeed, bool moveTilt, int tiltSpeed,
                                                        bool moveZoom, int zoomSpeed)
 {
-    const auto current = unit();
-    if (!current) {
-        return false;
-    }
     camera::ptz::Drive drive;
     drive.pan = movePan ? std::make_optional(panSpeed) : std::nullopt;
     drive.tilt = moveTilt ? std::make_optional(tiltSpeed) : std::nullopt;
     drive.zoom = moveZoom ? std::make_optional(zoomSpeed) : std::nullopt;
-    return current->drive(drive, engines()).ok();
+    return withUnit([&](PositioningUnit& unit) { return unit.drive(drive, engines()).ok(); });
 }
 
 bool PositioningManager::stopLinearContinuousMovement(bool stopPan, bool stopTilt, bool stopZoom)
 {
-    const auto current = unit();
-    return current && current->stop({stopPan, stopTilt, stopZoom}, engines());
+    return withUnit([&](PositioningUnit& unit) { return unit.stop({stopPan, stopTilt, stopZoom}, engines()).ok(); });
 }
 
 bool PositioningManager::setZoomPosition(unsigned int zoom)
 {
-    const auto current = unit();
-    return current && current->setZoom(zoom, engines());
+    return withUnit([&](PositioningUnit& unit) { return unit.setZoom(zoom, engines()).ok(); });
 }
 
 bool PositioningManager::goToPreset(std::string presetName, bool /*flag*/)
 {
-    const auto current = unit();
-    return current && current->goToPreset(presetName, engines());
+    return withUnit([&](PositioningUnit& unit) { return unit.goToPreset(presetName, engines()).ok(); });
 }
 
 bool PositioningManager::getPresetLocation(std::string presetName, unsigned int& pan, int& tilt,
                                            unsigned int& zoom) const
 {
-    const auto current = unit();
-    const auto preset = current ? current->preset(presetName) : std::nullopt;
-    if (!preset) {
-        return false;
-    }
-    pan = preset->position.pan;
-    tilt = preset->position.tilt;
-    zoom = preset->position.zoom;
-    return true;
+    return withUnit([&](const PositioningUnit& unit) {
+        const auto preset = unit.preset(presetName);
+        if (preset) {
+            pan = preset->position.pan;
+            tilt = preset->position.tilt;
+            zoom = preset->position.zoom;
+        }
+        return preset.has_value();
+    });
 }
 
 std::string PositioningManager::getActivePreset(bool /*flag*/) const
 {
-    const auto current = unit();
-    return current ? current->activePreset() : std::string();
+    const auto current = adapter();
+    return current ? current->unit().activePreset() : std::string();
 }
 
 bool PositioningManager::registerMotionStateCallback(MotionStateCallback callback, void* context)

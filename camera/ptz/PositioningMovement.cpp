@@ -3,7 +3,6 @@
 // goes to, and the start of the motion if the camera stood. When the camera stands again it reports state 2 of the
 // preset, if it has arrived at one, and the end of the motion. A command during a move reports neither state 0 nor a
 // second start: the camera has left already, and state 0 tells the plug-in that rules may be activated.
-#include "camera/ptz/PositioningNames.h"
 #include "camera/ptz/PositioningUnit.h"
 
 namespace camera::ptz {
@@ -20,114 +19,85 @@ bool speedsAllowed(const Drive& drive)
     return allowed(drive.pan) && allowed(drive.tilt) && allowed(drive.zoom);
 }
 
-CommandResult driveRefusal(const Drive& drive)
-{
-    if (!drive.pan && !drive.tilt && !drive.zoom) {
-        return {CommandStatus::badRequest, "a drive needs at least one of pan, tilt and zoom"};
-    }
-    if (!speedsAllowed(drive)) {
-        return {CommandStatus::badRequest, "a speed is -100 to 100 percent"};
-    }
-    if (drive.duration && *drive.duration <= std::chrono::milliseconds(0)) {
-        return {CommandStatus::badRequest, "a drive lasts at least one millisecond"};
-    }
-    return {};
-}
-
 } // namespace
 
-CommandResult PositioningUnit::fixedRefusal() const
+void PositioningUnit::requireMovable() const
 {
-    return _movable
-               ? CommandResult()
-               : CommandResult{CommandStatus::fixedCamera, "this camera is fixed: it cannot move and has no presets"};
+    require(_movable, CommandStatus::fixedCamera, "this camera is fixed: it cannot move and has no presets");
 }
 
-// Why this commander may not move the camera, or done.
-CommandResult PositioningUnit::refusal(const Commander& commander) const
+void PositioningUnit::requireMayMove(const Commander& commander) const
 {
-    if (_movable && held() && _holder.priority < commander.priority) {
-        return {CommandStatus::held, _holder.user + " holds the camera with priority " +
-                                         std::to_string(_holder.priority) + ", which is more important than " +
-                                         std::to_string(commander.priority)};
-    }
-    return fixedRefusal();
+    requireMovable();
+    const bool refused = held() && _holder.priority < commander.priority;
+    require(!refused, CommandStatus::held,
+            _holder.user + " holds the camera with priority " + std::to_string(_holder.priority) +
+                ", which is more important than " + std::to_string(commander.priority));
 }
 
 CommandResult PositioningUnit::goToPreset(const std::string& name, const Commander& commander)
 {
-    const Transaction transaction(*this);
-    if (auto refused = refusal(commander); !refused) {
-        return refused;
-    }
-    const Preset* found = findPreset(name);
-    if (found == nullptr) {
-        return unknownPreset(name);
-    }
-    if (!_motion.canReach(found->position)) {
-        return {CommandStatus::outOfLimits, "preset '" + name + "' is beyond what this camera can reach"};
-    }
-    endTour();
-    goTo(*found, commander, 1.0);
-    return {};
+    return transact([&] {
+        requireMayMove(commander);
+        const Preset& preset = knownPreset(name);
+        require(_motion.canReach(preset.position), CommandStatus::outOfLimits,
+                "preset '" + name + "' is beyond what this camera can reach");
+        endTour();
+        goTo(preset, commander, 1.0);
+    });
 }
 
 CommandResult PositioningUnit::moveTo(const Position& position, const Commander& commander)
 {
-    const Transaction transaction(*this);
-    if (auto refused = refusal(commander); !refused) {
-        return refused;
-    }
-    if (!_motion.canReach(position)) {
-        return {CommandStatus::outOfLimits,
+    return transact([&] {
+        requireMayMove(commander);
+        require(_motion.canReach(position), CommandStatus::outOfLimits,
                 "pan " + std::to_string(position.pan) + ", tilt " + std::to_string(position.tilt) + ", zoom " +
-                    std::to_string(position.zoom) + " is beyond what this camera can reach"};
-    }
-    endTour();
-    startMove(commander, std::string(), [&] { _motion.goTo(position, 1.0); });
-    return {};
+                    std::to_string(position.zoom) + " is beyond what this camera can reach");
+        endTour();
+        startMove(commander, std::string(), [&] { _motion.goTo(position, 1.0); });
+    });
 }
 
 CommandResult PositioningUnit::setZoom(unsigned int zoom, const Commander& commander)
 {
-    const Transaction transaction(*this);
-    if (auto refused = refusal(commander); !refused) {
-        return refused;
-    }
-    if (!_motion.canZoomTo(zoom)) {
-        return {CommandStatus::outOfLimits, "zoom " + std::to_string(zoom) + " is beyond what this lens can do"};
-    }
-    endTour();
-    startMove(commander, std::string(), [&] { _motion.zoomTo(zoom); });
-    return {};
+    return transact([&] {
+        requireMayMove(commander);
+        require(_motion.canZoomTo(zoom), CommandStatus::outOfLimits,
+                "zoom " + std::to_string(zoom) + " is beyond what this lens can do");
+        endTour();
+        startMove(commander, std::string(), [&] { _motion.zoomTo(zoom); });
+    });
 }
 
 CommandResult PositioningUnit::drive(const Drive& drive, const Commander& commander)
 {
-    {
-        const Transaction transaction(*this);
-        if (auto refused = refusal(commander); !refused) {
-            return refused;
-        }
-        if (auto refused = driveRefusal(drive); !refused) {
-            return refused;
-        }
+    return transact([&] {
+        requireMayMove(commander);
+        require(drive.pan || drive.tilt || drive.zoom, CommandStatus::badRequest,
+                "a drive needs at least one of pan, tilt and zoom");
+        require(speedsAllowed(drive), CommandStatus::badRequest, "a speed is -100 to 100 percent");
+        require(!drive.duration || drive.duration->count() > 0, CommandStatus::badRequest,
+                "a drive lasts at least one millisecond");
         if (drive.pan.value_or(0) != 0 || drive.tilt.value_or(0) != 0 || drive.zoom.value_or(0) != 0) {
             endTour();
             startMove(commander, std::string(), [&] { _motion.drive(drive); });
-            return {};
+        } else { // some clients stop a camera with speeds of zero
+            stopAxes({drive.pan.has_value(), drive.tilt.has_value(), drive.zoom.has_value()}, commander);
         }
-    }
-    // Some clients stop a camera with speeds of zero.
-    return stop({drive.pan.has_value(), drive.tilt.has_value(), drive.zoom.has_value()}, commander);
+    });
 }
 
 CommandResult PositioningUnit::stop(const Axes& axes, const Commander& commander)
 {
-    const Transaction transaction(*this);
-    if (auto refused = refusal(commander); !refused) {
-        return refused;
-    }
+    return transact([&] {
+        requireMayMove(commander);
+        stopAxes(axes, commander);
+    });
+}
+
+void PositioningUnit::stopAxes(const Axes& axes, const Commander& commander)
+{
     if (!_motion.moving()) {
         if (_tour) {
             endTour();
@@ -140,7 +110,6 @@ CommandResult PositioningUnit::stop(const Axes& axes, const Commander& commander
         }
         _motion.stop(axes);
     }
-    return {};
 }
 
 void PositioningUnit::goTo(const Preset& preset, const Commander& commander, double speedPart)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "camera/ptz/CommandResult.h"
 #include "camera/ptz/Position.h"
 
 #include <algorithm>
@@ -20,8 +19,6 @@ std::string nameProblem(const std::string& name);
 
 /// What is wrong with a tour's stops, whether or not their presets exist.
 std::string tourProblem(const Tour& tour);
-
-CommandResult unknownPreset(const std::string& name);
 
 /// The preset or tour of that name in a list; null when there is none.
 template <class List>

@@ -3,7 +3,6 @@
 // arrive; then it goes on to the next stop whose preset exists and can be reached, and after the last to the first.
 // A pause stops the count of the dwell. A command of a user who may move the camera ends the tour at once; when it
 // is stopped on its way, its end is reported after the camera stands.
-#include "camera/ptz/PositioningNames.h"
 #include "camera/ptz/PositioningUnit.h"
 
 #include <algorithm>
@@ -11,133 +10,97 @@
 
 namespace camera::ptz {
 
-namespace {
-
-CommandResult unknownTour(const std::string& name)
+const Tour& PositioningUnit::knownTour(const std::string& name) const
 {
-    return {CommandStatus::unknownTour, "there is no tour '" + name + "'"};
+    const Tour* found = findNamed(_tours, name);
+    require(found != nullptr, CommandStatus::unknownTour, "there is no tour '" + name + "'");
+    return *found;
 }
 
-CommandResult tourRuns(const std::string& name)
+void PositioningUnit::requireStandingTour(const std::string& name) const
 {
-    return {CommandStatus::badRequest, "tour '" + name + "' is running: stop it first"};
+    require(!_tour || _tour->tour.name != name, CommandStatus::badRequest,
+            "tour '" + name + "' is running: stop it first");
 }
 
-} // namespace
+// A tour runs, and this commander may command it.
+void PositioningUnit::requireRunningTour(const Commander& commander) const
+{
+    requireMayMove(commander);
+    require(_tour && !_tour->ending, CommandStatus::notRunning, "no tour is running");
+}
 
 CommandResult PositioningUnit::createTour(const Tour& tour)
 {
-    const Transaction transaction(*this);
-    if (auto refused = nameRefusal(tour.name); !refused) {
-        return refused;
-    }
-    if (const std::string problem = tourProblem(tour); !problem.empty()) {
-        return {CommandStatus::badRequest, problem};
-    }
-    for (const TourStop& stop : tour.stops) {
-        if (findPreset(stop.preset) == nullptr) {
-            return unknownPreset(stop.preset);
+    return transact([&] {
+        requireName(tour.name);
+        const std::string problem = tourProblem(tour);
+        require(problem.empty(), CommandStatus::badRequest, problem);
+        for (const TourStop& stop : tour.stops) {
+            knownPreset(stop.preset);
         }
-    }
-    if (_tour && _tour->tour.name == tour.name) {
-        return tourRuns(tour.name);
-    }
-    if (Tour* found = findNamed(_tours, tour.name)) {
-        *found = tour;
-    } else if (_tours.size() >= kMostTours) {
-        return {CommandStatus::tooMany, "a camera keeps at most " + std::to_string(kMostTours) + " tours"};
-    } else {
-        _tours.push_back(tour);
-    }
-    _listsChanged = true;
-    return {};
+        requireStandingTour(tour.name);
+        if (Tour* found = findNamed(_tours, tour.name)) {
+            *found = tour;
+        } else {
+            require(_tours.size() < kMostTours, CommandStatus::tooMany,
+                    "a camera keeps at most " + std::to_string(kMostTours) + " tours");
+            _tours.push_back(tour);
+        }
+        _listsChanged = true;
+    });
 }
 
 CommandResult PositioningUnit::removeTour(const std::string& name)
 {
-    const Transaction transaction(*this);
-    const Tour* found = findNamed(_tours, name);
-    if (found == nullptr) {
-        return unknownTour(name);
-    }
-    if (_tour && _tour->tour.name == name) {
-        return tourRuns(name);
-    }
-    _tours.erase(_tours.begin() + (found - _tours.data()));
-    _listsChanged = true;
-    return {};
+    return transact([&] {
+        const Tour& found = knownTour(name);
+        requireStandingTour(name);
+        _tours.erase(_tours.begin() + (&found - _tours.data()));
+        _listsChanged = true;
+    });
 }
 
 CommandResult PositioningUnit::startTour(const std::string& name, const Commander& commander)
 {
-    const Transaction transaction(*this);
-    if (auto refused = refusal(commander); !refused) {
-        return refused;
-    }
-    const Tour* found = findNamed(_tours, name);
-    if (found == nullptr) {
-        return unknownTour(name);
-    }
-    if (std::none_of(found->stops.begin(), found->stops.end(),
-                     [this](const TourStop& stop) { return findPreset(stop.preset) != nullptr; })) {
-        return {CommandStatus::unknownPreset, "none of the presets of tour '" + name + "' exists any more"};
-    }
-    endTour();
-    _tour.emplace();
-    _tour->tour = *found;
-    report(TourStateChange{TourState::running, name, 0});
-    goToStop(0);
-    return {};
+    return transact([&] {
+        requireMayMove(commander);
+        const Tour& tour = knownTour(name);
+        require(std::any_of(tour.stops.begin(), tour.stops.end(),
+                            [this](const TourStop& stop) { return findPreset(stop.preset) != nullptr; }),
+                CommandStatus::unknownPreset, "none of the presets of tour '" + name + "' exists any more");
+        endTour();
+        RunningTour running;
+        running.tour = tour;
+        _tour = std::move(running);
+        report(TourStateChange{TourState::running, name, 0});
+        goToStop(0);
+    });
 }
 
 CommandResult PositioningUnit::stopTour(const Commander& commander)
 {
-    const Transaction transaction(*this);
-    if (auto refused = tourRefusal(commander); !refused) {
-        return refused;
-    }
-    if (_motion.moving()) {
-        _holder = commander;
-        _tour->ending = true;
-        _motion.stop(Axes());
-    } else {
-        endTour();
-        hold(commander);
-    }
-    return {};
+    return transact([&] {
+        requireRunningTour(commander);
+        stopAxes(Axes(), commander);
+    });
 }
 
 CommandResult PositioningUnit::pauseTour(const Commander& commander)
 {
-    const Transaction transaction(*this);
-    if (auto refused = tourRefusal(commander); !refused) {
-        return refused;
-    }
-    _tour->paused = true;
-    return {};
+    return transact([&] {
+        requireRunningTour(commander);
+        _tour->paused = true;
+    });
 }
 
 CommandResult PositioningUnit::resumeTour(const Commander& commander)
 {
-    const Transaction transaction(*this);
-    if (auto refused = tourRefusal(commander); !refused) {
-        return refused;
-    }
-    if (!_tour->paused) {
-        return {CommandStatus::notRunning, "tour '" + _tour->tour.name + "' is not paused"};
-    }
-    _tour->paused = false;
-    return {};
-}
-
-// Why this commander may not command the tour that runs, or done.
-CommandResult PositioningUnit::tourRefusal(const Commander& commander) const
-{
-    auto refused = refusal(commander);
-    if (refused.ok() && (!_tour || _tour->ending)) {
-        return {CommandStatus::notRunning, "no tour is running"};
-    }
-    return refused;
+    return transact([&] {
+        requireRunningTour(commander);
+        require(_tour->paused, CommandStatus::notRunning, "tour '" + _tour->tour.name + "' is not paused");
+        _tour->paused = false;
+    });
 }
 
 void PositioningUnit::endTour()

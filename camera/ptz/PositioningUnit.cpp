@@ -1,9 +1,9 @@
-// How a camera is commanded and what it reports. Every command is one transaction: it checks first and returns a
-// refusal, then it changes the state and collects events in the order in which the plug-in needs them, and at its
-// end these events are posted as one task. advance() is a transaction too: it cuts the time into steps of 5 ms. A
-// step moves the axes while a move runs (Motion.cpp); otherwise it counts down the hold and the dwell of a tour.
-// PositioningMovement.cpp, PositioningPresets.cpp and PositioningTours.cpp have the commands; this file has the rest:
-// what can be asked, how time passes, and what is stored.
+// How a camera is commanded and what it reports. Every command is one transaction: first come the requirements, of
+// which one that fails is the command's refusal, then it changes the state and collects events in the order in which
+// the plug-in needs them, and at its end these events are posted as one task. advance() is a transaction too: it cuts
+// the time into steps of 5 ms. A step moves the axes while a move runs (Motion.cpp); otherwise it counts down the hold
+// and the dwell of a tour. PositioningMovement.cpp, PositioningPresets.cpp and PositioningTours.cpp have the commands;
+// this file has the rest: what can be asked, how time passes, and what is stored.
 #include "camera/ptz/PositioningUnit.h"
 
 #include "camera/ptz/PositioningDocument.h"
@@ -12,6 +12,15 @@
 #include <utility>
 
 namespace camera::ptz {
+
+namespace {
+
+// Ends a transaction before it has changed anything.
+struct Refused {
+    CommandResult result;
+};
+
+} // namespace
 
 PositioningUnit::PositioningUnit(Options options, Post post)
     : _movable(options.movable && options.description.movable),
@@ -22,20 +31,35 @@ PositioningUnit::PositioningUnit(Options options, Post post)
 {
 }
 
-PositioningUnit::Transaction::~Transaction()
+CommandResult PositioningUnit::transact(const std::function<void()>& change)
 {
-    const auto events = std::exchange(_unit._events, {});
-    const bool listsChanged = std::exchange(_unit._listsChanged, false);
-    const bool standingChanged = std::exchange(_unit._standingChanged, false);
-    if (!events.empty() && !_unit._quiet) {
-        _unit._post([subscribers = _unit._subscribers, events] { subscribers.tell(events); });
+    CommandResult result;
+    std::unique_lock<std::mutex> lock(_mutex);
+    try {
+        change();
+    } catch (const Refused& refused) {
+        result = refused.result;
     }
-    _lock.unlock();
-    if (_unit._hook && listsChanged) {
-        _unit._hook(Change::lists);
+    const auto events = std::exchange(_events, {});
+    const bool listsChanged = std::exchange(_listsChanged, false);
+    const bool standingChanged = std::exchange(_standingChanged, false);
+    if (!events.empty() && !_quiet) {
+        _post([subscribers = _subscribers, events] { subscribers.tell(events); });
     }
-    if (_unit._hook && standingChanged) {
-        _unit._hook(Change::standing);
+    lock.unlock();
+    if (_hook && listsChanged) {
+        _hook(Change::lists);
+    }
+    if (_hook && standingChanged) {
+        _hook(Change::standing);
+    }
+    return result;
+}
+
+void PositioningUnit::require(bool condition, CommandStatus status, const std::string& sentence)
+{
+    if (!condition) {
+        throw Refused{{status, sentence}};
     }
 }
 
@@ -51,29 +75,11 @@ bool PositioningUnit::moving() const
     return _motion.moving();
 }
 
-std::string PositioningUnit::activePreset() const
-{
-    const std::lock_guard<std::mutex> lock(_mutex);
-    return _activePreset;
-}
-
-std::vector<Preset> PositioningUnit::presets() const
-{
-    const std::lock_guard<std::mutex> lock(_mutex);
-    return _presets;
-}
-
 std::optional<Preset> PositioningUnit::preset(const std::string& name) const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
     const Preset* found = findPreset(name);
     return found == nullptr ? std::nullopt : std::make_optional(*found);
-}
-
-std::vector<Tour> PositioningUnit::tours() const
-{
-    const std::lock_guard<std::mutex> lock(_mutex);
-    return _tours;
 }
 
 std::optional<TourProgress> PositioningUnit::tourProgress() const
@@ -102,11 +108,12 @@ void PositioningUnit::advance(std::chrono::nanoseconds elapsed)
     if (!_movable) {
         return;
     }
-    const Transaction transaction(*this);
-    _remainder += std::clamp<std::chrono::nanoseconds>(elapsed, std::chrono::nanoseconds(0), std::chrono::hours(1));
-    for (; _remainder >= kStep; _remainder -= kStep) {
-        step();
-    }
+    transact([&] {
+        _remainder += std::clamp<std::chrono::nanoseconds>(elapsed, std::chrono::nanoseconds(0), std::chrono::hours(1));
+        for (; _remainder >= kStep; _remainder -= kStep) {
+            step();
+        }
+    });
 }
 
 void PositioningUnit::step()
@@ -124,22 +131,23 @@ void PositioningUnit::step()
 
 bool PositioningUnit::placeAt(const std::string& preset)
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    const Preset* found = findPreset(preset);
-    if (!_movable || found == nullptr || !_motion.canReach(found->position)) {
-        return false;
-    }
-    _motion.placeAt(found->position);
-    _activePreset = preset;
-    return true;
+    return transact([&] {
+               requireMovable();
+               const Position& position = knownPreset(preset).position;
+               require(_motion.canReach(position), CommandStatus::outOfLimits, "it cannot be reached");
+               _motion.placeAt(position);
+               _activePreset = preset;
+           })
+        .ok();
 }
 
 void PositioningUnit::announceStanding()
 {
-    const Transaction transaction(*this);
-    if (!_activePreset.empty()) {
-        reportPresetState(PresetState::reached, _activePreset);
-    }
+    transact([this] {
+        if (!_activePreset.empty()) {
+            reportPresetState(PresetState::reached, _activePreset);
+        }
+    });
 }
 
 std::string PositioningUnit::serialize() const
@@ -158,24 +166,22 @@ CommandResult PositioningUnit::restore(const std::string& document)
     if (const std::string problem = readPositioning(document, state); !problem.empty()) {
         return {CommandStatus::badDocument, problem};
     }
-    const std::lock_guard<std::mutex> lock(_mutex);
-    if (!_movable) {
-        return fixedRefusal();
-    }
-    // The description may have changed since the document was written: what cannot be reached any more is brought to
-    // the nearest end.
-    const bool reachable = _motion.canReach(state.position);
-    _motion.placeAt(state.position);
-    _activePreset = reachable ? state.activePreset : std::string();
-    std::swap(_presets, state.presets);
-    for (Preset& own : state.presets) {
-        if (findPreset(own.name) == nullptr) {
-            _presets.push_back(std::move(own));
+    return transact([&] {
+        requireMovable();
+        // The description may have changed since the document was written: what cannot be reached any more is brought
+        // to the nearest end.
+        const bool reachable = _motion.canReach(state.position);
+        _motion.placeAt(state.position);
+        _activePreset = reachable ? state.activePreset : std::string();
+        std::swap(_presets, state.presets);
+        for (Preset& own : state.presets) {
+            if (findPreset(own.name) == nullptr) {
+                _presets.push_back(std::move(own));
+            }
         }
-    }
-    _tours = std::move(state.tours);
-    _tour.reset();
-    return {};
+        _tours = std::move(state.tours);
+        _tour.reset();
+    });
 }
 
 } // namespace camera::ptz

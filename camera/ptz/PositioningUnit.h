@@ -6,6 +6,7 @@
 #include "camera/ptz/Motion.h"
 #include "camera/ptz/Position.h"
 #include "camera/ptz/PositioningEvent.h"
+#include "camera/ptz/PositioningNames.h"
 
 #include <atomic>
 #include <chrono>
@@ -65,10 +66,10 @@ public:
     bool moving() const;
 
     /// The preset that the camera stands at; empty while it moves and elsewhere.
-    std::string activePreset() const;
-    std::vector<Preset> presets() const;
+    std::string activePreset() const { return copyOf(_activePreset); }
+    std::vector<Preset> presets() const { return copyOf(_presets); }
     std::optional<Preset> preset(const std::string& name) const;
-    std::vector<Tour> tours() const;
+    std::vector<Tour> tours() const { return copyOf(_tours); }
     std::optional<TourProgress> tourProgress() const;
 
     /// Who holds the camera: moves it, or did so a short time ago.
@@ -126,19 +127,11 @@ public:
     void quiesce() { _quiet = true; }
 
 private:
-    /// One command, or one advance(): holds the lock. At its end it posts the events as one task, with the lock
-    /// held so that tasks are queued in the order of the changes, and without the lock tells what has changed.
-    class Transaction {
-    public:
-        explicit Transaction(PositioningUnit& unit) : _unit(unit), _lock(unit._mutex) {}
-        ~Transaction();
-        Transaction(const Transaction&) = delete;
-        Transaction& operator=(const Transaction&) = delete;
-
-    private:
-        PositioningUnit& _unit;
-        std::unique_lock<std::mutex> _lock;
-    };
+    /// One command, or one advance(): change runs with the lock held. The events that it reports are posted as one
+    /// task, with the lock held so that tasks are queued in the order of the changes; what has changed is told
+    /// without the lock. A require that fails ends change and is the result.
+    CommandResult transact(const std::function<void()>& change);
+    static void require(bool condition, CommandStatus status, const std::string& sentence);
 
     struct RunningTour {
         Tour tour;
@@ -149,19 +142,30 @@ private:
         std::chrono::milliseconds dwellLeft{0};
     };
 
-    // All of these need the lock; what is not const needs a transaction.
+    template <class T>
+    T copyOf(const T& member) const
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        return member;
+    }
+
+    // All of these need the lock; what requires or reports needs a transaction.
     void report(PositioningEvent event) { _events.push_back(std::move(event)); }
     void reportPresetState(PresetState state, const std::string& preset);
     bool held() const { return _motion.moving() || _tour || _holdLeft.count() > 0; }
-    const Preset* findPreset(const std::string& name) const;
-    CommandResult fixedRefusal() const;
-    CommandResult refusal(const Commander& commander) const;
-    CommandResult nameRefusal(const std::string& name) const;
-    CommandResult tourRefusal(const Commander& commander) const;
-    CommandResult storePreset(const Preset& preset);
+    const Preset* findPreset(const std::string& name) const { return findNamed(_presets, name); }
+    const Preset& knownPreset(const std::string& name) const;
+    const Tour& knownTour(const std::string& name) const;
+    void requireMovable() const;
+    void requireMayMove(const Commander& commander) const;
+    void requireName(const std::string& name) const;
+    void requireStandingTour(const std::string& name) const;
+    void requireRunningTour(const Commander& commander) const;
+    void storePreset(const Preset& preset);
     template <class Start>
     void startMove(const Commander& commander, const std::string& preset, const Start& start);
     void goTo(const Preset& preset, const Commander& commander, double speedPart);
+    void stopAxes(const Axes& axes, const Commander& commander);
     void hold(const Commander& commander);
     void endTour();
     void goToStop(std::size_t first);

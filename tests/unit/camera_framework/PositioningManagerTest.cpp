@@ -1,24 +1,15 @@
 // The framework's positioning calls over a positioning unit, and the callbacks that are registered there.
 #include "camera/base/Current.h"
 #include "camera/framework/PositioningAdapter.h"
-#include "camera/ptz/PositioningUnit.h"
+#include "unit/camera_ptz/PositioningFixture.h"
 
 #include "korva/meridan/PositioningManager.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <functional>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace {
 
 using camera::framework::PositioningAdapter;
-using camera::ptz::PositioningUnit;
 using korva::meridan::PositioningManager;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -56,13 +47,11 @@ void onTour(int state, const std::string& name, unsigned int stop, int stopType,
          "tour " + std::to_string(state) + " " + name + " " + std::to_string(stop) + " " + std::to_string(stopType));
 }
 
-class PositioningManagerTest : public testing::Test {
+class PositioningManagerTest : public PositioningFixture {
 protected:
-    void build(bool movable = true)
+    void buildWithAdapter(bool movable = true)
     {
-        options.movable = movable;
-        unit = std::make_shared<PositioningUnit>(
-            options, [this](std::function<void()> task) { queue.push_back(std::move(task)); });
+        build(movable);
         adapter = std::make_shared<PositioningAdapter>(unit);
         binding.emplace(adapter);
     }
@@ -76,25 +65,7 @@ protected:
         EXPECT_TRUE(manager.registerTourStateCallback(&onTour, &journal));
     }
 
-    void runPosted()
-    {
-        for (const auto& task : std::exchange(queue, {})) {
-            task();
-        }
-    }
-
-    void untilItStands()
-    {
-        for (int tick = 0; tick < 10000 && unit->moving(); ++tick) {
-            unit->advance(std::chrono::milliseconds(10));
-        }
-        ASSERT_FALSE(unit->moving());
-    }
-
     PositioningManager& manager = PositioningManager::instance();
-    PositioningUnit::Options options{true, {{"Gate", {10000, -5000, 200}}, {"Yard", {350000, 0, 100}}}, {}};
-    std::vector<std::function<void()>> queue;
-    std::shared_ptr<PositioningUnit> unit;
     std::shared_ptr<PositioningAdapter> adapter;
     std::optional<camera::base::Current<PositioningAdapter>::Binding> binding;
     unsigned int a = 1;
@@ -108,7 +79,7 @@ TEST_F(PositioningManagerTest, answersNothingAndChangesNoOutputWithoutACameraTha
     Journal journal;
     for (const bool bound : {false, true}) {
         if (bound) {
-            build(false);
+            buildWithAdapter(false);
         }
         EXPECT_FALSE(manager.isAvailable());
         EXPECT_FALSE(manager.getCurrentPosition(a, tilt, b, c));
@@ -131,7 +102,7 @@ TEST_F(PositioningManagerTest, answersNothingAndChangesNoOutputWithoutACameraTha
 
 TEST_F(PositioningManagerTest, describesALensWhoseNumbersFitEachOther)
 {
-    build();
+    buildWithAdapter();
     unsigned int narrow = 0;
     unsigned int wide = 0;
     unsigned int sensorWidth = 0;
@@ -151,7 +122,7 @@ TEST_F(PositioningManagerTest, describesALensWhoseNumbersFitEachOther)
 TEST_F(PositioningManagerTest, describesTheLensOfItsModel)
 {
     options.description.optics = {10000, 500, 7000, 4000};
-    build();
+    buildWithAdapter();
     EXPECT_TRUE(manager.getFocalLengthLimits(a, b));
     EXPECT_EQ(std::make_pair(a, b), std::make_pair(10000u, 50000u));
     EXPECT_TRUE(manager.getSensorDimensions(a, b));
@@ -162,7 +133,7 @@ TEST_F(PositioningManagerTest, describesTheLensOfItsModel)
 
 TEST_F(PositioningManagerTest, movesForAnEngineWithTheEnginesPriority)
 {
-    build();
+    buildWithAdapter();
     Journal journal;
     registerAll(journal);
     EXPECT_TRUE(manager.goToPreset("Gate", true));
@@ -186,15 +157,15 @@ TEST_F(PositioningManagerTest, movesForAnEngineWithTheEnginesPriority)
 
 TEST_F(PositioningManagerTest, passesOnHowPresetsAndToursChange)
 {
-    build();
+    buildWithAdapter();
     Journal journal;
     registerAll(journal);
     unit->savePresetHere("Here");
     unit->savePresetHere("Here");
     unit->removePreset("Here");
     unit->createTour({"Round", {{"Yard", std::chrono::seconds(9), 100}}});
-    unit->startTour("Round", {"anna", 100});
-    unit->stopTour({"anna", 100});
+    unit->startTour("Round", operator1);
+    unit->stopTour(operator1);
     untilItStands();
     runPosted();
     ASSERT_EQ(journal.size(), 9u);
@@ -206,7 +177,7 @@ TEST_F(PositioningManagerTest, passesOnHowPresetsAndToursChange)
 
 TEST_F(PositioningManagerTest, movesTheAxesThatAnEngineNames)
 {
-    build();
+    buildWithAdapter();
     const auto pass = [this] { unit->advance(std::chrono::seconds(1)); };
     EXPECT_TRUE(manager.startLinearContinuousMovement(true, -10, false, 99, true, 10));
     pass();
@@ -225,8 +196,8 @@ TEST_F(PositioningManagerTest, movesTheAxesThatAnEngineNames)
 
 TEST_F(PositioningManagerTest, refusesAnEngineWhatAnOperatorHolds)
 {
-    build();
-    unit->drive({10, {}, {}, {}}, {"anna", 100});
+    buildWithAdapter();
+    unit->drive({10, {}, {}, {}}, operator1);
     EXPECT_FALSE(manager.goToPreset("Gate", true));
     EXPECT_FALSE(manager.setZoomPosition(200));
     EXPECT_FALSE(manager.stopLinearContinuousMovement(true, true, true));
@@ -235,7 +206,7 @@ TEST_F(PositioningManagerTest, refusesAnEngineWhatAnOperatorHolds)
 
 TEST_F(PositioningManagerTest, knowsWhereItsPresetsAreAndNoOthers)
 {
-    build();
+    buildWithAdapter();
     ASSERT_TRUE(unit->placeAt("Yard"));
     EXPECT_FALSE(manager.goToPreset("Cellar", false));
     EXPECT_FALSE(manager.goToPreset("", false));
@@ -250,7 +221,7 @@ TEST_F(PositioningManagerTest, knowsWhereItsPresetsAreAndNoOthers)
 
 TEST_F(PositioningManagerTest, callsOnlyCallbacksThatAreRegisteredWhenTheTaskRunsInTheirOrder)
 {
-    build();
+    buildWithAdapter();
     Journal gone;
     Journal journal;
     EXPECT_TRUE(manager.registerPresetModifiedCallback(&onModified, &gone));
@@ -269,7 +240,7 @@ TEST_F(PositioningManagerTest, callsOnlyCallbacksThatAreRegisteredWhenTheTaskRun
 
 TEST_F(PositioningManagerTest, doesNotCallACallbackThatAnotherOneUnregistered)
 {
-    build();
+    buildWithAdapter();
     Journal journal;
     EXPECT_TRUE(manager.registerPresetModifiedCallback(
         [](const std::string&, bool, bool, bool, void* context) {
@@ -285,7 +256,7 @@ TEST_F(PositioningManagerTest, doesNotCallACallbackThatAnotherOneUnregistered)
 
 TEST_F(PositioningManagerTest, forgetsEveryCallbackThatIsDiscarded)
 {
-    build();
+    buildWithAdapter();
     Journal journal;
     registerAll(journal);
     unit->savePresetHere("Here");
@@ -298,7 +269,7 @@ TEST_F(PositioningManagerTest, forgetsEveryCallbackThatIsDiscarded)
 
 TEST_F(PositioningManagerTest, unregistersEveryKindOfCallback)
 {
-    build();
+    buildWithAdapter();
     Journal journal;
     registerAll(journal);
     EXPECT_TRUE(manager.unregisterMotionStateCallback(&onMotion, &journal));
