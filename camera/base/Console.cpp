@@ -1,6 +1,6 @@
 #include "camera/base/Console.h"
 
-#include <array>
+#include "camera/base/PrintableText.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -21,22 +21,6 @@ std::size_t columnsOf(std::FILE* stream)
 }
 
 } // namespace
-
-std::string printable(const std::string& text)
-{
-    std::string line;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte < 0x20 || byte == 0x7f) {
-            std::array<char, 8> escaped{};
-            std::snprintf(escaped.data(), escaped.size(), "\\x%02x", static_cast<unsigned int>(byte));
-            line += escaped.data();
-        } else {
-            line += character;
-        }
-    }
-    return line;
-}
 
 Console::Console(std::FILE* out, std::FILE* err)
     : out(out), err(err), live(isatty(fileno(out)) != 0), lastQuietLine(std::chrono::steady_clock::now())

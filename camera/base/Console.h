@@ -7,9 +7,6 @@
 
 namespace camera::base {
 
-/// Bytes that would steer a terminal, as escapes: what comes from files and the network is printed this way.
-std::string printable(const std::string& text);
-
 /**
  * Where the program speaks: lines, and on a terminal one live status line below them, which every other
  * line moves down. Thread-safe.

@@ -1,5 +1,7 @@
 #include "camera/base/Log.h"
 
+#include "camera/base/PrintableText.h"
+
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -36,24 +38,8 @@ std::string timeOfDay()
 
 std::string onOneLine(const std::string& text)
 {
-    std::string line;
-    line.reserve(text.size());
-    for (const char character : text.substr(0, kMaxTextBytes)) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (character == '\n') {
-            line += "\\n";
-        } else if (byte < 0x20 || byte == 0x7f) {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02x", static_cast<unsigned>(byte));
-            line += escaped;
-        } else {
-            line += character;
-        }
-    }
-    if (text.size() > kMaxTextBytes) {
-        line += "... (" + std::to_string(text.size()) + " bytes)";
-    }
-    return line;
+    const std::string line = printable(text.substr(0, kMaxTextBytes));
+    return text.size() > kMaxTextBytes ? line + "... (" + std::to_string(text.size()) + " bytes)" : line;
 }
 
 void writeToStderr(const std::string& line)

@@ -1,5 +1,7 @@
 #include "camera/bus/Address.h"
 
+#include "camera/base/FileDescriptor.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -48,13 +50,12 @@ void requireListener(const std::string& address)
     }
     name.sun_family = AF_UNIX;
     std::memcpy(name.sun_path, path.c_str(), path.size());
-    const int probe = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (probe < 0) {
+    const base::FileDescriptor probe(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!probe) {
         throw std::system_error(errno, std::generic_category(), "no socket can be opened");
     }
-    const int result = ::connect(probe, reinterpret_cast<const sockaddr*>(&name), sizeof name);
+    const int result = ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name);
     const int error = errno;
-    ::close(probe);
     if (result != 0 && error != EAGAIN) { // a listener with a full queue is one
         throw std::system_error(error, std::generic_category(), "nobody listens at " + path);
     }

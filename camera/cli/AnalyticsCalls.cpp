@@ -1,5 +1,6 @@
 #include "camera/cli/AnalyticsCalls.h"
 
+#include "camera/base/PrintableText.h"
 #include "camera/base/Utf8.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/pipeline/TargetClient.h"

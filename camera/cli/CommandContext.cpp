@@ -1,5 +1,6 @@
 #include "camera/cli/Command.h"
 
+#include "camera/base/OneLineJson.h"
 #include "camera/supervisor/RuntimeFolder.h"
 
 #include <json/writer.h>
@@ -90,10 +91,7 @@ std::chrono::milliseconds CommandContext::patience(std::chrono::seconds usual) c
 
 void CommandContext::print(const Json::Value& value)
 {
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "";
-    writer["emitUTF8"] = true;
-    console.line(Json::writeString(writer, value));
+    console.line(base::oneLineJson(value));
 }
 
 } // namespace camera::cli

@@ -1,3 +1,4 @@
+#include "camera/base/PrintableText.h"
 #include "camera/cli/Command.h"
 
 #include <array>

@@ -1,13 +1,12 @@
 #include "camera/cli/RunningConfig.h"
 
+#include "camera/base/UtcText.h"
 #include "camera/cli/AnalyticsCalls.h"
 #include "camera/cli/Command.h"
 #include "camera/cli/ConfigCommand.h"
 #include "camera/pipeline/RunReport.h"
 #include "camera/supervisor/RuntimeFolder.h"
 
-#include <array>
-#include <ctime>
 #include <exception>
 #include <utility>
 
@@ -28,22 +27,12 @@ void printAll(const std::vector<std::string>& lines, base::Console& console)
     }
 }
 
-std::string timeText(std::int64_t seconds)
-{
-    const auto time = static_cast<std::time_t>(seconds);
-    std::tm parts{};
-    gmtime_r(&time, &parts);
-    std::array<char, 32> text{};
-    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC", &parts);
-    return text.data();
-}
-
 void printHistory(CameraClient& client, base::Console& console)
 {
     const auto rows = std::get<0>(
         client.call<std::vector<VersionRow>>(bus::service::kPipeline, "history", std::string(kAnalyticsKey)));
     for (const VersionRow& row : rows) {
-        console.line(std::to_string(row.get<0>()) + "  " + timeText(row.get<1>()) + "  " +
+        console.line(std::to_string(row.get<0>()) + "  " + base::utcText(row.get<1>()) + "  " +
                      pipeline::sizeText(row.get<2>()) + (row.get<3>() ? "" : "  damaged"));
     }
     if (rows.empty()) {

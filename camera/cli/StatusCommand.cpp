@@ -1,5 +1,7 @@
 #include "camera/cli/Command.h"
 
+#include "camera/base/PrintableText.h"
+
 #include <array>
 #include <cstdint>
 #include <cstdio>

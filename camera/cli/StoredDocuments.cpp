@@ -1,11 +1,10 @@
 #include "camera/cli/StoredDocuments.h"
 
+#include "camera/base/UtcText.h"
 #include "camera/pipeline/RunReport.h"
 #include "camera/store/SettingsStore.h"
 #include "camera/store/StateLock.h"
 
-#include <array>
-#include <ctime>
 #include <stdexcept>
 #include <string>
 
@@ -41,16 +40,6 @@ public:
     store::SettingsStore store;
 };
 
-std::string timeText(std::int64_t seconds)
-{
-    const auto time = static_cast<std::time_t>(seconds);
-    std::tm parts{};
-    gmtime_r(&time, &parts);
-    std::array<char, 32> text{};
-    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S UTC", &parts);
-    return text.data();
-}
-
 } // namespace
 
 void printHistory(const std::filesystem::path& stateDir, base::Console& console)
@@ -58,7 +47,7 @@ void printHistory(const std::filesystem::path& stateDir, base::Console& console)
     Stored stored(stateDir);
     const auto versions = stored.store.history(kAnalyticsKey);
     for (const auto& version : versions) {
-        console.line(std::to_string(version.sequence) + "  " + timeText(version.storedAt) + "  " +
+        console.line(std::to_string(version.sequence) + "  " + base::utcText(version.storedAt) + "  " +
                      pipeline::sizeText(version.sizeBytes) + (version.good ? "" : "  damaged"));
     }
     if (versions.empty()) {

@@ -1,6 +1,7 @@
 #include "camera/pipeline/DeviceServicesClient.h"
 
 #include "camera/base/Log.h"
+#include "camera/base/Orientation.h"
 #include "camera/base/Utf8.h"
 #include "camera/serviceapi/Status.h"
 
@@ -107,7 +108,7 @@ std::optional<std::vector<std::string>> DeviceServicesClient::targetIds(const st
 // The plug-in hears any angle; a camera can only be mounted at four of them.
 void DeviceServicesClient::mountedAt(std::uint32_t angleDegrees)
 {
-    if (angleDegrees < 360 && angleDegrees % 90 == 0) {
+    if (base::isOrientation(angleDegrees)) {
         _orientation = angleDegrees;
     }
 }

@@ -1,5 +1,6 @@
 #include "camera/pipeline/PipelineRun.h"
 
+#include "camera/base/PrintableText.h"
 #include "camera/base/StopSignal.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/onvif/EventText.h"
@@ -35,8 +36,8 @@ namespace {
 
 using base::Console;
 using base::printable;
-using pipeline::sizeText;
 using onvif::ComponentName;
+using pipeline::sizeText;
 using pipeline::summaryLine;
 
 using Clock = std::chrono::steady_clock;

@@ -1,5 +1,6 @@
 #include "camera/pipeline/PipelineStatus.h"
 
+#include "camera/base/OneLineJson.h"
 #include "camera/ptz/PositioningUnit.h"
 
 #include <json/json.h>
@@ -68,9 +69,7 @@ std::string PipelineStatus::json() const
     value["orientation"] = orientation;
     value["position"] = positionOf(device.positioning());
     value["engines"] = enginesOf(keys);
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    return Json::writeString(builder, value);
+    return base::oneLineJson(value);
 }
 
 } // namespace camera::pipeline

@@ -1,6 +1,6 @@
 #include "camera/pipeline/RememberedCamera.h"
 
-#include "camera/base/DurableFiles.h"
+#include "camera/base/AtomicFile.h"
 #include "camera/base/OneLineJson.h"
 #include "camera/base/StrictJson.h"
 #include "camera/engines/EngineModules.h"
@@ -136,16 +136,10 @@ void rememberCamera(const CameraOptions& options, const fs::path& stateDir)
     if (before && !read(*before)) {
         fs::rename(file, file.string() + ".damaged");
     }
-    const fs::path beside = file.string() + ".new";
-    std::ofstream out(beside, std::ios::binary);
-    out << text;
-    out.close();
-    if (!out) {
+    if (!base::replaceFileDurably(file, text)) {
         throw std::runtime_error("the camera's model and engine modules cannot be kept in '" + file.string() +
                                  "'; make room on the disk and the folder writable");
     }
-    base::syncToDisk(beside);
-    base::renameDurably(beside, file);
 }
 
 std::vector<std::string> loadEngineModules(const CameraOptions& options, base::Console& console)

@@ -1,6 +1,7 @@
 #include "camera/pipeline/RestartReport.h"
 
 #include "camera/base/Console.h"
+#include "camera/base/PrintableText.h"
 
 #include <algorithm>
 

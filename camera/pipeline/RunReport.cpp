@@ -1,6 +1,7 @@
 #include "camera/pipeline/RunReport.h"
 
 #include "camera/base/Console.h"
+#include "camera/base/PrintableText.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,7 @@
 #include "camera/ptz/PositioningNames.h"
 
+#include "camera/base/PrintableText.h"
+
 namespace camera::ptz {
 
 std::string nameProblem(const std::string& name)
@@ -11,9 +13,7 @@ std::string nameProblem(const std::string& name)
         return "a name has at most " + std::to_string(kLongestName) + " bytes, this one has " +
                std::to_string(name.size());
     }
-    const bool printable =
-        std::none_of(name.begin(), name.end(), [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; });
-    return printable ? std::string() : "a name has no control characters";
+    return base::printable(name) == name ? std::string() : "a name has no control characters";
 }
 
 std::string tourProblem(const Tour& tour)
@@ -30,11 +30,6 @@ std::string tourProblem(const Tour& tour)
         }
     }
     return std::string();
-}
-
-CommandResult unknownPreset(const std::string& name)
-{
-    return {CommandStatus::unknownPreset, "there is no preset '" + name + "'"};
 }
 
 } // namespace camera::ptz

@@ -1,5 +1,6 @@
 #include "camera/services/RotateObject.h"
 
+#include "camera/base/Orientation.h"
 #include "camera/services/ServiceState.h"
 
 namespace camera::services {
@@ -38,8 +39,9 @@ void RotateObject::registerMethods()
 
 void RotateObject::setAngle(std::uint32_t degrees)
 {
-    if (!isAngle(degrees)) {
-        throw bus::Refusal("the angle is 0, 90, 180 or 270 degrees, not " + std::to_string(degrees));
+    if (!base::isOrientation(degrees)) {
+        throw bus::Refusal(std::string("the angle is ") + base::kOrientations + " degrees, not " +
+                           std::to_string(degrees));
     }
     Rotation rotation = _state.rotation();
     rotation.angleDegrees = degrees;

@@ -1,44 +1,24 @@
 #include "camera/services/StateDocuments.h"
 
+#include "camera/base/OneLineJson.h"
+#include "camera/base/Orientation.h"
+#include "camera/base/StrictJson.h"
 #include "camera/base/Utf8.h"
 
-#include <json/json.h>
-
 #include <exception>
-#include <memory>
 
 namespace camera::services {
 
 namespace {
 
-constexpr int kDeepest = 8;
-
-std::string write(const Json::Value& value)
-{
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["emitUTF8"] = true;
-    return Json::writeString(builder, value);
-}
-
-// An object, else null. Throws on what is nested too deep.
-Json::Value readObject(const std::string& document)
-{
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["stackLimit"] = kDeepest;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value value;
-    const bool read = reader->parse(document.data(), document.data() + document.size(), &value, nullptr);
-    return read && value.isObject() ? value : Json::Value();
-}
+constexpr std::size_t kLargest = 4 * 1024 * 1024;
 
 // What take makes of the object; nothing when the document is none, or take cannot use it.
 template <class T, class Take>
 std::optional<T> parse(const std::string& document, Take&& take)
 {
     try {
-        const Json::Value object = readObject(document);
+        const Json::Value object = base::readStrictJson(document, kLargest);
         return object.isObject() ? take(object) : std::nullopt;
     } catch (const std::exception&) {
         return std::nullopt;
@@ -69,7 +49,7 @@ std::string format(const Blanking& blanking)
     object["red"] = blanking.red;
     object["green"] = blanking.green;
     object["blue"] = blanking.blue;
-    return write(object);
+    return base::oneLineJson(object);
 }
 
 std::string format(const Rotation& rotation)
@@ -77,7 +57,7 @@ std::string format(const Rotation& rotation)
     Json::Value object;
     object["angle"] = rotation.angleDegrees;
     object["served"] = rotation.served;
-    return write(object);
+    return base::oneLineJson(object);
 }
 
 std::string format(const Values& values)
@@ -86,7 +66,7 @@ std::string format(const Values& values)
     for (const auto& [key, value] : values) {
         object[key] = value;
     }
-    return write(object);
+    return base::oneLineJson(object);
 }
 
 std::optional<Blanking> parseBlanking(const std::string& document)
@@ -104,7 +84,7 @@ std::optional<Blanking> parseBlanking(const std::string& document)
 std::optional<Rotation> parseRotation(const std::string& document)
 {
     return parse<Rotation>(document, [](const Json::Value& object) -> std::optional<Rotation> {
-        if (!object["angle"].isUInt() || !isAngle(object["angle"].asUInt()) || !object["served"].isBool()) {
+        if (!object["angle"].isUInt() || !base::isOrientation(object["angle"].asUInt()) || !object["served"].isBool()) {
             return std::nullopt;
         }
         return Rotation{object["angle"].asUInt(), object["served"].asBool()};

@@ -24,11 +24,6 @@ constexpr const char* kDefaultRotationKey = "default_analytics_rotation";
 /// The integer configuration values by key.
 using Values = std::map<std::string, std::int32_t>;
 
-inline bool isAngle(std::uint32_t degrees)
-{
-    return degrees == 0 || degrees == 90 || degrees == 180 || degrees == 270;
-}
-
 /// Whether a key may name a configuration value: not empty, not too long, fit to be sent.
 bool isValueKey(const std::string& key);
 constexpr std::size_t kLongestKeyBytes = 256;

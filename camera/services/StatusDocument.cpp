@@ -1,5 +1,6 @@
 #include "camera/services/StatusDocument.h"
 
+#include "camera/base/OneLineJson.h"
 #include "camera/base/Utf8.h"
 #include "camera/services/FaultSwitch.h"
 #include "camera/services/MetadataSocket.h"
@@ -61,10 +62,7 @@ std::string statusDocument(const std::string& folder, const MetadataSocket& sock
     object["blanking"] = state.blanking().enabled;
     object["metadata"] = metadata(socket);
     object["faults"] = faultsOf(faults);
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["emitUTF8"] = true;
-    return Json::writeString(builder, object);
+    return base::oneLineJson(object);
 }
 
 } // namespace camera::services

@@ -3,6 +3,7 @@
 
 #include "camera/base/DurableFiles.h"
 #include "camera/base/Log.h"
+#include "camera/base/UtcText.h"
 #include "camera/store/Salvage.h"
 #include "camera/store/SettingsLayout.h"
 #include "camera/store/SettingsStore.h"
@@ -38,12 +39,7 @@ bool isEmpty(const fs::path& file)
 
 fs::path freeNameBeside(const fs::path& file)
 {
-    char stamp[32];
-    const std::time_t seconds = std::time(nullptr);
-    std::tm utc{};
-    gmtime_r(&seconds, &utc);
-    std::strftime(stamp, sizeof stamp, "%Y%m%dT%H%M%SZ", &utc);
-    const std::string first = file.string() + ".damaged-" + stamp;
+    const std::string first = file.string() + ".damaged-" + base::utcText(std::time(nullptr), "%Y%m%dT%H%M%SZ");
     std::string name = first;
     const auto isTaken = [&] {
         return std::any_of(kParts.begin(), kParts.end(),

@@ -1,5 +1,7 @@
 #include "camera/store/StateFolder.h"
 
+#include "camera/base/AtomicFile.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
@@ -51,16 +53,7 @@ std::int64_t StateFolder::lastFrameTime() const
 void StateFolder::keepLastFrameTime(std::int64_t nanoseconds) const
 {
     const fs::path target = _folder / kClock;
-    const fs::path beside = _folder / (std::string(kClock) + ".new");
-    std::ofstream file(beside);
-    file << nanoseconds << '\n';
-    file.close();
-    std::error_code error;
-    if (file) {
-        fs::rename(beside, target, error);
-    }
-    if (!file || error) {
-        fs::remove(beside, error);
+    if (!base::replaceFile(target, std::to_string(nanoseconds) + '\n')) {
         throw std::runtime_error("the time of the last frame cannot be kept in '" + target.string() +
                                  "'; make room on the disk and the folder writable.");
     }

@@ -65,26 +65,17 @@ StateLock::StateLock(const std::filesystem::path& folder)
     if (error) {
         refuse(folder, error.message());
     }
-    _descriptor = ::open((folder / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    if (_descriptor < 0) {
+    _descriptor = base::FileDescriptor(::open((folder / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    if (!_descriptor) {
         refuse(folder, std::strerror(errno));
     }
-    if (!lockOf(_descriptor)) {
-        const std::string owner = ownerOf(_descriptor);
-        ::close(_descriptor);
-        throw std::runtime_error("the state folder " + folder.string() + " is in use by " + owner +
+    if (!lockOf(_descriptor.get())) {
+        throw std::runtime_error("the state folder " + folder.string() + " is in use by " + ownerOf(_descriptor.get()) +
                                  "; end it or name another folder");
     }
-    if (!writeOwner(_descriptor)) {
-        const std::string reason = std::strerror(errno);
-        ::close(_descriptor);
-        refuse(folder, reason);
+    if (!writeOwner(_descriptor.get())) {
+        refuse(folder, std::strerror(errno));
     }
-}
-
-StateLock::~StateLock()
-{
-    ::close(_descriptor); // the file stays: removing it would let two processes lock two files of one name
 }
 
 } // namespace camera::store

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "camera/base/FileDescriptor.h"
+
 #include <filesystem>
 
 namespace camera::store {
@@ -15,12 +17,10 @@ public:
      *         process, named by its id, holds it.
      */
     explicit StateLock(const std::filesystem::path& folder);
-    ~StateLock();
-    StateLock(const StateLock&) = delete;
-    StateLock& operator=(const StateLock&) = delete;
 
 private:
-    int _descriptor = -1;
+    /// The file stays when it is closed: removing it would let two processes lock two files of one name.
+    base::FileDescriptor _descriptor;
 };
 
 } // namespace camera::store

@@ -1,5 +1,7 @@
 #include "camera/supervisor/RuntimeFolder.h"
 
+#include "camera/base/AtomicFile.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -95,19 +97,9 @@ std::string firstLine(const fs::path& path)
     return line;
 }
 
-// Whole or not at all: readers come at any moment.
 void writeLine(const fs::path& path, const std::string& line)
 {
-    const fs::path beside = path.string() + ".new";
-    std::ofstream file(beside);
-    file << line << '\n';
-    file.close();
-    std::error_code error;
-    if (file) {
-        fs::rename(beside, path, error);
-    }
-    if (!file || error) {
-        fs::remove(beside, error);
+    if (!base::replaceFile(path, line + '\n')) {
         throw std::runtime_error("cannot write '" + path.string() + "'; make room on the disk");
     }
 }

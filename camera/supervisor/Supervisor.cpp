@@ -1,5 +1,6 @@
 #include "camera/supervisor/Supervisor.h"
 
+#include "camera/base/OneLineJson.h"
 #include "camera/bus/Names.h"
 #include "camera/supervisor/SupervisorObject.h"
 
@@ -109,10 +110,7 @@ std::string Supervisor::status() const
         process["lastExit"] = part.lastExit;
         root["processes"].append(process);
     }
-    Json::StreamWriterBuilder writer;
-    writer["indentation"] = "";
-    writer["emitUTF8"] = true;
-    return Json::writeString(writer, root);
+    return base::oneLineJson(root);
 }
 
 void Supervisor::publish()

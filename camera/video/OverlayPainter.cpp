@@ -1,5 +1,7 @@
 #include "camera/video/OverlayPainter.h"
 
+#include "camera/base/UtcText.h"
+
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -220,14 +222,9 @@ private:
 
 std::string timeText(std::int64_t nanoseconds)
 {
-    const auto seconds = static_cast<std::time_t>(nanoseconds / 1000000000);
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    std::array<char, 32> text{};
-    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts);
     std::array<char, 16> fraction{};
     std::snprintf(fraction.data(), fraction.size(), ".%03d UTC", static_cast<int>(nanoseconds / 1000000 % 1000));
-    return std::string(text.data()) + fraction.data();
+    return base::utcText(nanoseconds / 1000000000, "%Y-%m-%d %H:%M:%S") + fraction.data();
 }
 
 std::string countText(std::size_t count, const char* one, const char* many)

@@ -54,7 +54,7 @@ TEST(EventText, marksTheInitialValue)
 
 TEST(EventText, showsWhatIsNoMessageAsItIsButHarmless)
 {
-    EXPECT_EQ("event  topic  source  plain \\x1b[2J\\x0a", describeEvent({"topic", "source", "plain \x1b[2J\n"}));
+    EXPECT_EQ("event  topic  source  plain \\x1b[2J\\n", describeEvent({"topic", "source", "plain \x1b[2J\n"}));
     EXPECT_EQ("event  topic", describeEvent({"topic", "", ""}));
     EXPECT_THAT(describeEvent({"topic", "", std::string(500, 'a')}), HasSubstr("aaa..."));
     EXPECT_LT(describeEvent({"topic", "", std::string(500, 'a')}).size(), 200U);

@@ -1,5 +1,5 @@
 #include "camera/ptz/CameraDescription.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,6 +16,7 @@ using camera::ptz::CameraDescription;
 using camera::ptz::findDescription;
 using camera::ptz::parseDescription;
 using camera::ptz::readDescription;
+using kit::TemporaryFolder;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -155,8 +156,7 @@ TEST(CameraDescription, refusesHostileTextInOneLine)
 
 TEST(CameraDescription, comesThroughCutsAndChangedBytesOfAModel)
 {
-    std::ifstream stream(std::string(CAMERA_MODELS) + "/ptz-dome.json");
-    const std::string good((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    const std::string good = kit::contentOf(std::string(CAMERA_MODELS) + "/ptz-dome.json");
     ASSERT_EQ(refusal(good), "taken");
     for (std::size_t at = 0; at < good.size(); at += 3) {
         refusal(good.substr(0, at));

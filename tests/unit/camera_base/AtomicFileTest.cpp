@@ -1,0 +1,34 @@
+#include "camera/base/AtomicFile.h"
+#include "kit/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using camera::base::replaceFile;
+using camera::base::replaceFileDurably;
+using kit::contentOf;
+using kit::TemporaryFolder;
+
+TEST(AtomicFile, replacesTheContent)
+{
+    const TemporaryFolder folder;
+    EXPECT_TRUE(replaceFile(folder / "file", "old"));
+    EXPECT_TRUE(replaceFile(folder / "file", std::string("n\0w\n", 4)));
+    EXPECT_EQ(contentOf(folder / "file"), std::string("n\0w\n", 4));
+    EXPECT_TRUE(replaceFileDurably(folder / "file", "newer"));
+    EXPECT_EQ(contentOf(folder / "file"), "newer");
+    EXPECT_FALSE(std::filesystem::exists(folder / "file.new"));
+}
+
+TEST(AtomicFile, leavesNothingBehindThatItCouldNotWrite)
+{
+    const TemporaryFolder folder;
+    EXPECT_FALSE(replaceFile(folder / "absent/file", "x"));
+    std::filesystem::create_directories(folder / "file/full");
+    EXPECT_FALSE(replaceFile(folder / "file", "x")) << "a folder is no file";
+    EXPECT_FALSE(replaceFileDurably(folder / "file", "x"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "file.new"));
+}
+
+} // namespace
