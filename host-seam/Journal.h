@@ -37,8 +37,8 @@ public:
         append(Part::Log, joined(pieces...), format);
     }
 
-    bool recording() const { return _recording.load(std::memory_order_relaxed); }
-    void record(bool on) { _recording.store(on, std::memory_order_relaxed); }
+    static bool recording() { return _recording.load(std::memory_order_relaxed); }
+    static void record(bool on) { _recording.store(on, std::memory_order_relaxed); }
 
     void clear();
 
@@ -81,7 +81,7 @@ private:
 
     mutable std::mutex _mutex;
     std::vector<Entry> _entries;
-    std::atomic<bool> _recording{false};
+    inline static std::atomic<bool> _recording{false}; // constant from the start: asked on the frame path
 };
 
 /// The journal of this process.

@@ -224,6 +224,7 @@ struct Platform {
 
     /// Runs before the call of that name takes effect: to throw anything, to call back into the plug-in or to look
     /// around. Names are those of the journal up to the first blank or bracket, "getTargetIds <service>", or "log".
+    /// What a frame calls looks here only while the journal records.
     std::map<std::string, std::function<void()>, std::less<>> before;
 
     /// A log handle that is open from the start, for objects that are built without the plug-in.

@@ -113,9 +113,11 @@ bool PositioningManager::isAvailable() const
 bool PositioningManager::getCurrentPosition(unsigned int& pan, int& tilt, unsigned int& zoom,
                                             unsigned int& angleOfView) const
 {
-    platform().reached("getCurrentPosition");
     const host_seam::Positioning& unit = platform().positioning;
-    journal().add(Part::Positioning, "getCurrentPosition -> ", unit.positionKnown);
+    if (host_seam::Journal::recording()) {
+        platform().reached("getCurrentPosition");
+        journal().add(Part::Positioning, "getCurrentPosition -> ", unit.positionKnown);
+    }
     if (unit.writesPosition) {
         pan = unit.position.pan;
         tilt = unit.position.tilt;

@@ -11,6 +11,7 @@ int host_seam::Transmitter::notReturned() const
 namespace korva::meridan {
 
 using host_seam::journal;
+using host_seam::Journal;
 using host_seam::Part;
 using host_seam::platform;
 
@@ -22,43 +23,49 @@ MetadataTransmitter& MetadataTransmitter::instance()
 
 std::uint8_t* MetadataTransmitter::GetEmptyDrawingBuffer()
 {
-    platform().reached("getEmptyDrawingBuffer");
     host_seam::Transmitter& fake = platform().transmitter;
-    journal().add(Part::Transmitter, "getEmptyDrawingBuffer", fake.givesDrawing ? "" : " -> null");
+    if (Journal::recording()) {
+        platform().reached("getEmptyDrawingBuffer");
+        journal().add(Part::Transmitter, "getEmptyDrawingBuffer", fake.givesDrawing ? "" : " -> null");
+    }
     ++fake.drawingGiven;
     return fake.givesDrawing ? fake.drawing.data() : nullptr;
 }
 
 std::uint8_t* MetadataTransmitter::GetEmptyMotionBuffer()
 {
-    platform().reached("getEmptyMotionBuffer");
     host_seam::Transmitter& fake = platform().transmitter;
-    journal().add(Part::Transmitter, "getEmptyMotionBuffer", fake.givesMotion ? "" : " -> null");
+    if (Journal::recording()) {
+        platform().reached("getEmptyMotionBuffer");
+        journal().add(Part::Transmitter, "getEmptyMotionBuffer", fake.givesMotion ? "" : " -> null");
+    }
     ++fake.motionGiven;
     return fake.givesMotion ? fake.motion.data() : nullptr;
 }
 
 std::uint32_t MetadataTransmitter::GetMaxBufferSize() const
 {
-    platform().reached("getMaxBufferSize");
-    journal().add(Part::Transmitter, "getMaxBufferSize");
+    if (Journal::recording()) {
+        platform().reached("getMaxBufferSize");
+        journal().add(Part::Transmitter, "getMaxBufferSize");
+    }
     return platform().transmitter.maxBufferSize;
 }
 
 void MetadataTransmitter::ReturnFullDrawingBuffer(unsigned int usedBytes)
 {
-    platform().reached("returnFullDrawingBuffer");
-    journal().add(Part::Transmitter, "returnFullDrawingBuffer ", usedBytes);
-    if (journal().recording()) {
+    if (Journal::recording()) {
+        platform().reached("returnFullDrawingBuffer");
+        journal().add(Part::Transmitter, "returnFullDrawingBuffer ", usedBytes);
         platform().transmitter.drawingReturned.push_back(usedBytes);
     }
 }
 
 void MetadataTransmitter::ReturnFullMotionBuffer(unsigned int usedBytes)
 {
-    platform().reached("returnFullMotionBuffer");
-    journal().add(Part::Transmitter, "returnFullMotionBuffer ", usedBytes);
-    if (journal().recording()) {
+    if (Journal::recording()) {
+        platform().reached("returnFullMotionBuffer");
+        journal().add(Part::Transmitter, "returnFullMotionBuffer ", usedBytes);
         platform().transmitter.motionReturned.push_back(usedBytes);
     }
 }
