@@ -101,8 +101,8 @@ private:
             }
             return;
         }
-        offerArgument(command, place);
-        if (!optionsEnded && (_current.compare(0, 1, "-") == 0 || place >= command.arguments.size())) {
+        const bool hasArgument = offerArgument(command, place);
+        if (!optionsEnded && (!hasArgument || _current.compare(0, 1, "-") == 0)) {
             offerOptions(command);
         }
     }
@@ -126,14 +126,16 @@ private:
         return nullptr;
     }
 
-    void offerArgument(const Command& command, std::size_t place)
+    // Whether the command has an argument in this place.
+    bool offerArgument(const Command& command, std::size_t place)
     {
         const std::vector<Argument>& arguments = command.arguments;
-        if (place < arguments.size()) {
-            offerValue(arguments[place].value);
-        } else if (!arguments.empty() && arguments.back().count == Argument::Count::oneOrMore) {
-            offerValue(arguments.back().value);
+        const bool repeats = !arguments.empty() && arguments.back().count == Argument::Count::oneOrMore;
+        if (place >= arguments.size() && !repeats) {
+            return false;
         }
+        offerValue(arguments[std::min(place, arguments.size() - 1)].value);
+        return true;
     }
 
     void offerOptions(const Command& command)

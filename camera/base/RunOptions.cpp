@@ -102,7 +102,7 @@ Command videoCommand(const std::string& name, const std::string& summary)
     command.option("--state", {"DIR", Offer::folders}, "keep settings in this folder over restarts");
     command.flag("--ptz", "a PTZ camera instead of a fixed one");
     command.option("--model", {"NAME|FILE.json", Offer::models}, "the model of a PTZ camera");
-    command.option("--preset", nameValue("NAME"), "a PTZ camera that stands at this preset at the start");
+    command.option("--preset", {"NAME"}, "a PTZ camera that stands at this preset at the start");
     command.option("--plugin", {"PATH", Offer::files}, "the plug-in, if not the one beside the program");
     command.repeatedOption("--engine", {"PATH.so", Offer::files},
                            "load an engine module; none: forget those that the state folder remembers");

@@ -36,7 +36,13 @@ std::size_t characterBytes(const unsigned char* text, std::size_t available)
     const unsigned char second = text[1];
     const bool wrong = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
                        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
-    return wrong ? 0 : length;
+    // Nor does the bus carry code points that are no characters: U+FDD0 to U+FDEF, and the last two of each plane.
+    std::uint32_t code = first & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        code = code << 6U | (text[i] & 0x3FU);
+    }
+    const bool noCharacter = (code >= 0xFDD0 && code <= 0xFDEF) || (code & 0xFFFEU) == 0xFFFE;
+    return wrong || noCharacter ? 0 : length;
 }
 
 std::size_t firstUnsendable(const std::string& text, std::size_t from = 0)

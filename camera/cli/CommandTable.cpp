@@ -1,4 +1,5 @@
 #include "camera/base/Log.h"
+#include "camera/cli/CameraNames.h"
 #include "camera/cli/Command.h"
 #include "camera/cli/ConfigOptions.h"
 #include "camera/cli/RunningConfig.h"
@@ -53,16 +54,6 @@ std::vector<Command> commands()
     return all;
 }
 
-// The services whose faults can be set.
-const std::vector<std::string> kServices = {bus::service::kDayNight, bus::service::kWindowBlanking,
-                                            bus::service::kRotate, bus::service::kMetadataStreamer,
-                                            bus::service::kConfiguration};
-
-std::vector<std::string> namesFor(base::Offer offer, const Arguments& /*arguments*/)
-{
-    return offer == base::Offer::services ? kServices : std::vector<std::string>();
-}
-
 } // namespace
 
 base::Command::Perform onCamera(std::function<int(CommandContext&)> perform)
@@ -86,7 +77,7 @@ const base::Program& cameraProgram()
         "camera", "A virtual camera: it loads the detection plug-in as a network camera does, on real video.",
         "All commands but run, config and completion ask a running camera: the only one, or the one with the state\n"
         "folder that --camera DIR names.\n",
-        commands(), namesFor};
+        commands(), cameraNames};
     return program;
 }
 

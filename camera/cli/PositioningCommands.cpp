@@ -19,7 +19,7 @@ using StopRow = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
 using TourRow = sdbus::Struct<std::string, std::vector<StopRow>>;
 
 constexpr const char* kPositioning = bus::service::kPositioning;
-constexpr const char* kStop = "PRESET[:DWELL_S[:SPEED]]";
+constexpr const char* kStop = "PRESET[:SECONDS[:PERCENT]]";
 constexpr std::uint32_t kFullTurn = 360000;
 constexpr std::uint32_t kOperator = 100; // as the camera's operators have; a lower number is more important
 
@@ -111,11 +111,12 @@ int listTours(Context& context)
     return 0;
 }
 
-// PRESET[:DWELL_S[:SPEED]]
+// PRESET[:SECONDS[:PERCENT]]; of three colons and more the first belong to the name.
 StopRow stopOf(const std::string& text)
 {
-    const std::size_t first = text.find(':');
-    const std::size_t second = first == std::string::npos ? first : text.find(':', first + 1);
+    const std::size_t last = text.rfind(':');
+    const std::size_t before = last == 0 || last == std::string::npos ? std::string::npos : text.rfind(':', last - 1);
+    const std::size_t first = before == std::string::npos ? last : before;
     const std::string what = "camera tour create: the stop '" + base::printable(text) + "'";
     double dwell = 5;
     long long speed = 100;
@@ -123,10 +124,11 @@ StopRow stopOf(const std::string& text)
         throw base::UsageError(what + " names no preset; a stop is PRESET, PRESET:SECONDS or PRESET:SECONDS:PERCENT.");
     }
     if (first != std::string::npos) {
-        dwell = base::decimalNumber(what, text.substr(first + 1, second - first - 1), 0, 86400);
+        dwell = base::decimalNumber(
+            what, text.substr(first + 1, before == std::string::npos ? before : last - first - 1), 0, 86400);
     }
-    if (second != std::string::npos) {
-        speed = base::wholeNumber(what, text.substr(second + 1), 1, 100);
+    if (before != std::string::npos) {
+        speed = base::wholeNumber(what, text.substr(last + 1), 1, 100);
     }
     return {text.substr(0, first), static_cast<std::uint32_t>(std::llround(dwell * 1e3)),
             static_cast<std::uint32_t>(speed)};
@@ -238,7 +240,9 @@ std::vector<Command> positioningCommands()
         listing("tour list", "Lists the tours.", listTours),
         Command("tour create", "Creates a tour of presets.")
             .takes(base::nameValue("NAME"), "the name of the tour")
-            .takes(stopValue(), "a preset, how long the camera stays there, and the speed of the way to it in percent",
+            .takes(stopValue(),
+                   "a preset, how long the camera stays there (5), and the speed of the way to it (100); a name with a "
+                   "colon needs both numbers",
                    base::Argument::Count::oneOrMore)
             .does(onCamera(createTour)),
         moving("tour start", "Starts a tour.").takes(kTourName, "the name of the tour").does(onCamera(startTour)),

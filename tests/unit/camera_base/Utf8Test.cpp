@@ -11,8 +11,9 @@ const std::string kReplacement = "\xEF\xBF\xBD";
 
 TEST(TextTest, wellFormedTextStaysAsItIs)
 {
-    for (const std::string text : {"", "plain", "\x7f\x01\t", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF",
-                                   "\xEE\x80\x80", "\xEF\xBF\xBF", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"}) {
+    for (const std::string text :
+         {"", "plain", "\x7f\x01\t", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
+          "\xEF\xBF\xBD", "\xEF\xB7\x8F", "\xEF\xB7\xB0", "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBD", "\xF0\xA7\xBF\xBE"}) {
         EXPECT_TRUE(isSendable(text)) << text;
         EXPECT_EQ(sendable(text), text);
     }
@@ -33,6 +34,12 @@ TEST(TextTest, eachByteThatCannotBeSentIsReplaced)
         {"\xF0\x8F\xBF\xBF", 4},
         {"\xF4\x90\x80\x80", 4},
         {"\xF5\x80\x80\x80", 4},
+        {"\xEF\xBF\xBE", 3},
+        {"\xEF\xBF\xBF", 3},
+        {"\xEF\xB7\x90", 3},
+        {"\xEF\xB7\xAF", 3},
+        {"\xF0\x9F\xBF\xBE", 4},
+        {"\xF4\x8F\xBF\xBF", 4},
         {"\xFF", 1},
         {std::string(1, '\0'), 1},
     };

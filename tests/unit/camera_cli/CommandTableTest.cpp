@@ -52,7 +52,7 @@ TEST(CommandTable, refusesWrongArgumentsOfEveryCommandInOneSentence)
         {{"tour", "list", "--nonsense"},
          "camera tour list: there is no option --nonsense; see camera tour list --help."},
         {{"tour", "create", "a"},
-         "camera tour create: PRESET[:DWELL_S[:SPEED]] is missing; see camera tour create --help."},
+         "camera tour create: PRESET[:SECONDS[:PERCENT]] is missing; see camera tour create --help."},
         {{"tour", "create", "a", "b:x"}, "camera tour create: the stop 'b:x' takes a number from 0 to 86400, not 'x'."},
         {{"tour", "create", "a", "b:1:101"},
          "camera tour create: the stop 'b:1:101' takes a whole number from 1 to 100, not '101'."},
