@@ -95,7 +95,7 @@ void* Log::open(const std::string& component)
 {
     const std::unique_lock<std::shared_mutex> lock(_handlesMutex);
     _components.emplace(++_lastHandle, component);
-    return reinterpret_cast<void*>(_lastHandle); // NOLINT(performance-no-int-to-ptr): a number, never followed
+    return reinterpret_cast<void*>(_lastHandle); // a number, never followed
 }
 
 void Log::close(void* handle)

@@ -60,7 +60,7 @@ public:
             if (!targetIds(api, _service)) {
                 return kUnavailable;
             }
-            // NOLINTNEXTLINE(performance-no-int-to-ptr): a number that is never followed
+            // A number that is never followed.
             *cookie = reinterpret_cast<void*>((api.*_member).open());
             return kOk;
         });

@@ -57,7 +57,7 @@ Documents collect(const Database& database, const std::string& table)
                     best = {sequence, std::move(document)};
                 }
             }
-        } catch (const DatabaseError&) { // NOLINT(bugprone-empty-catch): the rows before the damage are what there is
+        } catch (const DatabaseError&) { // the rows before the damage are what there is
         }
     }
     return found;

@@ -84,8 +84,7 @@ void makeNamesDurable(const fs::path& folder)
     base::syncToDisk(folder);
     try {
         base::syncToDisk(fs::absolute(folder).parent_path());
-    } catch (
-        const fs::filesystem_error&) { // NOLINT(bugprone-empty-catch): somebody else's folder, perhaps not readable
+    } catch (const fs::filesystem_error&) { // somebody else's folder, perhaps not readable
     }
 }
 

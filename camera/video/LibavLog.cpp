@@ -12,7 +12,7 @@ namespace camera::video {
 namespace {
 
 std::atomic<bool> loudLog{false};
-thread_local std::string lastError; // NOLINT(runtime/string): per thread, small
+thread_local std::string lastError;
 
 std::string oneLine(void* context, int level, const char* format, va_list arguments)
 {

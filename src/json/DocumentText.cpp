@@ -6,7 +6,7 @@
 
 namespace json {
 
-DocumentText::DocumentText(std::size_t expected) // NOLINT(cppcoreguidelines-pro-type-member-init): see pending
+DocumentText::DocumentText(std::size_t expected)
 {
     text.reserve(expected);
 }
