@@ -2,11 +2,13 @@
 
 #include "camera/base/PrintableText.h"
 #include "camera/base/Utf8.h"
-#include "camera/onvif/ConfigurationFile.h"
-#include "camera/pipeline/TargetClient.h"
+#include "camera/cli/RestartReport.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <exception>
+#include <json/reader.h>
+#include <json/value.h>
+#include <memory>
 
 namespace camera::cli {
 
@@ -14,66 +16,39 @@ namespace {
 
 constexpr const char* kAnalytics = bus::service::kAnalytics;
 using Texts = std::vector<std::string>;
+using Components = std::vector<onvif::ComponentName>;
 
-std::string countOf(std::size_t count, bool rules)
+void append(Components& all, const std::string& xml)
 {
-    return std::to_string(count) + (rules ? " rule" : " module") + (count == 1 ? "" : "s");
+    const Components found = onvif::componentsOf(xml);
+    all.insert(all.end(), found.begin(), found.end());
 }
 
-// The file's text as the bus takes it.
-const std::string& checked(const std::string& text, const std::string& file)
+// The plug-in's document is a list of objects, each with a key and a configuration.
+Components componentsOfDocument(const std::string& document)
 {
-    if (!base::isSendable(text)) {
-        throw CameraError("the configuration '" + file + "' is refused: it is not UTF-8 text; save it as UTF-8");
+    Components all;
+    Json::Value list;
+    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
+    try {
+        reader->parse(document.data(), document.data() + document.size(), &list, nullptr);
+        for (const Json::Value& entry : list) {
+            append(all, entry["config"].asString());
+        }
+    } catch (const Json::Exception&) { // NOLINT(bugprone-empty-catch): the plug-in cannot read what follows either
     }
-    return text;
+    return all;
 }
 
-// As far as the types tell why no engine takes a document.
-std::string refusalReason(CameraClient& client, const std::vector<onvif::ComponentName>& given)
+Components componentsNow(CameraClient& client)
 {
-    for (const onvif::ComponentName& component : given) {
-        const Texts types = componentTypes(client, component.isRule);
-        if (std::find(types.begin(), types.end(), component.type) == types.end()) {
-            return "no engine knows the type of its " + base::printable(onvif::describe(component)) + "; camera " +
-                   (component.isRule ? "rules" : "modules") + " types lists those that there are";
+    Components all;
+    for (const bool rules : {false, true}) {
+        for (const std::string& element : componentsNow(client, rules)) {
+            append(all, element);
         }
     }
-    if (given.empty()) {
-        return "there is no rule and no module in it";
-    }
-    return "the camera's log names the reason; without one, it mixes the types of several engines, which take a "
-           "file each";
-}
-
-void setConfiguration(CameraClient& client, const std::string& xml, const std::string& file, Patience patience,
-                      base::Console& console)
-{
-    const auto [result, failed] =
-        client.callWithin<std::int32_t, std::uint8_t>(patience, kAnalytics, "setConfiguration", xml);
-    const std::vector<onvif::ComponentName> given = onvif::componentsOf(xml);
-    if (result != 0 || failed != 0) {
-        throw CameraError("the camera refuses the configuration '" + file + "': " + refusalReason(client, given));
-    }
-    const std::vector<onvif::ComponentName> active = onvif::componentsOf(configurationNow(client, ""));
-    const bool all = std::all_of(given.begin(), given.end(), [&active](const onvif::ComponentName& component) {
-        return std::find(active.begin(), active.end(), component) != active.end();
-    });
-    console.line("'" + base::printable(file) +
-                 (all ? "' is stored and active." : "' is stored; it is not active where the camera stands now."));
-}
-
-void change(CameraClient& client, const char* method, const Texts& items, Patience patience, const std::string& what,
-            const std::string& advice)
-{
-    const auto [result, status] = client.callWithin<std::int32_t, std::uint32_t>(patience, kAnalytics, method, items);
-    const pipeline::Answer answer{result, static_cast<pipeline::Outcome>(status)};
-    if (!answer.ok()) {
-        throw CameraError(
-            what + ": " +
-            (answer.outcome == pipeline::Outcome::done ? "the camera failed" : pipeline::describe(answer.outcome)) +
-            "; " + advice);
-    }
+    return all;
 }
 
 } // namespace
@@ -88,54 +63,77 @@ std::vector<std::string> componentTypes(CameraClient& client, bool rules)
     return std::get<0>(client.call<Texts>(kAnalytics, rules ? "getSupportedRules" : "getSupportedEngines"));
 }
 
-void setConfigurations(CameraClient& client, const Texts& files, Patience patience, base::Console& console)
+std::vector<StoredVersion> storedVersions(CameraClient& client)
 {
-    Texts documents;
-    for (const std::string& file : files) {
-        documents.push_back(checked(onvif::readConfiguration(file), file));
+    const Texts keys = std::get<0>(client.call<Texts>(bus::service::kPipeline, "storedKeys"));
+    if (std::find(keys.begin(), keys.end(), kAnalyticsKey) == keys.end()) {
+        return {};
     }
-    for (std::size_t i = 0; i < documents.size(); ++i) {
-        setConfiguration(client, documents[i], files[i], patience, console);
-    }
+    return std::get<0>(
+        client.call<std::vector<StoredVersion>>(bus::service::kPipeline, "history", std::string(kAnalyticsKey)));
 }
 
-std::string configurationNow(CameraClient& client, const std::string& preset)
+StoredComponents storedComponents(CameraClient& client)
 {
-    return preset.empty() ? std::get<0>(client.call<std::string>(kAnalytics, "getCurrentConfiguration"))
-                          : std::get<0>(client.call<std::string>(kAnalytics, "getPtzPresetConfiguration", preset));
+    const std::vector<StoredVersion> versions = storedVersions(client);
+    const auto newest =
+        std::find_if(versions.begin(), versions.end(), [](const StoredVersion& version) { return version.get<3>(); });
+    StoredComponents stored;
+    if (newest == versions.end()) {
+        return stored;
+    }
+    const auto [document] =
+        client.call<std::string>(bus::service::kPipeline, "document", std::string(kAnalyticsKey), newest->get<0>());
+    const Texts ruleTypes = componentTypes(client, true);
+    const Texts moduleTypes = componentTypes(client, false);
+    for (onvif::ComponentName& component : componentsOfDocument(document)) {
+        const Texts& types = component.isRule ? ruleTypes : moduleTypes;
+        const bool loaded = std::find(types.begin(), types.end(), component.type) != types.end();
+        (loaded ? stored.ofLoaded : stored.ofOthers).push_back(std::move(component));
+    }
+    return stored;
 }
 
-void storeComponents(CameraClient& client, bool rules, bool modify, const Texts& files, Patience patience,
-                     base::Console& console)
+const std::string& sendableText(const std::string& text, const std::string& file)
 {
-    Texts items;
-    for (const std::string& file : files) {
-        for (const std::string& item : onvif::readComponents(file, rules)) {
-            items.push_back(checked(item, file));
+    if (!base::isSendable(text)) {
+        throw CameraError("the configuration '" + file + "' is refused: it is not UTF-8 text; save it as UTF-8");
+    }
+    return text;
+}
+
+// Stored and live components differ in several cases. They are read and compared, so that no case need be known.
+int change(CommandContext& context, const std::function<void(CameraClient&)>& perform)
+{
+    CameraClient& client = context.client();
+    std::exception_ptr failure;
+    try {
+        perform(client);
+    } catch (const CameraError&) {
+        failure = std::current_exception();
+    }
+    for (const std::string& line : restartDifferences(componentsNow(client), storedComponents(client).ofLoaded)) {
+        context.console.line(line);
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    return 0;
+}
+
+int printTexts(CommandContext& context, const std::vector<std::string>& texts)
+{
+    Json::Value list(Json::arrayValue);
+    for (const std::string& text : texts) {
+        list.append(text);
+        if (!context.json()) {
+            context.console.line(base::printable(text));
         }
     }
-    const char* method =
-        rules ? (modify ? "modifyRules" : "createRules") : (modify ? "modifyEngines" : "createEngines");
-    change(client, method, items, patience, "cannot store " + countOf(items.size(), rules),
-           "the camera's log names the reason");
-    console.line(countOf(items.size(), rules) + " stored.");
-}
-
-void deleteComponents(CameraClient& client, bool rules, const Texts& names, Patience patience, base::Console& console)
-{
-    change(client, rules ? "deleteRules" : "deleteEngines", names, patience,
-           "cannot delete " + countOf(names.size(), rules),
-           std::string("camera ") + (rules ? "rules" : "modules") + " list shows the names");
-    console.line(countOf(names.size(), rules) + " deleted.");
-}
-
-void restoreDefaults(CameraClient& client, Patience patience, base::Console& console)
-{
-    const auto [result] = client.callWithin<std::int32_t>(patience, kAnalytics, "restoreDefaultSettings");
-    if (result != 0) {
-        throw CameraError("the camera cannot restore its defaults; its log names the reason");
+    if (context.json()) {
+        context.print(list);
     }
-    console.line("The engines have no rules now; what is stored comes back when the camera starts again.");
+    return 0;
 }
 
 } // namespace camera::cli

@@ -1,29 +1,44 @@
 #pragma once
 
-#include "camera/base/Console.h"
-#include "camera/cli/CameraClient.h"
+#include "camera/cli/Command.h"
+#include "camera/onvif/ConfigurationFile.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace camera::cli {
 
-// What is done with the analytics of a running camera, by whichever command. Each refusal of the camera is a
-// CameraError; files are read and checked before anything is asked.
+// What several commands ask of a camera's analytics. Each refusal of the camera is a CameraError.
 
-using Patience = std::chrono::milliseconds;
+/// How long the camera may take to store something.
+constexpr std::chrono::seconds kWritePatience(120);
+
+/// The key of the settings under which the plug-in keeps its configurations.
+constexpr const char* kAnalyticsKey = "OnvifAnalytics";
 
 /// Rules, or else modules: the elements themselves, or their types.
 std::vector<std::string> componentsNow(CameraClient& client, bool rules);
 std::vector<std::string> componentTypes(CameraClient& client, bool rules);
 
-void setConfigurations(CameraClient& client, const std::vector<std::string>& files, Patience patience,
-                       base::Console& console);
-std::string configurationNow(CameraClient& client, const std::string& preset);
-void storeComponents(CameraClient& client, bool rules, bool modify, const std::vector<std::string>& files,
-                     Patience patience, base::Console& console);
-void deleteComponents(CameraClient& client, bool rules, const std::vector<std::string>& names, Patience patience,
-                      base::Console& console);
-void restoreDefaults(CameraClient& client, Patience patience, base::Console& console);
+/// Number, time in seconds since 1970, size and whether it is undamaged; newest first.
+using StoredVersion = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
+std::vector<StoredVersion> storedVersions(CameraClient& client);
+
+/// Every rule and module that is stored: of engines that are loaded, or of others.
+struct StoredComponents {
+    std::vector<onvif::ComponentName> ofLoaded;
+    std::vector<onvif::ComponentName> ofOthers;
+};
+StoredComponents storedComponents(CameraClient& client);
+
+/// A file's text, once it is known that the bus takes it. @throws CameraError
+const std::string& sendableText(const std::string& text, const std::string& file);
+
+/// Performs a change and tells what a restart will do about it, also when the change failed.
+int change(CommandContext& context, const std::function<void(CameraClient&)>& perform);
+
+/// Prints a list, a text a line, or as JSON. @return the exit code 0.
+int printTexts(CommandContext& context, const std::vector<std::string>& texts);
 
 } // namespace camera::cli

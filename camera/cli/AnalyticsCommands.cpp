@@ -17,15 +17,33 @@ using Context = CommandContext;
 
 using Count = base::Argument::Count;
 
-constexpr std::chrono::seconds kWritePatience(120);
+Json::Value describeForPrograms(const onvif::ComponentName& component, bool loaded)
+{
+    Json::Value value;
+    value["name"] = component.name;
+    value["type"] = component.type;
+    value["preset"] = component.preset;
+    value["loaded"] = loaded;
+    return value;
+}
 
-int printTexts(Context& context, const std::vector<std::string>& texts)
+int listComponents(Context& context, bool rules)
 {
     Json::Value list(Json::arrayValue);
-    for (const std::string& text : texts) {
-        list.append(text);
+    for (const std::string& element : componentsNow(context.client(), rules)) {
+        const std::vector<onvif::ComponentName> names = onvif::componentsOf(element);
+        list.append(describeForPrograms(names.empty() ? onvif::ComponentName() : names[0], true));
+        list[list.size() - 1]["xml"] = element;
         if (!context.json()) {
-            context.console.line(base::printable(text));
+            context.console.line(base::printable(element));
+        }
+    }
+    for (const onvif::ComponentName& component : storedComponents(context.client()).ofOthers) {
+        if (component.isRule == rules) {
+            list.append(describeForPrograms(component, false));
+            if (!context.json()) {
+                context.console.line(base::printable(onvif::describe(component)) + ", of an engine that is not loaded");
+            }
         }
     }
     if (context.json()) {
@@ -34,63 +52,92 @@ int printTexts(Context& context, const std::vector<std::string>& texts)
     return 0;
 }
 
-int listComponents(Context& context, bool rules)
+std::string countOf(std::size_t count, bool rules)
 {
-    const std::vector<std::string> elements = componentsNow(context.client(), rules);
-    if (!context.json()) {
-        return printTexts(context, elements);
+    return std::to_string(count) + (rules ? " rule" : " module") + (count == 1 ? "" : "s");
+}
+
+std::string outcomeText(std::uint32_t status)
+{
+    switch (status) {
+    case 0:
+        return "the camera failed";
+    case 1:
+        return "interrupted: what was stored before stays";
+    case 4:
+        return "refused: one of the rules or modules is not valid";
+    case 5:
+        return "not found: one of the names is unknown";
+    default:
+        return "unknown outcome " + std::to_string(status);
     }
-    Json::Value list(Json::arrayValue);
-    for (const std::string& element : elements) {
-        const std::vector<onvif::ComponentName> names = onvif::componentsOf(element);
-        Json::Value component;
-        component["name"] = names.empty() ? "" : names[0].name;
-        component["type"] = names.empty() ? "" : names[0].type;
-        component["preset"] = names.empty() ? "" : names[0].preset;
-        component["xml"] = element;
-        list.append(component);
+}
+
+int changeComponents(Context& context, const char* method, const std::vector<std::string>& items,
+                     const std::string& what, const std::string& done, const std::string& advice)
+{
+    return change(context, [&](CameraClient& client) {
+        const auto [result, status] = client.callWithin<std::int32_t, std::uint32_t>(
+            context.patience(kWritePatience), bus::service::kAnalytics, method, items);
+        if (result != 0 || status != 0) {
+            throw CameraError("cannot " + what + ": " + outcomeText(status) + "; " + advice);
+        }
+        context.console.line(done);
+    });
+}
+
+int storeComponents(Context& context, bool rules, const char* method)
+{
+    std::vector<std::string> items;
+    for (const std::string& file : context.arguments.all("FILE.xml")) {
+        for (const std::string& item : onvif::readComponents(file, rules)) {
+            items.push_back(sendableText(item, file));
+        }
     }
-    context.print(list);
-    return 0;
+    const std::string count = countOf(items.size(), rules);
+    return changeComponents(context, method, items, "store " + count, count + " stored.",
+                            "the camera's log names the reason");
+}
+
+int deleteComponents(Context& context, bool rules)
+{
+    const std::vector<std::string>& names = context.arguments.all("NAME");
+    const std::string count = countOf(names.size(), rules);
+    return changeComponents(context, rules ? "deleteRules" : "deleteEngines", names, "delete " + count,
+                            count + " deleted.",
+                            std::string("camera ") + (rules ? "rules" : "modules") + " list shows the names");
 }
 
 std::vector<Command> componentCommands(const std::string& kind, bool rules)
 {
-    const auto storing = [rules](bool modify) {
-        return onCamera([rules, modify](Context& context) {
-            storeComponents(context.client(), rules, modify, context.arguments.all("FILE.xml"),
-                            context.patience(kWritePatience), context.console);
-            return 0;
-        });
-    };
-    const auto files = [](Command command) {
-        return command.takes({"FILE.xml", Offer::files}, "a file with one or several of them", Count::oneOrMore);
+    const auto storing = [&](const std::string& name, const std::string& summary, const char* method) {
+        return onFolder(Command(kind + name, summary)
+                            .takes({"FILE.xml", Offer::files}, "a file with one or several of them", Count::oneOrMore),
+                        FolderUse::change,
+                        [rules, method](Context& context) { return storeComponents(context, rules, method); });
     };
     return {
-        listing(kind + " list", "Lists the stored " + kind + ", an XML element a line.",
-                [rules](Context& context) { return listComponents(context, rules); }),
-        listing(kind + " types", "Lists the types of " + kind + " that the engines support.",
-                [rules](Context& context) { return printTexts(context, componentTypes(context.client(), rules)); }),
-        files(Command(kind + " create", "Creates the " + kind + " of XML files.")).does(storing(false)),
-        files(Command(kind + " modify", "Replaces " + kind + " by those with the same names in XML files."))
-            .does(storing(true)),
-        Command(kind + " delete", "Deletes " + kind + " by name.")
-            .takes(base::nameValue("NAME", rules ? Offer::rules : Offer::modules), "the name of one of the " + kind,
-                   Count::oneOrMore)
-            .does(onCamera([rules](Context& context) {
-                deleteComponents(context.client(), rules, context.arguments.all("NAME"),
-                                 context.patience(kWritePatience), context.console);
-                return 0;
-            })),
+        listing(
+            kind + " list", "Lists the stored " + kind + ", an XML element a line.",
+            [rules](Context& context) { return listComponents(context, rules); }, FolderUse::look),
+        listing(
+            kind + " types", "Lists the types of " + kind + " that the engines support.",
+            [rules](Context& context) { return printTexts(context, componentTypes(context.client(), rules)); },
+            FolderUse::look),
+        storing(" create", "Creates the " + kind + " of XML files.", rules ? "createRules" : "createEngines"),
+        storing(" modify", "Replaces " + kind + " by those with the same names in XML files.",
+                rules ? "modifyRules" : "modifyEngines"),
+        onFolder(Command(kind + " delete", "Deletes " + kind + " by name.")
+                     .takes(base::nameValue("NAME", rules ? Offer::rules : Offer::modules),
+                            "the name of one of the " + kind, Count::oneOrMore),
+                 FolderUse::change, [rules](Context& context) { return deleteComponents(context, rules); }),
     };
 }
 
-Command texts(const std::string& name, const std::string& summary, const std::string& method)
+int listTopics(Context& context)
 {
-    return listing(name, summary, [method](Context& context) {
-        return printTexts(
-            context, std::get<0>(context.client().call<std::vector<std::string>>(bus::service::kAnalytics, method)));
-    });
+    return printTexts(context, std::get<0>(context.client().call<std::vector<std::string>>(bus::service::kAnalytics,
+                                                                                           "getEventTopics")));
 }
 
 // A command about an engine and a file of frames.
@@ -148,8 +195,7 @@ std::vector<Command> analyticsCommands()
     for (Command& command : componentCommands("modules", false)) {
         all.push_back(std::move(command));
     }
-    all.push_back(texts("presets-used", "Lists the presets that have a configuration.", "getUsedPtzPresets"));
-    all.push_back(texts("topics", "Lists the topics of the events that the engines can send.", "getEventTopics"));
+    all.push_back(listing("topics", "Lists the topics of the events that the engines can send.", listTopics));
     all.push_back(frames("frames record", "Lets an engine record its next frames into a file.")
                       .takes(base::wholeValue("N", 0, 4294967295LL),
                              "how many frames; without it 100; 0 ends a recording", Count::optional)

@@ -16,17 +16,31 @@ class Value;
 
 namespace camera::cli {
 
+class FolderCamera;
+
+/// What a command does with a state folder on which no camera runs.
+enum class FolderUse {
+    none,   ///< it needs a camera that runs
+    look,   ///< it works on a copy
+    change, ///< a camera without frames is started on it
+};
+
 /// One command at work: what it was given, where it prints, and the camera, connected on first use, so that
 /// arguments are refused before anything is asked.
 class CommandContext {
 public:
-    CommandContext(const base::Arguments& arguments, base::Console& console);
+    CommandContext(const base::Arguments& arguments, base::Console& console, FolderUse use = FolderUse::none);
+    ~CommandContext();
 
     const base::Arguments& arguments;
     base::Console& console;
 
-    /// @throws CameraError when no camera runs, several do, or it does not answer.
+    /// @throws CameraError when no camera runs, several do, or it does not answer; std::runtime_error when none can
+    /// be started on the state folder.
     CameraClient& client();
+
+    /// Whether the camera was started for this command. Once client() was called.
+    bool startedForCommand() const { return _started != nullptr; }
 
     /// Where the camera keeps its state. @throws as client().
     const std::filesystem::path& stateDir();
@@ -49,17 +63,23 @@ public:
 private:
     void choose();
 
+    const FolderUse _use;
     std::function<void(const base::Event&)> _hear;
     std::filesystem::path _stateDir;
     std::string _address;
+    std::unique_ptr<FolderCamera> _started;
     std::unique_ptr<CameraClient> _client;
 };
 
-/// What a row of the table does with a running camera.
-base::Command::Perform onCamera(std::function<int(CommandContext&)> perform);
+/// What a row of the table does with a camera.
+base::Command::Perform onCamera(std::function<int(CommandContext&)> perform, FolderUse use = FolderUse::none);
+
+/// A row that has --state: it also works on a state folder on which no camera runs.
+base::Command onFolder(base::Command command, FolderUse use, std::function<int(CommandContext&)> perform);
 
 /// A row that prints a list, for people or with --json for programs.
-base::Command listing(const std::string& name, const std::string& summary, std::function<int(CommandContext&)> perform);
+base::Command listing(const std::string& name, const std::string& summary, std::function<int(CommandContext&)> perform,
+                      FolderUse use = FolderUse::none);
 
 /// The program camera: the table of all its commands, in the order of the help.
 const base::Program& cameraProgram();
@@ -68,6 +88,7 @@ const base::Program& cameraProgram();
 std::vector<base::Command> positioningCommands();
 std::vector<base::Command> serviceCommands();
 std::vector<base::Command> analyticsCommands();
+std::vector<base::Command> configCommands();
 std::vector<base::Command> followCommands();
 std::vector<base::Command> statusCommands();
 

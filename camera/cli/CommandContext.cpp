@@ -1,6 +1,7 @@
 #include "camera/cli/Command.h"
 
 #include "camera/base/OneLineJson.h"
+#include "camera/cli/FolderCamera.h"
 #include "camera/supervisor/RuntimeFolder.h"
 
 #include <json/writer.h>
@@ -33,10 +34,12 @@ RunningCamera onlyOne()
 
 } // namespace
 
-CommandContext::CommandContext(const base::Arguments& arguments, base::Console& console)
-    : arguments(arguments), console(console)
+CommandContext::CommandContext(const base::Arguments& arguments, base::Console& console, FolderUse use)
+    : arguments(arguments), console(console), _use(use)
 {
 }
+
+CommandContext::~CommandContext() = default;
 
 void CommandContext::choose()
 {
@@ -44,6 +47,12 @@ void CommandContext::choose()
         return;
     }
     const std::string folder = arguments.text("--camera", arguments.text("--state"));
+    if (_use != FolderUse::none && arguments.has("--state") && !RuntimeFolder::find(folder)) {
+        _started = std::make_unique<FolderCamera>(folder, _use, patience(kUsualPatience), console);
+        _stateDir = _started->stateDir();
+        _address = _started->address();
+        return;
+    }
     if (folder.empty()) {
         const RunningCamera camera = onlyOne();
         _stateDir = camera.stateDir;

@@ -1,8 +1,6 @@
 #include "camera/base/Log.h"
 #include "camera/cli/CameraNames.h"
 #include "camera/cli/Command.h"
-#include "camera/cli/ConfigOptions.h"
-#include "camera/cli/RunningConfig.h"
 #include "camera/cli/SuperviseCommand.h"
 
 #include <cstdio>
@@ -47,7 +45,7 @@ std::vector<Command> commands()
     appendWithCamera(all, statusCommands());
     appendWithCamera(all, positioningCommands());
     appendWithCamera(all, analyticsCommands());
-    appendWithCamera(all, {configCommand().does(performConfig)});
+    appendWithCamera(all, configCommands());
     appendWithCamera(all, followCommands());
     appendWithCamera(all, serviceCommands());
     all.push_back(completion());
@@ -56,27 +54,40 @@ std::vector<Command> commands()
 
 } // namespace
 
-base::Command::Perform onCamera(std::function<int(CommandContext&)> perform)
+base::Command::Perform onCamera(std::function<int(CommandContext&)> perform, FolderUse use)
 {
-    return [perform = std::move(perform)](const Arguments& arguments, Console& console) {
+    return [perform = std::move(perform), use](const Arguments& arguments, Console& console) {
+        if (use != FolderUse::none && arguments.has("--state") && arguments.has("--camera")) {
+            throw base::UsageError("--state and --camera are given both; one names the camera.");
+        }
         // When the camera ends, one sentence tells it; the connection's own log lines would repeat it.
         base::Log::instance().setWriter([](const std::string&) {});
-        CommandContext context(arguments, console);
+        CommandContext context(arguments, console, use);
         return perform(context);
     };
 }
 
-base::Command listing(const std::string& name, const std::string& summary, std::function<int(CommandContext&)> perform)
+base::Command onFolder(base::Command command, FolderUse use, std::function<int(CommandContext&)> perform)
 {
-    return Command(name, summary).flag("--json", "print JSON, for programs").does(onCamera(std::move(perform)));
+    return command.option("--state", {"DIR", base::Offer::folders}, "the camera with this state folder, running or not")
+        .does(onCamera(std::move(perform), use));
+}
+
+base::Command listing(const std::string& name, const std::string& summary, std::function<int(CommandContext&)> perform,
+                      FolderUse use)
+{
+    Command command = Command(name, summary).flag("--json", "print JSON, for programs");
+    return use == FolderUse::none ? command.does(onCamera(std::move(perform)))
+                                  : onFolder(std::move(command), use, std::move(perform));
 }
 
 const base::Program& cameraProgram()
 {
     static const base::Program program = {
         "camera", "A virtual camera: it loads the detection plug-in as a network camera does, on real video.",
-        "All commands but run, config and completion ask a running camera: the only one, or the one with the state\n"
-        "folder that --camera DIR names.\n",
+        "All commands but run and completion ask a running camera: the only one, or the one with the state folder\n"
+        "that --camera DIR names. config, rules and modules with --state DIR work on a state folder also while no\n"
+        "camera runs on it.\n",
         commands(), cameraNames};
     return program;
 }

@@ -167,6 +167,9 @@ void showPipeline(Context& context, const Json::Value& pipeline)
             }
         }
     }
+    for (const Json::Value& path : pipeline["missingEngines"]) {
+        line(context, "not loaded", "engine module '" + textOf(path) + "'");
+    }
 }
 
 void showServices(Context& context, const Json::Value& metadata, const Json::Value& faults)

@@ -28,8 +28,7 @@ std::string besideProgram(const char* name)
 
 Words servicesWords(const base::Arguments& arguments, const RuntimeFolder& folder, bool first)
 {
-    Words words = {besideProgram("camera-services"), "--bus",     folder.address(),      "--state",
-                   folder.stateDir().string(),       "--runtime", folder.path().string()};
+    Words words = servicesProgram(folder);
     // Afterwards the service itself knows the angle, which somebody may have changed.
     if (first && arguments.has("--orientation")) {
         words.insert(words.end(), {"--rotation", arguments.text("--orientation")});
@@ -41,7 +40,7 @@ Words servicesWords(const base::Arguments& arguments, const RuntimeFolder& folde
 Words pipelineWords(const store::StateFolder& state, const base::Arguments& arguments, const RuntimeFolder& folder,
                     bool first)
 {
-    Words words = {besideProgram("camera-pipeline"), "--bus=" + folder.address()};
+    Words words = pipelineProgram(folder);
     if (!state.kept()) {
         words.insert(words.end(), {"--state=" + state.path().string(), "--temporary-state"});
     }
@@ -51,6 +50,17 @@ Words pipelineWords(const store::StateFolder& state, const base::Arguments& argu
 }
 
 } // namespace
+
+std::vector<std::string> servicesProgram(const RuntimeFolder& folder)
+{
+    return {besideProgram("camera-services"), "--bus",     folder.address(),      "--state",
+            folder.stateDir().string(),       "--runtime", folder.path().string()};
+}
+
+std::vector<std::string> pipelineProgram(const RuntimeFolder& folder)
+{
+    return {besideProgram("camera-pipeline"), "--bus=" + folder.address()};
+}
 
 std::vector<std::string> pipelineArguments(const base::Arguments& arguments, bool first)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/base/RunOptions.h"
+#include "camera/supervisor/RuntimeFolder.h"
 
 #include <string>
 #include <vector>
@@ -14,5 +15,9 @@ int superviseCamera(const base::Arguments& arguments, base::Console& console);
 /// The arguments for the pipeline. When it is started again they are without what the camera was given for its first
 /// start and has kept, or changed since (configurations, presets, the preset where it stands).
 std::vector<std::string> pipelineArguments(const base::Arguments& arguments, bool first);
+
+// The camera's programs, which are found beside this one, with the arguments that they always need.
+std::vector<std::string> servicesProgram(const supervisor::RuntimeFolder& folder);
+std::vector<std::string> pipelineProgram(const supervisor::RuntimeFolder& folder);
 
 } // namespace camera::cli

@@ -1,6 +1,7 @@
 #include "camera/pipeline/PipelineRun.h"
 
 #include "camera/base/PrintableText.h"
+#include "camera/base/SizeText.h"
 #include "camera/base/StopSignal.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/onvif/EventText.h"
@@ -36,8 +37,8 @@ namespace {
 
 using base::Console;
 using base::printable;
+using base::sizeText;
 using onvif::ComponentName;
-using pipeline::sizeText;
 using pipeline::summaryLine;
 
 using Clock = std::chrono::steady_clock;

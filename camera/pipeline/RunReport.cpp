@@ -179,15 +179,4 @@ std::string summaryLine(const std::string& label, const std::string& text)
     return line + text;
 }
 
-std::string sizeText(std::uintmax_t bytes)
-{
-    if (bytes < 1000) {
-        return std::to_string(bytes) + " bytes";
-    }
-    if (bytes < 1000000) {
-        return oneDecimal(static_cast<double>(bytes) / 1e3) + " kB";
-    }
-    return oneDecimal(static_cast<double>(bytes) / 1e6) + " MB";
-}
-
 } // namespace camera::pipeline

@@ -81,7 +81,4 @@ private:
 /// "  frames      " and so on: the left column of a summary line, then its text.
 std::string summaryLine(const std::string& label, const std::string& text);
 
-/// "1.2 MB"
-std::string sizeText(std::uintmax_t bytes);
-
 } // namespace camera::pipeline

@@ -34,6 +34,7 @@ const std::vector<NamedCommand> kCommands = {
     {{"tour", "remove", kName}, "positioning.removeTour NAME"},
     {{"rules", "delete", kName, "x", kName}, "onvif_analytic_service.deleteRules NAME x NAME"},
     {{"modules", "delete", kName}, "onvif_analytic_service.deleteEngines NAME"},
+    {{"config", "get", "--preset=" + kName}, "onvif_analytic_service.getPtzPresetConfiguration NAME"},
     {{"frames", "record", kName, "f", "7"}, "onvif_analytic_service.writeFramesToFile NAME FRAMES/f 7"},
     {{"frames", "replay", kName, "f"}, "onvif_analytic_service.readFramesFromFile NAME FRAMES/f false"},
     {{"fault", kName, "off"}, "services.setFault NAME off 0"},
@@ -77,7 +78,7 @@ protected:
             EXPECT_EQ(fake->calls().size(), before);
             return error.what();
         }
-        return fake->calls().back();
+        return fake->calls().at(before); // what a change asks afterwards has no name
     }
 
     kit::TemporaryFolder folder;

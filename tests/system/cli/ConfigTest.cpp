@@ -1,5 +1,6 @@
 #include "CameraTest.h"
 
+#include <filesystem>
 #include <regex>
 
 namespace camera::system_tests {
@@ -11,9 +12,8 @@ using testing::Not;
 
 class ConfigTest : public CameraTest {
 protected:
-    Finished config(Words words) const
+    Finished on(Words words) const
     {
-        words.insert(words.begin(), "config");
         words.insert(words.end(), {"--state", state()});
         return camera(words);
     }
@@ -21,61 +21,64 @@ protected:
     // For the steps before the one that is tested.
     void must(const Words& words) const
     {
-        const Finished done = config(words);
+        const Finished done = on(words);
         ASSERT_EQ(0, done.exitCode) << done.err;
     }
 };
 
 TEST_F(ConfigTest, storesConfigurationsAndReadsThemBack)
 {
-    const Finished set = config({"set", simple("Gate"), motion("Path")});
+    const Finished set = on({"config", "set", simple("Gate"), motion("Path")});
     EXPECT_EQ(0, set.exitCode) << set.err;
     EXPECT_EQ(2U, count(set.out, "is stored and active."));
     EXPECT_THAT(set.out, Not(HasSubstr("After a restart")));
-    EXPECT_THAT(config({"rules"}).out, AllOf(HasSubstr("<tt:Rule Name=\"Gate\""), HasSubstr("<tt:Rule Name=\"Path\"")));
-    EXPECT_THAT(config({"modules"}).out, AllOf(HasSubstr("Name=\"Cells\""), HasSubstr("Name=\"Objects\"")));
-    EXPECT_THAT(config({"get"}).out, AllOf(HasSubstr("<tt:VideoAnalyticsConfiguration "), HasSubstr("Name=\"Gate\""),
-                                           HasSubstr("Name=\"Path\""), HasSubstr("Name=\"Cells\"")));
+    EXPECT_THAT(on({"rules", "list"}).out,
+                AllOf(HasSubstr("<tt:Rule Name=\"Gate\""), HasSubstr("<tt:Rule Name=\"Path\"")));
+    EXPECT_THAT(on({"modules", "list"}).out, AllOf(HasSubstr("Name=\"Cells\""), HasSubstr("Name=\"Objects\"")));
+    EXPECT_THAT(on({"config", "get"}).out,
+                AllOf(HasSubstr("<tt:VideoAnalyticsConfiguration "), HasSubstr("Name=\"Gate\""),
+                      HasSubstr("Name=\"Path\""), HasSubstr("Name=\"Cells\"")));
 }
 
 TEST_F(ConfigTest, listsTypes)
 {
-    EXPECT_THAT(config({"rules", "types"}).out,
+    std::filesystem::create_directory(state());
+    EXPECT_THAT(on({"rules", "types"}).out,
                 AllOf(HasSubstr("tt:CellMotionDetector\n"), HasSubstr("tt:MotionRegionDetector\n")));
-    EXPECT_THAT(config({"modules", "types"}).out,
+    EXPECT_THAT(on({"modules", "types"}).out,
                 AllOf(HasSubstr("tt:CellMotionEngine\n"), HasSubstr("vca:MotionRegionEngine\n")));
 }
 
 TEST_F(ConfigTest, storesForAPresetWithoutActivating)
 {
-    const Finished set = config({"set", motion("Door rule", "Door")});
+    const Finished set = on({"config", "set", motion("Door rule", "Door")});
     EXPECT_EQ(0, set.exitCode) << set.err;
     EXPECT_THAT(set.out, HasSubstr("is stored; it is not active where the camera stands now."));
-    EXPECT_THAT(config({"get"}).out, Not(HasSubstr("Door rule")));
-    EXPECT_THAT(config({"get", "--preset", "Door"}).out, HasSubstr("Door rule"));
-    EXPECT_THAT(config({"rules"}).out, HasSubstr("Door rule"));
+    EXPECT_THAT(on({"config", "get"}).out, Not(HasSubstr("Door rule")));
+    EXPECT_THAT(on({"config", "get", "--preset", "Door"}).out, HasSubstr("Door rule"));
+    EXPECT_THAT(on({"rules", "list"}).out, HasSubstr("Door rule"));
 }
 
 TEST_F(ConfigTest, addsAndModifiesRules)
 {
-    must({"set", simple("Gate")});
+    must({"config", "set", simple("Gate")});
     const std::string rule = "<tt:Rule Name=\"More\" Type=\"tt:CellMotionDetector\"><tt:Parameters>"
                              "<tt:SimpleItem Name=\"MinCount\" Value=\"VALUE\"/></tt:Parameters></tt:Rule>";
     const auto withValue = [&](const std::string& value) {
         return write("rule.xml", std::regex_replace(rule, std::regex("VALUE"), value));
     };
-    const Finished added = config({"rules", "add", withValue("9")});
+    const Finished added = on({"rules", "create", withValue("9")});
     EXPECT_EQ(0, added.exitCode) << added.err;
     EXPECT_THAT(added.out, HasSubstr("1 rule stored."));
-    EXPECT_THAT(config({"rules"}).out, AllOf(HasSubstr("Name=\"More\""), HasSubstr("Name=\"MinCount\" Value=\"9\""),
-                                             HasSubstr("Name=\"Gate\"")));
+    EXPECT_THAT(on({"rules", "list"}).out, AllOf(HasSubstr("Name=\"More\""), HasSubstr("Name=\"MinCount\" Value=\"9\""),
+                                                 HasSubstr("Name=\"Gate\"")));
     must({"rules", "modify", withValue("11")});
-    EXPECT_THAT(config({"rules"}).out,
+    EXPECT_THAT(on({"rules", "list"}).out,
                 AllOf(HasSubstr("Name=\"MinCount\" Value=\"11\""), Not(HasSubstr("Name=\"MinCount\" Value=\"9\""))));
-    const Finished refused = config({"rules", "modify", withValue("never")});
+    const Finished refused = on({"rules", "modify", withValue("never")});
     EXPECT_EQ(1, refused.exitCode);
     EXPECT_THAT(refused.err, AllOf(HasSubstr("cannot store 1 rule"), HasSubstr("MinCount"), HasSubstr("never")));
-    EXPECT_THAT(config({"rules"}).out, HasSubstr("Name=\"MinCount\" Value=\"11\""));
+    EXPECT_THAT(on({"rules", "list"}).out, HasSubstr("Name=\"MinCount\" Value=\"11\""));
 }
 
 TEST_F(ConfigTest, tellsWhatADeleteWillHaveTakenAlongAfterARestart)
@@ -83,62 +86,61 @@ TEST_F(ConfigTest, tellsWhatADeleteWillHaveTakenAlongAfterARestart)
     std::string two = simpleConfiguration("First");
     const std::string rule = two.substr(two.find("<tt:Rule "), two.find("</tt:Rule>") + 10 - two.find("<tt:Rule "));
     two.insert(two.find("</tt:RuleEngineConfiguration>"), std::regex_replace(rule, std::regex("First"), "Second"));
-    must({"set", write("two.xml", two)});
-    const Finished deleted = config({"rules", "delete", "First"});
+    must({"config", "set", write("two.xml", two)});
+    const Finished deleted = on({"rules", "delete", "First"});
     EXPECT_EQ(0, deleted.exitCode) << deleted.err;
     EXPECT_THAT(deleted.out, HasSubstr("1 rule deleted."));
     EXPECT_THAT(deleted.out, HasSubstr("After a restart rule 'Second' (tt:CellMotionDetector) is gone: it is live, but "
                                        "not stored."));
     EXPECT_THAT(deleted.out, HasSubstr("After a restart module 'Cells' (tt:CellMotionEngine) is gone"));
-    EXPECT_EQ("", config({"rules"}).out);
-    EXPECT_EQ("", config({"modules"}).out);
+    EXPECT_EQ("", on({"rules", "list"}).out);
+    EXPECT_EQ("", on({"modules", "list"}).out);
 }
 
 TEST_F(ConfigTest, tellsThatAPartlyFailedDeleteIsUndoneByARestart)
 {
-    must({"set", simple("Gate")});
-    const Finished deleted = config({"rules", "delete", "Gate", "Unknown"});
+    must({"config", "set", simple("Gate")});
+    const Finished deleted = on({"rules", "delete", "Gate", "Unknown"});
     EXPECT_EQ(1, deleted.exitCode);
-    EXPECT_THAT(deleted.err,
-                AllOf(HasSubstr("cannot delete 2 rules"), HasSubstr("camera config rules lists the names")));
+    EXPECT_THAT(deleted.err, AllOf(HasSubstr("cannot delete 2 rules"), HasSubstr("camera rules list shows the names")));
     EXPECT_THAT(deleted.out,
                 HasSubstr("After a restart rule 'Gate' (tt:CellMotionDetector) is back: it is still stored."));
-    EXPECT_THAT(config({"rules"}).out, HasSubstr("Name=\"Gate\""));
+    EXPECT_THAT(on({"rules", "list"}).out, HasSubstr("Name=\"Gate\""));
 }
 
 TEST_F(ConfigTest, tellsThatAResetComesBackAfterARestart)
 {
-    must({"set", simple("Gate")});
-    const Finished reset = config({"reset"});
+    must({"config", "set", simple("Gate")});
+    const Finished reset = on({"config", "reset"});
     EXPECT_EQ(0, reset.exitCode) << reset.err;
-    EXPECT_THAT(reset.out, HasSubstr("Nothing is configured now."));
+    EXPECT_THAT(reset.out, HasSubstr("The engines have no rules now; what is stored comes back"));
     EXPECT_THAT(reset.out, HasSubstr("After a restart rule 'Gate' (tt:CellMotionDetector) is back"));
-    EXPECT_THAT(config({"rules"}).out, HasSubstr("Name=\"Gate\""));
+    EXPECT_THAT(on({"rules", "list"}).out, HasSubstr("Name=\"Gate\""));
 }
 
 TEST_F(ConfigTest, goesBackToAnEarlierDocument)
 {
-    EXPECT_EQ(1, config({"history"}).exitCode);
-    must({"set", simple("Old")});
-    must({"set", simple("New")});
-    const std::string history = config({"history"}).out;
+    EXPECT_EQ(1, on({"config", "history"}).exitCode) << "there is no such folder yet";
+    must({"config", "set", simple("Old")});
+    must({"config", "set", simple("New")});
+    const std::string history = on({"config", "history"}).out;
     EXPECT_EQ(2U, count(history, " UTC  "));
     const std::string oldest = history.substr(history.rfind('\n', history.size() - 2) + 1);
-    const Finished restored = config({"restore", oldest.substr(0, oldest.find(' '))});
+    const Finished restored = on({"config", "restore", oldest.substr(0, oldest.find(' '))});
     EXPECT_EQ(0, restored.exitCode) << restored.err;
-    EXPECT_THAT(config({"rules"}).out, AllOf(HasSubstr("Name=\"Old\""), Not(HasSubstr("Name=\"New\""))));
-    const Finished unknown = config({"restore", "4711"});
+    EXPECT_THAT(on({"rules", "list"}).out, AllOf(HasSubstr("Name=\"Old\""), Not(HasSubstr("Name=\"New\""))));
+    const Finished unknown = on({"config", "restore", "4711"});
     EXPECT_EQ(1, unknown.exitCode);
-    EXPECT_THAT(unknown.err, HasSubstr("there is no usable document 4711"));
+    EXPECT_THAT(unknown.err, HasSubstr("no good document number 4711 of this key is kept"));
 }
 
 TEST_F(ConfigTest, refusesWhatCannotBeReadAndLeavesTheRest)
 {
-    must({"set", simple("Gate")});
-    const Finished done = config({"set", motion("Path"), write("bad.xml", "<a>")});
+    must({"config", "set", simple("Gate")});
+    const Finished done = on({"config", "set", motion("Path"), write("bad.xml", "<a>")});
     EXPECT_EQ(1, done.exitCode);
     EXPECT_THAT(done.err, HasSubstr("is refused at line 1"));
-    EXPECT_THAT(config({"rules"}).out, AllOf(HasSubstr("Gate"), Not(HasSubstr("Path"))));
+    EXPECT_THAT(on({"rules", "list"}).out, AllOf(HasSubstr("Gate"), Not(HasSubstr("Path"))));
 }
 
 } // namespace

@@ -44,7 +44,7 @@ TEST_F(RefusalTest, wrongArgumentsEndWithTwoAndOneSentence)
         {"run", "a", "--config"},
         {"config"},
         {"config", "paint", "--state", "x"},
-        {"config", "rules", "delete", "--state", "x"},
+        {"rules", "delete", "--state", "x"},
     };
     for (const Words& words : wrong) {
         const Finished done = camera(words);
@@ -115,7 +115,7 @@ TEST_F(RefusalTest, configurationsThatTheCameraRefuses)
     const Finished done = quickRun({"--config", bad, "--state", state()});
     expectFailed(done, "the camera refuses the configuration '" + bad + "'");
     EXPECT_THAT(done.err, AllOf(HasSubstr("Gate"), HasSubstr("MinCount"), HasSubstr("'x'")));
-    EXPECT_THAT(camera({"config", "rules", "--state", state()}).out, Not(HasSubstr("Gate")));
+    EXPECT_THAT(camera({"rules", "list", "--state", state()}).out, Not(HasSubstr("Gate")));
 }
 
 TEST_F(RefusalTest, configurationsThatNoEngineTakes)
@@ -123,7 +123,7 @@ TEST_F(RefusalTest, configurationsThatNoEngineTakes)
     std::string unknown = simpleConfiguration("Gate");
     unknown.replace(unknown.find("tt:CellMotionDetector"), 21, "tt:CarDetector");
     expectFailed(quickRun({"--config", write("unknown.xml", unknown)}),
-                 "no engine knows the type of its rule 'Gate' (tt:CarDetector); camera config rules types lists");
+                 "no engine knows the type of its rule 'Gate' (tt:CarDetector); camera rules types lists");
     expectFailed(quickRun({"--config", write("empty.xml", "<tt:VideoAnalyticsConfiguration/>")}),
                  "there is no rule and no module in it");
     std::string mixed = simpleConfiguration("Gate");
@@ -164,9 +164,8 @@ TEST_F(RefusalTest, aStateFolderThatAnotherCameraHolds)
     expectFailed(second, state());
     EXPECT_THAT(second.err, HasSubstr(std::to_string(holder.id())));
     // What can be asked of the one that runs is asked of it.
-    EXPECT_THAT(camera({"config", "rules", "--state", state()}).out, HasSubstr("<tt:Rule "));
+    EXPECT_THAT(camera({"rules", "list", "--state", state()}).out, HasSubstr("<tt:Rule "));
     EXPECT_EQ(0, camera({"config", "history", "--state", state()}).exitCode);
-    expectFailed(camera({"config", "restore", "1", "--state", state()}), "only be restored while no camera runs");
     holder.signal(SIGINT);
     EXPECT_EQ(0, holder.wait().exitCode);
     EXPECT_EQ(0, quickRun({"--state", state()}).exitCode);
@@ -240,7 +239,7 @@ TEST_F(RefusalTest, aFullDiskLeavesTheStoredConfigurationAlone)
     }
     const Finished done = camera({"config", "set", write("large.xml", large), "--state", state()}, small);
     expectFailed(done, "settings");
-    const Finished after = camera({"config", "rules", "--state", state()});
+    const Finished after = camera({"rules", "list", "--state", state()});
     EXPECT_EQ(0, after.exitCode) << after.err;
     EXPECT_THAT(after.out, HasSubstr("Name=\"Kept\""));
     EXPECT_THAT(after.out, Not(HasSubstr("Large")));

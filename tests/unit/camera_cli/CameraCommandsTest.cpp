@@ -98,6 +98,13 @@ protected:
         return all;
     }
 
+    // The call by which one command changes something. What it asks afterwards is compared with what is stored.
+    std::string changeOf(const Words& words)
+    {
+        const std::string calls = callOf(words);
+        return calls.substr(0, calls.find("; "));
+    }
+
     template <class Condition>
     static bool eventually(const Condition& condition)
     {
@@ -171,14 +178,15 @@ TEST_F(CameraCommandsTest, listingsArePrintedForPeopleAndForPrograms)
     EXPECT_EQ(outputOf({"tour", "list", "--json"}),
               "[{\"name\":\"Walk\",\"stops\":[{\"dwell\":1.5,\"preset\":\"Door\",\"speed\":50}]}]\n");
     EXPECT_EQ(outputOf({"rules", "list"}), "<tt:Rule Name=\"Gate\" Type=\"tt:X\"/>\n");
-    EXPECT_EQ(outputOf({"rules", "list", "--json"}),
-              "[{\"name\":\"Gate\",\"preset\":\"\",\"type\":\"tt:X\",\"xml\":\"<tt:Rule Name=\\\"Gate\\\" "
-              "Type=\\\"tt:X\\\"/>\"}]\n");
+    EXPECT_EQ(
+        outputOf({"rules", "list", "--json"}),
+        "[{\"loaded\":true,\"name\":\"Gate\",\"preset\":\"\",\"type\":\"tt:X\",\"xml\":\"<tt:Rule Name=\\\"Gate\\\" "
+        "Type=\\\"tt:X\\\"/>\"}]\n");
     EXPECT_EQ(outputOf({"rules", "types"}), "tt:X\ntt:Y\n");
     EXPECT_EQ(outputOf({"modules", "types", "--json"}), "[\"tt:M\"]\n");
     EXPECT_THAT(outputOf({"modules", "list"}), StartsWith("<tt:AnalyticsModule "));
     EXPECT_EQ(outputOf({"topics"}), "tns1:A\ntns1:B\n");
-    EXPECT_EQ(outputOf({"presets-used", "--json"}), "[\"Door\"]\n");
+    EXPECT_EQ(outputOf({"config", "presets", "--json"}), "[\"Door\"]\n");
     EXPECT_EQ(outputOf({"faults"}), "day_night  slow\nrotate  off\n");
     EXPECT_EQ(outputOf({"faults", "--json"}), "{\"day_night\":\"slow\",\"rotate\":\"off\"}\n");
     fake->rules.clear();
@@ -191,11 +199,10 @@ TEST_F(CameraCommandsTest, rulesComeFromFilesUnderTheirUsualNames)
     const std::string file =
         folder.write("r.xml", "<x:Rule xmlns:x='http://www.onvif.org/ver10/schema' Name='A' Type='x:T'/>");
     const std::string rule = "<tt:Rule xmlns:tt=\"http://www.onvif.org/ver10/schema\" Name=\"A\" Type=\"tt:T\"/>";
-    EXPECT_EQ(callOf({"rules", "create", file}), "onvif_analytic_service.createRules " + rule);
-    EXPECT_EQ(callOf({"rules", "modify", file, file}), "onvif_analytic_service.modifyRules " + rule + " " + rule);
-    EXPECT_EQ(callOf({"rules", "delete", "A", "B"}), "onvif_analytic_service.deleteRules A B");
-    EXPECT_EQ(callOf({"modules", "delete", "M"}), "onvif_analytic_service.deleteEngines M");
-    EXPECT_EQ(callOf({"config", "rules", "add", file}), "onvif_analytic_service.createRules " + rule);
+    EXPECT_EQ(changeOf({"rules", "create", file}), "onvif_analytic_service.createRules " + rule);
+    EXPECT_EQ(changeOf({"rules", "modify", file, file}), "onvif_analytic_service.modifyRules " + rule + " " + rule);
+    EXPECT_EQ(changeOf({"rules", "delete", "A", "B"}), "onvif_analytic_service.deleteRules A B");
+    EXPECT_EQ(changeOf({"modules", "delete", "M"}), "onvif_analytic_service.deleteEngines M");
     EXPECT_THAT(printed(), HasSubstr("1 rule stored.\n2 rules stored.\n2 rules deleted.\n1 module deleted.\n"));
 }
 
@@ -208,7 +215,7 @@ TEST_F(CameraCommandsTest, whatTheCameraRefusesIsOneSentence)
     fake->status = 0;
     fake->result = -1;
     EXPECT_THAT(failureOf({"rules", "delete", "A"}), HasSubstr("the camera failed"));
-    EXPECT_THAT(failureOf({"config", "default"}), HasSubstr("cannot restore its defaults"));
+    EXPECT_THAT(failureOf({"config", "reset"}), HasSubstr("cannot restore its defaults"));
     fake->result = 0;
     fake->refusal = "there is no preset 'Door'";
     EXPECT_EQ(failureOf({"preset", "go", "Door"}), "camera: there is no preset 'Door'.\n");
@@ -230,14 +237,42 @@ TEST_F(CameraCommandsTest, configurationsAreStoredAndSaidToBeActiveOrNot)
     EXPECT_EQ(outputOf({"config", "get", "--camera", state}), fake->configuration + "\n");
     EXPECT_EQ(outputOf({"config", "get", "--preset", "Door"}), "<of-preset/>\n");
     EXPECT_THAT(fake->calls().back(), "onvif_analytic_service.getPtzPresetConfiguration Door");
-    EXPECT_EQ(outputOf({"config", "rules"}), fake->rules[0] + "\n");
-    EXPECT_EQ(outputOf({"config", "modules", "types"}), "tt:M\n");
-    EXPECT_EQ(outputOf({"config", "default"}),
+    EXPECT_EQ(outputOf({"config", "reset"}),
               "The engines have no rules now; what is stored comes back when the camera starts again.\n");
     EXPECT_EQ(outputOf({"config", "history"}),
               "4  1970-01-02 00:00:00 UTC  1.5 kB\n3  1970-01-01 00:00:00 UTC  20 bytes  damaged\n");
     EXPECT_EQ(fake->calls().back(), "pipeline.history OnvifAnalytics");
-    EXPECT_THAT(failureOf({"config", "restore", "3"}), HasSubstr("only be restored while no camera runs"));
+    EXPECT_EQ(outputOf({"config", "history", "--json"}),
+              "[{\"bytes\":1500,\"good\":true,\"number\":4,\"storedAt\":86400},"
+              "{\"bytes\":20,\"good\":false,\"number\":3,\"storedAt\":0}]\n");
+    EXPECT_EQ(callOf({"config", "restore", "3"}), "pipeline.restore OnvifAnalytics 3; supervisor.restartPipeline");
+    EXPECT_THAT(printed(), HasSubstr("Document 3 is the newest again; the camera's pipeline starts again with it.\n"));
+}
+
+TEST_F(CameraCommandsTest, whatIsStoredForAnEngineThatIsNotLoadedIsListedAsSuch)
+{
+    fake->ruleTypes = {"tt:Y"};
+    fake->rules.clear();
+    fake->serve();
+    EXPECT_EQ(outputOf({"rules", "list"}), "rule 'Gate' (tt:X), of an engine that is not loaded\n");
+    EXPECT_EQ(outputOf({"rules", "list", "--json"}),
+              "[{\"loaded\":false,\"name\":\"Gate\",\"preset\":\"\",\"type\":\"tt:X\"}]\n");
+    EXPECT_EQ(outputOf({"config", "presets"}), "Door\n");
+    EXPECT_EQ(outputOf({"config", "reset"}),
+              "The engines have no rules now; what is stored comes back when the camera starts again.\n");
+}
+
+TEST_F(CameraCommandsTest, whatARestartLosesAndBringsBackIsToldAfterEachChange)
+{
+    fake->rules = {"<tt:Rule Name=\"New\" Type=\"tt:Y\"/>"};
+    fake->serve();
+    const std::string differences = "After a restart rule 'New' (tt:Y) is gone: it is live, but not stored.\n"
+                                    "After a restart rule 'Gate' (tt:X) is back: it is still stored.\n";
+    EXPECT_EQ(outputOf({"rules", "delete", "A"}), "1 rule deleted.\n" + differences);
+    fake->status = 5;
+    const std::size_t before = printed().size();
+    EXPECT_THAT(failureOf({"rules", "delete", "A"}), HasSubstr("not found: one of the names is unknown"));
+    EXPECT_EQ(printed().substr(before), differences);
 }
 
 TEST_F(CameraCommandsTest, aRefusedConfigurationIsExplainedAsFarAsItsTypesTell)
@@ -306,6 +341,7 @@ TEST_F(CameraCommandsTest, statusIsOneScreen)
                   "documents   9  dropped 3\n"
                   "active      Simple: key 'Simple'\n"
                   "            Motion: none\n"
+              "not loaded  engine module '/e.so'\n"
                   "metadata    received 9  delivered 8  lost 1  subscribers 2\n"
                   "faults      day_night slow\n");
     Json::Value all;

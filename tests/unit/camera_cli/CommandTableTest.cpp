@@ -91,7 +91,9 @@ TEST(CommandTable, refusesWrongArgumentsOfEveryCommandInOneSentence)
         {{"modules", "create"}, "camera modules create: FILE.xml is missing; see camera modules create --help."},
         {{"modules", "delete"}, "camera modules delete: NAME is missing; see camera modules delete --help."},
         {{"modules", "list", "x"}, "camera modules list: 'x' is too much; see camera modules list --help."},
-        {{"presets-used", "x"}, "camera presets-used: 'x' is too much; see camera presets-used --help."},
+        {{"rules", "list", "--state", "a", "--camera", "b"},
+         "--state and --camera are given both; one names the camera."},
+        {{"topics", "--state", "a"}, "camera topics: there is no option --state; see camera topics --help."},
         {{"topics", "x"}, "camera topics: 'x' is too much; see camera topics --help."},
         {{"events", "x"}, "camera events: 'x' is too much; see camera events --help."},
         {{"metadata", "--json"}, "camera metadata: there is no option --json; see camera metadata --help."},
@@ -111,7 +113,12 @@ TEST(CommandTable, refusesWrongArgumentsOfEveryCommandInOneSentence)
         {{"faults", "x"}, "camera faults: 'x' is too much; see camera faults --help."},
         {{"completion", "fish"}, "camera completion takes bash or zsh, not 'fish'."},
         {{"run"}, "camera run: INPUT is missing; see camera run --help."},
-        {{"config"}, "camera config: ACTION is missing; see camera config --help."},
+        {{"config"}, "camera config: what to do is missing: one of get, set, presets, history, restore, reset."},
+        {{"config", "set"}, "camera config set: FILE.xml is missing; see camera config set --help."},
+        {{"config", "presets", "x"}, "camera config presets: 'x' is too much; see camera config presets --help."},
+        {{"config", "restore"}, "camera config restore: N is missing; see camera config restore --help."},
+        {{"config", "restore", "x"},
+         "camera config restore: N takes a whole number from 1 to 9223372036854775807, not 'x'."},
     };
     for (const auto& [words, sentence] : cases) {
         EXPECT_EQ(refused(words), sentence) << testing::PrintToString(words);

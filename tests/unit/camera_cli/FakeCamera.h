@@ -19,6 +19,10 @@ namespace camera::cli {
 /// A camera that can be found by its state folder, with a bus of its own and services that answer what a test
 /// wants and write every call down.
 class FakeCamera {
+    static constexpr const char* kModule =
+        "<tt:AnalyticsModule Name='A' Type='tt:M'><tt:Parameters><tt:SimpleItem Name='PtzPreset' Value='Door'/>"
+        "</tt:Parameters></tt:AnalyticsModule>";
+
 public:
     using Stop = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
     using Tour = sdbus::Struct<std::string, std::vector<Stop>>;
@@ -221,7 +225,7 @@ private:
         texts("getSupportedRules", [this] { return ruleTypes; });
         texts("getCurrentRules", [this] { return rules; });
         texts("getSupportedEngines", [] { return Texts{"tt:M"}; });
-        texts("getCurrentEngines", [] { return Texts{"<tt:AnalyticsModule Name=\"A\" Type=\"tt:M\"/>"}; });
+        texts("getCurrentEngines", [] { return Texts{kModule}; });
         texts("getUsedPtzPresets", [] { return Texts{"Door"}; });
         for (const char* name :
              {"createRules", "modifyRules", "deleteRules", "createEngines", "modifyEngines", "deleteEngines"}) {
@@ -263,13 +267,23 @@ private:
             return std::string("{\"frames\":250,\"framesPerSecond\":24.94,\"framesFailed\":1,\"events\":7,"
                                "\"eventsDropped\":2,\"documents\":9,\"documentsDropped\":3,\"input\":\"a.mp4\","
                                "\"engines\":[{\"name\":\"Simple\",\"key\":\"Simple\"},{\"name\":\"Motion\",\"key\":"
-                               "\"\"}],\"longestFrameMs\":1.25}");
+                               "\"\"}],\"missingEngines\":[\"/e.so\"],\"longestFrameMs\":1.25}");
         });
         method<std::vector<Version>>(pipeline, "pipeline", "history", takes<std::string>(), [] {
             return std::make_tuple(
                 std::vector<Version>{{std::int64_t{4}, std::int64_t{86400}, std::uint64_t{1500}, true},
                                      {std::int64_t{3}, std::int64_t{0}, std::uint64_t{20}, false}});
         });
+        method<Texts>(pipeline, "pipeline", "storedKeys", takes<>(),
+                      [] { return std::make_tuple(Texts{"OnvifAnalytics"}); });
+        text<std::string, std::int64_t>(pipeline, "pipeline", "document", [] {
+            return std::string("[{\"key\":\"X\",\"config\":\"<tt:VideoAnalyticsConfiguration>"
+                               "<tt:AnalyticsEngineConfiguration>") +
+                   kModule +
+                   "</tt:AnalyticsEngineConfiguration><tt:RuleEngineConfiguration><tt:Rule Name='Gate' Type='tt:X'/>"
+                   "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>\"}]";
+        });
+        command(pipeline, "pipeline", "restore", takes<std::string, std::int64_t>());
         sdbus::IObject& supervisor = object(objects, session, "supervisor");
         text(supervisor, "supervisor", "status", [] {
             return std::string(
@@ -278,6 +292,7 @@ private:
                 "\"pid\":0,\"restarts\":2,\"since\":5,\"lastExit\":\"signal 9 (Killed)\"}]}");
         });
         command(supervisor, "supervisor", "stop", takes<>());
+        command(supervisor, "supervisor", "restartPipeline", takes<>());
         sdbus::IObject& metadata = object(objects, session, "onvif_metadata_streamer");
         text(metadata, "onvif_metadata_streamer", "getSocket", [this] { return socket; });
         using T = std::uint64_t;
@@ -285,10 +300,10 @@ private:
                            [] { return std::make_tuple(T{9}, T{8}, T{1}, U{2}); });
     }
 
-    template <class Text>
+    template <class... In, class Text>
     void text(sdbus::IObject& object, const std::string& service, const std::string& name, Text text)
     {
-        method<std::string>(object, service, name, takes<>(), [text] { return std::make_tuple(text()); });
+        method<std::string>(object, service, name, takes<In...>(), [text] { return std::make_tuple(text()); });
     }
 
     supervisor::RuntimeFolder _folder;

@@ -1,9 +1,9 @@
 #include "camera/base/Console.h"
 #include "camera/base/PluginPath.h"
+#include "camera/base/SizeText.h"
 #include "camera/base/StopSignal.h"
+#include "camera/cli/RestartReport.h"
 #include "camera/onvif/EventText.h"
-#include "camera/pipeline/RestartReport.h"
-#include "camera/pipeline/RunReport.h"
 #include "camera/store/StateFolder.h"
 #include "unit/camera_video/TemporaryFolder.h"
 
@@ -23,15 +23,11 @@ namespace {
 
 using namespace camera::base;
 using namespace camera::onvif;
-using namespace camera::pipeline;
 using camera::store::StateFolder;
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
 using video::TemporaryFolder;
 
 TEST(EventText, tellsTimeTopicRuleAndValues)
@@ -96,41 +92,7 @@ TEST(Console, noticesThatNothingCanBeWritten)
     std::fclose(full);
 }
 
-TEST(RunReport, countsFramesObjectsAndEvents)
-{
-    RunReport report;
-    report.frame(true);
-    report.frame(false);
-    video::Drawing drawing;
-    kit::BoxRecord box;
-    box.id = 5;
-    drawing.boxes.push_back(box);
-    report.drawing(drawing);
-    box.id = 6;
-    drawing.boxes.push_back(box);
-    report.drawing(drawing);
-    drawing.boxes.clear();
-    report.drawing(drawing);
-    report.event({"topic", "", ""});
-    EXPECT_THAT(report.status(), StartsWith("frames 2  "));
-    EXPECT_THAT(report.status(), HasSubstr("/s  objects 0  events 1"));
-    const std::vector<std::string> lines = report.summary();
-    EXPECT_THAT(lines, Contains(HasSubstr("1 of them failed")));
-    EXPECT_THAT(lines, Contains("  objects   2, at most 2 at once"));
-    EXPECT_THAT(lines, Contains("            1  topic"));
-}
-
-TEST(RunReport, summaryStaysOnOneScreenWhateverTopicsThereAre)
-{
-    RunReport report;
-    for (int i = 0; i < 1000; ++i) {
-        report.event({"topic" + std::to_string(i), "", ""});
-    }
-    EXPECT_LT(report.summary().size(), 16U);
-    EXPECT_THAT(report.summary(), Contains("  events    1000"));
-}
-
-TEST(RunReport, tellsSizes)
+TEST(SizeText, isForPeople)
 {
     EXPECT_EQ("999 bytes", sizeText(999));
     EXPECT_EQ("1.5 kB", sizeText(1500));

@@ -11,6 +11,7 @@ using camera::pipeline::summaryLine;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 constexpr std::int64_t kStart = 1700000000LL * 1000000000;
 
@@ -124,6 +125,40 @@ TEST(RunReportTest, tellsHowItDoesNow)
     EXPECT_EQ(report.takeLongestFrameMilliseconds(), 0.0);
     EXPECT_EQ(report.now().longestFrameMilliseconds, 8.0);
     EXPECT_GT(report.now().framesPerSecond, 0.0);
+}
+
+TEST(RunReportTest, countsFramesObjectsAndEvents)
+{
+    RunReport report;
+    report.frame(true);
+    report.frame(false);
+    camera::video::Drawing drawing;
+    camera::kit::BoxRecord box;
+    box.id = 5;
+    drawing.boxes.push_back(box);
+    report.drawing(drawing);
+    box.id = 6;
+    drawing.boxes.push_back(box);
+    report.drawing(drawing);
+    drawing.boxes.clear();
+    report.drawing(drawing);
+    report.event({"topic", "", ""});
+    EXPECT_THAT(report.status(), StartsWith("frames 2  "));
+    EXPECT_THAT(report.status(), HasSubstr("/s  objects 0  events 1"));
+    const std::vector<std::string> lines = report.summary();
+    EXPECT_THAT(lines, Contains(HasSubstr("1 of them failed")));
+    EXPECT_THAT(lines, Contains("  objects   2, at most 2 at once"));
+    EXPECT_THAT(lines, Contains("            1  topic"));
+}
+
+TEST(RunReportTest, summaryStaysOnOneScreenWhateverTopicsThereAre)
+{
+    RunReport report;
+    for (int i = 0; i < 1000; ++i) {
+        report.event({"topic" + std::to_string(i), "", ""});
+    }
+    EXPECT_LT(report.summary().size(), 16U);
+    EXPECT_THAT(report.summary(), Contains("  events    1000"));
 }
 
 } // namespace

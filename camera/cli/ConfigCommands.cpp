@@ -1,0 +1,172 @@
+#include "camera/base/PrintableText.h"
+#include "camera/base/SizeText.h"
+#include "camera/base/UtcText.h"
+#include "camera/cli/AnalyticsCalls.h"
+#include "camera/cli/Command.h"
+#include "camera/onvif/ConfigurationFile.h"
+
+#include <algorithm>
+#include <json/value.h>
+#include <limits>
+#include <set>
+
+namespace camera::cli {
+
+namespace {
+
+using Context = CommandContext;
+
+constexpr const char* kAnalytics = bus::service::kAnalytics;
+
+std::string currentConfiguration(CameraClient& client)
+{
+    return std::get<0>(client.call<std::string>(kAnalytics, "getCurrentConfiguration"));
+}
+
+int get(Context& context)
+{
+    const std::string preset = context.arguments.text("--preset");
+    context.console.line(preset.empty() ? currentConfiguration(context.client())
+                                        : std::get<0>(context.client().call<std::string>(
+                                              kAnalytics, "getPtzPresetConfiguration", preset)));
+    return 0;
+}
+
+// As far as the types tell why no engine takes a document.
+std::string refusalReason(CameraClient& client, const std::vector<onvif::ComponentName>& given)
+{
+    for (const onvif::ComponentName& component : given) {
+        const std::vector<std::string> types = componentTypes(client, component.isRule);
+        if (std::find(types.begin(), types.end(), component.type) == types.end()) {
+            return "no engine knows the type of its " + base::printable(onvif::describe(component)) + "; camera " +
+                   (component.isRule ? "rules" : "modules") + " types lists those that there are";
+        }
+    }
+    if (given.empty()) {
+        return "there is no rule and no module in it";
+    }
+    return "the camera's log names the reason; without one, it mixes the types of several engines, which take a "
+           "file each";
+}
+
+void setConfiguration(Context& context, CameraClient& client, const std::string& xml, const std::string& file)
+{
+    const auto [result, failed] = client.callWithin<std::int32_t, std::uint8_t>(context.patience(kWritePatience),
+                                                                                kAnalytics, "setConfiguration", xml);
+    const std::vector<onvif::ComponentName> given = onvif::componentsOf(xml);
+    if (result != 0 || failed != 0) {
+        throw CameraError("the camera refuses the configuration '" + file + "': " + refusalReason(client, given));
+    }
+    const std::vector<onvif::ComponentName> active = onvif::componentsOf(currentConfiguration(client));
+    const bool all = std::all_of(given.begin(), given.end(), [&active](const onvif::ComponentName& component) {
+        return std::find(active.begin(), active.end(), component) != active.end();
+    });
+    context.console.line(
+        "'" + base::printable(file) +
+        (all ? "' is stored and active." : "' is stored; it is not active where the camera stands now."));
+}
+
+int set(Context& context)
+{
+    const std::vector<std::string>& files = context.arguments.all("FILE.xml");
+    std::vector<std::string> documents;
+    for (const std::string& file : files) {
+        documents.push_back(sendableText(onvif::readConfiguration(file), file));
+    }
+    return change(context, [&](CameraClient& client) {
+        for (std::size_t i = 0; i < documents.size(); ++i) {
+            setConfiguration(context, client, documents[i], files[i]);
+        }
+    });
+}
+
+int history(Context& context)
+{
+    Json::Value list(Json::arrayValue);
+    for (const StoredVersion& version : storedVersions(context.client())) {
+        Json::Value value;
+        value["number"] = Json::Int64(version.get<0>());
+        value["storedAt"] = Json::Int64(version.get<1>());
+        value["bytes"] = Json::UInt64(version.get<2>());
+        value["good"] = version.get<3>();
+        list.append(value);
+        if (!context.json()) {
+            context.console.line(std::to_string(version.get<0>()) + "  " + base::utcText(version.get<1>()) + "  " +
+                                 base::sizeText(version.get<2>()) + (version.get<3>() ? "" : "  damaged"));
+        }
+    }
+    if (context.json()) {
+        context.print(list);
+    } else if (list.empty()) {
+        context.console.line("Nothing was ever stored.");
+    }
+    return 0;
+}
+
+int restore(Context& context)
+{
+    const std::int64_t number = context.arguments.whole("N");
+    CameraClient& client = context.client();
+    client.callWithin<>(context.patience(kWritePatience), bus::service::kPipeline, "restore",
+                        std::string(kAnalyticsKey), number);
+    if (!context.startedForCommand()) {
+        client.call<>(bus::service::kSupervisor, "restartPipeline");
+    }
+    context.console.line(
+        "Document " + std::to_string(number) + " is the newest again; " +
+        (context.startedForCommand() ? "the next start uses it." : "the camera's pipeline starts again with it."));
+    return 0;
+}
+
+int reset(Context& context)
+{
+    return change(context, [&](CameraClient& client) {
+        const auto [result] =
+            client.callWithin<std::int32_t>(context.patience(kWritePatience), kAnalytics, "restoreDefaultSettings");
+        if (result != 0) {
+            throw CameraError("the camera cannot restore its defaults; its log names the reason");
+        }
+        context.console.line("The engines have no rules now; what is stored comes back when the camera starts again.");
+    });
+}
+
+// A rule or module names the preset for which it is stored.
+int presets(Context& context)
+{
+    std::set<std::string> names;
+    StoredComponents stored = storedComponents(context.client());
+    stored.ofLoaded.insert(stored.ofLoaded.end(), stored.ofOthers.begin(), stored.ofOthers.end());
+    for (const onvif::ComponentName& component : stored.ofLoaded) {
+        if (!component.preset.empty()) {
+            names.insert(component.preset);
+        }
+    }
+    return printTexts(context, {names.begin(), names.end()});
+}
+
+} // namespace
+
+std::vector<base::Command> configCommands()
+{
+    using base::Command;
+    using base::Offer;
+    return {
+        onFolder(Command("config get", "Prints the active configuration.")
+                     .option("--preset", base::nameValue("NAME", Offer::presets),
+                             "the configuration that is stored for this preset"),
+                 FolderUse::look, get),
+        onFolder(Command("config set", "Stores whole configurations.")
+                     .takes({"FILE.xml", Offer::files}, "a configuration", base::Argument::Count::oneOrMore),
+                 FolderUse::change, set),
+        listing("config presets", "Lists the presets that have a configuration.", presets, FolderUse::look),
+        listing("config history", "Lists the stored documents, newest first.", history, FolderUse::look),
+        onFolder(Command("config restore", "Makes an earlier document the newest one; the pipeline starts again.")
+                     .takes(base::wholeValue("N", 1, std::numeric_limits<std::int64_t>::max()),
+                            "the number of the document, as camera config history lists it"),
+                 FolderUse::change, restore),
+        onFolder(Command("config reset", "Removes all rules and modules until the camera starts again."),
+                 FolderUse::change, reset),
+    };
+}
+
+} // namespace camera::cli
