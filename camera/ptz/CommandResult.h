@@ -25,7 +25,7 @@ enum class CommandStatus {
     badRequest,    ///< a command that means nothing: no axis, a speed above 100 percent, a tour without stops
     held,          ///< a more important user holds the camera
     notRunning,    ///< no tour runs, or it is not paused
-    tooMany,       ///< there is no room for another one
+    tooMany,       ///< the list is full
     badDocument,   ///< a stored state that cannot be used
 };
 
