@@ -1,9 +1,9 @@
 // The texts that people read: help at every level, and the man page.
 
 #include "camera/base/CommandLine.h"
+#include "camera/base/UtcText.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cstdlib>
 #include <ctime>
@@ -96,12 +96,7 @@ std::string roffText(const std::string& text)
 std::string today()
 {
     const char* fixed = std::getenv("SOURCE_DATE_EPOCH");
-    const std::time_t time = fixed != nullptr ? std::strtoll(fixed, nullptr, 10) : std::time(nullptr);
-    std::tm parts{};
-    gmtime_r(&time, &parts);
-    std::array<char, 16> text{};
-    std::strftime(text.data(), text.size(), "%Y-%m-%d", &parts);
-    return text.data();
+    return utcText(fixed != nullptr ? std::strtoll(fixed, nullptr, 10) : std::time(nullptr), "%Y-%m-%d");
 }
 
 std::string roffItem(const std::string& left, const std::string& right)

@@ -2,8 +2,8 @@
 #include "camera/base/RunOptions.h"
 #include "camera/base/Utf8.h"
 #include "camera/cli/Command.h"
+#include "integration/camera_cli/FakeCamera.h"
 #include "kit/TemporaryFolder.h"
-#include "unit/camera_cli/FakeCamera.h"
 #include "unit/hostile/NamesTable.h"
 
 #include <gmock/gmock.h>
@@ -37,6 +37,7 @@ const std::vector<NamedCommand> kCommands = {
     {{"config", "get", "--preset=" + kName}, "onvif_analytic_service.getPtzPresetConfiguration NAME"},
     {{"frames", "record", kName, "f", "7"}, "onvif_analytic_service.writeFramesToFile NAME FRAMES/f 7"},
     {{"frames", "replay", kName, "f"}, "onvif_analytic_service.readFramesFromFile NAME FRAMES/f false"},
+    {{"config", "get", "--preset", kName}, "onvif_analytic_service.getPtzPresetConfiguration NAME"},
     {{"fault", kName, "off"}, "services.setFault NAME off 0"},
 };
 
@@ -122,14 +123,19 @@ TEST_F(AwkwardNamesTest, areTakenByARunAsTheyAre)
 // A command that is added with a name has a row above.
 TEST_F(AwkwardNamesTest, goThroughEveryCommandThatTakesAName)
 {
+    const auto isName = [](const base::Value& value) {
+        return value.name == "NAME" || value.offer >= base::Offer::presets;
+    };
     for (const base::Command& command : cameraProgram().commands) {
-        for (const base::Argument& argument : command.arguments) {
-            if (argument.value.name == "NAME" || argument.value.offer >= base::Offer::presets) {
-                EXPECT_TRUE(std::any_of(kCommands.begin(), kCommands.end(), [&command](const NamedCommand& row) {
-                    return command.name == row.words[0] || command.name == row.words[0] + " " + row.words[1];
-                })) << command.name;
-            }
-        }
+        const bool takesName =
+            std::any_of(command.arguments.begin(), command.arguments.end(),
+                        [&](const base::Argument& argument) { return isName(argument.value); }) ||
+            std::any_of(command.options.begin(), command.options.end(),
+                        [&](const base::Option& option) { return option.value && isName(*option.value); });
+        const bool hasRow = std::any_of(kCommands.begin(), kCommands.end(), [&](const NamedCommand& row) {
+            return command.name == row.words[0] || command.name == row.words[0] + " " + row.words[1];
+        });
+        EXPECT_EQ(hasRow, takesName && command.name != "run") << command.name;
     }
 }
 

@@ -2,7 +2,7 @@
 #include "camera/cli/Command.h"
 #include "kit/ChildProcess.h"
 #include "kit/TemporaryFolder.h"
-#include "unit/camera_cli/FakeCamera.h"
+#include "integration/camera_cli/FakeCamera.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

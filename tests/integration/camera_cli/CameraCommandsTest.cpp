@@ -1,5 +1,5 @@
 #include "camera/cli/Command.h"
-#include "unit/camera_cli/FakeCamera.h"
+#include "integration/camera_cli/FakeCamera.h"
 #include "unit/camera_video/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
