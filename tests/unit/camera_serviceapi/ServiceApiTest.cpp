@@ -206,6 +206,21 @@ TEST_F(ServiceApiTest, callsNoHandlerThatWasUnregisteredBeforeItsTurn)
     EXPECT_THAT(calls, IsEmpty());
 }
 
+TEST_F(ServiceApiTest, callsNoHandlerThatAnEarlierOneUnregistered)
+{
+    start();
+    static void* cookie = nullptr;
+    ravel_api_day_night_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
+    const auto unregisters = [](bool, const char*, void*) {
+        EXPECT_EQ(ravel_api_day_night_movement_change_unregister_event_handler(cookie, &onDayNight), 0);
+    };
+    ravel_api_day_night_movement_change_register_event_handler(cookie, unregisters, nullptr);
+    ravel_api_day_night_movement_change_register_event_handler(cookie, &onDayNight, &calls);
+    services->moveFilter(true);
+    api->control.drain();
+    EXPECT_THAT(calls, IsEmpty());
+}
+
 TEST_F(ServiceApiTest, forgetsTheHandlersOfAClosedConnection)
 {
     start();
