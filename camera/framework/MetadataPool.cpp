@@ -24,6 +24,14 @@ void log(const std::string& text)
     base::Log::instance().write(base::LogLevel::error, "transmitter", text);
 }
 
+const MetadataPool::Options& checked(const MetadataPool::Options& options)
+{
+    if (options.engineCount == 0 || options.bytesPerEngine == 0 || options.bytesPerEngine % kAlignment != 0) {
+        throw std::invalid_argument("metadata buffers need at least one engine and a multiple of 64 bytes for each");
+    }
+    return options;
+}
+
 } // namespace
 
 GuardedMemory::GuardedMemory(std::size_t sizeBytes) : _sizeBytes(sizeBytes)
@@ -48,16 +56,9 @@ GuardedMemory::~GuardedMemory()
     ::munmap(_mapping, _mappingBytes);
 }
 
-MetadataPool::MetadataPool(const Options& options) : _options(options)
+MetadataPool::MetadataPool(const Options& options)
+    : _options(checked(options)), _drawing(options.engineCount * options.bytesPerEngine), _motion(_drawing.size())
 {
-    if (options.engineCount == 0 || options.bytesPerEngine == 0 || options.bytesPerEngine % kAlignment != 0) {
-        throw std::invalid_argument("metadata buffers need at least one engine and a multiple of 64 bytes for each");
-    }
-    if (options.lends) {
-        const std::size_t size = options.engineCount * options.bytesPerEngine;
-        _drawing = std::make_unique<GuardedMemory>(size);
-        _motion = std::make_unique<GuardedMemory>(size);
-    }
 }
 
 void MetadataPool::setConsumer(std::function<void(const Outputs&)> consumer)
@@ -69,23 +70,22 @@ std::uint8_t* MetadataPool::lendDrawing()
 {
     // A buffer that a failed frame never gave back is simply lent again.
     _drawingBytes = 0;
-    return _drawing ? _drawing->data() : nullptr;
+    return _drawing.data();
 }
 
 std::uint8_t* MetadataPool::lendMotion()
 {
-    return _motion ? _motion->data() : nullptr;
+    return _motion.data();
 }
 
 void MetadataPool::takeDrawing(std::size_t usedBytes)
 {
-    _drawingBytes = checked(usedBytes, "drawing");
+    _drawingBytes = cut(usedBytes, "drawing");
 }
 
 void MetadataPool::takeMotion(std::size_t usedBytes)
 {
-    const Outputs outputs{_drawing ? _drawing->data() : nullptr, _drawingBytes, lendMotion(),
-                          checked(usedBytes, "motion")};
+    const Outputs outputs{_drawing.data(), _drawingBytes, _motion.data(), cut(usedBytes, "motion")};
     try {
         if (_consumer) {
             _consumer(outputs);
@@ -97,9 +97,9 @@ void MetadataPool::takeMotion(std::size_t usedBytes)
     }
 }
 
-std::size_t MetadataPool::checked(std::size_t usedBytes, const char* which) const
+std::size_t MetadataPool::cut(std::size_t usedBytes, const char* which) const
 {
-    const std::size_t size = _options.lends ? _options.engineCount * _options.bytesPerEngine : 0;
+    const std::size_t size = _drawing.size();
     if (usedBytes <= size) {
         return usedBytes;
     }

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
 
 namespace camera::framework {
 
@@ -38,7 +37,6 @@ public:
     struct Options {
         std::size_t engineCount = 1;              ///< 1 or more
         std::uint32_t bytesPerEngine = 64 * 1024; ///< a multiple of 64, so that buffers are aligned
-        bool lends = true;                        ///< false: null buffers, as on a device short of memory
     };
 
     /// Borrowed for the call.
@@ -64,11 +62,11 @@ public:
     void takeMotion(std::size_t usedBytes);
 
 private:
-    std::size_t checked(std::size_t usedBytes, const char* which) const;
+    std::size_t cut(std::size_t usedBytes, const char* which) const;
 
     const Options _options;
-    std::unique_ptr<GuardedMemory> _drawing;
-    std::unique_ptr<GuardedMemory> _motion;
+    const GuardedMemory _drawing;
+    const GuardedMemory _motion;
     std::size_t _drawingBytes = 0;
     std::function<void(const Outputs&)> _consumer;
 };

@@ -50,7 +50,7 @@ protected:
 
 TEST_F(MetadataPoolTest, lendsRoomForEveryEngineAndHandsOnWhatTheyWrote)
 {
-    bind({3, 64, true});
+    bind({3, 64});
     EXPECT_EQ(transmitter.GetMaxBufferSize(), 64u);
     std::uint8_t* drawing = transmitter.GetEmptyDrawingBuffer();
     std::uint8_t* motion = transmitter.GetEmptyMotionBuffer();
@@ -67,7 +67,7 @@ TEST_F(MetadataPoolTest, lendsRoomForEveryEngineAndHandsOnWhatTheyWrote)
 
 TEST_F(MetadataPoolTest, handsOnFramesWithoutAnyData)
 {
-    bind({1, 64, true});
+    bind({1, 64});
     transmitter.GetEmptyDrawingBuffer();
     transmitter.GetEmptyMotionBuffer();
     transmitter.ReturnFullDrawingBuffer(0);
@@ -77,7 +77,7 @@ TEST_F(MetadataPoolTest, handsOnFramesWithoutAnyData)
 
 TEST_F(MetadataPoolTest, lendsAgainWhatAFailedFrameNeverGaveBack)
 {
-    bind({1, 64, true});
+    bind({1, 64});
     std::uint8_t* first = transmitter.GetEmptyDrawingBuffer();
     transmitter.ReturnFullDrawingBuffer(10);
     EXPECT_EQ(transmitter.GetEmptyDrawingBuffer(), first);
@@ -88,7 +88,7 @@ TEST_F(MetadataPoolTest, lendsAgainWhatAFailedFrameNeverGaveBack)
 
 TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
 {
-    bind({2, 64, true});
+    bind({2, 64});
     transmitter.GetEmptyDrawingBuffer();
     transmitter.GetEmptyMotionBuffer();
     transmitter.ReturnFullDrawingBuffer(129);
@@ -96,18 +96,6 @@ TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
     ASSERT_EQ(drawings.size(), 1u);
     EXPECT_EQ(drawings[0].size(), 128u);
     EXPECT_THAT(lines, ElementsAre(HasSubstr("129 bytes of drawing data, the buffer has 128")));
-}
-
-TEST_F(MetadataPoolTest, lendsNothingWhenToldSo)
-{
-    bind({2, 64, false});
-    EXPECT_EQ(transmitter.GetEmptyDrawingBuffer(), nullptr);
-    EXPECT_EQ(transmitter.GetEmptyMotionBuffer(), nullptr);
-    EXPECT_EQ(transmitter.GetMaxBufferSize(), 64u);
-    transmitter.ReturnFullDrawingBuffer(0);
-    transmitter.ReturnFullMotionBuffer(0);
-    EXPECT_THAT(drawings, ElementsAre(""));
-    EXPECT_TRUE(lines.empty());
 }
 
 TEST_F(MetadataPoolTest, lendsNothingWithoutADevice)
@@ -121,7 +109,7 @@ TEST_F(MetadataPoolTest, lendsNothingWithoutADevice)
 
 TEST_F(MetadataPoolTest, keepsAConsumersExceptionToItself)
 {
-    bind({1, 64, true});
+    bind({1, 64});
     pool->setConsumer([](const MetadataPool::Outputs&) { throw std::runtime_error("no overlay"); });
     transmitter.GetEmptyDrawingBuffer();
     transmitter.GetEmptyMotionBuffer();
@@ -132,14 +120,14 @@ TEST_F(MetadataPoolTest, keepsAConsumersExceptionToItself)
 
 TEST_F(MetadataPoolTest, refusesSizesThatWouldMisalignTheBuffers)
 {
-    EXPECT_THROW(MetadataPool({0, 64, true}), std::invalid_argument);
-    EXPECT_THROW(MetadataPool({1, 0, true}), std::invalid_argument);
-    EXPECT_THROW(MetadataPool({1, 100, true}), std::invalid_argument);
+    EXPECT_THROW(MetadataPool({0, 64}), std::invalid_argument);
+    EXPECT_THROW(MetadataPool({1, 0}), std::invalid_argument);
+    EXPECT_THROW(MetadataPool({1, 100}), std::invalid_argument);
 }
 
 TEST_F(MetadataPoolTest, lendsAlignedBuffers)
 {
-    bind({3, 64 * 7, true});
+    bind({3, 64 * 7});
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(transmitter.GetEmptyDrawingBuffer()) % 64, 0u);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(transmitter.GetEmptyMotionBuffer()) % 64, 0u);
 }
@@ -150,7 +138,7 @@ TEST_F(MetadataPoolDeathTest, endsTheProcessAtTheFirstByteWrittenTooFar)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto writeAt = [this](std::size_t offset, bool motion) {
-        bind({2, 64, true});
+        bind({2, 64});
         volatile std::uint8_t* buffer = motion ? pool->lendMotion() : pool->lendDrawing();
         buffer[offset] = 1;
         binding.reset();
