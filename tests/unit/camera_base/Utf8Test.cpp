@@ -31,7 +31,7 @@ TEST(TextTest, eachByteThatCannotBeSentIsReplaced)
         {"\xE0\x9F\xBF", 3},
         {"\xED\xA0\x80", 3},
         {"\xE2\x82", 2},
-        {"\xF0\x8F\xBF\xBF", 4},
+        {"\xF0\x8F\xBF\xBD", 4},
         {"\xF4\x90\x80\x80", 4},
         {"\xF5\x80\x80\x80", 4},
         {"\xEF\xBF\xBE", 3},
