@@ -13,6 +13,8 @@ if(DETECTION_BUILD_CAMERA)
   pkg_check_modules(AV REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil libswscale libavdevice)
   pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
   pkg_check_modules(SDBUS REQUIRED IMPORTED_TARGET sdbus-c++>=1.2)
+  find_program(SDBUS_XML2CPP sdbus-c++-xml2cpp REQUIRED)
+  find_package(Python3 REQUIRED COMPONENTS Interpreter)
   # Debian's per-module packages bring no configuration file: that stands in a package that pulls in all of OpenCV.
   find_path(OPENCV_INCLUDE_DIR opencv2/video.hpp PATH_SUFFIXES opencv4 REQUIRED)
   foreach(module core imgproc video)

@@ -29,6 +29,12 @@ constexpr const char* kInvalidText = "ravel.Error.InvalidText"; ///< not UTF-8, 
 constexpr const char* kRefused = "ravel.Error.Refused";         ///< understood, but not done: see the text
 constexpr const char* kUnavailable = "ravel.Error.Unavailable"; ///< nobody serves this now
 constexpr const char* kTooLarge = "ravel.Error.TooLarge";       ///< beyond what one call may bring
+
+// Those of the bus itself.
+constexpr const char* kNoReply = "org.freedesktop.DBus.Error.NoReply";
+constexpr const char* kTimeout = "org.freedesktop.DBus.Error.Timeout";
+constexpr const char* kServiceUnknown = "org.freedesktop.DBus.Error.ServiceUnknown";
+constexpr const char* kNoOwner = "org.freedesktop.DBus.Error.NameHasNoOwner";
 } // namespace error
 
 inline std::string busName(const std::string& service)

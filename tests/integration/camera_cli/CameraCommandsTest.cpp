@@ -341,7 +341,7 @@ TEST_F(CameraCommandsTest, statusIsOneScreen)
                   "documents   9  dropped 3\n"
                   "active      Simple: key 'Simple'\n"
                   "            Motion: none\n"
-              "not loaded  engine module '/e.so'\n"
+                  "not loaded  engine module '/e.so'\n"
                   "metadata    received 9  delivered 8  lost 1  subscribers 2\n"
                   "faults      day_night slow\n");
     Json::Value all;
@@ -398,7 +398,8 @@ TEST_F(CameraCommandsTest, noWaitIsLongerThanItWasTold)
 TEST_F(CameraCommandsTest, aServiceThatDoesNotAnswerIsNamedWithTheTimeThatWasWaited)
 {
     fake->serve();
-    fake->refusal = "ravel.positioning does not answer";
+    fake->refusal = "nothing came";
+    fake->refusalName = bus::error::kNoReply;
     EXPECT_EQ(failureOf({"preset", "go", "Door", "--timeout", "7"}),
               "camera: the camera's positioning does not answer within 7 s; --timeout S waits longer.\n");
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "camera/bus/Answer.h"
 #include "camera/bus/Connection.h"
+#include "camera/bus/Server.h"
 #include "camera/supervisor/BusDaemon.h"
 #include "camera/supervisor/RuntimeFolder.h"
 
@@ -68,7 +68,8 @@ public:
     std::string address() const { return _folder.address(); }
 
     std::string refusal; ///< commands answer with it, when it is not empty
-    std::string socket;  ///< of the metadata streamer
+    std::string refusalName = bus::error::kRefused;
+    std::string socket; ///< of the metadata streamer
     std::uint8_t failed = 0;
     std::uint32_t status = 0;
     std::int32_t result = 0;
@@ -132,6 +133,22 @@ private:
         return *object;
     }
 
+    template <class Result, class Give>
+    void answer(const Result& reply, const Give& give)
+    {
+        if (refusal.empty()) {
+            give();
+        } else {
+            reply.returnError(sdbus::Error(refusalName, refusal));
+        }
+    }
+
+    template <class Value>
+    static void property(sdbus::IObject& object, const std::string& service, const std::string& name, Value value)
+    {
+        object.registerProperty(name).onInterface(bus::interfaceName(service)).withGetter([value] { return value; });
+    }
+
     // A method with these results, which refuses when the test wants it.
     template <class... Out, class... In, class Answer>
     void method(sdbus::IObject& object, const std::string& service, const std::string& name, void (*)(In...),
@@ -141,11 +158,8 @@ private:
             .onInterface(bus::interfaceName(service))
             .implementedAs([this, service, name, results](sdbus::Result<Out...>&& reply, const In&... in) {
                 note(service, name, in...);
-                bus::answer(reply, [&](const auto& to) {
-                    if (!refusal.empty()) {
-                        throw bus::Refusal(refusal);
-                    }
-                    std::apply([&to](const auto&... values) { to.returnResults(values...); }, results());
+                answer(reply, [&] {
+                    std::apply([&reply](const auto&... values) { reply.returnResults(values...); }, results());
                 });
             });
     }
@@ -157,11 +171,7 @@ private:
             .onInterface(bus::interfaceName(service))
             .implementedAs([this, service, name](sdbus::Result<>&& reply, const In&... in) {
                 note(service, name, in...);
-                bus::answer(reply, [&] {
-                    if (!refusal.empty()) {
-                        throw bus::Refusal(refusal);
-                    }
-                });
+                answer(reply, [&reply] { reply.returnResults(); });
             });
     }
 
@@ -206,6 +216,8 @@ private:
         method<U, I, U, U, bool, std::string>(o, s, "getPosition", takes<>(), [] {
             return std::make_tuple(U{12500}, I{-3000}, U{200}, U{34700}, true, std::string("Door"));
         });
+        property(o, s, "Available", true);
+        property(o, s, "Tour", sdbus::Struct<std::string, U>("", U{0}));
         method<std::vector<Preset>>(o, s, "listPresets", takes<>(), [] {
             return std::make_tuple(
                 std::vector<Preset>{{"Door", U{12500}, I{-3000}, U{200}}, {"Gate", U{0}, I{0}, U{100}}});
@@ -261,14 +273,30 @@ private:
         method<std::map<std::string, std::string>>(services, "services", "faults", takes<>(), [] {
             return std::make_tuple(std::map<std::string, std::string>{{"day_night", "slow"}, {"rotate", "off"}});
         });
-        text(services, "services", "status", [] { return std::string("{}"); });
+        using T = std::uint64_t;
+        property(services, "services", "Pid", U{7});
+        property(services, "services", "State", std::string("/s/services"));
+        for (const char* name : {"Moving", "RotationServed", "Blanking"}) {
+            property(services, "services", name, false);
+        }
+        property(services, "services", "Orientation", U{90});
+        property(services, "services", "Subscribers", std::vector<sdbus::Struct<T, T, T>>{});
         sdbus::IObject& pipeline = object(objects, session, "pipeline");
-        text(pipeline, "pipeline", "status", [] {
-            return std::string("{\"frames\":250,\"framesPerSecond\":24.94,\"framesFailed\":1,\"events\":7,"
-                               "\"eventsDropped\":2,\"documents\":9,\"documentsDropped\":3,\"input\":\"a.mp4\","
-                               "\"engines\":[{\"name\":\"Simple\",\"key\":\"Simple\"},{\"name\":\"Motion\",\"key\":"
-                               "\"\"}],\"missingEngines\":[\"/e.so\"],\"longestFrameMs\":1.25}");
-        });
+        property(pipeline, "pipeline", "Pid", U{8});
+        property(pipeline, "pipeline", "Input", std::string("a.mp4"));
+        property(pipeline, "pipeline", "MissingEngines", Texts{"/e.so"});
+        const std::pair<const char*, T> counters[] = {
+            {"Frames", 250},  {"FramesFailed", 1},   {"Events", 7},           {"EventsDropped", 2},
+            {"Documents", 9}, {"DocumentsTaken", 6}, {"DocumentsDropped", 3}, {"ControlFailures", 0},
+        };
+        for (const auto& [name, value] : counters) {
+            property(pipeline, "pipeline", name, value);
+        }
+        property(pipeline, "pipeline", "FramesPerSecond", 24.94);
+        property(pipeline, "pipeline", "LongestFrameMs", 1.25);
+        property(pipeline, "pipeline", "Orientation", U{0});
+        property(pipeline, "pipeline", "Engines",
+                 std::vector<sdbus::Struct<std::string, std::string>>{{"Simple", "Simple"}, {"Motion", ""}});
         method<std::vector<Version>>(pipeline, "pipeline", "history", takes<std::string>(), [] {
             return std::make_tuple(
                 std::vector<Version>{{std::int64_t{4}, std::int64_t{86400}, std::uint64_t{1500}, true},
@@ -285,17 +313,16 @@ private:
         });
         command(pipeline, "pipeline", "restore", takes<std::string, std::int64_t>());
         sdbus::IObject& supervisor = object(objects, session, "supervisor");
-        text(supervisor, "supervisor", "status", [] {
-            return std::string(
-                "{\"state\":\"/s\",\"address\":\"unix:path=/b\",\"processes\":[{\"name\":\"dbus-daemon\","
-                "\"pid\":11,\"restarts\":0,\"since\":5,\"lastExit\":\"\"},{\"name\":\"camera-pipeline\","
-                "\"pid\":0,\"restarts\":2,\"since\":5,\"lastExit\":\"signal 9 (Killed)\"}]}");
-        });
+        property(supervisor, "supervisor", "State", std::string("/s"));
+        property(supervisor, "supervisor", "Address", std::string("unix:path=/b"));
+        using Process = sdbus::Struct<std::string, U, U, std::int64_t, std::string>;
+        property(supervisor, "supervisor", "Processes",
+                 std::vector<Process>{{"dbus-daemon", U{11}, U{0}, std::int64_t{5}, ""},
+                                      {"camera-pipeline", U{0}, U{2}, std::int64_t{5}, "signal 9 (Killed)"}});
         command(supervisor, "supervisor", "stop", takes<>());
         command(supervisor, "supervisor", "restartPipeline", takes<>());
         sdbus::IObject& metadata = object(objects, session, "onvif_metadata_streamer");
         text(metadata, "onvif_metadata_streamer", "getSocket", [this] { return socket; });
-        using T = std::uint64_t;
         method<T, T, T, U>(metadata, "onvif_metadata_streamer", "getCounters", takes<>(),
                            [] { return std::make_tuple(T{9}, T{8}, T{1}, U{2}); });
     }

@@ -1,6 +1,6 @@
 #include "camera/bus/Connection.h"
-#include "camera/bus/Answer.h"
-#include "camera/bus/Call.h"
+#include "camera/bus/echo_client.h"
+#include "camera/bus/echo_server.h"
 
 #include "support/TestBus.h"
 
@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <future>
 #include <mutex>
 
 namespace {
@@ -15,72 +16,43 @@ namespace {
 using namespace camera::bus;
 using namespace std::chrono_literals;
 
-constexpr const char* kService = "echo";
-
 std::chrono::steady_clock::time_point soon()
 {
     return std::chrono::steady_clock::now() + 20s;
 }
 
-/// Answers what it is told, refuses, fails, or keeps the caller waiting until it is let go.
-class EchoObject {
+using Lists = std::map<std::string, std::vector<std::string>>;
+using Pair = sdbus::Struct<std::uint32_t, std::string>;
+
+/// Answers, or keeps the caller waiting while it holds.
+class EchoObject final : public EchoServer {
 public:
     explicit EchoObject(const std::shared_ptr<Session>& session)
-        : _object(sdbus::createObject(session->connection(), objectPath(kService)))
+        : EchoServer(session->connection(), [this](const std::shared_ptr<Request>& request) { take(request); })
     {
-        _object->registerMethod("say")
-            .onInterface(interfaceName(kService))
-            .withInputParamNames("text")
-            .withOutputParamNames("text")
-            .implementedAs([](sdbus::Result<std::string>&& result, const std::string& text) {
-                answer(result, [&] { return camera::base::sendable(text); });
-            });
-        _object->registerMethod("refuse")
-            .onInterface(interfaceName(kService))
-            .implementedAs([](sdbus::Result<>&& result) { answer(result, [] { throw Refusal("not today"); }); });
-        _object->registerMethod("fail")
-            .onInterface(interfaceName(kService))
-            .implementedAs([](sdbus::Result<>&& result) { answer(result, [] { throw 5; }); });
-        _object->registerMethod("check")
-            .onInterface(interfaceName(kService))
-            .implementedAs(
-                [](sdbus::Result<>&& result) { answer(result, [] { checkedText("\xFF", "the greeting"); }); });
-        _object->registerMethod("wait")
-            .onInterface(interfaceName(kService))
-            .implementedAs([this](sdbus::Result<>&& result) { _waiting = std::move(result); });
-        _object->registerSignal("said").onInterface(interfaceName(kService)).withParameters<std::string>("text");
-        _object->finishRegistration();
-        session->connection().requestName(busName(kService));
+        takeName();
     }
 
-    void emit(const std::string& text)
-    {
-        _object->emitSignal("said").onInterface(interfaceName(kService)).withArguments(text);
-    }
+    void emit(const std::string& text) { emitSaid(text); }
+
+    std::atomic<bool> holds{false};
 
 private:
-    std::unique_ptr<sdbus::IObject> _object;
-    sdbus::Result<> _waiting;
-};
-
-/// Calls the echo and hears its signals.
-class EchoProxy {
-public:
-    EchoProxy(const std::shared_ptr<Session>& session, std::function<void(std::string)> heard)
-        : proxy(sdbus::createProxy(session->connection(), busName(kService), objectPath(kService)))
+    void take(const std::shared_ptr<Request>& request)
     {
-        proxy->uponSignal("said").onInterface(interfaceName(kService)).call([heard](const std::string& text) {
-            heard(text);
-        });
-        proxy->finishRegistration();
+        if (holds.exchange(false)) {
+            _held.push_back(request);
+        } else {
+            atOnce(request);
+        }
     }
 
-    std::string say(const std::string& text, std::chrono::milliseconds patience = 20s)
-    {
-        return std::get<0>(call<std::string>(*proxy, interfaceName(kService), "say", patience, text));
-    }
+    std::string say(const std::string& text) override { return text.empty() ? "a\xFFz" : text; }
+    std::tuple<Lists, Pair> swap(const Pair& first, const Lists& second) override { return {second, first}; }
+    void wait() override {}
+    std::string word() override { return "b\xFFz"; }
 
-    std::unique_ptr<sdbus::IProxy> proxy;
+    std::vector<std::shared_ptr<Request>> _held;
 };
 
 class ConnectionTest : public testing::Test {
@@ -113,6 +85,7 @@ protected:
         return heard;
     }
 
+    std::chrono::milliseconds patience = 20s; ///< of the client; set before it connects
     test_support::TestBus bus;
     std::mutex mutex;
     std::condition_variable heardSomething;
@@ -121,62 +94,87 @@ protected:
     Connection asking{bus.address(), "the client"};
     std::shared_ptr<Live<EchoObject>> object = serving.add<EchoObject>(
         [](const std::shared_ptr<Session>& session) { return std::make_shared<EchoObject>(session); });
-    std::shared_ptr<Live<EchoProxy>> proxy = asking.add<EchoProxy>([this](const std::shared_ptr<Session>& session) {
-        return std::make_shared<EchoProxy>(session, [this](const std::string& text) {
+    std::shared_ptr<Live<EchoClient>> client = asking.add<EchoClient>([this](const std::shared_ptr<Session>& session) {
+        const auto hear = [this](const std::string& text) {
             const std::lock_guard<std::mutex> lock(mutex);
             heard = text;
             heardSomething.notify_all();
-        });
+        };
+        return std::make_shared<EchoClient>(session->connection(), patience, EchoSignals{hear});
     });
 };
 
 TEST_F(ConnectionTest, callsAndSignalsPass)
 {
     startBoth();
-    EXPECT_EQ(proxy->get()->say("hello"), "hello");
+    EXPECT_EQ(client->get()->say("hello"), "hello");
     object->get()->emit("word");
     EXPECT_EQ(waitForWord(), "word");
 }
 
-TEST_F(ConnectionTest, refusalsAndFailuresReachTheCallerWithNameAndText)
+TEST_F(ConnectionTest, textsThatCannotBeSentLeaveWithReplacementCharacters)
 {
     startBoth();
-    const auto nameAndText = [&](const char* method) -> std::string {
-        try {
-            call<>(*proxy->get()->proxy, interfaceName(kService), method, 20s);
-            return "no error";
-        } catch (const sdbus::Error& error) {
-            return error.getName() + "|" + error.getMessage();
-        }
-    };
-    EXPECT_EQ(nameAndText("refuse"), "ravel.Error.Refused|not today");
-    EXPECT_EQ(nameAndText("fail"), "ravel.Error.Failed|an exception of an unknown type");
-    EXPECT_EQ(nameAndText("check"), "ravel.Error.InvalidText|the greeting is not UTF-8 or holds a NUL byte");
-    EXPECT_EQ(proxy->get()->say("still there"), "still there");
+    EXPECT_EQ(client->get()->say(""), "a\xEF\xBF\xBDz");
+    EXPECT_EQ(client->get()->Word(), "b\xEF\xBF\xBDz");
+    object->get()->emit("c\xFFz");
+    EXPECT_EQ(waitForWord(), "c\xEF\xBF\xBDz");
+}
+
+TEST_F(ConnectionTest, structuresListsAndMapsPassBothWays)
+{
+    startBoth();
+    const Lists lists{{"k", {"one", "two"}}, {"none", {}}};
+    const auto [second, first] = client->get()->swap(Pair{7U, "seven"}, lists);
+    EXPECT_EQ(second, lists);
+    EXPECT_EQ(first, (Pair{7U, "seven"}));
+}
+
+TEST(TextsTest, areCheckedCleanedAndCountedHoweverDeep)
+{
+    std::tuple<std::uint32_t, std::vector<sdbus::Struct<std::string, bool>>, Lists> value{
+        1, {{"one", true}, {"tw\xFF", false}}, {{"k\xFF", {"x\xFF"}}}};
+    EXPECT_EQ(bytesOf(value), 10U);
+    try {
+        check(value, "the greeting");
+        FAIL() << "taken";
+    } catch (const sdbus::Error& error) {
+        EXPECT_EQ(error.getName(), "ravel.Error.InvalidText");
+        EXPECT_EQ(error.getMessage(), "the greeting is not UTF-8 or holds a NUL byte");
+    }
+    value = sendable(value);
+    EXPECT_EQ(std::get<1>(value)[1].get<0>(), "tw\xEF\xBF\xBD");
+    EXPECT_EQ(std::get<2>(value), (Lists{{"k\xEF\xBF\xBD", {"x\xEF\xBF\xBD"}}}));
+    EXPECT_NO_THROW(check(value, "the greeting"));
 }
 
 TEST_F(ConnectionTest, aCallWaitsNoLongerThanItsPatience)
 {
     startBoth();
+    object->get()->holds = true;
+    client->get()->proxy().setPatience(50ms);
     try {
-        call<>(*proxy->get()->proxy, interfaceName(kService), "wait", 50ms);
+        client->get()->wait();
         FAIL() << "an answer that nobody gave";
-    } catch (const sdbus::Error&) {
+    } catch (const sdbus::Error& error) {
+        EXPECT_TRUE(isSilence(error)) << error.getName();
     }
-    EXPECT_EQ(proxy->get()->say("next"), "next");
+    client->get()->proxy().setPatience(20s);
+    EXPECT_EQ(client->get()->say("next"), "next");
 }
 
 // The bus library notices its own time-outs on a thread that has ended by then.
 TEST_F(ConnectionTest, aCallOverAConnectionThatWasStoppedIsGivenUp)
 {
     startBoth();
-    const auto kept = proxy->get();
+    const auto kept = client->get();
     asking.stop();
+    kept->proxy().setPatience(50ms);
     try {
-        call<>(*kept->proxy, interfaceName(kService), "wait", 50ms);
+        kept->wait();
         FAIL() << "an answer that nobody could bring";
     } catch (const sdbus::Error& error) {
-        EXPECT_EQ(error.getName(), "ravel.Error.Unavailable");
+        EXPECT_EQ(error.getName(), "org.freedesktop.DBus.Error.NoReply");
         EXPECT_EQ(error.getMessage(), "ravel.echo does not answer");
     }
 }
@@ -188,23 +186,26 @@ TEST_F(ConnectionTest, bothSidesComeBackWhenTheBusDies)
         bus.kill();
         bus.start();
         ASSERT_TRUE(waitForSessions(round)) << serving.reason() << ", " << asking.reason();
-        EXPECT_EQ(proxy->get()->say("again"), "again");
+        EXPECT_EQ(client->get()->say("again"), "again");
     }
 }
 
 TEST_F(ConnectionTest, aCallThatIsUnderWayWhenTheBusDiesFails)
 {
     startBoth();
-    const auto waiting = proxy->get();
+    const auto waiting = client->get();
+    object->get()->holds = true;
     auto outcome = std::async(std::launch::async, [&] {
         try {
-            call<>(*waiting->proxy, interfaceName(kService), "wait", 20s);
+            waiting->wait();
             return std::string("answered");
         } catch (const sdbus::Error& error) {
             return std::string("failed");
         }
     });
-    proxy->get()->say("the one before has arrived");
+    while (object->get()->holds) {
+        std::this_thread::yield();
+    }
     bus.kill();
     EXPECT_EQ(outcome.get(), "failed");
 }
@@ -219,7 +220,7 @@ TEST_F(ConnectionTest, whileTheBusIsAwayThereIsNoSessionAndAReason)
     }
     EXPECT_FALSE(asking.connected());
     EXPECT_NE(asking.reason(), "");
-    EXPECT_EQ(proxy->get(), nullptr);
+    EXPECT_EQ(client->get(), nullptr);
 }
 
 TEST(ConnectionWithoutABusTest, stopsAtOnceThoughItNeverConnected)
