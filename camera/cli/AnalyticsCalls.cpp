@@ -14,7 +14,7 @@ namespace camera::cli {
 
 namespace {
 
-constexpr const char* kAnalytics = bus::service::kAnalytics;
+using Analytics = bus::OnvifAnalyticServiceClient;
 using Texts = std::vector<std::string>;
 using Components = std::vector<onvif::ComponentName>;
 
@@ -55,22 +55,21 @@ Components componentsNow(CameraClient& client)
 
 std::vector<std::string> componentsNow(CameraClient& client, bool rules)
 {
-    return std::get<0>(client.call<Texts>(kAnalytics, rules ? "getCurrentRules" : "getCurrentEngines"));
+    return client.ask(rules ? &Analytics::getCurrentRules : &Analytics::getCurrentEngines);
 }
 
 std::vector<std::string> componentTypes(CameraClient& client, bool rules)
 {
-    return std::get<0>(client.call<Texts>(kAnalytics, rules ? "getSupportedRules" : "getSupportedEngines"));
+    return client.ask(rules ? &Analytics::getSupportedRules : &Analytics::getSupportedEngines);
 }
 
 std::vector<StoredVersion> storedVersions(CameraClient& client)
 {
-    const Texts keys = std::get<0>(client.call<Texts>(bus::service::kPipeline, "storedKeys"));
+    const Texts keys = client.ask(&bus::PipelineClient::storedKeys);
     if (std::find(keys.begin(), keys.end(), kAnalyticsKey) == keys.end()) {
         return {};
     }
-    return std::get<0>(
-        client.call<std::vector<StoredVersion>>(bus::service::kPipeline, "history", std::string(kAnalyticsKey)));
+    return client.ask(&bus::PipelineClient::history, kAnalyticsKey);
 }
 
 StoredComponents storedComponents(CameraClient& client)
@@ -82,8 +81,7 @@ StoredComponents storedComponents(CameraClient& client)
     if (newest == versions.end()) {
         return stored;
     }
-    const auto [document] =
-        client.call<std::string>(bus::service::kPipeline, "document", std::string(kAnalyticsKey), newest->get<0>());
+    const std::string document = client.ask(&bus::PipelineClient::document, kAnalyticsKey, newest->get<0>());
     const Texts ruleTypes = componentTypes(client, true);
     const Texts moduleTypes = componentTypes(client, false);
     for (onvif::ComponentName& component : componentsOfDocument(document)) {

@@ -14,6 +14,8 @@ namespace {
 using base::Command;
 using base::Offer;
 using Context = CommandContext;
+using Analytics = bus::OnvifAnalyticServiceClient;
+using Change = decltype(&Analytics::createRules);
 
 using Count = base::Argument::Count;
 
@@ -73,12 +75,11 @@ std::string outcomeText(std::uint32_t status)
     }
 }
 
-int changeComponents(Context& context, const char* method, const std::vector<std::string>& items,
-                     const std::string& what, const std::string& done, const std::string& advice)
+int changeComponents(Context& context, Change method, const std::vector<std::string>& items, const std::string& what,
+                     const std::string& done, const std::string& advice)
 {
     return change(context, [&](CameraClient& client) {
-        const auto [result, status] = client.callWithin<std::int32_t, std::uint32_t>(
-            context.patience(kWritePatience), bus::service::kAnalytics, method, items);
+        const auto [result, status] = client.askWithin(context.patience(kWritePatience), method, items);
         if (result != 0 || status != 0) {
             throw CameraError("cannot " + what + ": " + outcomeText(status) + "; " + advice);
         }
@@ -86,7 +87,7 @@ int changeComponents(Context& context, const char* method, const std::vector<std
     });
 }
 
-int storeComponents(Context& context, bool rules, const char* method)
+int storeComponents(Context& context, bool rules, Change method)
 {
     std::vector<std::string> items;
     for (const std::string& file : context.arguments.all("FILE.xml")) {
@@ -103,14 +104,14 @@ int deleteComponents(Context& context, bool rules)
 {
     const std::vector<std::string>& names = context.arguments.all("NAME");
     const std::string count = countOf(names.size(), rules);
-    return changeComponents(context, rules ? "deleteRules" : "deleteEngines", names, "delete " + count,
-                            count + " deleted.",
+    return changeComponents(context, rules ? &Analytics::deleteRules : &Analytics::deleteEngines, names,
+                            "delete " + count, count + " deleted.",
                             std::string("camera ") + (rules ? "rules" : "modules") + " list shows the names");
 }
 
 std::vector<Command> componentCommands(const std::string& kind, bool rules)
 {
-    const auto storing = [&](const std::string& name, const std::string& summary, const char* method) {
+    const auto storing = [&](const std::string& name, const std::string& summary, Change method) {
         return onFolder(Command(kind + name, summary)
                             .takes({"FILE.xml", Offer::files}, "a file with one or several of them", Count::oneOrMore),
                         FolderUse::change,
@@ -124,9 +125,10 @@ std::vector<Command> componentCommands(const std::string& kind, bool rules)
             kind + " types", "Lists the types of " + kind + " that the engines support.",
             [rules](Context& context) { return printTexts(context, componentTypes(context.client(), rules)); },
             FolderUse::look),
-        storing(" create", "Creates the " + kind + " of XML files.", rules ? "createRules" : "createEngines"),
+        storing(" create", "Creates the " + kind + " of XML files.",
+                rules ? &Analytics::createRules : &Analytics::createEngines),
         storing(" modify", "Replaces " + kind + " by those with the same names in XML files.",
-                rules ? "modifyRules" : "modifyEngines"),
+                rules ? &Analytics::modifyRules : &Analytics::modifyEngines),
         onFolder(Command(kind + " delete", "Deletes " + kind + " by name.")
                      .takes(base::nameValue("NAME", rules ? Offer::rules : Offer::modules),
                             "the name of one of the " + kind, Count::oneOrMore),
@@ -136,8 +138,7 @@ std::vector<Command> componentCommands(const std::string& kind, bool rules)
 
 int listTopics(Context& context)
 {
-    return printTexts(context, std::get<0>(context.client().call<std::vector<std::string>>(bus::service::kAnalytics,
-                                                                                           "getEventTopics")));
+    return printTexts(context, context.client().ask(&Analytics::getEventTopics));
 }
 
 // A command about an engine and a file of frames.
@@ -166,9 +167,7 @@ int record(Context& context)
     const std::string engine = context.arguments.text("ENGINE");
     const auto count = static_cast<std::uint32_t>(context.arguments.whole("N", 100));
     const std::string file = fileOf(context);
-    const auto [result] =
-        context.client().call<std::int32_t>(bus::service::kAnalytics, "writeFramesToFile", engine, file, count);
-    succeed(result, "record frames");
+    succeed(context.client().ask(&Analytics::writeFramesToFile, engine, file, count), "record frames");
     context.console.line(count == 0 ? "Engine '" + base::printable(engine) + "' records no longer."
                                     : "Engine '" + base::printable(engine) + "' records " + std::to_string(count) +
                                           " frames into '" + base::printable(file) + "'.");
@@ -179,9 +178,8 @@ int replay(Context& context)
 {
     const std::string engine = context.arguments.text("ENGINE");
     const std::string file = fileOf(context);
-    const auto [result] = context.client().call<std::int32_t>(bus::service::kAnalytics, "readFramesFromFile", engine,
-                                                              file, context.arguments.has("--forget"));
-    succeed(result, "replay frames");
+    succeed(context.client().ask(&Analytics::readFramesFromFile, engine, file, context.arguments.has("--forget")),
+            "replay frames");
     context.console.line("Engine '" + base::printable(engine) + "' sees the frames of '" + base::printable(file) +
                          "'.");
     return 0;

@@ -1,25 +1,15 @@
 #include "camera/cli/CameraClient.h"
 
+#include <type_traits>
 #include <utility>
 
 namespace camera::cli {
 
-namespace {
-
-constexpr const char* kServices[] = {
-    bus::service::kAnalytics,      bus::service::kMetadataStreamer, bus::service::kDayNight,
-    bus::service::kWindowBlanking, bus::service::kRotate,           bus::service::kConfiguration,
-    bus::service::kPositioning,    bus::service::kPipeline,         bus::service::kServices,
-    bus::service::kSupervisor,
-};
-
-} // namespace
-
 CameraClient::CameraClient(const std::string& address, std::chrono::milliseconds patience)
     : _patience(patience), _connection(address, "the command line")
 {
-    _proxies =
-        _connection.add<Proxies>([this](const std::shared_ptr<bus::Session>& session) { return makeProxies(session); });
+    _clients = _connection.add<Clients>(
+        [this](const std::shared_ptr<bus::Session>& session) { return makeClients(session->connection()); });
 }
 
 void CameraClient::onEvent(std::function<void(const base::Event&)> hear)
@@ -35,37 +25,39 @@ void CameraClient::connect()
     }
 }
 
-std::shared_ptr<CameraClient::Proxies> CameraClient::makeProxies(const std::shared_ptr<bus::Session>& session) const
+std::shared_ptr<CameraClient::Clients> CameraClient::makeClients(sdbus::IConnection& connection) const
 {
-    auto proxies = std::make_shared<Proxies>();
-    for (const char* service : kServices) {
-        auto proxy = sdbus::createProxy(session->connection(), bus::busName(service), bus::objectPath(service));
-        if (_hear && service == bus::service::kAnalytics) {
-            proxy->uponSignal("analyticsEvent")
-                .onInterface(bus::interfaceName(service))
-                .call([hear = _hear](const std::string& topic, const std::string& source, const std::string& data) {
+    const auto make = [&](auto& client) {
+        using Client = typename std::decay_t<decltype(client)>::element_type;
+        if constexpr (std::is_same_v<Client, bus::OnvifAnalyticServiceClient>) {
+            bus::OnvifAnalyticServiceSignals signals;
+            if (_hear) {
+                signals.analyticsEvent = [hear = _hear](const std::string& topic, const std::string& source,
+                                                        const std::string& data) {
                     hear({topic, source, data});
-                });
+                };
+            }
+            client = std::make_unique<Client>(connection, _patience, std::move(signals));
+        } else {
+            client = std::make_unique<Client>(connection, _patience);
         }
-        proxy->finishRegistration();
-        proxies->of.emplace(service, std::move(proxy));
-    }
-    return proxies;
+    };
+    auto clients = std::make_shared<Clients>();
+    std::apply([&make](auto&... client) { (make(client), ...); }, *clients);
+    return clients;
 }
 
 std::string CameraClient::sentence(const std::string& service, const sdbus::Error& error,
                                    std::chrono::milliseconds patience)
 {
-    const std::string& name = error.getName();
-    if (name == "org.freedesktop.DBus.Error.ServiceUnknown" || name == "org.freedesktop.DBus.Error.NameHasNoOwner") {
+    if (bus::isAbsence(error)) {
         return "nobody serves the camera's " + service + " now; camera status shows what runs";
     }
-    const bool ours = error.getMessage() == bus::interfaceName(service) + " does not answer";
-    if (ours || name == "org.freedesktop.DBus.Error.NoReply" || name == "org.freedesktop.DBus.Error.Timeout") {
+    if (bus::isSilence(error)) {
         return "the camera's " + service + " does not answer within " + std::to_string(patience.count() / 1000) +
                " s; --timeout S waits longer";
     }
-    return error.getMessage().empty() ? "the camera's " + service + " fails: " + name : error.getMessage();
+    return error.getMessage().empty() ? "the camera's " + service + " fails: " + error.getName() : error.getMessage();
 }
 
 } // namespace camera::cli

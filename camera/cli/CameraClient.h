@@ -1,17 +1,25 @@
 #pragma once
 
 #include "camera/base/Event.h"
-#include "camera/bus/Call.h"
 #include "camera/bus/Connection.h"
-#include "camera/bus/Names.h"
+#include "camera/bus/configuration_client.h"
+#include "camera/bus/day_night_client.h"
+#include "camera/bus/onvif_analytic_service_client.h"
+#include "camera/bus/onvif_metadata_streamer_client.h"
+#include "camera/bus/pipeline_client.h"
+#include "camera/bus/positioning_client.h"
+#include "camera/bus/rotate_client.h"
+#include "camera/bus/services_client.h"
+#include "camera/bus/supervisor_client.h"
+#include "camera/bus/window_blanking_client.h"
 
 #include <chrono>
 #include <functional>
-#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <tuple>
+#include <utility>
 
 namespace camera::cli {
 
@@ -21,7 +29,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A running camera, asked over its bus. No wait is longer than it was told. Thread-safe once connected.
+/// A running camera, asked over its bus. No wait is longer than it was told. Thread-bound.
 class CameraClient {
 public:
     /// @param patience  for connecting, and for each call.
@@ -36,43 +44,47 @@ public:
     /// False while the bus is away; the connection comes back by itself when the bus does.
     bool connected() const { return _connection.connected(); }
 
-    /// Calls a method of one of the camera's services. @throws CameraError
-    template <class... Out, class... In>
-    std::tuple<Out...> call(const std::string& service, const std::string& method, const In&... arguments)
+    /// Asks one of the camera's services: a method or a property of its proxy, and what the method takes.
+    /// @throws CameraError
+    template <class Proxy, class Result, class... In, class... Given>
+    Result ask(Result (Proxy::*method)(In...), const Given&... given)
     {
-        return callWithin<Out...>(_patience, service, method, arguments...);
+        return askWithin(_patience, method, given...);
     }
 
-    /// As call(), with a patience of its own.
-    template <class... Out, class... In>
-    std::tuple<Out...> callWithin(std::chrono::milliseconds patience, const std::string& service,
-                                  const std::string& method, const In&... arguments)
+    /// As ask(), with a patience of its own.
+    template <class Proxy, class Result, class... In, class... Given>
+    Result askWithin(std::chrono::milliseconds patience, Result (Proxy::*method)(In...), const Given&... given)
     {
-        const std::shared_ptr<Proxies> proxies = _proxies->get();
-        if (!proxies) {
+        using Client = decltype(bus::clientOf(std::declval<Proxy>()));
+        const std::shared_ptr<Clients> clients = _clients->get();
+        if (!clients) {
             throw CameraError("the camera's bus has gone; camera status shows what runs");
         }
+        Client& client = *std::get<std::unique_ptr<Client>>(*clients);
+        client.proxy().setPatience(patience);
         try {
-            return bus::call<Out...>(*proxies->of.at(service), bus::interfaceName(service), method, patience,
-                                     arguments...);
+            return (client.*method)(given...);
         } catch (const sdbus::Error& error) {
-            throw CameraError(sentence(service, error, patience));
+            throw CameraError(sentence(client.service(), error, patience));
         }
     }
 
 private:
-    struct Proxies {
-        std::map<std::string, std::unique_ptr<sdbus::IProxy>> of; ///< by the service's name
-    };
+    template <class... Client>
+    using ListOf = std::tuple<std::unique_ptr<Client>...>;
+    using Clients = ListOf<bus::ConfigurationClient, bus::DayNightClient, bus::OnvifAnalyticServiceClient,
+                           bus::OnvifMetadataStreamerClient, bus::PipelineClient, bus::PositioningClient,
+                           bus::RotateClient, bus::ServicesClient, bus::SupervisorClient, bus::WindowBlankingClient>;
 
-    std::shared_ptr<Proxies> makeProxies(const std::shared_ptr<bus::Session>& session) const;
+    std::shared_ptr<Clients> makeClients(sdbus::IConnection& connection) const;
     static std::string sentence(const std::string& service, const sdbus::Error& error,
                                 std::chrono::milliseconds patience);
 
     std::chrono::milliseconds _patience;
     std::function<void(const base::Event&)> _hear;
     bus::Connection _connection;
-    std::shared_ptr<bus::Live<Proxies>> _proxies;
+    std::shared_ptr<bus::Live<Clients>> _clients;
 };
 
 } // namespace camera::cli

@@ -2,7 +2,6 @@
 
 #include "camera/base/Log.h"
 #include "camera/base/PluginPath.h"
-#include "camera/base/StrictJson.h"
 #include "camera/cli/AnalyticsCalls.h"
 #include "camera/cli/Command.h"
 #include "camera/onvif/ConfigurationFile.h"
@@ -24,14 +23,13 @@ Names models()
     return names;
 }
 
-// The first field of each row that a service lists.
-template <class... Fields>
-Names listed(CameraClient& client, const char* method)
+// The first field of each row that a method lists.
+template <class Method>
+Names listed(CameraClient& client, Method method)
 {
     Names names;
-    for (const auto& row : std::get<0>(
-             client.call<std::vector<sdbus::Struct<std::string, Fields...>>>(bus::service::kPositioning, method))) {
-        names.push_back(std::get<0>(row));
+    for (const auto& row : client.ask(method)) {
+        names.push_back(row.template get<0>());
     }
     return names;
 }
@@ -47,31 +45,19 @@ Names components(CameraClient& client, bool rules)
     return names;
 }
 
-Names engines(CameraClient& client)
-{
-    Names names;
-    const auto [text] = client.call<std::string>(bus::service::kPipeline, "status");
-    const Json::Value status = base::readStrictJson(text, text.size());
-    for (const Json::Value& engine : status["engines"]) {
-        names.push_back(engine["name"].asString());
-    }
-    return names;
-}
-
 Names ask(Offer offer, CommandContext& context)
 {
-    using Stop = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
     switch (offer) {
     case Offer::presets:
-        return listed<std::uint32_t, std::int32_t, std::uint32_t>(context.client(), "listPresets");
+        return listed(context.client(), &bus::PositioningClient::listPresets);
     case Offer::tours:
-        return listed<std::vector<Stop>>(context.client(), "listTours");
+        return listed(context.client(), &bus::PositioningClient::listTours);
     case Offer::rules:
         return components(context.client(), true);
     case Offer::modules:
         return components(context.client(), false);
     case Offer::engines:
-        return engines(context.client());
+        return listed(context.client(), &bus::PipelineClient::Engines);
     case Offer::services:
         return {bus::service::kDayNight, bus::service::kWindowBlanking, bus::service::kRotate,
                 bus::service::kMetadataStreamer, bus::service::kConfiguration};

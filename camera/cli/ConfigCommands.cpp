@@ -16,19 +16,18 @@ namespace {
 
 using Context = CommandContext;
 
-constexpr const char* kAnalytics = bus::service::kAnalytics;
+using Analytics = bus::OnvifAnalyticServiceClient;
 
 std::string currentConfiguration(CameraClient& client)
 {
-    return std::get<0>(client.call<std::string>(kAnalytics, "getCurrentConfiguration"));
+    return client.ask(&Analytics::getCurrentConfiguration);
 }
 
 int get(Context& context)
 {
     const std::string preset = context.arguments.text("--preset");
     context.console.line(preset.empty() ? currentConfiguration(context.client())
-                                        : std::get<0>(context.client().call<std::string>(
-                                              kAnalytics, "getPtzPresetConfiguration", preset)));
+                                        : context.client().ask(&Analytics::getPtzPresetConfiguration, preset));
     return 0;
 }
 
@@ -51,8 +50,7 @@ std::string refusalReason(CameraClient& client, const std::vector<onvif::Compone
 
 void setConfiguration(Context& context, CameraClient& client, const std::string& xml, const std::string& file)
 {
-    const auto [result, failed] = client.callWithin<std::int32_t, std::uint8_t>(context.patience(kWritePatience),
-                                                                                kAnalytics, "setConfiguration", xml);
+    const auto [result, failed] = client.askWithin(context.patience(kWritePatience), &Analytics::setConfiguration, xml);
     const std::vector<onvif::ComponentName> given = onvif::componentsOf(xml);
     if (result != 0 || failed != 0) {
         throw CameraError("the camera refuses the configuration '" + file + "': " + refusalReason(client, given));
@@ -107,10 +105,9 @@ int restore(Context& context)
 {
     const std::int64_t number = context.arguments.whole("N");
     CameraClient& client = context.client();
-    client.callWithin<>(context.patience(kWritePatience), bus::service::kPipeline, "restore",
-                        std::string(kAnalyticsKey), number);
+    client.askWithin(context.patience(kWritePatience), &bus::PipelineClient::restore, kAnalyticsKey, number);
     if (!context.startedForCommand()) {
-        client.call<>(bus::service::kSupervisor, "restartPipeline");
+        client.ask(&bus::SupervisorClient::restartPipeline);
     }
     context.console.line(
         "Document " + std::to_string(number) + " is the newest again; " +
@@ -121,9 +118,7 @@ int restore(Context& context)
 int reset(Context& context)
 {
     return change(context, [&](CameraClient& client) {
-        const auto [result] =
-            client.callWithin<std::int32_t>(context.patience(kWritePatience), kAnalytics, "restoreDefaultSettings");
-        if (result != 0) {
+        if (client.askWithin(context.patience(kWritePatience), &Analytics::restoreDefaultSettings) != 0) {
             throw CameraError("the camera cannot restore its defaults; its log names the reason");
         }
         context.console.line("The engines have no rules now; what is stored comes back when the camera starts again.");

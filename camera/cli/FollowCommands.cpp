@@ -81,7 +81,7 @@ void printLines(std::string& text, base::Console& console)
 int followMetadata(Context& context)
 {
     const base::StopSignal stop;
-    const auto path = std::get<0>(context.client().call<std::string>(bus::service::kMetadataStreamer, "getSocket"));
+    const std::string path = context.client().ask(&bus::OnvifMetadataStreamerClient::getSocket);
     const base::FileDescriptor socket = connectTo(path);
     std::string text;
     std::array<char, 65536> part{};

@@ -14,11 +14,9 @@ namespace {
 using base::Command;
 using base::Offer;
 using Context = CommandContext;
-using PresetRow = sdbus::Struct<std::string, std::uint32_t, std::int32_t, std::uint32_t>;
+using Positioning = bus::PositioningClient;
 using StopRow = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
-using TourRow = sdbus::Struct<std::string, std::vector<StopRow>>;
 
-constexpr const char* kPositioning = bus::service::kPositioning;
 constexpr const char* kStop = "PRESET[:SECONDS[:PERCENT]]";
 constexpr std::uint32_t kFullTurn = 360000;
 constexpr std::uint32_t kOperator = 100; // as the camera's operators have; a lower number is more important
@@ -41,10 +39,10 @@ std::string placeText(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom)
 }
 
 // What a command without results does, and says when it was done.
-template <class... In>
-int command(Context& context, const std::string& method, const std::string& done, const In&... arguments)
+template <class Method, class... In>
+int command(Context& context, Method method, const std::string& done, const In&... arguments)
 {
-    context.client().call<>(kPositioning, method, arguments...);
+    context.client().ask(method, arguments...);
     context.console.line(done);
     return 0;
 }
@@ -56,9 +54,9 @@ std::string quoted(const std::string& name)
 
 int listPresets(Context& context)
 {
-    const auto rows = std::get<0>(context.client().call<std::vector<PresetRow>>(kPositioning, "listPresets"));
+    const auto rows = context.client().ask(&Positioning::listPresets);
     Json::Value list(Json::arrayValue);
-    for (const PresetRow& row : rows) {
+    for (const auto& row : rows) {
         Json::Value preset;
         preset["name"] = row.get<0>();
         preset["pan"] = row.get<1>() / 1e3;
@@ -79,14 +77,15 @@ int listPresets(Context& context)
 int goToPreset(Context& context)
 {
     const std::string name = context.arguments.text("NAME");
-    return command(context, "goToPreset", "On its way to preset " + quoted(name) + ".", name, priorityOf(context));
+    return command(context, &Positioning::goToPreset, "On its way to preset " + quoted(name) + ".", name,
+                   priorityOf(context));
 }
 
 int listTours(Context& context)
 {
-    const auto rows = std::get<0>(context.client().call<std::vector<TourRow>>(kPositioning, "listTours"));
+    const auto rows = context.client().ask(&Positioning::listTours);
     Json::Value list(Json::arrayValue);
-    for (const TourRow& row : rows) {
+    for (const auto& row : rows) {
         Json::Value tour;
         std::string line = base::printable(row.get<0>());
         tour["name"] = row.get<0>();
@@ -141,7 +140,7 @@ int createTour(Context& context)
     for (const std::string& text : context.arguments.all(kStop)) {
         stops.push_back(stopOf(text));
     }
-    return command(context, "createTour",
+    return command(context, &Positioning::createTour,
                    "Tour " + quoted(name) + " has " + std::to_string(stops.size()) +
                        (stops.size() == 1 ? " stop." : " stops."),
                    name, stops);
@@ -150,7 +149,7 @@ int createTour(Context& context)
 int startTour(Context& context)
 {
     const std::string name = context.arguments.text("NAME");
-    return command(context, "startTour", "Tour " + quoted(name) + " runs.", name, priorityOf(context));
+    return command(context, &Positioning::startTour, "Tour " + quoted(name) + " runs.", name, priorityOf(context));
 }
 
 int moveTo(Context& context)
@@ -160,8 +159,8 @@ int moveTo(Context& context)
     const auto panUnits = static_cast<std::uint32_t>(turn);
     const auto tiltUnits = static_cast<std::int32_t>(std::llround(arguments.decimal("TILT") * 1e3));
     const auto zoomUnits = static_cast<std::uint32_t>(std::llround(arguments.decimal("ZOOM") * 1e2));
-    return command(context, "moveTo", "On its way to " + placeText(panUnits, tiltUnits, zoomUnits) + ".", panUnits,
-                   tiltUnits, zoomUnits, priorityOf(context));
+    return command(context, &Positioning::moveTo, "On its way to " + placeText(panUnits, tiltUnits, zoomUnits) + ".",
+                   panUnits, tiltUnits, zoomUnits, priorityOf(context));
 }
 
 int drive(Context& context)
@@ -170,7 +169,7 @@ int drive(Context& context)
         return static_cast<std::int32_t>(context.arguments.whole(axis));
     };
     const auto time = static_cast<std::uint32_t>(context.arguments.whole("--for"));
-    return command(context, "drive",
+    return command(context, &Positioning::drive,
                    time == 0 ? "Moving until camera stop." : "Moving for " + std::to_string(time) + " ms.", speed("VX"),
                    speed("VY"), speed("VZ"), time, priorityOf(context));
 }
@@ -179,18 +178,19 @@ int renamePreset(Context& context)
 {
     const std::string before = context.arguments.text("OLD");
     const std::string after = context.arguments.text("NEW");
-    return command(context, "renamePreset", "Preset " + quoted(before) + " is " + quoted(after) + " now.", before,
-                   after);
+    return command(context, &Positioning::renamePreset, "Preset " + quoted(before) + " is " + quoted(after) + " now.",
+                   before, after);
 }
 
 // A function that calls a method without arguments.
-base::Command::Perform calling(const std::string& method, const std::string& done)
+base::Command::Perform calling(decltype(&Positioning::stopTour) method, const std::string& done)
 {
     return onCamera([method, done](Context& context) { return command(context, method, done); });
 }
 
 // A function that calls a method with one name.
-base::Command::Perform callingWithName(const std::string& method, const std::string& kind, const std::string& done)
+base::Command::Perform callingWithName(decltype(&Positioning::savePreset) method, const std::string& kind,
+                                       const std::string& done)
 {
     return onCamera([method, kind, done](Context& context) {
         const std::string name = context.arguments.text("NAME");
@@ -226,7 +226,7 @@ std::vector<Command> positioningCommands()
         listing("preset list", "Lists the presets.", listPresets),
         Command("preset save", "Saves the position of the camera as a preset.")
             .takes(kPresetName, "the name of the preset")
-            .does(callingWithName("savePreset", "Preset ", " is where the camera looks now.")),
+            .does(callingWithName(&Positioning::savePreset, "Preset ", " is where the camera looks now.")),
         moving("preset go", "Moves the camera to a preset.")
             .takes(kPresetName, "the name of the preset")
             .does(onCamera(goToPreset)),
@@ -236,7 +236,7 @@ std::vector<Command> positioningCommands()
             .does(onCamera(renamePreset)),
         Command("preset remove", "Removes a preset.")
             .takes(kPresetName, "the name of the preset")
-            .does(callingWithName("removePreset", "Preset ", " is removed.")),
+            .does(callingWithName(&Positioning::removePreset, "Preset ", " is removed.")),
         listing("tour list", "Lists the tours.", listTours),
         Command("tour create", "Creates a tour of presets.")
             .takes(base::nameValue("NAME"), "the name of the tour")
@@ -246,20 +246,21 @@ std::vector<Command> positioningCommands()
                    base::Argument::Count::oneOrMore)
             .does(onCamera(createTour)),
         moving("tour start", "Starts a tour.").takes(kTourName, "the name of the tour").does(onCamera(startTour)),
-        Command("tour stop", "Ends the tour.").does(calling("stopTour", "The tour has ended.")),
+        Command("tour stop", "Ends the tour.").does(calling(&Positioning::stopTour, "The tour has ended.")),
         Command("tour pause", "Keeps the camera at the next stop of the tour.")
-            .does(calling("pauseTour", "The tour pauses.")),
-        Command("tour resume", "Continues the tour after a pause.").does(calling("resumeTour", "The tour goes on.")),
+            .does(calling(&Positioning::pauseTour, "The tour pauses.")),
+        Command("tour resume", "Continues the tour after a pause.")
+            .does(calling(&Positioning::resumeTour, "The tour goes on.")),
         Command("tour remove", "Removes a tour.")
             .takes(kTourName, "the name of the tour")
-            .does(callingWithName("removeTour", "Tour ", " is removed.")),
+            .does(callingWithName(&Positioning::removeTour, "Tour ", " is removed.")),
         moving("move", "Moves the camera to a position.")
             .takes(base::decimalValue("PAN", -360, 360), "degrees")
             .takes(base::decimalValue("TILT", -90, 90), "degrees")
             .takes(base::decimalValue("ZOOM", 1, 1000), "magnification")
             .does(onCamera(moveTo)),
         moving("stop", "Stops the movement.").does(onCamera([](Context& context) {
-            return command(context, "stop", "Stopping.", priorityOf(context));
+            return command(context, &Positioning::stop, "Stopping.", priorityOf(context));
         })),
         moving("drive", "Moves the camera with a speed for each axis.")
             .takes(base::wholeValue("VX", -100, 100), "pan, percent of the full speed")

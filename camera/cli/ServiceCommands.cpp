@@ -50,7 +50,7 @@ Colour colourOf(const std::string& what, const std::string& text)
 int dayNight(Context& context)
 {
     const bool begin = context.arguments.text("MOVE") == "begin";
-    context.client().call<>(bus::service::kDayNight, begin ? "begin" : "end");
+    context.client().ask(begin ? &bus::DayNightClient::begin : &bus::DayNightClient::end);
     context.console.line(begin ? "The day/night switch moves." : "The day/night switch stands.");
     return 0;
 }
@@ -60,10 +60,10 @@ int blanking(Context& context)
     // The colour first: nothing is shown in the old one.
     if (context.arguments.has(kColour)) {
         const auto [red, green, blue] = colourOf(kColour, context.arguments.text(kColour));
-        context.client().call<>(bus::service::kWindowBlanking, "setRegionColor", red, green, blue);
+        context.client().ask(&bus::WindowBlankingClient::setRegionColor, red, green, blue);
     }
     const bool on = context.arguments.text("SWITCH") == "on";
-    context.client().call<>(bus::service::kWindowBlanking, "setEnable", on);
+    context.client().ask(&bus::WindowBlankingClient::setEnable, on);
     context.console.line(on ? "Window blanking is on." : "Window blanking is off.");
     return 0;
 }
@@ -71,7 +71,7 @@ int blanking(Context& context)
 int rotate(Context& context)
 {
     const std::string angle = context.arguments.text("DEGREES");
-    context.client().call<>(bus::service::kRotate, "setAngle", static_cast<std::uint32_t>(std::stoul(angle)));
+    context.client().ask(&bus::RotateClient::setAngle, static_cast<std::uint32_t>(std::stoul(angle)));
     context.console.line("The picture is turned by " + angle + " degrees.");
     return 0;
 }
@@ -88,7 +88,7 @@ int setFault(Context& context)
     if (!slow && !seconds.empty()) {
         throw base::UsageError("camera fault: '" + seconds + "' is too much; only slow takes seconds.");
     }
-    context.client().call<>(bus::service::kServices, "setFault", service, fault, context.arguments.decimal("SECONDS"));
+    context.client().ask(&bus::ServicesClient::setFault, service, fault, context.arguments.decimal("SECONDS"));
     const std::string done = slow                ? "is slow by " + seconds + " s."
                              : fault == "off"    ? "works again."
                              : fault == "absent" ? "is absent."
@@ -99,8 +99,7 @@ int setFault(Context& context)
 
 int listFaults(Context& context)
 {
-    const auto faults =
-        std::get<0>(context.client().call<std::map<std::string, std::string>>(bus::service::kServices, "faults"));
+    const auto faults = context.client().ask(&bus::ServicesClient::faults);
     Json::Value all(Json::objectValue);
     for (const auto& [service, fault] : faults) {
         all[service] = fault;

@@ -5,9 +5,8 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <json/reader.h>
 #include <json/value.h>
-#include <sstream>
+#include <utility>
 
 namespace camera::cli {
 
@@ -28,15 +27,83 @@ Json::Value part(const Ask& ask)
     }
 }
 
-Json::Value document(Context& context, const char* service)
+Json::Value supervisor(Context& context)
 {
-    return part([&] {
-        const auto [text] = context.client().call<std::string>(service, "status");
+    return part([&client = context.client()] {
+        using Supervisor = bus::SupervisorClient;
         Json::Value value;
-        std::string problem;
-        std::istringstream in(text);
-        if (!Json::parseFromStream(Json::CharReaderBuilder(), in, &value, &problem) || !value.isObject()) {
-            throw CameraError("the camera's " + std::string(service) + " answers no status that can be read");
+        value["state"] = client.ask(&Supervisor::State);
+        value["address"] = client.ask(&Supervisor::Address);
+        value["processes"] = Json::arrayValue;
+        for (const auto& row : client.ask(&Supervisor::Processes)) {
+            Json::Value process;
+            process["name"] = row.get<0>();
+            process["pid"] = row.get<1>();
+            process["restarts"] = row.get<2>();
+            process["since"] = Json::Int64(row.get<3>());
+            process["lastExit"] = row.get<4>();
+            value["processes"].append(process);
+        }
+        return value;
+    });
+}
+
+Json::Value pipeline(Context& context)
+{
+    return part([&client = context.client()] {
+        using Pipeline = bus::PipelineClient;
+        Json::Value value;
+        value["pid"] = client.ask(&Pipeline::Pid);
+        value["input"] = client.ask(&Pipeline::Input);
+        value["missingEngines"] = Json::arrayValue;
+        for (const std::string& path : client.ask(&Pipeline::MissingEngines)) {
+            value["missingEngines"].append(path);
+        }
+        const std::pair<const char*, std::uint64_t (ravel::pipeline_proxy::*)()> counters[] = {
+            {"frames", &Pipeline::Frames},
+            {"framesFailed", &Pipeline::FramesFailed},
+            {"events", &Pipeline::Events},
+            {"eventsDropped", &Pipeline::EventsDropped},
+            {"documents", &Pipeline::Documents},
+            {"documentsTaken", &Pipeline::DocumentsTaken},
+            {"documentsDropped", &Pipeline::DocumentsDropped},
+            {"controlFailures", &Pipeline::ControlFailures},
+        };
+        for (const auto& [name, counter] : counters) {
+            value[name] = Json::UInt64(client.ask(counter));
+        }
+        value["framesPerSecond"] = client.ask(&Pipeline::FramesPerSecond);
+        value["longestFrameMs"] = client.ask(&Pipeline::LongestFrameMs);
+        value["orientation"] = client.ask(&Pipeline::Orientation);
+        value["engines"] = Json::arrayValue;
+        for (const auto& row : client.ask(&Pipeline::Engines)) {
+            Json::Value engine;
+            engine["name"] = row.get<0>();
+            engine["key"] = row.get<1>();
+            value["engines"].append(engine);
+        }
+        return value;
+    });
+}
+
+Json::Value services(Context& context)
+{
+    return part([&client = context.client()] {
+        using Services = bus::ServicesClient;
+        Json::Value value;
+        value["pid"] = client.ask(&Services::Pid);
+        value["state"] = client.ask(&Services::State);
+        value["moving"] = client.ask(&Services::Moving);
+        value["orientation"] = client.ask(&Services::Orientation);
+        value["rotationServed"] = client.ask(&Services::RotationServed);
+        value["blanking"] = client.ask(&Services::Blanking);
+        value["subscribers"] = Json::arrayValue;
+        for (const auto& row : client.ask(&Services::Subscribers)) {
+            Json::Value subscriber;
+            subscriber["delivered"] = Json::UInt64(row.get<0>());
+            subscriber["lost"] = Json::UInt64(row.get<1>());
+            subscriber["queuedBytes"] = Json::UInt64(row.get<2>());
+            value["subscribers"].append(subscriber);
         }
         return value;
     });
@@ -44,27 +111,31 @@ Json::Value document(Context& context, const char* service)
 
 Json::Value position(Context& context)
 {
-    return part([&] {
-        const auto [pan, tilt, zoom, angle, moving, preset] =
-            context.client().call<std::uint32_t, std::int32_t, std::uint32_t, std::uint32_t, bool, std::string>(
-                bus::service::kPositioning, "getPosition");
+    return part([&client = context.client()] {
+        using Positioning = bus::PositioningClient;
+        const auto [pan, tilt, zoom, angle, moving, preset] = client.ask(&Positioning::getPosition);
+        const auto tour = client.ask(&Positioning::Tour);
         Json::Value value;
+        value["available"] = client.ask(&Positioning::Available);
         value["pan"] = pan / 1e3;
         value["tilt"] = tilt / 1e3;
         value["zoom"] = zoom / 1e2;
         value["angleOfView"] = angle / 1e3;
         value["moving"] = moving;
         value["preset"] = preset;
+        if (!tour.get<0>().empty()) {
+            value["tour"] = tour.get<0>();
+            value["tourStop"] = tour.get<1>();
+        }
         return value;
     });
 }
 
 Json::Value counters(Context& context)
 {
-    return part([&] {
+    return part([&client = context.client()] {
         const auto [received, delivered, lost, subscribers] =
-            context.client().call<std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t>(
-                bus::service::kMetadataStreamer, "getCounters");
+            client.ask(&bus::OnvifMetadataStreamerClient::getCounters);
         Json::Value value;
         value["received"] = Json::UInt64(received);
         value["delivered"] = Json::UInt64(delivered);
@@ -76,10 +147,9 @@ Json::Value counters(Context& context)
 
 Json::Value faults(Context& context)
 {
-    return part([&] {
+    return part([&client = context.client()] {
         Json::Value value(Json::objectValue);
-        const auto [all] = context.client().call<std::map<std::string, std::string>>(bus::service::kServices, "faults");
-        for (const auto& [service, fault] : all) {
+        for (const auto& [service, fault] : client.ask(&bus::ServicesClient::faults)) {
             value[service] = fault;
         }
         return value;
@@ -194,10 +264,10 @@ int status(Context& context)
 {
     context.client(); // a camera that does not run is a failure, not a part that does not answer
     Json::Value all;
-    all["supervisor"] = document(context, bus::service::kSupervisor);
-    all["pipeline"] = document(context, bus::service::kPipeline);
+    all["supervisor"] = supervisor(context);
+    all["pipeline"] = pipeline(context);
     all["position"] = position(context);
-    all["services"] = document(context, bus::service::kServices);
+    all["services"] = services(context);
     all["metadata"] = counters(context);
     all["faults"] = faults(context);
     if (context.json()) {
@@ -214,7 +284,7 @@ int status(Context& context)
 
 int shutDown(Context& context)
 {
-    context.client().call<>(bus::service::kSupervisor, "stop");
+    context.client().ask(&bus::SupervisorClient::stop);
     context.console.line("The camera ends.");
     return 0;
 }

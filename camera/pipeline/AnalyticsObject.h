@@ -2,46 +2,63 @@
 
 #include "camera/base/Event.h"
 #include "camera/bus/Connection.h"
-#include "camera/pipeline/ControlAnswer.h"
+#include "camera/bus/onvif_analytic_service_server.h"
 #include "camera/pipeline/TargetClient.h"
-
-#include <sdbus-c++/sdbus-c++.h>
 
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
+
+namespace camera::serviceapi {
+class ControlThread;
+}
 
 namespace camera::pipeline {
 
-/**
- * The analytics target on the bus, ravel.onvif_analytic_service: each operation is a method, each event a
- * signal of three strings. The operations run on the control thread, one at a time.
- *
- * Texts that come in are UTF-8 without NUL bytes, or the call is refused; bytes that cannot be sent go out
- * as U+FFFD.
- */
-class AnalyticsObject {
+/// The analytics target on the bus, ravel.onvif_analytic_service. Its operations run on the control thread, one at a
+/// time.
+class AnalyticsObject final : public bus::OnvifAnalyticServiceServer {
 public:
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. client and control outlive it.
-    AnalyticsObject(const std::shared_ptr<bus::Session>& session, pipeline::TargetClient& client,
+    AnalyticsObject(const std::shared_ptr<bus::Session>& session, TargetClient& client,
                     serviceapi::ControlThread& control);
 
     /// Emits one event; what the bus refuses is logged. Any thread.
-    void emit(const base::Event& event);
+    void emit(const base::Event& event) { emitAnalyticsEvent(event.topic, event.source, event.data); }
 
 private:
-    using Strings = std::vector<std::string>;
-    using List = Strings (pipeline::TargetClient::*)();
-    using Change = pipeline::Answer (pipeline::TargetClient::*)(const Strings&);
+    using Names = std::vector<std::string>;
+    using ResultAndStatus = std::tuple<std::int32_t, std::uint32_t>;
 
-    void registerList(const char* method, const char* output, List operation);
-    void registerChange(const char* method, const char* input, Change operation);
-    void registerConfiguration();
-    void registerFrameFiles();
+    static ResultAndStatus asBus(const Answer& answer)
+    {
+        return {answer.result, static_cast<std::uint32_t>(answer.outcome)};
+    }
 
-    pipeline::TargetClient& _client;
-    ControlAnswer _onControl;
-    std::unique_ptr<sdbus::IObject> _object;
+    Names getEventTopics() override { return _client.eventTopics(); }
+    Names getSupportedRules() override { return _client.supportedRules(); }
+    Names getCurrentRules() override { return _client.currentRules(); }
+    ResultAndStatus createRules(const Names& rules) override { return asBus(_client.createRules(rules)); }
+    ResultAndStatus modifyRules(const Names& rules) override { return asBus(_client.modifyRules(rules)); }
+    ResultAndStatus deleteRules(const Names& names) override { return asBus(_client.deleteRules(names)); }
+    Names getSupportedEngines() override { return _client.supportedEngines(); }
+    Names getCurrentEngines() override { return _client.currentEngines(); }
+    ResultAndStatus createEngines(const Names& engines) override { return asBus(_client.createEngines(engines)); }
+    ResultAndStatus modifyEngines(const Names& engines) override { return asBus(_client.modifyEngines(engines)); }
+    ResultAndStatus deleteEngines(const Names& names) override { return asBus(_client.deleteEngines(names)); }
+    std::string getCurrentConfiguration() override { return _client.currentConfiguration(); }
+    std::string getPtzPresetConfiguration(const std::string& preset) override
+    {
+        return _client.presetConfiguration(preset);
+    }
+    Names getUsedPtzPresets() override { return _client.usedPtzPresets(); }
+    std::tuple<std::int32_t, std::uint8_t> setConfiguration(const std::string& xml) override;
+    std::int32_t restoreDefaultSettings() override;
+    std::int32_t readFramesFromFile(const std::string& engine, const std::string& path, bool flag) override;
+    std::int32_t writeFramesToFile(const std::string& engine, const std::string& path, std::uint32_t count) override;
+
+    TargetClient& _client;
 };
 
 } // namespace camera::pipeline

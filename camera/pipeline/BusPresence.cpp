@@ -9,7 +9,7 @@ namespace camera::pipeline {
 
 using bus::Session;
 
-BusPresence::BusPresence(const std::string& address, pipeline::Device& device, PipelineObject::Status status)
+BusPresence::BusPresence(const std::string& address, pipeline::Device& device, PipelineObject::Report report)
     : _connection(address, "the pipeline"),
       _analytics(_connection.add<AnalyticsObject>([&device](const std::shared_ptr<Session>& session) {
           return std::make_shared<AnalyticsObject>(session, device.target(), device.control());
@@ -18,8 +18,8 @@ BusPresence::BusPresence(const std::string& address, pipeline::Device& device, P
           return std::make_shared<PositioningObject>(session, device.positioning());
       })),
       _pipeline(_connection.add<PipelineObject>(
-          [&device, status = std::move(status)](const std::shared_ptr<Session>& session) {
-              return std::make_shared<PipelineObject>(session, device.environment().settings, status);
+          [&device, report = std::move(report)](const std::shared_ptr<Session>& session) {
+              return std::make_shared<PipelineObject>(session, device.environment().settings, report);
           })),
       _positioningEvents(device.positioning().onEvent([positioning = _positioning](const ptz::PositioningEvent& event) {
           if (const auto object = positioning->get()) {

@@ -113,63 +113,50 @@ void DeviceServicesClient::mountedAt(std::uint32_t angleDegrees)
     }
 }
 
-template <class... Out, class... In>
-ravel_core_status DeviceServicesClient::ask(const char* service, const char* method, std::tuple<Out...>& answer,
-                                            const In&... arguments)
+// Asks through the proxies; status and log as the answer wants them.
+ravel_core_status DeviceServicesClient::ask(const char* service, const char* what,
+                                            const std::function<void(ServiceProxies&)>& question)
 {
     const std::shared_ptr<ServiceProxies> proxies = _proxies->get();
     if (!proxies || !targetIds(service)) {
         return serviceapi::kUnavailable;
     }
     try {
-        answer = proxies->ask<Out...>(service, method, _options.patience, arguments...);
+        question(*proxies);
         return serviceapi::kOk;
     } catch (const sdbus::Error& error) {
         base::Log::instance().write(base::LogLevel::info, kComponent,
-                                    std::string(service) + " did not answer " + method + ": " + error.getMessage());
+                                    std::string(service) + " did not answer " + what + ": " + error.getMessage());
         return statusOf(error);
     }
 }
 
 ravel_core_status DeviceServicesClient::regionColor(serviceapi::RegionColor& color)
 {
-    std::tuple<std::uint8_t, std::uint8_t, std::uint8_t> answer;
-    const ravel_core_status status = ask(bus::service::kWindowBlanking, "getRegionColor", answer);
-    if (status == serviceapi::kOk) {
-        std::tie(color.red, color.green, color.blue) = answer;
-    }
-    return status;
+    return ask(bus::service::kWindowBlanking, "getRegionColor", [&color](ServiceProxies& proxies) {
+        std::tie(color.red, color.green, color.blue) = proxies.windowBlanking.getRegionColor();
+    });
 }
 
 ravel_core_status DeviceServicesClient::blankingEnabled(bool& enabled)
 {
-    std::tuple<std::uint8_t> answer;
-    const ravel_core_status status = ask(bus::service::kWindowBlanking, "getEnable", answer);
-    if (status == serviceapi::kOk) {
-        enabled = std::get<0>(answer) != 0;
-    }
-    return status;
+    return ask(bus::service::kWindowBlanking, "getEnable",
+               [&enabled](ServiceProxies& proxies) { enabled = proxies.windowBlanking.getEnable() != 0; });
 }
 
 ravel_core_status DeviceServicesClient::rotationAngle(std::uint32_t& angleDegrees)
 {
-    std::tuple<std::uint32_t> answer;
-    const ravel_core_status status = ask(bus::service::kRotate, "getAngle", answer);
-    if (status == serviceapi::kOk) {
-        angleDegrees = std::get<0>(answer);
+    return ask(bus::service::kRotate, "getAngle", [this, &angleDegrees](ServiceProxies& proxies) {
+        angleDegrees = proxies.rotate.getAngle();
         mountedAt(angleDegrees);
-    }
-    return status;
+    });
 }
 
 ravel_core_status DeviceServicesClient::configurationValue(const std::string& key, int& value)
 {
-    std::tuple<std::int32_t> answer;
-    const ravel_core_status status = ask(bus::service::kConfiguration, "getIntValue", answer, base::sendable(key));
-    if (status == serviceapi::kOk) {
-        value = std::get<0>(answer);
-    }
-    return status;
+    return ask(bus::service::kConfiguration, "getIntValue", [&key, &value](ServiceProxies& proxies) {
+        value = proxies.configuration.getIntValue(base::sendable(key));
+    });
 }
 
 void DeviceServicesClient::sendMetadata(const std::string& document)
@@ -182,8 +169,7 @@ void DeviceServicesClient::sendMetadata(const std::string& document)
         return;
     }
     try {
-        proxies->ask<>(bus::service::kMetadataStreamer, "sendOnvifAnalyticsMetadataXml", _options.patience,
-                       base::sendable(document), std::int32_t{1});
+        proxies->metadataStreamer.sendOnvifAnalyticsMetadataXml(base::sendable(document), 1);
         ++_documentsTaken;
     } catch (const sdbus::Error& error) {
         ++_documentsLost;

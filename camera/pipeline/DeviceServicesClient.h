@@ -8,6 +8,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -67,8 +68,7 @@ private:
     void forgetTargets();
     void mountedAt(std::uint32_t angleDegrees);
 
-    template <class... Out, class... In>
-    ravel_core_status ask(const char* service, const char* method, std::tuple<Out...>& answer, const In&... arguments);
+    ravel_core_status ask(const char* service, const char* what, const std::function<void(ServiceProxies&)>& question);
 
     const Options _options;
     Listener* _listener = nullptr;

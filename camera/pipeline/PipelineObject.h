@@ -1,12 +1,13 @@
 #pragma once
 
 #include "camera/bus/Connection.h"
-
-#include <sdbus-c++/sdbus-c++.h>
+#include "camera/bus/pipeline_server.h"
+#include "camera/pipeline/PipelineStatus.h"
 
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace camera::store {
 class SettingsStore;
@@ -15,19 +16,45 @@ class SettingsStore;
 namespace camera::pipeline {
 
 /// The pipeline process itself on the bus, ravel.pipeline: how it does, and the documents of its settings store.
-class PipelineObject {
+class PipelineObject final : public bus::PipelineServer {
 public:
-    /// Gives the status as a JSON object; called on the bus thread, must not wait.
-    using Status = std::function<std::string()>;
+    /// Called on the bus thread; they must not wait.
+    struct Report {
+        std::function<PipelineStatus()> status;
+        std::function<double()> takeLongestFrame; ///< in milliseconds, since the last call
+    };
 
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. settings outlives it.
-    PipelineObject(const std::shared_ptr<bus::Session>& session, store::SettingsStore& settings, Status status);
+    PipelineObject(const std::shared_ptr<bus::Session>& session, store::SettingsStore& settings, Report report);
 
 private:
-    void registerDocuments();
+    using VersionRow = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
+    using EngineRow = sdbus::Struct<std::string, std::string>;
+
+    std::string document(const std::string& key, std::int64_t sequence) override;
+    std::vector<VersionRow> history(const std::string& key) override;
+    void restore(const std::string& key, std::int64_t sequence) override;
+    std::vector<std::string> storedKeys() override;
+    double takeLongestFrame() override { return _report.takeLongestFrame(); }
+
+    std::uint32_t pid() override;
+    std::string input() override { return _report.status().input; }
+    std::vector<std::string> missingEngines() override { return _report.status().missingEngines; }
+    std::uint64_t frames() override { return _report.status().frames; }
+    std::uint64_t framesFailed() override { return _report.status().framesFailed; }
+    double framesPerSecond() override { return _report.status().framesPerSecond; }
+    double longestFrameMs() override { return _report.status().longestFrameMs; }
+    std::uint64_t events() override { return _report.status().events; }
+    std::uint64_t eventsDropped() override { return _report.status().eventsDropped; }
+    std::uint64_t documents() override { return _report.status().documents; }
+    std::uint64_t documentsTaken() override { return _report.status().documentsTaken; }
+    std::uint64_t documentsDropped() override { return _report.status().documentsDropped; }
+    std::uint64_t controlFailures() override { return _report.status().controlFailures; }
+    std::uint32_t orientation() override { return _report.status().orientation; }
+    std::vector<EngineRow> engines() override;
 
     store::SettingsStore& _settings;
-    std::unique_ptr<sdbus::IObject> _object;
+    const Report _report;
 };
 
 } // namespace camera::pipeline

@@ -104,7 +104,10 @@ private:
         for (const std::string& notice : scenario.begin(*device)) {
             console.line(notice);
         }
-        presence = std::make_unique<BusPresence>(given.bus, *device, [this] { return statusJson(); });
+        presence = std::make_unique<BusPresence>(
+            given.bus, *device,
+            PipelineObject::Report{[this] { return status(); },
+                                   [this] { return report.takeLongestFrameMilliseconds(); }});
         return true;
     }
 
@@ -272,17 +275,15 @@ private:
         return device->positioning().moving() ? "moving" : "at no preset";
     }
 
-    std::string statusJson()
+    PipelineStatus status()
     {
-        const PipelineStatus status{*device,
-                                    report,
-                                    keys,
-                                    options.input,
-                                    missingEngines,
-                                    static_cast<int>(services->orientation()),
-                                    services->documentsTaken(),
-                                    services->documentsLost()};
-        return status.json();
+        PipelineStatus status = pipelineStatus(*device, report, keys);
+        status.input = options.input;
+        status.missingEngines = missingEngines;
+        status.orientation = services->orientation();
+        status.documentsTaken = services->documentsTaken();
+        status.documentsDropped += services->documentsLost();
+        return status;
     }
 
     void everyNowAndThen()

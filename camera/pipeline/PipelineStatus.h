@@ -1,27 +1,35 @@
 #pragma once
 
-#include "camera/pipeline/ActiveKeys.h"
-#include "camera/pipeline/Device.h"
-#include "camera/pipeline/RunReport.h"
-
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace camera::pipeline {
 
-/// How the pipeline process does, as a JSON object for people and programs. Uses only what is thread-safe.
-struct PipelineStatus {
-    pipeline::Device& device;
-    pipeline::RunReport& report;
-    const ActiveKeys& keys;
-    std::string input;
-    const std::vector<std::string>& missingEngines; ///< modules that the state folder remembers and that are not loaded
-    int orientation = 0;
-    std::uint64_t documentsTaken = 0; ///< by the metadata streamer
-    std::uint64_t documentsLost = 0;  ///< on the way to it
+class ActiveKeys;
+class Device;
+class RunReport;
 
-    std::string json() const;
+/// How the pipeline process does.
+struct PipelineStatus {
+    std::string input;
+    std::vector<std::string> missingEngines; ///< modules that the state folder remembers and that are not loaded
+    std::uint64_t frames = 0;
+    std::uint64_t framesFailed = 0;
+    double framesPerSecond = 0;
+    double longestFrameMs = 0;
+    std::uint64_t events = 0;
+    std::uint64_t eventsDropped = 0;
+    std::uint64_t documents = 0;
+    std::uint64_t documentsTaken = 0; ///< by the metadata streamer
+    std::uint64_t documentsDropped = 0;
+    std::uint64_t controlFailures = 0;
+    std::uint32_t orientation = 0;
+    std::vector<std::pair<std::string, std::string>> engines; ///< the name, and the active key: empty for none
 };
+
+/// What device, report and keys know of it; the other fields are the caller's. Uses only what is thread-safe.
+PipelineStatus pipelineStatus(Device& device, const RunReport& report, const ActiveKeys& keys);
 
 } // namespace camera::pipeline

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "camera/bus/Connection.h"
-#include "camera/ptz/CommandResult.h"
+#include "camera/bus/positioning_server.h"
 #include "camera/ptz/PositioningEvent.h"
 
-#include <sdbus-c++/sdbus-c++.h>
-
-#include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <vector>
 
 namespace camera::ptz {
 class PositioningUnit;
@@ -22,32 +21,48 @@ namespace camera::pipeline {
  *
  * Commands only set the unit in motion, so they are done on the bus thread.
  */
-class PositioningObject {
+class PositioningObject final : public bus::PositioningServer {
 public:
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. unit outlives it.
     PositioningObject(const std::shared_ptr<bus::Session>& session, ptz::PositioningUnit& unit);
 
-    /// Sends the signal of an event; what the bus refuses is dropped. Any thread.
+    /// Sends the signal of an event; what the bus refuses is logged. Any thread.
     void emit(const ptz::PositioningEvent& event);
 
 private:
-    void registerQueries();
-    void registerMovement();
-    void registerPresets();
-    void registerTours();
-    void registerSignals();
-    template <class... In, class Command>
-    void registerCommand(const char* method, std::vector<std::string> inputs, Command command);
+    using Where = std::tuple<std::uint32_t, std::int32_t, std::uint32_t, std::uint32_t, bool, std::string>;
+    using PresetRow = sdbus::Struct<std::string, std::uint32_t, std::int32_t, std::uint32_t>;
+    using StopRow = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
+    using TourRow = sdbus::Struct<std::string, std::vector<StopRow>>;
+
+    Where getPosition() override;
+    std::vector<PresetRow> listPresets() override;
+    std::vector<TourRow> listTours() override;
+    void goToPreset(const std::string& name, std::uint32_t priority) override;
+    void moveTo(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom, std::uint32_t priority) override;
+    void drive(std::int32_t pan, std::int32_t tilt, std::int32_t zoom, std::uint32_t milliseconds,
+               std::uint32_t priority) override;
+    void stop(std::uint32_t priority) override;
+    void savePreset(const std::string& name) override;
+    void savePresetAt(const std::string& name, std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom) override;
+    void renamePreset(const std::string& name, const std::string& newName) override;
+    void removePreset(const std::string& name) override;
+    void createTour(const std::string& name, const std::vector<StopRow>& stops) override;
+    void removeTour(const std::string& name) override;
+    void startTour(const std::string& name, std::uint32_t priority) override;
+    void stopTour() override;
+    void pauseTour() override;
+    void resumeTour() override;
+    bool available() override;
+    sdbus::Struct<std::string, std::uint32_t> tour() override;
+
     void emitEvent(const ptz::MotionState& event);
     void emitEvent(const ptz::CommandPriority& event);
     void emitEvent(const ptz::PresetStateChange& event);
     void emitEvent(const ptz::PresetModified& event);
     void emitEvent(const ptz::TourStateChange& event);
-    template <class... Arguments>
-    void send(const char* signal, const Arguments&... arguments);
 
     ptz::PositioningUnit& _unit;
-    std::unique_ptr<sdbus::IObject> _object;
 };
 
 } // namespace camera::pipeline

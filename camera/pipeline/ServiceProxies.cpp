@@ -24,13 +24,6 @@ std::vector<std::string> targetsIn(const std::string& introspection)
     return ids;
 }
 
-// Nobody answered in time; any other error is an answer.
-bool isSilence(const sdbus::Error& error)
-{
-    return error.getName() == "org.freedesktop.DBus.Error.Timeout" ||
-           error.getName() == "org.freedesktop.DBus.Error.NoReply";
-}
-
 } // namespace
 
 const std::vector<std::string>& ServiceProxies::watched()
@@ -43,34 +36,23 @@ const std::vector<std::string>& ServiceProxies::watched()
 
 ServiceProxies::ServiceProxies(const std::shared_ptr<bus::Session>& session, ServiceNews news,
                                std::chrono::milliseconds patience)
-    : _news(std::move(news)), _patience(patience)
+    : _news(std::move(news)),
+      dayNight(session->connection(), patience, {[this](bool moving) { _news.dayNight(moving); }}),
+      windowBlanking(session->connection(), patience, {[this](bool enabled) { _news.windowBlanking(enabled); }}),
+      rotate(session->connection(), patience, {[this](std::uint32_t angle) { _news.rotation(angle); }}),
+      configuration(session->connection(), patience),
+      metadataStreamer(session->connection(), patience),
+      _patience(patience)
 {
     sdbus::IConnection& connection = session->connection();
     for (const std::string& service : watched()) {
-        _services[service] = sdbus::createProxy(connection, bus::busName(service), bus::objectPath(service));
         _trees[service] = sdbus::createProxy(connection, bus::busName(service), "/ravel/" + service);
         _trees[service]->finishRegistration();
     }
-    listen();
-    for (const auto& entry : _services) {
-        entry.second->finishRegistration();
-    }
-    watchOwners(connection); // before the look-ups: whoever comes in between is not missed
+    watchOwners(connection); // before the look-ups: a service that comes in between is not missed
     for (const std::string& service : watched()) {
         lookUp(service);
     }
-}
-
-void ServiceProxies::listen()
-{
-    // The names are passed on within one expression: the library keeps references to them until its end.
-    const auto on = [this](const char* service, const std::string& signal, auto handler) {
-        _services.at(service)->uponSignal(signal).onInterface(bus::interfaceName(service)).call(handler);
-    };
-    on(bus::service::kDayNight, "movementChange", [this](const bool& moving) { _news.dayNight(moving); });
-    on(bus::service::kWindowBlanking, "settingsChanged",
-       [this](const bool& enabled) { _news.windowBlanking(enabled); });
-    on(bus::service::kRotate, "orientationChanged", [this](const std::uint32_t& angle) { _news.rotation(angle); });
 }
 
 void ServiceProxies::watchOwners(sdbus::IConnection& connection)
@@ -85,7 +67,11 @@ void ServiceProxies::watchOwners(sdbus::IConnection& connection)
             if (service == services.end()) {
                 return;
             }
-            now.empty() ? lost(*service) : lookUp(*service);
+            if (now.empty()) {
+                lost(*service);
+            } else {
+                lookUp(*service);
+            }
         });
     _bus->finishRegistration();
 }
@@ -106,7 +92,7 @@ void ServiceProxies::lookUp(const std::string& service)
                 return;
             }
             _news.gone(service);
-            if (isSilence(*error)) {
+            if (bus::isSilence(*error)) {
                 lookUp(service); // it owns its name still: nothing else would tell that it has woken up
             }
         });

@@ -1,8 +1,11 @@
 #pragma once
 
-#include "camera/bus/Call.h"
 #include "camera/bus/Connection.h"
-#include "camera/bus/Names.h"
+#include "camera/bus/configuration_client.h"
+#include "camera/bus/day_night_client.h"
+#include "camera/bus/onvif_metadata_streamer_client.h"
+#include "camera/bus/rotate_client.h"
+#include "camera/bus/window_blanking_client.h"
 
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -33,27 +36,27 @@ public:
     /// service being away, and is repeated until there is an answer. Thread: the bus thread.
     ServiceProxies(const std::shared_ptr<bus::Session>& session, ServiceNews news, std::chrono::milliseconds patience);
 
-    /// Asks a service; see bus::call. Any thread but the bus thread.
-    template <class... Out, class... In>
-    std::tuple<Out...> ask(const std::string& service, const std::string& method, std::chrono::milliseconds patience,
-                           const In&... arguments)
-    {
-        return bus::call<Out...>(*_services.at(service), bus::interfaceName(service), method, patience, arguments...);
-    }
-
     static const std::vector<std::string>& watched();
 
 private:
+    const ServiceNews _news; // before those that call it
+
+public:
+    // Any thread but the bus thread may ask them.
+    bus::DayNightClient dayNight;
+    bus::WindowBlankingClient windowBlanking;
+    bus::RotateClient rotate;
+    bus::ConfigurationClient configuration;
+    bus::OnvifMetadataStreamerClient metadataStreamer;
+
+private:
     void watchOwners(sdbus::IConnection& connection);
-    void listen();
     void lookUp(const std::string& service);
     void lost(const std::string& service);
 
-    const ServiceNews _news;
     const std::chrono::milliseconds _patience;
     std::map<std::string, std::uint64_t> _lookUps; ///< the number of each service's last one; older answers say nothing
-    std::map<std::string, std::unique_ptr<sdbus::IProxy>> _services; ///< the target of each
-    std::map<std::string, std::unique_ptr<sdbus::IProxy>> _trees;    ///< the object above its targets
+    std::map<std::string, std::unique_ptr<sdbus::IProxy>> _trees; ///< the object above its targets
     std::unique_ptr<sdbus::IProxy> _bus;
 };
 

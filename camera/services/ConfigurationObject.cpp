@@ -1,7 +1,5 @@
 #include "camera/services/ConfigurationObject.h"
 
-#include "camera/services/ServiceState.h"
-
 namespace camera::services {
 
 namespace {
@@ -13,7 +11,7 @@ void checkKey(const std::string& key)
         throw bus::Refusal("the key of a configuration value has at most " + std::to_string(kLongestKeyBytes) +
                            " bytes, not " + std::to_string(key.size()));
     }
-    if (bus::checkedText(key, "the key").empty()) {
+    if (key.empty()) {
         throw bus::Refusal("the key of a configuration value is not empty");
     }
 }
@@ -21,53 +19,11 @@ void checkKey(const std::string& key)
 } // namespace
 
 ConfigurationObject::ConfigurationObject(const ObjectContext& context, ServiceState& state)
-    : ServiceObject(context, bus::service::kConfiguration), _state(state)
+    : ConfigurationServer(context.connection, withFaults(context, bus::service::kConfiguration)), _state(state)
 {
-    registerQueries();
-    registerChanges();
-    object().finishRegistration();
 }
 
-void ConfigurationObject::registerQueries()
-{
-    object()
-        .registerMethod("getIntValue")
-        .onInterface(interface())
-        .withInputParamNames("key")
-        .withOutputParamNames("value")
-        .implementedAs([this](sdbus::Result<std::int32_t>&& result, const std::string& key) {
-            respond(
-                std::move(result), [&] { return value(key); }, key.size());
-        });
-    object()
-        .registerMethod("list")
-        .onInterface(interface())
-        .withOutputParamNames("values")
-        .implementedAs(
-            [this](sdbus::Result<Values>&& result) { respond(std::move(result), [this] { return _state.values(); }); });
-}
-
-void ConfigurationObject::registerChanges()
-{
-    object()
-        .registerMethod("setIntValue")
-        .onInterface(interface())
-        .withInputParamNames("key", "value")
-        .implementedAs([this](sdbus::Result<>&& result, const std::string& key, std::int32_t wanted) {
-            respond(
-                std::move(result), [&] { set(key, wanted); }, key.size());
-        });
-    object()
-        .registerMethod("removeValue")
-        .onInterface(interface())
-        .withInputParamNames("key")
-        .implementedAs([this](sdbus::Result<>&& result, const std::string& key) {
-            respond(
-                std::move(result), [&] { remove(key); }, key.size());
-        });
-}
-
-std::int32_t ConfigurationObject::value(const std::string& key) const
+std::int32_t ConfigurationObject::getIntValue(const std::string& key)
 {
     checkKey(key);
     const auto found = _state.values().find(key);
@@ -77,7 +33,7 @@ std::int32_t ConfigurationObject::value(const std::string& key) const
     return found->second;
 }
 
-void ConfigurationObject::set(const std::string& key, std::int32_t value)
+void ConfigurationObject::setIntValue(const std::string& key, std::int32_t value)
 {
     checkKey(key);
     Values values = _state.values();
@@ -89,9 +45,9 @@ void ConfigurationObject::set(const std::string& key, std::int32_t value)
     _state.setValues(values);
 }
 
-void ConfigurationObject::remove(const std::string& key)
+void ConfigurationObject::removeValue(const std::string& key)
 {
-    value(key);
+    getIntValue(key); // refuses a key that is not there
     Values values = _state.values();
     values.erase(key);
     _state.setValues(values);

@@ -1,6 +1,6 @@
 #include "camera/services/FaultSwitch.h"
 
-#include "camera/bus/Answer.h"
+#include "camera/bus/Server.h"
 
 #include <algorithm>
 

@@ -11,10 +11,9 @@ namespace camera::services {
 
 Presence::Presence(const std::shared_ptr<bus::Session>& session, const Process& process)
     : _process(process),
-      _context{session->connection(), process.faults, process.timer,
+      _context{session->connection(), process.parts.faults, process.timer,
                std::shared_ptr<DelayedAnswers>(session, &_answers)},
-      _self(session->connection(), process.faults,
-            {[this](const std::string& service) { arrange(service); }, process.status})
+      _self(session->connection(), process.parts, [this](const std::string& service) { arrange(service); })
 {
     for (const std::string& service : FaultSwitch::services()) {
         arrange(service);
@@ -39,27 +38,27 @@ void Presence::arrange(const std::string& service)
 
 bool Presence::isWanted(const std::string& service) const
 {
-    if (service == bus::service::kRotate && !_process.state.rotation().served) {
+    if (service == bus::service::kRotate && !_process.parts.state.rotation().served) {
         return false;
     }
-    return _process.faults.of(service).fault != Fault::absent;
+    return _process.parts.faults.of(service).fault != Fault::absent;
 }
 
-std::unique_ptr<ServiceObject> Presence::make(const std::string& service) const
+std::unique_ptr<bus::Server> Presence::make(const std::string& service) const
 {
     if (service == bus::service::kDayNight) {
-        return std::make_unique<DayNightObject>(_context, _process.state);
+        return std::make_unique<DayNightObject>(_context, _process.parts.state);
     }
     if (service == bus::service::kWindowBlanking) {
-        return std::make_unique<WindowBlankingObject>(_context, _process.state);
+        return std::make_unique<WindowBlankingObject>(_context, _process.parts.state);
     }
     if (service == bus::service::kRotate) {
-        return std::make_unique<RotateObject>(_context, _process.state);
+        return std::make_unique<RotateObject>(_context, _process.parts.state);
     }
     if (service == bus::service::kConfiguration) {
-        return std::make_unique<ConfigurationObject>(_context, _process.state);
+        return std::make_unique<ConfigurationObject>(_context, _process.parts.state);
     }
-    return std::make_unique<MetadataObject>(_context, _process.socket);
+    return std::make_unique<MetadataObject>(_context, _process.parts.socket);
 }
 
 } // namespace camera::services

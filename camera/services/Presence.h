@@ -2,20 +2,14 @@
 
 #include "camera/bus/Connection.h"
 #include "camera/services/DelayedAnswers.h"
-#include "camera/services/ServiceObject.h"
+#include "camera/services/FaultyAnswers.h"
 #include "camera/services/ServicesObject.h"
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 
 namespace camera::services {
-
-class AnswerTimer;
-class FaultSwitch;
-class MetadataSocket;
-class ServiceState;
 
 /// All that the process has on the bus for one session: each service that is to be there, and the process itself.
 /// Thread-bound: the bus thread's.
@@ -23,11 +17,8 @@ class Presence {
 public:
     /// What outlives every session; borrowed.
     struct Process {
-        ServiceState& state;
-        FaultSwitch& faults;
-        MetadataSocket& socket;
+        ProcessParts parts;
         AnswerTimer& timer;
-        std::function<std::string()> status;
     };
 
     /// @throws sdbus::Error when an object or a name is not to be had.
@@ -39,12 +30,12 @@ private:
     /// Brings a service up or takes it away, as its fault and the camera's kind want it.
     void arrange(const std::string& service);
     bool isWanted(const std::string& service) const;
-    std::unique_ptr<ServiceObject> make(const std::string& service) const;
+    std::unique_ptr<bus::Server> make(const std::string& service) const;
 
     const Process _process;
     DelayedAnswers _answers;
     const ObjectContext _context;
-    std::map<std::string, std::unique_ptr<ServiceObject>> _objects; ///< those that are there
+    std::map<std::string, std::unique_ptr<bus::Server>> _objects; ///< those that are there
     ServicesObject _self;
 };
 

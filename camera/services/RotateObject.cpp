@@ -5,36 +5,14 @@
 
 namespace camera::services {
 
-namespace {
-
-constexpr const char* kOrientationChanged = "orientationChanged";
-
-} // namespace
-
 RotateObject::RotateObject(const ObjectContext& context, ServiceState& state)
-    : ServiceObject(context, bus::service::kRotate), _state(state)
+    : RotateServer(context.connection, withFaults(context, bus::service::kRotate)), _state(state)
 {
-    registerMethods();
-    object().registerSignal(kOrientationChanged).onInterface(interface()).withParameters<std::uint32_t>("orientation");
-    object().finishRegistration();
 }
 
-void RotateObject::registerMethods()
+std::uint32_t RotateObject::getAngle()
 {
-    object()
-        .registerMethod("getAngle")
-        .onInterface(interface())
-        .withOutputParamNames("angle")
-        .implementedAs([this](sdbus::Result<std::uint32_t>&& result) {
-            respond(std::move(result), [this] { return _state.rotation().angleDegrees; });
-        });
-    object()
-        .registerMethod("setAngle")
-        .onInterface(interface())
-        .withInputParamNames("angle")
-        .implementedAs([this](sdbus::Result<>&& result, std::uint32_t angle) {
-            respond(std::move(result), [&] { setAngle(angle); });
-        });
+    return _state.rotation().angleDegrees;
 }
 
 void RotateObject::setAngle(std::uint32_t degrees)
@@ -46,7 +24,7 @@ void RotateObject::setAngle(std::uint32_t degrees)
     Rotation rotation = _state.rotation();
     rotation.angleDegrees = degrees;
     _state.setRotation(rotation);
-    emit(kOrientationChanged, degrees);
+    emitOrientationChanged(degrees);
 }
 
 } // namespace camera::services

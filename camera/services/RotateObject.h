@@ -1,6 +1,7 @@
 #pragma once
 
-#include "camera/services/ServiceObject.h"
+#include "camera/bus/rotate_server.h"
+#include "camera/services/FaultyAnswers.h"
 
 #include <cstdint>
 
@@ -9,13 +10,13 @@ namespace camera::services {
 class ServiceState;
 
 /// The rotation service: by how many degrees the picture is turned, in quarter turns. Setting it is an event.
-class RotateObject : public ServiceObject {
+class RotateObject final : public bus::RotateServer {
 public:
     RotateObject(const ObjectContext& context, ServiceState& state);
 
 private:
-    void registerMethods();
-    void setAngle(std::uint32_t degrees);
+    std::uint32_t getAngle() override;
+    void setAngle(std::uint32_t degrees) override;
 
     ServiceState& _state;
 };

@@ -1,70 +1,77 @@
 #include "camera/services/ServicesObject.h"
 
-#include "camera/bus/Answer.h"
-#include "camera/bus/Names.h"
+#include "camera/services/FaultSwitch.h"
+#include "camera/services/MetadataSocket.h"
+#include "camera/services/ServiceState.h"
 
-#include <map>
+#include <unistd.h>
 #include <utility>
 
 namespace camera::services {
 
-namespace {
-
-const std::string kInterface = bus::interfaceName(bus::service::kServices);
-
-} // namespace
-
-ServicesObject::ServicesObject(sdbus::IConnection& connection, FaultSwitch& faults, Hooks hooks)
-    : _connection(connection),
-      _faults(faults),
-      _hooks(std::move(hooks)),
-      _object(sdbus::createObject(connection, bus::objectPath(bus::service::kServices)))
+ServicesObject::ServicesObject(sdbus::IConnection& connection, const ProcessParts& parts,
+                               std::function<void(const std::string& service)> faultChanged)
+    : ServicesServer(connection), _parts(parts), _faultChanged(std::move(faultChanged))
 {
-    registerFaults();
-    registerStatus();
-    _object->finishRegistration();
 }
 
-void ServicesObject::takeName()
+void ServicesObject::setFault(const std::string& service, const std::string& fault, double seconds)
 {
-    _connection.requestName(bus::busName(bus::service::kServices));
+    _parts.faults.set(service, fault, seconds);
+    _faultChanged(service);
 }
 
-void ServicesObject::registerFaults()
+std::map<std::string, std::string> ServicesObject::faults()
 {
-    _object->registerMethod("setFault")
-        .onInterface(kInterface)
-        .withInputParamNames("service", "fault", "seconds")
-        .implementedAs(
-            [this](sdbus::Result<>&& result, const std::string& service, const std::string& fault, double seconds) {
-                bus::answer(result, [&] {
-                    _faults.set(service, fault, seconds);
-                    _hooks.faultChanged(service);
-                });
-            });
-    using Words = std::map<std::string, std::string>;
-    _object->registerMethod("faults")
-        .onInterface(kInterface)
-        .withOutputParamNames("faults")
-        .implementedAs([this](sdbus::Result<Words>&& result) {
-            bus::answer(result, [this] {
-                Words words;
-                for (const std::string& service : FaultSwitch::services()) {
-                    words[service] = word(_faults.of(service).fault);
-                }
-                return words;
-            });
-        });
+    std::map<std::string, std::string> words;
+    for (const std::string& service : FaultSwitch::services()) {
+        words[service] = word(_parts.faults.of(service).fault);
+    }
+    return words;
 }
 
-void ServicesObject::registerStatus()
+std::uint32_t ServicesObject::pid()
 {
-    _object->registerMethod("status")
-        .onInterface(kInterface)
-        .withOutputParamNames("status")
-        .implementedAs([this](sdbus::Result<std::string>&& result) {
-            bus::answer(result, [this] { return base::sendable(_hooks.status()); });
-        });
+    return static_cast<std::uint32_t>(::getpid());
+}
+
+bool ServicesObject::moving()
+{
+    return _parts.state.moving();
+}
+
+std::uint32_t ServicesObject::orientation()
+{
+    return _parts.state.rotation().angleDegrees;
+}
+
+bool ServicesObject::rotationServed()
+{
+    return _parts.state.rotation().served;
+}
+
+bool ServicesObject::blanking()
+{
+    return _parts.state.blanking().enabled;
+}
+
+std::vector<ServicesObject::SubscriberRow> ServicesObject::subscribers()
+{
+    std::vector<SubscriberRow> rows;
+    for (const MetadataSocket::SubscriberCounters& each : _parts.socket.counters().subscribers) {
+        rows.emplace_back(each.delivered, each.lost, each.queuedBytes);
+    }
+    return rows;
+}
+
+std::vector<ServicesObject::FaultRow> ServicesObject::faultSettings()
+{
+    std::vector<FaultRow> rows;
+    for (const std::string& service : FaultSwitch::services()) {
+        const FaultSwitch::Setting setting = _parts.faults.of(service);
+        rows.emplace_back(service, word(setting.fault), setting.delay.count());
+    }
+    return rows;
 }
 
 } // namespace camera::services

@@ -1,7 +1,6 @@
 #include "camera/services/ServicesProcess.h"
 
 #include "camera/base/Log.h"
-#include "camera/services/StatusDocument.h"
 
 #include <utility>
 
@@ -51,7 +50,7 @@ std::shared_ptr<Presence> ServicesProcess::appear(const std::shared_ptr<bus::Ses
 {
     try {
         auto presence = std::make_shared<Presence>(
-            session, Presence::Process{_state, _faults, _socket, _timer, [this] { return status(); }});
+            session, Presence::Process{{_folder.string(), _state, _faults, _socket}, _timer});
         _trouble.clear();
         return presence;
     } catch (const std::exception& error) {
@@ -62,11 +61,6 @@ std::shared_ptr<Presence> ServicesProcess::appear(const std::shared_ptr<bus::Ses
         }
         throw;
     }
-}
-
-std::string ServicesProcess::status() const
-{
-    return statusDocument(_folder.string(), _socket, _state, _faults);
 }
 
 } // namespace camera::services

@@ -36,7 +36,6 @@ public:
 private:
     void applyOptions(const ServicesOptions& options);
     std::shared_ptr<Presence> appear(const std::shared_ptr<bus::Session>& session);
-    std::string status() const;
 
     const std::filesystem::path _folder;
     store::StateLock _lock;

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "camera/services/ServiceObject.h"
+#include "camera/bus/window_blanking_server.h"
+#include "camera/services/FaultyAnswers.h"
 
 #include <cstdint>
+#include <tuple>
 
 namespace camera::services {
 
@@ -10,15 +12,15 @@ class ServiceState;
 struct Blanking;
 
 /// The window blanking service: a region colour, and whether it is on. Every change of either is an event.
-class WindowBlankingObject : public ServiceObject {
+class WindowBlankingObject final : public bus::WindowBlankingServer {
 public:
     WindowBlankingObject(const ObjectContext& context, ServiceState& state);
 
 private:
-    void registerQueries();
-    void registerChanges();
-    void setColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue);
-    void setEnabled(bool enabled);
+    std::uint8_t getEnable() override;
+    std::tuple<std::uint8_t, std::uint8_t, std::uint8_t> getRegionColor() override;
+    void setEnable(bool enable) override;
+    void setRegionColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue) override;
     void set(const Blanking& blanking);
 
     ServiceState& _state;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace camera::supervisor {
 
@@ -19,6 +20,13 @@ struct PartStatus {
     unsigned int restarts = 0;
     std::int64_t since = 0; ///< seconds since 1970 of its last start; 0: never
     std::string lastExit;   ///< empty: it never ended
+};
+
+/// What others may know about the whole.
+struct SupervisorStatus {
+    std::string state;   ///< the state folder
+    std::string address; ///< of the bus
+    std::vector<PartStatus> processes;
 };
 
 /// One of the camera's processes: runs, or waits for its next start, or does neither. Thread-bound.

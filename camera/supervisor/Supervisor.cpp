@@ -1,6 +1,5 @@
 #include "camera/supervisor/Supervisor.h"
 
-#include "camera/base/OneLineJson.h"
 #include "camera/bus/Names.h"
 #include "camera/supervisor/SupervisorObject.h"
 
@@ -9,7 +8,6 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
-#include <json/json.h>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/eventfd.h>
@@ -94,34 +92,20 @@ void Supervisor::wake()
     [[maybe_unused]] const ssize_t written = ::write(_wakeUp.get(), &one, sizeof one); // full: it wakes as well
 }
 
-std::string Supervisor::status() const
+SupervisorStatus Supervisor::status() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    Json::Value root;
-    root["state"] = _state;
-    root["address"] = _address;
-    root["processes"] = Json::arrayValue;
-    for (const PartStatus& part : _published) {
-        Json::Value process;
-        process["name"] = part.name;
-        process["pid"] = part.pid;
-        process["restarts"] = part.restarts;
-        process["since"] = Json::Int64(part.since);
-        process["lastExit"] = part.lastExit;
-        root["processes"].append(process);
-    }
-    return base::oneLineJson(root);
+    return _published;
 }
 
 void Supervisor::publish()
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _state = _folder->stateDir().string();
-    _address = _folder->address();
-    _published.clear();
+    SupervisorStatus status{_folder->stateDir().string(), _folder->address(), {}};
     for (const Part* part : _parts) {
-        _published.push_back(part->status());
+        status.processes.push_back(part->status());
     }
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _published = std::move(status);
 }
 
 int Supervisor::run()

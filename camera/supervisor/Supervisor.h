@@ -72,8 +72,8 @@ public:
     /// Ends the pipeline and starts it again, as after a crash. Any thread.
     void restartPipeline();
 
-    /// {"state":...,"address":...,"processes":[...]} as text. Any thread.
-    std::string status() const;
+    /// Any thread.
+    SupervisorStatus status() const;
 
 private:
     using Time = std::chrono::steady_clock::time_point;
@@ -124,9 +124,7 @@ private:
     bool _hurry = false;
 
     mutable std::mutex _mutex; ///< what status() needs
-    std::string _state;
-    std::string _address;
-    std::vector<PartStatus> _published;
+    SupervisorStatus _published;
 };
 
 } // namespace camera::supervisor

@@ -1,8 +1,5 @@
 #include "camera/supervisor/SupervisorObject.h"
 
-#include "camera/bus/Answer.h"
-#include "camera/bus/Names.h"
-
 #include <utility>
 
 namespace camera::supervisor {
@@ -14,22 +11,18 @@ constexpr const char* kBus = "org.freedesktop.DBus";
 } // namespace
 
 SupervisorObject::SupervisorObject(const std::shared_ptr<bus::Session>& session, Operations operations)
-    : _object(sdbus::createObject(session->connection(), bus::objectPath(bus::service::kSupervisor)))
+    : SupervisorServer(session->connection()), _operations(std::move(operations))
 {
-    const std::string interface = bus::interfaceName(bus::service::kSupervisor);
-    _object->registerMethod("status").onInterface(interface).withOutputParamNames("json").implementedAs(
-        [status = std::move(operations.status)](sdbus::Result<std::string>&& result) {
-            bus::answer(result, [&] { return base::sendable(status()); });
-        });
-    _object->registerMethod("stop").onInterface(interface).implementedAs(
-        [stop = std::move(operations.stop)](sdbus::Result<>&& result) { bus::answer(result, stop); });
-    _object->registerMethod("restartPipeline")
-        .onInterface(interface)
-        .implementedAs([restart = std::move(operations.restartPipeline)](sdbus::Result<>&& result) {
-            bus::answer(result, restart);
-        });
-    _object->finishRegistration();
-    session->connection().requestName(bus::busName(bus::service::kSupervisor));
+    takeName();
+}
+
+std::vector<SupervisorObject::ProcessRow> SupervisorObject::processes()
+{
+    std::vector<ProcessRow> rows;
+    for (const PartStatus& part : _operations.status().processes) {
+        rows.emplace_back(part.name, static_cast<std::uint32_t>(part.pid), part.restarts, part.since, part.lastExit);
+    }
+    return rows;
 }
 
 NameWatch::NameWatch(const std::shared_ptr<bus::Session>& session, const std::string& name, std::function<void()> owned)

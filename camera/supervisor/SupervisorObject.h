@@ -1,19 +1,22 @@
 #pragma once
 
 #include "camera/bus/Connection.h"
+#include "camera/bus/supervisor_server.h"
+#include "camera/supervisor/Part.h"
 
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace camera::supervisor {
 
 /// The service "supervisor" on the bus: what runs, a new start of the pipeline, and the end of it all. Lives on the bus
 /// thread.
-class SupervisorObject {
+class SupervisorObject final : public bus::SupervisorServer {
 public:
     struct Operations {
-        std::function<std::string()> status; ///< as JSON
+        std::function<SupervisorStatus()> status;
         std::function<void()> stop;
         std::function<void()> restartPipeline;
     };
@@ -21,7 +24,15 @@ public:
     SupervisorObject(const std::shared_ptr<bus::Session>& session, Operations operations);
 
 private:
-    std::unique_ptr<sdbus::IObject> _object;
+    using ProcessRow = sdbus::Struct<std::string, std::uint32_t, std::uint32_t, std::int64_t, std::string>;
+
+    std::string state() override { return _operations.status().state; }
+    std::string address() override { return _operations.status().address; }
+    std::vector<ProcessRow> processes() override;
+    void stop() override { _operations.stop(); }
+    void restartPipeline() override { _operations.restartPipeline(); }
+
+    const Operations _operations;
 };
 
 /// Tells when somebody serves a bus name, also when that was so before. Lives on the bus thread.

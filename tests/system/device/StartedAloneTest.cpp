@@ -66,7 +66,7 @@ TEST_F(StartedAloneTest, thePipelineServesWithoutServicesAndFindsThemWhenItStart
 {
     {
         Background alone(pipeline(), path("pipeline"));
-        ASSERT_TRUE(answers("pipeline", {"status"})) << read(path("pipeline"));
+        ASSERT_TRUE(answers("pipeline", {"storedKeys"})) << read(path("pipeline"));
         EXPECT_TRUE(answers("onvif_analytic_service", {"getSupportedRules"}));
         EXPECT_FALSE(serves("rotate"));
         alone.signal(SIGINT);
@@ -77,7 +77,7 @@ TEST_F(StartedAloneTest, thePipelineServesWithoutServicesAndFindsThemWhenItStart
     ASSERT_TRUE(answers("rotate", {"setAngle", "u", "180"})) << read(path("services"));
     std::filesystem::remove(path("journal"));
     Background process(pipeline(), path("pipeline"));
-    ASSERT_TRUE(answers("pipeline", {"status"})) << read(path("pipeline"));
+    ASSERT_TRUE(answers("pipeline", {"storedKeys"})) << read(path("pipeline"));
     EXPECT_TRUE(eventually([&] { return journal("orientation") == std::vector<std::string>{"180"}; }))
         << testing::PrintToString(journal("orientation"));
     process.signal(SIGTERM);

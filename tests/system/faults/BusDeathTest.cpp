@@ -115,17 +115,15 @@ protected:
         return "";
     }
 
-    Json::Value process(const std::string& name)
+    /// (name, process id, restarts, since, last exit)
+    using Process = sdbus::Struct<std::string, std::uint32_t, std::uint32_t, std::int64_t, std::string>;
+
+    Process process(const std::string& name)
     {
-        try {
-            const auto [text] = owner->ask<std::string>(service::kSupervisor, "status");
-            const Json::Value status = parsedJson(text);
-            for (const Json::Value& each : status["processes"]) {
-                if (each["name"].asString() == name) {
-                    return each;
-                }
+        for (const Process& each : owner->processes<Process>()) {
+            if (each.get<0>() == name) {
+                return each;
             }
-        } catch (const sdbus::Error&) {
         }
         return {};
     }
@@ -142,15 +140,15 @@ TEST_F(SupervisedBusDeathTest, theSupervisorStartsTheDaemonAgainAndNobodyElse)
         const std::uint64_t frames = owner->frames();
         const pid_t pipelineProcess = owner->status()["pid"].asInt();
         const std::uint64_t sessions = owner->sessions();
-        const pid_t daemon = process("dbus-daemon")["pid"].asInt();
+        const pid_t daemon = static_cast<pid_t>(process("dbus-daemon").get<1>());
         ASSERT_GT(daemon, 1);
         ASSERT_EQ(0, ::kill(daemon, SIGKILL));
         ASSERT_TRUE(eventually([&] { return owner->sessions() > sessions; })) << camera->output();
         ASSERT_TRUE(allNamesAreServed(*owner)) << camera->output();
-        ASSERT_TRUE(eventually([&] { return process("dbus-daemon")["restarts"].asInt() == round; }));
-        EXPECT_EQ("signal 9 (Killed)", process("dbus-daemon")["lastExit"].asString());
-        EXPECT_EQ(0, process("camera-pipeline")["restarts"].asInt());
-        EXPECT_EQ(0, process("camera-services")["restarts"].asInt());
+        ASSERT_TRUE(eventually([&] { return static_cast<int>(process("dbus-daemon").get<2>()) == round; }));
+        EXPECT_EQ("signal 9 (Killed)", process("dbus-daemon").get<4>());
+        EXPECT_EQ(0U, process("camera-pipeline").get<2>());
+        EXPECT_EQ(0U, process("camera-services").get<2>());
         EXPECT_EQ(pipelineProcess, owner->status()["pid"].asInt());
         ASSERT_TRUE(eventually([&] { return owner->frames() >= frames + 25; }));
         EXPECT_TRUE(framesGoOnWithoutTheBus());

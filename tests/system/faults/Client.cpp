@@ -1,8 +1,6 @@
 #include "Client.h"
 
-#include <json/reader.h>
-
-#include <sstream>
+#include <cctype>
 
 namespace camera::fault_tests {
 
@@ -11,15 +9,6 @@ namespace {
 constexpr const char* kDaemon = "org.freedesktop.DBus";
 
 } // namespace
-
-Json::Value parsedJson(const std::string& text)
-{
-    Json::Value value;
-    std::string problem;
-    std::istringstream in(text);
-    const bool read = Json::parseFromStream(Json::CharReaderBuilder(), in, &value, &problem);
-    return read && value.isObject() ? value : Json::Value();
-}
 
 Proxies::Proxies(const std::shared_ptr<bus::Session>& session, std::atomic<std::uint64_t>& events)
 {
@@ -48,11 +37,28 @@ Client::Client(const std::string& address)
 
 Json::Value Client::status()
 {
+    const std::shared_ptr<Proxies> proxies = _proxies->get();
+    Json::Value status;
+    if (!proxies) {
+        return status;
+    }
     try {
-        return parsedJson(std::get<0>(ask<std::string>(service::kPipeline, "status")));
+        const auto all = test_support::properties(proxies->of(service::kPipeline),
+                                                  bus::interfaceName(service::kPipeline), kPatience);
+        for (const auto& [property, value] : all) {
+            Json::Value& member = status[static_cast<char>(std::tolower(property[0])) + property.substr(1)];
+            if (value.containsValueOfType<std::uint64_t>()) {
+                member = Json::UInt64(value.get<std::uint64_t>());
+            } else if (value.containsValueOfType<std::uint32_t>()) {
+                member = value.get<std::uint32_t>();
+            } else if (value.containsValueOfType<double>()) {
+                member = value.get<double>();
+            }
+        }
     } catch (const sdbus::Error&) {
         return {};
     }
+    return status;
 }
 
 std::uint64_t Client::documentsReceived()
@@ -69,8 +75,8 @@ bool Client::isServed(const std::string& name)
 {
     try {
         const std::shared_ptr<Proxies> proxies = _proxies->get();
-        return proxies && std::get<0>(bus::call<bool>(proxies->of(kDaemon), kDaemon, "NameHasOwner", kPatience,
-                                                      bus::busName(name)));
+        return proxies && std::get<0>(test_support::call<bool>(proxies->of(kDaemon), kDaemon, "NameHasOwner", kPatience,
+                                                               bus::busName(name)));
     } catch (const sdbus::Error&) {
         return false;
     }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "camera/bus/Call.h"
 #include "camera/bus/Connection.h"
 #include "camera/bus/Names.h"
+#include "tests/support/BusCall.h"
 
 #include <json/value.h>
 #include <sdbus-c++/sdbus-c++.h>
@@ -13,13 +13,11 @@
 #include <memory>
 #include <string>
 #include <tuple>
+#include <vector>
 
 namespace camera::fault_tests {
 
 namespace service = bus::service;
-
-/// A JSON object; null when the text is none.
-Json::Value parsedJson(const std::string& text);
 
 /// Proxies of everything that a camera serves, for one session of the bus.
 class Proxies {
@@ -50,7 +48,7 @@ public:
         if (!proxies) {
             throw sdbus::Error(bus::error::kUnavailable, "the bus is away");
         }
-        return bus::call<Out...>(proxies->of(name), bus::interfaceName(name), method, kPatience, arguments...);
+        return test_support::call<Out...>(proxies->of(name), bus::interfaceName(name), method, kPatience, arguments...);
     }
 
     /// Whether the call was answered.
@@ -65,8 +63,24 @@ public:
         }
     }
 
-    /// The pipeline's status; null while nobody answers.
+    /// The properties of the pipeline, their names beginning with a small letter; null while nobody answers.
     Json::Value status();
+    /// What the supervisor runs, a row each; empty while it does not answer.
+    template <class Row>
+    std::vector<Row> processes()
+    {
+        const std::shared_ptr<Proxies> proxies = _proxies->get();
+        try {
+            return proxies ? test_support::properties(proxies->of(service::kSupervisor),
+                                                      bus::interfaceName(service::kSupervisor), kPatience)
+                                 .at("Processes")
+                                 .template get<std::vector<Row>>()
+                           : std::vector<Row>();
+        } catch (const sdbus::Error&) {
+            return {};
+        }
+    }
+
     std::uint64_t frames() { return status()["frames"].asUInt64(); }
 
     /// Documents that the services' metadata streamer has received; 0 while it does not answer.

@@ -10,7 +10,6 @@
 namespace pipeline_test {
 namespace {
 
-using camera::pipeline::ControlAnswer;
 using testing::ElementsAre;
 using testing::SizeIs;
 
@@ -91,27 +90,27 @@ TEST_F(AnalyticsOrderTest, aFloodIsRefusedBeyondWhatMayWait)
     for (std::uint32_t number = 0; number < kMany; ++number) {
         send(number);
     }
-    const auto refused = reasons.lines(kMany - ControlAnswer::kMost);
-    EXPECT_THAT(refused, SizeIs(kMany - ControlAnswer::kMost));
+    const auto refused = reasons.lines(kMany - camera::pipeline::kMostWaiting);
+    EXPECT_THAT(refused, SizeIs(kMany - camera::pipeline::kMostWaiting));
     EXPECT_EQ(refused.front(), "ravel.Error.Unavailable|too many requests are waiting");
     EXPECT_EQ(answered, 0u);
     gate.open();
-    ASSERT_TRUE(eventually([&] { return answered == static_cast<std::uint32_t>(ControlAnswer::kMost); }));
-    EXPECT_THAT(written(), SizeIs(ControlAnswer::kMost));
+    ASSERT_TRUE(eventually([&] { return answered == static_cast<std::uint32_t>(camera::pipeline::kMostWaiting); }));
+    EXPECT_THAT(written(), SizeIs(camera::pipeline::kMostWaiting));
     EXPECT_EQ(analytics<Texts>("getEventTopics").size(), 2u) << "there is room again";
 }
 
 TEST_F(AnalyticsOrderTest, eachMethodAnswersDuringAFloodOfAnother)
 {
     holdControl();
-    for (std::uint32_t number = 0; number < ControlAnswer::kMost; ++number) {
+    for (std::uint32_t number = 0; number < camera::pipeline::kMostWaiting; ++number) {
         send(number);
     }
     // Those that need no control thread are answered all the time.
-    EXPECT_EQ(client.one<std::string>(service::kPipeline, "status"), "{}");
+    EXPECT_EQ(client.one<Texts>(service::kPipeline, "storedKeys"), Texts{});
     EXPECT_EQ(client.refusal(service::kPositioning, "stopTour"), "ravel.Error.Refused|no tour is running");
     gate.open();
-    EXPECT_TRUE(eventually([&] { return answered == static_cast<std::uint32_t>(ControlAnswer::kMost); }));
+    EXPECT_TRUE(eventually([&] { return answered == static_cast<std::uint32_t>(camera::pipeline::kMostWaiting); }));
 }
 
 TEST_F(AnalyticsOrderTest, requestsAreAnsweredWhileTheDeviceEndsAndAfterwards)
@@ -134,7 +133,7 @@ TEST_F(AnalyticsOrderTest, requestsAreAnsweredWhileTheDeviceEndsAndAfterwards)
         << answered << " answers, " << reasons.lines().size() << " refusals";
     EXPECT_GE(reasons.lines().size(), kEach);
     EXPECT_EQ(reasons.lines().back(), "ravel.Error.Unavailable|the camera is ending");
-    EXPECT_EQ(client.one<std::string>(service::kPipeline, "status"), "{}");
+    EXPECT_EQ(client.one<Texts>(service::kPipeline, "storedKeys"), Texts{});
 }
 
 TEST_F(AnalyticsOrderTest, theBusMayDieWhileRequestsWait)
@@ -143,7 +142,7 @@ TEST_F(AnalyticsOrderTest, theBusMayDieWhileRequestsWait)
     for (std::uint32_t number = 0; number < 20; ++number) {
         send(number);
     }
-    EXPECT_EQ(client.one<std::string>(service::kPipeline, "status"), "{}") << "all of them have arrived";
+    EXPECT_EQ(client.one<Texts>(service::kPipeline, "storedKeys"), Texts{}) << "all of them have arrived";
     proxies.reset();
     restartBus();
     gate.open();

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "camera/bus/Call.h"
 #include "camera/bus/Connection.h"
 #include "camera/bus/Names.h"
+#include "support/BusCall.h"
 
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -190,7 +190,7 @@ public:
         if (!now) {
             throw sdbus::Error("no.Session", "the bus is away");
         }
-        return camera::bus::call<Out...>(now->of(name), camera::bus::interfaceName(name), method, 60s, arguments...);
+        return test_support::call<Out...>(now->of(name), camera::bus::interfaceName(name), method, 60s, arguments...);
     }
 
     template <class Out, class... In>
@@ -211,18 +211,17 @@ public:
         }
     }
 
-    std::string introspection(const std::string& name)
+    std::map<std::string, sdbus::Variant> properties(const std::string& name)
     {
-        return std::get<0>(camera::bus::call<std::string>(proxies->get()->of(name),
-                                                          "org.freedesktop.DBus.Introspectable", "Introspect", 60s));
+        return test_support::properties(proxies->get()->of(name), camera::bus::interfaceName(name), 60s);
     }
 
     bool isServed(const std::string& name)
     {
         const auto now = proxies->get();
         try {
-            return now && std::get<0>(camera::bus::call<bool>(now->daemon(), "org.freedesktop.DBus", "NameHasOwner",
-                                                              60s, camera::bus::busName(name)));
+            return now && std::get<0>(test_support::call<bool>(now->daemon(), "org.freedesktop.DBus", "NameHasOwner",
+                                                               60s, camera::bus::busName(name)));
         } catch (const sdbus::Error&) {
             return false; // the session ended meanwhile
         }

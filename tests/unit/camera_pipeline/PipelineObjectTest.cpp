@@ -5,32 +5,15 @@
 #include "camera/pipeline/PipelineStatus.h"
 #include "camera/pipeline/RunReport.h"
 
-#include <json/json.h>
-
-#include <sstream>
 #include <unistd.h>
 
 namespace pipeline_test {
 namespace {
 
 using camera::pipeline::ActiveKeys;
-using camera::pipeline::PipelineStatus;
 using testing::Contains;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 using VersionRow = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
-
-Json::Value parsed(const std::string& text)
-{
-    Json::CharReaderBuilder builder;
-    builder["strictRoot"] = true;
-    Json::Value value;
-    std::string problem;
-    std::istringstream stream(text);
-    EXPECT_TRUE(Json::parseFromStream(builder, stream, &value, &problem)) << problem;
-    return value;
-}
 
 class PipelineObjectTest : public ServedDevice {
 protected:
@@ -40,11 +23,41 @@ protected:
     }
 };
 
-TEST_F(PipelineObjectTest, itsStatusIsAJsonObject)
+TEST_F(PipelineObjectTest, itsStatusIsProperties)
 {
-    status = "{\"input\":\"a\xFF\"}";
+    status.input = "a\xFF";
+    status.missingEngines = {"/e.so"};
+    status.frames = 1;
+    status.framesFailed = 2;
+    status.framesPerSecond = 24.5;
+    status.longestFrameMs = 9;
+    status.events = 3;
+    status.eventsDropped = 4;
+    status.documents = 5;
+    status.documentsTaken = 6;
+    status.documentsDropped = 7;
+    status.controlFailures = 8;
+    status.orientation = 90;
+    status.engines = {{"Motion", "MotionGate"}, {"Simple", ""}};
     serve();
-    EXPECT_EQ(parsed(client.one<std::string>(service::kPipeline, "status"))["input"].asString(), "a\xEF\xBF\xBD");
+    const auto all = client.properties(service::kPipeline);
+    EXPECT_EQ(all.at("Pid").get<std::uint32_t>(), static_cast<std::uint32_t>(::getpid()));
+    EXPECT_EQ(all.at("Input").get<std::string>(), "a\xEF\xBF\xBD");
+    EXPECT_EQ(all.at("MissingEngines").get<Texts>(), Texts{"/e.so"});
+    EXPECT_EQ(all.at("Frames").get<std::uint64_t>(), 1u);
+    EXPECT_EQ(all.at("FramesFailed").get<std::uint64_t>(), 2u);
+    EXPECT_EQ(all.at("FramesPerSecond").get<double>(), 24.5);
+    EXPECT_EQ(all.at("LongestFrameMs").get<double>(), 9.0);
+    EXPECT_EQ(all.at("Events").get<std::uint64_t>(), 3u);
+    EXPECT_EQ(all.at("EventsDropped").get<std::uint64_t>(), 4u);
+    EXPECT_EQ(all.at("Documents").get<std::uint64_t>(), 5u);
+    EXPECT_EQ(all.at("DocumentsTaken").get<std::uint64_t>(), 6u);
+    EXPECT_EQ(all.at("DocumentsDropped").get<std::uint64_t>(), 7u);
+    EXPECT_EQ(all.at("ControlFailures").get<std::uint64_t>(), 8u);
+    EXPECT_EQ(all.at("Orientation").get<std::uint32_t>(), 90u);
+    using Row = sdbus::Struct<std::string, std::string>;
+    EXPECT_EQ(all.at("Engines").get<std::vector<Row>>(), (std::vector<Row>{{"Motion", "MotionGate"}, {"Simple", ""}}));
+    EXPECT_EQ(client.one<double>(service::kPipeline, "takeLongestFrame"), 2.5);
 }
 
 TEST_F(PipelineObjectTest, givesTheDocumentsOfTheSettingsNewestFirst)
@@ -108,26 +121,12 @@ TEST_F(PipelineObjectTest, unknownKeysAndNumbersAreRefusedWithASentence)
               "ravel.Error.Refused|nothing is stored under this key");
 }
 
-TEST_F(PipelineObjectTest, aStatusThatCannotBeTakenIsAnError)
-{
-    start();
-    presence = std::make_unique<camera::pipeline::BusPresence>(
-        bus.address(), *device, []() -> std::string { throw std::runtime_error("no status today"); });
-    ASSERT_TRUE(client.waitForSession(1));
-    ASSERT_TRUE(waitUntilServed());
-    EXPECT_EQ(client.refusal<std::string>(service::kPipeline, "status"), "ravel.Error.Failed|no status today");
-}
-
-class PipelineStatusTest : public PipelineObjectTest {
+class PipelineStatusTest : public ServedDevice {
 protected:
-    Json::Value status()
-    {
-        return parsed(PipelineStatus{*device, report, keys, "clip \"\xFF\".mp4", missing, 90, 7, 3}.json());
-    }
+    camera::pipeline::PipelineStatus now() { return camera::pipeline::pipelineStatus(*device, report, keys); }
 
     camera::pipeline::RunReport report;
     ActiveKeys keys{{}};
-    const std::vector<std::string> missing{"/e.so"};
 };
 
 TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
@@ -146,62 +145,28 @@ TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
     hosted.events.load()->OnEvent("t", "s", "d");
     device->control().post([] { throw std::runtime_error("a callback that fails"); });
     device->drain();
-    const Json::Value value = status();
-    EXPECT_EQ(value["pid"].asInt64(), ::getpid());
-    EXPECT_EQ(value["frames"].asUInt64(), 3u);
-    EXPECT_EQ(value["framesFailed"].asUInt64(), 1u);
-    EXPECT_GT(value["framesPerSecond"].asDouble(), 0.0);
-    EXPECT_EQ(value["longestFrameMs"].asDouble(), 9.0);
-    EXPECT_EQ(value["longestFrameMsLately"].asDouble(), 9.0);
-    EXPECT_EQ(status()["longestFrameMsLately"].asDouble(), 0.0) << "no frame since";
-    EXPECT_EQ(value["events"].asUInt64(), 1u);
-    EXPECT_EQ(value["eventsDropped"].asUInt64(), 0u);
-    EXPECT_EQ(value["documents"].asUInt64(), device->statistics().documents);
-    EXPECT_GT(value["documents"].asUInt64(), 0u);
-    EXPECT_EQ(value["documentsTaken"].asUInt64(), 7u);
-    EXPECT_EQ(value["documentsDropped"].asUInt64(), 3u);
-    EXPECT_EQ(value["controlFailures"].asUInt64(), 1u);
-    EXPECT_EQ(value["orientation"].asInt(), 90);
-    EXPECT_THAT(value["input"].asString(), HasSubstr("clip \""));
-    EXPECT_EQ(value["missingEngines"][0].asString(), "/e.so");
+    const auto status = now();
+    EXPECT_EQ(status.frames, 3u);
+    EXPECT_EQ(status.framesFailed, 1u);
+    EXPECT_GT(status.framesPerSecond, 0.0);
+    EXPECT_EQ(status.longestFrameMs, 9.0);
+    EXPECT_EQ(status.events, 1u);
+    EXPECT_EQ(status.eventsDropped, 0u);
+    EXPECT_EQ(status.documents, device->statistics().documents);
+    EXPECT_GT(status.documents, 0u);
+    EXPECT_EQ(status.controlFailures, 1u);
 }
 
-TEST_F(PipelineStatusTest, tellsWhereItIsAndWhichRulesAreActive)
+TEST_F(PipelineStatusTest, tellsWhichRulesAreActive)
 {
+    using Engines = std::vector<std::pair<std::string, std::string>>;
     options.ptz->arriveAt = "Gate";
     start();
-    Json::Value value = status();
-    EXPECT_TRUE(value["position"]["available"].asBool());
-    EXPECT_EQ(value["position"]["pan"].asUInt(), 10000u);
-    EXPECT_EQ(value["position"]["tilt"].asInt(), 0);
-    EXPECT_EQ(value["position"]["zoom"].asUInt(), 100u);
-    EXPECT_FALSE(value["position"]["moving"].asBool());
-    EXPECT_EQ(value["position"]["preset"].asString(), "Gate");
-    EXPECT_FALSE(value["position"].isMember("tour"));
-    ASSERT_EQ(value["engines"].size(), 2u);
-    EXPECT_EQ(value["engines"][0]["name"].asString(), "Motion");
-    EXPECT_EQ(value["engines"][0]["key"].asString(), "MotionGate");
-    EXPECT_EQ(value["engines"][1]["name"].asString(), "Simple");
-    EXPECT_EQ(value["engines"][1]["key"].asString(), "Simple");
+    EXPECT_EQ(now().engines, (Engines{{"Motion", "MotionGate"}, {"Simple", "Simple"}}));
     ASSERT_TRUE(unit().createTour({"round", {{"Yard"}}}));
     ASSERT_TRUE(unit().startTour("round", {"anna", 100}));
     device->drain();
-    value = status();
-    EXPECT_TRUE(value["position"]["moving"].asBool());
-    EXPECT_EQ(value["position"]["preset"].asString(), "");
-    EXPECT_EQ(value["position"]["tour"].asString(), "round");
-    EXPECT_EQ(value["position"]["tourStop"].asUInt(), 0u);
-    EXPECT_EQ(value["engines"][0]["key"].asString(), "");
-    EXPECT_EQ(value["engines"][1]["key"].asString(), "");
-}
-
-TEST_F(PipelineStatusTest, aFixedCameraHasNoPosition)
-{
-    options.ptz.reset();
-    start();
-    const Json::Value value = status();
-    EXPECT_FALSE(value["position"]["available"].asBool());
-    EXPECT_EQ(value["position"].size(), 1u);
+    EXPECT_EQ(now().engines, (Engines{{"Motion", ""}, {"Simple", ""}}));
 }
 
 } // namespace

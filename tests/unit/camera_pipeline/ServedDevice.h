@@ -39,9 +39,14 @@ protected:
     void serve()
     {
         start();
-        presence = std::make_unique<camera::pipeline::BusPresence>(bus.address(), *device, [this] { return status; });
+        presence = std::make_unique<camera::pipeline::BusPresence>(bus.address(), *device, report());
         ASSERT_TRUE(client.waitForSession(1)) << client.connection.reason();
         ASSERT_TRUE(waitUntilServed());
+    }
+
+    camera::pipeline::PipelineObject::Report report()
+    {
+        return {[this] { return status; }, [] { return 2.5; }};
     }
 
     bool waitUntilServed()
@@ -93,7 +98,7 @@ protected:
 
     test_support::TestBus bus;
     BusClient client{bus.address()};
-    std::string status = "{}";
+    camera::pipeline::PipelineStatus status;
     std::unique_ptr<camera::pipeline::BusPresence> presence;
 };
 

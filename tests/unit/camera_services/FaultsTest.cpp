@@ -111,8 +111,8 @@ TEST_F(FaultEffectsTest, anAbsentServicesObjectIsGoneByEveryName)
 {
     const auto byAnotherName = [&] {
         try {
-            camera::bus::call<bool>(client.proxies->get()->dayNightByAnotherName(),
-                                    camera::bus::interfaceName(service::kDayNight), "isMoving", 30s);
+            test_support::call<bool>(client.proxies->get()->dayNightByAnotherName(),
+                                     camera::bus::interfaceName(service::kDayNight), "isMoving", 30s);
             return std::string("answered");
         } catch (const sdbus::Error& refused) {
             return refused.getName();
@@ -182,8 +182,8 @@ TEST_F(FaultEffectsTest, waitingAnswersGoWithTheBusAndNobodyWaitsForThem)
     const auto asked = client.proxies->get();
     auto outcome = std::async(std::launch::async, [&] {
         try {
-            camera::bus::call<bool>(asked->of(service::kDayNight), camera::bus::interfaceName(service::kDayNight),
-                                    "isMoving", 30s);
+            test_support::call<bool>(asked->of(service::kDayNight), camera::bus::interfaceName(service::kDayNight),
+                                     "isMoving", 30s);
             return std::string("answered");
         } catch (const sdbus::Error&) {
             return std::string("failed");

@@ -110,8 +110,8 @@ protected:
     {
         return eventually([&] {
             try {
-                return client.one<std::string>(service::kServices, "status")
-                           .find("\"pid\":" + std::to_string(program.pid())) != std::string::npos;
+                return client.properties(service::kServices).at("Pid").get<std::uint32_t>() ==
+                       static_cast<std::uint32_t>(program.pid());
             } catch (const sdbus::Error&) {
                 return false;
             }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "camera/bus/Call.h"
 #include "camera/bus/Connection.h"
 #include "camera/bus/Names.h"
+#include "support/BusCall.h"
 
 #include <sdbus-c++/sdbus-c++.h>
 
@@ -139,8 +139,8 @@ public:
         if (!now) {
             throw sdbus::Error("no.Session", "the bus is away");
         }
-        return camera::bus::call<Out...>(now->of(name), camera::bus::interfaceName(name), method, patience,
-                                         arguments...);
+        return test_support::call<Out...>(now->of(name), camera::bus::interfaceName(name), method, patience,
+                                          arguments...);
     }
 
     template <class Out, class... In>
@@ -161,6 +161,15 @@ public:
         }
     }
 
+    std::map<std::string, sdbus::Variant> properties(const std::string& name)
+    {
+        const auto now = proxies->get();
+        if (!now) {
+            throw sdbus::Error("no.Session", "the bus is away");
+        }
+        return test_support::properties(now->of(name), camera::bus::interfaceName(name), 30s);
+    }
+
     void setFault(const std::string& name, const std::string& fault, double seconds = 0)
     {
         ask<>(service::kServices, "setFault", name, fault, seconds);
@@ -169,8 +178,8 @@ public:
     bool isServed(const std::string& name)
     {
         const auto now = proxies->get();
-        return now && std::get<0>(camera::bus::call<bool>(now->daemon(), "org.freedesktop.DBus", "NameHasOwner", 30s,
-                                                          camera::bus::busName(name)));
+        return now && std::get<0>(test_support::call<bool>(now->daemon(), "org.freedesktop.DBus", "NameHasOwner", 30s,
+                                                           camera::bus::busName(name)));
     }
 
     Journal journal;

@@ -1,11 +1,9 @@
 #include "camera/supervisor/Supervisor.h"
 
-#include "camera/bus/Call.h"
 #include "unit/camera_supervisor/Folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <json/json.h>
 
 #include <csignal>
 #include <future>
@@ -101,19 +99,17 @@ protected:
         return reported;
     }
 
-    Json::Value process(const std::string& name)
+    camera::supervisor::PartStatus process(const std::string& name)
     {
-        Json::Value root;
-        std::istringstream(supervisor->status()) >> root;
-        for (const Json::Value& process : root["processes"]) {
-            if (process["name"] == name) {
+        for (const auto& process : supervisor->status().processes) {
+            if (process.name == name) {
                 return process;
             }
         }
         return {};
     }
 
-    pid_t pidOf(const std::string& name) { return process(name)["pid"].asInt(); }
+    pid_t pidOf(const std::string& name) { return process(name).pid; }
 
     bool journalHas(std::size_t count, const std::string& line)
     {
@@ -255,8 +251,8 @@ TEST_F(SupervisorTest, startsEachProcessAgainThatIsKilled)
         ASSERT_GT(before, 0);
         ::kill(before, SIGKILL);
         ASSERT_TRUE(replaced(name, before)) << name;
-        EXPECT_EQ(process(name)["restarts"].asInt(), 1);
-        EXPECT_EQ(process(name)["lastExit"].asString(), "signal 9 (Killed)");
+        EXPECT_EQ(process(name).restarts, 1U);
+        EXPECT_EQ(process(name).lastExit, "signal 9 (Killed)");
     }
     rememberPids();
     EXPECT_THAT(reports(), ElementsAre("camera-pipeline ended by signal 9 (Killed); starting it again",
@@ -282,9 +278,8 @@ TEST_F(SupervisorTest, aBusThatIsKilledComesBackAtTheSameAddressAndTheCameraIsTh
             try {
                 const auto connection = sdbus::createSessionBusConnectionWithAddress(address);
                 const auto proxy = sdbus::createProxy(*connection, "ravel.supervisor", "/ravel/supervisor/main");
-                std::string json;
-                proxy->callMethod("status").onInterface("ravel.supervisor").storeResultsTo(json);
-                return json.find(address) != std::string::npos;
+                const std::string named = proxy->getProperty("Address").onInterface("ravel.supervisor");
+                return named == address;
             } catch (const sdbus::Error&) {
                 return false;
             }
@@ -353,7 +348,7 @@ TEST_F(SupervisorTest, aPipelineThatCouldNotHandleItsSignalYetHasNotFailed)
     rememberPids();
     supervisor->stop();
     EXPECT_EQ(end(), "0");
-    EXPECT_EQ(process("camera-pipeline")["restarts"].asInt(), 0);
+    EXPECT_EQ(process("camera-pipeline").restarts, 0U);
     expectNothingLeft();
 }
 
@@ -363,18 +358,19 @@ TEST_F(SupervisorTest, isAskedAndEndedOverTheBus)
     ASSERT_TRUE(runs());
     const auto connection = sdbus::createSessionBusConnectionWithAddress(RuntimeFolder::find(state).value());
     const auto proxy = sdbus::createProxy(*connection, "ravel.supervisor", "/ravel/supervisor/main");
-    std::string json;
-    proxy->callMethod("status").onInterface("ravel.supervisor").storeResultsTo(json);
-    Json::Value root;
-    std::istringstream(json) >> root;
-    EXPECT_EQ(root["state"].asString(), state.string());
-    EXPECT_EQ(root["address"].asString(), RuntimeFolder::find(state).value());
-    ASSERT_EQ(root["processes"].size(), 3U);
-    for (const Json::Value& process : root["processes"]) {
-        EXPECT_GT(process["pid"].asInt(), 0);
-        EXPECT_EQ(process["restarts"].asInt(), 0);
-        EXPECT_GT(process["since"].asInt64(), 0);
-        EXPECT_EQ(process["lastExit"].asString(), "");
+    const auto property = [&proxy](const char* name) {
+        return proxy->getProperty(name).onInterface("ravel.supervisor");
+    };
+    EXPECT_EQ(property("State").get<std::string>(), state.string());
+    EXPECT_EQ(property("Address").get<std::string>(), RuntimeFolder::find(state).value());
+    using Row = sdbus::Struct<std::string, std::uint32_t, std::uint32_t, std::int64_t, std::string>;
+    const auto processes = property("Processes").get<std::vector<Row>>();
+    ASSERT_EQ(processes.size(), 3U);
+    for (const Row& process : processes) {
+        EXPECT_GT(process.get<1>(), 0U);
+        EXPECT_EQ(process.get<2>(), 0U);
+        EXPECT_GT(process.get<3>(), 0);
+        EXPECT_EQ(process.get<4>(), "");
     }
     proxy->callMethod("stop").onInterface("ravel.supervisor");
     EXPECT_EQ(end(), "0");

@@ -140,7 +140,7 @@ void Visitor::listQueries()
     _commands.emplace_back([this] { _client.ask<std::string>(service::kAnalytics, "getCurrentConfiguration"); });
     _commands.emplace_back(
         [this] { _client.ask<std::string>(service::kAnalytics, "getPtzPresetConfiguration", preset()); });
-    _commands.emplace_back([this] { _client.ask<std::string>(service::kPipeline, "status"); });
+    _commands.emplace_back([this] { _client.status(); });
     _commands.emplace_back([this] { _client.ask<Strings>(service::kPipeline, "storedKeys"); });
 }
 

@@ -166,15 +166,15 @@ int runStorm(const Arguments& arguments)
     return good ? 0 : 1;
 }
 
-// The longest that the plug-in had one of so many frames, milliseconds. Each status tells it since the one before.
+// The longest that the plug-in had one of so many frames, milliseconds. Each question is about the time since the one
+// before.
 double longestOf(Client& client, std::uint64_t frames)
 {
     const std::uint64_t begin = client.frames();
     double longest = 0;
     const bool came = eventually([&] {
-        const Json::Value status = client.status();
-        longest = std::max(longest, status["longestFrameMsLately"].asDouble());
-        return status["frames"].asUInt64() >= begin + frames;
+        longest = std::max(longest, std::get<0>(client.ask<double>(service::kPipeline, "takeLongestFrame")));
+        return client.frames() >= begin + frames;
     });
     if (!came) {
         throw std::runtime_error("the frames stopped");

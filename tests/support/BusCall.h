@@ -6,15 +6,13 @@
 
 #include <chrono>
 #include <future>
+#include <map>
 #include <memory>
 #include <string>
 #include <tuple>
 #include <utility>
 
-namespace camera::bus {
-
-/// How long one call may take before it counts as failed.
-constexpr std::chrono::milliseconds kDefaultPatience{2000};
+namespace test_support {
 
 /**
  * Calls a method and waits for its answer, never longer than patience, also when the bus dies meanwhile.
@@ -22,8 +20,8 @@ constexpr std::chrono::milliseconds kDefaultPatience{2000};
  *
  * Thread: any but the bus thread, which the answer comes by.
  *
- * @throws sdbus::Error with the name and text that the other side gave; error::kUnavailable when no answer
- *         came in time or nobody could be asked.
+ * @throws sdbus::Error with the name and text that the other side gave; camera::bus::error::kNoReply when no answer
+ * came in time, camera::bus::error::kUnavailable when the bus has gone.
  */
 template <class... Out, class... In>
 std::tuple<Out...> call(sdbus::IProxy& proxy, const std::string& interface, const std::string& method,
@@ -44,13 +42,21 @@ std::tuple<Out...> call(sdbus::IProxy& proxy, const std::string& interface, cons
         });
     // The library's own time-out is noticed by the bus thread, which may have ended: hence a second one.
     if (answer.wait_for(patience + std::chrono::milliseconds(100)) != std::future_status::ready) {
-        throw sdbus::Error(error::kUnavailable, interface + " does not answer");
+        throw sdbus::Error(camera::bus::error::kNoReply, interface + " does not answer");
     }
     try {
         return answer.get();
     } catch (const std::future_error&) {
-        throw sdbus::Error(error::kUnavailable, "the bus has gone");
+        throw sdbus::Error(camera::bus::error::kUnavailable, "the bus has gone");
     }
 }
 
-} // namespace camera::bus
+/// All properties of an interface; as call().
+inline std::map<std::string, sdbus::Variant> properties(sdbus::IProxy& proxy, const std::string& interface,
+                                                        std::chrono::milliseconds patience)
+{
+    return std::get<0>(call<std::map<std::string, sdbus::Variant>>(proxy, "org.freedesktop.DBus.Properties", "GetAll",
+                                                                   patience, interface));
+}
+
+} // namespace test_support
