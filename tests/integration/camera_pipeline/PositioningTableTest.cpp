@@ -28,7 +28,7 @@ std::set<std::string> matches(const std::string& text, const std::regex& pattern
 TEST(PositioningTable, hasOneTestForEachRow)
 {
     const auto rows = matches(contentOf("/docs/positioning-events.md"), std::regex("\\| `(\\w+)` \\|\n"));
-    const auto tests = matches(contentOf("/tests/unit/camera_device/PositioningEventsTest.cpp"),
+    const auto tests = matches(contentOf("/tests/integration/camera_pipeline/PositioningEventsTest.cpp"),
                                std::regex("TEST_F\\(PositioningEventsTest, (\\w+)\\)"));
     EXPECT_GT(rows.size(), 15u);
     EXPECT_EQ(rows, tests);

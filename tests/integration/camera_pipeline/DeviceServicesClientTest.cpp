@@ -4,7 +4,7 @@
 #include "camera/base/Log.h"
 #include "camera/serviceapi/Status.h"
 #include "support/TestBus.h"
-#include "unit/camera_pipeline/FakeService.h"
+#include "integration/camera_pipeline/FakeService.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

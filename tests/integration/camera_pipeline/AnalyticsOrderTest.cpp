@@ -1,5 +1,5 @@
 // The analytics target on the bus: order, floods, the end of the device, a bus that dies.
-#include "unit/camera_pipeline/ServedDevice.h"
+#include "integration/camera_pipeline/ServedDevice.h"
 
 #include "camera/pipeline/ControlAnswer.h"
 #include "camera/serviceapi/ControlThread.h"

@@ -1,5 +1,5 @@
 // Positioning on the bus: commands, their refusals, and what the unit tells.
-#include "unit/camera_pipeline/ServedDevice.h"
+#include "integration/camera_pipeline/ServedDevice.h"
 
 #include <climits>
 

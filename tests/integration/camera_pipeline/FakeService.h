@@ -1,6 +1,6 @@
 #pragma once
 
-#include "unit/camera_pipeline/BusClient.h"
+#include "integration/camera_pipeline/BusClient.h"
 
 #include <atomic>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Which rules are active, read from what the module logs.
 #include "camera/pipeline/ActiveKeys.h"
 
-#include "unit/camera_device/PositioningDevice.h"
+#include "integration/camera_pipeline/PositioningDevice.h"
 
 #include "ravel/logging.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "unit/camera_device/DeviceFixture.h"
+#include "integration/camera_pipeline/DeviceFixture.h"
 
 #include "camera/ptz/PositioningUnit.h"
 

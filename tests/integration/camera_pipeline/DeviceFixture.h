@@ -4,7 +4,7 @@
 #include "camera/framework/FrameBuffer.h"
 #include "camera/pipeline/Device.h"
 #include "kit/FakeDeviceServices.h"
-#include "unit/camera_device/HostedEngines.h"
+#include "integration/camera_pipeline/HostedEngines.h"
 #include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>

@@ -1,5 +1,5 @@
 // The analytics target on the bus: what each method answers.
-#include "unit/camera_pipeline/ServedDevice.h"
+#include "integration/camera_pipeline/ServedDevice.h"
 
 namespace pipeline_test {
 namespace {

@@ -4,8 +4,8 @@
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
 #include "support/TestBus.h"
-#include "unit/camera_device/DeviceFixture.h"
-#include "unit/camera_pipeline/BusClient.h"
+#include "integration/camera_pipeline/DeviceFixture.h"
+#include "integration/camera_pipeline/BusClient.h"
 
 #include <memory>
 #include <string>

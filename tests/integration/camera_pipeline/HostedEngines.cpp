@@ -1,4 +1,4 @@
-#include "unit/camera_device/HostedEngines.h"
+#include "integration/camera_pipeline/HostedEngines.h"
 
 #include "plugin/analytics/IRuleSet.h"
 #include "plugin/analytics/factory.h"

@@ -1,4 +1,4 @@
-#include "unit/camera_device/DeviceFixture.h"
+#include "integration/camera_pipeline/DeviceFixture.h"
 
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"

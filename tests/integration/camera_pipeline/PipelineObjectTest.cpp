@@ -1,5 +1,5 @@
 // The pipeline process on the bus: its status and the documents of its settings.
-#include "unit/camera_pipeline/ServedDevice.h"
+#include "integration/camera_pipeline/ServedDevice.h"
 
 #include "camera/pipeline/ActiveKeys.h"
 #include "camera/pipeline/PipelineStatus.h"

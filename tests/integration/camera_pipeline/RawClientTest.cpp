@@ -1,5 +1,5 @@
 // Whoever speaks to the bus by hand can say what no library would.
-#include "unit/camera_pipeline/ServedDevice.h"
+#include "integration/camera_pipeline/ServedDevice.h"
 
 #include <cstring>
 #include <sys/socket.h>

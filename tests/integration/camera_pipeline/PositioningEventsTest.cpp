@@ -1,5 +1,5 @@
 // One test for each row of docs/positioning-events.md, over the real module.
-#include "unit/camera_device/PositioningDevice.h"
+#include "integration/camera_pipeline/PositioningDevice.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "unit/camera_device/XmlWatch.h"
+#include "integration/camera_pipeline/XmlWatch.h"
 
 XmlWatch& XmlWatch::instance()
 {

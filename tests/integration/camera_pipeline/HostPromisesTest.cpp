@@ -1,6 +1,6 @@
 // What the host promises to a plug-in, each promise over the real module.
-#include "unit/camera_device/DeviceFixture.h"
-#include "unit/camera_device/XmlWatch.h"
+#include "integration/camera_pipeline/DeviceFixture.h"
+#include "integration/camera_pipeline/XmlWatch.h"
 
 #include "camera/base/Current.h"
 #include "camera/framework/PositioningAdapter.h"

@@ -2,7 +2,7 @@
 #include "camera/pipeline/Scenario.h"
 
 #include "camera/pipeline/ActiveKeys.h"
-#include "unit/camera_device/PositioningDevice.h"
+#include "integration/camera_pipeline/PositioningDevice.h"
 
 #include <filesystem>
 #include <fstream>

@@ -3,8 +3,8 @@
 
 #include "camera/serviceapi/ServiceApi.h"
 #include "support/TestBus.h"
-#include "unit/camera_device/DeviceFixture.h"
-#include "unit/camera_pipeline/FakeService.h"
+#include "integration/camera_pipeline/DeviceFixture.h"
+#include "integration/camera_pipeline/FakeService.h"
 
 namespace pipeline_test {
 namespace {
