@@ -79,7 +79,7 @@ Json::Value pipeline(Context& context)
         for (const auto& row : client.ask(&Pipeline::Engines)) {
             Json::Value engine;
             engine["name"] = row.get<0>();
-            engine["key"] = row.get<1>();
+            engine["active"] = row.get<1>();
             value["engines"].append(engine);
         }
         return value;
@@ -231,8 +231,7 @@ void showPipeline(Context& context, const Json::Value& pipeline)
     if (pipeline["engines"].isArray()) {
         for (const Json::Value& engine : pipeline["engines"]) {
             if (engine.isObject()) {
-                const std::string key = textOf(engine["key"]);
-                line(context, label, textOf(engine["name"]) + ": " + (key.empty() ? "none" : "key '" + key + "'"));
+                line(context, label, textOf(engine["name"]) + ": " + textOf(engine["active"]));
                 label.clear();
             }
         }

@@ -2,6 +2,7 @@
 
 #include "camera/engines/EngineNames.h"
 #include "camera/engines/XmlText.h"
+#include "camera/kit/DocumentNames.h"
 
 #include <cstdio>
 #include <ctime>
@@ -51,9 +52,9 @@ void Alarm::change(analytics_lib::IEventHandler* handler, const UtcTime& time)
     }
     std::string message = "<tt:Message xmlns:tt=\"http://www.onvif.org/ver10/schema\" UtcTime=\"" + time.text() +
                           "\" PropertyOperation=\"Changed\"><tt:Source>" +
-                          simpleItem(_form.videoSourceItem, kVideoSourceToken);
+                          simpleItem(_form.videoSourceItem, kit::kVideoSourceToken);
     if (_form.analyticsItem != nullptr) {
-        message += simpleItem(_form.analyticsItem, kAnalyticsToken);
+        message += simpleItem(_form.analyticsItem, kit::kAnalyticsToken);
     }
     message += simpleItem(_form.ruleItem, _rule) + "</tt:Source><tt:Data>" +
                simpleItem(_form.stateItem, _on ? "true" : "false") + "</tt:Data></tt:Message>";

@@ -2,6 +2,7 @@
 
 #include "camera/base/Log.h"
 #include "camera/base/PluginPath.h"
+#include "camera/engines/ReferenceEngines.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/serviceapi/ServiceApi.h"
 
@@ -11,8 +12,6 @@
 namespace camera::pipeline {
 
 namespace {
-
-constexpr std::size_t kReferenceEngines = 2;
 
 base::LogLevel logLevel(int verbosity)
 {
@@ -52,7 +51,8 @@ pipeline::Options deviceOptions(const CameraOptions& options, const std::filesys
         result.ptz.emplace();
         result.ptz->arriveAt = options.preset;
     }
-    result.engineCount = kReferenceEngines + options.engines.size();
+    result.engines = [](void* log, const auto& /*ptz*/) { return engines::referenceEngines(log); };
+    result.engineCount = engines::kReferenceEngines + options.engines.size();
     result.logLevel = logLevel(options.verbosity);
     return result;
 }

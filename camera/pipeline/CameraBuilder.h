@@ -10,7 +10,8 @@
 
 namespace camera::pipeline {
 
-/// The device's options that follow from the command line. @throws std::runtime_error as base::pluginPath().
+/// The device's options that follow from the command line.
+/// @throws std::runtime_error as base::pluginPath().
 pipeline::Options deviceOptions(const CameraOptions& options, const std::filesystem::path& stateDir);
 
 /// Builds the device and prints what it has to say about its settings.

@@ -3,6 +3,7 @@
 #include "camera/base/Current.h"
 #include "camera/base/Log.h"
 #include "camera/framework/Connections.h"
+#include "camera/framework/EngineFactory.h"
 #include "camera/framework/FrameBuffer.h"
 #include "camera/framework/MetadataPool.h"
 #include "camera/framework/PluginConfiguration.h"
@@ -89,6 +90,8 @@ public:
     const base::Current<framework::PositioningAdapter>::Binding positioningBinding;
     const std::shared_ptr<framework::MetadataPool> pool;
     const base::Current<framework::MetadataPool>::Binding poolBinding;
+    const std::shared_ptr<framework::EngineFactory> engines;
+    const base::Current<framework::EngineFactory>::Binding enginesBinding;
     TargetClient target;
     std::function<void(const FrameOutputs&)> consumer;
 
@@ -99,6 +102,7 @@ private:
     void loadPositioning();
     void storePositioning();
     void positioningChanged(ptz::PositioningUnit::Change change);
+    void activeRulesChanged();
 
     korva::meridan::MeridanEnv _meridan;
     const korva::meridan::IPluginConfiguration _configuration{kPluginName};
@@ -116,6 +120,10 @@ private:
 
     std::mutex _storeMutex; // a later state is never overwritten by an earlier one
     std::atomic<bool> _storePending{false};
+
+    // Control thread.
+    bool _rulesWillBeRead = false;
+    bool _rulesGo = false;
 
     std::mutex _shutdownMutex;
     bool _ended = false;
@@ -136,6 +144,9 @@ Device::Impl::Impl(const Options& given)
       pool(std::make_shared<framework::MetadataPool>(
           framework::MetadataPool::Options{options.engineCount, options.metadataBytes})),
       poolBinding(pool),
+      engines(std::make_shared<framework::EngineFactory>(options.engines, options.engineModules,
+                                                         [this] { activeRulesChanged(); })),
+      enginesBinding(engines),
       target(environment->control, environment->analyticsTargets, kAnalyticsService)
 {
     pool->setConsumer([this](const framework::MetadataPool::Outputs& outputs) { forward(outputs); });
@@ -196,6 +207,20 @@ void Device::Impl::positioningChanged(ptz::PositioningUnit::Change change)
     } else if (!_storePending.exchange(true)) {
         environment->control.post([this] { storePositioning(); });
     }
+}
+
+// One change of place is several changes of every engine: they are read once, when all of them are done.
+void Device::Impl::activeRulesChanged()
+{
+    if (!options.activeRulesChanged || _rulesWillBeRead || _rulesGo) {
+        return;
+    }
+    _rulesWillBeRead = environment->control.post([this] {
+        _rulesWillBeRead = false;
+        if (!_rulesGo) {
+            options.activeRulesChanged(pipeline::activeRules(*engines));
+        }
+    });
 }
 
 void Device::Impl::start()
@@ -324,6 +349,7 @@ void Device::Impl::shutdown()
 
 void Device::Impl::destroy()
 {
+    _rulesGo = true; // the end is no change of what was active
     if (auto* filter = dynamic_cast<korva::meridan::BasicFilterPlugin*>(_plugin.get())) {
         filter->OnDisconnectSink(&_output);
     }
@@ -386,6 +412,16 @@ Statistics Device::statistics() const
 void Device::shutdown()
 {
     _impl->shutdown();
+}
+
+const framework::EngineFactory& Device::engines() const
+{
+    return *_impl->engines;
+}
+
+std::vector<ActiveRules> Device::activeRules()
+{
+    return control().ask([this] { return pipeline::activeRules(engines()); });
 }
 
 ptz::PositioningUnit& Device::positioning()

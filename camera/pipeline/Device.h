@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/pipeline/ActiveRules.h"
 #include "camera/pipeline/DeviceOptions.h"
 #include "camera/pipeline/TargetClient.h"
 #include "camera/serviceapi/EventBus.h"
@@ -10,7 +11,11 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
+namespace camera::framework {
+class EngineFactory;
+}
 namespace camera::ptz {
 class PositioningUnit;
 }
@@ -116,6 +121,12 @@ public:
      * the destructor. Idempotent; not from a callback. No exception leaves it.
      */
     void shutdown();
+
+    /// What is known of the engines, also after shutdown().
+    const framework::EngineFactory& engines() const;
+
+    /// What every engine evaluates. @throws std::runtime_error after shutdown(), and what an engine throws.
+    std::vector<ActiveRules> activeRules();
 
     ptz::PositioningUnit& positioning();
     serviceapi::ServiceApi& environment(); ///< settings, device services

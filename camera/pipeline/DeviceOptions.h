@@ -1,6 +1,8 @@
 #pragma once
 
 #include "camera/base/LogLevel.h"
+#include "camera/framework/EngineFactory.h"
+#include "camera/pipeline/ActiveRules.h"
 #include "camera/ptz/CameraDescription.h"
 
 #include <cstddef>
@@ -46,6 +48,13 @@ struct Options {
     std::filesystem::path stateDir;     ///< created when absent; one process at a time
     std::optional<PtzOption> ptz;       ///< without: a fixed camera
     std::filesystem::path metadataFile; ///< empty: metadata documents are only counted
+
+    framework::EngineSource engines;                      ///< the program's own; without: none
+    std::vector<framework::EngineModule> engineModules; ///< theirs come before the program's
+
+    /// Given: told what every engine evaluates each time that this changed, after the task of the control thread that
+    /// changed it, on that thread.
+    std::function<void(const std::vector<ActiveRules>&)> activeRulesChanged;
 
     std::size_t engineCount = 1;             ///< engines that share one drawing buffer, 1 or more
     std::uint32_t metadataBytes = 64 * 1024; ///< what one engine may write for a frame, a multiple of 64

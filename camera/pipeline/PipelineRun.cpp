@@ -5,7 +5,6 @@
 #include "camera/base/StopSignal.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/onvif/EventText.h"
-#include "camera/pipeline/ActiveKeys.h"
 #include "camera/pipeline/BusPresence.h"
 #include "camera/pipeline/CameraBuilder.h"
 #include "camera/pipeline/DeviceServicesClient.h"
@@ -93,7 +92,7 @@ private:
             }
             openView(wanted);
         }
-        missingEngines = loadEngineModules(options.camera, console);
+        missingEngines = loadEngineModules(options.camera, wanted, console);
         device = pipeline::buildCamera(wanted, console);
         rememberCamera(options.camera, state.path());
         if (hasInput() && (!options.overlay.empty() || !options.picture.empty())) {
@@ -117,6 +116,7 @@ private:
     {
         pipeline::Options wanted = pipeline::deviceOptions(options.camera, state.path());
         wanted.metadataFile = options.metadata;
+        wanted.activeRulesChanged = [this](const auto& rules) { report.rulesChanged(rules); };
         if (options.camera.ptz) {
             wanted.ptz = Scenario::positioning(options);
             wanted.ptz->keepState =
@@ -262,22 +262,23 @@ private:
         lastFrame = video::nanosecondsOf(frame);
     }
 
-    // Where the camera looks, for the picture.
+    // Where the camera looks and which rules are active there, for the picture.
     std::string caption() const
     {
+        const std::string rules = "rules: " + report.activeRules();
         if (!options.camera.ptz) {
-            return "";
+            return rules;
         }
         const std::string preset = device->positioning().activePreset();
         if (!preset.empty()) {
-            return preset;
+            return preset + "   " + rules;
         }
-        return device->positioning().moving() ? "moving" : "at no preset";
+        return (device->positioning().moving() ? "moving   " : "at no preset   ") + rules;
     }
 
     PipelineStatus status()
     {
-        PipelineStatus status = pipelineStatus(*device, report, keys);
+        PipelineStatus status = pipelineStatus(*device, report);
         status.input = options.input;
         status.missingEngines = missingEngines;
         status.orientation = services->orientation();
@@ -321,7 +322,9 @@ private:
         if (overlay && !overlayFailed) {
             guarded([&] { overlay->finish(); });
         }
-        active = onvif::componentsOf(device->target().currentConfiguration());
+        for (const ActiveRules& rules : device->activeRules()) {
+            active.insert(active.end(), rules.components.begin(), rules.components.end());
+        }
         device->shutdown();
         presence.reset();
         statistics = device->statistics();
@@ -367,7 +370,7 @@ private:
             console.line(summaryLine(i == 0 ? "active" : "", printable(onvif::describe(active[i]))));
         }
         if (active.empty()) {
-            console.line(summaryLine("active", "no rule and no module; --config FILE.xml gives some"));
+            console.line(summaryLine("active", "none; --config FILE.xml gives rules"));
         } else if (active.size() > kMost) {
             console.line(summaryLine("", "and " + std::to_string(active.size() - kMost) + " more"));
         }
@@ -391,7 +394,6 @@ private:
     std::vector<std::string> failures;
     std::vector<std::string> missingEngines; ///< paths of modules that the folder remembers and that cannot be loaded
     pipeline::RunReport report;
-    ActiveKeys keys{[this](const ActiveKeys::Active& active) { report.rulesSwitched(active.engine, active.key); }};
     std::optional<video::Overlay> overlay;
     bool overlayFailed = false;
     video::FramePool turned;

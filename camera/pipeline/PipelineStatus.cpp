@@ -1,12 +1,12 @@
 #include "camera/pipeline/PipelineStatus.h"
 
-#include "camera/pipeline/ActiveKeys.h"
+#include "camera/framework/EngineFactory.h"
 #include "camera/pipeline/Device.h"
 #include "camera/pipeline/RunReport.h"
 
 namespace camera::pipeline {
 
-PipelineStatus pipelineStatus(Device& device, const RunReport& report, const ActiveKeys& keys)
+PipelineStatus pipelineStatus(Device& device, const RunReport& report)
 {
     const Statistics statistics = device.statistics();
     const RunReport::Now now = report.now();
@@ -20,8 +20,8 @@ PipelineStatus pipelineStatus(Device& device, const RunReport& report, const Act
     status.documents = statistics.documents;
     status.documentsDropped = statistics.documentsDropped;
     status.controlFailures = statistics.controlFailures;
-    for (const ActiveKeys::Active& active : keys.now()) {
-        status.engines.emplace_back(active.engine, active.key);
+    for (const auto& record : device.engines().records()) {
+        status.engines.emplace_back(record->name(), report.activeRules(record->name()));
     }
     return status;
 }

@@ -7,7 +7,6 @@
 
 namespace camera::pipeline {
 
-class ActiveKeys;
 class Device;
 class RunReport;
 
@@ -26,10 +25,10 @@ struct PipelineStatus {
     std::uint64_t documentsDropped = 0;
     std::uint64_t controlFailures = 0;
     std::uint32_t orientation = 0;
-    std::vector<std::pair<std::string, std::string>> engines; ///< the name, and the active key: empty for none
+    std::vector<std::pair<std::string, std::string>> engines; ///< the name, and what is active: "none"
 };
 
-/// What device, report and keys know of it; the other fields are the caller's. Uses only what is thread-safe.
-PipelineStatus pipelineStatus(Device& device, const RunReport& report, const ActiveKeys& keys);
+/// What device and report know of it; the other fields are the caller's. Uses only what is thread-safe.
+PipelineStatus pipelineStatus(Device& device, const RunReport& report);
 
 } // namespace camera::pipeline

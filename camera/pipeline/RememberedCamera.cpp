@@ -3,7 +3,6 @@
 #include "camera/base/AtomicFile.h"
 #include "camera/base/OneLineJson.h"
 #include "camera/base/StrictJson.h"
-#include "camera/engines/EngineModules.h"
 #include "camera/store/SettingsStore.h"
 #include "camera/store/StateLock.h"
 
@@ -142,13 +141,12 @@ void rememberCamera(const CameraOptions& options, const fs::path& stateDir)
     }
 }
 
-std::vector<std::string> loadEngineModules(const CameraOptions& options, base::Console& console)
+std::vector<std::string> loadEngineModules(const CameraOptions& options, Options& device, base::Console& console)
 {
     std::vector<std::string> gone;
-    engines::clearEngineModules();
     for (const std::string& path : options.engines) {
         try {
-            engines::addEngineModule(path);
+            device.engineModules.push_back(framework::loadEngineModule(path));
         } catch (const std::runtime_error& error) {
             if (!options.enginesRemembered) {
                 throw;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/base/Console.h"
+#include "camera/pipeline/DeviceOptions.h"
 #include "camera/pipeline/RunOptions.h"
 
 #include <filesystem>
@@ -19,9 +20,9 @@ CameraOptions rememberedCamera(CameraOptions options, const std::filesystem::pat
 /// @throws std::exception with one sentence when it cannot be written.
 void rememberCamera(const CameraOptions& options, const std::filesystem::path& stateDir);
 
-/// Loads the engine modules, before the plug-in is built. Of remembered modules those that cannot be loaded are
-/// reported in one line each.
+/// Loads the engine modules for a device. Of remembered modules those that cannot be loaded are reported in one line
+/// each.
 /// @return these, by path. @throws std::runtime_error with one sentence for a module that the options name.
-std::vector<std::string> loadEngineModules(const CameraOptions& options, base::Console& console);
+std::vector<std::string> loadEngineModules(const CameraOptions& options, Options& device, base::Console& console);
 
 } // namespace camera::pipeline

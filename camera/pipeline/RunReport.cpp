@@ -55,19 +55,40 @@ void RunReport::time(std::int64_t nanoseconds)
     lastTime = nanoseconds;
 }
 
-void RunReport::rulesSwitched(const std::string& engine, const std::string& key)
+void RunReport::rulesChanged(const std::vector<ActiveRules>& rules)
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    const auto before =
-        std::find_if(switches.rbegin(), switches.rend(), [&](const Switch& each) { return each.engine == engine; });
-    if (before != switches.rend() && before->key == key) {
-        return; // cleared and given the same again
+    rulesNow = rules;
+    const double second = static_cast<double>(lastTime - firstTime) / 1e9;
+    if (!switches.empty() && switches.back().second == second) {
+        switches.pop_back(); // lost before the next frame, it was never active for one
+        --switchCount;
     }
-    ++switchCount;
-    switches.push_back({static_cast<double>(lastTime - firstTime) / 1e9, engine, key});
+    if (switches.empty() && second > 0) {
+        switches.push_back({0, kNoRules}); // until now
+        ++switchCount;
+    }
+    std::string active = base::printable(describe(rules));
+    if (switches.empty() || switches.back().active != active) {
+        ++switchCount;
+        switches.push_back({second, std::move(active)});
+    }
     if (switches.size() > kMostSwitches) {
         switches.pop_front();
     }
+}
+
+std::string RunReport::activeRules(const std::string& engine) const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    const auto found = std::find_if(rulesNow.begin(), rulesNow.end(), [&](const auto& each) { return each.engine == engine; });
+    return found == rulesNow.end() ? kNoRules : describe(*found);
+}
+
+std::string RunReport::activeRules() const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return switches.empty() ? kNoRules : switches.back().active;
 }
 
 RunReport::Now RunReport::now() const
@@ -136,12 +157,10 @@ std::vector<std::string> RunReport::summary() const
     return lines;
 }
 
-// Which rules were active when, in seconds of the video; a camera that never moved has nothing to tell.
+// Which rules were active when, in seconds of the video; where they never ended there is nothing to tell.
 void RunReport::rulesSummary(std::vector<std::string>& lines) const
 {
-    const bool moved =
-        std::any_of(switches.begin(), switches.end(), [](const Switch& each) { return each.key.empty(); });
-    if (!moved) {
+    if (std::none_of(switches.begin(), switches.end(), [](const Switch& each) { return each.active == kNoRules; })) {
         return;
     }
     std::string label = "rules";
@@ -150,24 +169,8 @@ void RunReport::rulesSummary(std::vector<std::string>& lines) const
                                                std::to_string(switchCount) + " switches:"));
         label.clear();
     }
-    for (std::size_t i = 0; i < switches.size();) {
-        const double second = switches[i].second;
-        // What an engine lost again before the next frame was never active for one.
-        std::vector<const Switch*> last;
-        for (; i < switches.size() && switches[i].second == second; ++i) {
-            const Switch& now = switches[i];
-            const auto same = [&](const Switch* each) { return each->engine == now.engine; };
-            const auto earlier = std::find_if(last.begin(), last.end(), same);
-            earlier == last.end() ? last.push_back(&now) : void(*earlier = &now);
-        }
-        std::string active;
-        for (const Switch* each : last) {
-            if (!each->key.empty()) {
-                active += (active.empty() ? "" : ", ") + base::printable(each->key);
-            }
-        }
-        lines.push_back(summaryLine(label, "from " + oneDecimal(second) + " s  " +
-                                               (active.empty() ? "none, the camera moves" : active)));
+    for (const Switch& each : switches) {
+        lines.push_back(summaryLine(label, "from " + oneDecimal(each.second) + " s  " + each.active));
         label.clear();
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/base/Event.h"
+#include "camera/pipeline/ActiveRules.h"
 #include "camera/video/Drawing.h"
 
 #include <chrono>
@@ -26,8 +27,14 @@ public:
     /// The time of the frame that comes next, nanoseconds since 1970.
     void time(std::int64_t nanoseconds);
 
-    /// An engine got other rules, those of a settings key; an empty key: none.
-    void rulesSwitched(const std::string& engine, const std::string& key);
+    /// What the engines evaluate from now on.
+    void rulesChanged(const std::vector<ActiveRules>& rules);
+
+    /// What the engines evaluate, in short.
+    std::string activeRules() const;
+
+    /// What one of them evaluates: "preset 'Gate', rule 'A', module 'B'", or "none".
+    std::string activeRules(const std::string& engine) const;
 
     /// What can be asked while the run goes on.
     struct Now {
@@ -54,8 +61,7 @@ private:
 
     struct Switch {
         double second = 0; ///< of the video
-        std::string engine;
-        std::string key;
+        std::string active;
     };
 
     mutable std::mutex mutex;
@@ -71,6 +77,7 @@ private:
     std::int64_t lastTime = 0;
     std::deque<Switch> switches; ///< the last ones
     std::uint64_t switchCount = 0;
+    std::vector<ActiveRules> rulesNow;
     std::chrono::nanoseconds longest{0};
     std::chrono::nanoseconds longestLately{0};
     std::chrono::steady_clock::time_point windowStart;

@@ -339,7 +339,7 @@ TEST_F(CameraCommandsTest, statusIsOneScreen)
                   "frames      250  24.9/s  failed 1  longest 1.2 ms\n"
                   "events      7  dropped 2\n"
                   "documents   9  dropped 3\n"
-                  "active      Simple: key 'Simple'\n"
+                  "active      Simple: rule 'Any'\n"
                   "            Motion: none\n"
                   "not loaded  engine module '/e.so'\n"
                   "metadata    received 9  delivered 8  lost 1  subscribers 2\n"

@@ -296,7 +296,7 @@ private:
         property(pipeline, "pipeline", "LongestFrameMs", 1.25);
         property(pipeline, "pipeline", "Orientation", U{0});
         property(pipeline, "pipeline", "Engines",
-                 std::vector<sdbus::Struct<std::string, std::string>>{{"Simple", "Simple"}, {"Motion", ""}});
+                 std::vector<sdbus::Struct<std::string, std::string>>{{"Simple", "rule 'Any'"}, {"Motion", "none"}});
         method<std::vector<Version>>(pipeline, "pipeline", "history", takes<std::string>(), [] {
             return std::make_tuple(
                 std::vector<Version>{{std::int64_t{4}, std::int64_t{86400}, std::uint64_t{1500}, true},

@@ -3,8 +3,8 @@
 #include "camera/base/Log.h"
 #include "camera/framework/FrameBuffer.h"
 #include "camera/pipeline/Device.h"
-#include "kit/FakeDeviceServices.h"
 #include "integration/camera_pipeline/HostedEngines.h"
+#include "kit/FakeDeviceServices.h"
 #include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -26,6 +26,7 @@ protected:
             _lines.push_back(line);
         });
         hosted.reset({"Motion"});
+        options.engines = Hosted::source();
         options.pluginPath = DETECTION_MODULE;
         options.stateDir = folder / "state";
         options.services = services;

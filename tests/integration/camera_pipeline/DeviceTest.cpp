@@ -362,8 +362,8 @@ TEST_F(DeviceTest, offersTheTargetsOperationsAsValues)
     EXPECT_TRUE(target.setConfiguration(documentFor("Simple")));
     EXPECT_FALSE(target.setConfiguration(documentFor("Nobody"))) << "no engine claims it";
     EXPECT_FALSE(target.setConfiguration(documentFor("Motion", "", "invalid")));
-    EXPECT_THAT(target.currentConfiguration(), StartsWith("<tt:VideoAnalyticsConfiguration>"));
-    EXPECT_THAT(target.presetConfiguration("Gate"), StartsWith("<tt:VideoAnalyticsConfiguration>"));
+    EXPECT_THAT(target.currentConfiguration(), StartsWith("<tt:VideoAnalyticsConfiguration "));
+    EXPECT_THAT(target.presetConfiguration("Gate"), StartsWith("<tt:VideoAnalyticsConfiguration "));
     target.writeFramesToFile("Motion", "/frames", 5);
     target.readFramesFromFile("Simple", "/frames", true);
     EXPECT_THAT(hosted.journal(), AllOf(Contains("Motion writes /frames 5"), Contains("Simple reads /frames flagged")));

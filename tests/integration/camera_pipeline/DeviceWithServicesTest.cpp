@@ -2,9 +2,9 @@
 #include "camera/pipeline/DeviceServicesClient.h"
 
 #include "camera/serviceapi/ServiceApi.h"
-#include "support/TestBus.h"
 #include "integration/camera_pipeline/DeviceFixture.h"
 #include "integration/camera_pipeline/FakeService.h"
+#include "support/TestBus.h"
 
 namespace pipeline_test {
 namespace {

@@ -1,32 +1,13 @@
 #include "integration/camera_pipeline/HostedEngines.h"
 
 #include "plugin/analytics/IRuleSet.h"
-#include "plugin/analytics/factory.h"
-#include "plugin/analytics/frame_utils.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <new>
 #include <utility>
 
 using analytics_lib::IOnvifAnalytics;
 using analytics_lib::IRuleSet;
 using analytics_lib::YuvFrame;
-
-namespace analytics_lib {
-
-const std::string IOnvifAnalytics::kVideoAnalyticTag = "tt:VideoAnalyticsConfiguration";
-const std::string IOnvifAnalytics::kVideoAnalyticHeader = "<tt:VideoAnalyticsConfiguration>";
-const std::string IOnvifAnalytics::kVideoAnalyticFooter = "</tt:VideoAnalyticsConfiguration>";
-const std::string IOnvifAnalytics::kEngineConfigTag = "tt:AnalyticsEngineConfiguration";
-const std::string IOnvifAnalytics::kEngineConfigHeader = "<tt:AnalyticsEngineConfiguration>";
-const std::string IOnvifAnalytics::kEngineConfigFooter = "</tt:AnalyticsEngineConfiguration>";
-const std::string IOnvifAnalytics::kRuleConfigTag = "tt:RuleEngineConfiguration";
-const std::string IOnvifAnalytics::kRuleConfigHeader = "<tt:RuleEngineConfiguration>";
-const std::string IOnvifAnalytics::kRuleConfigFooter = "</tt:RuleEngineConfiguration>";
-
-} // namespace analytics_lib
 
 Hosted& Hosted::instance()
 {
@@ -201,55 +182,21 @@ private:
     std::vector<std::unique_ptr<HostedRuleSet>> _ruleSets;
 };
 
-// A plain loop: correctness of the real rotations is tested where they are.
-void turnHalf(const YuvFrame& source, YuvFrame& destination)
-{
-    const std::size_t size = source.bytesPerRow * source.height * 3 / 2;
-    auto* data = static_cast<std::uint8_t*>(std::malloc(size));
-    if (data == nullptr) {
-        throw std::bad_alloc();
-    }
-    std::reverse_copy(source.data, source.data + size, data);
-    destination.data = data;
-}
-
 } // namespace
 
-namespace analytics_lib {
-
-std::vector<std::shared_ptr<IOnvifAnalytics>> GetSupportedAnalyticsLibs(void* /*logContext*/,
-                                                                        std::shared_ptr<IAnalyticsPtz> ptz)
+camera::framework::EngineSource Hosted::source()
 {
-    const Hosted::Operation noted("factory");
-    Hosted& hosted = Hosted::instance();
-    hosted.ptz = std::move(ptz);
-    if (hosted.onCreate) {
-        hosted.onCreate();
-    }
-    std::vector<std::shared_ptr<IOnvifAnalytics>> engines;
-    for (const std::string& name : hosted.names) {
-        engines.push_back(std::make_shared<HostedEngine>(name));
-    }
-    return engines;
+    return [](void* /*logContext*/, const std::shared_ptr<analytics_lib::IAnalyticsPtz>& ptz) {
+        const Operation noted("factory");
+        Hosted& hosted = instance();
+        hosted.ptz = ptz;
+        if (hosted.onCreate) {
+            hosted.onCreate();
+        }
+        camera::framework::Engines engines;
+        for (const std::string& name : hosted.names) {
+            engines.push_back(std::make_shared<HostedEngine>(name));
+        }
+        return engines;
+    };
 }
-
-namespace frame_utils {
-
-void YUV420SemiPlanar_Rotate90(const YuvFrame& source, YuvFrame& destination)
-{
-    turnHalf(source, destination);
-}
-
-void YUV420SemiPlanar_Rotate180(const YuvFrame& source, YuvFrame& destination)
-{
-    turnHalf(source, destination);
-}
-
-void YUV420SemiPlanar_Rotate270(const YuvFrame& source, YuvFrame& destination)
-{
-    turnHalf(source, destination);
-}
-
-} // namespace frame_utils
-
-} // namespace analytics_lib

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/framework/EngineFactory.h"
 #include "plugin/analytics/IAnalyticsPtz.h"
 #include "plugin/analytics/IEventHandler.h"
 #include "plugin/analytics/IOnvifAnalytics.h"
@@ -14,14 +15,17 @@
 #include <vector>
 
 /**
- * What the engines of one test do and what happened to them. The engine library of this program
- * hands out one engine per name; each notes every operation of the control side.
+ * What the engines of one test do and what happened to them. There is one engine per
+ * name; each notes every operation of the control side.
  */
 class Hosted {
 public:
     using Frame = analytics_lib::YuvFrame;
 
     static Hosted& instance();
+
+    /// Makes one engine per name.
+    static camera::framework::EngineSource source();
 
     /// Forgets everything; the next plug-in gets one engine per name.
     void reset(std::vector<std::string> engineNames);

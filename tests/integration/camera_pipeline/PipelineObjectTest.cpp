@@ -1,7 +1,6 @@
 // The pipeline process on the bus: its status and the documents of its settings.
 #include "integration/camera_pipeline/ServedDevice.h"
 
-#include "camera/pipeline/ActiveKeys.h"
 #include "camera/pipeline/PipelineStatus.h"
 #include "camera/pipeline/RunReport.h"
 
@@ -10,7 +9,6 @@
 namespace pipeline_test {
 namespace {
 
-using camera::pipeline::ActiveKeys;
 using testing::Contains;
 
 using VersionRow = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
@@ -123,10 +121,9 @@ TEST_F(PipelineObjectTest, unknownKeysAndNumbersAreRefusedWithASentence)
 
 class PipelineStatusTest : public ServedDevice {
 protected:
-    camera::pipeline::PipelineStatus now() { return camera::pipeline::pipelineStatus(*device, report, keys); }
+    camera::pipeline::PipelineStatus now() { return camera::pipeline::pipelineStatus(*device, report); }
 
     camera::pipeline::RunReport report;
-    ActiveKeys keys{{}};
 };
 
 TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
@@ -161,12 +158,15 @@ TEST_F(PipelineStatusTest, tellsWhichRulesAreActive)
 {
     using Engines = std::vector<std::pair<std::string, std::string>>;
     options.ptz->arriveAt = "Gate";
+    options.activeRulesChanged = [this](const auto& rules) { report.rulesChanged(rules); };
     start();
-    EXPECT_EQ(now().engines, (Engines{{"Motion", "MotionGate"}, {"Simple", "Simple"}}));
+    ASSERT_TRUE(device->target().setConfiguration(documentFor("Motion", "Gate")));
+    device->drain();
+    EXPECT_EQ(now().engines, (Engines{{"Motion", "preset 'Gate', rule 'MotionGate'"}, {"Simple", "none"}}));
     ASSERT_TRUE(unit().createTour({"round", {{"Yard"}}}));
     ASSERT_TRUE(unit().startTour("round", {"anna", 100}));
     device->drain();
-    EXPECT_EQ(now().engines, (Engines{{"Motion", ""}, {"Simple", ""}}));
+    EXPECT_EQ(now().engines, (Engines{{"Motion", "none"}, {"Simple", "none"}}));
 }
 
 } // namespace

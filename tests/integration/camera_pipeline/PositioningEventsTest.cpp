@@ -235,12 +235,16 @@ TEST_F(PositioningEventsTest, forgetsTheRulesOfARemovedPreset)
     EXPECT_THAT(device->target().presetConfiguration("Gate"), HasSubstr("MotionGate"));
 }
 
-TEST_F(PositioningEventsTest, storesForTheDefaultKeyAfterThePresetUnderItWasRemoved)
+TEST_F(PositioningEventsTest, losesTheRulesOfThePresetUnderItAndStoresForTheDefaultKey)
 {
     startWithRules();
     standAt("Gate");
+    EXPECT_EQ(describe(device->activeRules()), "Motion at Gate, Simple");
+    const std::size_t released = hosted.count("Motion releaseRuleSet");
     unit().removePreset("Gate");
     EXPECT_THAT(told(), IsEmpty()) << "no rules are activated by a removal";
+    EXPECT_EQ(hosted.count("Motion releaseRuleSet"), released + 1) << "which ends those that were active";
+    EXPECT_EQ(describe(device->activeRules()), "Simple");
     EXPECT_THAT(device->target().presetConfiguration("Gate"), Not(HasSubstr("MotionGate")));
     storesForTheDefaultKey();
 }
@@ -291,6 +295,23 @@ TEST_F(PositioningEventsTest, hasTheDefaultKeyFromAStartAtNoPreset)
     // Once with the stored rules, once more when the plug-in learns that there is no preset.
     EXPECT_EQ(hosted.count("Motion activates " + documentFor("Motion", kAway)), 2u);
     EXPECT_EQ(hosted.count("Motion activates " + documentFor("Motion", "Gate")), 0u);
+}
+
+using ActiveRulesTest = PositioningDevice;
+
+TEST_F(ActiveRulesTest, areToldAfterEachChangeOfPlaceButNotAtTheEnd)
+{
+    std::vector<std::string> seen;
+    options.activeRulesChanged = [&](const auto& rules) { seen.push_back(describe(rules)); };
+    startWithRules();
+    seen.clear();
+    ASSERT_TRUE(unit().goToPreset("Gate", kOperator));
+    device->drain();
+    EXPECT_EQ(seen.back(), "none");
+    untilItStands();
+    EXPECT_THAT(seen, ElementsAre("none", "Motion at Gate, Simple"));
+    device->shutdown();
+    EXPECT_EQ(seen.size(), 2u);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // What a run begins with.
 #include "camera/pipeline/Scenario.h"
 
-#include "camera/pipeline/ActiveKeys.h"
 #include "integration/camera_pipeline/PositioningDevice.h"
 
 #include <filesystem>
@@ -9,7 +8,6 @@
 
 namespace {
 
-using camera::pipeline::ActiveKeys;
 using camera::pipeline::RunOptions;
 using camera::pipeline::Scenario;
 using testing::ElementsAre;
@@ -91,14 +89,13 @@ TEST_F(ScenarioTest, theModelIsTheOneThatIsNamed)
 
 TEST_F(ScenarioTest, saysWhichConfigurationIsForAnotherPlace)
 {
-    ActiveKeys keys({});
     run.camera.preset = "Yard";
     run.configFiles = {configuration("Simple"), configuration("Motion", "valid", "Gate"),
                        configuration("Motion", "valid", "Yard")};
     EXPECT_THAT(begin(), ElementsAre("'" + run.configFiles[1] +
                                      "' is stored for another place than the one where the "
                                      "camera stands."));
-    EXPECT_EQ(keys.now()[0].key, "MotionYard");
+    EXPECT_EQ(describe(device->activeRules()), "Motion at Yard, Simple");
     EXPECT_EQ(device->positioning().activePreset(), "Yard");
     for (const char* preset : {"Gate", "Yard"}) {
         EXPECT_THAT(device->target().presetConfiguration(preset), HasSubstr("Value=\"" + std::string(preset) + "\""));

@@ -3,9 +3,9 @@
 #include "camera/pipeline/BusPresence.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
-#include "support/TestBus.h"
-#include "integration/camera_pipeline/DeviceFixture.h"
 #include "integration/camera_pipeline/BusClient.h"
+#include "integration/camera_pipeline/DeviceFixture.h"
+#include "support/TestBus.h"
 
 #include <memory>
 #include <string>

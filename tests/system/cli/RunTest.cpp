@@ -91,7 +91,7 @@ TEST_F(RunTest, keepsNothingWithoutAStateFolder)
 {
     const Finished first = camera({"run", kScene, "--frames", "2", "--config", simple(), "--speed", "max"});
     EXPECT_THAT(first.out, HasSubstr("not kept; --state DIR keeps them"));
-    EXPECT_THAT(camera({"run", kScene, "--frames", "2", "--speed", "max"}).out, HasSubstr("no rule and no module"));
+    EXPECT_THAT(camera({"run", kScene, "--frames", "2", "--speed", "max"}).out, HasSubstr("active    none;"));
 }
 
 TEST_F(RunTest, theEnginesSeeTheSamePictureHoweverTheCameraIsMounted)

@@ -21,14 +21,14 @@ TEST_F(DayNightTest, suspendsEveryRuleWhileTheFilterMovesAndBringsThoseOfThePosi
                                    "--place", "Door=0,0,1", "--preset", "Door"});
     ASSERT_TRUE(camera.serves()) << camera.err();
     const auto follower = camera.follow({"events", "--json"}, path("events"));
-    ASSERT_TRUE(camera.waitForKey("Motion", "MotionDoor")) << camera.err();
-    EXPECT_EQ("Simple", camera.key("Simple"));
+    ASSERT_TRUE(camera.waitForRules("Motion", "at Door")) << camera.err();
+    EXPECT_EQ("everywhere", camera.rules("Simple"));
     ASSERT_TRUE(eventually([&] { return count(read(path("events")), "Door rule") > 0; })) << camera.out();
 
     const Finished begun = camera.command({"daynight", "begin"});
     ASSERT_EQ(0, begun.exitCode) << begun.err;
-    EXPECT_TRUE(camera.waitForKey("Motion", ""));
-    EXPECT_TRUE(camera.waitForKey("Simple", ""));
+    EXPECT_TRUE(camera.waitForRules("Motion", "none"));
+    EXPECT_TRUE(camera.waitForRules("Simple", "none"));
     const auto before = events(camera);
     // In as many frames this scene raises several events.
     ASSERT_TRUE(camera.waitForFrames(90));
@@ -36,8 +36,8 @@ TEST_F(DayNightTest, suspendsEveryRuleWhileTheFilterMovesAndBringsThoseOfThePosi
     EXPECT_EQ("Door", camera.preset());
 
     ASSERT_EQ(0, camera.command({"daynight", "end"}).exitCode);
-    EXPECT_TRUE(camera.waitForKey("Motion", "MotionDoor"));
-    EXPECT_TRUE(camera.waitForKey("Simple", "Simple"));
+    EXPECT_TRUE(camera.waitForRules("Motion", "at Door"));
+    EXPECT_TRUE(camera.waitForRules("Simple", "everywhere"));
     EXPECT_TRUE(eventually([&] { return events(camera) > before; })) << camera.out();
     EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
 }
@@ -46,18 +46,18 @@ TEST_F(DayNightTest, storesWhatComesWhileTheFilterMovesAndActivatesItAfterwards)
 {
     RunningCamera camera(state(), {kLively, "--place", "Door=0,0,1", "--preset", "Door"});
     ASSERT_TRUE(camera.serves()) << camera.err();
-    ASSERT_TRUE(camera.waitForKey("Motion", "MotionDoor"));
+    ASSERT_TRUE(camera.waitForRules("Motion", "at Door"));
     ASSERT_EQ(0, camera.command({"daynight", "begin"}).exitCode);
-    ASSERT_TRUE(camera.waitForKey("Motion", ""));
+    ASSERT_TRUE(camera.waitForRules("Motion", "none"));
 
     const Finished set = camera.command({"config", "set", motion("Late", "Door")});
     EXPECT_EQ(0, set.exitCode) << set.err;
-    EXPECT_EQ("", camera.key("Motion"));
+    EXPECT_EQ("none", camera.rules("Motion"));
     const auto follower = camera.follow({"events", "--json"}, path("events"));
     ASSERT_TRUE(camera.waitForFrames(60));
     EXPECT_EQ("", read(path("events")));
     ASSERT_EQ(0, camera.command({"daynight", "end"}).exitCode);
-    EXPECT_TRUE(camera.waitForKey("Motion", "MotionDoor"));
+    EXPECT_TRUE(camera.waitForRules("Motion", "at Door"));
     EXPECT_THAT(camera.command({"config", "get"}).out, HasSubstr("Late"));
     EXPECT_TRUE(eventually([&] { return count(read(path("events")), "Late") > 0; })) << camera.out();
     EXPECT_EQ(0, camera.end(SIGTERM)) << camera.err();

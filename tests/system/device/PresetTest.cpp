@@ -21,7 +21,7 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(camera.serves()) << camera.err();
-        ASSERT_TRUE(camera.waitForKey("Motion", "MotionDoor")) << camera.err();
+        ASSERT_TRUE(camera.waitForRules("Motion", "at Door")) << camera.err();
     }
 
     void TearDown() override { EXPECT_EQ(0, camera.end(SIGINT)) << camera.err(); }
@@ -41,17 +41,17 @@ protected:
     RunningCamera camera;
 };
 
-TEST_F(PresetTest, goesToTheDefaultKeyAfterThePresetUnderTheCameraWasRemoved)
+TEST_F(PresetTest, losesTheRulesOfThePresetUnderTheCameraWithIt)
 {
     must({"preset", "remove", "Door"});
-    EXPECT_EQ("MotionDoor", camera.key("Motion")) << "the engine keeps what it has until the next change";
+    EXPECT_TRUE(camera.waitForRules("Motion", "none"));
     EXPECT_TRUE(eventually([&] { return storedFor("Door").find("Door rule") == std::string::npos; }));
     EXPECT_TRUE(eventually([&] { return camera.preset().empty(); }));
-    EXPECT_EQ("Simple", camera.key("Simple"));
+    EXPECT_EQ("everywhere", camera.rules("Simple"));
 
     must({"config", "set", motion("Nowhere rule", kAwayFromPresets)});
-    EXPECT_TRUE(camera.waitForKey("Motion", kMotionDefaultKey));
-    EXPECT_EQ("Simple", camera.key("Simple"));
+    EXPECT_TRUE(camera.waitForRules("Motion", std::string("at ") + kAwayFromPresets));
+    EXPECT_EQ("everywhere", camera.rules("Simple"));
     EXPECT_THAT(active(), AllOf(HasSubstr("Nowhere rule"), HasSubstr("Anything"), Not(HasSubstr("Door rule"))));
     EXPECT_THAT(camera.command({"preset", "list"}).out, AllOf(HasSubstr("Gate"), Not(HasSubstr("Door"))));
 }
@@ -59,15 +59,15 @@ TEST_F(PresetTest, goesToTheDefaultKeyAfterThePresetUnderTheCameraWasRemoved)
 TEST_F(PresetTest, hasNothingStoredForARenamedPresetUntilItIsGiven)
 {
     must({"preset", "rename", "Door", "Entrance"});
-    EXPECT_TRUE(camera.waitForKey("Motion", "MotionEntrance"));
+    EXPECT_TRUE(camera.waitForRules("Motion", "none"));
     EXPECT_EQ("Entrance", camera.preset());
-    EXPECT_EQ("Simple", camera.key("Simple"));
+    EXPECT_EQ("everywhere", camera.rules("Simple"));
     EXPECT_THAT(storedFor("Door"), Not(HasSubstr("Door rule")));
     EXPECT_THAT(active(), AllOf(Not(HasSubstr("Door rule")), HasSubstr("Anything")));
 
     must({"config", "set", motion("Entrance rule", "Entrance")});
     EXPECT_THAT(active(), HasSubstr("Entrance rule"));
-    EXPECT_EQ("MotionEntrance", camera.key("Motion"));
+    EXPECT_EQ("at Entrance", camera.rules("Motion"));
 }
 
 TEST_F(PresetTest, storesForAPresetElsewhereAndActivatesItOnArrival)
@@ -77,14 +77,14 @@ TEST_F(PresetTest, storesForAPresetElsewhereAndActivatesItOnArrival)
     EXPECT_THAT(set.out, HasSubstr("is stored; it is not active where the camera stands now."));
     EXPECT_THAT(storedFor("Gate"), HasSubstr("Gate rule"));
     EXPECT_THAT(active(), AllOf(HasSubstr("Door rule"), Not(HasSubstr("Gate rule"))));
-    EXPECT_EQ("MotionDoor", camera.key("Motion"));
+    EXPECT_EQ("at Door", camera.rules("Motion"));
 
     must({"preset", "go", "Gate"});
-    EXPECT_TRUE(camera.waitForKey("Motion", "MotionGate")) << camera.err();
+    EXPECT_TRUE(camera.waitForRules("Motion", "at Gate")) << camera.err();
     EXPECT_THAT(active(), AllOf(HasSubstr("Gate rule"), HasSubstr("Anything"), Not(HasSubstr("Door rule"))));
 
     must({"preset", "go", "Door"});
-    EXPECT_TRUE(camera.waitForKey("Motion", "MotionDoor")) << camera.err();
+    EXPECT_TRUE(camera.waitForRules("Motion", "at Door")) << camera.err();
     EXPECT_THAT(active(), AllOf(HasSubstr("Door rule"), Not(HasSubstr("Gate rule"))));
     EXPECT_THAT(storedFor("Gate"), HasSubstr("Gate rule"));
 }
@@ -96,8 +96,8 @@ TEST_F(PresetTest, hasOnlySimpleWhereADriveIsReleased)
         const Json::Value now = camera.status();
         return !now["position"]["moving"].asBool() && now["position"]["preset"].asString().empty();
     }));
-    EXPECT_TRUE(camera.waitForKey("Simple", "Simple"));
-    EXPECT_EQ("", camera.key("Motion"));
+    EXPECT_TRUE(camera.waitForRules("Simple", "everywhere"));
+    EXPECT_EQ("none", camera.rules("Motion"));
     EXPECT_THAT(active(), AllOf(HasSubstr("Anything"), Not(HasSubstr("Door rule"))));
 }
 
@@ -109,7 +109,7 @@ TEST_F(PresetTest, saysWhichPresetThereIsNot)
         EXPECT_EQ(1, done.exitCode);
         EXPECT_THAT(done.err, HasSubstr("there is no preset 'Roof'"));
     }
-    EXPECT_EQ("MotionDoor", camera.key("Motion"));
+    EXPECT_EQ("at Door", camera.rules("Motion"));
 }
 
 } // namespace

@@ -63,12 +63,17 @@ Json::Value RunningCamera::status() const
     return parsedJson(command({"status", "--json"}).out);
 }
 
-std::string RunningCamera::key(const std::string& engine) const
+std::string RunningCamera::rules(const std::string& engine) const
 {
     const Json::Value now = status();
     for (const Json::Value& each : now["pipeline"]["engines"]) {
         if (each["name"].asString() == engine) {
-            return each["key"].asString();
+            const std::string active = each["active"].asString();
+            const std::string preset = "preset '";
+            if (active.compare(0, preset.size(), preset) != 0) {
+                return active == "none" ? active : "everywhere";
+            }
+            return "at " + active.substr(preset.size(), active.find('\'', preset.size()) - preset.size());
         }
     }
     return "(no engine " + engine + ")";
@@ -79,9 +84,9 @@ std::string RunningCamera::preset() const
     return status()["position"]["preset"].asString();
 }
 
-bool RunningCamera::waitForKey(const std::string& engine, const std::string& key) const
+bool RunningCamera::waitForRules(const std::string& engine, const std::string& rules) const
 {
-    return eventually([&] { return this->key(engine) == key; });
+    return eventually([&] { return this->rules(engine) == rules; });
 }
 
 bool RunningCamera::waitForFrames(unsigned long long more) const

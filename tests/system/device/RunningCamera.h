@@ -26,9 +26,11 @@ public:
 
     /// `camera status --json`; null while it does not answer.
     Json::Value status() const;
-    std::string key(const std::string& engine) const;
+
+    /// Which rules of an engine are active: "at PRESET", "everywhere" or "none".
+    std::string rules(const std::string& engine) const;
     std::string preset() const;
-    bool waitForKey(const std::string& engine, const std::string& key) const;
+    bool waitForRules(const std::string& engine, const std::string& rules) const;
 
     /// Whether so many more frames came.
     bool waitForFrames(unsigned long long more) const;

@@ -111,14 +111,14 @@ TEST_F(SupervisionTest, startsAgainWhatDiesAndSaysWhy)
     RunningCamera camera(
         state(), {kLively, "--place", "Door=0,0,1", "--preset", "Door", "--config", motion("Door rule", "Door")});
     ASSERT_TRUE(camera.serves()) << camera.err();
-    ASSERT_TRUE(camera.waitForKey("Motion", "MotionDoor"));
+    ASSERT_TRUE(camera.waitForRules("Motion", "at Door"));
     const auto before = processesOf(camera);
     kill(before.at("camera-pipeline"), SIGKILL);
     ASSERT_TRUE(eventually([&] {
         const pid_t now = camera.process("camera-pipeline");
         return now != 0 && now != before.at("camera-pipeline");
     })) << camera.err();
-    EXPECT_TRUE(camera.waitForKey("Motion", "MotionDoor")) << camera.err();
+    EXPECT_TRUE(camera.waitForRules("Motion", "at Door")) << camera.err();
     EXPECT_THAT(camera.command({"rules", "list"}).out, HasSubstr("Door rule"));
     EXPECT_EQ("Door", camera.preset());
     EXPECT_THAT(camera.command({"preset", "list"}).out, HasSubstr("Door"));
@@ -155,12 +155,12 @@ TEST_F(SupervisionTest, keepsPlacesToursAndThePositionOverAStop)
         ASSERT_EQ(0, camera.command({"tour", "create", "Round", "Home:1", "Gate:2:50"}).exitCode);
         ASSERT_EQ(0, camera.command({"config", "set", motion("Gate rule", "Gate")}).exitCode);
         ASSERT_EQ(0, camera.command({"preset", "go", "Gate"}).exitCode);
-        ASSERT_TRUE(camera.waitForKey("Motion", "MotionGate")) << camera.err();
+        ASSERT_TRUE(camera.waitForRules("Motion", "at Gate")) << camera.err();
         EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
     }
     RunningCamera camera(state(), {kLively, "--ptz", "-v", "-v"});
     ASSERT_TRUE(camera.serves()) << camera.err();
-    EXPECT_TRUE(camera.waitForKey("Motion", "MotionGate")) << camera.err();
+    EXPECT_TRUE(camera.waitForRules("Motion", "at Gate")) << camera.err();
     EXPECT_EQ("Gate", camera.preset());
     EXPECT_NEAR(350, camera.status()["position"]["pan"].asDouble(), 0.05);
     EXPECT_THAT(camera.command({"preset", "list"}).out, AllOf(HasSubstr("Home"), HasSubstr("Gate")));

@@ -49,10 +49,10 @@ std::string utcTime(long long milliseconds)
     return text.data() + ("." + fraction + "Z");
 }
 
-/// From when on which keys of the settings were active, by the summary.
+/// From when on which rules were active, by the summary.
 struct Interval {
     double second = 0;
-    std::set<std::string> keys;
+    std::set<std::string> rules;
 };
 
 std::vector<Event> eventsOf(const std::string& out)
@@ -74,16 +74,16 @@ std::vector<Interval> intervalsOf(const std::string& out)
     std::vector<Interval> intervals;
     for (std::sregex_iterator match(out.begin(), out.end(), line), end; match != end; ++match) {
         Interval interval{std::stod((*match)[1]), {}};
-        std::istringstream keys((*match)[2]);
-        for (std::string key; std::getline(keys, key, ',');) {
-            interval.keys.insert(key.substr(key.find_first_not_of(' ')));
+        std::istringstream rules((*match)[2]);
+        for (std::string each; std::getline(rules, each, ',');) {
+            interval.rules.insert(each.substr(each.find_first_not_of(' ')));
         }
         intervals.push_back(interval);
     }
     return intervals;
 }
 
-const std::set<std::string> kMoving = {"none", "the camera moves"};
+const std::set<std::string> kMoving = {"none"};
 
 // A preset tour over the clip with a rule of the engine "Motion" for each stop and one of "Simple" for all of them.
 class TourClipTest : public DeviceTest {
@@ -153,11 +153,11 @@ TEST_F(TourClipTest, raisesEventsOnlyWhileTheSummaryHasTheirRulesActive)
     constexpr double kRounding = 0.051;
     for (const Event& event : events) {
         const double second = secondOf(event.milliseconds);
-        const std::string key = event.rule == "Anywhere" ? "Simple" : "Motion" + event.rule.substr(2);
+        const std::string rules = event.rule == "Anywhere" ? "Simple" : "Motion at " + event.rule.substr(2);
         bool active = false;
         for (std::size_t i = 0; i < intervals.size(); ++i) {
             const double end = i + 1 < intervals.size() ? intervals[i + 1].second : 1e9;
-            active = active || (intervals[i].keys.count(key) != 0 && second >= intervals[i].second - kRounding &&
+            active = active || (intervals[i].rules.count(rules) != 0 && second >= intervals[i].second - kRounding &&
                                 second <= end + kRounding);
         }
         EXPECT_TRUE(active) << event.rule << " at " << second << "\n" << done.out;
@@ -168,12 +168,12 @@ TEST_F(TourClipTest, hasTheRulesOfTheStopsInTheirOrderAndNoneOnTheWay)
 {
     std::vector<std::set<std::string>> order;
     for (const Interval& interval : intervalsOf(done.out)) {
-        order.push_back(interval.keys);
+        order.push_back(interval.rules);
     }
     // The tour begins with the run: nothing is active until its first stop.
-    const std::set<std::string> bend = {"Simple", "MotionBend", "JournalBend"};
-    const std::set<std::string> way = {"Simple", "MotionWay", "JournalWay"};
-    const std::set<std::string> square = {"Simple", "MotionSquare", "JournalSquare"};
+    const std::set<std::string> bend = {"Simple", "Motion at Bend"};
+    const std::set<std::string> way = {"Simple", "Motion at Way"};
+    const std::set<std::string> square = {"Simple", "Motion at Square"};
     ASSERT_GE(order.size(), 7U) << done.out;
     order.resize(7);
     EXPECT_EQ((std::vector<std::set<std::string>>{kMoving, bend, kMoving, way, kMoving, square, kMoving}), order)

@@ -1,13 +1,13 @@
 #include "EngineBench.h"
 
-#include "plugin/analytics/factory.h"
-#include "ravel/logging.h"
+#include "camera/base/Log.h"
+#include "camera/engines/ReferenceEngines.h"
 
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
 #include <algorithm>
-#include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -16,20 +16,19 @@ std::vector<std::string> logLines;
 
 } // namespace
 
-extern "C" void ravel_core_logging_log(void* /*handle*/, ravel_core_log_priority /*priority*/, const char* format, ...)
-{
-    char line[2048];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(line, sizeof(line), format, arguments);
-    va_end(arguments);
-    const std::lock_guard lock(logMutex);
-    logLines.emplace_back(line);
-}
-
 namespace engine_test {
 
 using analytics_lib::IOnvifAnalytics;
+
+void* openLog()
+{
+    camera::base::Log::instance().setWriter([](const std::string& line) {
+        const std::lock_guard lock(logMutex);
+        logLines.push_back(line.substr(0, line.size() - 1));
+    });
+    static void* const handle = camera::base::Log::instance().open("engine test");
+    return handle;
+}
 
 std::vector<std::string> takeLogLines()
 {
@@ -116,13 +115,23 @@ std::string region(const std::string& attributes, const std::string& points)
            "</axt:MotionRegionConfig></tt:ElementItem>";
 }
 
-EngineBench::EngineBench(const std::string& name) : drawing(64 * 1024), motion(64 * 1024)
+std::shared_ptr<IOnvifAnalytics> referenceEngine(const std::string& name)
 {
-    for (const auto& engine : analytics_lib::GetSupportedAnalyticsLibs(nullptr, nullptr)) {
+    for (const auto& engine : camera::engines::referenceEngines(openLog())) {
         if (engine->getName() == name) {
-            _engine = engine;
+            return engine;
         }
     }
+    return nullptr;
+}
+
+EngineBench::EngineBench(const std::string& name) : EngineBench(referenceEngine(name))
+{
+}
+
+EngineBench::EngineBench(std::shared_ptr<IOnvifAnalytics> engine)
+    : drawing(64 * 1024), motion(64 * 1024), _engine(std::move(engine))
+{
     _engine->setEventHandler(this);
 }
 

@@ -14,6 +14,9 @@
 
 namespace engine_test {
 
+/// A handle for engines whose log lines takeLogLines() returns.
+void* openLog();
+
 /// Every line written to the log since the last call.
 std::vector<std::string> takeLogLines();
 
@@ -55,7 +58,8 @@ std::string region(const std::string& attributes, const std::string& points);
 /// One engine with a handler that remembers, and buffers to write into.
 class EngineBench : public analytics_lib::IEventHandler {
 public:
-    explicit EngineBench(const std::string& name);
+    explicit EngineBench(const std::string& name); ///< a reference engine
+    explicit EngineBench(std::shared_ptr<analytics_lib::IOnvifAnalytics> engine);
     ~EngineBench();
 
     analytics_lib::IOnvifAnalytics& engine() { return *_engine; }

@@ -1,7 +1,7 @@
 // What the plug-in relies on, whatever the engine sees.
 #include "Stage.h"
 
-#include "plugin/analytics/factory.h"
+#include "camera/engines/ReferenceEngines.h"
 
 #include <gmock/gmock.h>
 
@@ -304,9 +304,9 @@ TEST_P(EngineContractTest, describesItsEvents)
 
 INSTANTIATE_TEST_SUITE_P(, EngineContractTest, testing::Values("Simple", "Motion"));
 
-TEST(EngineFactoryTest, yieldsBothEnginesInOrderAndSharesNoTypeAndNoNamePrefix)
+TEST(ReferenceEnginesTest, areTwoThatShareNoTypeAndNoNamePrefix)
 {
-    const auto engines = analytics_lib::GetSupportedAnalyticsLibs(nullptr, nullptr);
+    const auto engines = camera::engines::referenceEngines(nullptr);
     ASSERT_EQ(engines.size(), 2U);
     EXPECT_EQ(engines[0]->getName(), "Simple");
     EXPECT_EQ(engines[1]->getName(), "Motion");

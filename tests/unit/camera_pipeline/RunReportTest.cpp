@@ -13,6 +13,16 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
+using Rules = std::vector<camera::pipeline::ActiveRules>;
+
+camera::pipeline::ActiveRules at(const std::string& preset)
+{
+    return {"Motion", {{true, "a rule", "tt:Any", preset}}};
+}
+
+const camera::pipeline::ActiveRules simple{"Simple", {{false, "a module", "tt:Any", ""}}};
+const Rules none{{"Motion", {}}, {"Simple", {}}};
+
 constexpr std::int64_t kStart = 1700000000LL * 1000000000;
 
 std::int64_t after(double seconds)
@@ -33,43 +43,38 @@ TEST(RunReportTest, saysWhichRulesWereActiveFromWhen)
 {
     RunReport report;
     report.time(kStart);
-    report.rulesSwitched("Motion", "MotionGate");
+    report.rulesChanged({at("Gate")});
     report.time(after(2.5));
-    report.rulesSwitched("Motion", "");
+    report.rulesChanged(none);
     report.time(after(4));
-    report.rulesSwitched("Motion", "MotionYard");
-    report.rulesSwitched("Simple", "Simple");
+    report.rulesChanged({at("Yard"), simple});
     const auto lines = report.summary();
-    EXPECT_THAT(lines, Contains(summaryLine("rules", "from 0.0 s  MotionGate")));
-    EXPECT_THAT(lines, Contains(summaryLine("", "from 2.5 s  none, the camera moves")));
-    EXPECT_THAT(lines, Contains(summaryLine("", "from 4.0 s  MotionYard, Simple")));
+    EXPECT_THAT(lines, Contains(summaryLine("rules", "from 0.0 s  Motion at Gate")));
+    EXPECT_THAT(lines, Contains(summaryLine("", "from 2.5 s  none")));
+    EXPECT_THAT(lines, Contains(summaryLine("", "from 4.0 s  Motion at Yard, Simple")));
 }
 
 TEST(RunReportTest, rulesThatAreLostBeforeTheNextFrameWereNotActive)
 {
     RunReport report;
     report.time(kStart);
-    report.rulesSwitched("Motion", "MotionGate");
-    report.rulesSwitched("Simple", "Simple");
-    report.rulesSwitched("Motion", "");
-    report.rulesSwitched("Simple", "");
+    report.rulesChanged({at("Gate"), simple});
+    report.rulesChanged(none);
     report.time(after(2));
-    report.rulesSwitched("Motion", "MotionYard");
-    EXPECT_THAT(report.summary(), Contains(summaryLine("rules", "from 0.0 s  none, the camera moves")));
-    EXPECT_THAT(report.summary(), Contains(summaryLine("", "from 2.0 s  MotionYard")));
+    report.rulesChanged({at("Yard")});
+    EXPECT_THAT(report.summary(), Contains(summaryLine("rules", "from 0.0 s  none")));
+    EXPECT_THAT(report.summary(), Contains(summaryLine("", "from 2.0 s  Motion at Yard")));
 }
 
 TEST(RunReportTest, rulesThatAreGivenAgainAreNoSwitch)
 {
     RunReport report;
     report.time(kStart);
-    report.rulesSwitched("Motion", "MotionGate");
-    report.rulesSwitched("Simple", "Simple");
+    report.rulesChanged({at("Gate"), simple});
     report.time(after(1));
-    report.rulesSwitched("Motion", "MotionGate");
-    report.rulesSwitched("Simple", "Simple");
+    report.rulesChanged({at("Gate"), simple});
     report.time(after(2));
-    report.rulesSwitched("Motion", "");
+    report.rulesChanged(none);
     EXPECT_EQ(rows(report), 2u);
 }
 
@@ -77,7 +82,7 @@ TEST(RunReportTest, tellsNothingOfACameraThatNeverMoved)
 {
     RunReport report;
     report.time(kStart);
-    report.rulesSwitched("Motion", "MotionGate");
+    report.rulesChanged({at("Gate")});
     report.time(after(9));
     EXPECT_EQ(rows(report), 0u);
 }
@@ -87,7 +92,7 @@ TEST(RunReportTest, keepsTheLastSwitchesOfALongRun)
     RunReport report;
     for (int second = 0; second < 1000; ++second) {
         report.time(after(second));
-        report.rulesSwitched("Motion", second % 2 == 0 ? "MotionGate" : "");
+        report.rulesChanged(second % 2 == 0 ? Rules{at("Gate")} : none);
     }
     const auto lines = report.summary();
     EXPECT_THAT(lines, Contains(HasSubstr("the last 40 of 1000 switches:")));
@@ -100,8 +105,8 @@ TEST(RunReportTest, namesOfOthersAreHarmless)
 {
     RunReport report;
     report.time(kStart);
-    report.rulesSwitched("Motion\x1b[2J", "Motion\n\x1b[2JGate");
-    report.rulesSwitched("Motion", "");
+    report.rulesChanged(Rules{{"Motion\x1b[2J", at("\n\x1b[2JGate").components}});
+    report.rulesChanged(none);
     EXPECT_EQ(rows(report), 1u);
     for (const std::string& line : report.summary()) {
         EXPECT_EQ(line.find('\x1b'), std::string::npos) << line;

@@ -14,6 +14,7 @@
 void PowerFixture::SetUp()
 {
     camera::base::Log::instance().setWriter([](const std::string& /*line*/) {});
+    options.engines = StubEngines::source();
     options.pluginPath = DETECTION_MODULE;
     options.stateDir = state;
     options.services = std::make_shared<FakeDeviceServices>();

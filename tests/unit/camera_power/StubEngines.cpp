@@ -2,33 +2,15 @@
 
 #include "plugin/analytics/IOnvifAnalytics.h"
 #include "plugin/analytics/IRuleSet.h"
-#include "plugin/analytics/factory.h"
-#include "plugin/analytics/frame_utils.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <memory>
-#include <new>
 #include <utility>
 
 using analytics_lib::IOnvifAnalytics;
 using analytics_lib::IRuleSet;
 using analytics_lib::YuvFrame;
-
-namespace analytics_lib {
-
-const std::string IOnvifAnalytics::kVideoAnalyticTag = "tt:VideoAnalyticsConfiguration";
-const std::string IOnvifAnalytics::kVideoAnalyticHeader = "<tt:VideoAnalyticsConfiguration>";
-const std::string IOnvifAnalytics::kVideoAnalyticFooter = "</tt:VideoAnalyticsConfiguration>";
-const std::string IOnvifAnalytics::kEngineConfigTag = "tt:AnalyticsEngineConfiguration";
-const std::string IOnvifAnalytics::kEngineConfigHeader = "<tt:AnalyticsEngineConfiguration>";
-const std::string IOnvifAnalytics::kEngineConfigFooter = "</tt:AnalyticsEngineConfiguration>";
-const std::string IOnvifAnalytics::kRuleConfigTag = "tt:RuleEngineConfiguration";
-const std::string IOnvifAnalytics::kRuleConfigHeader = "<tt:RuleEngineConfiguration>";
-const std::string IOnvifAnalytics::kRuleConfigFooter = "</tt:RuleEngineConfiguration>";
-
-} // namespace analytics_lib
 
 StubEngines& StubEngines::instance()
 {
@@ -154,49 +136,15 @@ private:
     std::vector<std::unique_ptr<StubRuleSet>> _ruleSets;
 };
 
-// Orientation 0 turns nothing; the module names these all the same.
-void copyPicture(const YuvFrame& source, YuvFrame& destination)
-{
-    const std::size_t size = source.bytesPerRow * source.height * 3 / 2;
-    auto* data = static_cast<std::uint8_t*>(std::malloc(size));
-    if (data == nullptr) {
-        throw std::bad_alloc();
-    }
-    std::copy(source.data, source.data + size, data);
-    destination.data = data;
-}
-
 } // namespace
 
-namespace analytics_lib {
-
-std::vector<std::shared_ptr<IOnvifAnalytics>> GetSupportedAnalyticsLibs(void* /*logContext*/,
-                                                                        std::shared_ptr<IAnalyticsPtz> /*ptz*/)
+camera::framework::EngineSource StubEngines::source()
 {
-    std::vector<std::shared_ptr<IOnvifAnalytics>> engines;
-    for (const char* name : kNames) {
-        engines.push_back(std::make_shared<StubEngine>(name));
-    }
-    return engines;
+    return [](void* /*logContext*/, const auto& /*ptz*/) {
+        camera::framework::Engines engines;
+        for (const char* name : kNames) {
+            engines.push_back(std::make_shared<StubEngine>(name));
+        }
+        return engines;
+    };
 }
-
-namespace frame_utils {
-
-void YUV420SemiPlanar_Rotate90(const YuvFrame& source, YuvFrame& destination)
-{
-    copyPicture(source, destination);
-}
-
-void YUV420SemiPlanar_Rotate180(const YuvFrame& source, YuvFrame& destination)
-{
-    copyPicture(source, destination);
-}
-
-void YUV420SemiPlanar_Rotate270(const YuvFrame& source, YuvFrame& destination)
-{
-    copyPicture(source, destination);
-}
-
-} // namespace frame_utils
-
-} // namespace analytics_lib

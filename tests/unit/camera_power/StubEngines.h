@@ -1,17 +1,22 @@
 #pragma once
 
+#include "camera/framework/EngineFactory.h"
+
 #include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
 /**
- * The engine library of this program: two engines, "Motion" and "Line", that accept everything and
+ * Two engines, "Motion" and "Line", that accept everything and
  * keep it as it is. A rule or a document is for "Line" when it says so.
  */
 class StubEngines {
 public:
     static StubEngines& instance();
+
+    /// Makes both.
+    static camera::framework::EngineSource source();
 
     /// Called on the control thread at each operation that can stand between two writes of one call.
     std::function<void()> onCall;

@@ -1,6 +1,7 @@
 // A list of a thousand rules over the real module, the reference engines and the durable store: each record is parsed,
 // completed, printed and written with everything before it. The figures are printed; what is asserted is the outcome.
 
+#include "camera/engines/ReferenceEngines.h"
 #include "camera/pipeline/Device.h"
 #include "unit/camera_store/TemporaryFolder.h"
 
@@ -34,6 +35,7 @@ class CameraListTest : public ::testing::Test {
 protected:
     CameraListTest()
     {
+        _options.engines = [](void* log, const auto& /*ptz*/) { return camera::engines::referenceEngines(log); };
         _options.pluginPath = DETECTION_MODULE;
         _options.stateDir = _folder / "state";
         _options.engineCount = 2;

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-namespace camera::engines {
+namespace camera::framework {
 
 /**
  * Mirrors a plane at its diagonal: destination row x, column y becomes source row y, column x.
@@ -132,4 +132,4 @@ private:
     }
 };
 
-} // namespace camera::engines
+} // namespace camera::framework

@@ -1,6 +1,6 @@
 #include "plugin/analytics/frame_utils.h"
 
-#include "camera/engines/Transpose.h"
+#include "camera/framework/Transpose.h"
 
 #include <libyuv.h>
 
@@ -79,7 +79,7 @@ void turnPlane(const std::uint8_t* source, std::ptrdiff_t sourceStride, std::uin
         target += (columns - 1) * targetStride;
         targetStride = -targetStride;
     }
-    camera::engines::Transpose<Element>::run({source, sourceStride, target, targetStride, columns, rows});
+    camera::framework::Transpose<Element>::run({source, sourceStride, target, targetStride, columns, rows});
 }
 
 void quarterTurn(const YuvFrame& source, YuvFrame& destination, Turn turn)

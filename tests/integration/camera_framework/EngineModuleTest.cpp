@@ -1,8 +1,7 @@
 // The example engine, loaded as a host loads a module.
-#include "Stage.h"
-
-#include "camera/engines/EngineModules.h"
-#include "plugin/analytics/factory.h"
+#include "camera/engines/ReferenceEngines.h"
+#include "camera/framework/EngineFactory.h"
+#include "unit/camera_engines/Stage.h"
 
 #include <gmock/gmock.h>
 
@@ -12,7 +11,8 @@
 namespace {
 
 using namespace engine_test;
-using camera::engines::addEngineModule;
+using camera::framework::EngineModule;
+using camera::framework::loadEngineModule;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -20,41 +20,35 @@ using testing::IsEmpty;
 std::string refusalOf(const std::string& path)
 {
     try {
-        addEngineModule(path);
+        loadEngineModule(path);
         return "";
     } catch (const std::runtime_error& error) {
         return error.what();
     }
 }
 
-std::vector<std::string> engineNames()
+camera::framework::Engines enginesWith(const std::vector<EngineModule>& modules)
 {
-    std::vector<std::string> names;
-    for (const auto& engine : analytics_lib::GetSupportedAnalyticsLibs(nullptr, nullptr)) {
-        names.push_back(engine->getName());
-    }
-    return names;
+    camera::framework::EngineFactory factory(
+        [](void* log, const auto& /*ptz*/) { return camera::engines::referenceEngines(log); }, modules, {});
+    return factory.make(openLog(), nullptr);
 }
 
 class EngineModuleTest : public testing::Test {
 protected:
     EngineModuleTest() { takeLogLines(); }
-    ~EngineModuleTest() override { camera::engines::clearEngineModules(); }
+
+    const EngineModule example = loadEngineModule(EXAMPLE_MODULE);
 };
 
 TEST_F(EngineModuleTest, itsEngineStandsBeforeTheReferenceEngines)
 {
-    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
-    EXPECT_THAT(engineNames(), ElementsAre("Brightness", "Simple", "Motion"));
+    std::vector<std::string> names;
+    for (const auto& engine : enginesWith({example})) {
+        names.push_back(engine->getName());
+    }
+    EXPECT_THAT(names, ElementsAre("Brightness", "Simple", "Motion"));
     EXPECT_THAT(takeLogLines(), IsEmpty());
-}
-
-TEST_F(EngineModuleTest, anEngineWhoseNameBeginsLikeAnotherIsLeftOutWithOneLine)
-{
-    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
-    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
-    EXPECT_THAT(engineNames(), ElementsAre("Brightness", "Simple", "Motion"));
-    EXPECT_THAT(takeLogLines(), ElementsAre(HasSubstr("'Brightness' is left out")));
 }
 
 TEST_F(EngineModuleTest, filesThatAreNoModuleAreRefusedWithTheirNameAndTheReason)
@@ -63,15 +57,13 @@ TEST_F(EngineModuleTest, filesThatAreNoModuleAreRefusedWithTheirNameAndTheReason
     std::ofstream(text) << "text";
     EXPECT_THAT(refusalOf("/nonexistent/engine.so"), HasSubstr("/nonexistent/engine.so"));
     EXPECT_THAT(refusalOf(text), HasSubstr(text));
-    EXPECT_THAT(refusalOf(CAMERA_ENGINES_EMPTY_MODULE), HasSubstr("exports no detectionEngineModule"));
-    EXPECT_THAT(refusalOf(CAMERA_ENGINES_OLD_MODULE), HasSubstr("built for another version"));
-    EXPECT_THAT(engineNames(), ElementsAre("Simple", "Motion"));
+    EXPECT_THAT(refusalOf(EMPTY_MODULE), HasSubstr("exports no detectionEngineModule"));
+    EXPECT_THAT(refusalOf(OLD_MODULE), HasSubstr("built for another version"));
 }
 
 TEST_F(EngineModuleTest, theExampleRaisesItsEventWhenThePictureTurnsDarkAndBright)
 {
-    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
-    EngineBench bench("Brightness");
+    EngineBench bench(enginesWith({example}).front());
     Stage stage;
     const std::string config = document("", rule("Night", "ex:TooDark", simpleItem("Threshold", "100")));
     ASSERT_TRUE(bench.engine().isEngineConfiguration(config));
@@ -92,8 +84,7 @@ TEST_F(EngineModuleTest, theExampleRaisesItsEventWhenThePictureTurnsDarkAndBrigh
 
 TEST_F(EngineModuleTest, theExampleStoresAndRefusesConfigurations)
 {
-    addEngineModule(CAMERA_ENGINES_EXAMPLE_MODULE);
-    EngineBench bench("Brightness");
+    EngineBench bench(enginesWith({example}).front());
     analytics_lib::IRuleSet* ruleSet = bench.engine().createRuleSet();
     const std::string list = "<tt:Parameters>" + simpleItem("Threshold", "70") + "</tt:Parameters>";
     EXPECT_TRUE(ruleSet->setConfig("Night", "ex:TooDark", list));

@@ -1,0 +1,95 @@
+#include "camera/framework/EngineFactory.h"
+
+#include "camera/base/Current.h"
+#include "plugin/analytics/factory.h"
+#include "ravel/logging.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace camera::framework {
+
+namespace {
+
+using analytics_lib::IAnalyticsPtz;
+using Engine = std::shared_ptr<analytics_lib::IOnvifAnalytics>;
+
+bool isPrefix(const std::string& shorter, const std::string& longer)
+{
+    return longer.compare(0, shorter.size(), shorter) == 0;
+}
+
+void logError(void* logContext, const std::string& text)
+{
+    ravel_core_logging_log(logContext, RAVEL_CORE_LOG_ERROR, "engines: %s", text.c_str());
+}
+
+bool fits(void* logContext, const Engines& engines, const Engine& engine)
+{
+    const std::string name = engine->getName();
+    for (const Engine& other : engines) {
+        const std::string otherName = other->getName();
+        if (name.empty() || isPrefix(name, otherName) || isPrefix(otherName, name)) {
+            logError(logContext,
+                     "the engine '" + name + "' is left out: its name and '" + otherName + "' begin alike");
+            return false;
+        }
+    }
+    return true;
+}
+
+Engine create(const DetectionEngineModule& module, void* logContext, const std::shared_ptr<IAnalyticsPtz>& ptz)
+{
+    const std::string what = "the engine module '" + std::string(module.name) + "' ";
+    try {
+        Engine engine = module.create(logContext, ptz);
+        if (!engine) {
+            logError(logContext, what + "made no engine");
+        }
+        return engine;
+    } catch (const std::exception& error) {
+        logError(logContext, what + "failed: " + error.what());
+    } catch (...) {
+        logError(logContext, what + "failed");
+    }
+    return nullptr;
+}
+
+} // namespace
+
+EngineFactory::EngineFactory(EngineSource source, std::vector<EngineModule> modules,
+                             EngineRecord::Listener activeChanged)
+    : _source(std::move(source)), _modules(std::move(modules)), _activeChanged(std::move(activeChanged))
+{
+}
+
+Engines EngineFactory::make(void* logContext, const std::shared_ptr<IAnalyticsPtz>& ptz)
+{
+    Engines engines = _source ? _source(logContext, ptz) : Engines();
+    auto firstOfTheProgram = engines.begin();
+    for (const EngineModule& module : _modules) {
+        const Engine engine = create(*module, logContext, ptz);
+        if (engine && fits(logContext, engines, engine)) {
+            firstOfTheProgram = std::next(engines.insert(firstOfTheProgram, engine));
+        }
+    }
+    for (Engine& engine : engines) {
+        auto record = std::make_shared<EngineRecord>(engine->getName(), _activeChanged);
+        _records.push_back(record);
+        engine = std::make_shared<EngineMonitor>(std::move(engine), std::move(record));
+    }
+    return engines;
+}
+
+} // namespace camera::framework
+
+namespace analytics_lib {
+
+std::vector<std::shared_ptr<IOnvifAnalytics>> GetSupportedAnalyticsLibs(void* logContext,
+                                                                        std::shared_ptr<IAnalyticsPtz> ptz)
+{
+    const auto factory = camera::base::Current<camera::framework::EngineFactory>::get();
+    return factory ? factory->make(logContext, ptz) : camera::framework::Engines();
+}
+
+} // namespace analytics_lib

@@ -1,0 +1,185 @@
+#include "camera/framework/EngineMonitor.h"
+
+#include <utility>
+
+namespace camera::framework {
+
+namespace {
+
+using analytics_lib::IRuleSet;
+using Clock = std::chrono::steady_clock;
+
+// There is one writer, so a plain addition is enough: an atomic one would cost a frame as much as reading the clock.
+template <class Number>
+void add(std::atomic<Number>& total, Number amount)
+{
+    total.store(total.load(std::memory_order_relaxed) + amount, std::memory_order_relaxed);
+}
+
+std::size_t bucketOf(std::chrono::nanoseconds took)
+{
+    std::size_t bucket = 0;
+    for (auto rest = took.count() / 2000; rest > 0 && bucket + 1 < FrameTimes::kBuckets; rest /= 2) {
+        ++bucket;
+    }
+    return bucket;
+}
+
+} // namespace
+
+EngineRecord::EngineRecord(std::string name, Listener activeChanged)
+    : _name(std::move(name)), _activeChanged(std::move(activeChanged))
+{
+}
+
+// A rule set that is active already may have another content by now, which is a change as well.
+void EngineRecord::setActive(IRuleSet* ruleSet)
+{
+    const bool changed = ruleSet != nullptr || _active != nullptr;
+    _active = ruleSet;
+    if (changed && _activeChanged) {
+        _activeChanged();
+    }
+}
+
+void EngineRecord::addFrame(std::chrono::nanoseconds took)
+{
+    add(_sumNs, std::int64_t{took.count()});
+    add(_histogram[bucketOf(took)], std::uint64_t{1});
+    if (took.count() > _longestNs.load(std::memory_order_relaxed)) {
+        _longestNs.store(took.count(), std::memory_order_relaxed);
+    }
+}
+
+FrameTimes EngineRecord::frameTimes() const
+{
+    FrameTimes times;
+    times.sum = std::chrono::nanoseconds(_sumNs.load(std::memory_order_relaxed));
+    times.longest = std::chrono::nanoseconds(_longestNs.load(std::memory_order_relaxed));
+    for (std::size_t bucket = 0; bucket < FrameTimes::kBuckets; ++bucket) {
+        times.histogram[bucket] = _histogram[bucket].load(std::memory_order_relaxed);
+        times.count += times.histogram[bucket];
+    }
+    return times;
+}
+
+EngineMonitor::EngineMonitor(std::shared_ptr<analytics_lib::IOnvifAnalytics> engine,
+                             std::shared_ptr<EngineRecord> record)
+    : _engine(std::move(engine)), _record(std::move(record))
+{
+}
+
+EngineMonitor::~EngineMonitor()
+{
+    _record->setActive(nullptr); // the rule sets go with the engine
+}
+
+template <class Operation>
+auto EngineMonitor::guarded(const Operation& operation) const
+{
+    try {
+        return operation();
+    } catch (...) {
+        _record->_exceptions.fetch_add(1, std::memory_order_relaxed);
+        throw;
+    }
+}
+
+template <class Operation>
+auto EngineMonitor::forwarded(const Operation& operation) const
+{
+    _record->_calls.fetch_add(1, std::memory_order_relaxed);
+    return guarded(operation);
+}
+
+std::string EngineMonitor::getName() const
+{
+    return forwarded([&] { return _engine->getName(); });
+}
+
+bool EngineMonitor::isEngineConfiguration(const std::string& config)
+{
+    return forwarded([&] { return _engine->isEngineConfiguration(config); });
+}
+
+void EngineMonitor::setEventHandler(analytics_lib::IEventHandler* handler)
+{
+    forwarded([&] { _engine->setEventHandler(handler); });
+}
+
+bool EngineMonitor::onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs)
+{
+    struct Timer { // measures a frame that leaves with an exception too
+        EngineRecord& record;
+        const Clock::time_point begin = Clock::now();
+        ~Timer() { record.addFrame(Clock::now() - begin); }
+    };
+    const Timer timer{*_record};
+    return guarded([&] { return _engine->onFrame(frame, outputs); });
+}
+
+void EngineMonitor::onWindowBlankingChange(bool enabled, const analytics_lib::ColorYuv& color)
+{
+    forwarded([&] { _engine->onWindowBlankingChange(enabled, color); });
+}
+
+void EngineMonitor::onOrientationChanged(unsigned int degrees)
+{
+    forwarded([&] { _engine->onOrientationChanged(degrees); });
+}
+
+std::vector<std::string> EngineMonitor::getEventTopics()
+{
+    return forwarded([&] { return _engine->getEventTopics(); });
+}
+
+std::vector<std::string> EngineMonitor::getSupportedEngines()
+{
+    return forwarded([&] { return _engine->getSupportedEngines(); });
+}
+
+std::vector<std::string> EngineMonitor::getSupportedRules()
+{
+    return forwarded([&] { return _engine->getSupportedRules(); });
+}
+
+bool EngineMonitor::readFramesFromFile(const char* path, bool flag)
+{
+    return forwarded([&] { return _engine->readFramesFromFile(path, flag); });
+}
+
+bool EngineMonitor::writeFramesToFile(const char* path, unsigned int count)
+{
+    return forwarded([&] { return _engine->writeFramesToFile(path, count); });
+}
+
+IRuleSet* EngineMonitor::createRuleSet()
+{
+    return forwarded([&] { return _engine->createRuleSet(); });
+}
+
+// Forgotten before the engine destroys it: nobody may ask a rule set that is gone for its names.
+void EngineMonitor::releaseRuleSet(IRuleSet* ruleSet)
+{
+    if (ruleSet == _record->_active) {
+        _record->setActive(nullptr);
+    }
+    forwarded([&] { _engine->releaseRuleSet(ruleSet); });
+}
+
+bool EngineMonitor::activateRuleSet(IRuleSet* ruleSet)
+{
+    const bool activated = forwarded([&] { return _engine->activateRuleSet(ruleSet); });
+    if (activated) {
+        _record->setActive(ruleSet);
+    }
+    return activated;
+}
+
+void EngineMonitor::clearAllRules()
+{
+    _record->setActive(nullptr);
+    forwarded([&] { _engine->clearAllRules(); });
+}
+
+} // namespace camera::framework

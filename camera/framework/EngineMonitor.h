@@ -1,0 +1,106 @@
+#pragma once
+
+#include "plugin/analytics/IOnvifAnalytics.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace camera::framework {
+
+/// How long an engine had its frames, those that left with an exception included.
+struct FrameTimes {
+    /// Bucket 0 counts the frames that took less than 2 us, each following one those that took less than twice as long
+    /// as the one before says, the last one all the others.
+    static constexpr std::size_t kBuckets = 20;
+
+    std::uint64_t count = 0;
+    std::chrono::nanoseconds sum{0};
+    std::chrono::nanoseconds longest{0};
+    std::array<std::uint64_t, kBuckets> histogram{};
+};
+
+/// What is known of one engine, also after it was destroyed. Thread-safe, activeRuleSet() apart.
+class EngineRecord {
+public:
+    /// Called on the control thread, inside the operation, each time that a rule set was activated or the active one is
+    /// no more. Throws nothing.
+    using Listener = std::function<void()>;
+
+    EngineRecord(std::string name, Listener activeChanged);
+
+    const std::string& name() const { return _name; }
+
+    /// The rule set whose activation the engine accepted last; null after clearAllRules, after the release of that rule
+    /// set and without the engine. Thread: the control thread, on which it may be asked for its text.
+    analytics_lib::IRuleSet* activeRuleSet() const { return _active; }
+
+    std::uint64_t calls() const { return _calls.load(std::memory_order_relaxed) + frameTimes().count; }
+    std::uint64_t exceptions() const { return _exceptions.load(std::memory_order_relaxed); }
+    FrameTimes frameTimes() const;
+
+private:
+    friend class EngineMonitor;
+
+    void setActive(analytics_lib::IRuleSet* ruleSet);
+    void addFrame(std::chrono::nanoseconds took);
+
+    const std::string _name;
+    const Listener _activeChanged;
+    analytics_lib::IRuleSet* _active = nullptr; // control thread
+    std::atomic<std::uint64_t> _calls{0};       // without onFrame
+    std::atomic<std::uint64_t> _exceptions{0};
+
+    // Written by the frame thread alone.
+    std::atomic<std::int64_t> _sumNs{0};
+    std::atomic<std::int64_t> _longestNs{0};
+    std::array<std::atomic<std::uint64_t>, FrameTimes::kBuckets> _histogram{};
+};
+
+/**
+ * Stands between the plug-in and one engine: forwards every operation once and unchanged, and notes in the record what
+ * can be seen from there.
+ *
+ * Thread: each operation on the thread that the engine interface names for it. An exception of the engine is counted
+ * and passed on. Allocates nothing and takes no lock.
+ */
+class EngineMonitor final : public analytics_lib::IOnvifAnalytics {
+public:
+    EngineMonitor(std::shared_ptr<analytics_lib::IOnvifAnalytics> engine, std::shared_ptr<EngineRecord> record);
+    ~EngineMonitor() override;
+    EngineMonitor(const EngineMonitor&) = delete;
+    EngineMonitor& operator=(const EngineMonitor&) = delete;
+
+    std::string getName() const override;
+    bool isEngineConfiguration(const std::string& config) override;
+    void setEventHandler(analytics_lib::IEventHandler* handler) override;
+    bool onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs) override;
+    void onWindowBlankingChange(bool enabled, const analytics_lib::ColorYuv& color) override;
+    void onOrientationChanged(unsigned int degrees) override;
+    std::vector<std::string> getEventTopics() override;
+    std::vector<std::string> getSupportedEngines() override;
+    std::vector<std::string> getSupportedRules() override;
+    bool readFramesFromFile(const char* path, bool flag) override;
+    bool writeFramesToFile(const char* path, unsigned int count) override;
+    analytics_lib::IRuleSet* createRuleSet() override;
+    void releaseRuleSet(analytics_lib::IRuleSet* ruleSet) override;
+    bool activateRuleSet(analytics_lib::IRuleSet* ruleSet) override;
+    void clearAllRules() override;
+
+private:
+    template <class Operation>
+    auto guarded(const Operation& operation) const; // counts an exception
+    template <class Operation>
+    auto forwarded(const Operation& operation) const; // counts the call too
+
+    const std::shared_ptr<analytics_lib::IOnvifAnalytics> _engine;
+    const std::shared_ptr<EngineRecord> _record;
+};
+
+} // namespace camera::framework

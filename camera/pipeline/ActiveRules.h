@@ -1,0 +1,34 @@
+#pragma once
+
+#include "camera/onvif/ConfigurationFile.h"
+
+#include <string>
+#include <vector>
+
+namespace camera::framework {
+class EngineFactory;
+}
+
+namespace camera::pipeline {
+
+/// What one engine evaluates.
+struct ActiveRules {
+    std::string engine;
+    std::vector<onvif::ComponentName> components; ///< empty: nothing
+
+    /// The preset that they are for; empty: for none.
+    std::string preset() const;
+};
+
+/// Reads the text of each engine's active rule set. Thread: the control thread. Throws what an engine throws.
+std::vector<ActiveRules> activeRules(const framework::EngineFactory& engines);
+
+inline constexpr char kNoRules[] = "none";
+
+/// "preset 'Gate', rule 'A', module 'B'", or "none"
+std::string describe(const ActiveRules& rules);
+
+/// "Simple, Motion at Gate", or "none"
+std::string describe(const std::vector<ActiveRules>& rules);
+
+} // namespace camera::pipeline
