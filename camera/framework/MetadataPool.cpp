@@ -5,7 +5,6 @@
 
 #include "korva/meridan/MetadataTransmitter.h"
 
-#include <exception>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -61,9 +60,9 @@ MetadataPool::MetadataPool(const Options& options)
 {
 }
 
-void MetadataPool::setConsumer(std::function<void(const Outputs&)> consumer)
+MetadataPool::Outputs MetadataPool::takeOutputs()
 {
-    _consumer = std::move(consumer);
+    return std::exchange(_outputs, {});
 }
 
 std::uint8_t* MetadataPool::lendDrawing()
@@ -85,16 +84,7 @@ void MetadataPool::takeDrawing(std::size_t usedBytes)
 
 void MetadataPool::takeMotion(std::size_t usedBytes)
 {
-    const Outputs outputs{_drawing.data(), _drawingBytes, _motion.data(), cut(usedBytes, "motion")};
-    try {
-        if (_consumer) {
-            _consumer(outputs);
-        }
-    } catch (const std::exception& error) {
-        log(std::string("the consumer of a frame's metadata failed: ") + error.what());
-    } catch (...) {
-        log("the consumer of a frame's metadata failed");
-    }
+    _outputs = {_drawing.data(), _drawingBytes, _motion.data(), cut(usedBytes, "motion")};
 }
 
 std::size_t MetadataPool::cut(std::size_t usedBytes, const char* which) const

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 
 namespace camera::framework {
 
@@ -29,8 +28,7 @@ private:
 /**
  * The drawing and the motion buffer that the metadata transmitter lends for each frame.
  *
- * Each holds what every engine together may write, followed by a guard page. The consumer gets both
- * when the second one has come back. Thread-bound to the frame thread.
+ * Each holds what every engine together may write, followed by a guard page. Thread-bound to the frame thread.
  */
 class MetadataPool {
 public:
@@ -39,7 +37,7 @@ public:
         std::uint32_t bytesPerEngine = 64 * 1024; ///< a multiple of 64, so that buffers are aligned
     };
 
-    /// Borrowed for the call.
+    /// What came back for one frame; valid until the buffers are lent again.
     struct Outputs {
         const std::uint8_t* drawing = nullptr;
         std::size_t drawingBytes = 0;
@@ -50,8 +48,8 @@ public:
     /// @throws std::invalid_argument, std::bad_alloc
     explicit MetadataPool(const Options& options);
 
-    /// Called inside ReturnFullMotionBuffer(). What it throws goes no further: it is logged.
-    void setConsumer(std::function<void(const Outputs&)> consumer);
+    /// What came back since this was last called; nothing where the motion data did not.
+    Outputs takeOutputs();
 
     std::uint8_t* lendDrawing();
     std::uint8_t* lendMotion();
@@ -68,7 +66,7 @@ private:
     const GuardedMemory _drawing;
     const GuardedMemory _motion;
     std::size_t _drawingBytes = 0;
-    std::function<void(const Outputs&)> _consumer;
+    Outputs _outputs;
 };
 
 } // namespace camera::framework

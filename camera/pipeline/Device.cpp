@@ -74,9 +74,8 @@ public:
 
     void start();
     bool pass(korva::meridan::Buffer* buffer);
-    bool deliver(const video::Frame& frame);
+    FrameResult deliver(const video::Frame& frame);
     bool deliverEmpty();
-    void forward(const framework::MetadataPool::Outputs& outputs);
     void drain();
     Statistics statistics() const;
     void shutdown();
@@ -93,7 +92,6 @@ public:
     const std::shared_ptr<framework::EngineFactory> engines;
     const base::Current<framework::EngineFactory>::Binding enginesBinding;
     TargetClient target;
-    std::function<void(const FrameOutputs&)> consumer;
 
 private:
     void build();
@@ -114,7 +112,6 @@ private:
 
     std::mutex _frameMutex; // held while a frame is inside the plug-in
     bool _accepting = false;
-    const video::Frame* _frame = nullptr;
     std::atomic<std::uint64_t> _frames{0};
     std::atomic<std::uint64_t> _framesFailed{0};
 
@@ -149,7 +146,6 @@ Device::Impl::Impl(const Options& given)
       enginesBinding(engines),
       target(environment->control, environment->analyticsTargets, kAnalyticsService)
 {
-    pool->setConsumer([this](const framework::MetadataPool::Outputs& outputs) { forward(outputs); });
     if (options.ptz) {
         setUpPositioning();
     }
@@ -270,19 +266,21 @@ bool Device::Impl::pass(korva::meridan::Buffer* buffer)
     return false;
 }
 
-bool Device::Impl::deliver(const video::Frame& frame)
+FrameResult Device::Impl::deliver(const video::Frame& frame)
 {
     auto buffer = std::make_unique<framework::FrameBuffer>(frame);
     const std::lock_guard<std::mutex> running(_frameMutex);
     if (!_accepting) {
-        return false;
+        return {};
     }
-    _frame = &frame;
     ++_frames;
     const bool passed = pass(buffer.release());
-    _frame = nullptr;
-    _framesFailed += passed ? 0 : 1;
-    return passed;
+    const framework::MetadataPool::Outputs outputs = pool->takeOutputs();
+    if (!passed) {
+        ++_framesFailed;
+        return {};
+    }
+    return {true, outputs};
 }
 
 bool Device::Impl::deliverEmpty()
@@ -290,13 +288,6 @@ bool Device::Impl::deliverEmpty()
     auto buffer = std::make_unique<framework::FrameBuffer>();
     const std::lock_guard<std::mutex> running(_frameMutex);
     return _accepting && pass(buffer.release());
-}
-
-void Device::Impl::forward(const framework::MetadataPool::Outputs& outputs)
-{
-    if (consumer && _frame != nullptr) {
-        consumer({*_frame, outputs.drawing, outputs.drawingBytes, outputs.motion, outputs.motionBytes});
-    }
 }
 
 void Device::Impl::drain()
@@ -369,7 +360,7 @@ Device::Device(Options options)
 
 Device::~Device() = default;
 
-bool Device::deliver(const video::Frame& frame)
+FrameResult Device::deliver(const video::Frame& frame)
 {
     return _impl->deliver(frame);
 }
@@ -387,11 +378,6 @@ TargetClient& Device::target()
 serviceapi::EventBus::Subscription Device::onEvent(serviceapi::EventBus::Listener listener)
 {
     return _impl->environment->events.subscribe(std::move(listener));
-}
-
-void Device::onFrameOutputs(std::function<void(const FrameOutputs&)> consumer)
-{
-    _impl->consumer = std::move(consumer);
 }
 
 bool Device::goToPreset(const std::string& name)

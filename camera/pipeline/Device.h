@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/framework/MetadataPool.h"
 #include "camera/pipeline/ActiveRules.h"
 #include "camera/pipeline/DeviceOptions.h"
 #include "camera/pipeline/TargetClient.h"
@@ -26,13 +27,14 @@ class ServiceApi;
 
 namespace camera::pipeline {
 
-/// What the engines wrote for one frame. Both spans are borrowed for the call that brings them.
-struct FrameOutputs {
-    const video::Frame& frame; ///< the frame that was analysed; copies share its pixels
-    const std::uint8_t* drawing = nullptr;
-    std::size_t drawingBytes = 0;
-    const std::uint8_t* motion = nullptr;
-    std::size_t motionBytes = 0;
+/// What became of one frame.
+struct FrameResult {
+    bool analysed = false; ///< false: it left the plug-in with an exception, or the device has ended
+
+    /// What the engines wrote for it, where it was analysed; valid until the next frame is delivered.
+    framework::MetadataPool::Outputs outputs;
+
+    explicit operator bool() const { return analysed; }
 };
 
 /// Counters since the device was built.
@@ -84,11 +86,10 @@ public:
     /**
      * Hands one frame to the plug-in and returns when it has been analysed.
      *
-     * @return false when the frame left the plug-in with an exception: it is logged and counted, and
-     *         the next frame may be delivered. False too after shutdown().
+     * A frame that leaves the plug-in with an exception is logged and counted; the next one may be delivered.
      * Thread: the frame thread. Borrows nothing: the plug-in works on its own reference to the pixels.
      */
-    bool deliver(const video::Frame& frame);
+    FrameResult deliver(const video::Frame& frame);
 
     /// Sends an empty buffer through the plug-in; it comes out of its output and is counted.
     bool deliverEmpty();
@@ -98,11 +99,6 @@ public:
 
     /// Called for each analytics event, on the event thread, in order.
     [[nodiscard]] serviceapi::EventBus::Subscription onEvent(serviceapi::EventBus::Listener listener);
-
-    /// Called for each frame with what the engines wrote, on the frame thread inside deliver(),
-    /// before deliver() returns. One consumer; set it before the first frame. It may throw: that is
-    /// logged and the frame goes on.
-    void onFrameOutputs(std::function<void(const FrameOutputs&)> consumer);
 
     /// Sends the camera to a preset, as an operator would; time must pass until it is there, see
     /// positioning().advance(). False when it was refused.

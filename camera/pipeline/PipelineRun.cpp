@@ -163,15 +163,6 @@ private:
             report.event(event);
             console.line(onvif::describeEvent(event));
         });
-        device->onFrameOutputs([this](const pipeline::FrameOutputs& outputs) {
-            const video::Drawing drawing = video::readDrawing(outputs.drawing, outputs.drawingBytes);
-            report.drawing(drawing);
-            guarded([&] {
-                if (overlay) {
-                    overlay->drawing(outputs.frame.seconds, outputs.frame.nanoseconds, drawing);
-                }
-            });
-        });
     }
 
     // A failure is kept for the end, where it is the last that is read, and ends the run.
@@ -248,17 +239,20 @@ private:
 
     void deliver(const video::Frame& frame)
     {
-        guarded([&] {
-            if (overlay) {
-                overlay->caption(caption());
-                overlay->frame(frame);
-            }
-        });
         const int orientation = static_cast<int>(services->orientation());
         const video::Frame delivered = video::turnedForDelivery(frame, orientation, turned);
         const auto begin = Clock::now();
-        const bool analysed = device->deliver(delivered);
-        report.frame(analysed, Clock::now() - begin);
+        const FrameResult result = device->deliver(delivered);
+        report.frame(result.analysed, Clock::now() - begin);
+        const video::Drawing drawing = video::readDrawing(result.outputs.drawing, result.outputs.drawingBytes);
+        if (result) {
+            report.drawing(drawing);
+        }
+        guarded([&] {
+            if (overlay) {
+                overlay->add(frame, drawing, caption());
+            }
+        });
         lastFrame = video::nanosecondsOf(frame);
     }
 

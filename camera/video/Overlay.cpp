@@ -43,26 +43,7 @@ Overlay::Overlay(OverlayFiles given, int width, int height, double framesPerSeco
 
 Overlay::~Overlay() = default;
 
-void Overlay::frame(const Frame& upright)
-{
-    if (waiting) {
-        const Frame before = *std::exchange(waiting, std::nullopt);
-        write(before, Drawing());
-    }
-    waiting = upright;
-}
-
-void Overlay::drawing(std::uint32_t seconds, std::uint32_t nanoseconds, const Drawing& drawn)
-{
-    if (!waiting || waiting->seconds != seconds || waiting->nanoseconds != nanoseconds) {
-        ++droppedDrawings;
-        return;
-    }
-    const Frame upright = *std::exchange(waiting, std::nullopt);
-    write(upright, drawn);
-}
-
-void Overlay::write(const Frame& upright, const Drawing& drawing)
+void Overlay::add(const Frame& upright, const Drawing& drawing, const std::string& caption)
 {
     const double interest = drawing.interest(travelled.count(drawing));
     const bool better = !files.picture.empty() && (!bestInterest || interest > *bestInterest);
@@ -71,7 +52,7 @@ void Overlay::write(const Frame& upright, const Drawing& drawing)
     }
     const std::int64_t time = nanosecondsOf(upright);
     toRgb(upright, canvas);
-    paintOverlay(canvas, drawing, time, captionText);
+    paintOverlay(canvas, drawing, time, caption);
     if (better) {
         best = canvas;
         bestInterest = interest;
@@ -83,10 +64,6 @@ void Overlay::write(const Frame& upright, const Drawing& drawing)
 
 void Overlay::finish()
 {
-    if (waiting) {
-        const Frame last = *std::exchange(waiting, std::nullopt);
-        write(last, Drawing());
-    }
     if (bestInterest && !wrotePicture) {
         writePng(best, files.picture);
         wrotePicture = true;

@@ -7,10 +7,8 @@
 #include "camera/video/TravelledObjects.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 
 namespace camera::video {
 
@@ -21,8 +19,7 @@ struct OverlayFiles {
 };
 
 /**
- * The encoder's side of the camera: its own reference to every upright frame, onto which it draws what
- * the engines wrote for the frame of the same time. Thread-bound.
+ * The encoder's side of the camera: what the engines wrote for each upright frame, drawn on it. Thread-bound.
  */
 class Overlay {
 public:
@@ -30,34 +27,24 @@ public:
     Overlay(OverlayFiles files, int width, int height, double framesPerSecond);
     ~Overlay();
 
-    /// What the foot line says beside time and counts, from the next frame on.
-    void caption(std::string text) { captionText = std::move(text); }
-
-    /// The upright frame that goes to the engines next. One that nobody drew on is written as it is.
-    void frame(const Frame& upright);
-
-    /// What the engines wrote for the frame of this time; of any other time it is dropped and counted.
-    void drawing(std::uint32_t seconds, std::uint32_t nanoseconds, const Drawing& drawn);
+    /// Draws on one upright frame what the engines wrote for it.
+    /// @param caption what the foot line says beside time and counts.
+    /// @throws std::runtime_error with one sentence when a disk is full.
+    void add(const Frame& upright, const Drawing& drawing, const std::string& caption);
 
     /// Completes the files. Nothing is written where no frame came.
-    /// @throws std::runtime_error with one sentence, as frame() and drawing() do, when a disk is full.
+    /// @throws std::runtime_error with one sentence, as add() does.
     void finish();
 
-    std::uint64_t dropped() const { return droppedDrawings; }
     bool pictureWritten() const { return wrotePicture; }
 
 private:
-    void write(const Frame& upright, const Drawing& drawing);
-
     OverlayFiles files;
     std::optional<Mp4Writer> video;
-    std::optional<Frame> waiting;
-    std::string captionText;
     RgbPicture canvas;
     RgbPicture best;
     TravelledObjects travelled;
     std::optional<double> bestInterest; ///< nothing: no picture was kept so far
-    std::uint64_t droppedDrawings = 0;
     bool wrotePicture = false;
 };
 

@@ -152,7 +152,7 @@ TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
     std::size_t leftPositioning = 0;
     std::size_t leftRotation = 0;
     XmlWatch::instance().onCleanup = [&] {
-        deliveredLate = device->deliver(anyFrame());
+        deliveredLate = device->deliver(anyFrame()).analysed;
         lateClient = std::thread([&] {
             try {
                 device->target().eventTopics();
@@ -305,16 +305,11 @@ TEST_F(HostPromisesTest, everyEngineMayFillTheWholeBufferThatItIsTold)
         return true;
     };
     start();
-    std::string drawing;
-    std::string motion;
-    device->onFrameOutputs([&](const camera::pipeline::FrameOutputs& outputs) {
-        drawing.assign(reinterpret_cast<const char*>(outputs.drawing), outputs.drawingBytes);
-        motion.assign(reinterpret_cast<const char*>(outputs.motion), outputs.motionBytes);
-    });
-    EXPECT_TRUE(device->deliver(anyFrame()));
+    const auto [analysed, outputs] = device->deliver(anyFrame());
+    EXPECT_TRUE(analysed);
     const std::string all = std::string(4096, 'A') + std::string(4096, 'B') + std::string(4096, 'C');
-    EXPECT_EQ(drawing, all);
-    EXPECT_EQ(motion, all);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(outputs.drawing), outputs.drawingBytes), all);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(outputs.motion), outputs.motionBytes), all);
 }
 
 using HostPromisesDeathTest = HostPromisesTest;

@@ -136,7 +136,7 @@ TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
         return frame.timestamp[0] != 3 ? true : throw std::runtime_error("engine broke");
     };
     for (std::uint32_t second = 1; second <= 3; ++second) {
-        report.frame(device->deliver(anyFrame(second)), 4ms);
+        report.frame(device->deliver(anyFrame(second)).analysed, 4ms);
     }
     report.frame(true, 9ms);
     hosted.events.load()->OnEvent("t", "s", "d");

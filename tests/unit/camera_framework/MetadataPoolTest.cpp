@@ -12,6 +12,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -34,16 +35,18 @@ protected:
     {
         pool = std::make_shared<MetadataPool>(options);
         binding = std::make_unique<camera::base::Current<MetadataPool>::Binding>(pool);
-        pool->setConsumer([this](const MetadataPool::Outputs& outputs) {
-            drawings.emplace_back(reinterpret_cast<const char*>(outputs.drawing), outputs.drawingBytes);
-            motions.emplace_back(reinterpret_cast<const char*>(outputs.motion), outputs.motionBytes);
-        });
+    }
+
+    /// Drawing and motion data that came back.
+    std::pair<std::string, std::string> outputs() const
+    {
+        const MetadataPool::Outputs all = pool->takeOutputs();
+        return {std::string(reinterpret_cast<const char*>(all.drawing), all.drawingBytes),
+                std::string(reinterpret_cast<const char*>(all.motion), all.motionBytes)};
     }
 
     std::shared_ptr<MetadataPool> pool;
     std::unique_ptr<camera::base::Current<MetadataPool>::Binding> binding;
-    std::vector<std::string> drawings;
-    std::vector<std::string> motions;
     std::vector<std::string> lines;
     MetadataTransmitter& transmitter = MetadataTransmitter::instance();
 };
@@ -59,10 +62,10 @@ TEST_F(MetadataPoolTest, lendsRoomForEveryEngineAndHandsOnWhatTheyWrote)
     std::memset(drawing, 'd', 3 * 64);
     std::memset(motion, 'm', 3 * 64);
     transmitter.ReturnFullDrawingBuffer(3 * 64);
-    EXPECT_TRUE(drawings.empty()) << "handed on before the motion data came back";
+    EXPECT_EQ(outputs(), std::pair(std::string(), std::string())) << "before the motion data came back";
     transmitter.ReturnFullMotionBuffer(2);
-    EXPECT_THAT(drawings, ElementsAre(std::string(192, 'd')));
-    EXPECT_THAT(motions, ElementsAre("mm"));
+    EXPECT_EQ(outputs(), std::pair(std::string(192, 'd'), std::string("mm")));
+    EXPECT_EQ(outputs(), std::pair(std::string(), std::string())) << "they are of one frame";
 }
 
 TEST_F(MetadataPoolTest, handsOnFramesWithoutAnyData)
@@ -72,7 +75,7 @@ TEST_F(MetadataPoolTest, handsOnFramesWithoutAnyData)
     transmitter.GetEmptyMotionBuffer();
     transmitter.ReturnFullDrawingBuffer(0);
     transmitter.ReturnFullMotionBuffer(0);
-    EXPECT_THAT(drawings, ElementsAre(""));
+    EXPECT_EQ(outputs().first, "");
 }
 
 TEST_F(MetadataPoolTest, lendsAgainWhatAFailedFrameNeverGaveBack)
@@ -83,7 +86,7 @@ TEST_F(MetadataPoolTest, lendsAgainWhatAFailedFrameNeverGaveBack)
     EXPECT_EQ(transmitter.GetEmptyDrawingBuffer(), first);
     transmitter.GetEmptyMotionBuffer();
     transmitter.ReturnFullMotionBuffer(0);
-    EXPECT_THAT(drawings, ElementsAre("")) << "the lost frame's data appeared in the next one";
+    EXPECT_EQ(outputs().first, "") << "the lost frame's data appeared in the next one";
 }
 
 TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
@@ -93,8 +96,7 @@ TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
     transmitter.GetEmptyMotionBuffer();
     transmitter.ReturnFullDrawingBuffer(129);
     transmitter.ReturnFullMotionBuffer(128);
-    ASSERT_EQ(drawings.size(), 1u);
-    EXPECT_EQ(drawings[0].size(), 128u);
+    EXPECT_EQ(outputs().first.size(), 128u);
     EXPECT_THAT(lines, ElementsAre(HasSubstr("129 bytes of drawing data, the buffer has 128")));
 }
 
@@ -105,17 +107,6 @@ TEST_F(MetadataPoolTest, lendsNothingWithoutADevice)
     EXPECT_EQ(transmitter.GetMaxBufferSize(), 0u);
     transmitter.ReturnFullDrawingBuffer(5);
     transmitter.ReturnFullMotionBuffer(5);
-}
-
-TEST_F(MetadataPoolTest, keepsAConsumersExceptionToItself)
-{
-    bind({1, 64});
-    pool->setConsumer([](const MetadataPool::Outputs&) { throw std::runtime_error("no overlay"); });
-    transmitter.GetEmptyDrawingBuffer();
-    transmitter.GetEmptyMotionBuffer();
-    transmitter.ReturnFullDrawingBuffer(0);
-    EXPECT_NO_THROW(transmitter.ReturnFullMotionBuffer(0));
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("no overlay")));
 }
 
 TEST_F(MetadataPoolTest, refusesSizesThatWouldMisalignTheBuffers)

@@ -69,7 +69,7 @@ bool PowerFixture::deliversAFrame() const
     frame.data =
         std::shared_ptr<std::uint8_t>(new std::uint8_t[frame.sizeBytes](), std::default_delete<std::uint8_t[]>());
     frame.seconds = 1700000000;
-    return device->deliver(frame);
+    return device->deliver(frame).analysed;
 }
 
 bool PowerFixture::configure(const std::string& text) const

@@ -227,7 +227,7 @@ protected:
         for (const BoxRecord& box : boxes) {
             writer.add(box);
         }
-        overlay.drawing(frame.seconds, frame.nanoseconds, readDrawing(buffer.data(), writer.usedBytes()));
+        overlay.add(frame, readDrawing(buffer.data(), writer.usedBytes()), "");
     }
 
     TemporaryFolder folder;
@@ -240,10 +240,9 @@ TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
     Scene scene(kScene);
     int number = 0;
     while (const auto frame = scene.next()) {
-        overlay.frame(*frame);
-        if (++number % 3 != 0) { // the engines failed on every third frame
-            draw(overlay, *frame, {boxAt(0.5, 0.5, 0.8, 0.8)});
-        }
+        // The engines failed on every third frame.
+        draw(overlay, *frame,
+             ++number % 3 != 0 ? std::vector<BoxRecord>{boxAt(0.5, 0.5, 0.8, 0.8)} : std::vector<BoxRecord>());
     }
     overlay.finish();
     EXPECT_TRUE(overlay.pictureWritten());
@@ -267,7 +266,6 @@ TEST_F(OverlayTest, picturesTheFrameWithTheMostToSee)
         {boxAt(0.1, 0.1, 0.2, 0.2)}, {boxAt(0.6, 0.4, 0.9, 0.8)}, {boxAt(0.7, 0.1, 0.8, 0.2, 9)}, {}};
     for (const auto& boxes : drawn) {
         const Frame frame = *scene.next();
-        overlay.frame(frame);
         draw(overlay, frame, boxes);
     }
     overlay.finish();
@@ -308,21 +306,6 @@ TEST(OverlayPainter, listsTheNamesOfRulesOfOnePlaceOneBelowTheOther)
     EXPECT_GT(first[0], first[1] + 100);
     const std::uint8_t* second = picture.at(101, 107);
     EXPECT_GT(second[1], second[0] + 50);
-}
-
-TEST_F(OverlayTest, dropsADrawingOfAnotherTime)
-{
-    Overlay overlay({"", folder.path("o.png")}, 320, 180, 25);
-    Scene scene(kScene);
-    const Frame first = *scene.next();
-    const Frame second = *scene.next();
-    overlay.frame(second);
-    draw(overlay, first, {});
-    EXPECT_EQ(1U, overlay.dropped());
-    draw(overlay, second, {});
-    EXPECT_EQ(1U, overlay.dropped());
-    draw(overlay, second, {});
-    EXPECT_EQ(2U, overlay.dropped());
 }
 
 TEST_F(OverlayTest, writesNoPictureWithoutAFrame)
@@ -378,7 +361,6 @@ TEST_F(OverlayTest, saysWhenThereIsNoRoomForTheVideo)
     std::string message;
     try {
         while (const auto frame = scene.next()) {
-            overlay.frame(*frame);
             draw(overlay, *frame, {});
         }
         overlay.finish();
