@@ -32,7 +32,8 @@ std::string describe(const ActiveRules& rules)
     const std::string preset = rules.preset();
     std::string text = preset.empty() ? "" : "preset '" + preset + "'";
     for (const onvif::ComponentName& component : rules.components) {
-        text += (text.empty() ? "" : ", ") + std::string(component.isRule ? "rule '" : "module '") + component.name + "'";
+        text +=
+            (text.empty() ? "" : ", ") + std::string(component.isRule ? "rule '" : "module '") + component.name + "'";
     }
     return text.empty() ? kNoRules : text;
 }

@@ -81,7 +81,8 @@ void RunReport::rulesChanged(const std::vector<ActiveRules>& rules)
 std::string RunReport::activeRules(const std::string& engine) const
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    const auto found = std::find_if(rulesNow.begin(), rulesNow.end(), [&](const auto& each) { return each.engine == engine; });
+    const auto found =
+        std::find_if(rulesNow.begin(), rulesNow.end(), [&](const auto& each) { return each.engine == engine; });
     return found == rulesNow.end() ? kNoRules : describe(*found);
 }
 
