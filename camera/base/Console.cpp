@@ -44,7 +44,7 @@ void Console::line(const std::string& text)
 void Console::error(const std::string& text)
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    // Sentences come from every room of the house; here they all end alike.
+    // Sentences come from every folder of the program; here all of them get their full stop.
     const bool ended = !text.empty() && text.back() == '.';
     print(err, "camera: " + printable(text) + (ended ? "\n" : ".\n"));
 }

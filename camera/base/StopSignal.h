@@ -6,8 +6,8 @@
 namespace camera::base {
 
 /**
- * Ctrl-C and its relatives (SIGINT, SIGTERM, SIGHUP) as a flag. A second signal ends the process at once, for
- * whoever cannot wait. One object at a time.
+ * Ctrl-C and its relatives (SIGINT, SIGTERM, SIGHUP) as a flag. A second signal ends the process at once.
+ * One object at a time.
  */
 class StopSignal {
 public:

@@ -19,7 +19,7 @@ namespace camera::bus {
  * One connection to the bus, from the moment it stands until it breaks, with everything that this
  * process has on it: objects it serves and proxies it calls through.
  *
- * Whoever uses one of these from another thread than the bus thread, or answers a method later, holds
+ * Code that uses one of these from another thread than the bus thread, or answers a method later, holds
  * the session meanwhile: a message refers to its connection.
  */
 class Session {

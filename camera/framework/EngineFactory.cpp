@@ -30,8 +30,7 @@ bool fits(void* logContext, const Engines& engines, const Engine& engine)
     for (const Engine& other : engines) {
         const std::string otherName = other->getName();
         if (name.empty() || isPrefix(name, otherName) || isPrefix(otherName, name)) {
-            logError(logContext,
-                     "the engine '" + name + "' is left out: its name and '" + otherName + "' begin alike");
+            logError(logContext, "the engine '" + name + "' is left out: its name and '" + otherName + "' begin alike");
             return false;
         }
     }

@@ -43,7 +43,7 @@ public:
     std::uint8_t* GetData() const override { return _frame.data.get(); }
     const std::uint32_t* GetTimestamp() const override { return _timestamp; }
 
-    /// Buffers that exist in this process, for whoever looks for one that was never given back.
+    /// The number of buffers in this process; tests find with it one that was never given back.
     static std::size_t alive();
 
 private:

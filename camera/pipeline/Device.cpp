@@ -194,8 +194,8 @@ void Device::Impl::storePositioning()
     }
 }
 
-// A list is stored before whoever changed it is told so. Where the camera stands is told by whoever lets
-// time pass, who must not wait for a disk.
+// A list is stored before the caller that changed it gets its answer. Where the camera stands is reported
+// by the code that lets time pass, which must not wait for a disk.
 void Device::Impl::positioningChanged(ptz::PositioningUnit::Change change)
 {
     if (change == ptz::PositioningUnit::Change::lists) {

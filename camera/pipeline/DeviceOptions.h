@@ -49,7 +49,7 @@ struct Options {
     std::optional<PtzOption> ptz;       ///< without: a fixed camera
     std::filesystem::path metadataFile; ///< empty: metadata documents are only counted
 
-    framework::EngineSource engines;                      ///< the program's own; without: none
+    framework::EngineSource engines;                    ///< the program's own; without: none
     std::vector<framework::EngineModule> engineModules; ///< theirs come before the program's
 
     /// Given: told what every engine evaluates each time that this changed, after the task of the control thread that

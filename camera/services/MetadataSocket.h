@@ -19,11 +19,11 @@
 namespace camera::services {
 
 /**
- * Hands metadata documents to whoever is connected to the Unix socket metadata.sock, one document a line; a line
+ * Hands metadata documents to every client of the Unix socket metadata.sock, one document a line; a line
  * break inside a document becomes a blank, which XML reads alike.
  *
- * publish() only queues; a thread of this object sends. Whoever reads too slowly loses the oldest documents, which
- * are counted; nobody waits for anybody. Thread-safe.
+ * publish() only queues; a thread of this object sends. A client that reads too slowly loses the oldest documents,
+ * which are counted; nobody waits for anybody. Thread-safe.
  */
 class MetadataSocket {
 public:

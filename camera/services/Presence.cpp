@@ -18,7 +18,7 @@ Presence::Presence(const std::shared_ptr<bus::Session>& session, const Process& 
     for (const std::string& service : FaultSwitch::services()) {
         arrange(service);
     }
-    // Last: whoever finds the process finds its services, too.
+    // Last: a client that finds the process must find its services, too.
     _self.takeName();
 }
 

@@ -20,13 +20,13 @@ public:
 
     int descriptor() const { return _socket.get(); }
 
-    /// What to wait for: room for a line when there is one, and the end of the connection.
+    /// What to wait for: that the socket can take a line, when one is queued, and the end of the connection.
     short events(bool hasMore) const;
 
     bool sending() const { return _line != nullptr; }
     void begin(Line line);
 
-    /// Sends what there is room for, without waiting.
+    /// Sends as much as the socket takes, without waiting.
     Progress send();
 
     /// Reads away what a subscriber says; false when it is gone.

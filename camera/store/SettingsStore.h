@@ -21,7 +21,7 @@ namespace camera::store {
  * transaction. Every document carries a checksum; one that no longer fits is set aside inside the
  * file and the last good one takes its place. A file that cannot be read at all is renamed to
  * settings.db.damaged-..., never deleted; what can be read of it, and the copy made at the last
- * start, settings.last-good.db, supply the documents. Whoever opens a store holds the folder's
+ * start, settings.last-good.db, supply the documents. The opener of a store holds the folder's
  * StateLock.
  *
  * Operations throw DatabaseError with a text for people. Thread-safe.

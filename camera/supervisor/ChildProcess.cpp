@@ -109,7 +109,7 @@ ChildProcess::ChildProcess(const Program& program)
     if (_pid < 0) {
         refuse(program.words.front(), errno);
     }
-    ::setpgid(_pid, _pid); // whoever of the two comes first
+    ::setpgid(_pid, _pid); // parent and child both do it: the first one wins
     writer.reset();
     if (const int reason = execFailure(reader.get()); reason != 0) {
         ::waitpid(_pid, nullptr, 0);

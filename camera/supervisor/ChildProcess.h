@@ -37,8 +37,8 @@ struct Program {
 };
 
 /**
- * A process that this one started: in a process group of its own, so that Ctrl-C reaches only whoever
- * started it, with no signal blocked, and ended by SIGTERM when the thread that started it ends, however
+ * A process that this one started: in a process group of its own, so that Ctrl-C reaches only the
+ * process that started it, with no signal blocked, and ended by SIGTERM when the thread that started it ends, however
  * that happens. Thread-bound.
  *
  * That last promise is the kernel's and covers direct children only; what those start must notice by

@@ -181,7 +181,7 @@ RuntimeFolder::RuntimeFolder(const fs::path& stateDir)
 RuntimeFolder::~RuntimeFolder()
 {
     removeFiles();
-    // Under the lock: whoever waits for this very file notices that it is gone.
+    // Under the lock: a process that waits for this lock file notices that the file is gone.
     std::error_code ignored;
     fs::remove(_path / kLock, ignored);
     fs::remove(_path, ignored);

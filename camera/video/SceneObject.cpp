@@ -22,10 +22,10 @@ SceneObject::SceneObject(const base::SceneParameters& parameters, int id)
     _width = std::max(static_cast<int>(std::lround(_height * parameters.aspect)), 2);
 
     SceneRandom random(parameters.seed * 23 + static_cast<std::uint64_t>(id));
-    const double room = _pictureHeight - _height;
+    const double free = _pictureHeight - _height;
     _lane = (id - 0.5) / parameters.objects;
     const double spare = (static_cast<double>(_pictureHeight) / parameters.objects - _height) / 4;
-    _bobPixels = std::clamp(spare, 0.0, room / 10);
+    _bobPixels = std::clamp(spare, 0.0, free / 10);
     _startPixels = random.between(0, 2.0 * (_pictureWidth - _width));
     _pixelsPerSecond = parameters.speed * _pictureWidth * random.between(0.7, 1.3);
 
@@ -39,18 +39,18 @@ SceneObject::SceneObject(const base::SceneParameters& parameters, int id)
 
 int SceneObject::leftAt(double seconds) const
 {
-    const double room = _pictureWidth - _width;
+    const double free = _pictureWidth - _width;
     // Objects move to and fro: they never leave the picture, so their true boxes are never cut.
-    const double way = std::fmod(_startPixels + _pixelsPerSecond * seconds, 2 * room);
-    return static_cast<int>(std::lround(way <= room ? way : 2 * room - way));
+    const double way = std::fmod(_startPixels + _pixelsPerSecond * seconds, 2 * free);
+    return static_cast<int>(std::lround(way <= free ? way : 2 * free - way));
 }
 
 int SceneObject::topAt(double seconds) const
 {
-    const int room = _pictureHeight - _height;
+    const int free = _pictureHeight - _height;
     const double bob = _pixelsPerSecond > 0 ? _bobPixels * std::sin(2 * M_PI * seconds / 6 + _id) : 0;
     const double middle = _lane * _pictureHeight - _height / 2.0;
-    return std::clamp(static_cast<int>(std::lround(middle + bob)), 0, room);
+    return std::clamp(static_cast<int>(std::lround(middle + bob)), 0, free);
 }
 
 double SceneObject::halfWidthAt(double fraction) const

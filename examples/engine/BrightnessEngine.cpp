@@ -227,7 +227,7 @@ public:
         return true;
     }
 
-    /// Whoever holds the lock is the only one who raises events: afterwards none runs or follows.
+    /// Only the holder of this lock raises events: after it is released none runs or follows.
     void clearAllRules() override
     {
         const std::lock_guard lock(_mutex);

@@ -72,7 +72,7 @@ inline char* escapeBlock(const char*& from, const char* end, char* to)
 }
 
 /**
- * Escapes [from, end) until it is used up or the room may not do for the next step.
+ * Escapes [from, end) until it is used up or the space may be too small for the next step.
  *
  * @param from  Stepped over what was written.
  * @param end   The end of the whole text: a sequence is judged by all its bytes.

@@ -26,7 +26,7 @@ class RuleSetMap {
 public:
     /// @param logContext Borrowed for the life of the map.
     explicit RuleSetMap(void* logContext);
-    ~RuleSetMap() = default; // engines are not called: whoever still holds rule sets hands them back first
+    ~RuleSetMap() = default; // engines are not called: the holder of rule sets hands them back first
 
     RuleSetMap(const RuleSetMap&) = delete;
     RuleSetMap& operator=(const RuleSetMap&) = delete;

@@ -12,7 +12,7 @@ class BufferFormat;
 /**
  * One unit of data that moves through a pipeline: a raw image, or an empty signal.
  *
- * Whoever holds the pointer owns it: it is either pushed on through a Source or deleted.
+ * The holder of the pointer owns it: it is either pushed on through a Source or deleted.
  */
 class __attribute__((visibility("default"))) Buffer {
 public:

@@ -1,8 +1,8 @@
 // The scripts of both shells, run by the shells themselves against the program and a camera that answers.
 #include "camera/cli/Command.h"
+#include "integration/camera_cli/FakeCamera.h"
 #include "kit/ChildProcess.h"
 #include "kit/TemporaryFolder.h"
-#include "integration/camera_cli/FakeCamera.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

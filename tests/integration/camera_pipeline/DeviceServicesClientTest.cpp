@@ -3,8 +3,8 @@
 
 #include "camera/base/Log.h"
 #include "camera/serviceapi/Status.h"
-#include "support/TestBus.h"
 #include "integration/camera_pipeline/FakeService.h"
+#include "support/TestBus.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

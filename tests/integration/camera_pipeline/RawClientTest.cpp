@@ -1,4 +1,4 @@
-// Whoever speaks to the bus by hand can say what no library would.
+// A client that writes its messages by hand can send what no library would.
 #include "integration/camera_pipeline/ServedDevice.h"
 
 #include <cstring>

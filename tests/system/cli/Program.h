@@ -26,7 +26,7 @@ struct ProgramSettings {
     bool closeOutput = false; ///< nobody reads the standard output
 };
 
-/// A running process whose output is collected. Whoever waits has a deadline, after which the process is killed.
+/// A running process whose output is collected. Each wait has a deadline, after which the process is killed.
 class Program {
 public:
     using Settings = ProgramSettings;

@@ -146,7 +146,7 @@ TEST_P(EngineContractTest, appendsMotionDataBehindWhatIsThere)
     EXPECT_GT(outputs.motionBufferUsed, 100U);
     EXPECT_EQ(motion[99], 0xee);
     EXPECT_EQ(motion[100], 'D');
-    outputs.motionBufferUsed = 5000; // whoever wrote that wrote too much
+    outputs.motionBufferUsed = 5000; // more than the buffer holds
     EXPECT_TRUE(bench.engine().onFrame(stage.picture(), outputs));
     EXPECT_EQ(outputs.motionBufferUsed, 5000U);
 }

@@ -75,7 +75,7 @@ public:
             _proxies[name] =
                 sdbus::createProxy(session->connection(), camera::bus::busName(name), camera::bus::objectPath(name));
         }
-        // The same object, whoever owns the service's own name.
+        // The same object, also when another process owns the service's own name.
         _hidden = sdbus::createProxy(session->connection(), camera::bus::busName(service::kServices),
                                      camera::bus::objectPath(service::kDayNight));
         hear<bool>(service::kDayNight, "movementChange", journal);

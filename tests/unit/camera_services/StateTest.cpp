@@ -182,7 +182,7 @@ TEST_F(StateTest, aChangeThatCannotBeStoredIsNoEventAndNoChange)
     EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 90U);
     EXPECT_EQ(client.one<std::uint8_t>(service::kWindowBlanking, "getEnable"), 0);
     EXPECT_EQ(client.one<Values>(service::kConfiguration, "list").size(), 1U);
-    // With room it goes on, and nothing was told in between.
+    // When the disk has space again it goes on, and nothing was told in between.
     client.ask<>(service::kRotate, "setAngle", 270U);
     EXPECT_THAT(client.journal.lines(2), testing::ElementsAre("orientationChanged 90", "orientationChanged 270"));
     restart();

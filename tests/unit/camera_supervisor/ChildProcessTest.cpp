@@ -136,7 +136,7 @@ TEST(ChildProcess, doesNotOutliveAKilledStarter)
     const pid_t child = std::stoi(linesOf(note).at(0));
     ::kill(starter, SIGKILL);
     ::waitpid(starter, nullptr, 0);
-    // Whoever inherits it collects it, which may take a moment: a dead one that waits for that counts as ended.
+    // The process that inherits it collects it, which may take a moment: until then a dead one counts as ended.
     EXPECT_TRUE(eventually([&] {
         std::ifstream stat("/proc/" + std::to_string(child) + "/stat");
         std::string text;
