@@ -86,6 +86,7 @@ TEST_F(SchemaTest, acceptsTheMergedConfiguration)
 
 TEST_F(SchemaTest, acceptsTheMergedConfigurationOfACameraWithoutAny)
 {
+    std::filesystem::create_directories(state()); // a folder that is not there is refused
     const std::string merged = write("merged.xml", camera({"config", "get", "--state", state()}).out);
     const Finished done = validate({merged});
     EXPECT_EQ(0, done.exitCode) << done.err;

@@ -52,6 +52,10 @@ protected:
 
 TEST_F(EngineMonitorTest, forwardsEachOperationOnceWithItsArgumentsAndItsAnswer)
 {
+    engine->releaseRuleSet(first);
+    engine->releaseRuleSet(second);
+    engine = std::make_shared<kit::FakeEngine>("Motion"); // of no rule sets
+    monitor = std::make_shared<EngineMonitor>(engine, record);
     kit::restartRuleSetIds();
     journal().clear();
     engine->topics = {"a topic"};
