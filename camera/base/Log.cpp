@@ -84,13 +84,6 @@ void Log::setWriter(Writer writer)
     _writer = std::move(writer);
 }
 
-void Log::setTap(Tap tap)
-{
-    const std::lock_guard<std::mutex> lock(_tapMutex);
-    _tapped = tap != nullptr;
-    _tap = std::move(tap);
-}
-
 void* Log::open(const std::string& component)
 {
     const std::unique_lock<std::shared_mutex> lock(_handlesMutex);
@@ -106,7 +99,7 @@ void Log::close(void* handle)
 
 bool Log::wants(void* handle, int priority) const
 {
-    if (priority > static_cast<int>(_level.load()) && !_tapped) {
+    if (priority > static_cast<int>(_level.load())) {
         return false;
     }
     const std::shared_lock<std::shared_mutex> lock(_handlesMutex);
@@ -122,12 +115,6 @@ void Log::write(void* handle, int priority, const std::string& text)
         return;
     }
     emit(priority, component->second, text);
-    if (_tapped) {
-        const std::lock_guard<std::mutex> tapLock(_tapMutex);
-        if (_tap) {
-            _tap(text);
-        }
-    }
 }
 
 void Log::write(LogLevel level, const std::string& component, const std::string& text)

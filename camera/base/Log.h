@@ -23,9 +23,6 @@ public:
     /// Takes one whole line, with its line break. Called by one thread at a time.
     using Writer = std::function<void(const std::string& line)>;
 
-    /// Sees every line of every open handle, whatever the level, on the thread that writes it.
-    using Tap = std::function<void(const std::string& text)>;
-
     static Log& instance();
 
     /// Lines less important than this are dropped; "error" at the start of the process.
@@ -34,10 +31,6 @@ public:
 
     /// Where lines go from now on; an empty function: stderr.
     void setWriter(Writer writer);
-
-    /// Who sees all lines from now on; an empty function: nobody. When it returns, the one before is not running.
-    /// Not from a tap.
-    void setTap(Tap tap);
 
     /// A new handle for lines of one component. Handles are numbers, never reused and never followed
     /// as addresses, so a closed one is recognised for ever.
@@ -57,14 +50,11 @@ private:
     void emit(int priority, const std::string& component, const std::string& text);
 
     std::atomic<LogLevel> _level{LogLevel::error};
-    std::atomic<bool> _tapped{false};
     mutable std::shared_mutex _handlesMutex;
     std::map<std::uintptr_t, std::string> _components;
     std::uintptr_t _lastHandle = 0;
     std::mutex _writerMutex;
     Writer _writer;
-    std::mutex _tapMutex;
-    Tap _tap;
 };
 
 } // namespace camera::base

@@ -76,7 +76,7 @@ inline char* escapeBlock(const char*& from, const char* end, char* to)
  *
  * @param from  Stepped over what was written.
  * @param end   The end of the whole text: a sequence is judged by all its bytes.
- * @param room  The bytes that may be written at to.
+ * @param room  The bytes free at to.
  * @return The end of what was written.
  */
 inline char* escape(const char*& from, const char* end, char* to, std::size_t room)
