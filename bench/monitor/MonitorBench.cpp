@@ -1,39 +1,12 @@
 // Three engines that do nothing, with and without monitors, and the clock that a monitor reads.
 #include "camera/framework/EngineMonitor.h"
+#include "kit/Heap.h"
 
 #include <benchmark/benchmark.h>
 
 #include <array>
-#include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <memory>
-#include <new>
-
-namespace {
-
-std::atomic<std::uint64_t> allocations{0};
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    ++allocations;
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
 
 namespace {
 
@@ -87,11 +60,11 @@ void frameWithMonitors(benchmark::State& state)
     const Engines all = engines(true);
     const analytics_lib::YuvFrame frame;
     MetadataBuffers outputs;
-    const std::uint64_t before = allocations;
+    const std::size_t before = kit::allocationsOfThisThread();
     for (auto _ : state) {
         show(all, frame, outputs);
     }
-    if (allocations != before) {
+    if (kit::allocationsOfThisThread() != before) {
         state.SkipWithError("a frame allocates");
     }
 }
