@@ -3,6 +3,7 @@
 
 #include "camera/engines/ReferenceEngines.h"
 #include "camera/pipeline/Device.h"
+#include "kit/FakeDeviceServices.h"
 #include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -40,6 +41,7 @@ protected:
         _options.stateDir = _folder / "state";
         _options.engineCount = 2;
         _options.ptz.emplace();
+        _options.services = std::make_shared<FakeDeviceServices>();
         start();
     }
 
