@@ -1,8 +1,8 @@
 #pragma once
 
-#include "camera/framework/MetadataPool.h"
 #include "camera/pipeline/ActiveRules.h"
 #include "camera/pipeline/DeviceOptions.h"
+#include "camera/pipeline/FrameResult.h"
 #include "camera/pipeline/TargetClient.h"
 #include "camera/serviceapi/EventBus.h"
 #include "camera/video/Frame.h"
@@ -26,16 +26,6 @@ class ServiceApi;
 } // namespace camera::serviceapi
 
 namespace camera::pipeline {
-
-/// What became of one frame.
-struct FrameResult {
-    bool analysed = false; ///< false: it left the plug-in with an exception, or the device has ended
-
-    /// What the engines wrote for it, where it was analysed; valid until the next frame is delivered.
-    framework::MetadataPool::Outputs outputs;
-
-    explicit operator bool() const { return analysed; }
-};
 
 /// Counters since the device was built.
 struct Statistics {

@@ -1,17 +1,23 @@
+// What one run of the pipeline process owns, in which order that comes up and in which order it goes down. What becomes
+// of a frame is in FrameLoop, what is printed at the end in RunSummary.
+//
+// Up: the state folder, the input, the engine modules, the device with the plug-in, the overlay, the run's
+// configurations and tour, and the bus last, so that every client finds a complete camera.
+// Down: the input first, because its demuxer and the plug-in use one XML parser, which the plug-in takes down with it;
+// then what is on its way is delivered, the overlay is completed, the plug-in is destroyed, and the bus goes last.
 #include "camera/pipeline/PipelineRun.h"
 
-#include "camera/base/PrintableText.h"
-#include "camera/base/SizeText.h"
 #include "camera/base/StopSignal.h"
-#include "camera/onvif/ConfigurationFile.h"
 #include "camera/onvif/EventText.h"
 #include "camera/pipeline/BusPresence.h"
 #include "camera/pipeline/CameraBuilder.h"
 #include "camera/pipeline/DeviceServicesClient.h"
-#include "camera/pipeline/Pace.h"
+#include "camera/pipeline/FrameLoop.h"
+#include "camera/pipeline/FramePacer.h"
 #include "camera/pipeline/PipelineStatus.h"
 #include "camera/pipeline/RememberedCamera.h"
 #include "camera/pipeline/RunReport.h"
+#include "camera/pipeline/RunSummary.h"
 #include "camera/pipeline/Scenario.h"
 #include "camera/ptz/PositioningDriver.h"
 #include "camera/ptz/PositioningUnit.h"
@@ -20,9 +26,6 @@
 #include "camera/video/LibavLog.h"
 #include "camera/video/OpenSource.h"
 #include "camera/video/Overlay.h"
-#include "camera/video/Timestamp.h"
-#include "camera/video/TurnedFrame.h"
-#include "camera/video/View.h"
 
 #include <chrono>
 #include <filesystem>
@@ -34,31 +37,40 @@ namespace camera::pipeline {
 
 namespace {
 
-using base::Console;
-using base::printable;
-using base::sizeText;
-using onvif::ComponentName;
-using pipeline::summaryLine;
-
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kStatusInterval(200);
-constexpr std::chrono::seconds kClockInterval(5);
 constexpr std::chrono::seconds kPatienceAtTheEnd(2);
 constexpr double kWholeScene = 90; ///< any angle: a fixed camera sees as much as there is
 
-/// One run, from the files it reads to the summary. Members are declared in the order in which they are
-/// needed; end() takes them down in the order that the device asks for.
-class Run {
+video::PictureSize pictureSize(const base::RunOptions& run, video::PictureSize source)
+{
+    if (run.width != 0) {
+        return {run.width, run.height};
+    }
+    return run.camera.ptz ? video::defaultSize(source) : source;
+}
+
+// What the plug-in gets of a frame: what a PTZ camera sees of it, the whole picture scaled, or, without a view, the
+// frame.
+std::optional<video::View> viewOf(const std::optional<PtzOption>& ptz, video::PictureSize source,
+                                  video::PictureSize picture)
+{
+    if (!ptz && picture == source) {
+        return std::nullopt;
+    }
+    return video::View(ptz ? ptz->description.sceneAngleDegrees : kWholeScene, picture);
+}
+
+class PipelineRun {
 public:
-    Run(pipeline::PipelineOptions&& given, Console& console)
-        : given(std::move(given)),
-          options(this->given.run),
-          console(console),
-          scenario(options),
-          state(options.camera.stateDir)
+    PipelineRun(base::PipelineOptions&& options, base::Console& console)
+        : _options(std::move(options)),
+          _run(_options.run),
+          _console(console),
+          _scenario(_run),
+          _state(_run.camera.stateDir)
     {
-        this->given.run.camera = rememberedCamera(options.camera, state.path(), console);
+        _options.run.camera = rememberedCamera(_run.camera, _state.path(), console);
     }
 
     int execute()
@@ -66,353 +78,259 @@ public:
         if (!open()) {
             return 0;
         }
-        loop();
-        end();
         if (hasInput()) {
-            summary();
+            runFrames();
+        } else { // there are questions to answer only, and nothing moves
+            _stop.waitUntil(Clock::time_point::max());
         }
-        for (const std::string& failure : failures) {
-            console.error(failure);
+        const RunSummary summary = end();
+        if (hasInput()) {
+            for (const std::string& line : summary.lines()) {
+                _console.line(line);
+            }
         }
-        return failures.empty() ? 0 : 1;
+        for (const std::string& failure : _failures) {
+            _console.error(failure);
+        }
+        return _failures.empty() ? 0 : 1;
     }
 
 private:
+    bool hasInput() const { return _run.input != base::kNoInput; }
+
     // False when a signal came while the input was waited for.
     bool open()
     {
-        video::SourceOptions sourceOptions;
-        sourceOptions.loop = options.loop;
-        sourceOptions.notBefore = state.lastFrameTime();
-        sourceOptions.stop = &stop.flag();
-        pipeline::Options wanted = deviceOptions();
-        if (hasInput()) {
-            if (!openSource(sourceOptions)) {
-                return false;
-            }
-            openView(wanted);
+        Options options = deviceOptions();
+        if (hasInput() && !openSource()) {
+            return false;
         }
-        missingEngines = loadEngineModules(options.camera, wanted, console);
-        device = pipeline::buildCamera(wanted, console);
-        rememberCamera(options.camera, state.path());
-        if (hasInput() && (!options.overlay.empty() || !options.picture.empty())) {
-            overlay.emplace(video::OverlayFiles{options.overlay, options.picture}, pictureSize.width,
-                            pictureSize.height, source->framesPerSecond());
+        video::PictureSize picture;
+        if (_source) {
+            const video::PictureSize source{_source->width(), _source->height()};
+            picture = pictureSize(_run, source);
+            _view = viewOf(options.ptz, source, picture);
         }
-        connect();
-        for (const std::string& notice : scenario.begin(*device)) {
-            console.line(notice);
+        _missingEngines = loadEngineModules(_run.camera, options, _console);
+        _device = buildCamera(options, _console);
+        rememberCamera(_run.camera, _state.path());
+        if (_source && (!_run.overlay.empty() || !_run.picture.empty())) {
+            _overlay.emplace(video::OverlayFiles{_run.overlay, _run.picture}, picture.width, picture.height,
+                             _source->framesPerSecond());
         }
-        presence = std::make_unique<BusPresence>(
-            given.bus, *device,
+        _events = _device->onEvent([this](const base::Event& event) {
+            _report.event(event);
+            _console.line(onvif::describeEvent(event));
+        });
+        for (const std::string& notice : _scenario.begin(*_device)) {
+            _console.line(notice);
+        }
+        _presence = std::make_unique<BusPresence>(
+            _options.bus, *_device,
             PipelineObject::Report{[this] { return status(); },
-                                   [this] { return report.takeLongestFrameMilliseconds(); }});
+                                   [this] { return _report.takeLongestFrameMilliseconds(); }});
         return true;
     }
 
-    bool hasInput() const { return options.input != kNoInput; }
-
-    pipeline::Options deviceOptions()
+    Options deviceOptions()
     {
-        pipeline::Options wanted = pipeline::deviceOptions(options.camera, state.path());
-        wanted.metadataFile = options.metadata;
-        wanted.activeRulesChanged = [this](const auto& rules) { report.rulesChanged(rules); };
-        if (options.camera.ptz) {
-            wanted.ptz = Scenario::positioning(options);
-            wanted.ptz->keepState =
-                state.kept(); // also in a folder that goes with the camera: this process may be restarted
+        Options options = pipeline::deviceOptions(_run.camera, _state.path());
+        options.metadataFile = _run.metadata;
+        options.activeRulesChanged = [this](const auto& rules) { _report.rulesChanged(rules); };
+        if (_run.camera.ptz) {
+            options.ptz = Scenario::positioning(_run);
+            options.ptz->keepState =
+                _state.kept(); // also in a folder that goes with the camera: this process may be restarted
         }
-        wanted.services = services;
-        return wanted;
+        options.services = _services;
+        return options;
     }
 
-    // What the plug-in gets: the source's whole picture, scaled when a size is given, or what a PTZ camera sees of it.
-    void openView(const pipeline::Options& wanted)
+    bool openSource()
     {
-        pictureSize = {source->width(), source->height()};
-        const video::PictureSize whole = pictureSize;
-        if (wanted.ptz) {
-            pictureSize = video::defaultSize(whole);
-        }
-        if (options.width != 0) {
-            pictureSize = {options.width, options.height};
-        }
-        if (wanted.ptz) {
-            view.emplace(wanted.ptz->description.sceneAngleDegrees, pictureSize);
-        } else if (!(pictureSize == whole)) {
-            view.emplace(kWholeScene, pictureSize);
-        }
-    }
-
-    bool openSource(const video::SourceOptions& sourceOptions)
-    {
+        video::SourceOptions options;
+        options.loop = _run.loop;
+        options.notBefore = _state.lastFrameTime();
+        options.stop = &_stop.flag();
         try {
-            source = video::openSource(options.input, sourceOptions);
+            _source = video::openSource(_run.input, options);
             return true;
         } catch (const std::exception&) {
-            if (stop.stopped()) {
+            if (_stop.stopped()) {
                 return false;
             }
             throw;
         }
     }
 
-    void connect()
-    {
-        events = device->onEvent([this](const base::Event& event) {
-            report.event(event);
-            console.line(onvif::describeEvent(event));
-        });
-    }
-
-    // A failure is kept for the end, where it is the last that is read, and ends the run.
+    // A failure is kept for the end, where it is the last that is read.
     template <typename Action>
-    void guarded(const Action& action)
+    void keepFailure(const Action& action)
     {
         try {
             action();
         } catch (const std::exception& error) {
-            failures.emplace_back(error.what());
-            overlayFailed = true;
+            _failures.emplace_back(error.what());
         }
     }
 
-    void loop()
+    void runFrames()
     {
-        if (!hasInput()) { // there are questions to answer only, and nothing moves
-            return stop.waitUntil(Clock::time_point::max());
-        }
-        Pace pace(options.realSpeed, stop);
-        // At full speed the camera moves by the times of the frames, else by the clock, also while no frame comes.
+        FramePacer pacer(_stop);
         std::optional<ptz::PositioningDriver> driver;
-        if (options.realSpeed) {
-            driver.emplace(device->positioning());
+        if (_run.realSpeed) {
+            driver.emplace(_device->positioning());
         }
-        long long delivered = 0;
-        while (!stop.stopped() && failures.empty() && console.writable() &&
-               (options.frames == 0 || delivered < options.frames)) {
-            const std::optional<video::Frame> frame = nextFrame();
-            if (!frame) {
-                return;
-            }
-            pace.waitFor(video::nanosecondsOf(*frame));
-            if (stop.stopped()) {
-                return;
-            }
-            move(*frame);
-            deliver(seen(*frame));
-            ++delivered;
-            everyNowAndThen();
-        }
+        FrameLoop loop({_run.realSpeed, _run.frames}, std::move(_view), frameSteps(pacer), _report);
+        keepFailure([&] { loop.run(); });
+        _lastFrameTime = loop.lastFrameTime();
     }
 
-    void move(const video::Frame& frame)
+    FrameLoop::Steps frameSteps(FramePacer& pacer)
     {
-        if (!options.realSpeed && lastFrame != 0) {
-            device->positioning().advance(std::chrono::nanoseconds(video::nanosecondsOf(frame) - lastFrame));
-            device->control().drain(); // what it announced is true for this frame
+        FrameLoop::Steps steps;
+        steps.mayContinue = [this] { return !_stop.stopped() && _console.writable(); };
+        steps.read = [this] { return _source->next(); };
+        steps.waitUntilDue = [&pacer](std::int64_t nanoseconds) { pacer.waitUntilDue(nanoseconds); };
+        steps.advanceCamera = [this](std::chrono::nanoseconds time) { _device->positioning().advance(time); };
+        steps.drainControl = [this] { _device->control().drain(); };
+        steps.direction = [this] { return direction(); };
+        steps.orientation = [this] { return static_cast<int>(_services->orientation()); };
+        steps.deliver = [this](const video::Frame& frame) { return _device->deliver(frame); };
+        if (_overlay) {
+            steps.draw = [this](const video::Frame& upright, const video::Drawing& drawing) { draw(upright, drawing); };
         }
-        report.time(video::nanosecondsOf(frame));
+        steps.showStatus = [this] { _console.status(_report.status()); };
+        steps.keepTime = [this](std::int64_t nanoseconds) { keepTime(nanoseconds); };
+        return steps;
     }
 
-    video::Frame seen(const video::Frame& frame)
+    ViewDirection direction()
     {
-        if (!view) {
-            return frame;
+        if (!_run.camera.ptz) {
+            return {ptz::Position(), static_cast<unsigned int>(kWholeScene * 1000)};
         }
-        if (!options.camera.ptz) {
-            return view->of(frame, ptz::Position(), static_cast<unsigned int>(kWholeScene * 1000));
-        }
-        const ptz::Position position = device->positioning().position();
-        return view->of(frame, position, device->positioning().optics().angleOfView(position.zoom));
+        const ptz::Position position = _device->positioning().position();
+        return {position, _device->positioning().optics().angleOfView(position.zoom)};
     }
 
-    std::optional<video::Frame> nextFrame()
+    void draw(const video::Frame& upright, const video::Drawing& drawing)
     {
-        try {
-            return source->next();
-        } catch (const std::exception& error) {
-            failures.emplace_back(error.what());
-            return std::nullopt;
-        }
-    }
-
-    void deliver(const video::Frame& frame)
-    {
-        const int orientation = static_cast<int>(services->orientation());
-        const video::Frame delivered = video::turnedForDelivery(frame, orientation, turned);
-        const auto begin = Clock::now();
-        const FrameResult result = device->deliver(delivered);
-        report.frame(result.analysed, Clock::now() - begin);
-        const video::Drawing drawing = video::readDrawing(result.outputs.drawing, result.outputs.drawingBytes);
-        if (result) {
-            report.drawing(drawing);
-        }
-        guarded([&] {
-            if (overlay) {
-                overlay->add(frame, drawing, caption());
-            }
-        });
-        lastFrame = video::nanosecondsOf(frame);
+        _overlayComplete = false;
+        _overlay->add(upright, drawing, caption());
+        _overlayComplete = true;
     }
 
     // Where the camera looks and which rules are active there, for the picture.
     std::string caption() const
     {
-        const std::string rules = "rules: " + report.activeRules();
-        if (!options.camera.ptz) {
+        const std::string rules = "rules: " + _report.activeRules();
+        if (!_run.camera.ptz) {
             return rules;
         }
-        const std::string preset = device->positioning().activePreset();
+        const std::string preset = _device->positioning().activePreset();
         if (!preset.empty()) {
             return preset + "   " + rules;
         }
-        return (device->positioning().moving() ? "moving   " : "at no preset   ") + rules;
+        return (_device->positioning().moving() ? "moving   " : "at no preset   ") + rules;
+    }
+
+    void keepTime(std::int64_t nanoseconds) const
+    {
+        if (nanoseconds != 0 && _state.kept()) {
+            _state.keepLastFrameTime(nanoseconds);
+        }
     }
 
     PipelineStatus status()
     {
-        PipelineStatus status = pipelineStatus(*device, report);
-        status.input = options.input;
-        status.missingEngines = missingEngines;
-        status.orientation = services->orientation();
-        status.documentsTaken = services->documentsTaken();
-        status.documentsDropped += services->documentsLost();
+        PipelineStatus status = pipelineStatus(*_device, _report);
+        status.input = _run.input;
+        status.missingEngines = _missingEngines;
+        status.orientation = _services->orientation();
+        status.documentsTaken = _services->documentsTaken();
+        status.documentsDropped += _services->documentsLost();
         return status;
     }
 
-    void everyNowAndThen()
+    RunSummary end()
     {
-        const auto now = Clock::now();
-        if (now - lastStatus >= kStatusInterval) {
-            lastStatus = now;
-            console.status(report.status());
-        }
-        if (now - lastKept >= kClockInterval) {
-            lastKept = now;
-            keepTime();
-        }
-    }
-
-    void keepTime()
-    {
-        if (lastFrame != 0 && state.kept()) {
-            try {
-                state.keepLastFrameTime(lastFrame);
-            } catch (const std::exception& error) {
-                failures.emplace_back(error.what());
-            }
-        }
-    }
-
-    // Demuxer and muxer go before the plug-in: their library and the plug-in use one XML parser, which the
-    // plug-in takes down with it.
-    void end()
-    {
-        source.reset();
+        _source.reset();
         // A streamer that takes its time must not hold up the end, least of all one that somebody waits for.
-        services->finishBy(Clock::now() + (stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
-        device->drain();
-        if (overlay && !overlayFailed) {
-            guarded([&] { overlay->finish(); });
+        _services->finishBy(Clock::now() + (_stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
+        _device->drain();
+        if (_overlay && _overlayComplete) {
+            keepFailure([&] { _overlay->finish(); });
         }
-        for (const ActiveRules& rules : device->activeRules()) {
-            active.insert(active.end(), rules.components.begin(), rules.components.end());
-        }
-        device->shutdown();
-        presence.reset();
-        statistics = device->statistics();
-        events.reset();
-        keepTime();
+        const std::vector<ActiveRules> active = _device->activeRules();
+        _device->shutdown();
+        _presence.reset();
+        const Statistics statistics = _device->statistics();
+        _events.reset();
+        keepFailure([&] { keepTime(_lastFrameTime); });
         if (!statistics.metadataError.empty()) {
-            failures.push_back(statistics.metadataError);
+            _failures.push_back(statistics.metadataError);
         }
         if (statistics.framesFailed != 0) {
-            failures.push_back(std::to_string(statistics.framesFailed) +
-                               " frames could not be analysed; the log lines above name the reason.");
+            _failures.push_back(std::to_string(statistics.framesFailed) +
+                                " frames could not be analysed; the log lines above name the reason.");
         }
-        console.clearStatus();
+        _console.clearStatus();
+        return summaryOf(statistics, active);
     }
 
-    void summary()
+    RunSummary summaryOf(const Statistics& statistics, const std::vector<ActiveRules>& active) const
     {
-        console.line("");
-        console.line(summaryLine("input", options.input));
-        for (const std::string& line : report.summary()) {
-            console.line(line);
+        RunSummary summary;
+        summary.input = _run.input;
+        summary.report = _report.summary();
+        summary.eventsDropped = statistics.eventsDropped;
+        summary.documents = statistics.documents;
+        for (const ActiveRules& rules : active) {
+            summary.active.insert(summary.active.end(), rules.components.begin(), rules.components.end());
         }
-        if (statistics.eventsDropped != 0) {
-            console.line(summaryLine("", std::to_string(statistics.eventsDropped) + " were lost: the queue was full"));
+        summary.settings = _state.kept() && !_options.temporaryState ? _state.path().string() : "";
+        for (const std::string& path : {_run.metadata, _run.overlay, picturePath()}) {
+            std::error_code error;
+            const std::uintmax_t bytes = path.empty() ? 0 : std::filesystem::file_size(path, error);
+            if (!path.empty() && !error) {
+                summary.files.emplace_back(path, bytes);
+            }
         }
-        console.line(summaryLine("metadata", std::to_string(statistics.documents) + " documents"));
-        summaryOfConfiguration();
-        console.line(summaryLine("settings", state.kept() && !given.temporaryState
-                                                 ? state.path().string()
-                                                 : "not kept; --state DIR keeps them"));
-        summaryOfFile(options.metadata);
-        summaryOfFile(options.overlay);
-        summaryOfFile(overlay && !overlay->pictureWritten() ? "" : options.picture);
-        if (stop.stopped()) {
-            console.line(summaryLine("ended", "by a signal"));
-        }
+        summary.stopped = _stop.stopped();
+        return summary;
     }
 
-    void summaryOfConfiguration()
-    {
-        constexpr std::size_t kMost = 8;
-        for (std::size_t i = 0; i < active.size() && i < kMost; ++i) {
-            console.line(summaryLine(i == 0 ? "active" : "", printable(onvif::describe(active[i]))));
-        }
-        if (active.empty()) {
-            console.line(summaryLine("active", "none; --config FILE.xml gives rules"));
-        } else if (active.size() > kMost) {
-            console.line(summaryLine("", "and " + std::to_string(active.size() - kMost) + " more"));
-        }
-    }
+    std::string picturePath() const { return _overlay && !_overlay->pictureWritten() ? "" : _run.picture; }
 
-    void summaryOfFile(const std::string& path)
-    {
-        std::error_code error;
-        const std::uintmax_t size = path.empty() ? 0 : std::filesystem::file_size(path, error);
-        if (!path.empty() && !error) {
-            console.line(summaryLine("written", path + " (" + sizeText(size) + ")"));
-        }
-    }
-
-    pipeline::PipelineOptions given; ///< with what the state folder remembers
-    const pipeline::RunOptions& options;
-    Console& console;
-    const Scenario scenario;
-    base::StopSignal stop;
-    store::StateFolder state;
-    std::vector<std::string> failures;
-    std::vector<std::string> missingEngines; ///< paths of modules that the folder remembers and that cannot be loaded
-    pipeline::RunReport report;
-    std::optional<video::Overlay> overlay;
-    bool overlayFailed = false;
-    video::FramePool turned;
-    video::PictureSize pictureSize;
-    std::optional<video::View> view;
-    const std::shared_ptr<DeviceServicesClient> services =
-        std::make_shared<DeviceServicesClient>(DeviceServicesClient::Options{given.bus});
-    std::unique_ptr<pipeline::Device> device;
-    std::unique_ptr<BusPresence> presence;
-    serviceapi::EventBus::Subscription events;
-    std::unique_ptr<video::FrameSource> source; ///< last: gone before the device, also after a failure
-    pipeline::Statistics statistics;
-    std::vector<ComponentName> active;
-    std::int64_t lastFrame = 0;
-    Clock::time_point lastStatus;
-    Clock::time_point lastKept = Clock::now();
+    base::PipelineOptions _options; ///< with what the state folder remembers
+    const base::RunOptions& _run;
+    base::Console& _console;
+    const Scenario _scenario;
+    base::StopSignal _stop;
+    store::StateFolder _state;
+    std::vector<std::string> _failures;
+    std::vector<std::string> _missingEngines; ///< paths of modules that the folder remembers and that cannot be loaded
+    RunReport _report;
+    std::optional<video::Overlay> _overlay;
+    bool _overlayComplete = true; ///< false: drawing a frame failed
+    std::optional<video::View> _view;
+    const std::shared_ptr<DeviceServicesClient> _services =
+        std::make_shared<DeviceServicesClient>(DeviceServicesClient::Options{_options.bus});
+    std::unique_ptr<Device> _device;
+    std::unique_ptr<BusPresence> _presence;
+    serviceapi::EventBus::Subscription _events;
+    std::unique_ptr<video::FrameSource> _source; ///< last: gone before the device, also after a failure
+    std::int64_t _lastFrameTime = 0;
 };
 
 } // namespace
 
-int runPipeline(pipeline::PipelineOptions options, base::Console& console)
+int runPipeline(base::PipelineOptions options, base::Console& console)
 {
     video::routeLibavLog(options.run.camera.verbosity > 0);
     try {
-        return Run(std::move(options), console).execute();
+        return PipelineRun(std::move(options), console).execute();
     } catch (const std::exception& error) {
         console.clearStatus();
         console.error(error.what());

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "camera/base/Console.h"
-#include "camera/pipeline/RunOptions.h"
+#include "camera/base/RunOptions.h"
 
 namespace camera::pipeline {
 
 /// The pipeline process, from its first frame to its last: returns the exit code, 0 or 1; a failure has been
 /// printed.
-int runPipeline(pipeline::PipelineOptions options, base::Console& console);
+int runPipeline(base::PipelineOptions options, base::Console& console);
 
 } // namespace camera::pipeline

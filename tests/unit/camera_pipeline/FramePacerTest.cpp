@@ -1,4 +1,4 @@
-#include "camera/pipeline/Pace.h"
+#include "camera/pipeline/FramePacer.h"
 
 #include <gtest/gtest.h>
 
@@ -7,39 +7,31 @@
 namespace {
 
 using camera::base::StopSignal;
-using camera::pipeline::Pace;
+using camera::pipeline::FramePacer;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::int64_t kMillisecond = 1000000;
 constexpr std::int64_t kYear = 365LL * 24 * 3600 * 1000 * kMillisecond;
 
-TEST(PaceTest, aFrameComesNoEarlierThanItsTimeSays)
+TEST(FramePacerTest, aFrameComesNoEarlierThanItsTimeSays)
 {
     const StopSignal stop;
-    Pace pace(true, stop);
+    FramePacer pacer(stop);
     const std::int64_t first = 1700000000LL * 1000 * kMillisecond;
     const auto begin = Clock::now();
-    pace.waitFor(first);
-    pace.waitFor(first + 30 * kMillisecond);
+    pacer.waitUntilDue(first);
+    pacer.waitUntilDue(first + 30 * kMillisecond);
     EXPECT_GE(Clock::now() - begin, std::chrono::milliseconds(30));
-    pace.waitFor(first - kYear); // a frame that is late already
+    pacer.waitUntilDue(first - kYear); // a frame that is late already
 }
 
-TEST(PaceTest, atFullSpeedNobodyWaits)
+TEST(FramePacerTest, aSignalEndsTheWait)
 {
     const StopSignal stop;
-    Pace pace(false, stop);
-    pace.waitFor(0);
-    pace.waitFor(kYear);
-}
-
-TEST(PaceTest, aSignalEndsTheWait)
-{
-    const StopSignal stop;
-    Pace pace(true, stop);
-    pace.waitFor(0);
+    FramePacer pacer(stop);
+    pacer.waitUntilDue(0);
     std::raise(SIGTERM);
-    pace.waitFor(kYear);
+    pacer.waitUntilDue(kYear);
     EXPECT_TRUE(stop.stopped());
 }
 
