@@ -9,7 +9,7 @@ namespace camera::pipeline {
 
 using bus::Session;
 
-BusPresence::BusPresence(const std::string& address, pipeline::Device& device, PipelineObject::Report report)
+BusPresence::BusPresence(const std::string& address, Device& device, PipelineObject::Report report)
     : _connection(address, "the pipeline"),
       _analytics(_connection.add<AnalyticsObject>([&device](const std::shared_ptr<Session>& session) {
           return std::make_shared<AnalyticsObject>(session, device.target(), device.control());

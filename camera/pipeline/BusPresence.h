@@ -19,7 +19,7 @@ namespace camera::pipeline {
  */
 class BusPresence {
 public:
-    BusPresence(const std::string& address, pipeline::Device& device, PipelineObject::Report report);
+    BusPresence(const std::string& address, Device& device, PipelineObject::Report report);
     ~BusPresence();
     BusPresence(const BusPresence&) = delete;
     BusPresence& operator=(const BusPresence&) = delete;

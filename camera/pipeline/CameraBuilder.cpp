@@ -22,7 +22,7 @@ base::LogLevel logLevel(int verbosity)
 }
 
 // Why no engine takes a configuration, as far as its types tell.
-std::string refusalReason(pipeline::TargetClient& target, const std::vector<onvif::ComponentName>& given)
+std::string refusalReason(TargetClient& target, const std::vector<onvif::ComponentName>& given)
 {
     const std::vector<std::string> rules = target.supportedRules();
     const std::vector<std::string> modules = target.supportedEngines();
@@ -42,9 +42,9 @@ std::string refusalReason(pipeline::TargetClient& target, const std::vector<onvi
 
 } // namespace
 
-pipeline::Options deviceOptions(const CameraOptions& options, const std::filesystem::path& stateDir)
+Options deviceOptions(const base::CameraOptions& options, const std::filesystem::path& stateDir)
 {
-    pipeline::Options result;
+    Options result;
     result.pluginPath = base::pluginPath(options.plugin, base::programFolder());
     result.stateDir = stateDir;
     if (options.ptz) {
@@ -57,17 +57,17 @@ pipeline::Options deviceOptions(const CameraOptions& options, const std::filesys
     return result;
 }
 
-std::unique_ptr<pipeline::Device> buildCamera(const pipeline::Options& deviceOptions, base::Console& console)
+std::unique_ptr<Device> buildCamera(const Options& deviceOptions, base::Console& console)
 {
     base::Log::instance().setWriter([&console](const std::string& line) { console.log(line); });
-    auto device = std::make_unique<pipeline::Device>(deviceOptions);
+    auto device = std::make_unique<Device>(deviceOptions);
     for (const std::string& notice : device->environment().settings.notices()) {
         console.error(notice);
     }
     return device;
 }
 
-bool configure(pipeline::Device& device, const std::string& xml, const std::string& origin)
+bool configure(Device& device, const std::string& xml, const std::string& origin)
 {
     const std::vector<onvif::ComponentName> given = onvif::componentsOf(xml);
     if (!device.target().setConfiguration(xml)) {

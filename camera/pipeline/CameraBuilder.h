@@ -1,8 +1,8 @@
 #pragma once
 
 #include "camera/base/Console.h"
+#include "camera/base/RunOptions.h"
 #include "camera/pipeline/Device.h"
-#include "camera/pipeline/RunOptions.h"
 
 #include <filesystem>
 #include <memory>
@@ -12,11 +12,11 @@ namespace camera::pipeline {
 
 /// The device's options that follow from the command line.
 /// @throws std::runtime_error as base::pluginPath().
-pipeline::Options deviceOptions(const CameraOptions& options, const std::filesystem::path& stateDir);
+Options deviceOptions(const base::CameraOptions& options, const std::filesystem::path& stateDir);
 
 /// Builds the device and prints what it has to say about its settings.
 /// @throws std::runtime_error with one sentence.
-std::unique_ptr<pipeline::Device> buildCamera(const pipeline::Options& deviceOptions, base::Console& console);
+std::unique_ptr<Device> buildCamera(const Options& deviceOptions, base::Console& console);
 
 /**
  * Hands one configuration to the camera.
@@ -24,6 +24,6 @@ std::unique_ptr<pipeline::Device> buildCamera(const pipeline::Options& deviceOpt
  * @return whether it is active at the place where the camera stands.
  * @throws std::runtime_error with one sentence when the camera refuses it or cannot keep it.
  */
-bool configure(pipeline::Device& device, const std::string& xml, const std::string& origin);
+bool configure(Device& device, const std::string& xml, const std::string& origin);
 
 } // namespace camera::pipeline

@@ -108,7 +108,7 @@ bool isFile(const std::string& model)
 
 } // namespace
 
-CameraOptions rememberedCamera(CameraOptions options, const fs::path& stateDir, base::Console& console)
+base::CameraOptions rememberedCamera(base::CameraOptions options, const fs::path& stateDir, base::Console& console)
 {
     const Remembered camera = cameraOf(stateDir, console);
     options.ptz = options.ptz || camera.movable;
@@ -122,7 +122,7 @@ CameraOptions rememberedCamera(CameraOptions options, const fs::path& stateDir, 
     return options;
 }
 
-void rememberCamera(const CameraOptions& options, const fs::path& stateDir)
+void rememberCamera(const base::CameraOptions& options, const fs::path& stateDir)
 {
     Remembered camera{options.ptz, isFile(options.model) ? absolute(options.model) : options.model, {}};
     std::transform(options.engines.begin(), options.engines.end(), std::back_inserter(camera.engines), absolute);
@@ -141,7 +141,7 @@ void rememberCamera(const CameraOptions& options, const fs::path& stateDir)
     }
 }
 
-std::vector<std::string> loadEngineModules(const CameraOptions& options, Options& device, base::Console& console)
+std::vector<std::string> loadEngineModules(const base::CameraOptions& options, Options& device, base::Console& console)
 {
     std::vector<std::string> gone;
     for (const std::string& path : options.engines) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "camera/base/Console.h"
+#include "camera/base/RunOptions.h"
 #include "camera/pipeline/DeviceOptions.h"
-#include "camera/pipeline/RunOptions.h"
 
 #include <filesystem>
 #include <vector>
@@ -14,15 +14,16 @@ namespace camera::pipeline {
 
 /// What a camera on this folder is made of: what the options do not say is what the folder remembers.
 /// A file that cannot be read is reported in one line.
-CameraOptions rememberedCamera(CameraOptions options, const std::filesystem::path& stateDir, base::Console& console);
+base::CameraOptions rememberedCamera(base::CameraOptions options, const std::filesystem::path& stateDir,
+                                     base::Console& console);
 
 /// Keeps it; the caller holds the folder's lock. A file that could not be read is set aside.
 /// @throws std::exception with one sentence when it cannot be written.
-void rememberCamera(const CameraOptions& options, const std::filesystem::path& stateDir);
+void rememberCamera(const base::CameraOptions& options, const std::filesystem::path& stateDir);
 
 /// Loads the engine modules for a device. Of remembered modules those that cannot be loaded are reported in one line
 /// each.
 /// @return these, by path. @throws std::runtime_error with one sentence for a module that the options name.
-std::vector<std::string> loadEngineModules(const CameraOptions& options, Options& device, base::Console& console);
+std::vector<std::string> loadEngineModules(const base::CameraOptions& options, Options& device, base::Console& console);
 
 } // namespace camera::pipeline

@@ -64,25 +64,25 @@ private:
         std::string active;
     };
 
-    mutable std::mutex mutex;
-    std::chrono::steady_clock::time_point start;
-    std::uint64_t frames = 0;
-    std::uint64_t failed = 0;
-    std::size_t objectsNow = 0;
-    std::size_t objectsAtOnce = 0;
-    std::unordered_set<std::uint32_t> objectIds;
-    std::uint64_t events = 0;
-    std::map<std::string, std::uint64_t> eventsOfTopic;
-    std::int64_t firstTime = 0;
-    std::int64_t lastTime = 0;
-    std::deque<Switch> switches; ///< the last ones
-    std::uint64_t switchCount = 0;
-    std::vector<ActiveRules> rulesNow;
-    std::chrono::nanoseconds longest{0};
-    std::chrono::nanoseconds longestLately{0};
-    std::chrono::steady_clock::time_point windowStart;
-    std::uint64_t windowFrames = 0;
-    double windowRate = 0;
+    mutable std::mutex _mutex;
+    std::chrono::steady_clock::time_point _start;
+    std::uint64_t _frames = 0;
+    std::uint64_t _failed = 0;
+    std::size_t _objectsNow = 0;
+    std::size_t _objectsAtOnce = 0;
+    std::unordered_set<std::uint32_t> _objectIds;
+    std::uint64_t _events = 0;
+    std::map<std::string, std::uint64_t> _eventsOfTopic;
+    std::int64_t _firstTime = 0;
+    std::int64_t _lastTime = 0;
+    std::deque<Switch> _switches; ///< the last ones
+    std::uint64_t _switchCount = 0;
+    std::vector<ActiveRules> _rulesNow;
+    std::chrono::nanoseconds _longest{0};
+    std::chrono::nanoseconds _longestLately{0};
+    std::chrono::steady_clock::time_point _windowStart;
+    std::uint64_t _windowFrames = 0;
+    double _windowRate = 0;
 };
 
 /// "  frames      " and so on: the left column of a summary line, then its text.

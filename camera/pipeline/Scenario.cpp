@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kTourName = "start";
 
-pipeline::PresetOption presetOf(const pipeline::PlaceOption& place)
+PresetOption presetOf(const base::PlaceOption& place)
 {
     constexpr long kTurn = 360000;
     const long pan = std::lround(place.pan * 1000) % kTurn;
@@ -33,17 +33,17 @@ void requireDone(const ptz::CommandResult& result)
 
 } // namespace
 
-Scenario::Scenario(const pipeline::RunOptions& options) : _options(options)
+Scenario::Scenario(const base::RunOptions& options) : _options(options)
 {
     for (const std::string& file : options.configFiles) {
         _files.push_back({file, onvif::readConfiguration(file)});
     }
 }
 
-pipeline::PtzOption Scenario::positioning(const pipeline::RunOptions& options)
+PtzOption Scenario::positioning(const base::RunOptions& options)
 {
-    pipeline::PtzOption result;
-    for (const pipeline::PlaceOption& place : options.places) {
+    PtzOption result;
+    for (const base::PlaceOption& place : options.places) {
         result.presets.push_back(presetOf(place));
     }
     result.arriveAt = options.camera.preset;
@@ -53,11 +53,11 @@ pipeline::PtzOption Scenario::positioning(const pipeline::RunOptions& options)
     return result;
 }
 
-std::vector<std::string> Scenario::begin(pipeline::Device& device) const
+std::vector<std::string> Scenario::begin(Device& device) const
 {
     std::vector<std::string> notices;
     for (const File& file : _files) {
-        const bool active = pipeline::configure(device, file.xml, file.name);
+        const bool active = configure(device, file.xml, file.name);
         if (!active && _options.tour.empty()) {
             notices.push_back("'" + file.name + "' is stored for another place than the one where the camera stands.");
         }
@@ -68,12 +68,12 @@ std::vector<std::string> Scenario::begin(pipeline::Device& device) const
     return notices;
 }
 
-void Scenario::startTour(pipeline::Device& device) const
+void Scenario::startTour(Device& device) const
 {
     ptz::PositioningUnit& unit = device.positioning();
     ptz::Tour tour;
     tour.name = kTourName;
-    for (const pipeline::TourStopOption& stop : _options.tour) {
+    for (const base::TourStopOption& stop : _options.tour) {
         ptz::TourStop entry;
         entry.preset = stop.preset;
         entry.dwell = std::chrono::milliseconds(std::lround(stop.seconds * 1000));

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "camera/base/RunOptions.h"
 #include "camera/pipeline/Device.h"
-#include "camera/pipeline/RunOptions.h"
 
 #include <string>
 #include <utility>
@@ -14,17 +14,17 @@ namespace camera::pipeline {
 class Scenario {
 public:
     /// @throws std::runtime_error with one sentence for a file that cannot be read or is no configuration.
-    explicit Scenario(const pipeline::RunOptions& options);
+    explicit Scenario(const base::RunOptions& options);
 
     /**
      * Gives the device its configurations and starts the tour.
      * @return sentences for people about what will not be active where the camera stands.
      * @throws std::runtime_error with one sentence when the camera refuses one.
      */
-    std::vector<std::string> begin(pipeline::Device& device) const;
+    std::vector<std::string> begin(Device& device) const;
 
     /// The positioning of a camera that begins like this.
-    static pipeline::PtzOption positioning(const pipeline::RunOptions& options);
+    static PtzOption positioning(const base::RunOptions& options);
 
 private:
     struct File {
@@ -32,9 +32,9 @@ private:
         std::string xml;
     };
 
-    void startTour(pipeline::Device& device) const;
+    void startTour(Device& device) const;
 
-    const pipeline::RunOptions& _options;
+    const base::RunOptions& _options;
     std::vector<File> _files;
 };
 

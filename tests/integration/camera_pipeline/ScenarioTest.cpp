@@ -8,7 +8,7 @@
 
 namespace {
 
-using camera::pipeline::RunOptions;
+using camera::base::RunOptions;
 using camera::pipeline::Scenario;
 using testing::ElementsAre;
 using testing::HasSubstr;
