@@ -1,5 +1,6 @@
 // Three engines that do nothing, with and without monitors, and the clock that a monitor reads.
 #include "camera/framework/EngineMonitor.h"
+#include "kit/FakeEngine.h"
 #include "kit/Heap.h"
 
 #include <benchmark/benchmark.h>
@@ -12,34 +13,13 @@ namespace {
 
 using analytics_lib::IOnvifAnalytics;
 
-class EmptyEngine final : public IOnvifAnalytics {
-public:
-    std::string getName() const override { return "Empty"; }
-    bool isEngineConfiguration(const std::string& /*config*/) override { return false; }
-    void setEventHandler(analytics_lib::IEventHandler* /*handler*/) override {}
-    bool onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffers& /*outputs*/) override
-    {
-        benchmark::DoNotOptimize(frame.data);
-        return true;
-    }
-    std::vector<std::string> getEventTopics() override { return {}; }
-    std::vector<std::string> getSupportedEngines() override { return {}; }
-    std::vector<std::string> getSupportedRules() override { return {}; }
-    bool readFramesFromFile(const char* /*path*/, bool /*flag*/) override { return false; }
-    bool writeFramesToFile(const char* /*path*/, unsigned int /*count*/) override { return false; }
-    analytics_lib::IRuleSet* createRuleSet() override { return nullptr; }
-    void releaseRuleSet(analytics_lib::IRuleSet* /*ruleSet*/) override {}
-    bool activateRuleSet(analytics_lib::IRuleSet* /*ruleSet*/) override { return false; }
-    void clearAllRules() override {}
-};
-
 using Engines = std::array<std::shared_ptr<IOnvifAnalytics>, 3>;
 
 Engines engines(bool watched)
 {
     Engines all;
     for (auto& engine : all) {
-        engine = std::make_shared<EmptyEngine>();
+        engine = std::make_shared<kit::FakeEngine>("Empty");
         if (watched) {
             engine = std::make_shared<camera::framework::EngineMonitor>(
                 engine, std::make_shared<camera::framework::EngineRecord>("Empty", nullptr));

@@ -1,10 +1,10 @@
 // The power goes while the device writes its settings: at any call of the file system, with any part of what
 // was not synced on the disk.
-#include "unit/camera_power/DiskModel.h"
-#include "unit/camera_power/DiskWatch.h"
-#include "unit/camera_power/PowerFixture.h"
-#include "unit/camera_power/Recording.h"
-#include "unit/camera_power/Workload.h"
+#include "integration/camera_power/DiskModel.h"
+#include "integration/camera_power/DiskWatch.h"
+#include "integration/camera_power/PowerFixture.h"
+#include "integration/camera_power/Recording.h"
+#include "integration/camera_power/Workload.h"
 
 #include "camera/serviceapi/ServiceApi.h"
 

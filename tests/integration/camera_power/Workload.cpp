@@ -1,7 +1,7 @@
-#include "unit/camera_power/Workload.h"
+#include "integration/camera_power/Workload.h"
 
 #include "camera/ptz/PositioningUnit.h"
-#include "unit/camera_power/PowerFixture.h"
+#include "integration/camera_power/PowerFixture.h"
 
 std::size_t Workload::below(std::size_t bound)
 {

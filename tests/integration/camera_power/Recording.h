@@ -1,8 +1,8 @@
 #pragma once
 
 #include "camera/store/SettingsStore.h"
-#include "unit/camera_power/DiskCall.h"
-#include "unit/camera_power/DiskWatch.h"
+#include "integration/camera_power/DiskCall.h"
+#include "integration/camera_power/DiskWatch.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Single bytes and ends of the settings file go bad while the device is off.
-#include "unit/camera_power/DiskWatch.h"
-#include "unit/camera_power/PowerFixture.h"
+#include "integration/camera_power/DiskWatch.h"
+#include "integration/camera_power/PowerFixture.h"
 
 #include <algorithm>
 #include <iostream>

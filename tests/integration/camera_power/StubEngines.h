@@ -8,8 +8,7 @@
 #include <vector>
 
 /**
- * Two engines, "Motion" and "Line", that accept everything and
- * keep it as it is. A rule or a document is for "Line" when it says so.
+ * Two engines, "Motion" and "Line", that keep what they are given as it is. The type of a rule names its engine.
  */
 class StubEngines {
 public:

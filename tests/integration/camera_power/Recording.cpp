@@ -1,6 +1,6 @@
-#include "unit/camera_power/Recording.h"
+#include "integration/camera_power/Recording.h"
 
-#include "unit/camera_power/PowerFixture.h"
+#include "integration/camera_power/PowerFixture.h"
 
 #include <algorithm>
 #include <iterator>

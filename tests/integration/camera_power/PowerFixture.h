@@ -1,8 +1,8 @@
 #pragma once
 
 #include "camera/pipeline/Device.h"
-#include "unit/camera_power/DiskCall.h"
-#include "unit/camera_power/StubEngines.h"
+#include "integration/camera_power/DiskCall.h"
+#include "integration/camera_power/StubEngines.h"
 #include "unit/camera_store/TemporaryFolder.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 // The file system refuses: at any call, once or from then on. Clients are told, frames go on, and what stands
 // on the disk is what the next start works with.
-#include "unit/camera_power/DiskWatch.h"
-#include "unit/camera_power/PowerFixture.h"
+#include "integration/camera_power/DiskWatch.h"
+#include "integration/camera_power/PowerFixture.h"
 
 #include "camera/serviceapi/ServiceApi.h"
 

@@ -1,4 +1,4 @@
-#include "unit/camera_power/PowerFixture.h"
+#include "integration/camera_power/PowerFixture.h"
 
 #include "camera/base/Log.h"
 #include "camera/serviceapi/ServiceApi.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "unit/camera_power/DiskCall.h"
+#include "integration/camera_power/DiskCall.h"
 
 #include <cstddef>
 #include <random>

@@ -1,4 +1,4 @@
-#include "unit/camera_power/DiskModel.h"
+#include "integration/camera_power/DiskModel.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "unit/camera_power/DiskWatch.h"
+#include "integration/camera_power/DiskWatch.h"
 
 #include <atomic>
 #include <cerrno>
