@@ -1,7 +1,6 @@
 // An engine that detects nothing and writes down what it is told, a line each, into the file that JOURNAL_FILE names.
 #include "camera/kit/EngineModule.h"
-#include "plugin/analytics/IEventHandler.h"
-#include "plugin/analytics/IRuleSet.h"
+#include "kit/FakeEngine.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -10,27 +9,6 @@
 #include <string>
 
 namespace {
-
-using analytics_lib::IOnvifAnalytics;
-
-/// Takes every text for nothing.
-class NoRules final : public analytics_lib::IRuleSet {
-public:
-    bool validateFullConfig(const std::string& /*config*/) override { return false; }
-    bool validateConfig(const std::string& /*name*/, const std::string& /*type*/,
-                        const std::string& /*parameters*/) override
-    {
-        return false;
-    }
-    bool setConfig(const std::string& /*name*/, const std::string& /*type*/, const std::string& /*parameters*/) override
-    {
-        return false;
-    }
-    bool detach() override { return true; }
-    bool deleteBehavior(const std::string& /*name*/) override { return false; }
-    bool setFullConfig(const std::string& /*config*/) override { return false; }
-    std::string getFullConfig() override { return ""; }
-};
 
 /// FNV-1a of what is seen, without what pads the rows.
 std::uint64_t pixels(const analytics_lib::YuvFrame& frame)
@@ -44,25 +22,20 @@ std::uint64_t pixels(const analytics_lib::YuvFrame& frame)
     return hash;
 }
 
-class JournalEngine final : public IOnvifAnalytics {
+class JournalEngine final : public kit::FakeEngine {
 public:
-    JournalEngine()
+    JournalEngine() : FakeEngine("Journal")
     {
-        const char* const name = std::getenv("JOURNAL_FILE");
-        _file.reset(std::fopen(name == nullptr ? "/dev/null" : name, "ae"));
-    }
-
-    std::string getName() const override { return "Journal"; }
-    bool isEngineConfiguration(const std::string& /*config*/) override { return false; }
-    void setEventHandler(analytics_lib::IEventHandler* /*handler*/) override {}
-
-    bool onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs) override
-    {
-        outputs.drawingBufferUsed = 0;
-        write("frame %u.%09u %llux%llu %u %d %u %016llx\n", frame.timestamp[0], frame.timestamp[1],
-              static_cast<unsigned long long>(frame.width), static_cast<unsigned long long>(frame.height), frame.pan,
-              frame.tilt, frame.zoom, static_cast<unsigned long long>(frame.data == nullptr ? 0 : pixels(frame)));
-        return true;
+        const char* const file = std::getenv("JOURNAL_FILE");
+        _file.reset(std::fopen(file == nullptr ? "/dev/null" : file, "ae"));
+        frameScript = [this](const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs) {
+            outputs.drawingBufferUsed = 0;
+            write("frame %u.%09u %llux%llu %u %d %u %016llx\n", frame.timestamp[0], frame.timestamp[1],
+                  static_cast<unsigned long long>(frame.width), static_cast<unsigned long long>(frame.height),
+                  frame.pan, frame.tilt, frame.zoom,
+                  static_cast<unsigned long long>(frame.data == nullptr ? 0 : pixels(frame)));
+            return true;
+        };
     }
 
     void onWindowBlankingChange(bool enabled, const analytics_lib::ColorYuv& color) override
@@ -70,10 +43,6 @@ public:
         write("blanking %s %d %d %d\n", enabled ? "on" : "off", color.y, color.u, color.v);
     }
     void onOrientationChanged(unsigned int degrees) override { write("orientation %u\n", degrees); }
-
-    std::vector<std::string> getEventTopics() override { return {}; }
-    std::vector<std::string> getSupportedEngines() override { return {}; }
-    std::vector<std::string> getSupportedRules() override { return {}; }
 
     bool readFramesFromFile(const char* path, bool flag) override
     {
@@ -85,14 +54,6 @@ public:
         write("write %s %u\n", path, count);
         return true;
     }
-
-    analytics_lib::IRuleSet* createRuleSet() override { return std::make_unique<NoRules>().release(); }
-    void releaseRuleSet(analytics_lib::IRuleSet* ruleSet) override
-    {
-        const std::unique_ptr<NoRules> gone(static_cast<NoRules*>(ruleSet));
-    }
-    bool activateRuleSet(analytics_lib::IRuleSet* /*ruleSet*/) override { return false; }
-    void clearAllRules() override {}
 
 private:
     // One write a line: the control thread and the frame thread both come here, and a reader waits for lines.
@@ -115,4 +76,6 @@ private:
 
 DETECTION_ENGINE_MODULE("Journal",
                         [](void* /*log*/, std::shared_ptr<analytics_lib::IAnalyticsPtz> /*ptz*/)
-                            -> std::shared_ptr<IOnvifAnalytics> { return std::make_shared<JournalEngine>(); })
+                            -> std::shared_ptr<analytics_lib::IOnvifAnalytics> {
+                            return std::make_shared<JournalEngine>();
+                        })
