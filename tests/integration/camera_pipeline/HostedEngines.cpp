@@ -1,13 +1,9 @@
 #include "integration/camera_pipeline/HostedEngines.h"
 
-#include "plugin/analytics/IRuleSet.h"
+#include "kit/FakeEngine.h"
 
 #include <algorithm>
 #include <utility>
-
-using analytics_lib::IOnvifAnalytics;
-using analytics_lib::IRuleSet;
-using analytics_lib::YuvFrame;
 
 Hosted& Hosted::instance()
 {
@@ -82,104 +78,57 @@ std::string documentFor(const std::string& engine, const std::string& preset, co
 
 namespace {
 
-class HostedRuleSet final : public IRuleSet {
+/// Accepts everything but what is called invalid, and notes the operations of the control side.
+class HostedEngine final : public kit::FakeEngine {
 public:
-    bool validateFullConfig(const std::string& config) override { return config.find("invalid") == std::string::npos; }
-    bool validateConfig(const std::string& /*name*/, const std::string& type, const std::string& /*values*/) override
+    explicit HostedEngine(const std::string& engineName) : FakeEngine(engineName)
     {
-        return type != "invalid";
+        claims = [this](const std::string& config) { return config.find("for=\"" + name + "\"") != std::string::npos; };
+        acceptsFull = [](const std::string& config) { return config.find("invalid") == std::string::npos; };
+        accepts = [](const kit::Component& component) { return component.type != "invalid"; };
+        topics = {"tns1:RuleEngine/" + name};
+        engines = {"tt:" + name + "Engine"};
+        rules = {"tt:" + name + "Rule", "tt:Other"};
+        frameScript = [this](const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs) {
+            const auto& script = Hosted::instance().onFrame;
+            return !script || script(name, frame, outputs);
+        };
+        for (const char* call : {"isEngineConfiguration", "setEventHandler", "getEventTopics", "createRuleSet",
+                                 "releaseRuleSet", "clearAllRules"}) {
+            before[call] = [this, call] { const Hosted::Operation noted(name + " " + call); };
+        }
     }
-    bool setConfig(const std::string& name, const std::string& type, const std::string& /*parameters*/) override
-    {
-        _content = "<" + type + " Name=\"" + name + "\"/>";
-        return true;
-    }
-    bool detach() override { return true; }
-    bool deleteBehavior(const std::string& name) override
-    {
-        return _content.find("\"" + name + "\"") != std::string::npos;
-    }
-    bool setFullConfig(const std::string& config) override
-    {
-        _content = config;
-        return true;
-    }
-    std::string getFullConfig() override { return _content; }
+    ~HostedEngine() override { const Hosted::Operation noted(name + " destroyed"); }
 
-private:
-    std::string _content;
-};
-
-class HostedEngine final : public IOnvifAnalytics {
-public:
-    explicit HostedEngine(std::string name) : _name(std::move(name)) {}
-    ~HostedEngine() override { const Hosted::Operation noted(_name + " destroyed"); }
-
-    std::string getName() const override { return _name; }
-    bool isEngineConfiguration(const std::string& config) override
-    {
-        const Hosted::Operation noted(_name + " isEngineConfiguration");
-        return config.find("for=\"" + _name + "\"") != std::string::npos;
-    }
     void setEventHandler(analytics_lib::IEventHandler* handler) override
     {
-        const Hosted::Operation noted(_name + " setEventHandler");
+        FakeEngine::setEventHandler(handler);
         Hosted::instance().events = handler;
-    }
-    bool onFrame(const YuvFrame& frame, MetadataBuffers& outputs) override
-    {
-        const auto& script = Hosted::instance().onFrame;
-        return !script || script(_name, frame, outputs);
     }
     void onWindowBlankingChange(bool enabled, const analytics_lib::ColorYuv& color) override
     {
-        const Hosted::Operation noted(_name + " blanking " + (enabled ? "on " : "off ") + std::to_string(color.y) +
-                                      "," + std::to_string(color.u) + "," + std::to_string(color.v));
+        const Hosted::Operation noted(name + " blanking " + (enabled ? "on " : "off ") + std::to_string(color.y) + "," +
+                                      std::to_string(color.u) + "," + std::to_string(color.v));
     }
     void onOrientationChanged(unsigned int degrees) override
     {
-        const Hosted::Operation noted(_name + " orientation " + std::to_string(degrees));
+        const Hosted::Operation noted(name + " orientation " + std::to_string(degrees));
     }
-    std::vector<std::string> getEventTopics() override
-    {
-        const Hosted::Operation noted(_name + " getEventTopics");
-        return {"tns1:RuleEngine/" + _name};
-    }
-    std::vector<std::string> getSupportedEngines() override { return {"tt:" + _name + "Engine"}; }
-    std::vector<std::string> getSupportedRules() override { return {"tt:" + _name + "Rule", "tt:Other"}; }
     bool readFramesFromFile(const char* path, bool flag) override
     {
-        const Hosted::Operation noted(_name + " reads " + path + (flag ? " flagged" : ""));
+        const Hosted::Operation noted(name + " reads " + path + (flag ? " flagged" : ""));
         return true;
     }
     bool writeFramesToFile(const char* path, unsigned int count) override
     {
-        const Hosted::Operation noted(_name + " writes " + path + " " + std::to_string(count));
+        const Hosted::Operation noted(name + " writes " + path + " " + std::to_string(count));
         return true;
     }
-    IRuleSet* createRuleSet() override
+    bool activateRuleSet(analytics_lib::IRuleSet* ruleSet) override
     {
-        const Hosted::Operation noted(_name + " createRuleSet");
-        _ruleSets.push_back(std::make_unique<HostedRuleSet>());
-        return _ruleSets.back().get();
+        const Hosted::Operation noted(name + " activates " + ruleSet->getFullConfig());
+        return FakeEngine::activateRuleSet(ruleSet);
     }
-    void releaseRuleSet(IRuleSet* ruleSet) override
-    {
-        const Hosted::Operation noted(_name + " releaseRuleSet");
-        _ruleSets.erase(std::remove_if(_ruleSets.begin(), _ruleSets.end(),
-                                       [ruleSet](const auto& owned) { return owned.get() == ruleSet; }),
-                        _ruleSets.end());
-    }
-    bool activateRuleSet(IRuleSet* ruleSet) override
-    {
-        const Hosted::Operation noted(_name + " activates " + ruleSet->getFullConfig());
-        return true;
-    }
-    void clearAllRules() override { const Hosted::Operation noted(_name + " clearAllRules"); }
-
-private:
-    const std::string _name;
-    std::vector<std::unique_ptr<HostedRuleSet>> _ruleSets;
 };
 
 } // namespace
