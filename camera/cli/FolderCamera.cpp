@@ -33,9 +33,9 @@ FolderCamera::~FolderCamera()
     end();
 }
 
-supervisor::Supervisor::Options FolderCamera::plan()
+supervisor::SupervisorOptions FolderCamera::plan()
 {
-    supervisor::Supervisor::Options plan;
+    supervisor::SupervisorOptions plan;
     plan.stateDir = _stateDir;
     plan.services = [](const supervisor::RuntimeFolder& runtime, bool /*first*/) { return servicesProgram(runtime); };
     plan.pipeline = [](const supervisor::RuntimeFolder& runtime, bool /*first*/) {

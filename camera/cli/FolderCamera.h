@@ -35,7 +35,7 @@ public:
     const std::string& address() const { return _address; }
 
 private:
-    supervisor::Supervisor::Options plan();
+    supervisor::SupervisorOptions plan();
     void supervise();
     void end();
 

@@ -83,7 +83,7 @@ std::vector<std::string> pipelineArguments(const base::Arguments& arguments, boo
 int superviseCamera(const base::Arguments& arguments, base::Console& console)
 {
     const store::StateFolder state(base::runOptions(arguments).camera.stateDir);
-    supervisor::Supervisor::Options plan;
+    supervisor::SupervisorOptions plan;
     plan.stateDir = state.path();
     plan.services = [&](const RuntimeFolder& folder, bool first) { return servicesWords(arguments, folder, first); };
     plan.pipeline = [&](const RuntimeFolder& folder, bool first) {

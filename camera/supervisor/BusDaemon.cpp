@@ -13,7 +13,7 @@ namespace camera::supervisor {
 
 namespace {
 
-constexpr std::size_t kLongestComplaint = 4096;
+constexpr std::size_t kLongestErrorText = 4096;
 
 // A configuration of 10 MB is a message too, and a slow reader of events must not be cut off by a burst.
 constexpr const char* kLimits = "  <limit name=\"max_message_size\">67108864</limit>\n"
@@ -44,11 +44,11 @@ std::string xmlText(const std::string& text)
     return result;
 }
 
-// Where the daemon's complaints go; nowhere when there is no memory for them, which is no reason not to start.
+// Takes the daemon's error output. Without memory for it the daemon starts all the same, and the output is lost.
 base::FileDescriptor boundedMemory()
 {
     base::FileDescriptor memory(::memfd_create("dbus-daemon", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (!memory || ::ftruncate(memory.get(), kLongestComplaint) != 0 ||
+    if (!memory || ::ftruncate(memory.get(), kLongestErrorText) != 0 ||
         ::fcntl(memory.get(), F_ADD_SEALS, F_SEAL_GROW) != 0) {
         return base::FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC));
     }
@@ -70,7 +70,7 @@ void BusDaemon::writeConfiguration() const
             "<busconfig>\n  <type>session</type>\n  <listen>"
          << xmlText(_folder.address())
          << "</listen>\n  <auth>EXTERNAL</auth>\n"
-            // Other users are refused when they connect: nobody but the daemon's own user and root gets so far.
+            // Other users are refused when they connect: only the daemon's own user and root can connect.
             "  <policy context=\"default\">\n    <allow send_destination=\"*\" eavesdrop=\"true\"/>\n"
             "    <allow eavesdrop=\"true\"/>\n    <allow own=\"*\"/>\n  </policy>\n"
          << kLimits << "</busconfig>\n";
@@ -83,7 +83,7 @@ void BusDaemon::writeConfiguration() const
 std::unique_ptr<ChildProcess> BusDaemon::start()
 {
     std::error_code ignored;
-    std::filesystem::remove(_folder.socket(), ignored); // a killed one leaves it, and the next would not listen
+    std::filesystem::remove(_folder.socket(), ignored); // a killed daemon leaves it, and the next one could not listen
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) {
         throw std::runtime_error(std::string("no pipe can be opened: ") + std::strerror(errno));
@@ -114,9 +114,9 @@ bool BusDaemon::listens()
     return _listens;
 }
 
-std::string BusDaemon::complaint() const
+std::string BusDaemon::errorText() const
 {
-    std::string text(kLongestComplaint, '\0');
+    std::string text(kLongestErrorText, '\0');
     const ssize_t length = ::pread(_errorOutput.get(), text.data(), text.size(), 0);
     text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
     text.resize(std::strlen(text.c_str()));

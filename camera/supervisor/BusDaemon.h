@@ -25,8 +25,8 @@ public:
     /// Whether the one started last listens. Call it when readyDescriptor() is readable; it never waits.
     bool listens();
 
-    /// The last thing that it complained about; it also complains while all is well.
-    std::string complaint() const;
+    /// The last line of its error output; it also writes there while it works well.
+    std::string errorText() const;
 
 private:
     void writeConfiguration() const;
@@ -34,7 +34,7 @@ private:
     const RuntimeFolder& _folder;
     const std::string _program;
     base::FileDescriptor _ready;
-    base::FileDescriptor _errorOutput; ///< memory with an end, so that a daemon that complains for years fills nothing
+    base::FileDescriptor _errorOutput; ///< memory of a fixed size, however much the daemon writes
     bool _listens = false;
 };
 

@@ -41,8 +41,8 @@ struct Program {
  * process that started it, with no signal blocked, and ended by SIGTERM when the thread that started it ends, however
  * that happens. Thread-bound.
  *
- * That last promise is the kernel's and covers direct children only; what those start must notice by
- * itself, for instance by its connection to the bus.
+ * The kernel keeps that last promise, for direct children only; their own children must notice the end
+ * themselves, for instance by their connection to the bus.
  */
 class ChildProcess {
 public:

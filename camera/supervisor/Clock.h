@@ -4,7 +4,7 @@
 
 namespace camera::supervisor {
 
-/// The time by which pauses before restarts are measured; a test's passes as it likes.
+/// Measures the pauses before restarts; a test replaces it by a clock that it moves itself.
 class Clock {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -12,7 +12,7 @@ public:
     virtual ~Clock() = default;
     virtual TimePoint now() { return std::chrono::steady_clock::now(); }
 
-    /// How long somebody who has nothing to do until then may sleep; negative or 0: it is that late already.
+    /// How long to sleep until then; 0 or negative when that time has passed.
     virtual std::chrono::nanoseconds sleepUntil(TimePoint due) { return due - now(); }
 };
 

@@ -1,3 +1,16 @@
+// How the supervisor works.
+//
+// run() starts the bus, then camera-services, then camera-pipeline. Each start waits until the one before is ready: the
+// daemon writes its address into a pipe, and camera-services takes its bus name (Phase, advance()).
+//
+// One thread does everything. It sleeps in poll() on the descriptors of the signals, of the running processes (pidfd),
+// of the daemon's pipe and of _wakeUp, an eventfd that other threads write to. Whenever it wakes, it takes the signals,
+// collects the processes that ended, and starts those whose pause is over. The bus thread only sets atomic flags and
+// writes to _wakeUp.
+//
+// A process that ended is planned for a new start, unless its end is the end of the camera (ended()). shutDown() then
+// ends the processes in the opposite order, each with a deadline, and kills those that are late.
+
 #include "camera/supervisor/Supervisor.h"
 
 #include "camera/bus/Names.h"
@@ -19,7 +32,7 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr int kImpatient = 128 + SIGINT; // as shells call it
+constexpr int kInterrupted = 128 + SIGINT; // as shells report it
 
 std::string pauseText(std::chrono::milliseconds pause)
 {
@@ -34,9 +47,9 @@ std::string pauseText(std::chrono::milliseconds pause)
     return " in " + std::to_string(milliseconds / 1000) + tenths + " s";
 }
 
-std::string endText(const Part& part, const Exit& exit)
+std::string endText(const SupervisedProcess& process, const Exit& exit)
 {
-    return part.name() + " ended " + (exit.code() ? "with " : "by ") + exit.text();
+    return process.name() + " ended " + (exit.code() ? "with " : "by ") + exit.text();
 }
 
 bool isOutcome(std::optional<int> code)
@@ -46,7 +59,7 @@ bool isOutcome(std::optional<int> code)
 
 } // namespace
 
-Supervisor::Supervisor(Options options, Report report, Clock& clock)
+Supervisor::Supervisor(SupervisorOptions options, Report report, Clock& clock)
     : _options(std::move(options)),
       _report(std::move(report)),
       _clock(clock),
@@ -65,7 +78,7 @@ Supervisor::Supervisor(Options options, Report report, Clock& clock)
               return std::make_unique<ChildProcess>(Program{_options.pipeline(*_folder, first), -1, -1});
           },
           clock),
-      _parts{&_bus, &_services, &_pipeline}
+      _processes{&_bus, &_services, &_pipeline}
 {
     if (!_wakeUp) {
         throw std::runtime_error(std::string("the supervisor cannot be woken: ") + std::strerror(errno));
@@ -89,7 +102,7 @@ void Supervisor::restartPipeline()
 void Supervisor::wake()
 {
     const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = ::write(_wakeUp.get(), &one, sizeof one); // full: it wakes as well
+    [[maybe_unused]] const ssize_t written = ::write(_wakeUp.get(), &one, sizeof one); // a full counter wakes as well
 }
 
 SupervisorStatus Supervisor::status() const
@@ -101,8 +114,8 @@ SupervisorStatus Supervisor::status() const
 void Supervisor::publish()
 {
     SupervisorStatus status{_folder->stateDir().string(), _folder->address(), {}};
-    for (const Part* part : _parts) {
-        status.processes.push_back(part->status());
+    for (const SupervisedProcess* process : _processes) {
+        status.processes.push_back(process->status());
     }
     const std::lock_guard<std::mutex> lock(_mutex);
     _published = std::move(status);
@@ -129,10 +142,10 @@ int Supervisor::run()
 
 void Supervisor::supervise()
 {
-    startPart(_bus);
+    startProcess(_bus);
     _readyBy = steady_clock::now() + _options.readyWithin;
     while (!_outcome && !_stopping) {
-        waitForNews();
+        waitForEvents();
         takeSignals();
         takeWakeUps();
         collect();
@@ -143,27 +156,27 @@ void Supervisor::supervise()
     }
 }
 
-// Sleeps until a process ended, a signal came, somebody woke it or something is due.
-void Supervisor::waitForNews()
+// Sleeps until a process ended, a signal came, another thread called wake(), or a start is due.
+void Supervisor::waitForEvents()
 {
-    std::vector<pollfd> news = {{_signals->descriptor(), POLLIN, 0}, {_wakeUp.get(), POLLIN, 0}};
-    for (const Part* part : _parts) {
-        if (part->runs()) {
-            news.push_back({part->descriptor(), POLLIN, 0});
+    std::vector<pollfd> events = {{_signals->descriptor(), POLLIN, 0}, {_wakeUp.get(), POLLIN, 0}};
+    for (const SupervisedProcess* process : _processes) {
+        if (process->runs()) {
+            events.push_back({process->descriptor(), POLLIN, 0});
         }
     }
     if (_phase == Phase::startingBus && _bus.runs()) {
-        news.push_back({_daemon->readyDescriptor(), POLLIN, 0});
+        events.push_back({_daemon->readyDescriptor(), POLLIN, 0});
     }
-    ::poll(news.data(), news.size(), pollTimeout(wakeUpTime()));
+    ::poll(events.data(), events.size(), pollTimeout(wakeUpTime()));
 }
 
 Supervisor::Time Supervisor::wakeUpTime() const
 {
     Time wakeUp = _phase == Phase::running ? Time::max() : _readyBy;
-    for (const Part* part : _parts) {
-        if (part->due()) {
-            const auto sleep = std::chrono::ceil<std::chrono::milliseconds>(_clock.sleepUntil(*part->due()));
+    for (const SupervisedProcess* process : _processes) {
+        if (process->due()) {
+            const auto sleep = std::chrono::ceil<std::chrono::milliseconds>(_clock.sleepUntil(*process->due()));
             wakeUp = std::min<Time>(wakeUp, steady_clock::now() + sleep);
         }
     }
@@ -173,8 +186,8 @@ Supervisor::Time Supervisor::wakeUpTime() const
 void Supervisor::takeSignals()
 {
     while (const std::optional<int> number = _signals->take()) {
-        // Only Ctrl-C by hand says that somebody cannot wait; programs send SIGTERM more than once.
-        _hurry = _hurry || (_stopping && *number == SIGINT);
+        // Only SIGINT, because programs send SIGTERM more than once.
+        _killAtOnce = _killAtOnce || (_stopping && *number == SIGINT);
         _stopping = true;
     }
 }
@@ -191,73 +204,73 @@ void Supervisor::takeWakeUps()
 
 void Supervisor::collect()
 {
-    for (Part* part : _parts) {
-        if (const std::optional<Exit> exit = part->takeExit()) {
+    for (SupervisedProcess* process : _processes) {
+        if (const std::optional<Exit> exit = process->takeExit()) {
             publish();
             if (!_stopping) {
-                ended(*part, *exit);
+                ended(*process, *exit);
             }
         }
     }
 }
 
-void Supervisor::ended(Part& part, const Exit& exit)
+void Supervisor::ended(SupervisedProcess& process, const Exit& exit)
 {
-    if (&part == &_bus) {
+    if (&process == &_bus) {
         return busEnded(exit);
     }
-    const bool restarts = &part == &_pipeline && std::exchange(_pipelineRestarts, false);
-    if (&part == &_pipeline && isOutcome(exit.code()) && !restarts) {
-        _outcome = exit.code(); // it has said itself why
+    const bool restarts = &process == &_pipeline && std::exchange(_pipelineRestarts, false);
+    if (&process == &_pipeline && isOutcome(exit.code()) && !restarts) {
+        _outcome = exit.code(); // the pipeline has printed why
         return;
     }
-    const std::string what = endText(part, exit);
+    const std::string what = endText(process, exit);
     const bool gaveUp = exit.code() == 1 || exit.code() == 2;
-    if (&part == &_services && gaveUp && part.startedOnce() && !_servicesAnswer) {
+    if (&process == &_services && gaveUp && process.startedOnce() && !_servicesAnswer) {
         _report(what + "; the camera ends");
         _outcome = exit.code();
         return;
     }
-    startAgain(part, what);
+    startAgain(process, what);
 }
 
 void Supervisor::busEnded(const Exit& exit)
 {
-    const std::string complaint = exit.code() && *exit.code() != 0 ? _daemon->complaint() : "";
-    const std::string what = endText(_bus, exit) + (complaint.empty() ? "" : " ('" + complaint + "')");
+    const std::string reason = exit.code() && *exit.code() != 0 ? _daemon->errorText() : "";
+    const std::string what = endText(_bus, exit) + (reason.empty() ? "" : " ('" + reason + "')");
     if (_phase == Phase::startingBus) {
         throw std::runtime_error(what + " before it listened; the camera needs a working dbus-daemon");
     }
     startAgain(_bus, what);
 }
 
-void Supervisor::startAgain(Part& part, const std::string& what)
+void Supervisor::startAgain(SupervisedProcess& process, const std::string& what)
 {
-    const std::chrono::milliseconds pause = part.planStart();
+    const std::chrono::milliseconds pause = process.planStart();
     _report(what + "; starting it again" + pauseText(pause));
 }
 
 void Supervisor::startDue()
 {
-    for (Part* part : _parts) {
-        if (!part->due() || _clock.now() < *part->due()) {
+    for (SupervisedProcess* process : _processes) {
+        if (!process->due() || _clock.now() < *process->due()) {
             continue;
         }
         try {
-            startPart(*part);
+            startProcess(*process);
         } catch (const std::exception& error) {
-            startAgain(*part, error.what());
+            startAgain(*process, error.what());
         }
     }
 }
 
-void Supervisor::startPart(Part& part)
+void Supervisor::startProcess(SupervisedProcess& process)
 {
-    part.start();
+    process.start();
     publish();
 }
 
-// From one phase of the start to the next.
+// Goes from one phase of the start to the next.
 void Supervisor::advance()
 {
     const bool late = steady_clock::now() >= _readyBy;
@@ -273,7 +286,7 @@ void Supervisor::advance()
             _report("camera-services does not answer in time; the camera starts without it");
         }
         _phase = Phase::running;
-        startPart(_pipeline);
+        startProcess(_pipeline);
     }
 }
 
@@ -302,58 +315,58 @@ void Supervisor::busListens()
     _connection->start();
     _phase = Phase::startingServices;
     _readyBy = steady_clock::now() + _options.readyWithin;
-    startPart(_services);
+    startProcess(_services);
 }
 
-// In the opposite order of the start, so that each part finds what it needs as long as it runs.
+// In the opposite order of the start, so that each process finds what it needs as long as it runs.
 void Supervisor::shutDown()
 {
     _stopping = true;
     const Time begin = steady_clock::now();
     const bool pipelineRan = _pipeline.runs();
-    endPart(_pipeline, begin + _options.servicesAfter);
-    endPart(_services, begin + _options.busAfter);
+    endProcess(_pipeline, begin + _options.servicesAfter);
+    endProcess(_services, begin + _options.busAfter);
     if (_connection) {
         _connection->stop();
     }
-    endPart(_bus, begin + _options.killAfter);
-    for (Part* part : _parts) {
-        awaitPart(*part, begin + _options.killAfter); // those that were late; a second signal would cut them short
+    endProcess(_bus, begin + _options.killAfter);
+    for (SupervisedProcess* process : _processes) {
+        awaitProcess(*process, begin + _options.killAfter); // those that were late
     }
-    for (Part* part : _parts) {
-        if (part->runs() && !_hurry) {
-            _report(part->name() + " does not end in time and is killed");
+    for (SupervisedProcess* process : _processes) {
+        if (process->runs() && !_killAtOnce) {
+            _report(process->name() + " does not end in time and is killed");
         }
-        if (part->runs() && part == &_pipeline) {
+        if (process->runs() && process == &_pipeline) {
             _pipelineCode = 1;
         }
-        part->signal(SIGKILL);
-        while (part->runs()) {
-            pollfd news{part->descriptor(), POLLIN, 0};
-            ::poll(&news, 1, -1);
-            part->takeExit();
+        process->signal(SIGKILL);
+        while (process->runs()) {
+            pollfd ended{process->descriptor(), POLLIN, 0};
+            ::poll(&ended, 1, -1);
+            process->takeExit();
         }
     }
-    if (_hurry && pipelineRan) {
-        _outcome = kImpatient;
+    if (_killAtOnce && pipelineRan) {
+        _outcome = kInterrupted;
     }
 }
 
-void Supervisor::endPart(Part& part, Time until)
+void Supervisor::endProcess(SupervisedProcess& process, Time until)
 {
-    part.signal(SIGTERM);
-    awaitPart(part, until);
+    process.signal(SIGTERM);
+    awaitProcess(process, until);
 }
 
-void Supervisor::awaitPart(Part& part, Time until)
+void Supervisor::awaitProcess(SupervisedProcess& process, Time until)
 {
-    while (part.runs() && !_hurry && steady_clock::now() < until) {
-        pollfd news[] = {{part.descriptor(), POLLIN, 0}, {_signals->descriptor(), POLLIN, 0}};
-        ::poll(news, 2, pollTimeout(until));
+    while (process.runs() && !_killAtOnce && steady_clock::now() < until) {
+        pollfd events[] = {{process.descriptor(), POLLIN, 0}, {_signals->descriptor(), POLLIN, 0}};
+        ::poll(events, 2, pollTimeout(until));
         takeSignals();
-        const std::optional<Exit> exit = part.takeExit();
-        if (exit && &part == &_pipeline) {
-            // One that ends by the signal itself had not come so far as to handle it.
+        const std::optional<Exit> exit = process.takeExit();
+        if (exit && &process == &_pipeline) {
+            // A pipeline that SIGTERM itself ended had not yet begun to handle the signal.
             _pipelineCode = isOutcome(exit->code()) ? *exit->code() : exit->signal() == SIGTERM ? 0 : 1;
         }
     }

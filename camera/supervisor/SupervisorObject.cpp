@@ -19,8 +19,9 @@ SupervisorObject::SupervisorObject(const std::shared_ptr<bus::Session>& session,
 std::vector<SupervisorObject::ProcessRow> SupervisorObject::processes()
 {
     std::vector<ProcessRow> rows;
-    for (const PartStatus& part : _operations.status().processes) {
-        rows.emplace_back(part.name, static_cast<std::uint32_t>(part.pid), part.restarts, part.since, part.lastExit);
+    for (const ProcessStatus& process : _operations.status().processes) {
+        rows.emplace_back(process.name, static_cast<std::uint32_t>(process.pid), process.restarts, process.since,
+                          process.lastExit);
     }
     return rows;
 }
@@ -36,7 +37,7 @@ NameWatch::NameWatch(const std::shared_ptr<bus::Session>& session, const std::st
             }
         });
     _proxy->finishRegistration();
-    // Asked after the signal is subscribed to, so that none falls between.
+    // Asked after the subscription, so that a name that is taken in between is not missed.
     _proxy->callMethodAsync("NameHasOwner")
         .onInterface(kBus)
         .withArguments(name)

@@ -2,7 +2,7 @@
 
 #include "camera/bus/Connection.h"
 #include "camera/bus/supervisor_server.h"
-#include "camera/supervisor/Part.h"
+#include "camera/supervisor/SupervisedProcess.h"
 
 #include <functional>
 #include <memory>
@@ -11,8 +11,8 @@
 
 namespace camera::supervisor {
 
-/// The service "supervisor" on the bus: what runs, a new start of the pipeline, and the end of it all. Lives on the bus
-/// thread.
+/// The service "supervisor" on the bus: which processes run, a new start of the pipeline, and the end of the
+/// camera. Lives on the bus thread.
 class SupervisorObject final : public bus::SupervisorServer {
 public:
     struct Operations {
@@ -35,7 +35,7 @@ private:
     const Operations _operations;
 };
 
-/// Tells when somebody serves a bus name, also when that was so before. Lives on the bus thread.
+/// Calls owned when a process takes a bus name, and at once when one has it already. Lives on the bus thread.
 class NameWatch {
 public:
     NameWatch(const std::shared_ptr<bus::Session>& session, const std::string& name, std::function<void()> owned);

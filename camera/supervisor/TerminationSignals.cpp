@@ -24,7 +24,7 @@ TerminationSignals::TerminationSignals()
 
 TerminationSignals::~TerminationSignals()
 {
-    // What nobody took would end the process, which is about to end in order, as soon as the mask is gone.
+    // Without the mask, a signal that was not taken would end the process before it has ended in order.
     while (take()) {
     }
     ::pthread_sigmask(SIG_SETMASK, &_before, nullptr);

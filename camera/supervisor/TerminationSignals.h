@@ -8,7 +8,7 @@
 namespace camera::supervisor {
 
 /**
- * Ctrl-C and its relatives (SIGINT, SIGTERM, SIGHUP) as something to poll(). Threads that are started
+ * The signals that end a program (SIGINT, SIGTERM, SIGHUP) as a descriptor for poll(). Threads that are started
  * while the object lives do not get these signals either. One object at a time, on the thread that
  * starts the others.
  */
@@ -23,7 +23,7 @@ public:
     /// Readable when a signal came.
     int descriptor() const { return _descriptor.get(); }
 
-    /// The number of one that came and was not taken yet.
+    /// The number of a signal that came and was not taken yet.
     std::optional<int> take() const;
 
 private:

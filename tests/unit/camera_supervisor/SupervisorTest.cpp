@@ -99,7 +99,7 @@ protected:
         return reported;
     }
 
-    camera::supervisor::PartStatus process(const std::string& name)
+    camera::supervisor::ProcessStatus process(const std::string& name)
     {
         for (const auto& process : supervisor->status().processes) {
             if (process.name == name) {
@@ -153,7 +153,7 @@ protected:
     const fs::path state = folder.path / "state";
     const std::string journal = (folder.path / "journal").string();
     const Variable variable{"XDG_RUNTIME_DIR", folder.path / "x"};
-    Supervisor::Options options;
+    SupervisorOptions options;
     bool ownServices = false; ///< the test's options name other services than begin() does
     bool ownPipeline = false; ///< or another pipeline
     ImpatientClock clock;

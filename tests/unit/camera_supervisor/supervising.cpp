@@ -15,7 +15,7 @@ int main(int count, char** words)
 {
     using namespace camera::supervisor;
     const std::vector<std::string> given(words + 1, words + count);
-    Supervisor::Options options;
+    SupervisorOptions options;
     options.stateDir = given.at(0);
     options.services = [&](const RuntimeFolder& folder, bool) -> std::vector<std::string> {
         return {given.at(1), "services", given.at(2), folder.address(), "ravel.services"};

@@ -1,16 +1,17 @@
-#include "camera/supervisor/Part.h"
+#include "camera/supervisor/SupervisedProcess.h"
 
 #include <ctime>
 #include <utility>
 
 namespace camera::supervisor {
 
-Part::Part(std::string name, Start start, Clock& clock) : _start(std::move(start)), _clock(clock)
+SupervisedProcess::SupervisedProcess(std::string name, Start start, Clock& clock)
+    : _start(std::move(start)), _clock(clock)
 {
     _status.name = std::move(name);
 }
 
-void Part::start()
+void SupervisedProcess::start()
 {
     _due.reset();
     _startedAt = _clock.now();
@@ -22,14 +23,14 @@ void Part::start()
     _status.since = std::time(nullptr);
 }
 
-void Part::signal(int number)
+void SupervisedProcess::signal(int number)
 {
     if (_process) {
         _process->signal(number);
     }
 }
 
-std::optional<Exit> Part::takeExit()
+std::optional<Exit> SupervisedProcess::takeExit()
 {
     const std::optional<Exit> exit = _process ? _process->exit() : std::nullopt;
     if (exit) {
@@ -40,7 +41,7 @@ std::optional<Exit> Part::takeExit()
     return exit;
 }
 
-std::chrono::milliseconds Part::planStart()
+std::chrono::milliseconds SupervisedProcess::planStart()
 {
     const Clock::TimePoint now = _clock.now();
     const std::chrono::milliseconds pause = _backOff.pauseAfter(now - _startedAt);

@@ -13,8 +13,8 @@
 
 namespace camera::supervisor {
 
-/// What others may know about a supervised process.
-struct PartStatus {
+/// The status of a supervised process.
+struct ProcessStatus {
     std::string name;
     pid_t pid = 0; ///< 0: it does not run at the moment
     unsigned int restarts = 0;
@@ -22,26 +22,26 @@ struct PartStatus {
     std::string lastExit;   ///< empty: it never ended
 };
 
-/// What others may know about the whole.
+/// The status of the camera's processes.
 struct SupervisorStatus {
     std::string state;   ///< the state folder
     std::string address; ///< of the bus
-    std::vector<PartStatus> processes;
+    std::vector<ProcessStatus> processes;
 };
 
 /// One of the camera's processes: runs, or waits for its next start, or does neither. Thread-bound.
-class Part {
+class SupervisedProcess {
 public:
-    /// @param first  whether this is the part's first start: later ones may need other arguments.
+    /// @param first  whether this is its first start: later ones may need other arguments.
     using Start = std::function<std::unique_ptr<ChildProcess>(bool first)>;
 
-    Part(std::string name, Start start, Clock& clock);
+    SupervisedProcess(std::string name, Start start, Clock& clock);
 
-    /// @throws std::runtime_error as the function given; the part does not run then.
+    /// @throws std::runtime_error as the start function does; the process does not run then.
     void start();
 
     const std::string& name() const { return _status.name; }
-    const PartStatus& status() const { return _status; }
+    const ProcessStatus& status() const { return _status; }
     bool runs() const { return _process != nullptr; }
     bool startedOnce() const { return _starts == 1; }
 
@@ -50,7 +50,7 @@ public:
 
     void signal(int number);
 
-    /// How it ended, if that is news; it does not run then.
+    /// How it ended, once after each end; it does not run then.
     std::optional<Exit> takeExit();
 
     /// Plans its next start and says how long it is until then.
@@ -67,7 +67,7 @@ private:
     std::optional<Clock::TimePoint> _due;
     Clock::TimePoint _startedAt;
     unsigned int _starts = 0;
-    PartStatus _status;
+    ProcessStatus _status;
 };
 
 } // namespace camera::supervisor
