@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """Writes the C++ of one bus interface from its description: cmake/bus_interface.py FILE.xml FOLDER
+or a header with the names of the services of several: cmake/bus_interface.py --names FILE.h FILE.xml ...
 
 sdbus-c++-xml2cpp writes an adaptor and a proxy. The adaptor calls virtual functions directly, and an exception other than
 sdbus::Error that leaves one ends the process. So each stands inside a class of this script, in namespace camera::bus; for
@@ -99,16 +100,15 @@ def types(signature):
 
 
 def passed(kind):
-    """How a parameter of that type is passed: numbers by value."""
-    return f"const {kind}&" if kind.endswith((">", "string")) else kind
+    return f"const {kind}&" if kind.endswith((">", "string")) else kind  # numbers by value
 
 
 def words(member):
     """What the templates above say of a method, signal or property."""
     name = member.get("name")
-    given = [(types(each.get("type"))[0], each.get("name"), each.get("direction", "in")) for each in member.findall("arg")]
-    ins = [(kind, argument) for kind, argument, direction in given if direction == "in"]
-    outs = [kind for kind, _, direction in given if direction == "out"] + types(member.get("type", ""))
+    arguments = [(types(each.get("type"))[0], each.get("name"), each.get("direction", "in")) for each in member.findall("arg")]
+    ins = [(kind, argument) for kind, argument, direction in arguments if direction == "in"]
+    outs = [kind for kind, _, direction in arguments if direction == "out"] + types(member.get("type", ""))
     return {"name": name, "camel": name[0].upper() + name[1:], "function": name[0].lower() + name[1:], "out": ", ".join(outs),
             "result": f"std::tuple<{', '.join(outs)}>" if len(outs) > 1 else (outs or ["void"])[0],
             "names": ", ".join(argument for _, argument in ins), "types": ", ".join(passed(kind) for kind, _ in ins),
@@ -130,6 +130,9 @@ def read(path):
 
 
 def main():
+    if sys.argv[1] == "--names":
+        names = "".join('constexpr const char* k{name} = "{service}";\n'.format(**read(path)[0]) for path in sys.argv[3:])
+        return pathlib.Path(sys.argv[2]).write_text(f"#pragma once\n\nnamespace camera::bus::service {{\n{names}}}\n")
     source, folder = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
     folder.mkdir(parents=True, exist_ok=True)
     interface, methods, signals, properties = read(source)

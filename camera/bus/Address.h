@@ -7,8 +7,8 @@ namespace camera::bus {
 /// The socket's path in an address of the form unix:path=...; empty for any other address.
 std::string socketPath(const std::string& address);
 
-/// Returns when somebody listens at the address, or when that cannot be told from its form.
-/// @throws std::system_error when nobody does.
+/// Returns when a process listens at the address, or when the address is of another form than a socket's path.
+/// @throws std::system_error when no process listens.
 void requireListener(const std::string& address);
 
 } // namespace camera::bus

@@ -13,13 +13,13 @@
 
 namespace camera::bus {
 
-/// Whether nobody answered in time; any other error is an answer, or nobody could be asked.
+/// Whether no answer came in time. Any other error is an answer, or says that the call could not be sent.
 inline bool isSilence(const sdbus::Error& error)
 {
     return error.getName() == error::kNoReply || error.getName() == error::kTimeout;
 }
 
-/// Whether nobody serves what was asked.
+/// Whether no process has the bus name that was called.
 inline bool isAbsence(const sdbus::Error& error)
 {
     return error.getName() == error::kServiceUnknown || error.getName() == error::kNoOwner;
@@ -45,7 +45,7 @@ public:
     using sdbus::IProxy::callMethod;
 
     /// Any thread but the bus thread, which the answer comes by. @throws sdbus::Error with the name and text that the
-    /// other side gave; error::kNoReply when no answer came in time, error::kUnavailable when the bus has gone.
+    /// other side gave; error::kNoReply when no answer came in time, error::kUnavailable when the bus has ended.
     sdbus::MethodReply callMethod(const sdbus::MethodCall& message, std::uint64_t timeout) override;
 
     sdbus::PendingAsyncCall callMethod(const sdbus::MethodCall& message, sdbus::async_reply_handler handler,
@@ -80,8 +80,8 @@ private:
     std::chrono::milliseconds _patience;
 };
 
-/// One service of the camera, asked over the bus for the length of a session: the part of a typed proxy that is the
-/// same for all interfaces.
+/// One service of the camera, called over the bus for the length of a session: what the typed proxies of all
+/// interfaces have in common.
 class Client {
 public:
     Client(sdbus::IConnection& connection, const std::string& service, std::chrono::milliseconds patience)

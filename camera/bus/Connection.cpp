@@ -48,19 +48,19 @@ void Connection::run()
 {
     std::chrono::milliseconds next(0);
     while (pause(next)) {
-        const bool stood = serve();
-        next = stood ? kFirstPause : std::clamp(next * 2, kFirstPause, kLongestPause);
+        const bool hadSession = serve();
+        next = hadSession ? kFirstPause : std::clamp(next * 2, kFirstPause, kLongestPause);
     }
 }
 
-// One session from its beginning to its end; false when none came about.
+// Runs one session from its beginning to its end; false when no session began.
 bool Connection::serve()
 {
     std::string why = "the bus closed the connection";
-    bool stood = false;
+    bool began = false;
     try {
         const std::shared_ptr<Session> session = open();
-        stood = true;
+        began = true;
         setSession(session);
         // Not the library's own thread: an exception there, when the bus dies, would end the process.
         session->connection().enterEventLoop();
@@ -68,16 +68,16 @@ bool Connection::serve()
         why = error.what();
     }
     lost(why);
-    return stood;
+    return began;
 }
 
 std::shared_ptr<Session> Connection::open() const
 {
-    // The library loses some memory with every attempt that finds nobody; these may go on for days.
+    // The library leaks memory with each attempt that finds no listener, and the attempts may go on for days.
     requireListener(_address);
     const auto session = std::make_shared<Session>(sdbus::createSessionBusConnectionWithAddress(_address));
-    for (const Maker& maker : _makers) {
-        maker.make(session);
+    for (const ObjectFactory& factory : _factories) {
+        factory.make(session);
     }
     return session;
 }
@@ -96,8 +96,8 @@ void Connection::setSession(std::shared_ptr<Session> session)
 
 void Connection::lost(const std::string& why)
 {
-    for (const Maker& maker : _makers) {
-        maker.forget();
+    for (const ObjectFactory& factory : _factories) {
+        factory.forget();
     }
     if (_whenLost) {
         _whenLost();

@@ -16,60 +16,60 @@
 namespace camera::bus {
 
 /**
- * One connection to the bus, from the moment it stands until it breaks, with everything that this
- * process has on it: objects it serves and proxies it calls through.
+ * One connection to the bus, from the moment it is made until it breaks, with all objects that this process has on it:
+ * those that it serves and the proxies that it calls through.
  *
- * Code that uses one of these from another thread than the bus thread, or answers a method later, holds
+ * Code that uses one of these objects on another thread than the bus thread, or answers a method later, holds
  * the session meanwhile: a message refers to its connection.
  */
 class Session {
 public:
     explicit Session(std::unique_ptr<sdbus::IConnection> connection) : _connection(std::move(connection)) {}
-    ~Session() { _parts.clear(); }
+    ~Session() { _objects.clear(); }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
     sdbus::IConnection& connection() const { return *_connection; }
 
-    void keep(std::shared_ptr<void> part) { _parts.push_back(std::move(part)); }
+    void keep(std::shared_ptr<void> object) { _objects.push_back(std::move(object)); }
 
 private:
     std::unique_ptr<sdbus::IConnection> _connection;
-    std::vector<std::shared_ptr<void>> _parts; ///< gone before the connection that they refer to
+    std::vector<std::shared_ptr<void>> _objects; ///< destroyed before the connection that they refer to
 };
 
 /**
- * The part of type T of the session that stands at the moment. Thread-safe.
+ * The object of type T that belongs to the current session. Thread-safe.
  *
- * get() is null while the bus is away; what it returned keeps its session, so hold it for the length of a call only.
+ * get() is null while there is no session. What it returns keeps its session, so hold it for the length of a call only.
  */
 template <class T>
-class Live {
+class CurrentObject {
 public:
     std::shared_ptr<T> get() const
     {
         const std::lock_guard<std::mutex> lock(_mutex);
-        return _part;
+        return _object;
     }
 
 private:
     friend class Connection;
 
-    void set(std::shared_ptr<T> part)
+    void set(std::shared_ptr<T> object)
     {
         const std::lock_guard<std::mutex> lock(_mutex);
-        _part.swap(part); // the old one ends after the lock
+        _object.swap(object); // the previous one is destroyed after the lock is released
     }
 
     mutable std::mutex _mutex;
-    std::shared_ptr<T> _part;
+    std::shared_ptr<T> _object;
 };
 
 /**
- * A process' connection to the camera's bus, which comes back when the bus does.
+ * A process' connection to the camera's bus. When the bus ends and is started again, it connects again.
  *
- * A thread of this object connects, builds the parts, in the order in which they were added, serves
- * them until the connection breaks, and begins anew: at once, then after growing pauses. Thread-safe.
+ * A thread of this object connects, makes the objects in the order in which they were added, and serves
+ * them until the connection breaks. Then it connects again: at once, then after growing pauses. Thread-safe.
  */
 class Connection {
 public:
@@ -85,22 +85,22 @@ public:
     Connection& operator=(const Connection&) = delete;
 
     /**
-     * Something to have on the bus. make runs on the bus thread for each session and returns a
-     * std::shared_ptr<T>; it registers objects first and takes bus names last, and it throws
-     * sdbus::Error when that fails: the session is given up then and begun anew. Before start().
+     * Adds an object that each session has. make runs on the bus thread when a session begins; it registers
+     * objects first and takes bus names last, and it throws sdbus::Error when that fails: this session then
+     * ends, and the next one begins. Call it before start().
      */
     template <class T>
-    std::shared_ptr<Live<T>> add(std::function<std::shared_ptr<T>(const std::shared_ptr<Session>&)> make)
+    std::shared_ptr<CurrentObject<T>> add(std::function<std::shared_ptr<T>(const std::shared_ptr<Session>&)> make)
     {
-        auto live = std::make_shared<Live<T>>();
-        _makers.push_back({[make = std::move(make), live](const std::shared_ptr<Session>& session) {
-                               const std::shared_ptr<T> part = make(session);
-                               session->keep(part);
-                               // Shares the session's ownership: the part lives as long as the connection under it.
-                               live->set(std::shared_ptr<T>(session, part.get()));
-                           },
-                           [live] { live->set(nullptr); }});
-        return live;
+        auto current = std::make_shared<CurrentObject<T>>();
+        _factories.push_back({[make = std::move(make), current](const std::shared_ptr<Session>& session) {
+                                  const std::shared_ptr<T> object = make(session);
+                                  session->keep(object);
+                                  // Shares the session's ownership: the connection lives as long as the object.
+                                  current->set(std::shared_ptr<T>(session, object.get()));
+                              },
+                              [current] { current->set(nullptr); }});
+        return current;
     }
 
     /// Called on the bus thread when a session has ended, before the next one begins. Before start().
@@ -113,10 +113,10 @@ public:
 
     bool connected() const;
 
-    /// True when a session stood at some moment before the deadline.
+    /// True when there was a session at some moment before the deadline.
     bool waitUntilConnected(std::chrono::steady_clock::time_point deadline) const;
 
-    /// How often a session has stood so far.
+    /// How many sessions there have been so far.
     std::uint64_t sessions() const;
 
     /// Why there is no session at the moment; empty while there is one.
@@ -125,7 +125,8 @@ public:
     const std::string& address() const { return _address; }
 
 private:
-    struct Maker {
+    /// Makes one object of a session, and forgets it when the session has ended.
+    struct ObjectFactory {
         std::function<void(const std::shared_ptr<Session>&)> make;
         std::function<void()> forget;
     };
@@ -139,7 +140,7 @@ private:
 
     const std::string _address;
     const std::string _process;
-    std::vector<Maker> _makers;
+    std::vector<ObjectFactory> _factories;
     std::function<void()> _whenLost;
 
     mutable std::mutex _mutex;

@@ -1,23 +1,14 @@
 #pragma once
 
+#include "camera/bus/service_names.h"
+
 #include <string>
 
 namespace camera::bus {
 
-/// Services of one virtual camera. Each is the bus name ravel.<service>; its targets are the objects
-/// /ravel/<service>/<target id>, which have the interface ravel.<service>.
-namespace service {
-constexpr const char* kAnalytics = "onvif_analytic_service";
-constexpr const char* kMetadataStreamer = "onvif_metadata_streamer";
-constexpr const char* kDayNight = "day_night";
-constexpr const char* kWindowBlanking = "window_blanking";
-constexpr const char* kRotate = "rotate";
-constexpr const char* kConfiguration = "configuration"; ///< integer configuration values
-constexpr const char* kPositioning = "positioning";     ///< movement, presets, tours
-constexpr const char* kPipeline = "pipeline";           ///< the pipeline process itself
-constexpr const char* kServices = "services";           ///< the process of the device services itself: faults
-constexpr const char* kSupervisor = "supervisor";       ///< the process that started the others
-} // namespace service
+// Services of one virtual camera. Each is the bus name ravel.<service>; its targets are the objects
+// /ravel/<service>/<target id>, which have the interface ravel.<service>. Their names, camera::bus::service::kDayNight
+// and so on, are written from the descriptions in camera/bus/interfaces/.
 
 /// The id of the one target that each of this camera's services has.
 constexpr const char* kTargetId = "main";
@@ -27,8 +18,8 @@ namespace error {
 constexpr const char* kFailed = "ravel.Error.Failed";           ///< the operation itself failed
 constexpr const char* kInvalidText = "ravel.Error.InvalidText"; ///< not UTF-8, or with a NUL byte
 constexpr const char* kRefused = "ravel.Error.Refused";         ///< understood, but not done: see the text
-constexpr const char* kUnavailable = "ravel.Error.Unavailable"; ///< nobody serves this now
-constexpr const char* kTooLarge = "ravel.Error.TooLarge";       ///< beyond what one call may bring
+constexpr const char* kUnavailable = "ravel.Error.Unavailable"; ///< no process serves this now
+constexpr const char* kTooLarge = "ravel.Error.TooLarge";       ///< larger than one call may be
 
 // Those of the bus itself.
 constexpr const char* kNoReply = "org.freedesktop.DBus.Error.NoReply";

@@ -16,7 +16,7 @@
 
 namespace camera::bus {
 
-/// A method that understood its caller but does not do it: the text says why, in one sentence.
+/// Thrown by a method that understood its caller but does not do what was asked: the text says why, in one sentence.
 class Refusal : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

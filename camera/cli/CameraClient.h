@@ -84,7 +84,7 @@ private:
     std::chrono::milliseconds _patience;
     std::function<void(const base::Event&)> _hear;
     bus::Connection _connection;
-    std::shared_ptr<bus::Live<Clients>> _clients;
+    std::shared_ptr<bus::CurrentObject<Clients>> _clients;
 };
 
 } // namespace camera::cli

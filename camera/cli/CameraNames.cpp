@@ -60,7 +60,7 @@ Names ask(Offer offer, CommandContext& context)
         return listed(context.client(), &bus::PipelineClient::Engines);
     case Offer::services:
         return {bus::service::kDayNight, bus::service::kWindowBlanking, bus::service::kRotate,
-                bus::service::kMetadataStreamer, bus::service::kConfiguration};
+                bus::service::kOnvifMetadataStreamer, bus::service::kConfiguration};
     case Offer::models:
         return models();
     case Offer::nothing:

@@ -29,9 +29,9 @@ public:
 
 private:
     bus::Connection _connection;
-    std::shared_ptr<bus::Live<AnalyticsObject>> _analytics;
-    std::shared_ptr<bus::Live<PositioningObject>> _positioning;
-    std::shared_ptr<bus::Live<PipelineObject>> _pipeline;
+    std::shared_ptr<bus::CurrentObject<AnalyticsObject>> _analytics;
+    std::shared_ptr<bus::CurrentObject<PositioningObject>> _positioning;
+    std::shared_ptr<bus::CurrentObject<PipelineObject>> _pipeline;
     base::Subscription _positioningEvents;
     base::Subscription _events;
 };

@@ -164,7 +164,7 @@ void DeviceServicesClient::sendMetadata(const std::string& document)
     const std::shared_ptr<ServiceProxies> proxies = _proxies->get();
     const auto now = Clock::now();
     if (!proxies || now < _streamerRestsUntil || now > _lastSending.load() ||
-        !targetIds(bus::service::kMetadataStreamer)) {
+        !targetIds(bus::service::kOnvifMetadataStreamer)) {
         ++_documentsLost;
         return;
     }

@@ -81,7 +81,7 @@ private:
     Clock::time_point _streamerRestsUntil;
     std::atomic<Clock::time_point> _lastSending{Clock::time_point::max()};
     bus::Connection _connection;
-    std::shared_ptr<bus::Live<ServiceProxies>> _proxies;
+    std::shared_ptr<bus::CurrentObject<ServiceProxies>> _proxies;
 };
 
 } // namespace camera::pipeline

@@ -29,7 +29,7 @@ std::vector<std::string> targetsIn(const std::string& introspection)
 const std::vector<std::string>& ServiceProxies::watched()
 {
     static const std::vector<std::string> services{bus::service::kDayNight, bus::service::kWindowBlanking,
-                                                   bus::service::kRotate, bus::service::kMetadataStreamer,
+                                                   bus::service::kRotate, bus::service::kOnvifMetadataStreamer,
                                                    bus::service::kConfiguration};
     return services;
 }

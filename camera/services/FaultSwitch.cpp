@@ -53,7 +53,7 @@ std::string word(Fault fault)
 const std::vector<std::string>& FaultSwitch::services()
 {
     static const std::vector<std::string> known = {bus::service::kDayNight, bus::service::kWindowBlanking,
-                                                   bus::service::kRotate, bus::service::kMetadataStreamer,
+                                                   bus::service::kRotate, bus::service::kOnvifMetadataStreamer,
                                                    bus::service::kConfiguration};
     return known;
 }

@@ -5,7 +5,7 @@
 namespace camera::services {
 
 MetadataObject::MetadataObject(const ObjectContext& context, MetadataSocket& socket)
-    : OnvifMetadataStreamerServer(context.connection, withFaults(context, bus::service::kMetadataStreamer)),
+    : OnvifMetadataStreamerServer(context.connection, withFaults(context, bus::service::kOnvifMetadataStreamer)),
       _socket(socket)
 {
 }

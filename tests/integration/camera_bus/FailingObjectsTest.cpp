@@ -49,11 +49,11 @@ protected:
     test_support::TestBus bus;
     Connection serving{bus.address(), "the server"};
     Connection asking{bus.address(), "the client"};
-    std::shared_ptr<camera::bus::Live<Objects>> objects =
+    std::shared_ptr<camera::bus::CurrentObject<Objects>> objects =
         serving.add<Objects>([](const std::shared_ptr<Session>& session) {
             return std::make_shared<Objects>(failing::serveAll(session->connection(), GetParam().fail));
         });
-    std::shared_ptr<camera::bus::Live<failing::Questions>> questions =
+    std::shared_ptr<camera::bus::CurrentObject<failing::Questions>> questions =
         asking.add<failing::Questions>([](const std::shared_ptr<Session>& session) {
             return std::make_shared<failing::Questions>(failing::allQuestions(session->connection(), 60s));
         });

@@ -339,7 +339,7 @@ private:
     std::mutex _mutex;
     std::vector<std::string> _calls;
     std::unique_ptr<bus::Connection> _connection;
-    std::shared_ptr<bus::Live<Objects>> _objects;
+    std::shared_ptr<bus::CurrentObject<Objects>> _objects;
 };
 
 } // namespace camera::cli

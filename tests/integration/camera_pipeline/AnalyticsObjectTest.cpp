@@ -85,7 +85,8 @@ TEST_F(AnalyticsObjectTest, configurationsAreReadBack)
     ASSERT_EQ(configure(documentFor("Motion", "ZintuInternalSimpleAnalyticsPreset")), Acceptance(0, 0));
     EXPECT_EQ(analytics<std::string>("getCurrentConfiguration"), device->target().currentConfiguration());
     EXPECT_THAT(analytics<std::string>("getCurrentConfiguration"), HasSubstr("ZintuInternalSimpleAnalyticsPreset"));
-    const auto gate = client.one<std::string>(service::kAnalytics, "getPtzPresetConfiguration", std::string("Gate"));
+    const auto gate =
+        client.one<std::string>(service::kOnvifAnalyticService, "getPtzPresetConfiguration", std::string("Gate"));
     EXPECT_EQ(gate, device->target().presetConfiguration("Gate"));
     EXPECT_THAT(gate, HasSubstr("Value=\"Gate\""));
 }
@@ -95,11 +96,12 @@ TEST_F(AnalyticsObjectTest, framesAreRecordedAndReplayedByTheEngineThatIsNamed)
     using I = std::int32_t;
     const std::string motion = "Motion";
     const std::string path = "/frames of mine";
-    EXPECT_EQ(client.one<I>(service::kAnalytics, "writeFramesToFile", motion, path, std::uint32_t{5}), 0);
-    EXPECT_EQ(client.one<I>(service::kAnalytics, "writeFramesToFile", motion, path, UINT32_MAX), 0);
-    EXPECT_EQ(client.one<I>(service::kAnalytics, "readFramesFromFile", motion, path, true), 0);
-    EXPECT_EQ(client.one<I>(service::kAnalytics, "readFramesFromFile", motion, path, false), 0);
-    EXPECT_EQ(client.one<I>(service::kAnalytics, "readFramesFromFile", std::string("Nobody"), path, false), 0);
+    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "writeFramesToFile", motion, path, std::uint32_t{5}), 0);
+    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "writeFramesToFile", motion, path, UINT32_MAX), 0);
+    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "readFramesFromFile", motion, path, true), 0);
+    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "readFramesFromFile", motion, path, false), 0);
+    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "readFramesFromFile", std::string("Nobody"), path, false),
+              0);
     EXPECT_THAT(hosted.journal(),
                 AllOf(Contains("Motion writes /frames of mine 5"), Contains("Motion writes /frames of mine 4294967295"),
                       Contains("Motion reads /frames of mine flagged"), Contains("Motion reads /frames of mine")));
@@ -119,9 +121,9 @@ TEST_F(AnalyticsObjectTest, anOperationThatFailsIsAnErrorWithItsSentence)
             throw std::runtime_error("the engine \xFF broke");
         }
     };
-    const std::string refusal = client.refusal<Texts>(service::kAnalytics, "getEventTopics");
+    const std::string refusal = client.refusal<Texts>(service::kOnvifAnalyticService, "getEventTopics");
     EXPECT_THAT(refusal, testing::StartsWith("ravel.Error.Failed|"));
-    EXPECT_EQ(client.one<Texts>(service::kAnalytics, "getSupportedEngines").size(), 2u);
+    EXPECT_EQ(client.one<Texts>(service::kOnvifAnalyticService, "getSupportedEngines").size(), 2u);
 }
 
 TEST_F(AnalyticsObjectTest, eventsReachASubscriberAsThreeStrings)
@@ -173,10 +175,10 @@ TEST_F(AnalyticsObjectTest, anArrayOfAHundredThousandStringsIsAnswered)
 
 TEST_F(AnalyticsObjectTest, wrongArgumentsAndUnknownMethodsAreErrorsAndNothingElse)
 {
-    EXPECT_THAT(client.refusal(service::kAnalytics, "createRules", std::string("no array")),
+    EXPECT_THAT(client.refusal(service::kOnvifAnalyticService, "createRules", std::string("no array")),
                 Not(HasSubstr("answered")));
-    EXPECT_THAT(client.refusal(service::kAnalytics, "setConfiguration"), Not(HasSubstr("answered")));
-    EXPECT_THAT(client.refusal(service::kAnalytics, "formatDisk"), HasSubstr("UnknownMethod"));
+    EXPECT_THAT(client.refusal(service::kOnvifAnalyticService, "setConfiguration"), Not(HasSubstr("answered")));
+    EXPECT_THAT(client.refusal(service::kOnvifAnalyticService, "formatDisk"), HasSubstr("UnknownMethod"));
     EXPECT_EQ(analytics<std::int32_t>("restoreDefaultSettings"), 0);
 }
 

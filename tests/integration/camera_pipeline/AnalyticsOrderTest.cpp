@@ -37,9 +37,9 @@ protected:
     void send(std::uint32_t number)
     {
         proxies = client.proxies->get();
-        proxies->of(service::kAnalytics)
+        proxies->of(service::kOnvifAnalyticService)
             .callMethodAsync("writeFramesToFile")
-            .onInterface(camera::bus::interfaceName(service::kAnalytics))
+            .onInterface(camera::bus::interfaceName(service::kOnvifAnalyticService))
             .withTimeout(60s)
             .withArguments(std::string("Motion"), std::string("/f"), number)
             .uponReplyInvoke([this](const sdbus::Error* failed, const std::int32_t&) {

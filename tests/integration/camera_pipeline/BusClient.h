@@ -115,12 +115,12 @@ class PipelineProxies {
 public:
     PipelineProxies(const std::shared_ptr<camera::bus::Session>& session, Journal& journal)
     {
-        for (const char* name : {service::kAnalytics, service::kPositioning, service::kPipeline}) {
+        for (const char* name : {service::kOnvifAnalyticService, service::kPositioning, service::kPipeline}) {
             _proxies[name] =
                 sdbus::createProxy(session->connection(), camera::bus::busName(name), camera::bus::objectPath(name));
         }
         using Text = std::string;
-        hear(service::kAnalytics, "analyticsEvent",
+        hear(service::kOnvifAnalyticService, "analyticsEvent",
              [&journal](const Text& topic, const Text& source, const Text& data) {
                  journal.add("event " + topic + "|" + source + "|" + data);
              });
@@ -229,7 +229,7 @@ public:
 
     Journal journal;
     camera::bus::Connection connection;
-    std::shared_ptr<camera::bus::Live<PipelineProxies>> proxies;
+    std::shared_ptr<camera::bus::CurrentObject<PipelineProxies>> proxies;
 };
 
 } // namespace pipeline_test

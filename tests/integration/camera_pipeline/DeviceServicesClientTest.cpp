@@ -92,7 +92,7 @@ protected:
     FakeService dayNight{bus.address(), service::kDayNight};
     FakeService blanking{bus.address(), service::kWindowBlanking};
     FakeService rotate{bus.address(), service::kRotate};
-    FakeService streamer{bus.address(), service::kMetadataStreamer};
+    FakeService streamer{bus.address(), service::kOnvifMetadataStreamer};
     FakeService configuration{bus.address(), service::kConfiguration};
     std::unique_ptr<DeviceServicesClient> services; // ends before what hears it
 };
@@ -102,8 +102,8 @@ TEST_F(DeviceServicesClientTest, thoseThatAreThereAtTheStartAreKnownAtOnce)
     startServices();
     rotate.state.value = 90;
     watch();
-    for (const char* name : {service::kDayNight, service::kWindowBlanking, service::kRotate, service::kMetadataStreamer,
-                             service::kConfiguration}) {
+    for (const char* name : {service::kDayNight, service::kWindowBlanking, service::kRotate,
+                             service::kOnvifMetadataStreamer, service::kConfiguration}) {
         EXPECT_EQ(ids(name), kMain) << name;
     }
     EXPECT_EQ(services->orientation(), 90u);
@@ -135,8 +135,8 @@ TEST_F(DeviceServicesClientTest, queriesAreAnswered)
 TEST_F(DeviceServicesClientTest, withoutServicesEverythingIsUnavailableAndNothingIsWritten)
 {
     watch();
-    for (const char* name : {service::kDayNight, service::kWindowBlanking, service::kRotate, service::kMetadataStreamer,
-                             service::kConfiguration}) {
+    for (const char* name : {service::kDayNight, service::kWindowBlanking, service::kRotate,
+                             service::kOnvifMetadataStreamer, service::kConfiguration}) {
         EXPECT_EQ(ids(name), std::nullopt) << name;
     }
     RegionColor color;
@@ -419,7 +419,7 @@ TEST_F(DeviceServicesClientTest, documentsAreLostWithoutAStreamer)
     EXPECT_EQ(services->documentsTaken(), 0u);
     EXPECT_EQ(services->documentsLost(), 1u);
     streamer.start();
-    ASSERT_TRUE(becomes(service::kMetadataStreamer, kMain));
+    ASSERT_TRUE(becomes(service::kOnvifMetadataStreamer, kMain));
     services->sendMetadata("<two/>");
     EXPECT_EQ(services->documentsTaken(), 1u);
 }
@@ -428,7 +428,7 @@ TEST_F(DeviceServicesClientTest, aStreamerThatDoesNotAnswerIsLeftAloneForAWhile)
 {
     startServices();
     watch(500ms);
-    ASSERT_TRUE(becomes(service::kMetadataStreamer, kMain));
+    ASSERT_TRUE(becomes(service::kOnvifMetadataStreamer, kMain));
     streamer.state.manner = Manner::never;
     services->sendMetadata("<one/>");
     services->sendMetadata("<two/>");

@@ -52,7 +52,7 @@ protected:
     FakeService dayNight{bus.address(), service::kDayNight};
     FakeService blanking{bus.address(), service::kWindowBlanking};
     FakeService rotate{bus.address(), service::kRotate};
-    FakeService streamer{bus.address(), service::kMetadataStreamer};
+    FakeService streamer{bus.address(), service::kOnvifMetadataStreamer};
     FakeService configuration{bus.address(), service::kConfiguration};
     std::shared_ptr<DeviceServicesClient> client;
 };

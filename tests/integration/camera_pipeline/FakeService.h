@@ -159,7 +159,7 @@ private:
     const std::string _name;
     const std::vector<std::string> _targets;
     std::unique_ptr<camera::bus::Connection> _connection;
-    std::shared_ptr<camera::bus::Live<FakeObjects>> _objects;
+    std::shared_ptr<camera::bus::CurrentObject<FakeObjects>> _objects;
 };
 
 } // namespace pipeline_test

@@ -52,7 +52,7 @@ protected:
     bool waitUntilServed()
     {
         return eventually([this] {
-            return client.isServed(service::kAnalytics) && client.isServed(service::kPositioning) &&
+            return client.isServed(service::kOnvifAnalyticService) && client.isServed(service::kPositioning) &&
                    client.isServed(service::kPipeline);
         });
     }
@@ -70,19 +70,19 @@ protected:
     template <class Out>
     Out analytics(const std::string& method)
     {
-        return client.one<Out>(service::kAnalytics, method);
+        return client.one<Out>(service::kOnvifAnalyticService, method);
     }
 
     using Outcome = std::tuple<std::int32_t, std::uint32_t>;
     Outcome change(const std::string& method, const Texts& items)
     {
-        return client.ask<std::int32_t, std::uint32_t>(service::kAnalytics, method, items);
+        return client.ask<std::int32_t, std::uint32_t>(service::kOnvifAnalyticService, method, items);
     }
 
     using Acceptance = std::tuple<std::int32_t, std::uint8_t>;
     Acceptance configure(const std::string& xml)
     {
-        return client.ask<std::int32_t, std::uint8_t>(service::kAnalytics, "setConfiguration", xml);
+        return client.ask<std::int32_t, std::uint8_t>(service::kOnvifAnalyticService, "setConfiguration", xml);
     }
 
     camera::ptz::PositioningUnit& unit() { return device->positioning(); }

@@ -9,20 +9,26 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr const char* kServed[] = {service::kAnalytics, service::kPositioning,      service::kPipeline,
-                                   service::kServices,  service::kDayNight,         service::kWindowBlanking,
-                                   service::kRotate,    service::kMetadataStreamer, service::kConfiguration};
+constexpr const char* kServed[] = {service::kOnvifAnalyticService,
+                                   service::kPositioning,
+                                   service::kPipeline,
+                                   service::kServices,
+                                   service::kDayNight,
+                                   service::kWindowBlanking,
+                                   service::kRotate,
+                                   service::kOnvifMetadataStreamer,
+                                   service::kConfiguration};
 
 class BusDeathTest : public FaultTest {
 protected:
     static bool isStored(Client& by, const std::string& rule)
     {
-        const auto [result, failed] = by.ask<std::int32_t, std::uint8_t>(service::kAnalytics, "setConfiguration",
-                                                                         system_tests::simpleConfiguration(rule));
+        const auto [result, failed] = by.ask<std::int32_t, std::uint8_t>(
+            service::kOnvifAnalyticService, "setConfiguration", system_tests::simpleConfiguration(rule));
         if (result != 0 || failed != 0) {
             return false;
         }
-        const auto [rules] = by.ask<std::vector<std::string>>(service::kAnalytics, "getCurrentRules");
+        const auto [rules] = by.ask<std::vector<std::string>>(service::kOnvifAnalyticService, "getCurrentRules");
         return rules.size() == 1 && rules[0].find("\"" + rule + "\"") != std::string::npos;
     }
 

@@ -12,14 +12,14 @@ constexpr const char* kDaemon = "org.freedesktop.DBus";
 
 Proxies::Proxies(const std::shared_ptr<bus::Session>& session, std::atomic<std::uint64_t>& events)
 {
-    for (const char* name : {service::kAnalytics, service::kPositioning, service::kPipeline, service::kServices,
-                             service::kSupervisor, service::kDayNight, service::kWindowBlanking, service::kRotate,
-                             service::kMetadataStreamer, service::kConfiguration}) {
+    for (const char* name : {service::kOnvifAnalyticService, service::kPositioning, service::kPipeline,
+                             service::kServices, service::kSupervisor, service::kDayNight, service::kWindowBlanking,
+                             service::kRotate, service::kOnvifMetadataStreamer, service::kConfiguration}) {
         _proxies[name] = sdbus::createProxy(session->connection(), bus::busName(name), bus::objectPath(name));
     }
-    _proxies[service::kAnalytics]
+    _proxies[service::kOnvifAnalyticService]
         ->uponSignal("analyticsEvent")
-        .onInterface(bus::interfaceName(service::kAnalytics))
+        .onInterface(bus::interfaceName(service::kOnvifAnalyticService))
         .call([&events](const std::string&, const std::string&, const std::string&) { ++events; });
     _proxies[kDaemon] = sdbus::createProxy(session->connection(), kDaemon, "/org/freedesktop/DBus");
     for (const auto& entry : _proxies) {
@@ -64,8 +64,8 @@ Json::Value Client::status()
 std::uint64_t Client::documentsReceived()
 {
     try {
-        return std::get<0>(
-            ask<std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t>(service::kMetadataStreamer, "getCounters"));
+        return std::get<0>(ask<std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t>(
+            service::kOnvifMetadataStreamer, "getCounters"));
     } catch (const sdbus::Error&) {
         return 0;
     }

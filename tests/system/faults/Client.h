@@ -95,7 +95,7 @@ public:
 private:
     std::atomic<std::uint64_t> _events{0};
     bus::Connection _connection;
-    std::shared_ptr<bus::Live<Proxies>> _proxies;
+    std::shared_ptr<bus::CurrentObject<Proxies>> _proxies;
 };
 
 } // namespace camera::fault_tests

@@ -53,14 +53,14 @@ protected:
 
     bool serves()
     {
-        return eventually([this] { return client.isServed(service::kAnalytics) || !pipeline->runs(); }) &&
+        return eventually([this] { return client.isServed(service::kOnvifAnalyticService) || !pipeline->runs(); }) &&
                pipeline->runs();
     }
 
     // The number of the configuration that is there; 0: none, -1: a mixture or a piece of one.
     int whatIsThere()
     {
-        const auto [rules] = client.ask<std::vector<std::string>>(service::kAnalytics, "getCurrentRules");
+        const auto [rules] = client.ask<std::vector<std::string>>(service::kOnvifAnalyticService, "getCurrentRules");
         static const std::regex name("Name=\"Rule(\\d+)of(\\d+)\"");
         std::set<std::string> parts;
         std::set<int> numbers;
@@ -85,7 +85,7 @@ protected:
             for (;;) {
                 ++sent;
                 const auto [result, failed] = client.ask<std::int32_t, std::uint8_t>(
-                    service::kAnalytics, "setConfiguration", configuration(sent));
+                    service::kOnvifAnalyticService, "setConfiguration", configuration(sent));
                 ASSERT_EQ(0, result);
                 ASSERT_EQ(0, failed);
                 acknowledged = sent;

@@ -102,11 +102,11 @@ TEST_F(ServiceFaultTest, takesNoAngleWhenRotationAndConfigurationAreAbsent)
 TEST_F(ServiceFaultTest, opensTheMetadataStreamWhenTheAbsentStreamerComes)
 {
     startServices();
-    setFault(service::kMetadataStreamer, "absent");
+    setFault(service::kOnvifMetadataStreamer, "absent");
     startPipeline();
     EXPECT_TRUE(framesGoOn());
     EXPECT_EQ(0U, client.status()["documents"].asUInt64()) << "no stream is open, so nothing is sent";
-    setFault(service::kMetadataStreamer, "off");
+    setFault(service::kOnvifMetadataStreamer, "off");
     EXPECT_TRUE(documentsArrive()) << log();
     EXPECT_FALSE(logs("failed to open metadata stream"));
 }
@@ -117,7 +117,7 @@ TEST_F(ServiceFaultTest, hearsEachServiceAgainThatWasAwayDuringTheRun)
     startPipeline();
     ASSERT_TRUE(everythingReachesThePlugin()) << log();
     const std::vector<std::string> all = {service::kDayNight, service::kWindowBlanking, service::kRotate,
-                                          service::kMetadataStreamer, service::kConfiguration};
+                                          service::kOnvifMetadataStreamer, service::kConfiguration};
     for (const std::string& name : all) {
         setFault(name, "absent");
         EXPECT_FALSE(client.isServed(name));
@@ -208,11 +208,11 @@ TEST_F(ServiceFaultTest, losesTheDocumentsThatASlowOrFailingStreamerDoesNotTake)
     startPipeline();
     ASSERT_TRUE(documentsArrive());
     for (const std::string fault : {"slow", "fail"}) {
-        setFault(service::kMetadataStreamer, fault, kTooSlow);
+        setFault(service::kOnvifMetadataStreamer, fault, kTooSlow);
         EXPECT_TRUE(framesGoOn()) << fault;
         EXPECT_TRUE(documentsAreLost()) << fault;
         EXPECT_TRUE(logs("a metadata document was lost: ")) << fault;
-        setFault(service::kMetadataStreamer, "off");
+        setFault(service::kOnvifMetadataStreamer, "off");
         EXPECT_TRUE(documentsArrive()) << fault;
     }
     EXPECT_EQ(0, client.status()["framesFailed"].asInt());

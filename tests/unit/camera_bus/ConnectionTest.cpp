@@ -92,16 +92,17 @@ protected:
     std::string heard;
     Connection serving{bus.address(), "the server"};
     Connection asking{bus.address(), "the client"};
-    std::shared_ptr<Live<EchoObject>> object = serving.add<EchoObject>(
+    std::shared_ptr<CurrentObject<EchoObject>> object = serving.add<EchoObject>(
         [](const std::shared_ptr<Session>& session) { return std::make_shared<EchoObject>(session); });
-    std::shared_ptr<Live<EchoClient>> client = asking.add<EchoClient>([this](const std::shared_ptr<Session>& session) {
-        const auto hear = [this](const std::string& text) {
-            const std::lock_guard<std::mutex> lock(mutex);
-            heard = text;
-            heardSomething.notify_all();
-        };
-        return std::make_shared<EchoClient>(session->connection(), patience, EchoSignals{hear});
-    });
+    std::shared_ptr<CurrentObject<EchoClient>> client =
+        asking.add<EchoClient>([this](const std::shared_ptr<Session>& session) {
+            const auto hear = [this](const std::string& text) {
+                const std::lock_guard<std::mutex> lock(mutex);
+                heard = text;
+                heardSomething.notify_all();
+            };
+            return std::make_shared<EchoClient>(session->connection(), patience, EchoSignals{hear});
+        });
 };
 
 TEST_F(ConnectionTest, callsAndSignalsPass)

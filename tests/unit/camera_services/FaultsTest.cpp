@@ -17,7 +17,7 @@ constexpr Question kQuestions[] = {{service::kDayNight, "isMoving"},
                                    {service::kWindowBlanking, "getEnable"},
                                    {service::kRotate, "getAngle"},
                                    {service::kConfiguration, "list"},
-                                   {service::kMetadataStreamer, "getSocket"}};
+                                   {service::kOnvifMetadataStreamer, "getSocket"}};
 
 class FaultsTest : public ServicesFixture, public testing::WithParamInterface<Question> {
 protected:
@@ -126,7 +126,7 @@ TEST_F(FaultEffectsTest, anAbsentServicesObjectIsGoneByEveryName)
 TEST_F(FaultEffectsTest, aFailingServiceNeitherChangesNorTellsAnything)
 {
     for (const char* name : {service::kDayNight, service::kWindowBlanking, service::kRotate, service::kConfiguration,
-                             service::kMetadataStreamer}) {
+                             service::kOnvifMetadataStreamer}) {
         client.setFault(name, "fail");
     }
     const std::string failed = "ravel.Error.Failed|made to fail";
@@ -140,10 +140,10 @@ TEST_F(FaultEffectsTest, aFailingServiceNeitherChangesNorTellsAnything)
     EXPECT_EQ(client.refusal(service::kConfiguration, "setIntValue", std::string("k"), 1), failed);
     EXPECT_EQ(client.refusal(service::kConfiguration, "removeValue", std::string("default_analytics_rotation")),
               failed);
-    EXPECT_EQ(client.refusal(service::kMetadataStreamer, "sendOnvifAnalyticsMetadataXml", std::string("<a/>"), 1),
+    EXPECT_EQ(client.refusal(service::kOnvifMetadataStreamer, "sendOnvifAnalyticsMetadataXml", std::string("<a/>"), 1),
               failed);
     for (const char* name : {service::kDayNight, service::kWindowBlanking, service::kRotate, service::kConfiguration,
-                             service::kMetadataStreamer}) {
+                             service::kOnvifMetadataStreamer}) {
         client.setFault(name, "off");
     }
     EXPECT_FALSE(client.one<bool>(service::kDayNight, "isMoving"));
@@ -197,12 +197,12 @@ TEST_F(FaultEffectsTest, waitingAnswersGoWithTheBusAndNobodyWaitsForThem)
 
 TEST_F(FaultEffectsTest, moreSlowAnswersThanFitAreErrors)
 {
-    client.setFault(service::kMetadataStreamer, "slow", 3600);
+    client.setFault(service::kOnvifMetadataStreamer, "slow", 3600);
     const std::string large(15 * 1024 * 1024, 'x');
     std::string last = "answered";
     for (int i = 0; i < 5; ++i) {
         try {
-            client.askWithin<>(i < 4 ? 1ms : 30000ms, service::kMetadataStreamer, "sendOnvifAnalyticsMetadataXml",
+            client.askWithin<>(i < 4 ? 1ms : 30000ms, service::kOnvifMetadataStreamer, "sendOnvifAnalyticsMetadataXml",
                                large, 1);
         } catch (const sdbus::Error& refused) {
             last = refused.getName() + "|" + refused.getMessage();

@@ -12,14 +12,14 @@ class MetadataTest : public ServicesFixture {
 protected:
     void send(const std::string& xml)
     {
-        client.ask<>(service::kMetadataStreamer, "sendOnvifAnalyticsMetadataXml", xml, 1);
+        client.ask<>(service::kOnvifMetadataStreamer, "sendOnvifAnalyticsMetadataXml", xml, 1);
     }
     Counters counters()
     {
-        return client.ask<std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t>(service::kMetadataStreamer,
+        return client.ask<std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t>(service::kOnvifMetadataStreamer,
                                                                                       "getCounters");
     }
-    std::string socket() { return client.one<std::string>(service::kMetadataStreamer, "getSocket"); }
+    std::string socket() { return client.one<std::string>(service::kOnvifMetadataStreamer, "getSocket"); }
     bool waitForSubscribers(std::uint32_t count)
     {
         return eventually([&] { return std::get<3>(counters()) == count; });
@@ -91,9 +91,9 @@ TEST_F(MetadataTest, theLargestDocumentIsTakenAndALargerOneIsRefused)
     const std::size_t most = camera::services::MetadataObject::kLargestDocumentBytes;
     send(std::string(most, 'x'));
     EXPECT_EQ(
-        client.refusal(service::kMetadataStreamer, "sendOnvifAnalyticsMetadataXml", std::string(most + 1, 'x'), 1),
+        client.refusal(service::kOnvifMetadataStreamer, "sendOnvifAnalyticsMetadataXml", std::string(most + 1, 'x'), 1),
         "ravel.Error.TooLarge|a metadata document has at most 16777216 bytes, not 16777217");
-    EXPECT_EQ(client.refusal(service::kMetadataStreamer, "sendOnvifAnalyticsMetadataXml", std::string(), 1),
+    EXPECT_EQ(client.refusal(service::kOnvifMetadataStreamer, "sendOnvifAnalyticsMetadataXml", std::string(), 1),
               "ravel.Error.Refused|the metadata document is empty");
     EXPECT_EQ(counters(), Counters(1, 0, 0, 0));
 }

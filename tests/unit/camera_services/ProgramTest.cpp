@@ -191,7 +191,7 @@ TEST_F(ProgramTest, bothSignalsEndItWithNothingLeftBehind)
         EXPECT_EQ(program.said, "");
         EXPECT_THAT(filesOf("run"), IsEmpty());
         for (const char* name : {service::kServices, service::kDayNight, service::kWindowBlanking, service::kRotate,
-                                 service::kConfiguration, service::kMetadataStreamer}) {
+                                 service::kConfiguration, service::kOnvifMetadataStreamer}) {
             EXPECT_TRUE(eventually([&] { return !client.isServed(name); })) << name;
         }
         EXPECT_THAT(filesOf("state"), ElementsAre("services"));
@@ -230,7 +230,7 @@ TEST_F(ProgramTest, afterAKillTheNextOneHasEverythingThatWasAcknowledged)
                       round - 1);
             EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 180U);
         }
-        SocketReader reader(client.one<std::string>(service::kMetadataStreamer, "getSocket"));
+        SocketReader reader(client.one<std::string>(service::kOnvifMetadataStreamer, "getSocket"));
         client.ask<>(service::kRotate, "setAngle", 180U);
         client.ask<>(service::kConfiguration, "setIntValue", std::string("round"), round);
         program.signal(SIGKILL);

@@ -71,7 +71,7 @@ public:
     Proxies(const std::shared_ptr<camera::bus::Session>& session, Journal& journal)
     {
         for (const char* name : {service::kServices, service::kDayNight, service::kWindowBlanking, service::kRotate,
-                                 service::kConfiguration, service::kMetadataStreamer}) {
+                                 service::kConfiguration, service::kOnvifMetadataStreamer}) {
             _proxies[name] =
                 sdbus::createProxy(session->connection(), camera::bus::busName(name), camera::bus::objectPath(name));
         }
@@ -184,7 +184,7 @@ public:
 
     Journal journal;
     camera::bus::Connection connection;
-    std::shared_ptr<camera::bus::Live<Proxies>> proxies;
+    std::shared_ptr<camera::bus::CurrentObject<Proxies>> proxies;
 };
 
 } // namespace services_test

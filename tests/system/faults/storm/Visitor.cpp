@@ -113,12 +113,12 @@ void Visitor::listConfigurations()
 {
     const auto set = [this](const std::string& xml) {
         const auto [result, failed] =
-            _client.ask<std::int32_t, std::uint8_t>(service::kAnalytics, "setConfiguration", xml);
+            _client.ask<std::int32_t, std::uint8_t>(service::kOnvifAnalyticService, "setConfiguration", xml);
         taken(result == 0 && failed == 0);
     };
     const auto change = [this](const char* method, const std::string& item) {
         const auto [result, status] =
-            _client.ask<std::int32_t, std::uint32_t>(service::kAnalytics, method, Strings{item});
+            _client.ask<std::int32_t, std::uint32_t>(service::kOnvifAnalyticService, method, Strings{item});
         taken(result == 0 && status == 0);
     };
     const auto rule = [this] { return "Rule" + std::to_string(upTo(4)); };
@@ -128,18 +128,20 @@ void Visitor::listConfigurations()
     _commands.emplace_back([=] { change("createRules", ruleNamed(rule())); });
     _commands.emplace_back([=] { change("modifyRules", ruleNamed(rule())); });
     _commands.emplace_back([=] { change("deleteRules", rule()); });
-    _commands.emplace_back([this] { _client.ask<std::int32_t>(service::kAnalytics, "restoreDefaultSettings"); });
+    _commands.emplace_back(
+        [this] { _client.ask<std::int32_t>(service::kOnvifAnalyticService, "restoreDefaultSettings"); });
 }
 
 void Visitor::listQueries()
 {
     for (const char* const method : {"getEventTopics", "getSupportedRules", "getCurrentRules", "getSupportedEngines",
                                      "getCurrentEngines", "getUsedPtzPresets"}) {
-        _commands.emplace_back([this, method] { _client.ask<Strings>(service::kAnalytics, method); });
+        _commands.emplace_back([this, method] { _client.ask<Strings>(service::kOnvifAnalyticService, method); });
     }
-    _commands.emplace_back([this] { _client.ask<std::string>(service::kAnalytics, "getCurrentConfiguration"); });
     _commands.emplace_back(
-        [this] { _client.ask<std::string>(service::kAnalytics, "getPtzPresetConfiguration", preset()); });
+        [this] { _client.ask<std::string>(service::kOnvifAnalyticService, "getCurrentConfiguration"); });
+    _commands.emplace_back(
+        [this] { _client.ask<std::string>(service::kOnvifAnalyticService, "getPtzPresetConfiguration", preset()); });
     _commands.emplace_back([this] { _client.status(); });
     _commands.emplace_back([this] { _client.ask<Strings>(service::kPipeline, "storedKeys"); });
 }
