@@ -10,12 +10,12 @@
 
 namespace camera::services {
 
-/// The thread that gives delayed answers when their time has come, so that the bus thread need not wait. Thread-safe.
+/// The thread that gives delayed answers when they are due, so that the bus thread does not wait. Thread-safe.
 class AnswerTimer {
 public:
     AnswerTimer();
 
-    /// Answers that are not due yet are not given any more.
+    /// Answers that are not due yet are never given.
     ~AnswerTimer();
     AnswerTimer(const AnswerTimer&) = delete;
     AnswerTimer& operator=(const AnswerTimer&) = delete;

@@ -10,10 +10,10 @@
 namespace camera::services {
 
 /**
- * Answers of one session that are given later. They go with the session, ungiven: an answer refers to the
+ * Answers of one session that are given later. They are dropped when the session ends, because an answer refers to the
  * session's connection.
  *
- * Bounded, because callers need not wait for their answers. Thread-safe.
+ * Bounded, because a client can send the next call before the answer. Thread-safe.
  */
 class DelayedAnswers {
 public:

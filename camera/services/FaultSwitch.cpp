@@ -63,7 +63,7 @@ void FaultSwitch::set(const std::string& service, const std::string& fault, doub
     checkService(service);
     Setting setting{faultNamed(fault), std::chrono::duration<double>(0)};
     if (setting.fault == Fault::slow) {
-        // Written this way round, it also keeps out what is not a number.
+        // Written with a negation, because a comparison with NaN is false.
         if (!(seconds > 0 && seconds <= kLongestDelaySeconds)) {
             throw bus::Refusal("a slow service takes more than 0 and at most 3600 seconds for an answer");
         }

@@ -19,7 +19,7 @@ enum class Fault {
 std::string word(Fault fault);
 
 /**
- * Which fault each service has at the moment. Holds over sessions of the bus, not over a restart of the process.
+ * Which fault each service has. It outlives a session of the bus, but not the process.
  *
  * Thread-bound: the bus thread's.
  */

@@ -81,7 +81,7 @@ void MetadataSocket::wake() const
 {
     const std::uint64_t one = 1;
     if (::write(_wakeUp.get(), &one, sizeof one) < 0) {
-        // its count is at the limit: it wakes all the same
+        // The counter is full: the thread wakes all the same.
     }
 }
 
@@ -92,9 +92,9 @@ void MetadataSocket::run()
         if (::poll(polled.data(), polled.size(), polled[1].events == 0 ? kAcceptPauseMs : -1) > 0) {
             std::uint64_t ignored = 0;
             if ((polled[0].revents & POLLIN) != 0 && ::read(_wakeUp.get(), &ignored, sizeof ignored) < 0) {
-                // somebody else's wake-up, or none: the next turn looks at everything anyway
+                // Nothing to read: the next turn looks at everything in any case.
             }
-            serveClients(polled); // before new ones come: the list fits those that were polled
+            serveClients(polled); // before new ones are accepted: polled has one entry for each client
             if ((polled[1].revents & POLLIN) != 0) {
                 acceptNew();
             }
@@ -103,7 +103,7 @@ void MetadataSocket::run()
     }
 }
 
-// What the next turn waits for: the wake-up, the listener, the clients in their order. Empty: it is over.
+// What the next turn waits for: the wake-up, the listener, the clients in their order. Empty: the thread ends.
 std::vector<pollfd> MetadataSocket::waiting()
 {
     const std::lock_guard<std::mutex> lock(_mutex);
@@ -153,7 +153,7 @@ bool MetadataSocket::serve(Client& client, short events)
     if ((events & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
         return false;
     }
-    if ((events & POLLIN) != 0 && !client.subscriber.listen()) {
+    if ((events & POLLIN) != 0 && !client.subscriber.drain()) {
         return false;
     }
     return (events & POLLOUT) == 0 || sendTo(client);

@@ -23,7 +23,7 @@ namespace camera::services {
  * break inside a document becomes a blank, which XML reads alike.
  *
  * publish() only queues; a thread of this object sends. A client that reads too slowly loses the oldest documents,
- * which are counted; nobody waits for anybody. Thread-safe.
+ * which are counted; no client and no publisher waits for another. Thread-safe.
  */
 class MetadataSocket {
 public:
@@ -38,7 +38,7 @@ public:
     };
     struct Counters {
         std::uint64_t received = 0;
-        std::uint64_t delivered = 0; ///< to each subscriber counts, also to those that have left
+        std::uint64_t delivered = 0; ///< counted for each subscriber, also for those that have left
         std::uint64_t lost = 0;
         std::vector<SubscriberCounters> subscribers;
     };
@@ -75,7 +75,8 @@ private:
 
     SocketFile _file;
     base::FileDescriptor _wakeUp;
-    std::chrono::steady_clock::time_point _acceptAgain; ///< the thread's own: not before, for want of descriptors
+    std::chrono::steady_clock::time_point
+        _acceptAgain; ///< used by the thread only: it accepts nobody before, because there are no descriptors left
 
     mutable std::mutex _mutex;
     std::list<Client> _clients; ///< changed by the thread only

@@ -4,28 +4,30 @@
 #include "camera/bus/Names.h"
 #include "camera/store/SettingsStore.h"
 
+#include <utility>
+
 namespace camera::services {
 
 ServiceState::ServiceState(store::SettingsStore& store) : _store(store)
 {
     load(bus::service::kWindowBlanking, _blanking, parseBlanking);
-    load(bus::service::kRotate, _rotation, parseRotation);
+    load(bus::service::kRotate, _orientation, parseOrientation);
     load(bus::service::kConfiguration, _values, parseValues);
 }
 
 void ServiceState::setBlanking(const Blanking& blanking)
 {
-    keep(bus::service::kWindowBlanking, _blanking, blanking);
+    write(bus::service::kWindowBlanking, _blanking, blanking);
 }
 
-void ServiceState::setRotation(const Rotation& rotation)
+void ServiceState::setOrientation(const OrientationSetting& orientation)
 {
-    keep(bus::service::kRotate, _rotation, rotation);
+    write(bus::service::kRotate, _orientation, orientation);
 }
 
-void ServiceState::setValues(const Values& values)
+void ServiceState::setValues(Values values)
 {
-    keep(bus::service::kConfiguration, _values, values);
+    write(bus::service::kConfiguration, _values, std::move(values));
 }
 
 template <class T, class Parse>
@@ -45,11 +47,11 @@ void ServiceState::load(const char* service, T& value, Parse parse)
 }
 
 template <class T>
-void ServiceState::keep(const char* service, T& value, const T& wanted)
+void ServiceState::write(const char* service, T& value, T wanted)
 {
-    T copy = wanted; // what can fail comes first: afterwards memory and disk differ in no case
+    // First, because it can fail: memory and disk never differ.
     _store.write(service, format(wanted));
-    value = std::move(copy);
+    value = std::move(wanted);
 }
 
 } // namespace camera::services

@@ -11,10 +11,10 @@ class SettingsStore;
 namespace camera::services {
 
 /**
- * What the services know: kept in the store, one document each, and the day/night filter's movement, which
- * ends with the process.
+ * The state of the services: documents in the store, and whether the day/night filter moves, which ends with the
+ * process.
  *
- * A setter throws what the store throws when it cannot write; the value is then the one before. Thread-bound: the
+ * A setter throws what the store throws when it cannot write; the value is then as before. Thread-bound: the
  * thread that builds it, then the bus thread.
  */
 class ServiceState {
@@ -26,11 +26,11 @@ public:
     const Blanking& blanking() const { return _blanking; }
     void setBlanking(const Blanking& blanking);
 
-    const Rotation& rotation() const { return _rotation; }
-    void setRotation(const Rotation& rotation);
+    const OrientationSetting& orientation() const { return _orientation; }
+    void setOrientation(const OrientationSetting& orientation);
 
     const Values& values() const { return _values; }
-    void setValues(const Values& values);
+    void setValues(Values values);
 
     bool moving() const { return _moving; }
     void setMoving(bool moving) { _moving = moving; }
@@ -39,11 +39,11 @@ private:
     template <class T, class Parse>
     void load(const char* service, T& value, Parse parse);
     template <class T>
-    void keep(const char* service, T& value, const T& wanted);
+    void write(const char* service, T& value, T wanted);
 
     store::SettingsStore& _store;
     Blanking _blanking;
-    Rotation _rotation;
+    OrientationSetting _orientation;
     Values _values{{kDefaultRotationKey, 0}};
     bool _moving = false;
 };

@@ -1,6 +1,5 @@
 #include "camera/services/ServicesObject.h"
 
-#include "camera/services/FaultSwitch.h"
 #include "camera/services/MetadataSocket.h"
 #include "camera/services/ServiceState.h"
 
@@ -9,15 +8,15 @@
 
 namespace camera::services {
 
-ServicesObject::ServicesObject(sdbus::IConnection& connection, const ProcessParts& parts,
+ServicesObject::ServicesObject(sdbus::IConnection& connection, const ProcessContext& process,
                                std::function<void(const std::string& service)> faultChanged)
-    : ServicesServer(connection), _parts(parts), _faultChanged(std::move(faultChanged))
+    : ServicesServer(connection), _process(process), _faultChanged(std::move(faultChanged))
 {
 }
 
 void ServicesObject::setFault(const std::string& service, const std::string& fault, double seconds)
 {
-    _parts.faults.set(service, fault, seconds);
+    _process.faults.set(service, fault, seconds);
     _faultChanged(service);
 }
 
@@ -25,7 +24,7 @@ std::map<std::string, std::string> ServicesObject::faults()
 {
     std::map<std::string, std::string> words;
     for (const std::string& service : FaultSwitch::services()) {
-        words[service] = word(_parts.faults.of(service).fault);
+        words[service] = word(_process.faults.of(service).fault);
     }
     return words;
 }
@@ -37,28 +36,28 @@ std::uint32_t ServicesObject::pid()
 
 bool ServicesObject::moving()
 {
-    return _parts.state.moving();
+    return _process.state.moving();
 }
 
 std::uint32_t ServicesObject::orientation()
 {
-    return _parts.state.rotation().angleDegrees;
+    return _process.state.orientation().degrees;
 }
 
 bool ServicesObject::rotationServed()
 {
-    return _parts.state.rotation().served;
+    return _process.state.orientation().served;
 }
 
 bool ServicesObject::blanking()
 {
-    return _parts.state.blanking().enabled;
+    return _process.state.blanking().enabled;
 }
 
 std::vector<ServicesObject::SubscriberRow> ServicesObject::subscribers()
 {
     std::vector<SubscriberRow> rows;
-    for (const MetadataSocket::SubscriberCounters& each : _parts.socket.counters().subscribers) {
+    for (const MetadataSocket::SubscriberCounters& each : _process.socket.counters().subscribers) {
         rows.emplace_back(each.delivered, each.lost, each.queuedBytes);
     }
     return rows;
@@ -68,7 +67,7 @@ std::vector<ServicesObject::FaultRow> ServicesObject::faultSettings()
 {
     std::vector<FaultRow> rows;
     for (const std::string& service : FaultSwitch::services()) {
-        const FaultSwitch::Setting setting = _parts.faults.of(service);
+        const FaultSwitch::Setting setting = _process.faults.of(service);
         rows.emplace_back(service, word(setting.fault), setting.delay.count());
     }
     return rows;

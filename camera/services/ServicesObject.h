@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/bus/services_server.h"
+#include "camera/services/ServiceObjects.h"
 
 #include <cstdint>
 #include <functional>
@@ -10,23 +11,11 @@
 
 namespace camera::services {
 
-class FaultSwitch;
-class MetadataSocket;
-class ServiceState;
-
-/// What the process' own object tells of; all of it outlives the object.
-struct ProcessParts {
-    std::string folder; ///< of the state
-    ServiceState& state;
-    FaultSwitch& faults;
-    MetadataSocket& socket;
-};
-
-/// The process itself on the bus: the faults of its services, and how it does. Has no fault of its own.
+/// The process itself on the bus: the faults of its services, and its status. It has no fault of its own.
 class ServicesObject final : public bus::ServicesServer {
 public:
     /// @param faultChanged  puts a service's new fault into effect.
-    ServicesObject(sdbus::IConnection& connection, const ProcessParts& parts,
+    ServicesObject(sdbus::IConnection& connection, const ProcessContext& process,
                    std::function<void(const std::string& service)> faultChanged);
 
 private:
@@ -37,7 +26,7 @@ private:
     std::map<std::string, std::string> faults() override;
 
     std::uint32_t pid() override;
-    std::string state() override { return _parts.folder; }
+    std::string state() override { return _process.folder; }
     bool moving() override;
     std::uint32_t orientation() override;
     bool rotationServed() override;
@@ -45,7 +34,7 @@ private:
     std::vector<SubscriberRow> subscribers() override;
     std::vector<FaultRow> faultSettings() override;
 
-    const ProcessParts _parts;
+    const ProcessContext _process;
     const std::function<void(const std::string& service)> _faultChanged;
 };
 

@@ -26,38 +26,39 @@ ServicesProcess::ServicesProcess(const ServicesOptions& options)
       _connection(options.bus, kProcess)
 {
     applyOptions(options);
-    _connection.add<Presence>([this](const std::shared_ptr<bus::Session>& session) { return appear(session); });
+    _connection.add<ServiceSet>(
+        [this](const std::shared_ptr<bus::Session>& session) { return makeServiceSet(session); });
     _connection.start();
 }
 
 void ServicesProcess::applyOptions(const ServicesOptions& options)
 {
-    if (!options.angleDegrees && !options.rotationService) {
+    if (!options.orientationDegrees && !options.rotationService) {
         return;
     }
-    Rotation rotation = _state.rotation();
-    rotation.angleDegrees = options.angleDegrees.value_or(rotation.angleDegrees);
-    rotation.served = options.rotationService.value_or(rotation.served);
-    _state.setRotation(rotation);
-    if (options.angleDegrees) {
+    OrientationSetting orientation = _state.orientation();
+    orientation.degrees = options.orientationDegrees.value_or(orientation.degrees);
+    orientation.served = options.rotationService.value_or(orientation.served);
+    _state.setOrientation(orientation);
+    if (options.orientationDegrees) {
         Values values = _state.values();
-        values[kDefaultRotationKey] = static_cast<std::int32_t>(*options.angleDegrees);
+        values[kDefaultRotationKey] = static_cast<std::int32_t>(*options.orientationDegrees);
         _state.setValues(values);
     }
 }
 
-std::shared_ptr<Presence> ServicesProcess::appear(const std::shared_ptr<bus::Session>& session)
+std::shared_ptr<ServiceSet> ServicesProcess::makeServiceSet(const std::shared_ptr<bus::Session>& session)
 {
     try {
-        auto presence = std::make_shared<Presence>(
-            session, Presence::Process{{_folder.string(), _state, _faults, _socket}, _timer});
-        _trouble.clear();
-        return presence;
+        auto services =
+            std::make_shared<ServiceSet>(session, ProcessContext{_folder, _state, _faults, _socket, _timer});
+        _failure.clear();
+        return services;
     } catch (const std::exception& error) {
-        // The connection tries again, for as long as it takes: one line for all the attempts.
-        if (std::exchange(_trouble, error.what()) != error.what()) {
+        // The connection tries again without end: one line for all attempts with the same failure.
+        if (std::exchange(_failure, error.what()) != error.what()) {
             base::Log::instance().write(base::LogLevel::error, kProcess,
-                                        "the services cannot appear on the bus: " + _trouble + "; tried again");
+                                        "the services cannot appear on the bus: " + _failure + "; tried again");
         }
         throw;
     }

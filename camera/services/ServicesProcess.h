@@ -4,28 +4,39 @@
 #include "camera/services/AnswerTimer.h"
 #include "camera/services/FaultSwitch.h"
 #include "camera/services/MetadataSocket.h"
-#include "camera/services/Presence.h"
+#include "camera/services/ServiceSet.h"
 #include "camera/services/ServiceState.h"
-#include "camera/services/ServicesOptions.h"
 #include "camera/store/SettingsStore.h"
 #include "camera/store/StateLock.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace camera::services {
 
+/// What the process camera-services is told.
+struct ServicesOptions {
+    std::string bus; ///< its address
+    std::filesystem::path state;
+    std::filesystem::path runtime;                   ///< of the metadata socket; empty: the state folder
+    std::optional<std::uint32_t> orientationDegrees; ///< unset: as stored
+    std::optional<bool> rotationService;             ///< unset: as stored
+    std::int64_t maxStoreBytes = 0;                  ///< how large the settings file may grow; 0: as large as the disk
+};
+
 /**
  * The device services of one camera: their state in the folder "services" of the state folder, the metadata
- * socket, and the objects on the bus for as long and as often as there is a bus.
+ * socket, and the objects on the bus in each session.
  *
  * When it ends, the names go first, then the socket, then the state is free for another process.
  */
 class ServicesProcess {
 public:
     /// @throws std::runtime_error with one sentence: the state or the socket cannot be used, or the options cannot be
-    ///         stored. A bus that is away is no failure.
+    ///         stored. That there is no bus is no failure.
     explicit ServicesProcess(const ServicesOptions& options);
     ServicesProcess(const ServicesProcess&) = delete;
     ServicesProcess& operator=(const ServicesProcess&) = delete;
@@ -35,7 +46,7 @@ public:
 
 private:
     void applyOptions(const ServicesOptions& options);
-    std::shared_ptr<Presence> appear(const std::shared_ptr<bus::Session>& session);
+    std::shared_ptr<ServiceSet> makeServiceSet(const std::shared_ptr<bus::Session>& session);
 
     const std::filesystem::path _folder;
     store::StateLock _lock;
@@ -44,7 +55,7 @@ private:
     FaultSwitch _faults;
     MetadataSocket _socket;
     AnswerTimer _timer;
-    std::string _trouble; ///< why the last session did not come about; the bus thread's own
+    std::string _failure; ///< why the last session failed; only the bus thread uses it
     bus::Connection _connection;
 };
 

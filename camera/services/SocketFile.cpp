@@ -47,16 +47,16 @@ base::FileDescriptor openSocket()
 SocketFile::SocketFile(const std::filesystem::path& path)
     : _path(std::filesystem::absolute(path).lexically_normal().string()), _listener(openSocket())
 {
-    addressOf(_path); // before anything is made
+    addressOf(_path); // checked before anything is made
     makeFolder();
-    clearTheWay();
+    removeStale();
     listen();
 }
 
 SocketFile::~SocketFile()
 {
     struct stat now {};
-    // Not one that somebody has put in its place.
+    // Not a file that another process has put in its place.
     if (::lstat(_path.c_str(), &now) == 0 && now.st_dev == _own.st_dev && now.st_ino == _own.st_ino) {
         ::unlink(_path.c_str());
     }
@@ -71,7 +71,7 @@ void SocketFile::makeFolder() const
     }
 }
 
-void SocketFile::clearTheWay() const
+void SocketFile::removeStale() const
 {
     struct stat there {};
     if (::lstat(_path.c_str(), &there) != 0) {
@@ -80,7 +80,7 @@ void SocketFile::clearTheWay() const
     if (!S_ISSOCK(there.st_mode)) {
         refuse(_path, "something else has its name");
     }
-    if (somebodyListens()) {
+    if (isListenedTo()) {
         refuse(_path, "another process listens there");
     }
     if (::unlink(_path.c_str()) != 0 && errno != ENOENT) {
@@ -88,12 +88,12 @@ void SocketFile::clearTheWay() const
     }
 }
 
-bool SocketFile::somebodyListens() const
+bool SocketFile::isListenedTo() const
 {
     const base::FileDescriptor probe = openSocket();
     const sockaddr_un address = addressOf(_path);
     const int result = ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    // Anything but a refusal, a full queue for instance, means that somebody may be there.
+    // Any other error, for instance that of a full queue, can come from a process that listens.
     return result == 0 || (errno != ECONNREFUSED && errno != ENOENT);
 }
 

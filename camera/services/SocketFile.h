@@ -8,8 +8,8 @@
 
 namespace camera::services {
 
-/// A Unix stream socket that listens under a name in the file system, for this user only. The name goes with the
-/// object; one that a killed process left is taken over.
+/// A Unix stream socket that listens under a name in the file system, for this user only. The object removes the
+/// name when it ends, and takes over a name that a killed process left.
 class SocketFile {
 public:
     /// @param path  made absolute; its folder is created when it is absent.
@@ -26,8 +26,8 @@ public:
 
 private:
     void makeFolder() const;
-    void clearTheWay() const;
-    bool somebodyListens() const;
+    void removeStale() const;
+    bool isListenedTo() const;
     void listen();
 
     const std::string _path;

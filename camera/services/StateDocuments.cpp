@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kLargest = 4 * 1024 * 1024;
 
-// What take makes of the object; nothing when the document is none, or take cannot use it.
+// What take makes of the object; nothing when the document is not an object, or take cannot use it.
 template <class T, class Take>
 std::optional<T> parse(const std::string& document, Take&& take)
 {
@@ -52,11 +52,11 @@ std::string format(const Blanking& blanking)
     return base::oneLineJson(object);
 }
 
-std::string format(const Rotation& rotation)
+std::string format(const OrientationSetting& orientation)
 {
     Json::Value object;
-    object["angle"] = rotation.angleDegrees;
-    object["served"] = rotation.served;
+    object["angle"] = orientation.degrees;
+    object["served"] = orientation.served;
     return base::oneLineJson(object);
 }
 
@@ -81,13 +81,13 @@ std::optional<Blanking> parseBlanking(const std::string& document)
     });
 }
 
-std::optional<Rotation> parseRotation(const std::string& document)
+std::optional<OrientationSetting> parseOrientation(const std::string& document)
 {
-    return parse<Rotation>(document, [](const Json::Value& object) -> std::optional<Rotation> {
+    return parse<OrientationSetting>(document, [](const Json::Value& object) -> std::optional<OrientationSetting> {
         if (!object["angle"].isUInt() || !base::isOrientation(object["angle"].asUInt()) || !object["served"].isBool()) {
             return std::nullopt;
         }
-        return Rotation{object["angle"].asUInt(), object["served"].asBool()};
+        return OrientationSetting{object["angle"].asUInt(), object["served"].asBool()};
     });
 }
 

@@ -14,8 +14,8 @@ struct Blanking {
     bool enabled = false;
 };
 
-struct Rotation {
-    std::uint32_t angleDegrees = 0;
+struct OrientationSetting {
+    std::uint32_t degrees = 0;
     bool served = true; ///< whether this camera has a rotation service at all
 };
 
@@ -29,12 +29,12 @@ bool isValueKey(const std::string& key);
 constexpr std::size_t kLongestKeyBytes = 256;
 constexpr std::size_t kMostValues = 1000;
 
-/// The JSON documents that keep them. What is read is checked as a remote call is: nothing when any of it does not fit.
+/// The JSON documents that keep them. A document is checked as a remote call is; nothing when any of it is not valid.
 std::string format(const Blanking& blanking);
-std::string format(const Rotation& rotation);
+std::string format(const OrientationSetting& orientation);
 std::string format(const Values& values);
 std::optional<Blanking> parseBlanking(const std::string& document);
-std::optional<Rotation> parseRotation(const std::string& document);
+std::optional<OrientationSetting> parseOrientation(const std::string& document);
 std::optional<Values> parseValues(const std::string& document);
 
 } // namespace camera::services

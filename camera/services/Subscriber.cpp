@@ -18,7 +18,7 @@ bool mayComeLater(int error)
 
 short Subscriber::events(bool hasMore) const
 {
-    return static_cast<short>((_silent ? 0 : POLLIN) | (sending() || hasMore ? POLLOUT : 0));
+    return static_cast<short>((_sendsNoMore ? 0 : POLLIN) | (sending() || hasMore ? POLLOUT : 0));
 }
 
 void Subscriber::begin(Line line)
@@ -42,11 +42,11 @@ Subscriber::Progress Subscriber::send()
     return Progress::whole;
 }
 
-bool Subscriber::listen()
+bool Subscriber::drain()
 {
     std::array<char, 4096> ignored;
     const ssize_t count = ::recv(_socket.get(), ignored.data(), ignored.size(), MSG_DONTWAIT);
-    _silent = count == 0;
+    _sendsNoMore = count == 0;
     return count >= 0 || mayComeLater(errno);
 }
 

@@ -8,10 +8,11 @@
 
 namespace camera::services {
 
-/// A line for several subscribers at once.
+/// A line that several subscribers share.
 using Line = std::shared_ptr<const std::string>;
 
-/// One reader of the metadata socket, as its thread sees it: the line being sent, and whether it is still there.
+/// One reader of the metadata socket, used by the socket's thread: the line being sent, and whether the connection
+/// still stands.
 class Subscriber {
 public:
     enum class Progress { none, partly, whole, gone };
@@ -29,14 +30,14 @@ public:
     /// Sends as much as the socket takes, without waiting.
     Progress send();
 
-    /// Reads away what a subscriber says; false when it is gone.
-    bool listen();
+    /// Reads and drops what the subscriber sends; false when the connection has ended.
+    bool drain();
 
 private:
     base::FileDescriptor _socket;
     Line _line;
     std::size_t _sent = 0;
-    bool _silent = false; ///< it will say nothing more, and may listen all the same
+    bool _sendsNoMore = false; ///< it has closed its own direction and may still read
 };
 
 } // namespace camera::services

@@ -3,7 +3,6 @@
 #include "camera/base/Log.h"
 #include "camera/base/ProgramFrame.h"
 #include "camera/base/StopSignal.h"
-#include "camera/services/ServicesOptions.h"
 #include "camera/services/ServicesProcess.h"
 
 #include <chrono>
@@ -19,7 +18,7 @@ services::ServicesOptions servicesOptions(const base::Arguments& arguments)
     options.state = arguments.text("--state");
     options.runtime = arguments.text("--runtime");
     if (arguments.has("--rotation")) {
-        options.angleDegrees = static_cast<std::uint32_t>(arguments.whole("--rotation"));
+        options.orientationDegrees = static_cast<std::uint32_t>(arguments.whole("--rotation"));
     }
     const bool served = arguments.has("--rotation-service");
     if (served && arguments.has("--no-rotation-service")) {

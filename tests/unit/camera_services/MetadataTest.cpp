@@ -1,4 +1,4 @@
-#include "camera/services/MetadataObject.h"
+#include "camera/services/ServiceObjects.h"
 #include "unit/camera_services/ServicesFixture.h"
 #include "unit/camera_services/SocketReader.h"
 
@@ -88,7 +88,7 @@ TEST_F(MetadataTest, aDocumentOfTenMegabytesArrivesWhole)
 
 TEST_F(MetadataTest, theLargestDocumentIsTakenAndALargerOneIsRefused)
 {
-    const std::size_t most = camera::services::MetadataObject::kLargestDocumentBytes;
+    const std::size_t most = camera::services::kLargestDocumentBytes;
     send(std::string(most, 'x'));
     EXPECT_EQ(
         client.refusal(service::kOnvifMetadataStreamer, "sendOnvifAnalyticsMetadataXml", std::string(most + 1, 'x'), 1),

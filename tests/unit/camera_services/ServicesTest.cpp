@@ -167,11 +167,11 @@ TEST_F(ServicesTest, everythingStoredSurvivesARestart)
 TEST_F(ServicesTest, theRotationGivenAtTheStartSetsTheAngleAndTheDefault)
 {
     setAngle(90);
-    options.angleDegrees = 180;
+    options.orientationDegrees = 180;
     restart();
     EXPECT_EQ(angle(), 180U);
     EXPECT_EQ(value("default_analytics_rotation"), 180);
-    options.angleDegrees.reset();
+    options.orientationDegrees.reset();
     restart();
     EXPECT_EQ(angle(), 180U);
     EXPECT_EQ(value("default_analytics_rotation"), 180);

@@ -65,7 +65,7 @@ TEST(StateDocumentsTest, whatIsNotAStoredDocumentIsNotRead)
 {
     for (const std::string& document : kHostile) {
         EXPECT_FALSE(parseBlanking(document)) << document.substr(0, 80);
-        EXPECT_FALSE(parseRotation(document)) << document.substr(0, 80);
+        EXPECT_FALSE(parseOrientation(document)) << document.substr(0, 80);
     }
     for (const std::string& document : kNoValues) {
         EXPECT_FALSE(parseValues(document)) << document.substr(0, 80);
@@ -94,10 +94,10 @@ TEST(StateDocumentsTest, whatIsStoredIsReadBack)
     ASSERT_TRUE(blanking);
     EXPECT_EQ(std::tie(blanking->red, blanking->green, blanking->blue), std::make_tuple(0, 255, 7));
     EXPECT_TRUE(blanking->enabled);
-    const auto rotation = parseRotation(format(Rotation{270, false}));
-    ASSERT_TRUE(rotation);
-    EXPECT_EQ(rotation->angleDegrees, 270U);
-    EXPECT_FALSE(rotation->served);
+    const auto orientation = parseOrientation(format(OrientationSetting{270, false}));
+    ASSERT_TRUE(orientation);
+    EXPECT_EQ(orientation->degrees, 270U);
+    EXPECT_FALSE(orientation->served);
 }
 
 class StateTest : public ServicesFixture {};
