@@ -46,9 +46,9 @@ ptz::Preset placeFor(const std::string& name, std::size_t index)
     return {name, {pan, 0, 100}};
 }
 
-ptz::PositioningUnit::Options positioningOptions(const Options& options)
+ptz::PositioningOptions positioningOptions(const Options& options)
 {
-    ptz::PositioningUnit::Options result;
+    ptz::PositioningOptions result;
     result.movable = options.ptz.has_value();
     if (!options.ptz) {
         return result;
@@ -130,7 +130,7 @@ Device::Impl::Impl(const Options& given)
     : options(checked(given)),
       lock(options.stateDir),
       environment(std::make_shared<serviceapi::ServiceApi>(
-          serviceapi::ServiceApi::Options{options.stateDir, options.metadataFile, options.services})),
+          serviceapi::ServiceApiOptions{options.stateDir, options.metadataFile, options.services})),
       environmentBinding(environment),
       positioning(std::make_shared<ptz::PositioningUnit>(positioningOptions(options),
                                                          [environment = environment.get()](std::function<void()> task) {

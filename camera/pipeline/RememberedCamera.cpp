@@ -76,7 +76,7 @@ Remembered olderCamera(const fs::path& stateDir)
     Remembered camera;
     if (fs::exists(stateDir / "settings.db")) {
         const store::StateLock lock(stateDir);
-        const std::vector<std::string> keys = store::SettingsStore({stateDir, 0}).keys();
+        const std::vector<std::string> keys = store::SettingsStore(stateDir).keys();
         camera.movable = std::find(keys.begin(), keys.end(), kPositioningKey) != keys.end();
     }
     return camera;

@@ -22,7 +22,7 @@ struct Refused {
 
 } // namespace
 
-PositioningUnit::PositioningUnit(Options options, Post post)
+PositioningUnit::PositioningUnit(PositioningOptions options, Post post)
     : _movable(options.movable && options.description.movable),
       _description(std::move(options.description)),
       _post(std::move(post)),

@@ -28,6 +28,12 @@ struct TourProgress {
     bool paused = false;
 };
 
+struct PositioningOptions {
+    bool movable = false; ///< false: a fixed camera, also when the description says otherwise
+    std::vector<Preset> presets;
+    CameraDescription description;
+};
+
 /**
  * A camera that moves: its position, presets and tours, and who may command it. A fixed camera refuses every command.
  *
@@ -42,12 +48,6 @@ struct TourProgress {
  */
 class PositioningUnit {
 public:
-    struct Options {
-        bool movable = false; ///< false: a fixed camera, whatever the description says
-        std::vector<Preset> presets;
-        CameraDescription description;
-    };
-
     /// What has changed of the state that serialize() writes.
     enum class Change {
         lists,   ///< presets or tours; reported before the command that did it returns, on its thread
@@ -57,7 +57,7 @@ public:
     /// Queues a task for the control thread.
     using Post = std::function<void(std::function<void()>)>;
 
-    PositioningUnit(Options options, Post post);
+    PositioningUnit(PositioningOptions options, Post post);
 
     bool isAvailable() const { return _movable; }
     const CameraDescription& description() const { return _description; }

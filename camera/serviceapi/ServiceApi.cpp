@@ -2,10 +2,8 @@
 
 namespace camera::serviceapi {
 
-ServiceApi::ServiceApi(const Options& options)
-    : settings(store::SettingsStore::Options{options.stateDir}),
-      services(options.services),
-      metadataStreamer(*services, options.metadataFile)
+ServiceApi::ServiceApi(const ServiceApiOptions& options)
+    : settings(options.stateDir), services(options.services), metadataStreamer(*services, options.metadataFile)
 {
 }
 

@@ -20,6 +20,12 @@
 
 namespace camera::serviceapi {
 
+struct ServiceApiOptions {
+    std::filesystem::path stateDir;
+    std::filesystem::path metadataFile;       ///< empty: documents go to the streamer only
+    std::shared_ptr<DeviceServices> services; ///< not null
+};
+
 /**
  * Everything that the service API's process-wide functions work on: bound with CurrentServiceApi::Binding for as
  * long as a device lives. Without one, calls answer "service not available" and do nothing.
@@ -28,14 +34,8 @@ namespace camera::serviceapi {
  */
 class ServiceApi final : private DeviceServices::Listener {
 public:
-    struct Options {
-        std::filesystem::path stateDir;
-        std::filesystem::path metadataFile;       ///< empty: documents go to the streamer only
-        std::shared_ptr<DeviceServices> services; ///< not null
-    };
-
     /// @throws std::runtime_error with one sentence when the settings or the metadata file cannot be opened.
-    explicit ServiceApi(const Options& options);
+    explicit ServiceApi(const ServiceApiOptions& options);
 
     /// Stops the device's services and the control thread first.
     ~ServiceApi();

@@ -30,11 +30,12 @@ bool isNewestOfItsKey(const Database& database, const std::string& key, const st
 
 } // namespace
 
-SettingsStore::SettingsStore(Options options)
-    : _options(std::move(options)),
-      _file(_options.folder / "settings.db"),
-      _copy(_options.folder / "settings.last-good.db"),
-      _replacement(_options.folder / "settings.repaired.db")
+SettingsStore::SettingsStore(std::filesystem::path folder, std::int64_t maxBytes)
+    : _folder(std::move(folder)),
+      _maxBytes(maxBytes),
+      _file(_folder / "settings.db"),
+      _copy(_folder / "settings.last-good.db"),
+      _replacement(_folder / "settings.repaired.db")
 {
     open();
 }

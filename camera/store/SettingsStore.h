@@ -30,11 +30,6 @@ class SettingsStore {
 public:
     static constexpr std::size_t kHistory = 10;
 
-    struct Options {
-        std::filesystem::path folder;
-        std::int64_t maxBytes = 0; ///< how large the file may grow; 0: as large as the disk
-    };
-
     struct Version {
         std::int64_t sequence = 0; ///< counts every write of the store, over all keys
         std::int64_t storedAt = 0; ///< seconds since 1970
@@ -42,8 +37,9 @@ public:
         bool good = false; ///< its checksum fits
     };
 
+    /// @param maxBytes  how large the file may grow; 0: as large as the disk.
     /// @throws std::runtime_error with one sentence when the file cannot be opened or created.
-    explicit SettingsStore(Options options);
+    explicit SettingsStore(std::filesystem::path folder, std::int64_t maxBytes = 0);
     ~SettingsStore();
     SettingsStore(const SettingsStore&) = delete;
     SettingsStore& operator=(const SettingsStore&) = delete;
@@ -86,7 +82,8 @@ private:
     void notice(const std::string& text);
     [[noreturn]] void fail(const std::string& what, const DatabaseError& error) const;
 
-    const Options _options;
+    const std::filesystem::path _folder;
+    const std::int64_t _maxBytes;
     const std::filesystem::path _file;
     const std::filesystem::path _copy;        ///< of the last start
     const std::filesystem::path _replacement; ///< for a damaged file: once it has this name it is complete

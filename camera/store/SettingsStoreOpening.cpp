@@ -107,7 +107,7 @@ void SettingsStore::open()
         }
         openWhatIsThere();
         if (isNew) {
-            makeNamesDurable(_options.folder);
+            makeNamesDurable(_folder);
         }
         keepCopy();
     } catch (const DatabaseError& error) {
@@ -150,9 +150,9 @@ void SettingsStore::openChecked()
     // would take back, without a trace, what stands there only.
     _database->execute("PRAGMA wal_autocheckpoint = 1");
     checkLayout(*_database);
-    if (_options.maxBytes > 0) {
+    if (_maxBytes > 0) {
         _database->execute("PRAGMA max_page_count = " +
-                           std::to_string(_options.maxBytes / static_cast<std::int64_t>(kPageBytes)));
+                           std::to_string(_maxBytes / static_cast<std::int64_t>(kPageBytes)));
     }
     createLayout(*_database);
 }
@@ -199,7 +199,7 @@ void SettingsStore::keepCopy()
     if (keys().empty()) {
         return;
     }
-    const fs::path unfinished = _options.folder / "settings.last-good.new";
+    const fs::path unfinished = _folder / "settings.last-good.new";
     std::error_code error;
     fs::remove(unfinished, error);
     try {
@@ -211,7 +211,7 @@ void SettingsStore::keepCopy()
     } catch (const std::exception& failure) {
         // The settings themselves are whole: only the next damage would lose more.
         fs::remove(unfinished, error);
-        notice("no copy of the settings could be made in " + _options.folder.string() + ": " + failure.what());
+        notice("no copy of the settings could be made in " + _folder.string() + ": " + failure.what());
     }
 }
 
@@ -221,7 +221,7 @@ void SettingsStore::startAnew(const std::string& reason)
     const auto found = salvage(_file);
     const auto copied = salvage(_copy);
     std::size_t fromCopy = 0;
-    const fs::path unfinished = _options.folder / "settings.repaired.new";
+    const fs::path unfinished = _folder / "settings.repaired.new";
     for (const char* suffix : kParts) {
         fs::remove(part(unfinished, suffix));
     }
@@ -259,7 +259,7 @@ fs::path SettingsStore::takeReplacement()
             fs::rename(part(_file, suffix), part(aside, suffix));
         }
     }
-    base::syncToDisk(_options.folder);
+    base::syncToDisk(_folder);
     base::renameDurably(_replacement, _file);
     return aside;
 }

@@ -98,7 +98,7 @@ protected:
 
     std::string problems() const
     {
-        store::SettingsStore store({path("state"), 0});
+        store::SettingsStore store(path("state"));
         std::string found;
         for (const std::string& notice : store.notices()) {
             found += notice + "\n";

@@ -81,7 +81,7 @@ protected:
     const Commander operator2{"ben", 200};
     const Commander engine{"an engine", 500};
 
-    Unit::Options options{
+    camera::ptz::PositioningOptions options{
         true, {{"Gate", {10000, -5000, 200}}, {"Yard", {350000, 0, 100}}, {"Roof", {0, 9000, 100}}}, {}};
     std::vector<std::function<void()>> queue;
     std::shared_ptr<Unit> unit;

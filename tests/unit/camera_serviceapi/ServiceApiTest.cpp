@@ -95,7 +95,7 @@ protected:
 
     TemporaryFolder folder;
     const std::shared_ptr<FakeDeviceServices> services = std::make_shared<FakeDeviceServices>();
-    ServiceApi::Options options;
+    camera::serviceapi::ServiceApiOptions options;
     std::shared_ptr<ServiceApi> api;
     std::unique_ptr<CurrentServiceApi::Binding> binding;
     std::vector<std::string> lines;

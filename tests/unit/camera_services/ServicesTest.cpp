@@ -135,7 +135,7 @@ TEST_F(ServicesTest, thereIsALimitToHowManyValues)
     // Stored beforehand: a thousand durable writes would take their time.
     process.reset();
     {
-        camera::store::SettingsStore store({folder / "services", 0});
+        camera::store::SettingsStore store(folder / "services");
         camera::services::Values many;
         for (std::size_t i = 0; i < camera::services::kMostValues; ++i) {
             many["key" + std::to_string(i)] = static_cast<std::int32_t>(i);

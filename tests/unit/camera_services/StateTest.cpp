@@ -106,7 +106,7 @@ TEST_F(StateTest, brokenDocumentsGiveTheDefaultsAndOneLineEach)
 {
     process.reset();
     {
-        camera::store::SettingsStore store({folder / "services", 0});
+        camera::store::SettingsStore store(folder / "services");
         store.write(service::kWindowBlanking, "{\"enabled\":true,\"red\":256,\"green\":0,\"blue\":0}");
         store.write(service::kRotate, "{\"angle\":45,\"served\":false}");
         store.write(service::kConfiguration, "no JSON");

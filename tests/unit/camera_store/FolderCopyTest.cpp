@@ -49,7 +49,7 @@ protected:
     {
         for (const fs::path& path : {folder.path(), folder / "services"}) {
             const StateLock lock(path);
-            SettingsStore({path, 0}).write("k", "one");
+            SettingsStore(path).write("k", "one");
         }
         folder.write("camera.json", "{}");
     }
@@ -61,8 +61,8 @@ TEST_F(FolderCopyTest, hasTheSettingsOfTheCameraAndOfItsServices)
 {
     const FolderCopy copy(folder.path());
     EXPECT_NE(copy.path(), folder.path());
-    EXPECT_EQ(SettingsStore({copy.path(), 0}).read("k"), "one");
-    EXPECT_EQ(SettingsStore({copy.path() / "services", 0}).read("k"), "one");
+    EXPECT_EQ(SettingsStore(copy.path()).read("k"), "one");
+    EXPECT_EQ(SettingsStore(copy.path() / "services").read("k"), "one");
     EXPECT_TRUE(fs::exists(copy.path() / "camera.json"));
 }
 
@@ -79,7 +79,7 @@ TEST_F(FolderCopyTest, leavesNoTraceInTheFolderAndGoesWithItsObject)
     {
         const FolderCopy copy(folder.path());
         copied = copy.path();
-        SettingsStore({copy.path(), 0}).write("k", "two");
+        SettingsStore(copy.path()).write("k", "two");
     }
     EXPECT_EQ(before, tracesOf(all));
     EXPECT_FALSE(fs::exists(folder / "settings.db-wal"));
@@ -89,16 +89,16 @@ TEST_F(FolderCopyTest, leavesNoTraceInTheFolderAndGoesWithItsObject)
 TEST_F(FolderCopyTest, takesAFolderThatAnotherProcessHolds)
 {
     const StateLock lock(folder.path());
-    SettingsStore store({folder.path(), 0});
+    SettingsStore store(folder.path());
     store.write("k", "two");
-    EXPECT_EQ(SettingsStore({FolderCopy(folder.path()).path(), 0}).read("k"), "two");
+    EXPECT_EQ(SettingsStore(FolderCopy(folder.path()).path()).read("k"), "two");
 }
 
 TEST_F(FolderCopyTest, hasADocumentThatStandsInTheLogOnly)
 {
     fs::copy(fs::path(STATE_FOLDERS) / "killed", folder / "killed", fs::copy_options::recursive);
     const FolderCopy copy(folder / "killed");
-    SettingsStore store({copy.path(), 0});
+    SettingsStore store(copy.path());
     EXPECT_THAT(store.notices(), ElementsAre());
     EXPECT_THAT(store.read("OnvifAnalytics").value_or(""), HasSubstr("Gate three"));
     EXPECT_EQ(store.history("OnvifAnalytics").size(), 5U);

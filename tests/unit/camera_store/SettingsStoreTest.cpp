@@ -43,7 +43,7 @@ protected:
     void open(std::int64_t maxBytes = 0)
     {
         store.reset();
-        store = std::make_unique<SettingsStore>(SettingsStore::Options{folder.path(), maxBytes});
+        store = std::make_unique<SettingsStore>(folder.path(), maxBytes);
     }
 
     void change(const std::string& sql) const
@@ -114,7 +114,7 @@ TEST_F(SettingsStoreTest, keepsAnAcknowledgedWriteWhenTheProcessIsKilled)
     ASSERT_EQ(pipe(acknowledged), 0);
     const pid_t child = fork();
     if (child == 0) {
-        SettingsStore own(SettingsStore::Options{folder.path()});
+        SettingsStore own(folder.path());
         own.write("OnvifAnalytics", "written by the child");
         (void)!write(acknowledged[1], "x", 1);
         pause();
@@ -328,7 +328,7 @@ TEST_F(SettingsStoreTest, saysWhatCannotBeUsedWhenTheFileIsAFolder)
     TemporaryFolder other;
     std::filesystem::create_directory(other / "settings.db");
     try {
-        SettingsStore blocked(SettingsStore::Options{other.path()});
+        SettingsStore blocked(other.path());
         FAIL() << "a folder was opened";
     } catch (const std::runtime_error& error) {
         EXPECT_THAT(error.what(),
@@ -363,7 +363,7 @@ TEST_F(SettingsStoreTest, reportsAFileSystemThatTakesNoMoreBytes)
         signal(SIGXFSZ, SIG_IGN);
         int outcome = 1;
         try {
-            SettingsStore own(SettingsStore::Options{folder.path()});
+            SettingsStore own(folder.path());
             const rlimit none{4096, 4096};
             setrlimit(RLIMIT_FSIZE, &none);
             own.write("A", std::string(100000, 'y'));
