@@ -23,7 +23,7 @@ std::size_t columnsOf(std::FILE* stream)
 } // namespace
 
 Console::Console(std::FILE* out, std::FILE* err)
-    : out(out), err(err), live(isatty(fileno(out)) != 0), lastQuietLine(std::chrono::steady_clock::now())
+    : _out(out), _err(err), _onTerminal(isatty(fileno(out)) != 0), _lastQuietLine(std::chrono::steady_clock::now())
 {
 }
 
@@ -37,66 +37,66 @@ void Console::print(std::FILE* stream, const std::string& text)
 
 void Console::line(const std::string& text)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    print(out, text + "\n");
+    const std::lock_guard<std::mutex> lock(_mutex);
+    print(_out, text + "\n");
 }
 
 void Console::error(const std::string& text)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    // Sentences come from every folder of the program; here all of them get their full stop.
+    const std::lock_guard<std::mutex> lock(_mutex);
+    // Exceptions of all folders come here; their sentences get a full stop when they have none.
     const bool ended = !text.empty() && text.back() == '.';
-    print(err, "camera: " + printable(text) + (ended ? "\n" : ".\n"));
+    print(_err, "camera: " + printable(text) + (ended ? "\n" : ".\n"));
 }
 
 void Console::log(const std::string& text)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    print(err, text);
+    const std::lock_guard<std::mutex> lock(_mutex);
+    print(_err, text);
 }
 
 void Console::status(const std::string& text)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    if (live) {
+    const std::lock_guard<std::mutex> lock(_mutex);
+    if (_onTerminal) {
         eraseStatus();
-        shown = text.substr(0, columnsOf(out));
+        _status = text.substr(0, columnsOf(_out));
         drawStatus();
         return;
     }
     const auto now = std::chrono::steady_clock::now();
-    if (now - lastQuietLine >= kQuietInterval) {
-        lastQuietLine = now;
-        print(out, text + "\n");
+    if (now - _lastQuietLine >= kQuietInterval) {
+        _lastQuietLine = now;
+        print(_out, text + "\n");
     }
 }
 
 void Console::clearStatus()
 {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> lock(_mutex);
     eraseStatus();
-    shown.clear();
+    _status.clear();
 }
 
 bool Console::writable() const
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    return std::ferror(out) == 0;
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return std::ferror(_out) == 0;
 }
 
 void Console::eraseStatus()
 {
-    if (live && !shown.empty()) {
-        std::fputs("\r\x1b[K", out);
-        std::fflush(out);
+    if (_onTerminal && !_status.empty()) {
+        std::fputs("\r\x1b[K", _out);
+        std::fflush(_out);
     }
 }
 
 void Console::drawStatus()
 {
-    if (live && !shown.empty()) {
-        std::fputs(shown.c_str(), out);
-        std::fflush(out);
+    if (_onTerminal && !_status.empty()) {
+        std::fputs(_status.c_str(), _out);
+        std::fflush(_out);
     }
 }
 

@@ -8,8 +8,8 @@
 namespace camera::base {
 
 /**
- * Where the program speaks: lines, and on a terminal one live status line below them, which every other
- * line moves down. Thread-safe.
+ * The program's output: lines, and on a terminal one status line below them, which is replaced in place.
+ * Thread-safe.
  */
 class Console {
 public:
@@ -29,7 +29,7 @@ public:
     void status(const std::string& text);
     void clearStatus();
 
-    /// Whether lines could be written so far: a full disk or a closed pipe behind out shows here.
+    /// Whether lines could be written so far: false after a full disk or a closed pipe.
     bool writable() const;
 
 private:
@@ -37,12 +37,12 @@ private:
     void eraseStatus();
     void drawStatus();
 
-    std::FILE* out;
-    std::FILE* err;
-    const bool live;
-    mutable std::mutex mutex;
-    std::string shown;
-    std::chrono::steady_clock::time_point lastQuietLine;
+    std::FILE* const _out;
+    std::FILE* const _err;
+    const bool _onTerminal;
+    mutable std::mutex _mutex;
+    std::string _status;                                  ///< the line that a terminal shows
+    std::chrono::steady_clock::time_point _lastQuietLine; ///< of a status, where out is not a terminal
 };
 
 } // namespace camera::base

@@ -7,15 +7,15 @@ namespace camera::base {
 
 namespace fs = std::filesystem;
 
-std::filesystem::path pluginPath(const std::string& given, const std::filesystem::path& programFolder)
+std::filesystem::path pluginPath(const std::string& path, const std::filesystem::path& programFolder)
 {
     std::error_code ignored;
-    if (!given.empty()) {
-        if (!fs::is_regular_file(given, ignored)) {
-            throw std::runtime_error("the plug-in '" + given +
+    if (!path.empty()) {
+        if (!fs::is_regular_file(path, ignored)) {
+            throw std::runtime_error("the plug-in '" + path +
                                      "' is no file; name the path of libdetection.so after --plugin.");
         }
-        return fs::absolute(given);
+        return fs::absolute(path);
     }
     const std::array<const char*, 2> places = {"libdetection.so", "../lib/libdetection.so"};
     for (const char* place : places) {

@@ -6,11 +6,11 @@
 namespace camera::base {
 
 /**
- * The plug-in to load: the one given, else libdetection.so beside the program or in ../lib, where an
+ * The plug-in to load: path when it is not empty, else libdetection.so beside the program or in ../lib, where an
  * installation and the build tree have it.
  * @throws std::runtime_error with one sentence when there is none.
  */
-std::filesystem::path pluginPath(const std::string& given, const std::filesystem::path& programFolder);
+std::filesystem::path pluginPath(const std::string& path, const std::filesystem::path& programFolder);
 
 /// The folder of the running program.
 std::filesystem::path programFolder();

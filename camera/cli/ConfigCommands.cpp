@@ -32,16 +32,16 @@ int get(Context& context)
 }
 
 // As far as the types tell why no engine takes a document.
-std::string refusalReason(CameraClient& client, const std::vector<onvif::ComponentName>& given)
+std::string refusalReason(CameraClient& client, const std::vector<onvif::ComponentName>& components)
 {
-    for (const onvif::ComponentName& component : given) {
+    for (const onvif::ComponentName& component : components) {
         const std::vector<std::string> types = componentTypes(client, component.isRule);
         if (std::find(types.begin(), types.end(), component.type) == types.end()) {
             return "no engine knows the type of its " + base::printable(onvif::describe(component)) + "; camera " +
                    (component.isRule ? "rules" : "modules") + " types lists those that there are";
         }
     }
-    if (given.empty()) {
+    if (components.empty()) {
         return "there is no rule and no module in it";
     }
     return "the camera's log names the reason; without one, it mixes the types of several engines, which take a "
@@ -51,14 +51,15 @@ std::string refusalReason(CameraClient& client, const std::vector<onvif::Compone
 void setConfiguration(Context& context, CameraClient& client, const std::string& xml, const std::string& file)
 {
     const auto [result, failed] = client.askWithin(context.patience(kWritePatience), &Analytics::setConfiguration, xml);
-    const std::vector<onvif::ComponentName> given = onvif::componentsOf(xml);
+    const std::vector<onvif::ComponentName> components = onvif::componentsOf(xml);
     if (result != 0 || failed != 0) {
-        throw CameraError("the camera refuses the configuration '" + file + "': " + refusalReason(client, given));
+        throw CameraError("the camera refuses the configuration '" + file + "': " + refusalReason(client, components));
     }
     const std::vector<onvif::ComponentName> active = onvif::componentsOf(currentConfiguration(client));
-    const bool all = std::all_of(given.begin(), given.end(), [&active](const onvif::ComponentName& component) {
-        return std::find(active.begin(), active.end(), component) != active.end();
-    });
+    const bool all =
+        std::all_of(components.begin(), components.end(), [&active](const onvif::ComponentName& component) {
+            return std::find(active.begin(), active.end(), component) != active.end();
+        });
     context.console.line(
         "'" + base::printable(file) +
         (all ? "' is stored and active." : "' is stored; it is not active where the camera stands now."));

@@ -17,12 +17,12 @@ namespace {
 
 using Context = CommandContext;
 
-// How soon it is noticed that the camera has ended.
-constexpr std::chrono::milliseconds kLook(100);
+// How often to check whether the camera has ended.
+constexpr std::chrono::milliseconds kPollInterval(100);
 
 const CameraError kEnded("the camera has ended");
 
-// False while the bus is only away for a moment.
+// False while the bus is being started again.
 bool hasEnded(Context& context)
 {
     return !context.client().connected() && !context.cameraRuns();
@@ -44,7 +44,7 @@ int followEvents(Context& context)
     });
     context.client();
     while (!stop.stopped() && context.console.writable()) {
-        stop.waitUntil(std::chrono::steady_clock::now() + kLook);
+        stop.waitUntil(std::chrono::steady_clock::now() + kPollInterval);
         if (hasEnded(context)) {
             throw kEnded;
         }
@@ -67,7 +67,7 @@ base::FileDescriptor connectTo(const std::string& path)
     return socket;
 }
 
-// Prints whole lines; what follows the last one stays.
+// Prints the whole lines and leaves the rest in text.
 void printLines(std::string& text, base::Console& console)
 {
     std::size_t begin = 0;
@@ -87,7 +87,7 @@ int followMetadata(Context& context)
     std::array<char, 65536> part{};
     while (!stop.stopped() && context.console.writable()) {
         pollfd waiting{socket.get(), POLLIN, 0};
-        if (::poll(&waiting, 1, static_cast<int>(kLook.count())) <= 0) {
+        if (::poll(&waiting, 1, static_cast<int>(kPollInterval.count())) <= 0) {
             continue;
         }
         const ssize_t length = ::read(socket.get(), part.data(), part.size());

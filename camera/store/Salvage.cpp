@@ -77,8 +77,7 @@ Documents collect(const fs::path& file)
 }
 
 // A file of its own, removed with what the database puts beside it.
-class Working {
-public:
+struct Working {
     explicit Working(fs::path path) : path(std::move(path)) { clear(); }
     ~Working() { clear(); }
     Working(const Working&) = delete;
@@ -86,7 +85,6 @@ public:
 
     const fs::path path;
 
-private:
     void clear() const
     {
         for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kClock[] = "last-frame-time";
 
-// Far in the future lies only what was damaged.
+// The year 2106. A later time in the file means that the file is damaged.
 constexpr std::int64_t kLatest = 4294967295LL * 1000000000LL;
 
 fs::path makeTemporary()
@@ -29,8 +29,8 @@ fs::path makeTemporary()
 
 } // namespace
 
-StateFolder::StateFolder(const std::string& given)
-    : _folder(given.empty() ? makeTemporary() : fs::path(given)), _temporary(given.empty())
+StateFolder::StateFolder(const std::string& folder)
+    : _folder(folder.empty() ? makeTemporary() : fs::path(folder)), _temporary(folder.empty())
 {
 }
 

@@ -10,7 +10,7 @@ namespace camera::store {
 class StateFolder {
 public:
     /// @param given empty: a temporary folder. @throws std::runtime_error when that cannot be made.
-    explicit StateFolder(const std::string& given);
+    explicit StateFolder(const std::string& folder);
     ~StateFolder();
     StateFolder(const StateFolder&) = delete;
     StateFolder& operator=(const StateFolder&) = delete;

@@ -54,11 +54,11 @@ fs::path canonicalState(const fs::path& stateDir)
 // The user's folder of running cameras; empty when there is no usable one.
 fs::path commonFolder()
 {
-    const char* given = std::getenv("XDG_RUNTIME_DIR");
-    if (given == nullptr || *given != '/' || ::access(given, W_OK | X_OK) != 0) {
+    const char* folder = std::getenv("XDG_RUNTIME_DIR");
+    if (folder == nullptr || *folder != '/' || ::access(folder, W_OK | X_OK) != 0) {
         return {};
     }
-    return fs::path(given) / "virtual-camera";
+    return fs::path(folder) / "virtual-camera";
 }
 
 // First the one that a start takes; then, in case the starter's environment was another one, the rest.

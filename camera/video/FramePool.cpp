@@ -62,7 +62,7 @@ FramePool::FramePool() : _shelf(std::make_shared<Shelf>())
 {
 }
 
-Frame FramePool::lend(int width, int height)
+Frame FramePool::take(int width, int height)
 {
     Frame frame;
     frame.width = width;

@@ -10,9 +10,9 @@
 namespace camera::video {
 
 /**
- * Lends NV12 frames and takes their memory back when the last copy is gone, so that a running
+ * Hands out NV12 frames and takes their memory back when the last copy is gone, so that a running
  * source touches the same few pages again. Frames may outlive the pool and be released on any
- * thread; lend() is thread-bound.
+ * thread; take() is thread-bound.
  */
 class FramePool {
 public:
@@ -20,7 +20,7 @@ public:
 
     /// A frame of even width and height with a stride that is a multiple of 64; pixels undefined, time zero.
     /// @throws std::bad_alloc
-    Frame lend(int width, int height);
+    Frame take(int width, int height);
 
 private:
     struct Shelf;

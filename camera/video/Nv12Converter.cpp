@@ -19,7 +19,7 @@ std::uint8_t* chromaOf(const Frame& frame)
 
 Frame Nv12Converter::convert(const AVFrame& picture)
 {
-    Frame frame = _pool.lend(_width, _height);
+    Frame frame = _pool.take(_width, _height);
     // An odd last row or column of the picture is left out: the pipeline works on even sizes.
     const bool sameSize = (picture.width & ~1) == _width && (picture.height & ~1) == _height;
     const int stride = frame.strideBytes;

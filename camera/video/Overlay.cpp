@@ -31,13 +31,13 @@ void checkWritable(const std::string& path)
 
 } // namespace
 
-Overlay::Overlay(OverlayFiles given, int width, int height, double framesPerSecond) : files(std::move(given))
+Overlay::Overlay(OverlayFiles files, int width, int height, double framesPerSecond) : _files(std::move(files))
 {
-    if (!files.picture.empty()) {
-        checkWritable(files.picture);
+    if (!_files.picture.empty()) {
+        checkWritable(_files.picture);
     }
-    if (!files.video.empty()) {
-        video.emplace(files.video, width, height, framesPerSecond);
+    if (!_files.video.empty()) {
+        _video.emplace(_files.video, width, height, framesPerSecond);
     }
 }
 
@@ -45,31 +45,31 @@ Overlay::~Overlay() = default;
 
 void Overlay::add(const Frame& upright, const Drawing& drawing, const std::string& caption)
 {
-    const double interest = drawing.interest(travelled.count(drawing));
-    const bool better = !files.picture.empty() && (!bestInterest || interest > *bestInterest);
-    if (!video && !better) {
+    const double interest = drawing.interest(_travelled.count(drawing));
+    const bool better = !_files.picture.empty() && (!_bestInterest || interest > *_bestInterest);
+    if (!_video && !better) {
         return;
     }
     const std::int64_t time = nanosecondsOf(upright);
-    toRgb(upright, canvas);
-    paintOverlay(canvas, drawing, time, caption);
+    toRgb(upright, _canvas);
+    paintOverlay(_canvas, drawing, time, caption);
     if (better) {
-        best = canvas;
-        bestInterest = interest;
+        _best = _canvas;
+        _bestInterest = interest;
     }
-    if (video) {
-        video->add(canvas, time);
+    if (_video) {
+        _video->add(_canvas, time);
     }
 }
 
 void Overlay::finish()
 {
-    if (bestInterest && !wrotePicture) {
-        writePng(best, files.picture);
-        wrotePicture = true;
+    if (_bestInterest && !_wrotePicture) {
+        writePng(_best, _files.picture);
+        _wrotePicture = true;
     }
-    if (video) {
-        video->finish();
+    if (_video) {
+        _video->finish();
     }
 }
 

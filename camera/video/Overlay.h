@@ -19,7 +19,7 @@ struct OverlayFiles {
 };
 
 /**
- * The encoder's side of the camera: what the engines wrote for each upright frame, drawn on it. Thread-bound.
+ * Draws on each upright frame what the engines wrote for it, and writes a video and a picture. Thread-bound.
  */
 class Overlay {
 public:
@@ -28,24 +28,24 @@ public:
     ~Overlay();
 
     /// Draws on one upright frame what the engines wrote for it.
-    /// @param caption what the foot line says beside time and counts.
+    /// @param caption the text of the foot line next to time and counts.
     /// @throws std::runtime_error with one sentence when a disk is full.
     void add(const Frame& upright, const Drawing& drawing, const std::string& caption);
 
-    /// Completes the files. Nothing is written where no frame came.
+    /// Completes the files. Nothing is written when there was no frame.
     /// @throws std::runtime_error with one sentence, as add() does.
     void finish();
 
-    bool pictureWritten() const { return wrotePicture; }
+    bool pictureWritten() const { return _wrotePicture; }
 
 private:
-    OverlayFiles files;
-    std::optional<Mp4Writer> video;
-    RgbPicture canvas;
-    RgbPicture best;
-    TravelledObjects travelled;
-    std::optional<double> bestInterest; ///< nothing: no picture was kept so far
-    bool wrotePicture = false;
+    OverlayFiles _files;
+    std::optional<Mp4Writer> _video;
+    RgbPicture _canvas;
+    RgbPicture _best;
+    TravelledObjects _travelled;
+    std::optional<double> _bestInterest; ///< nothing: no picture was kept so far
+    bool _wrotePicture = false;
 };
 
 } // namespace camera::video

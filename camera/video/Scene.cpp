@@ -9,10 +9,10 @@
 
 namespace camera::video {
 
-Scene::Scene(const base::SceneParameters& given)
-    : _parameters(given),
-      _background(std::make_unique<SceneBackground>(given)),
-      _noise(std::make_unique<SceneNoise>(given.seed, given.noise, given.width))
+Scene::Scene(const base::SceneParameters& parameters)
+    : _parameters(parameters),
+      _background(std::make_unique<SceneBackground>(parameters)),
+      _noise(std::make_unique<SceneNoise>(parameters.seed, parameters.noise, parameters.width))
 {
     for (int id = 1; id <= _parameters.objects; ++id) {
         _objects.emplace_back(_parameters, id);
@@ -65,7 +65,7 @@ std::optional<Frame> Scene::next()
         return std::nullopt;
     }
     const double seconds = static_cast<double>(_frameNumber) / _parameters.framesPerSecond;
-    Frame frame = _pool.lend(_parameters.width, _parameters.height);
+    Frame frame = _pool.take(_parameters.width, _parameters.height);
     _background->paint(frame, seconds);
     paintObjects(frame);
     _noise->apply(frame, lightGain(), _frameNumber);

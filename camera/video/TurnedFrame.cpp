@@ -39,7 +39,7 @@ void turnPairs(const Frame& from, const Frame& to, bool clockwise)
 
 Frame turnQuarter(const Frame& upright, bool clockwise, FramePool& pool)
 {
-    Frame turned = pool.lend(upright.height, upright.width);
+    Frame turned = pool.take(upright.height, upright.width);
     libyuv::RotatePlane(rowOf(upright, 0), upright.strideBytes, rowOf(turned, 0), turned.strideBytes, upright.width,
                         upright.height, clockwise ? libyuv::kRotate90 : libyuv::kRotate270);
     turnPairs(upright, turned, clockwise);
@@ -48,7 +48,7 @@ Frame turnQuarter(const Frame& upright, bool clockwise, FramePool& pool)
 
 Frame turnHalf(const Frame& upright, FramePool& pool)
 {
-    Frame turned = pool.lend(upright.width, upright.height);
+    Frame turned = pool.take(upright.width, upright.height);
     libyuv::NV12Mirror(rowOf(upright, 0), upright.strideBytes, rowOf(upright, upright.height), upright.strideBytes,
                        rowOf(turned, 0), turned.strideBytes, rowOf(turned, turned.height), turned.strideBytes,
                        upright.width, -upright.height);

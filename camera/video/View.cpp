@@ -91,7 +91,7 @@ Frame View::of(const Frame& source, const ptz::Position& position, unsigned int 
     if (seen == Rectangle{0, 0, source.width, source.height} && PictureSize{seen.width, seen.height} == _output) {
         return source;
     }
-    Frame frame = _pool.lend(_output.width, _output.height);
+    Frame frame = _pool.take(_output.width, _output.height);
     const auto at = [](const Frame& of, int row, int column) {
         return of.data.get() + static_cast<std::ptrdiff_t>(of.strideBytes) * row + column;
     };

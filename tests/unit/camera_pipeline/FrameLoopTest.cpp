@@ -95,7 +95,7 @@ protected:
         if (frameTimes.empty()) {
             return std::nullopt;
         }
-        Frame frame = pool.lend(64, 32);
+        Frame frame = pool.take(64, 32);
         std::fill_n(frame.data.get(), frame.sizeBytes, std::uint8_t{90});
         camera::video::stamp(frame, kStart + frameTimes.front() * kMillisecond);
         frameTimes.erase(frameTimes.begin());

@@ -9,7 +9,7 @@ namespace {
 
 Frame numbered(FramePool& pool, int width, int height)
 {
-    Frame frame = pool.lend(width, height);
+    Frame frame = pool.take(width, height);
     for (int y = 0; y < height * 3 / 2; ++y) {
         for (int x = 0; x < width; ++x) {
             frame.data.get()[y * frame.strideBytes + x] = static_cast<std::uint8_t>(y * 31 + x * 7);

@@ -18,7 +18,7 @@ constexpr PictureSize kOutput{1920, 1080};
 // Each quarter of the picture has a luma of its own; chroma tells the column.
 Frame quarters(FramePool& pool, int width, int height)
 {
-    Frame frame = pool.lend(width, height);
+    Frame frame = pool.take(width, height);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
             frame.data.get()[y * frame.strideBytes + x] =
