@@ -5,13 +5,13 @@
 
 namespace camera::base {
 
-// Each replaces the content of a file: a reader finds the old or the new content at any moment, never a part. False
-// when it could not be written; the old content is then still there.
+// Each replaces the content of a file: at any moment a reader finds the old or the new content, never a part. False
+// when it could not be written; the file then has the old content.
 
 /// A power cut may leave either content, or none.
 bool replaceFile(const std::filesystem::path& file, const std::string& content);
 
-/// The new content is there after a power cut too, once this has returned.
+/// When this has returned, a power cut does not lose the new content.
 bool replaceFileDurably(const std::filesystem::path& file, const std::string& content);
 
 } // namespace camera::base

@@ -10,7 +10,7 @@ namespace camera::base {
 
 /**
  * Items that wait for their turn, up to a capacity in units of each item's weight. A full queue drops its oldest
- * items, never the newest: an item that weighs more than the capacity waits in it alone. Reentrant.
+ * items, never the newest: an item that weighs more than the capacity is then the only one. Reentrant.
  */
 template <class Item>
 class BoundedQueue {

@@ -1,4 +1,4 @@
-// The texts that people read: help at every level, and the man page.
+// The help of programs and commands, and the man page.
 
 #include "camera/base/CommandLine.h"
 #include "camera/base/UtcText.h"
@@ -50,7 +50,6 @@ std::string shownArguments(const Command& command)
     return text;
 }
 
-// A word of its own says what the program does; another program needs none.
 std::string usage(const Program& program, const Command& command)
 {
     return fullName(program, command) + shownArguments(command) + " [OPTION]...";
@@ -61,7 +60,8 @@ const char* exitCodes()
     return "0 done, 1 failed, 2 wrong arguments";
 }
 
-// As roff text: no character of it is a request, a quote or an escape, and a dash stays one that can be copied.
+// Escapes a text for roff, so that no character of it is a request, a quote or an escape. A dash stays an ASCII dash,
+// which can be copied to a shell.
 std::string roff(const std::string& text)
 {
     std::string escaped;
@@ -75,7 +75,7 @@ std::string roff(const std::string& text)
     return escaped;
 }
 
-// Text that the reader's program fills: each line is short, as the sources of man pages are.
+// Text whose lines the reader's program fills: short lines, as in other man pages.
 std::string roffText(const std::string& text)
 {
     constexpr std::size_t kLine = 70;
@@ -92,7 +92,7 @@ std::string roffText(const std::string& text)
     return lines + roff(line) + "\n";
 }
 
-// The day on which the page is written; a build that is to be repeated exactly sets SOURCE_DATE_EPOCH.
+// Today's date. SOURCE_DATE_EPOCH replaces it, so that a build can be repeated exactly.
 std::string today()
 {
     const char* fixed = std::getenv("SOURCE_DATE_EPOCH");
@@ -104,7 +104,7 @@ std::string roffItem(const std::string& left, const std::string& right)
     return ".TP\n.B " + roff(left) + "\n" + roffText(right);
 }
 
-// Lines that stay as they are.
+// Lines that are not filled.
 std::string roffLines(const std::string& lines)
 {
     return lines.empty() ? "" : ".PP\n.nf\n" + roff(lines) + (lines.back() == '\n' ? "" : "\n") + ".fi\n";

@@ -15,7 +15,7 @@ namespace {
 using Count = Argument::Count;
 using Words = std::vector<std::string>;
 
-/// One run over the words of a command.
+/// Parses the words of one command.
 class Parser {
 public:
     Parser(const Program& program, const Command& command, const Words& words)
@@ -132,7 +132,7 @@ std::string firstWord(const std::string& name)
     return name.substr(0, name.find(' '));
 }
 
-// How many words of a command's name begin what was typed; nothing: another command.
+// The number of words in the command's name when the typed words begin with it; nothing when they do not.
 std::optional<std::size_t> matchedWords(const Command& command, const Words& words)
 {
     std::istringstream name(command.name);
@@ -174,7 +174,7 @@ bool asksForHelp(const std::string& word)
     return word == "--help" || word == "-h" || word == "help";
 }
 
-// What is no command: help of a level above the commands, and what scripts ask for.
+// The text to print when the words are not a command: help above the level of commands, and the options for scripts.
 std::optional<std::string> textAskedFor(const Program& program, const Words& words)
 {
     if (words.empty()) {

@@ -25,7 +25,8 @@ enum class Offer { nothing, files, folders, presets, tours, rules, modules, engi
 
 /// What one argument, or the value of an option, may be.
 struct Value {
-    /// Throws UsageError when the text is not such a value. The sentence begins with what, "--frames" for instance.
+    /// Throws UsageError when the text is not such a value. The sentence begins with the parameter what, "--frames" for
+    /// instance.
     using Check = std::function<void(const std::string& what, const std::string& text)>;
 
     std::string name; ///< as help shows it, "FILE.xml" for instance; an argument is also read by this name
@@ -127,8 +128,8 @@ std::string programHelp(const Program& program, const std::string& firstWord = "
 /// The man page as roff text.
 std::string manPage(const Program& program);
 
-/// What may stand in the place of the last word, which is perhaps only begun. The first line says whether files or
-/// folders may too: "files", "folders" or "words".
+/// The words that may replace the last word, of which perhaps only the beginning is typed. The first line says whether
+/// files or folders may, too: "files", "folders" or "words".
 std::vector<std::string> completions(const Program& program, const std::vector<std::string>& words);
 
 /// The script by which "bash" or "zsh" completes the programs of the virtual camera.

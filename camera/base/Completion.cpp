@@ -1,6 +1,6 @@
-// How completion works: the script in the shell only collects the words typed so far and hands them to the program
-// itself ("camera --complete WORD..."), which answers with what may follow. So both shells know what the table knows,
-// and names of a running camera besides.
+// How completion works: the script in the shell collects the words typed so far and passes them to the program
+// itself ("camera --complete WORD..."), which answers with the words that may follow. So both shells offer what the
+// table of commands has, and the names of a running camera.
 
 #include "camera/base/CommandLine.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// Reads words that are not finished and perhaps wrong, up to the one that is being typed.
+/// Reads words, perhaps incomplete or wrong ones, up to the word that is being typed.
 class Completer {
 public:
     Completer(const Program& program, const Words& words)
@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    // Whether the words typed before begin with the name, or are its begin.
+    // Whether the words typed before begin with the command's name, or are the beginning of it.
     bool agrees(const Command& command)
     {
         std::size_t begin = 0;
@@ -162,7 +162,7 @@ private:
         }
     }
 
-    // A line break would end the name for the script.
+    // A name with a line break is left out, because the script reads one name a line.
     void offer(const std::string& word)
     {
         if (!word.empty() && word.compare(0, _current.size(), _current) == 0 && word.find('\n') == std::string::npos) {
@@ -180,8 +180,8 @@ private:
     std::set<std::string> _offered;
 };
 
-// Bash cuts words at "=" and ":", also inside of an option; the loop joins them again. What was typed is without
-// its quotes then, and "filenames" makes bash quote what is offered.
+// Bash splits words at "=" and ":", also inside an option; the loop joins them again and removes quotes. "filenames"
+// makes bash quote the words that are offered.
 constexpr const char* kBashScript = R"(# Completion for bash: source <(camera completion bash)
 _camera() {
     local current=${COMP_WORDS[COMP_CWORD]} word words=() found

@@ -25,7 +25,7 @@ public:
     /// Text with its line break, as the log writes it.
     void log(const std::string& text);
 
-    /// Replaces the status line; where out is no terminal, prints a line every ten seconds instead.
+    /// Replaces the status line; when out is not a terminal, prints a line every ten seconds instead.
     void status(const std::string& text);
     void clearStatus();
 

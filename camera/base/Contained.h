@@ -5,7 +5,7 @@
 
 namespace camera::base {
 
-/// Runs operation. What it throws is logged as an error of component, "<what>: <reason>", and goes no further.
+/// Runs operation. What it throws is logged as an error of component, "<what>: <reason>", and is not thrown on.
 /// @return whether it ended without an exception.
 bool contained(const char* component, const std::string& what, const std::function<void()>& operation);
 

@@ -8,7 +8,7 @@
 namespace camera::base {
 
 /**
- * The one T that the process-wide functions of the seam work on at the moment.
+ * The one T that the process-wide functions of the seam currently use.
  *
  * Those functions take no object, so the composition of a device binds one for as long as the device
  * lives. Callers hold what get() returned for the length of their call. Thread-safe.

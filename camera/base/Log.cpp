@@ -48,7 +48,7 @@ void writeToStderr(const std::string& line)
     while (written < line.size()) {
         const ssize_t count = ::write(STDERR_FILENO, line.data() + written, line.size() - written);
         if (count < 0 && errno != EINTR) {
-            return; // nobody reads: there is nowhere left to say so
+            return; // stderr is closed: the failure cannot be reported
         }
         written += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
@@ -88,7 +88,7 @@ void* Log::open(const std::string& component)
 {
     const std::unique_lock<std::shared_mutex> lock(_handlesMutex);
     _components.emplace(++_lastHandle, component);
-    return reinterpret_cast<void*>(_lastHandle); // a number, never followed
+    return reinterpret_cast<void*>(_lastHandle); // a number, never used as an address
 }
 
 void Log::close(void* handle)
@@ -108,7 +108,7 @@ bool Log::wants(void* handle, int priority) const
 
 void Log::write(void* handle, int priority, const std::string& text)
 {
-    // Held while writing: once close() has returned, no line of the handle appears any more.
+    // Held while writing, so that no line of a handle appears after close() has returned.
     const std::shared_lock<std::shared_mutex> lock(_handlesMutex);
     const auto component = _components.find(number(handle));
     if (component == _components.end()) {

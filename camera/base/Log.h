@@ -13,7 +13,7 @@
 namespace camera::base {
 
 /**
- * Where every log line of the process goes: stderr, unless a test or the status line takes over.
+ * Writes every log line of the process, to stderr or to a function that a test or the status line sets.
  *
  * One call is one line and one write: line breaks and other control bytes of the text are written as
  * escapes, very long texts are cut. Thread-safe.
@@ -29,15 +29,15 @@ public:
     void setLevel(LogLevel level);
     LogLevel level() const;
 
-    /// Where lines go from now on; an empty function: stderr.
+    /// Sets the function that gets the lines from now on; an empty one: stderr.
     void setWriter(Writer writer);
 
-    /// A new handle for lines of one component. Handles are numbers, never reused and never followed
-    /// as addresses, so a closed one is recognised for ever.
+    /// A new handle for lines of one component. Handles are numbers, never reused and never used
+    /// as addresses, so a closed one is always recognised.
     void* open(const std::string& component);
     void close(void* handle);
 
-    /// Whether a line would be written; a null, closed or foreign handle never writes.
+    /// Whether a line would be written; false for a null, closed or unknown handle.
     bool wants(void* handle, int priority) const;
     void write(void* handle, int priority, const std::string& text);
 

@@ -10,7 +10,7 @@ namespace camera::base {
 int runProgram(int argc, char** argv, const Program& program)
 {
     constexpr int kUsage = 2;
-    // Writes that hit a limit or a closed pipe are reported where they happen.
+    // Without these signals a write beyond a limit or to a closed pipe fails, and its caller reports that.
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
     Console console(stdout, stderr);

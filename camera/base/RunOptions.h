@@ -41,11 +41,11 @@ struct RunOptions {
     std::vector<std::string> configFiles;
     std::vector<PlaceOption> places;
     std::vector<TourStopOption> tour; ///< started with the run; empty: none
-    int width = 0;                    ///< of the picture that the plug-in gets; 0: what suits the input
+    int width = 0;                    ///< of the picture that the plug-in gets; 0: chosen by the input
     int height = 0;
     int orientation = 0;
     long long frames = 0; ///< 0: to the end
-    bool loop = false;    ///< over and over
+    bool loop = false;    ///< begin again at the end of the input
     bool oneshot = false; ///< end with the input
     bool realSpeed = true;
     std::string metadata;
@@ -53,19 +53,18 @@ struct RunOptions {
     std::string picture;
 };
 
-/// A run as the pipeline process does it.
+/// The options of the pipeline process.
 struct PipelineOptions {
     RunOptions run;
-    std::string bus;             ///< the bus' address
+    std::string bus;             ///< the address of the bus
     bool temporaryState = false; ///< the state folder is removed when the camera ends, for the summary
 };
 
-/// The row of `camera run`, and the one of camera-pipeline, which has some options more; what they do is still to be
-/// set.
+/// The commands `camera run` and camera-pipeline, which has some more options, without their functions.
 Command runCommand();
 Command pipelineCommand();
 
-/// What the arguments say together. @throws UsageError
+/// Reads the arguments. @throws UsageError when two of them exclude each other.
 RunOptions runOptions(const Arguments& arguments);
 PipelineOptions pipelineOptions(const Arguments& arguments);
 

@@ -91,7 +91,8 @@ public:
     }
 
 private:
-    // Items are numbered from 1. Only the oldest are dropped, so those that wait are always the last ones pushed.
+    // Items are numbered from 1. Only the oldest are dropped, so the items in the queue are always the last ones
+    // pushed.
     std::uint64_t oldestWaiting() const { return _pushed - _queue.size() + 1; }
 
     void serve()

@@ -29,7 +29,7 @@ extern "C" void onStopSignal(int number)
     std::signal(number, SIG_DFL);
     const char byte = 1;
     if (write(wakeUp, &byte, 1) < 0) {
-        // the pipe is full: it wakes the waiter all the same
+        // a full pipe wakes the waiter as well
     }
     errno = before;
 }

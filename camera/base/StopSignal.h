@@ -6,7 +6,7 @@
 namespace camera::base {
 
 /**
- * Ctrl-C and its relatives (SIGINT, SIGTERM, SIGHUP) as a flag. A second signal ends the process at once.
+ * The signals that end a program (SIGINT, SIGTERM, SIGHUP) as a flag. A second signal ends the process at once.
  * One object at a time.
  */
 class StopSignal {
@@ -21,7 +21,7 @@ public:
     /// Becomes true with the signal; valid as long as this object.
     const std::atomic<bool>& flag() const;
 
-    /// Returns at the time given, or at once when a signal comes.
+    /// Returns at that time, or at once when a signal comes.
     void waitUntil(std::chrono::steady_clock::time_point time) const;
 };
 

@@ -13,7 +13,7 @@ namespace {
 constexpr int kDeepest = 16;
 constexpr std::size_t kLongestReason = 200; // it may hold a piece of the document
 
-// The parser's first message is a line for the place and one for the reason.
+// The parser's first message has two lines: the place and the reason.
 std::string firstProblem(const std::string& messages)
 {
     const std::size_t place = messages.find_first_not_of("* ");

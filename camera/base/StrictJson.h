@@ -8,7 +8,7 @@
 namespace camera::base {
 
 /**
- * Reads one JSON document: no key twice, no comma too many, nothing behind it, at most 16 levels deep. Comments are
+ * Reads one JSON document: no repeated key, no extra comma, no text after it, at most 16 levels deep. Comments are
  * skipped. Strings may hold any bytes.
  * @throws std::invalid_argument with one line that says what is wrong and where.
  */

@@ -37,8 +37,8 @@ public:
         });
     }
 
-    /// Calls each listener for each event. A listener that throws stops no other call; the first exception is
-    /// thrown at the end.
+    /// Calls each listener for each event. When a listener throws, the others are called all the same; the first
+    /// exception is thrown at the end.
     void tell(const std::vector<Event>& events) const
     {
         std::exception_ptr first;
@@ -68,7 +68,7 @@ private:
             return result;
         }
 
-        // Looked up at its turn: a listener may have ended the subscription of one behind it.
+        // Looked up for each call: a listener may have ended the subscription of a later one.
         void call(std::uint64_t id, const Event& event)
         {
             const std::lock_guard<std::recursive_mutex> running(calling);

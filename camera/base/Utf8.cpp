@@ -16,7 +16,7 @@ bool isContinuation(unsigned char byte)
     return (byte & 0xC0) == 0x80;
 }
 
-// The bytes of the character at the beginning of the range, or 0 when none stands there.
+// The length in bytes of the character at the beginning of the range; 0 when it is not a character.
 std::size_t characterBytes(const unsigned char* text, std::size_t available)
 {
     const unsigned char first = text[0];
@@ -32,11 +32,11 @@ std::size_t characterBytes(const unsigned char* text, std::size_t available)
             return 0;
         }
     }
-    // The second byte's range keeps out overlong forms, surrogates and what lies beyond U+10FFFF.
+    // The second byte's range excludes overlong forms, surrogates and code points above U+10FFFF.
     const unsigned char second = text[1];
     const bool wrong = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
                        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
-    // Nor does the bus carry code points that are no characters: U+FDD0 to U+FDEF, and the last two of each plane.
+    // The bus also refuses code points that are not characters: U+FDD0 to U+FDEF, and the last two of each plane.
     std::uint32_t code = first & (0x7FU >> length);
     for (std::size_t i = 1; i < length; ++i) {
         code = code << 6U | (text[i] & 0x3FU);

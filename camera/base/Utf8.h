@@ -6,7 +6,7 @@
 namespace camera::base {
 
 /// Whether a text may stand in a message: UTF-8 (no surrogates, nothing overlong, at most U+10FFFF),
-/// no code point that is no character (U+FFFF for instance), and no NUL byte.
+/// no code point that is not a character (such as U+FFFF), and no NUL byte.
 bool isSendable(const std::string& text);
 
 /// text, with U+FFFD in place of each byte that cannot be sent. The library refuses a whole message for one such byte.

@@ -100,7 +100,7 @@ const std::string& sendableText(const std::string& text, const std::string& file
     return text;
 }
 
-// Stored and live components differ in several cases. They are read and compared, so that no case need be known.
+// Stored and active components can differ for several reasons. Both are read and compared.
 int change(CommandContext& context, const std::function<void(CameraClient&)>& perform)
 {
     CameraClient& client = context.client();

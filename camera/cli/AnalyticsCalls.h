@@ -32,10 +32,10 @@ struct StoredComponents {
 };
 StoredComponents storedComponents(CameraClient& client);
 
-/// A file's text, once it is known that the bus takes it. @throws CameraError
+/// The text of a file. @throws CameraError when the bus cannot carry it.
 const std::string& sendableText(const std::string& text, const std::string& file);
 
-/// Performs a change and tells what a restart will do about it, also when the change failed.
+/// Performs a change and prints what a restart will change again, also when the change failed.
 int change(CommandContext& context, const std::function<void(CameraClient&)>& perform);
 
 /// Prints a list, a text a line, or as JSON. @return the exit code 0.

@@ -23,25 +23,25 @@
 
 namespace camera::cli {
 
-/// What a running camera did not do, in one sentence.
+/// Why a running camera did not do what was asked, in one sentence.
 class CameraError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A running camera, asked over its bus. No wait is longer than it was told. Thread-bound.
+/// A running camera, called over its bus. No call waits longer than its patience. Thread-bound.
 class CameraClient {
 public:
     /// @param patience  for connecting, and for each call.
     CameraClient(const std::string& address, std::chrono::milliseconds patience);
 
-    /// Hears the camera's analytics events, on a thread of this object. Before connect().
+    /// Sets the function that gets the camera's analytics events, on a thread of this object. Before connect().
     void onEvent(std::function<void(const base::Event&)> hear);
 
     /// @throws CameraError when the bus does not answer.
     void connect();
 
-    /// False while the bus is away; the connection comes back by itself when the bus does.
+    /// False while there is no bus; when the bus is started again, the connection is made again.
     bool connected() const { return _connection.connected(); }
 
     /// Asks one of the camera's services: a method or a property of its proxy, and what the method takes.

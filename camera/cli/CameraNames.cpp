@@ -78,12 +78,12 @@ std::vector<std::string> cameraNames(Offer offer, const base::Arguments& typed)
     base::Log::instance().setWriter([](const std::string&) {});
     base::Console console(stdout, stderr);
     base::Arguments arguments = typed;
-    arguments.add("--timeout", "2"); // a person waits for the shell
+    arguments.add("--timeout", "2"); // because a person waits for the shell
     CommandContext context(arguments, console);
     try {
         return ask(offer, context);
     } catch (const std::exception&) {
-        return {}; // the shell has no place for a sentence
+        return {}; // completion cannot show an error
     }
 }
 

@@ -7,7 +7,7 @@
 
 namespace camera::cli {
 
-/// The names that completion offers, asked from a running camera where it knows them; empty when they cannot be had.
+/// The names that completion offers, read from a running camera where needed; empty when that fails.
 /// @param typed  what was typed so far: --camera says which camera.
 std::vector<std::string> cameraNames(base::Offer offer, const base::Arguments& typed);
 

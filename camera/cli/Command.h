@@ -25,8 +25,8 @@ enum class FolderUse {
     change, ///< a camera without frames is started on it
 };
 
-/// One command at work: what it was given, where it prints, and the camera, connected on first use, so that
-/// arguments are refused before anything is asked.
+/// The execution of one command: its arguments, its output, and the camera, which is connected on first use, so that
+/// arguments are checked first.
 class CommandContext {
 public:
     CommandContext(const base::Arguments& arguments, base::Console& console, FolderUse use = FolderUse::none);
@@ -71,20 +71,20 @@ private:
     std::unique_ptr<CameraClient> _client;
 };
 
-/// What a row of the table does with a camera.
+/// The function of a command that uses a camera.
 base::Command::Perform onCamera(std::function<int(CommandContext&)> perform, FolderUse use = FolderUse::none);
 
-/// A row that has --state: it also works on a state folder on which no camera runs.
+/// Adds --state to a command: it then also works on a state folder on which no camera runs.
 base::Command onFolder(base::Command command, FolderUse use, std::function<int(CommandContext&)> perform);
 
-/// A row that prints a list, for people or with --json for programs.
+/// A command that prints a list, for people or with --json for programs.
 base::Command listing(const std::string& name, const std::string& summary, std::function<int(CommandContext&)> perform,
                       FolderUse use = FolderUse::none);
 
 /// The program camera: the table of all its commands, in the order of the help.
 const base::Program& cameraProgram();
 
-// The rows by subject. Each gets --camera and --timeout besides its own options.
+// The commands by subject. Each gets --camera and --timeout besides its own options.
 std::vector<base::Command> positioningCommands();
 std::vector<base::Command> serviceCommands();
 std::vector<base::Command> analyticsCommands();

@@ -60,7 +60,7 @@ base::Command::Perform onCamera(std::function<int(CommandContext&)> perform, Fol
         if (use != FolderUse::none && arguments.has("--state") && arguments.has("--camera")) {
             throw base::UsageError("--state and --camera are given both; one names the camera.");
         }
-        // When the camera ends, one sentence tells it; the connection's own log lines would repeat it.
+        // The command prints one sentence when the camera ends; the log lines of the connection would repeat it.
         base::Log::instance().setWriter([](const std::string&) {});
         CommandContext context(arguments, console, use);
         return perform(context);

@@ -31,7 +31,7 @@ int get(Context& context)
     return 0;
 }
 
-// As far as the types tell why no engine takes a document.
+// Why no engine takes a document, as far as the types of its components show it.
 std::string refusalReason(CameraClient& client, const std::vector<onvif::ComponentName>& components)
 {
     for (const onvif::ComponentName& component : components) {

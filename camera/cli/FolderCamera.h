@@ -16,10 +16,10 @@
 namespace camera::cli {
 
 /**
- * A camera without frames that is started on a state folder for one command, and ends with the object: the same
- * processes that camera run starts. A command that only looks gets it on a copy of the folder.
+ * A camera without frames that is started on a state folder for one command, and ends with the object. It has the
+ * processes that camera run starts. A command that changes nothing gets a copy of the folder.
  *
- * While it lives, signals that end a program end the camera first; the command then fails.
+ * While it exists, a signal that ends a program ends the camera first; the command then fails.
  */
 class FolderCamera {
 public:

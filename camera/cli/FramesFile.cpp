@@ -8,10 +8,10 @@ namespace camera::cli {
 
 namespace fs = std::filesystem;
 
-std::string framesFile(const fs::path& stateDir, const std::string& givenFolder, const std::string& name)
+std::string framesFile(const fs::path& stateDir, const std::string& framesDir, const std::string& name)
 {
     std::error_code error;
-    const fs::path wanted = givenFolder.empty() ? stateDir / "frames" : fs::absolute(givenFolder);
+    const fs::path wanted = framesDir.empty() ? stateDir / "frames" : fs::absolute(framesDir);
     fs::create_directories(wanted, error);
     const fs::path folder = fs::canonical(wanted, error);
     if (error || !fs::is_directory(folder)) {

@@ -10,7 +10,7 @@ namespace {
 
 using Components = std::vector<onvif::ComponentName>;
 
-// Those of all that few has not; a component listed twice counts twice.
+// The components of all that few does not have; one that is listed twice counts twice.
 Components without(const Components& all, Components few)
 {
     Components rest;

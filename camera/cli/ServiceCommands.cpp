@@ -57,7 +57,7 @@ int dayNight(Context& context)
 
 int blanking(Context& context)
 {
-    // The colour first: nothing is shown in the old one.
+    // The colour first, so that the region never shows the previous one.
     if (context.arguments.has(kColour)) {
         const auto [red, green, blue] = colourOf(kColour, context.arguments.text(kColour));
         context.client().ask(&bus::WindowBlankingClient::setRegionColor, red, green, blue);

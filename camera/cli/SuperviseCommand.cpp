@@ -29,7 +29,7 @@ std::string besideProgram(const char* name)
 Words servicesWords(const base::Arguments& arguments, const RuntimeFolder& folder, bool first)
 {
     Words words = servicesProgram(folder);
-    // Afterwards the service itself knows the angle, which somebody may have changed.
+    // Only at the first start: the service stores the orientation, and a client may change it.
     if (first && arguments.has("--orientation")) {
         words.insert(words.end(), {"--rotation", arguments.text("--orientation")});
     }
@@ -72,7 +72,7 @@ std::vector<std::string> pipelineArguments(const base::Arguments& arguments, boo
             }
         }
     }
-    // The places or the preset made it a PTZ camera; it stays one without them.
+    // --place or --preset has made it a PTZ camera; it stays one without these options.
     if (!first && !arguments.has("--ptz") && base::runOptions(arguments).camera.ptz) {
         words.push_back("--ptz");
     }

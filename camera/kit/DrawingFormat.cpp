@@ -15,7 +15,7 @@ constexpr double kFullScale = 65535.0;
 
 enum RecordType : std::uint8_t { kFrameType = 1, kBoxType = 2, kRuleType = 3, kCellsType = 4 };
 
-/// Takes numbers off the front of a payload; past its end everything reads as zero and ok turns false.
+/// Reads numbers from a payload. After its end every number is zero and ok is false.
 class Payload {
 public:
     explicit Payload(std::string_view bytes) : _rest(bytes) {}
@@ -84,7 +84,7 @@ RuleRecord readRule(Payload& payload)
     record.state = static_cast<RuleState>(payload.number(1));
     record.name = payload.text(payload.number(1));
     const std::size_t count = payload.number(2);
-    // The announced count is believed only as far as there are bytes for it.
+    // The count may be damaged: it is used only when the payload has the bytes for it.
     payload.ok = payload.ok && payload.left() == count * 4 && record.state >= RuleState::kQuiet &&
                  record.state <= RuleState::kDisarmed;
     for (std::size_t i = 0; payload.ok && i < count; ++i) {

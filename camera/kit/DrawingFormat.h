@@ -28,7 +28,7 @@ namespace camera::kit {
  *                     the first cell in the highest bit, padded to a whole byte at the end
  *
  * Positions are fractions of the upright picture: 0 is its left or upper edge, 65535 its right or
- * lower edge. The parts of several engines lie one behind the other and every engine begins with a
+ * lower edge. The records of one engine follow those of the engine before, and each engine begins with a
  * frame record. A reader skips the types that it does not know.
  */
 struct PicturePoint {
@@ -101,7 +101,7 @@ private:
     std::size_t _used = 0;
 };
 
-/// Reads records out of any bytes: damaged ones end the reading and never read outside.
+/// Reads records from any bytes. A damaged record ends the reading; nothing outside is read.
 /// Thread: reentrant.
 class DrawingReader {
 public:

@@ -171,7 +171,7 @@ std::optional<RecordedFrame> FrameFileReader::next()
     if (frame.width == 0 || frame.height == 0 || frame.width > kLargestSide || frame.height > kLargestSide) {
         throw damaged;
     }
-    // Memory is taken for what the file has, not for what its header promises.
+    // The size is checked against the length of the file before memory is allocated, because it may be damaged.
     const std::size_t bytes = frame.width * (frame.height + frame.height / 2);
     const std::streampos here = _file.tellg();
     _file.seekg(0, std::ios::end);

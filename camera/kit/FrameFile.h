@@ -12,7 +12,7 @@
 namespace camera::kit {
 
 /**
- * A file of recorded frames: what an engine needs to see them again exactly as they were.
+ * A file of recorded frames, with all that an engine needs to process them again in the same way.
  * All numbers are little endian.
  *
  *     file:   "VCFRAMES", u32 version (1), u32 number of the first object
@@ -50,7 +50,7 @@ private:
     unsigned _left;
 };
 
-/// Reads such a file; a damaged one ends where the damage begins. Thread: as FrameFileWriter.
+/// Reads such a file; a damaged one ends before the first damaged frame. Thread: as FrameFileWriter.
 class FrameFileReader {
 public:
     /// @throws std::runtime_error with one sentence when it is no such file.

@@ -14,8 +14,8 @@ namespace camera::onvif {
 
 namespace {
 
-/// Walks a document once and renames on the way. Nesting is followed by pointers, not by recursion: a
-/// hostile document is deep.
+/// Walks a document once and renames on the way. It follows pointers instead of recursion, because a
+/// hostile document may be nested very deeply.
 class Rewriter {
 public:
     explicit Rewriter(const std::string& text) : _text(text)
@@ -98,7 +98,7 @@ private:
         _scopes.enter(node);
         const std::string original = node.name();
         Carried carried;
-        // Attributes first: their refusals name the element as its author wrote it.
+        // Attributes first, so that a refusal names the element as its author wrote it.
         std::vector<pugi::xml_attribute> declarations;
         for (pugi::xml_attribute attribute : node.attributes()) {
             if (isDeclaration(attribute.name())) {
@@ -129,7 +129,7 @@ private:
             localName = renamed(node, name, false, carried);
             attribute.set_name(localName.c_str());
         }
-        // These two hold names as values. A value without a prefix that no default namespace covers stays.
+        // The values of these two are names. A value without a prefix stays when there is no default namespace.
         if (localName == "Type" || localName == "xsi:type") {
             attribute.set_value(renamed(node, attribute.value(), true, carried).c_str());
         }

@@ -22,8 +22,8 @@ public:
  * Rewrites an XML document so that every name of a namespace that the analytics service knows carries that
  * namespace's usual prefix (tt:, tns1:, axt:, xs:, xsi:, vca:), because the service finds its elements by prefix.
  * Names are elements, attributes, and the values that are names themselves (Type, xsi:type). The usual
- * declarations stand on the root; names of other namespaces keep their prefix and carry its declaration
- * themselves, so that they survive being cut out of the document. Nothing else changes.
+ * declarations stand on the root; elements of other namespaces keep their prefix and get its declaration
+ * themselves, so that they stay valid when they are taken out of the document. Nothing else changes.
  *
  * @param rootName the root's name after rewriting, "tt:VideoAnalyticsConfiguration" for instance;
  *        any other root is refused.

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kLongestRawText = 120;
 
-// By local name: an engine of somebody else may have another prefix.
+// By local name, because the prefix may be another one.
 bool isNamed(const pugi::xml_node& node, const std::string& localName)
 {
     const std::string name = node.name();

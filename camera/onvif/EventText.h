@@ -6,8 +6,8 @@
 
 namespace camera::onvif {
 
-/// An event as one line: its time, topic, the rule that raised it and its values. What is no tt:Message is
-/// shown as it is, shortened.
+/// An event as one line: its time, topic, the rule that raised it and its values. A text that is not a tt:Message
+/// is shown as it is, shortened.
 std::string describeEvent(const base::Event& event);
 
 } // namespace camera::onvif

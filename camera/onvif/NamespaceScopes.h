@@ -16,13 +16,13 @@ bool isDeclaration(const std::string& attributeName);
 std::optional<std::string> canonicalPrefix(const std::string& uri);
 std::optional<std::string> canonicalUri(const std::string& prefix);
 
-/// Which prefix stands for which namespace, while a document is walked. Prefixes that the service knows
-/// count as declared from the start: documents without declarations are common.
+/// Which prefix stands for which namespace at each element of a document. The prefixes that the service knows
+/// count as declared from the start, because documents without declarations are common.
 class NamespaceScopes {
 public:
     NamespaceScopes();
 
-    /// Takes in the declarations of an element, until the matching leave().
+    /// Adds the declarations of an element, until the matching leave().
     void enter(const pugi::xml_node& element);
     void leave();
 

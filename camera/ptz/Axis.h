@@ -20,13 +20,13 @@ public:
     /// The place that this position means on this axis, or nothing when it is beyond its ends.
     std::optional<double> placeOf(double position) const;
 
-    /// Puts it there, standing.
+    /// Sets the position; the axis stands.
     void place(double position);
 
-    /// Heads for a place, the shorter way round on an endless axis, at most at this part of the greatest speed.
+    /// Moves to a place, on an endless axis by the shorter way, with at most this part of the greatest speed.
     void goTo(double place, double speedPart);
 
-    /// Keeps a speed, given as a part of the greatest, -1 to 1, until the end of the axis.
+    /// Keeps a speed, a part of the greatest from -1 to 1, until the end of the axis.
     void drive(double speedPart);
 
     /// Brakes.

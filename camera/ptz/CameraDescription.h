@@ -25,7 +25,7 @@ struct AxisDescription {
 /// JSON object; docs/positioning-events.md lists its keys.
 struct CameraDescription {
     std::string model = "ptz";
-    bool movable = true; ///< false: a fixed camera; what is said about movement then means nothing
+    bool movable = true; ///< false: a fixed camera; the values about movement are then ignored
     Optics optics;
     double sceneAngleDegrees = 128; ///< what the width of the source picture covers
 
@@ -33,17 +33,17 @@ struct CameraDescription {
     AxisDescription tilt{-90000, 90000, false, 0, 90000, 180000, 50};
     AxisDescription zoom{100, 3000, false, 0, 1000, 2000, 1};
 
-    std::chrono::milliseconds stableFor{300};      ///< in place this long: arrived
-    std::chrono::milliseconds arrivalMargin{3000}; ///< later than it should take by this much: given up
-    std::chrono::milliseconds holdFor{5000};       ///< after a move its user holds the camera for this long
-    std::chrono::milliseconds driveFor{60000};     ///< a drive that nobody ends, ends
+    std::chrono::milliseconds stableFor{300};      ///< the camera has arrived when it was in place for this long
+    std::chrono::milliseconds arrivalMargin{3000}; ///< a move that takes this much longer than calculated is given up
+    std::chrono::milliseconds holdFor{5000};       ///< for this long after a move its user holds the camera
+    std::chrono::milliseconds driveFor{60000};     ///< a drive ends after this time
 };
 
 /// The most bytes that a description may have.
 constexpr std::size_t kLargestDescription = 64 * 1024;
 
 /**
- * Reads a description. Any bytes may be given.
+ * Reads a description. The text may be any bytes.
  *
  * @param origin  what the text is called in messages, usually its path
  * @throws std::invalid_argument with one sentence that names the origin, the key and what is allowed.
@@ -56,7 +56,8 @@ CameraDescription readDescription(const std::filesystem::path& file);
 /**
  * The description of that name or path: a name without a slash and without ".json" is looked for in
  * `cameras` next to the program and where an installation or the build tree has it; anything else is a path.
- * @throws std::invalid_argument with one sentence that says where was looked, or that a .toml file is not read.
+ * @throws std::invalid_argument with one sentence that names the folders that were searched, or that a .toml file is
+ * not read.
  */
 CameraDescription findDescription(const std::string& nameOrPath, const std::filesystem::path& programFolder);
 

@@ -40,7 +40,7 @@ public:
     bool canReach(const Position& position) const;
     bool canZoomTo(unsigned int zoom) const { return _zoom.placeOf(zoom).has_value(); }
 
-    /// Puts the camera there, standing; an axis that cannot reach it stands at its nearest end.
+    /// Sets the position; the camera stands. An axis that cannot reach it stands at its nearest end.
     void placeAt(const Position& position);
 
     // Each of these begins a move, also while another one runs.

@@ -31,7 +31,7 @@ struct TourStop {
     int speedPercent = 100;                ///< 1 to 100, of the axes' greatest speeds
 };
 
-/// Presets visited in order, over and over until somebody ends it.
+/// Presets that the camera visits in order, again and again until the tour is ended.
 struct Tour {
     std::string name;
     std::vector<TourStop> stops;

@@ -7,7 +7,7 @@
 
 namespace camera::ptz {
 
-/// What of a positioning unit outlives it.
+/// The state of a positioning unit that is stored.
 struct PositioningState {
     Position position;
     std::string activePreset; ///< empty: at none
@@ -19,7 +19,7 @@ struct PositioningState {
 std::string writePositioning(const PositioningState& state);
 
 /**
- * Reads a document of writePositioning(). Any bytes may be given.
+ * Reads a document of writePositioning(). The text may be any bytes.
  * @return what is wrong, as one sentence, with the state untouched; empty when it was read.
  */
 std::string readPositioning(const std::string& document, PositioningState& state);

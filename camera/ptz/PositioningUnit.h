@@ -39,9 +39,9 @@ struct PositioningOptions {
  *
  * It reads no clock: time passes only by advance(), which the frame loop calls, or a PositioningDriver.
  *
- * Events are posted, never told from inside a call. Those of one command, and those of one advance(), are one task
- * for the control thread, in order, so that nothing comes between them; it tells the listeners that are subscribed
- * when it runs. docs/positioning-events.md has the order.
+ * Events are posted; no listener is called from inside a command. Those of one command, and those of one advance(), are
+ * one task for the control thread, in order, so that nothing comes between them; it calls the listeners that are
+ * subscribed when it runs. docs/positioning-events.md has the order.
  *
  * Every command is answered with a result that says why it was refused; a refused command changes and
  * posts nothing. Thread-safe.
@@ -81,7 +81,7 @@ public:
     CommandResult drive(const Drive& drive, const Commander& commander);
     CommandResult goToPreset(const std::string& name, const Commander& commander);
 
-    /// Brakes these axes. Ends a tour, and a way to a place whatever axis is named. Done when nothing moves.
+    /// Brakes these axes. Ends a tour; ends a move to a place whichever axis is named. Also done when nothing moves.
     CommandResult stop(const Axes& axes, const Commander& commander);
 
     // Presets. Names have 1 to 128 bytes and no control characters.
@@ -100,7 +100,7 @@ public:
 
     /**
      * Lets this much time pass: moves the axes, counts dwell, stability, holds and time-outs. The
-     * result does not depend on how the time is cut. Negative time is none, more than an hour is one.
+     * result does not depend on how the time is cut. Negative time counts as none, more than an hour as one hour.
      */
     void advance(std::chrono::nanoseconds elapsed);
 
@@ -113,8 +113,8 @@ public:
     /// The presets, tours, position and active preset as a JSON document.
     std::string serialize() const;
 
-    /// Takes a document of serialize(): wholly or, with a sentence, not at all; presets that it does not
-    /// name stay. For a camera that is being set up: nothing is posted. Any bytes may be given.
+    /// Reads a document of serialize(). A document that is refused, with a sentence, changes nothing; presets that it
+    /// does not name stay. For a camera that is being set up: nothing is posted. Any bytes may be given.
     CommandResult restore(const std::string& document);
 
     /// The listener is called on the control thread.

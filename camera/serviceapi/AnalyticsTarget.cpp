@@ -45,7 +45,7 @@ ravel_core_status RavelApiAnalyticsTargetImplBase::sendEventAnalyticsEvent(const
 }
 
 struct RavelApiAnalyticsTargetRun::Serving {
-    std::weak_ptr<ServiceApi> api; // a runner that outlives its device must not keep it alive
+    std::weak_ptr<ServiceApi> api; // weak, because a runner may outlive its device
     std::string service;
     const RavelApiAnalyticsTargetImplBase* target = nullptr;
 };

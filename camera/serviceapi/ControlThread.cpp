@@ -18,14 +18,14 @@ ControlThread::ControlThread()
 void ControlThread::drain()
 {
     while (_tasks.drain()) {
-        // a task posted another one
+        // a task has posted another one
     }
 }
 
 void ControlThread::askAndWait(const Task& operation)
 {
-    // All of it is the caller's, who waits: when the answer is there, this thread has let go of everything,
-    // the exception included, which may be read and released over there.
+    // These variables belong to the caller, which waits. When done is set, the control thread uses none of them any
+    // more, so the caller may read and release the exception.
     std::mutex mutex;
     std::condition_variable answered;
     bool done = false;

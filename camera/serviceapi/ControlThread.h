@@ -22,15 +22,15 @@ public:
 
     ControlThread();
 
-    /// Queues a task. What it throws is logged and counted. False, and the task is dropped, once
-    /// stopped.
+    /// Queues a task. What it throws is logged and counted. False, and the task is dropped, after
+    /// stop().
     bool post(Task task) { return _tasks.push(std::move(task)); }
 
     /**
      * Runs operation on this thread and returns what it returned, or throws what it threw. Called on
      * the thread itself it runs at once.
      *
-     * @throws std::runtime_error once stopped.
+     * @throws std::runtime_error after stop().
      */
     template <class Operation>
     auto ask(Operation&& operation) -> std::invoke_result_t<Operation>
@@ -55,7 +55,7 @@ public:
     /// Returns when no task is queued or runs, those that tasks posted included. Not from a task.
     void drain();
 
-    /// Runs what is queued, refuses what comes later and ends the thread. Idempotent; not from a task.
+    /// Runs the queued tasks, refuses later ones and ends the thread. Idempotent; not from a task.
     void stop() { _tasks.stop(); }
 
     bool isCurrent() const { return _tasks.isCurrent(); }

@@ -17,7 +17,7 @@ struct RegionColor {
 };
 
 /**
- * The services of the device that the plug-in asks and hears: day/night, window blanking, rotation, the metadata
+ * The services of the device that the plug-in uses: day/night, window blanking, rotation, the metadata
  * streamer and the configuration values. No operation throws.
  *
  * A query waits for its answer, no longer than a bound of the implementation; its output counts only with status 0.
@@ -25,7 +25,7 @@ struct RegionColor {
  */
 class DeviceServices {
 public:
-    /// Hears what the services report, on a thread of the implementation. Each operation returns at once.
+    /// Gets the events of the services, on a thread of the implementation. Each operation returns at once.
     class Listener {
     public:
         virtual void dayNightMoves(bool moving) = 0; ///< the filter begins or ends to move
@@ -45,10 +45,10 @@ public:
     /// stop() has returned.
     virtual void start(Listener& listener) = 0;
 
-    /// Calls the listener and asks the services no more. Idempotent.
+    /// From now on the listener is not called and the services are not asked. Idempotent.
     virtual void stop() = 0;
 
-    /// The ids of a service's targets; nothing when nobody serves it. Answered from memory. Thread-safe.
+    /// The ids of a service's targets; nothing when no process serves it. Answered from memory. Thread-safe.
     virtual std::optional<std::vector<std::string>> targetIds(const std::string& service) const = 0;
 
     virtual ravel_core_status regionColor(RegionColor& color) = 0;

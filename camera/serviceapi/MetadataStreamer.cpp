@@ -69,7 +69,7 @@ MetadataStreamer::Counters MetadataStreamer::counters() const
 
 void MetadataStreamer::write(const std::string& document)
 {
-    // One write each, so that a reader who follows the file sees a document as soon as it is there.
+    // One write for each document, so that a program that follows the file sees it at once.
     std::string line = document;
     std::replace_if(
         line.begin(), line.end(), [](char character) { return character == '\n' || character == '\r'; }, ' ');
@@ -90,7 +90,8 @@ void MetadataStreamer::write(const std::string& document)
 
 void MetadataStreamer::reportOnce(int error)
 {
-    // Nothing more is written, and the torn line goes: a file that misses documents in its middle would look whole.
+    // The incomplete line is removed and nothing more is written. A file without some documents in its middle would
+    // look complete.
     std::string text = "the metadata file " + _path.string() + " is incomplete: " + std::strerror(error);
     if (::ftruncate(_file.get(), _wholeBytes) != 0) {
         text += "; its last line is torn";

@@ -18,7 +18,7 @@ public:
     /// False when the name is taken.
     bool add(const std::string& service, boost::shared_ptr<Target> target);
 
-    /// Afterwards the target is found by nobody; references handed out before keep it alive.
+    /// find() no longer returns the target; references that it returned before keep it alive.
     void remove(const std::string& service, const Target* target);
 
     /// The target under a service name, or null.

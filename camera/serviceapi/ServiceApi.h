@@ -45,7 +45,7 @@ public:
     /// Begins to watch the device's services and to pass their events on; see DeviceServices::start().
     void startServices() { services->start(*this); }
 
-    /// The handlers hear of no event from now on.
+    /// From now on no handler is called for an event.
     void quiesce() { _quiet = true; }
 
     /// Forgets every handler and connection still registered.

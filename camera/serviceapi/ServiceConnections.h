@@ -18,7 +18,7 @@ constexpr const char* kTargetId = "main";
 /**
  * The plug-in's open connections to one service of the device and the event handlers registered on them.
  *
- * Cookies are numbers, never reused and never followed as addresses: a closed one is refused for ever. Thread-safe.
+ * Cookies are numbers, never reused and never used as addresses, so a closed one is always refused. Thread-safe.
  */
 template <class Handler>
 class ServiceConnections {
@@ -30,7 +30,7 @@ public:
         return _last;
     }
 
-    /// Takes the connection's handlers along.
+    /// Removes the connection's handlers, too.
     void close(std::uintptr_t cookie)
     {
         const std::lock_guard<std::mutex> lock(_mutex);
@@ -62,7 +62,7 @@ public:
         return removed ? kOk : kNotFound;
     }
 
-    /// Posts one event: at its turn on the control thread each handler that is registered then is called, in the
+    /// Posts one event: a task on the control thread calls each handler that is registered at that time, in the
     /// order of registration. The connections live until that thread has stopped.
     template <class Value>
     void post(ControlThread& control, Value value)

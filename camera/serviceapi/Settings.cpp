@@ -27,7 +27,7 @@ ravel_core_status statusOf(camera::store::DatabaseError::Kind kind)
     return camera::serviceapi::kStorageFailed;
 }
 
-// The plug-in knows failures of the store by the service API's own exception.
+// The plug-in expects failures of the store as the service API's exception.
 template <class Operation>
 auto translated(const Operation& operation)
 {

@@ -4,7 +4,7 @@
 
 namespace camera::serviceapi {
 
-/// The statuses that this device's service calls return, beside 0.
+/// The statuses that this device's service calls return.
 enum Status : ravel_core_status {
     kOk = 0,
     kFailed = 1,

@@ -76,7 +76,7 @@ void Database::execute(const std::string& sql)
 
 void Database::fail(int code) const
 {
-    // A failed COMMIT leaves the system's error to errno alone; the handle would tell the one before.
+    // After a failed COMMIT only errno has the system's error; the handle has that of the call before.
     const int last = errno;
     throw errorOf(code, last != 0 ? last : sqlite3_system_errno(_handle));
 }
@@ -152,7 +152,8 @@ Transaction::Transaction(Database& database) : _database(database)
 Transaction::~Transaction()
 {
     if (_open) {
-        sqlite3_exec(_database.handle(), "ROLLBACK", nullptr, nullptr, nullptr); // nothing to do when it fails too
+        sqlite3_exec(_database.handle(), "ROLLBACK", nullptr, nullptr,
+                     nullptr); // when this fails, too, there is nothing left to undo
     }
 }
 

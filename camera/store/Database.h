@@ -13,8 +13,8 @@ namespace camera::store {
 /// A failed call of the database, with a reason that a person can read.
 class DatabaseError : public std::runtime_error {
 public:
-    /// rejected: the file does not hold what the statement names. The program's statements are
-    /// constant, so when a file is opened that is damage too.
+    /// rejected: the file does not have the table or column that the statement names. The program's statements
+    /// are constant, so this means damage, too, when a file is opened.
     enum class Kind { failed, full, readOnly, damaged, rejected };
 
     DatabaseError(Kind kind, const std::string& reason) : std::runtime_error(reason), _kind(kind) {}

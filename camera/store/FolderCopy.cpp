@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kAttempts = 20;
 constexpr std::array<const char*, 2> kFolders = {"", "services"};
-// By name, because listing a folder changes its time stamp. The database makes its file "-shm" anew.
+// A fixed list, because listing a folder changes its time stamp. The database creates its file "-shm" itself.
 constexpr std::array<const char*, 7> kFiles = {"settings.db",           "settings.db-wal",      "settings.db-journal",
                                                "settings.last-good.db", "settings.repaired.db", "camera.json",
                                                "last-frame-time"};
@@ -31,7 +31,7 @@ constexpr std::array<const char*, 7> kFiles = {"settings.db",           "setting
     throw std::runtime_error("the state folder cannot be copied: '" + file.string() + "': " + std::strerror(error));
 }
 
-// A lock that nobody else can take while it is held, and that is not waited for.
+// A shared lock: no process can take the folder while it is held. Without it, when another process has the lock.
 base::FileDescriptor lock(const fs::path& folder)
 {
     base::FileDescriptor file(::open((folder / "lock").c_str(), O_RDONLY | O_CLOEXEC));
@@ -43,7 +43,7 @@ base::FileDescriptor lock(const fs::path& folder)
 
 void copyFile(const fs::path& from, const fs::path& to)
 {
-    // Only the owner of a file may read it without a trace in its time stamp.
+    // Only the owner of a file may read it without a change of its access time.
     base::FileDescriptor in(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOATIME));
     if (!in && errno == EPERM) {
         in = base::FileDescriptor(::open(from.c_str(), O_RDONLY | O_CLOEXEC));

@@ -8,11 +8,11 @@
 namespace camera::store {
 
 /**
- * A copy of a state folder, in a temporary folder that goes with the object.
+ * A copy of a state folder, in a temporary folder that is removed with the object.
  *
- * Nothing in the folder itself changes, no time stamp either, so a folder that is read-only or in use can be looked at.
- * The copy is made under the folder's locks where they exist and are free. Where they are not, it is made again
- * as long as a file changes meanwhile.
+ * Nothing in the folder itself changes, not even a time stamp, so the folder may be read-only or in use.
+ * The copy is made under the folder's locks when they exist and are free. Otherwise it is repeated until no file has
+ * changed while it was made.
  */
 class FolderCopy {
 public:

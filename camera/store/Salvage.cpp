@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Every step maps the state one to one, so a change of a single word never cancels out.
+// Each step is invertible, so two texts that differ in a single word never have the same checksum.
 std::uint64_t mix(std::uint64_t state, std::uint64_t word)
 {
     state = (state ^ word) * 0x9e3779b97f4a7c15ULL;
@@ -39,7 +39,7 @@ using Documents = std::map<std::string, SalvagedDocument>;
 Documents collect(const Database& database, const std::string& table)
 {
     Documents found;
-    // From both ends: a damaged page stops a scan, and what lies behind it is reached the other way round.
+    // From both ends: a damaged page ends a scan, and the scan from the other end reaches the rows after it.
     for (const char* order : {"ASC", "DESC"}) {
         try {
             const std::string sql =
@@ -57,13 +57,13 @@ Documents collect(const Database& database, const std::string& table)
                     best = {sequence, std::move(document)};
                 }
             }
-        } catch (const DatabaseError&) { // the rows before the damage are what there is
+        } catch (const DatabaseError&) { // the rows before the damaged page are kept
         }
     }
     return found;
 }
 
-// The history speaks only for a key that has no good current document: an order number has no checksum.
+// The history counts only for a key without a good current document, because its order numbers have no checksum.
 Documents collect(const fs::path& file)
 {
     try {
@@ -76,7 +76,7 @@ Documents collect(const fs::path& file)
     }
 }
 
-// A file of its own, removed with what the database puts beside it.
+// A temporary file, removed together with the files that the database puts next to it.
 struct Working {
     explicit Working(fs::path path) : path(std::move(path)) { clear(); }
     ~Working() { clear(); }
@@ -94,7 +94,7 @@ struct Working {
     }
 };
 
-// Without its first page nothing of a file can be found, and the first page is the same in all of them.
+// The first page tells where the tables begin. It is the same in all files, so a new one can replace a damaged one.
 Documents collectWithoutFirstPage(const fs::path& file)
 {
     const Working working(file.string() + ".salvage");

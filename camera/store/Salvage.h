@@ -13,8 +13,8 @@ struct SalvagedDocument {
     std::string document;
 };
 
-/// The newest good document of every key that can still be read from a settings file, whatever its
-/// condition; empty when nothing can. Does not change the file; a copy beside it lives meanwhile.
+/// The newest good document of every key that can still be read from a settings file, however
+/// damaged it is; empty when there is none. Does not change the file; makes a temporary copy next to it.
 std::map<std::string, SalvagedDocument> salvage(const std::filesystem::path& file);
 
 /// The checksum stored with a document; it covers the key too, so that swapped rows are found.

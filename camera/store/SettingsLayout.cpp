@@ -39,7 +39,7 @@ std::int64_t pragma(const Database& database, const char* sql)
 
 void checkVersion(std::int64_t version, std::int64_t mark)
 {
-    const bool markedLater = mark == 0 && version <= kVersion; // a file of the first days has no mark yet
+    const bool markedLater = mark == 0 && version <= kVersion; // the first versions of the program wrote no mark
     if (!markedLater && mark != kMark + version) {
         damaged("its layout number is broken");
     }
@@ -63,7 +63,7 @@ void checkTables(const Database& database)
 void checkLayout(const Database& database)
 {
     {
-        // The quick check leaves the indexes out, and a document is found by its index.
+        // Not quick_check: it does not check the indexes, by which documents are found.
         Statement check(database, "PRAGMA integrity_check(1)");
         if (!check.step() || check.bytes(0) != "ok") {
             damaged("its structure is broken");
@@ -98,7 +98,7 @@ std::string emptyFirstPage()
         throw DatabaseError(DatabaseError::Kind::failed, "out of memory");
     }
     std::string page(reinterpret_cast<const char*>(image.get()), kPageBytes);
-    // A page count whose stamp does not fit is not believed: the file's size counts.
+    // With a wrong stamp the database ignores the page count in the header and uses the size of the file.
     constexpr std::size_t kStampOfTheCount = 92;
     page[kStampOfTheCount] = static_cast<char>(~page[kStampOfTheCount]);
     return page;

@@ -10,12 +10,12 @@ namespace camera::store {
 constexpr std::size_t kPageBytes = 4096;
 
 /**
- * What stands in a settings file beside the documents: its tables, and the number of their layout.
+ * What a settings file holds besides the documents: its tables, and the number of their layout.
  * The number is written twice, in two forms, so that a damaged one is not taken for a newer program's.
  */
 
 /// @throws DatabaseError when the file was written by a newer program, and of the kind "damaged" when
-///         its structure, its number or its tables are not what they were made as. A new file passes.
+///         its structure, its number or its tables are not as createLayout() makes them. A new file passes.
 void checkLayout(const Database& database);
 
 /// Creates what is missing. Only after checkLayout().

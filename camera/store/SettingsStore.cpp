@@ -151,7 +151,7 @@ void SettingsStore::put(const Database& database, const std::string& key, const 
     const std::int64_t checksum = documentChecksum(key, document);
     const std::int64_t storedAt = now();
     const std::int64_t sequence = nextSequence(database);
-    // The same document once more is no new version: it would push a different one out.
+    // Storing the same document again makes no new version, which would remove the oldest one.
     const bool isNew = !isNewestOfItsKey(database, key, document);
     const auto insert = [&](const char* sql) {
         Statement row(database, sql);

@@ -18,11 +18,11 @@ namespace camera::store {
  * The device's settings: one document per key, kept in the file settings.db of the state folder.
  *
  * A write is durable when it returns. The last kHistory documents of each key are kept in the same
- * transaction. Every document carries a checksum; one that no longer fits is set aside inside the
- * file and the last good one takes its place. A file that cannot be read at all is renamed to
- * settings.db.damaged-..., never deleted; what can be read of it, and the copy made at the last
- * start, settings.last-good.db, supply the documents. The opener of a store holds the folder's
- * StateLock.
+ * transaction. Every document carries a checksum; a document whose checksum is wrong is set aside inside
+ * the file, and the last good one takes its place. A file that cannot be read at all is renamed to
+ * settings.db.damaged-..., never deleted; its documents are then
+ * taken from what can still be read of it and from the copy of the last start, settings.last-good.db. The caller of
+ * the constructor holds the folder's StateLock.
  *
  * Operations throw DatabaseError with a text for people. Thread-safe.
  */
@@ -62,7 +62,7 @@ public:
     /// Makes an earlier document the newest one. False when it is not kept or damaged.
     bool restore(const std::string& key, std::int64_t sequence);
 
-    /// What opening found and repaired, one sentence each; empty when all was well.
+    /// What opening found and repaired, one sentence each; empty when nothing was damaged.
     const std::vector<std::string>& notices() const { return _notices; }
 
     const std::filesystem::path& file() const { return _file; }

@@ -1,5 +1,14 @@
-// How the settings file is opened: what is checked, and what becomes of a damaged one. The power may go
-// at any moment of it, and the next start must find everything that this one had.
+// How the settings file is opened, and how a damaged one is repaired.
+//
+// openChecked() checks the structure of the whole file and its layout (checkLayout). repairDocuments() then compares
+// each document with its checksum; a damaged document goes to the table set_aside, and the newest good document of its
+// history takes its place. Last, keepCopy() writes a compact copy of all documents to settings.last-good.db.
+//
+// When the file itself is damaged, startAnew() replaces it. It reads every good document from the damaged file
+// (Salvage.h) and from the copy, and writes them to settings.repaired.new. This file is renamed to settings.repaired.db
+// when it is complete and on the disk. takeReplacement() then renames the damaged file to settings.db.damaged-... and
+// settings.repaired.db to settings.db. A power cut between two of these steps loses nothing: when settings.repaired.db
+// exists at the next start, that start continues with takeReplacement().
 
 #include "camera/base/DurableFiles.h"
 #include "camera/base/Log.h"
@@ -21,7 +30,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Whatever belongs to the database of that name: an old log beside a new database would be replayed into it.
+// All files of one database. They are moved together, because an old log next to a new database would be applied to it.
 constexpr std::array<const char*, 4> kParts = {"-wal", "-journal", "-shm", ""};
 
 fs::path part(const fs::path& database, const char* suffix)
@@ -29,7 +38,7 @@ fs::path part(const fs::path& database, const char* suffix)
     return database.string() + suffix;
 }
 
-// Also a file of one byte: the database takes that for an empty one.
+// A file of one byte counts as empty, too, because the database treats it so.
 bool isEmpty(const fs::path& file)
 {
     std::error_code absent;
@@ -51,13 +60,13 @@ fs::path freeNameBeside(const fs::path& file)
     return name;
 }
 
-// The format numbers of the header. A file with others is opened for reading only, as one would be that
-// the program may not write.
+// Whether the two format numbers in the header are known. The database opens a file with other numbers for reading
+// only, which looks like a file that the program must not write.
 bool hasKnownFormat(const fs::path& file)
 {
     std::array<char, 20> header{};
     if (!std::ifstream(file, std::ios::binary).read(header.data(), header.size())) {
-        return true; // then it is the file that cannot be read
+        return true; // the failure to read it is reported elsewhere
     }
     const auto known = [](char number) { return number == 1 || number == 2; };
     return known(header[18]) && known(header[19]);
@@ -78,13 +87,13 @@ bool isDamage(const DatabaseError& error, const fs::path& file)
     return false;
 }
 
-// A new file's name must outlive a power cut as well as what is acknowledged in it later.
+// Without this, a power cut could remove the name of a new file, and with it documents that were stored since.
 void makeNamesDurable(const fs::path& folder)
 {
     base::syncToDisk(folder);
     try {
         base::syncToDisk(fs::absolute(folder).parent_path());
-    } catch (const fs::filesystem_error&) { // somebody else's folder, perhaps not readable
+    } catch (const fs::filesystem_error&) { // the parent folder may belong to another user
     }
 }
 
@@ -127,7 +136,7 @@ void SettingsStore::refuse(const std::string& reason)
 void SettingsStore::openWhatIsThere()
 {
     try {
-        // The database would take a file cut to nothing for a new one, and every setting would silently be gone.
+        // The database would treat an empty file as a new one, and all settings would be lost without a message.
         if (fs::exists(_file) && isEmpty(_file) && isEmpty(part(_file, "-wal")) && fs::exists(_copy)) {
             throw DatabaseError(DatabaseError::Kind::damaged, "the file is empty");
         }
@@ -146,8 +155,8 @@ void SettingsStore::openChecked()
     _database = std::make_unique<Database>(_file, Database::Access::readWrite);
     _database->execute("PRAGMA journal_mode = WAL");
     _database->execute("PRAGMA synchronous = FULL");
-    // Every document goes from the log to the database at once: damage to a log looks like a power cut, and
-    // would take back, without a trace, what stands there only.
+    // Each document is moved from the log to the database at once. Damage to the log looks like a power cut: the
+    // database then drops what only the log holds, without an error.
     _database->execute("PRAGMA wal_autocheckpoint = 1");
     checkLayout(*_database);
     if (_maxBytes > 0) {
@@ -173,7 +182,7 @@ void SettingsStore::repairDocuments()
     }
 }
 
-// In one transaction: were the power to go in between, the key would have no document at all.
+// One transaction, so that a power cut cannot leave the key without a document.
 void SettingsStore::repairDocument(const std::string& key)
 {
     std::optional<std::string> good;
@@ -206,10 +215,11 @@ void SettingsStore::keepCopy()
         const std::string name = unfinished.string();
         Statement into(*_database, "VACUUM INTO ?");
         into.bindText(1, name).step();
-        base::syncToDisk(unfinished); // whether the library did so depends on its version; then the earlier copy may go
+        base::syncToDisk(
+            unfinished); // some versions of the library do not; the earlier copy is replaced only after this
         base::renameDurably(unfinished, _copy);
     } catch (const std::exception& failure) {
-        // The settings themselves are whole: only the next damage would lose more.
+        // The settings are complete. Without a new copy, later damage could lose more documents.
         fs::remove(unfinished, error);
         notice("no copy of the settings could be made in " + _folder.string() + ": " + failure.what());
     }
@@ -249,8 +259,8 @@ void SettingsStore::startAnew(const std::string& reason)
            std::to_string(fromCopy) + " taken from the copy of the last start");
 }
 
-// The damaged file goes before its replacement comes, its log first: what is left of a swap that was cut
-// short is told by the replacement's name alone, and is taken up again at the next start.
+// The damaged file is moved away first, its log before it. The name of the replacement alone tells the next start that
+// this was interrupted.
 fs::path SettingsStore::takeReplacement()
 {
     const fs::path aside = freeNameBeside(_file);

@@ -6,10 +6,10 @@
 
 namespace camera::store {
 
-/// Where a camera keeps its settings: the folder named, or one that goes when the object does.
+/// Where a camera keeps its settings: the folder named, or a temporary one that is removed with the object.
 class StateFolder {
 public:
-    /// @param given empty: a temporary folder. @throws std::runtime_error when that cannot be made.
+    /// @param folder empty: a temporary folder. @throws std::runtime_error when that cannot be made.
     explicit StateFolder(const std::string& folder);
     ~StateFolder();
     StateFolder(const StateFolder&) = delete;
@@ -18,8 +18,8 @@ public:
     const std::filesystem::path& path() const { return _folder; }
     bool kept() const { return !_temporary; }
 
-    /// Nanoseconds since 1970 of the last frame of the run before; 0: unknown. A run at full speed ends ahead
-    /// of the wall clock, and the next one goes on from there.
+    /// The time of the last frame of the previous run, in nanoseconds since 1970; 0: unknown. A run at full speed ends
+    /// ahead of the wall clock; the next run continues from that time.
     std::int64_t lastFrameTime() const;
 
     /// @throws std::runtime_error with one sentence when it cannot be written.

@@ -30,7 +30,7 @@ std::string ownerOf(int descriptor)
     return owner.empty() ? "another process" : "process " + owner;
 }
 
-// A copy of the folder is made under a shared lock: that one is waited for, as it is soon over.
+// Waits for a shared lock, under which FolderCopy makes a copy of the folder, because that takes a short time only.
 bool lockOf(int descriptor)
 {
     constexpr int kAttempts = 200;

@@ -7,7 +7,7 @@
 namespace camera::store {
 
 /// One process at a time works on a state folder: an advisory lock on the file "lock" in it, which
-/// holds the owner's process id and is released with the process, however that ends.
+/// holds the owner's process id and is released when the process ends, also when it is killed.
 class StateLock {
 public:
     /**
