@@ -2,12 +2,12 @@
 
 #include "camera/base/PrintableText.h"
 #include "camera/base/Utf8.h"
+#include "camera/cli/JsonOutput.h"
 #include "camera/cli/RestartReport.h"
 
 #include <algorithm>
 #include <exception>
 #include <json/reader.h>
-#include <json/value.h>
 #include <memory>
 
 namespace camera::cli {
@@ -121,17 +121,11 @@ int change(CommandContext& context, const std::function<void(CameraClient&)>& pe
 
 int printTexts(CommandContext& context, const std::vector<std::string>& texts)
 {
-    Json::Value list(Json::arrayValue);
+    ListOutput list(context);
     for (const std::string& text : texts) {
-        list.append(text);
-        if (!context.json()) {
-            context.console.line(base::printable(text));
-        }
+        list.add(text, base::printable(text));
     }
-    if (context.json()) {
-        context.print(list);
-    }
-    return 0;
+    return list.end();
 }
 
 } // namespace camera::cli

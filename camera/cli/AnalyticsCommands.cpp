@@ -1,11 +1,10 @@
 #include "camera/base/PrintableText.h"
 #include "camera/cli/AnalyticsCalls.h"
-#include "camera/cli/Command.h"
 #include "camera/cli/FramesFile.h"
+#include "camera/cli/JsonOutput.h"
 #include "camera/onvif/ConfigurationFile.h"
 
 #include <cstdint>
-#include <json/value.h>
 
 namespace camera::cli {
 
@@ -19,39 +18,27 @@ using Change = decltype(&Analytics::createRules);
 
 using Count = base::Argument::Count;
 
-Json::Value describeForPrograms(const onvif::ComponentName& component, bool loaded)
+Json::Value jsonOf(const onvif::ComponentName& component, bool loaded)
 {
-    Json::Value value;
-    value["name"] = component.name;
-    value["type"] = component.type;
-    value["preset"] = component.preset;
-    value["loaded"] = loaded;
-    return value;
+    return jsonObject({"name", "type", "preset", "loaded"}, component.name, component.type, component.preset, loaded);
 }
 
 int listComponents(Context& context, bool rules)
 {
-    Json::Value list(Json::arrayValue);
+    ListOutput list(context);
     for (const std::string& element : componentsNow(context.client(), rules)) {
         const std::vector<onvif::ComponentName> names = onvif::componentsOf(element);
-        list.append(describeForPrograms(names.empty() ? onvif::ComponentName() : names[0], true));
-        list[list.size() - 1]["xml"] = element;
-        if (!context.json()) {
-            context.console.line(base::printable(element));
-        }
+        Json::Value item = jsonOf(names.empty() ? onvif::ComponentName() : names[0], true);
+        item["xml"] = element;
+        list.add(item, base::printable(element));
     }
     for (const onvif::ComponentName& component : storedComponents(context.client()).ofOthers) {
         if (component.isRule == rules) {
-            list.append(describeForPrograms(component, false));
-            if (!context.json()) {
-                context.console.line(base::printable(onvif::describe(component)) + ", of an engine that is not loaded");
-            }
+            list.add(jsonOf(component, false),
+                     base::printable(onvif::describe(component)) + ", of an engine that is not loaded");
         }
     }
-    if (context.json()) {
-        context.print(list);
-    }
-    return 0;
+    return list.end();
 }
 
 std::string countOf(std::size_t count, bool rules)

@@ -2,11 +2,10 @@
 #include "camera/base/SizeText.h"
 #include "camera/base/UtcText.h"
 #include "camera/cli/AnalyticsCalls.h"
-#include "camera/cli/Command.h"
+#include "camera/cli/JsonOutput.h"
 #include "camera/onvif/ConfigurationFile.h"
 
 #include <algorithm>
-#include <json/value.h>
 #include <limits>
 #include <set>
 
@@ -81,25 +80,17 @@ int set(Context& context)
 
 int history(Context& context)
 {
-    Json::Value list(Json::arrayValue);
+    ListOutput list(context);
     for (const StoredVersion& version : storedVersions(context.client())) {
-        Json::Value value;
-        value["number"] = Json::Int64(version.get<0>());
-        value["storedAt"] = Json::Int64(version.get<1>());
-        value["bytes"] = Json::UInt64(version.get<2>());
-        value["good"] = version.get<3>();
-        list.append(value);
-        if (!context.json()) {
-            context.console.line(std::to_string(version.get<0>()) + "  " + base::utcText(version.get<1>()) + "  " +
-                                 base::sizeText(version.get<2>()) + (version.get<3>() ? "" : "  damaged"));
-        }
+        const auto& [number, storedAt, bytes, good] = columns(version);
+        list.add(jsonRow({"number", "storedAt", "bytes", "good"}, version),
+                 std::to_string(number) + "  " + base::utcText(storedAt) + "  " + base::sizeText(bytes) +
+                     (good ? "" : "  damaged"));
     }
-    if (context.json()) {
-        context.print(list);
-    } else if (list.empty()) {
+    if (list.empty() && !context.json()) {
         context.console.line("Nothing was ever stored.");
     }
-    return 0;
+    return list.end();
 }
 
 int restore(Context& context)

@@ -1,11 +1,10 @@
 #include "camera/base/PrintableText.h"
-#include "camera/cli/Command.h"
+#include "camera/cli/JsonOutput.h"
 
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <json/value.h>
 
 namespace camera::cli {
 
@@ -54,24 +53,13 @@ std::string quoted(const std::string& name)
 
 int listPresets(Context& context)
 {
-    const auto rows = context.client().ask(&Positioning::listPresets);
-    Json::Value list(Json::arrayValue);
-    for (const auto& row : rows) {
-        Json::Value preset;
-        preset["name"] = row.get<0>();
-        preset["pan"] = row.get<1>() / 1e3;
-        preset["tilt"] = row.get<2>() / 1e3;
-        preset["zoom"] = row.get<3>() / 1e2;
-        list.append(preset);
-        if (!context.json()) {
-            context.console.line(base::printable(row.get<0>()) + "  " +
-                                 placeText(row.get<1>(), row.get<2>(), row.get<3>()));
-        }
+    ListOutput list(context);
+    for (const auto& row : context.client().ask(&Positioning::listPresets)) {
+        const auto& [name, pan, tilt, zoom] = columns(row);
+        list.add(jsonObject({"name", "pan", "tilt", "zoom"}, name, pan / 1e3, tilt / 1e3, zoom / 1e2),
+                 base::printable(name) + "  " + placeText(pan, tilt, zoom));
     }
-    if (context.json()) {
-        context.print(list);
-    }
-    return 0;
+    return list.end();
 }
 
 int goToPreset(Context& context)
@@ -83,31 +71,20 @@ int goToPreset(Context& context)
 
 int listTours(Context& context)
 {
-    const auto rows = context.client().ask(&Positioning::listTours);
-    Json::Value list(Json::arrayValue);
-    for (const auto& row : rows) {
-        Json::Value tour;
-        std::string line = base::printable(row.get<0>());
-        tour["name"] = row.get<0>();
-        tour["stops"] = Json::arrayValue;
-        for (const StopRow& stop : row.get<1>()) {
-            Json::Value item;
-            item["preset"] = stop.get<0>();
-            item["dwell"] = stop.get<1>() / 1e3;
-            item["speed"] = stop.get<2>();
-            tour["stops"].append(item);
-            line += "  " + base::printable(stop.get<0>()) + " " + decimals(stop.get<1>() / 1e3, 1) + " s " +
-                    std::to_string(stop.get<2>()) + " %";
+    ListOutput list(context);
+    for (const auto& row : context.client().ask(&Positioning::listTours)) {
+        const auto& [name, stops] = columns(row);
+        std::string line = base::printable(name);
+        Json::Value items(Json::arrayValue);
+        for (const StopRow& stop : stops) {
+            const auto& [preset, dwell, speed] = columns(stop);
+            items.append(jsonObject({"preset", "dwell", "speed"}, preset, dwell / 1e3, speed));
+            line +=
+                "  " + base::printable(preset) + " " + decimals(dwell / 1e3, 1) + " s " + std::to_string(speed) + " %";
         }
-        list.append(tour);
-        if (!context.json()) {
-            context.console.line(line);
-        }
+        list.add(jsonObject({"name", "stops"}, name, items), line);
     }
-    if (context.json()) {
-        context.print(list);
-    }
-    return 0;
+    return list.end();
 }
 
 // PRESET[:SECONDS[:PERCENT]]; of three colons and more the first belong to the name.

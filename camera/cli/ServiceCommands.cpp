@@ -1,10 +1,9 @@
 #include "camera/base/PrintableText.h"
-#include "camera/cli/Command.h"
+#include "camera/cli/JsonOutput.h"
 
 #include <array>
 #include <cctype>
 #include <cstdint>
-#include <json/value.h>
 
 namespace camera::cli {
 
@@ -100,15 +99,12 @@ int setFault(Context& context)
 int listFaults(Context& context)
 {
     const auto faults = context.client().ask(&bus::ServicesClient::faults);
-    Json::Value all(Json::objectValue);
-    for (const auto& [service, fault] : faults) {
-        all[service] = fault;
-        if (!context.json()) {
-            context.console.line(base::printable(service + "  " + fault));
-        }
-    }
     if (context.json()) {
-        context.print(all);
+        context.print(jsonMap(faults));
+        return 0;
+    }
+    for (const auto& [service, fault] : faults) {
+        context.console.line(base::printable(service + "  " + fault));
     }
     return 0;
 }

@@ -1,11 +1,9 @@
-#include "camera/cli/Command.h"
-
 #include "camera/base/PrintableText.h"
+#include "camera/cli/JsonOutput.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdio>
-#include <json/value.h>
 #include <utility>
 
 namespace camera::cli {
@@ -14,159 +12,97 @@ namespace {
 
 using Context = CommandContext;
 
-// A part of the whole: its value, or the sentence that says why there is none, under "error".
+// A part of the status: its value, or under "error" the sentence that says why there is none.
 template <class Ask>
 Json::Value part(const Ask& ask)
 {
     try {
         return ask();
     } catch (const std::exception& error) {
-        Json::Value value(Json::objectValue);
-        value["error"] = error.what();
-        return value;
+        return jsonObject({"error"}, std::string(error.what()));
     }
 }
 
-Json::Value supervisor(Context& context)
+// A JSON object of properties, each a pair of its name and its getter.
+template <class... Property>
+Json::Value properties(CameraClient& client, const Property&... property)
 {
-    return part([&client = context.client()] {
-        using Supervisor = bus::SupervisorClient;
-        Json::Value value;
-        value["state"] = client.ask(&Supervisor::State);
-        value["address"] = client.ask(&Supervisor::Address);
-        value["processes"] = Json::arrayValue;
-        for (const auto& row : client.ask(&Supervisor::Processes)) {
-            Json::Value process;
-            process["name"] = row.get<0>();
-            process["pid"] = row.get<1>();
-            process["restarts"] = row.get<2>();
-            process["since"] = Json::Int64(row.get<3>());
-            process["lastExit"] = row.get<4>();
-            value["processes"].append(process);
-        }
-        return value;
-    });
+    Json::Value object(Json::objectValue);
+    ((object[property.first] = client.ask(property.second)), ...);
+    return object;
 }
 
-Json::Value pipeline(Context& context)
+Json::Value supervisor(CameraClient& client)
 {
-    return part([&client = context.client()] {
-        using Pipeline = bus::PipelineClient;
-        Json::Value value;
-        value["pid"] = client.ask(&Pipeline::Pid);
-        value["input"] = client.ask(&Pipeline::Input);
-        value["missingEngines"] = Json::arrayValue;
-        for (const std::string& path : client.ask(&Pipeline::MissingEngines)) {
-            value["missingEngines"].append(path);
-        }
-        const std::pair<const char*, std::uint64_t (ravel::pipeline_proxy::*)()> counters[] = {
-            {"frames", &Pipeline::Frames},
-            {"framesFailed", &Pipeline::FramesFailed},
-            {"events", &Pipeline::Events},
-            {"eventsDropped", &Pipeline::EventsDropped},
-            {"documents", &Pipeline::Documents},
-            {"documentsTaken", &Pipeline::DocumentsTaken},
-            {"documentsDropped", &Pipeline::DocumentsDropped},
-            {"controlFailures", &Pipeline::ControlFailures},
-        };
-        for (const auto& [name, counter] : counters) {
-            value[name] = Json::UInt64(client.ask(counter));
-        }
-        value["framesPerSecond"] = client.ask(&Pipeline::FramesPerSecond);
-        value["longestFrameMs"] = client.ask(&Pipeline::LongestFrameMs);
-        value["orientation"] = client.ask(&Pipeline::Orientation);
-        value["engines"] = Json::arrayValue;
-        for (const auto& row : client.ask(&Pipeline::Engines)) {
-            Json::Value engine;
-            engine["name"] = row.get<0>();
-            engine["active"] = row.get<1>();
-            value["engines"].append(engine);
-        }
-        return value;
-    });
+    using Supervisor = bus::SupervisorClient;
+    Json::Value value =
+        properties(client, std::pair("state", &Supervisor::State), std::pair("address", &Supervisor::Address));
+    value["processes"] = jsonRows({"name", "pid", "restarts", "since", "lastExit"}, client.ask(&Supervisor::Processes));
+    return value;
 }
 
-Json::Value services(Context& context)
+Json::Value pipeline(CameraClient& client)
 {
-    return part([&client = context.client()] {
-        using Services = bus::ServicesClient;
-        Json::Value value;
-        value["pid"] = client.ask(&Services::Pid);
-        value["state"] = client.ask(&Services::State);
-        value["moving"] = client.ask(&Services::Moving);
-        value["orientation"] = client.ask(&Services::Orientation);
-        value["rotationServed"] = client.ask(&Services::RotationServed);
-        value["blanking"] = client.ask(&Services::Blanking);
-        value["subscribers"] = Json::arrayValue;
-        for (const auto& row : client.ask(&Services::Subscribers)) {
-            Json::Value subscriber;
-            subscriber["delivered"] = Json::UInt64(row.get<0>());
-            subscriber["lost"] = Json::UInt64(row.get<1>());
-            subscriber["queuedBytes"] = Json::UInt64(row.get<2>());
-            value["subscribers"].append(subscriber);
-        }
-        return value;
-    });
+    using Pipeline = bus::PipelineClient;
+    Json::Value value = properties(
+        client, std::pair("pid", &Pipeline::Pid), std::pair("input", &Pipeline::Input),
+        std::pair("frames", &Pipeline::Frames), std::pair("framesFailed", &Pipeline::FramesFailed),
+        std::pair("framesPerSecond", &Pipeline::FramesPerSecond),
+        std::pair("longestFrameMs", &Pipeline::LongestFrameMs), std::pair("events", &Pipeline::Events),
+        std::pair("eventsDropped", &Pipeline::EventsDropped), std::pair("documents", &Pipeline::Documents),
+        std::pair("documentsTaken", &Pipeline::DocumentsTaken),
+        std::pair("documentsDropped", &Pipeline::DocumentsDropped),
+        std::pair("controlFailures", &Pipeline::ControlFailures), std::pair("orientation", &Pipeline::Orientation));
+    value["engines"] = jsonRows({"name", "active"}, client.ask(&Pipeline::Engines));
+    value["missingEngines"] = Json::arrayValue;
+    for (const std::string& path : client.ask(&Pipeline::MissingEngines)) {
+        value["missingEngines"].append(path);
+    }
+    return value;
 }
 
-Json::Value position(Context& context)
+Json::Value services(CameraClient& client)
 {
-    return part([&client = context.client()] {
-        using Positioning = bus::PositioningClient;
-        const auto [pan, tilt, zoom, angle, moving, preset] = client.ask(&Positioning::getPosition);
-        const auto tour = client.ask(&Positioning::Tour);
-        Json::Value value;
-        value["available"] = client.ask(&Positioning::Available);
-        value["pan"] = pan / 1e3;
-        value["tilt"] = tilt / 1e3;
-        value["zoom"] = zoom / 1e2;
-        value["angleOfView"] = angle / 1e3;
-        value["moving"] = moving;
-        value["preset"] = preset;
-        if (!tour.get<0>().empty()) {
-            value["tour"] = tour.get<0>();
-            value["tourStop"] = tour.get<1>();
-        }
-        return value;
-    });
+    using Services = bus::ServicesClient;
+    Json::Value value =
+        properties(client, std::pair("pid", &Services::Pid), std::pair("state", &Services::State),
+                   std::pair("moving", &Services::Moving), std::pair("orientation", &Services::Orientation),
+                   std::pair("rotationServed", &Services::RotationServed), std::pair("blanking", &Services::Blanking));
+    value["subscribers"] = jsonRows({"delivered", "lost", "queuedBytes"}, client.ask(&Services::Subscribers));
+    return value;
 }
 
-Json::Value counters(Context& context)
+Json::Value position(CameraClient& client)
 {
-    return part([&client = context.client()] {
-        const auto [received, delivered, lost, subscribers] =
-            client.ask(&bus::OnvifMetadataStreamerClient::getCounters);
-        Json::Value value;
-        value["received"] = Json::UInt64(received);
-        value["delivered"] = Json::UInt64(delivered);
-        value["lost"] = Json::UInt64(lost);
-        value["subscribers"] = subscribers;
-        return value;
-    });
+    using Positioning = bus::PositioningClient;
+    const auto [pan, tilt, zoom, angle, moving, preset] = client.ask(&Positioning::getPosition);
+    const auto tour = client.ask(&Positioning::Tour);
+    Json::Value value =
+        jsonObject({"available", "pan", "tilt", "zoom", "angleOfView", "moving", "preset"},
+                   client.ask(&Positioning::Available), pan / 1e3, tilt / 1e3, zoom / 1e2, angle / 1e3, moving, preset);
+    if (!tour.get<0>().empty()) {
+        value["tour"] = tour.get<0>();
+        value["tourStop"] = tour.get<1>();
+    }
+    return value;
 }
 
-Json::Value faults(Context& context)
+Json::Value metadata(CameraClient& client)
 {
-    return part([&client = context.client()] {
-        Json::Value value(Json::objectValue);
-        for (const auto& [service, fault] : client.ask(&bus::ServicesClient::faults)) {
-            value[service] = fault;
-        }
-        return value;
-    });
+    return jsonRow({"received", "delivered", "lost", "subscribers"},
+                   client.ask(&bus::OnvifMetadataStreamerClient::getCounters));
 }
 
 std::string number(const Json::Value& value, int places)
 {
     std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", places, value.isNumeric() ? value.asDouble() : 0.0);
+    std::snprintf(text.data(), text.size(), "%.*f", places, value.asDouble());
     return text.data();
 }
 
-// Any value as text; what another process answers may be of another kind than it should.
 std::string textOf(const Json::Value& value)
 {
-    return value.isConvertibleTo(Json::stringValue) ? base::printable(value.asString()) : "";
+    return base::printable(value.asString());
 }
 
 void line(Context& context, const std::string& label, const std::string& text)
@@ -228,13 +164,9 @@ void showPipeline(Context& context, const Json::Value& pipeline)
     line(context, "events", textOf(pipeline["events"]) + "  dropped " + textOf(pipeline["eventsDropped"]));
     line(context, "documents", textOf(pipeline["documents"]) + "  dropped " + textOf(pipeline["documentsDropped"]));
     std::string label = "active";
-    if (pipeline["engines"].isArray()) {
-        for (const Json::Value& engine : pipeline["engines"]) {
-            if (engine.isObject()) {
-                line(context, label, textOf(engine["name"]) + ": " + textOf(engine["active"]));
-                label.clear();
-            }
-        }
+    for (const Json::Value& engine : pipeline["engines"]) {
+        line(context, label, textOf(engine["name"]) + ": " + textOf(engine["active"]));
+        label.clear();
     }
     for (const Json::Value& path : pipeline["missingEngines"]) {
         line(context, "not loaded", "engine module '" + textOf(path) + "'");
@@ -261,14 +193,14 @@ void showServices(Context& context, const Json::Value& metadata, const Json::Val
 
 int status(Context& context)
 {
-    context.client(); // a camera that does not run is a failure, not a part that does not answer
+    CameraClient& client = context.client(); // outside of part(): a camera that does not run is a failure
     Json::Value all;
-    all["supervisor"] = supervisor(context);
-    all["pipeline"] = pipeline(context);
-    all["position"] = position(context);
-    all["services"] = services(context);
-    all["metadata"] = counters(context);
-    all["faults"] = faults(context);
+    all["supervisor"] = part([&] { return supervisor(client); });
+    all["pipeline"] = part([&] { return pipeline(client); });
+    all["position"] = part([&] { return position(client); });
+    all["services"] = part([&] { return services(client); });
+    all["metadata"] = part([&] { return metadata(client); });
+    all["faults"] = part([&] { return jsonMap(client.ask(&bus::ServicesClient::faults)); });
     if (context.json()) {
         context.print(all);
         return 0;
