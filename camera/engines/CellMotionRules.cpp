@@ -7,6 +7,7 @@
 #include "camera/engines/ParameterList.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cmath>
 #include <tuple>
 
@@ -67,12 +68,6 @@ std::string defaultLayout()
            printReal(-2.0 / static_cast<double>(layout.rows)) + "\"/></tt:Transformation></tt:CellLayout>";
 }
 
-bool bitAt(const std::vector<std::uint8_t>& bits, long index)
-{
-    const auto byte = static_cast<std::size_t>(index / 8);
-    return byte < bits.size() && (bits[byte] >> (7 - index % 8) & 1) != 0;
-}
-
 } // namespace
 
 CellMotionModule CellMotionModule::read(ParameterList& parameters)
@@ -103,32 +98,14 @@ CellMotionRule CellMotionRule::read(ParameterList& parameters, const CellLayout&
     return rule;
 }
 
-std::string CellMotionTypes::engine() const
-{
-    return kSimpleEngine;
-}
-
-std::string CellMotionTypes::moduleType() const
-{
-    return kCellMotionModule;
-}
-
-std::string CellMotionTypes::ruleType() const
-{
-    return kCellMotionRule;
-}
-
-void CellMotionTypes::completeModule(ParameterList& parameters) const
-{
-    CellMotionModule::read(parameters);
-}
-
-void CellMotionTypes::completeRule(ParameterList& parameters, const Component* module) const
-{
-    const CellLayout layout =
-        module == nullptr ? CellLayout() : readParameters(module->parameters, CellMotionModule::read).layout;
-    CellMotionRule::read(parameters, layout);
-}
+const ComponentTypes kCellMotionTypes = {
+    kSimpleEngine, kCellMotionModule, kCellMotionRule,
+    [](ParameterList& parameters) { CellMotionModule::read(parameters); },
+    [](ParameterList& parameters, const Component* module) {
+        const CellLayout layout =
+            module == nullptr ? CellLayout() : readParameters(module->parameters, CellMotionModule::read).layout;
+        CellMotionRule::read(parameters, layout);
+    }};
 
 CellMotionProgram::CellMotionProgram(const Components& components) : _source(kSimpleEngine)
 {
@@ -190,11 +167,11 @@ cv::Rect CellMotionProgram::cell(long column, long row, const cv::Size& picture)
 
 long CellMotionProgram::movingCells(const CellMotionRule& rule) const
 {
-    long count = 0;
-    for (long index = 0; index < _module.layout.columns * _module.layout.rows; ++index) {
-        count += bitAt(_moving.bits, index) && bitAt(rule.activeCells, index) ? 1 : 0;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < std::min(_moving.bits.size(), rule.activeCells.size()); ++i) {
+        count += std::bitset<8>(_moving.bits[i] & rule.activeCells[i]).count();
     }
-    return count;
+    return static_cast<long>(count);
 }
 
 void CellMotionProgram::judge(analytics_lib::IEventHandler* handler, const UtcTime& time)

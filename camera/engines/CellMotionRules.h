@@ -40,14 +40,7 @@ struct CellMotionRule {
 };
 
 /// The types of the engine "Simple".
-class CellMotionTypes final : public ComponentTypes {
-public:
-    std::string engine() const override;
-    std::string moduleType() const override;
-    std::string ruleType() const override;
-    void completeModule(ParameterList& parameters) const override;
-    void completeRule(ParameterList& parameters, const Component* module) const override;
-};
+extern const ComponentTypes kCellMotionTypes;
 
 /// Finds the cells that move and counts, for each rule, those that it watches.
 class CellMotionProgram final : public RuleProgram {

@@ -28,21 +28,18 @@ struct RawComponent {
 };
 
 /// What one engine offers: one type of module, of which a configuration holds at most one, and one type of rule.
-class ComponentTypes {
-public:
-    virtual ~ComponentTypes() = default;
-
-    virtual std::string engine() const = 0;
-    virtual std::string moduleType() const = 0;
-    virtual std::string ruleType() const = 0;
+struct ComponentTypes {
+    const char* engine;
+    const char* moduleType;
+    const char* ruleType;
 
     /// Reads every parameter of a component, fills in what is absent. @throws Refusal
-    virtual void completeModule(ParameterList& parameters) const = 0;
+    void (*completeModule)(ParameterList& parameters);
 
     /// @param module the module of the same configuration; null when it has none.
-    virtual void completeRule(ParameterList& parameters, const Component* module) const = 0;
+    void (*completeRule)(ParameterList& parameters, const Component* module);
 
-    bool owns(const std::string& type) const { return type == moduleType() || type == ruleType(); }
+    bool owns(const std::string& type) const { return type == moduleType || type == ruleType; }
 };
 
 /// The parameters every component may have beside its own: PtzPreset, and Active, whose value is returned.

@@ -93,14 +93,18 @@ Component completeComponent(const ComponentTypes& types, const RawComponent& raw
         if (raw.name.empty()) {
             throw Refusal("Name", "", "a component needs a name");
         }
-        if (raw.type != (raw.isRule ? types.ruleType() : types.moduleType())) {
+        const std::string type = raw.isRule ? types.ruleType : types.moduleType;
+        if (raw.type != type) {
             throw Refusal("Type", raw.type,
-                          raw.isRule ? "the only rule here is " + types.ruleType()
-                                     : "the only module here is " + types.moduleType());
+                          (raw.isRule ? "the only rule here is " : "the only module here is ") + type);
         }
         ParameterList parameters(raw.parameters);
         readCommonParameters(parameters);
-        raw.isRule ? types.completeRule(parameters, module) : types.completeModule(parameters);
+        if (raw.isRule) {
+            types.completeRule(parameters, module);
+        } else {
+            types.completeModule(parameters);
+        }
         parameters.finish();
         return {raw.name, raw.type, parameters.print(), raw.isRule};
     } catch (const Refusal& refusal) {

@@ -5,7 +5,7 @@
 
 namespace camera::engines {
 
-MotionEngine::MotionEngine(void* logContext) : ReferenceEngine(logContext, std::make_unique<MotionRegionTypes>())
+MotionEngine::MotionEngine(void* logContext) : ReferenceEngine(logContext, kMotionRegionTypes)
 {
 }
 

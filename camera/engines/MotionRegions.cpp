@@ -97,30 +97,9 @@ MotionRegionRule MotionRegionRule::read(ParameterList& parameters)
     return rule;
 }
 
-std::string MotionRegionTypes::engine() const
-{
-    return kMotionEngine;
-}
-
-std::string MotionRegionTypes::moduleType() const
-{
-    return kMotionModule;
-}
-
-std::string MotionRegionTypes::ruleType() const
-{
-    return kMotionRule;
-}
-
-void MotionRegionTypes::completeModule(ParameterList& parameters) const
-{
-    MotionModule::read(parameters);
-}
-
-void MotionRegionTypes::completeRule(ParameterList& parameters, const Component* /*module*/) const
-{
-    MotionRegionRule::read(parameters);
-}
+const ComponentTypes kMotionRegionTypes = {
+    kMotionEngine, kMotionModule, kMotionRule, [](ParameterList& parameters) { MotionModule::read(parameters); },
+    [](ParameterList& parameters, const Component* /*module*/) { MotionRegionRule::read(parameters); }};
 
 MotionRegionProgram::MotionRegionProgram(const Components& components, Tracker& tracker)
     : _tracker(tracker), _source(kMotionEngine)

@@ -30,14 +30,7 @@ struct MotionRegionRule {
 };
 
 /// The types of the engine "Motion".
-class MotionRegionTypes final : public ComponentTypes {
-public:
-    std::string engine() const override;
-    std::string moduleType() const override;
-    std::string ruleType() const override;
-    void completeModule(ParameterList& parameters) const override;
-    void completeRule(ParameterList& parameters, const Component* module) const override;
-};
+extern const ComponentTypes kMotionRegionTypes;
 
 /// Finds objects and measures how much of each rule's polygon they cover.
 class MotionRegionProgram final : public RuleProgram {

@@ -16,8 +16,8 @@ constexpr std::uint32_t kBlankingOn = 1U << 24;
 
 } // namespace
 
-ReferenceEngine::ReferenceEngine(void* logContext, std::unique_ptr<ComponentTypes> types)
-    : _types(std::move(types)), _log(logContext, _types->engine())
+ReferenceEngine::ReferenceEngine(void* logContext, const ComponentTypes& types)
+    : _types(types), _log(logContext, types.engine)
 {
     // OpenCV's thread pool is off: for a picture of this size it costs more time than it saves.
     cv::setNumThreads(1);
@@ -32,7 +32,7 @@ bool ReferenceEngine::isEngineConfiguration(const std::string& config)
     const auto components = readComponents(document);
     return components && !components->empty() &&
            std::all_of(components->begin(), components->end(),
-                       [this](const RawComponent& component) { return _types->owns(component.type); });
+                       [this](const RawComponent& component) { return _types.owns(component.type); });
 }
 
 void ReferenceEngine::setEventHandler(analytics_lib::IEventHandler* handler)
@@ -56,7 +56,7 @@ void ReferenceEngine::onOrientationChanged(unsigned int /*degrees*/)
 analytics_lib::IRuleSet* ReferenceEngine::createRuleSet()
 {
     try {
-        auto ruleSet = std::make_unique<RuleSet>(*_types, _log);
+        auto ruleSet = std::make_unique<RuleSet>(_types, _log);
         analytics_lib::IRuleSet* handle = ruleSet.get();
         _ruleSets.emplace(handle, std::move(ruleSet));
         return handle;

@@ -34,8 +34,8 @@ public:
     bool onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs) override;
     void onWindowBlankingChange(bool enabled, const analytics_lib::ColorYuv& color) override;
     void onOrientationChanged(unsigned int degrees) override;
-    std::vector<std::string> getSupportedEngines() override { return {_types->moduleType()}; }
-    std::vector<std::string> getSupportedRules() override { return {_types->ruleType()}; }
+    std::vector<std::string> getSupportedEngines() override { return {_types.moduleType}; }
+    std::vector<std::string> getSupportedRules() override { return {_types.ruleType}; }
 
     /**
      * Plays a file of recorded frames: each following frame is replaced by the next recorded one, its
@@ -53,7 +53,7 @@ public:
     void clearAllRules() override;
 
 protected:
-    ReferenceEngine(void* logContext, std::unique_ptr<ComponentTypes> types);
+    ReferenceEngine(void* logContext, const ComponentTypes& types);
 
     virtual std::unique_ptr<RuleProgram> compile(const Components& components) = 0;
 
@@ -84,7 +84,7 @@ private:
     void judge(const Program& program, const UtcTime& time);
     void failed(const char* what, const char* reason) noexcept;
 
-    std::unique_ptr<ComponentTypes> _types;
+    const ComponentTypes& _types;
     EngineLog _log;
 
     // Control thread.

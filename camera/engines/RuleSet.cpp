@@ -110,7 +110,7 @@ Component RuleSet::complete(const std::string& component, const std::string& typ
     if (!list.empty()) {
         parseXml(document, list);
     }
-    const bool isRule = type == _types.ruleType();
+    const bool isRule = type == _types.ruleType;
     const RawComponent raw{component, type, document.child("tt:Parameters"), isRule};
     const Component* module = moduleOf(others);
     Component completed = completeComponent(_types, raw, module);

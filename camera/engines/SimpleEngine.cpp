@@ -5,7 +5,7 @@
 
 namespace camera::engines {
 
-SimpleEngine::SimpleEngine(void* logContext) : ReferenceEngine(logContext, std::make_unique<CellMotionTypes>())
+SimpleEngine::SimpleEngine(void* logContext) : ReferenceEngine(logContext, kCellMotionTypes)
 {
 }
 
