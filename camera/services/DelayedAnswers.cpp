@@ -4,6 +4,20 @@
 
 namespace camera::services {
 
+DelayedAnswers::DelayedAnswers() : _thread([this] { run(); })
+{
+}
+
+DelayedAnswers::~DelayedAnswers()
+{
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _stopping = true;
+        _changed.notify_all();
+    }
+    _thread.join();
+}
+
 bool DelayedAnswers::hold(Clock::time_point due, std::size_t bytes, std::function<void()> give)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
@@ -12,26 +26,28 @@ bool DelayedAnswers::hold(Clock::time_point due, std::size_t bytes, std::functio
     }
     _pending.emplace(due, Pending{bytes, std::move(give)});
     _bytes += bytes;
+    _changed.notify_all();
     return true;
 }
 
-void DelayedAnswers::giveDue(Clock::time_point now)
+void DelayedAnswers::run()
 {
-    for (const Pending& pending : takeDue(now)) {
-        pending.give();
+    std::unique_lock<std::mutex> lock(_mutex);
+    while (!_stopping) {
+        const auto next = _pending.begin();
+        if (next == _pending.end()) {
+            _changed.wait(lock);
+        } else if (const auto due = next->first; due > Clock::now()) {
+            _changed.wait_until(lock, due);
+        } else {
+            const Pending answer = std::move(next->second);
+            _pending.erase(next);
+            _bytes -= answer.bytes;
+            lock.unlock();
+            answer.give();
+            lock.lock();
+        }
     }
-}
-
-std::vector<DelayedAnswers::Pending> DelayedAnswers::takeDue(Clock::time_point now)
-{
-    std::vector<Pending> due;
-    const std::lock_guard<std::mutex> lock(_mutex);
-    const auto end = _pending.upper_bound(now);
-    for (auto pending = _pending.begin(); pending != end; pending = _pending.erase(pending)) {
-        _bytes -= pending->second.bytes;
-        due.push_back(std::move(pending->second));
-    }
-    return due;
 }
 
 } // namespace camera::services

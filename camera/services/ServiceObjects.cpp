@@ -16,19 +16,6 @@ namespace camera::services {
 
 namespace {
 
-bool hold(const ObjectContext& context, const FaultSwitch::Setting& setting,
-          const std::shared_ptr<bus::Request>& request)
-{
-    const auto answers = context.answers.lock();
-    const auto due =
-        DelayedAnswers::Clock::now() + std::chrono::duration_cast<DelayedAnswers::Clock::duration>(setting.delay);
-    if (!answers || !answers->hold(due, request->bytes(), [request] { request->answer(); })) {
-        return false;
-    }
-    context.process.timer.wakeAt(due, answers);
-    return true;
-}
-
 bus::Dispatch withFaults(const ObjectContext& context, const char* service)
 {
     return [context, service](const std::shared_ptr<bus::Request>& request) {
@@ -40,7 +27,11 @@ bus::Dispatch withFaults(const ObjectContext& context, const char* service)
         request->perform();
         if (setting.fault != Fault::slow) {
             request->answer();
-        } else if (!hold(context, setting, request)) {
+            return;
+        }
+        const auto delay = std::chrono::duration_cast<DelayedAnswers::Clock::duration>(setting.delay);
+        const auto due = DelayedAnswers::Clock::now() + delay;
+        if (!context.answers.hold(due, request->bytes(), [request] { request->answer(); })) {
             request->refuse(bus::error::kFailed, "made slow, and too many answers wait already");
         }
     };

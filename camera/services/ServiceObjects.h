@@ -1,7 +1,6 @@
 #pragma once
 
 #include "camera/bus/Server.h"
-#include "camera/services/AnswerTimer.h"
 #include "camera/services/DelayedAnswers.h"
 #include "camera/services/FaultSwitch.h"
 
@@ -23,14 +22,13 @@ struct ProcessContext {
     ServiceState& state;
     FaultSwitch& faults;
     MetadataSocket& socket;
-    AnswerTimer& timer;
 };
 
 /// What an object of one session is made with; all of it outlives the object.
 struct ObjectContext {
     sdbus::IConnection& connection;
     ProcessContext process;
-    std::weak_ptr<DelayedAnswers> answers; ///< shares its ownership with the session
+    DelayedAnswers& answers;
 };
 
 /**

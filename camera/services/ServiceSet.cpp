@@ -5,7 +5,7 @@
 namespace camera::services {
 
 ServiceSet::ServiceSet(const std::shared_ptr<bus::Session>& session, const ProcessContext& process)
-    : _context{session->connection(), process, std::shared_ptr<DelayedAnswers>(session, &_answers)},
+    : _context{session->connection(), process, _answers},
       _self(session->connection(), process, [this](const std::string& service) { update(service); })
 {
     for (const std::string& service : FaultSwitch::services()) {

@@ -50,8 +50,7 @@ void ServicesProcess::applyOptions(const ServicesOptions& options)
 std::shared_ptr<ServiceSet> ServicesProcess::makeServiceSet(const std::shared_ptr<bus::Session>& session)
 {
     try {
-        auto services =
-            std::make_shared<ServiceSet>(session, ProcessContext{_folder, _state, _faults, _socket, _timer});
+        auto services = std::make_shared<ServiceSet>(session, ProcessContext{_folder, _state, _faults, _socket});
         _failure.clear();
         return services;
     } catch (const std::exception& error) {

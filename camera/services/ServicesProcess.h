@@ -1,7 +1,6 @@
 #pragma once
 
 #include "camera/bus/Connection.h"
-#include "camera/services/AnswerTimer.h"
 #include "camera/services/FaultSwitch.h"
 #include "camera/services/MetadataSocket.h"
 #include "camera/services/ServiceSet.h"
@@ -54,7 +53,6 @@ private:
     ServiceState _state;
     FaultSwitch _faults;
     MetadataSocket _socket;
-    AnswerTimer _timer;
     std::string _failure; ///< why the last session failed; only the bus thread uses it
     bus::Connection _connection;
 };

@@ -1,5 +1,4 @@
 #include "camera/services/DelayedAnswers.h"
-#include "camera/services/AnswerTimer.h"
 
 #include <gtest/gtest.h>
 
@@ -8,80 +7,58 @@
 namespace {
 
 using namespace std::chrono_literals;
-using camera::services::AnswerTimer;
 using camera::services::DelayedAnswers;
 
-TEST(DelayedAnswersTest, givesWhatIsDueInTheOrderOfTheirTimes)
+TEST(DelayedAnswersTest, givesAnswersInTheOrderOfTheirTimesAndNotBefore)
 {
-    DelayedAnswers answers;
     const auto now = DelayedAnswers::Clock::now();
     std::string given;
-    answers.hold(now + 2s, 1, [&] { given += 'b'; });
-    answers.hold(now + 1s, 1, [&] { given += 'a'; });
-    answers.hold(now + 3s, 1, [&] { given += 'c'; });
-    answers.giveDue(now);
-    EXPECT_EQ(given, "");
-    answers.giveDue(now + 2s);
-    EXPECT_EQ(given, "ab");
-    answers.giveDue(now + 4s);
-    EXPECT_EQ(given, "abc");
-}
-
-TEST(DelayedAnswersTest, keepsNoMoreThanItsLimits)
-{
+    std::promise<void> last;
     DelayedAnswers answers;
+    answers.hold(now + 20ms, 1, [&] { given += 'b'; });
+    answers.hold(now + 10ms, 1, [&] { given += 'a'; });
+    answers.hold(now + 30ms, 1, [&] {
+        given += 'c';
+        last.set_value();
+    });
+    ASSERT_EQ(last.get_future().wait_for(30s), std::future_status::ready);
+    EXPECT_EQ(given, "abc");
+    EXPECT_GE(DelayedAnswers::Clock::now(), now + 30ms);
+}
+
+TEST(DelayedAnswersTest, holdsNoMoreBytesThanItsLimitUntilAnAnswerIsGiven)
+{
     const auto now = DelayedAnswers::Clock::now();
+    std::promise<void> given;
+    DelayedAnswers answers;
     EXPECT_FALSE(answers.hold(now, DelayedAnswers::kMostBytes + 1, [] {}));
-    EXPECT_TRUE(answers.hold(now, DelayedAnswers::kMostBytes, [] {}));
-    EXPECT_FALSE(answers.hold(now, 1, [] {}));
-    answers.giveDue(now);
+    EXPECT_TRUE(answers.hold(now + 1h, DelayedAnswers::kMostBytes - 1, [] {}));
+    EXPECT_FALSE(answers.hold(now + 1h, 2, [] {}));
+    EXPECT_TRUE(answers.hold(now, 1, [&] { given.set_value(); }));
+    ASSERT_EQ(given.get_future().wait_for(30s), std::future_status::ready);
+    EXPECT_TRUE(answers.hold(now + 1h, 1, [] {}));
+    EXPECT_FALSE(answers.hold(now + 1h, 1, [] {}));
+}
+
+TEST(DelayedAnswersTest, holdsNoMoreAnswersThanItsLimit)
+{
+    const auto later = DelayedAnswers::Clock::now() + 1h;
+    DelayedAnswers answers;
     for (std::size_t i = 0; i < DelayedAnswers::kMostAnswers; ++i) {
-        ASSERT_TRUE(answers.hold(now, 0, [] {}));
+        ASSERT_TRUE(answers.hold(later, 0, [] {}));
     }
-    EXPECT_FALSE(answers.hold(now, 0, [] {}));
+    EXPECT_FALSE(answers.hold(later, 0, [] {}));
 }
 
-TEST(AnswerTimerTest, givesAnAnswerInItsTime)
+TEST(DelayedAnswersTest, dropsAtItsEndWhatWasNotGiven)
 {
-    AnswerTimer timer;
-    const auto answers = std::make_shared<DelayedAnswers>();
-    std::promise<void> given;
-    const auto due = DelayedAnswers::Clock::now() + 10ms;
-    answers->hold(due, 0, [&] { given.set_value(); });
-    timer.wakeAt(due, answers);
-    EXPECT_EQ(given.get_future().wait_for(30s), std::future_status::ready);
-    EXPECT_GE(DelayedAnswers::Clock::now(), due);
-}
-
-TEST(AnswerTimerTest, answersOfASessionThatEndedAreDroppedAndTheTimerGoesOn)
-{
-    AnswerTimer timer;
-    auto ended = std::make_shared<DelayedAnswers>();
-    const auto kept = std::make_shared<bool>(false);
-    const auto due = DelayedAnswers::Clock::now() + 20ms;
-    ended->hold(due, 0, [kept] { *kept = true; });
-    timer.wakeAt(due, ended);
-    ended.reset();
-    EXPECT_EQ(kept.use_count(), 1);
-    const auto other = std::make_shared<DelayedAnswers>();
-    std::promise<void> given;
-    other->hold(due, 0, [&] { given.set_value(); });
-    timer.wakeAt(due, other);
-    EXPECT_EQ(given.get_future().wait_for(30s), std::future_status::ready);
-    EXPECT_FALSE(*kept);
-}
-
-TEST(AnswerTimerTest, endsAtOnceThoughAnswersWait)
-{
-    const auto answers = std::make_shared<DelayedAnswers>();
-    bool given = false;
+    const auto given = std::make_shared<bool>(false);
     {
-        AnswerTimer timer;
-        const auto due = DelayedAnswers::Clock::now() + 1h;
-        answers->hold(due, 0, [&] { given = true; });
-        timer.wakeAt(due, answers);
+        DelayedAnswers answers;
+        answers.hold(DelayedAnswers::Clock::now() + 1h, 0, [given] { *given = true; });
     }
-    EXPECT_FALSE(given);
+    EXPECT_EQ(given.use_count(), 1);
+    EXPECT_FALSE(*given);
 }
 
 } // namespace
