@@ -13,10 +13,10 @@ DocumentText::DocumentText(std::size_t expected)
 
 void DocumentText::Append(std::string_view token)
 {
-    if (room() < token.size()) {
+    if (bytesFree() < token.size()) {
         flush();
     }
-    next += token.copy(next, room());
+    next += token.copy(next, bytesFree());
 }
 
 void DocumentText::AppendString(std::string_view string)
@@ -25,7 +25,7 @@ void DocumentText::AppendString(std::string_view string)
     const char* from = string.data();
     const char* const end = from + string.size();
     while (from != end) {
-        next = escape(from, end, next, room());
+        next = escape(from, end, next, bytesFree());
         if (from != end) {
             flush();
         }
@@ -45,7 +45,7 @@ void DocumentText::flush()
     next = pending.data();
 }
 
-std::size_t DocumentText::room() const
+std::size_t DocumentText::bytesFree() const
 {
     return static_cast<std::size_t>(pending.data() + pending.size() - next);
 }

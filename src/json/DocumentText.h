@@ -32,7 +32,7 @@ public:
 
 private:
     void flush();
-    std::size_t room() const;
+    std::size_t bytesFree() const;
 
     std::string text;
     std::array<char, 8192> pending; // written before it is read: left unset for speed

@@ -76,12 +76,12 @@ inline char* escapeBlock(const char*& from, const char* end, char* to)
  *
  * @param from  Stepped over what was written.
  * @param end   The end of the whole text: a sequence is judged by all its bytes.
- * @param room  The bytes free at to.
+ * @param bytesFree  Behind to.
  * @return The end of what was written.
  */
-inline char* escape(const char*& from, const char* end, char* to, std::size_t room)
+inline char* escape(const char*& from, const char* end, char* to, std::size_t bytesFree)
 {
-    const char* const last = to + room;
+    const char* const last = to + bytesFree;
     const auto has = [](const char* begin, const char* stop, std::size_t bytes) {
         return static_cast<std::size_t>(stop - begin) >= bytes;
     };
