@@ -1,9 +1,9 @@
 #include "camera/services/MetadataSocket.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -23,7 +23,14 @@ base::FileDescriptor openWakeUp()
     return wakeUp;
 }
 
-Line lineOf(const std::string& document)
+bool mayComeLater(int error)
+{
+    return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
+
+} // namespace
+
+MetadataSocket::Line MetadataSocket::lineOf(const std::string& document)
 {
     auto line = std::make_shared<std::string>();
     line->reserve(document.size() + 1);
@@ -33,8 +40,6 @@ Line lineOf(const std::string& document)
     *line += '\n';
     return line;
 }
-
-} // namespace
 
 MetadataSocket::MetadataSocket(const std::filesystem::path& folder)
     : _file(folder / kFileName), _wakeUp(openWakeUp()), _thread([this] { run(); })
@@ -114,7 +119,8 @@ std::vector<pollfd> MetadataSocket::waiting()
     std::vector<pollfd> polled = {{_wakeUp.get(), POLLIN, 0},
                                   {_file.descriptor(), static_cast<short>(accepting ? POLLIN : 0), 0}};
     for (const Client& client : _clients) {
-        polled.push_back({client.subscriber.descriptor(), client.subscriber.events(!client.queue.empty()), 0});
+        const int events = (client.sendsNoMore ? 0 : POLLIN) | (client.line || !client.queue.empty() ? POLLOUT : 0);
+        polled.push_back({client.socket.get(), static_cast<short>(events), 0});
     }
     return polled;
 }
@@ -153,29 +159,41 @@ bool MetadataSocket::serve(Client& client, short events)
     if ((events & (POLLERR | POLLHUP | POLLNVAL)) != 0) {
         return false;
     }
-    if ((events & POLLIN) != 0 && !client.subscriber.drain()) {
-        return false;
+    if ((events & POLLIN) != 0) {
+        std::array<char, 4096> ignored;
+        const ssize_t count = ::recv(client.socket.get(), ignored.data(), ignored.size(), MSG_DONTWAIT);
+        client.sendsNoMore = count == 0;
+        if (count < 0 && !mayComeLater(errno)) {
+            return false;
+        }
     }
     return (events & POLLOUT) == 0 || sendTo(client);
 }
 
 bool MetadataSocket::sendTo(Client& client)
 {
-    if (!client.subscriber.sending()) {
+    if (!client.line) {
         const std::lock_guard<std::mutex> lock(_mutex);
         std::optional<Line> next = client.queue.take();
         if (!next) {
             return true;
         }
-        client.subscriber.begin(std::move(*next));
+        client.line = std::move(*next);
+        client.sent = 0;
     }
-    const Subscriber::Progress progress = client.subscriber.send();
-    if (progress == Subscriber::Progress::whole) {
+    const ssize_t count = ::send(client.socket.get(), client.line->data() + client.sent,
+                                 client.line->size() - client.sent, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (count < 0) {
+        return mayComeLater(errno);
+    }
+    client.sent += static_cast<std::size_t>(count);
+    if (client.sent == client.line->size()) {
+        client.line.reset();
         const std::lock_guard<std::mutex> lock(_mutex);
         ++client.counters.delivered;
         ++_total.delivered;
     }
-    return progress != Subscriber::Progress::gone;
+    return true;
 }
 
 } // namespace camera::services

@@ -3,17 +3,18 @@
 #include "camera/base/BoundedQueue.h"
 #include "camera/base/FileDescriptor.h"
 #include "camera/services/SocketFile.h"
-#include "camera/services/Subscriber.h"
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <poll.h>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace camera::services {
@@ -56,15 +57,24 @@ public:
     const std::string& path() const { return _file.path(); }
 
 private:
-    struct Client {
-        explicit Client(base::FileDescriptor socket) : subscriber(std::move(socket)) {}
+    /// A line that several clients share.
+    using Line = std::shared_ptr<const std::string>;
 
-        // The subscriber belongs to the thread, the queue and the counters to the mutex.
-        Subscriber subscriber;
-        base::BoundedQueue<Line> queue{kQueueBytes, [](const Line& line) { return line->size(); }};
+    struct Client {
+        explicit Client(base::FileDescriptor connected) : socket(std::move(connected)) {}
+
+        // Used by the thread only.
+        base::FileDescriptor socket;
+        Line line;                ///< the one being sent; null: none
+        std::size_t sent = 0;     ///< bytes of it
+        bool sendsNoMore = false; ///< it has closed its own direction and may still read
+
+        // Guarded by the mutex.
+        base::BoundedQueue<Line> queue{kQueueBytes, [](const Line& waiting) { return waiting->size(); }};
         SubscriberCounters counters;
     };
 
+    static Line lineOf(const std::string& document);
     void run();
     std::vector<pollfd> waiting();
     void wake() const;
@@ -75,8 +85,8 @@ private:
 
     SocketFile _file;
     base::FileDescriptor _wakeUp;
-    std::chrono::steady_clock::time_point
-        _acceptAgain; ///< used by the thread only: it accepts nobody before, because there are no descriptors left
+    /// Used by the thread only: when to accept clients again, after there were no descriptors left.
+    std::chrono::steady_clock::time_point _acceptAgain;
 
     mutable std::mutex _mutex;
     std::list<Client> _clients; ///< changed by the thread only
