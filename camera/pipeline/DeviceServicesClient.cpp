@@ -56,9 +56,9 @@ void DeviceServicesClient::start(Listener& listener)
     // The picture is delivered turned as the camera is mounted, from the first frame on.
     std::uint32_t angle = 0;
     int value = 0;
-    if (rotationAngle(angle) != serviceapi::kOk && configurationValue(kOrientationKey, value) == serviceapi::kOk &&
+    if (orientation(angle) != serviceapi::kOk && configurationValue(kOrientationKey, value) == serviceapi::kOk &&
         value > 0) {
-        mountedAt(static_cast<std::uint32_t>(value));
+        setOrientation(static_cast<std::uint32_t>(value));
     }
 }
 
@@ -76,9 +76,9 @@ ServiceNews DeviceServicesClient::news()
     news.gone = [this](const std::string& service) { lookedUp(service, std::nullopt); };
     news.dayNight = [this](bool moving) { _listener->dayNightMoves(moving); };
     news.windowBlanking = [this](bool enabled) { _listener->blankingChanged(enabled); };
-    news.rotation = [this](std::uint32_t angleDegrees) {
-        mountedAt(angleDegrees);
-        _listener->orientationChanged(angleDegrees);
+    news.rotation = [this](std::uint32_t degrees) {
+        setOrientation(degrees);
+        _listener->orientationChanged(degrees);
     };
     return news;
 }
@@ -106,10 +106,10 @@ std::optional<std::vector<std::string>> DeviceServicesClient::targetIds(const st
 }
 
 // The plug-in hears any angle; a camera can only be mounted at four of them.
-void DeviceServicesClient::mountedAt(std::uint32_t angleDegrees)
+void DeviceServicesClient::setOrientation(std::uint32_t degrees)
 {
-    if (base::isOrientation(angleDegrees)) {
-        _orientation = angleDegrees;
+    if (base::isOrientation(degrees)) {
+        _orientation = degrees;
     }
 }
 
@@ -144,11 +144,11 @@ ravel_core_status DeviceServicesClient::blankingEnabled(bool& enabled)
                [&enabled](ServiceProxies& proxies) { enabled = proxies.windowBlanking.getEnable() != 0; });
 }
 
-ravel_core_status DeviceServicesClient::rotationAngle(std::uint32_t& angleDegrees)
+ravel_core_status DeviceServicesClient::orientation(std::uint32_t& degrees)
 {
-    return ask(bus::service::kRotate, "getAngle", [this, &angleDegrees](ServiceProxies& proxies) {
-        angleDegrees = proxies.rotate.getAngle();
-        mountedAt(angleDegrees);
+    return ask(bus::service::kRotate, "getAngle", [this, &degrees](ServiceProxies& proxies) {
+        degrees = proxies.rotate.getAngle();
+        setOrientation(degrees);
     });
 }
 

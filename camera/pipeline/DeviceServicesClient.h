@@ -41,7 +41,7 @@ public:
     std::optional<std::vector<std::string>> targetIds(const std::string& service) const override;
     ravel_core_status regionColor(serviceapi::RegionColor& color) override;
     ravel_core_status blankingEnabled(bool& enabled) override;
-    ravel_core_status rotationAngle(std::uint32_t& angleDegrees) override;
+    ravel_core_status orientation(std::uint32_t& degrees) override;
     ravel_core_status configurationValue(const std::string& key, int& value) override;
 
     /// How the camera is mounted at the moment, as far as it was heard: 0, 90, 180 or 270 degrees. Any thread; no round
@@ -66,7 +66,7 @@ private:
     ServiceNews news();
     void lookedUp(const std::string& service, std::optional<std::vector<std::string>> targets);
     void forgetTargets();
-    void mountedAt(std::uint32_t angleDegrees);
+    void setOrientation(std::uint32_t degrees);
 
     ravel_core_status ask(const char* service, const char* what, const std::function<void(ServiceProxies&)>& question);
 

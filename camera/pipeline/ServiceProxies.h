@@ -25,7 +25,7 @@ struct ServiceNews {
     std::function<void(const std::string& service)> gone;
     std::function<void(bool moving)> dayNight;
     std::function<void(bool enabled)> windowBlanking;
-    std::function<void(std::uint32_t angleDegrees)> rotation;
+    std::function<void(std::uint32_t degrees)> rotation;
 };
 
 /// The device's services as this process sees them during one session of the bus: who is there, what they

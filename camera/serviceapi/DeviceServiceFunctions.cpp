@@ -243,7 +243,7 @@ ravel_core_status ravel_api_rotate_get_angle_send(void* cookie, const char* targ
     }
     std::uint32_t reported = 0;
     const ravel_core_status status =
-        rotation.ask(cookie, targetId, [&](DeviceServices& services) { return services.rotationAngle(reported); });
+        rotation.ask(cookie, targetId, [&](DeviceServices& services) { return services.orientation(reported); });
     if (status == kOk) {
         *angle = reported;
     }

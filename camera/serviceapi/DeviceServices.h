@@ -30,7 +30,7 @@ public:
     public:
         virtual void dayNightMoves(bool moving) = 0; ///< the filter begins or ends to move
         virtual void blankingChanged(bool enabled) = 0;
-        virtual void orientationChanged(std::uint32_t angleDegrees) = 0;
+        virtual void orientationChanged(std::uint32_t degrees) = 0;
 
     protected:
         ~Listener() = default;
@@ -53,7 +53,7 @@ public:
 
     virtual ravel_core_status regionColor(RegionColor& color) = 0;
     virtual ravel_core_status blankingEnabled(bool& enabled) = 0;
-    virtual ravel_core_status rotationAngle(std::uint32_t& angleDegrees) = 0;
+    virtual ravel_core_status orientation(std::uint32_t& degrees) = 0;
     virtual ravel_core_status configurationValue(const std::string& key, int& value) = 0;
 
     /// Hands a document to the metadata streamer; one that it does not take is lost. Thread: the metadata writer's.

@@ -64,7 +64,7 @@ public:
 private:
     void dayNightMoves(bool moving) override { post(dayNight, moving); }
     void blankingChanged(bool enabled) override { post(windowBlanking, enabled); }
-    void orientationChanged(std::uint32_t angleDegrees) override { post(rotation, angleDegrees); }
+    void orientationChanged(std::uint32_t degrees) override { post(rotation, degrees); }
 
     template <class Connections, class Value>
     void post(Connections& connections, Value value)

@@ -35,10 +35,10 @@ public:
     }
 
     /// What the camera is mounted at, where the configuration values tell it.
-    void configure(int angleDegrees)
+    void configure(int degrees)
     {
         const std::lock_guard<std::mutex> lock(_mutex);
-        _configuredAngle = angleDegrees;
+        _configuredAngle = degrees;
     }
 
     void moveFilter(bool moving) { _listener->dayNightMoves(moving); }
@@ -59,14 +59,14 @@ public:
     }
 
     /// Turns the camera; heard where "rotate" is served.
-    void turn(std::uint32_t angleDegrees)
+    void turn(std::uint32_t degrees)
     {
         {
             const std::lock_guard<std::mutex> lock(_mutex);
-            _angle = angleDegrees;
+            _angle = degrees;
         }
         if (_listener != nullptr) {
-            _listener->orientationChanged(angleDegrees);
+            _listener->orientationChanged(degrees);
         }
     }
 
@@ -99,10 +99,7 @@ public:
         return reply("window_blanking", color, _color);
     }
     ravel_core_status blankingEnabled(bool& enabled) override { return reply("window_blanking", enabled, _blanking); }
-    ravel_core_status rotationAngle(std::uint32_t& angleDegrees) override
-    {
-        return reply("rotate", angleDegrees, _angle);
-    }
+    ravel_core_status orientation(std::uint32_t& degrees) override { return reply("rotate", degrees, _angle); }
     ravel_core_status configurationValue(const std::string& key, int& value) override
     {
         const ravel_core_status status = reply("configuration", value, _configuredAngle);

@@ -75,7 +75,7 @@ protected:
     ravel_core_status askAngle()
     {
         std::uint32_t angle = 0;
-        return services->rotationAngle(angle);
+        return services->orientation(angle);
     }
 
     void restartBus()
@@ -125,7 +125,7 @@ TEST_F(DeviceServicesClientTest, queriesAreAnswered)
     EXPECT_EQ(services->blankingEnabled(enabled), Status::kOk);
     EXPECT_TRUE(enabled);
     std::uint32_t angle = 0;
-    EXPECT_EQ(services->rotationAngle(angle), Status::kOk);
+    EXPECT_EQ(services->orientation(angle), Status::kOk);
     EXPECT_EQ(angle, 270u);
     int value = 0;
     EXPECT_EQ(services->configurationValue("any \xFF key", value), Status::kOk);
@@ -147,7 +147,7 @@ TEST_F(DeviceServicesClientTest, withoutServicesEverythingIsUnavailableAndNothin
     EXPECT_EQ(services->blankingEnabled(enabled), Status::kUnavailable);
     EXPECT_TRUE(enabled);
     std::uint32_t angle = 7;
-    EXPECT_EQ(services->rotationAngle(angle), Status::kUnavailable);
+    EXPECT_EQ(services->orientation(angle), Status::kUnavailable);
     EXPECT_EQ(angle, 7u);
     int value = 7;
     EXPECT_EQ(services->configurationValue("key", value), Status::kUnavailable);
