@@ -1,9 +1,12 @@
 #include "camera/base/AtomicFile.h"
 
-#include "camera/base/DurableFiles.h"
+#include "camera/base/FileDescriptor.h"
 
+#include <cerrno>
+#include <fcntl.h>
 #include <fstream>
 #include <system_error>
+#include <unistd.h>
 
 namespace camera::base {
 
@@ -42,6 +45,24 @@ bool replaceFile(const std::filesystem::path& file, const std::string& content)
 bool replaceFileDurably(const std::filesystem::path& file, const std::string& content)
 {
     return replace(file, content, true);
+}
+
+void syncToDisk(const std::filesystem::path& path)
+{
+    const FileDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!descriptor) {
+        throw std::filesystem::filesystem_error("open", path, {errno, std::generic_category()});
+    }
+    const int error = ::fsync(descriptor.get()) == 0 ? 0 : errno;
+    if (error != 0 && error != EINVAL) { // a file system that cannot sync a folder says so with EINVAL
+        throw std::filesystem::filesystem_error("sync", path, {error, std::generic_category()});
+    }
+}
+
+void renameDurably(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    std::filesystem::rename(from, to);
+    syncToDisk(to.parent_path());
 }
 
 } // namespace camera::base

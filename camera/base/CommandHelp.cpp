@@ -1,7 +1,7 @@
 // The help of programs and commands, and the man page.
 
 #include "camera/base/CommandLine.h"
-#include "camera/base/UtcText.h"
+#include "camera/base/Text.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,5 +1,6 @@
 #include "camera/base/CommandLine.h"
 
+#include "camera/base/Text.h"
 #include "camera/base/Utf8.h"
 
 #include <algorithm>
@@ -147,10 +148,10 @@ std::optional<std::size_t> matchedWords(const Command& command, const Words& wor
 
 [[noreturn]] void refuseUnknown(const Program& program, const Words& words)
 {
-    std::string following;
+    Words following;
     for (const Command& command : program.commands) {
         if (firstWord(command.name) == words[0]) {
-            following += (following.empty() ? "" : ", ") + command.name.substr(words[0].size() + 1);
+            following.push_back(command.name.substr(words[0].size() + 1));
         }
     }
     if (following.empty()) {
@@ -158,9 +159,9 @@ std::optional<std::size_t> matchedWords(const Command& command, const Words& wor
     }
     const std::string begin = program.name + " " + words[0] + ": ";
     if (words.size() == 1) {
-        throw UsageError(begin + "what to do is missing: one of " + following + ".");
+        throw UsageError(begin + "what to do is missing: one of " + joined(following) + ".");
     }
-    throw UsageError(begin + "'" + words[1] + "' is none of " + following + ".");
+    throw UsageError(begin + "'" + words[1] + "' is none of " + joined(following) + ".");
 }
 
 int printText(const std::string& text)
@@ -232,11 +233,7 @@ Value choiceValue(const std::string& name, const Words& choices)
                 if (std::find(choices.begin(), choices.end(), text) != choices.end()) {
                     return;
                 }
-                std::string list;
-                for (const std::string& choice : choices) {
-                    list += (list.empty() ? "" : choice == choices.back() ? " or " : ", ") + choice;
-                }
-                throw UsageError(what + " takes " + list + ", not '" + text + "'.");
+                throw UsageError(what + " takes " + joined(choices, " or ") + ", not '" + text + "'.");
             }};
 }
 
@@ -360,9 +357,7 @@ double decimalNumber(const std::string& what, const std::string& text, double lo
     const auto result = std::from_chars(begin, end, number, std::chars_format::fixed);
     // Written so that a NaN is outside of every range.
     if (result.ec != std::errc() || result.ptr != end || !(number >= lowest && number <= highest)) {
-        std::ostringstream range;
-        range << lowest << " to " << highest;
-        throw UsageError(rangeText(what, "number", range.str(), text));
+        throw UsageError(rangeText(what, "number", shortNumber(lowest) + " to " + shortNumber(highest), text));
     }
     return number;
 }

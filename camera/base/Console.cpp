@@ -1,6 +1,6 @@
 #include "camera/base/Console.h"
 
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

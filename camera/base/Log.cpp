@@ -1,6 +1,6 @@
 #include "camera/base/Log.h"
 
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 
 #include <cerrno>
 #include <chrono>

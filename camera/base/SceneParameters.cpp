@@ -1,5 +1,7 @@
 #include "camera/base/SceneParameters.h"
 
+#include "camera/base/Text.h"
+
 #include <charconv>
 #include <cmath>
 #include <functional>
@@ -34,16 +36,9 @@ bool readNumber(const std::string& text, T lowest, T highest, T& out)
     return true;
 }
 
-std::string shortText(double value)
-{
-    std::ostringstream text;
-    text << value;
-    return text.str();
-}
-
 Parameter real(std::string name, double lowest, double highest, std::string does, double SceneParameters::*field)
 {
-    return {std::move(name), "a number from " + shortText(lowest) + " to " + shortText(highest), std::move(does),
+    return {std::move(name), "a number from " + shortNumber(lowest) + " to " + shortNumber(highest), std::move(does),
             [=](SceneParameters& p, const std::string& text) { return readNumber(text, lowest, highest, p.*field); }};
 }
 
@@ -138,19 +133,19 @@ void setOne(SceneParameters& parameters, const std::string& part)
         }
         return;
     }
-    std::string known;
+    std::vector<std::string> known;
     for (const Parameter& parameter : table()) {
-        known += (known.empty() ? "" : ", ") + parameter.name;
+        known.push_back(parameter.name);
     }
-    throw std::runtime_error("scene parameter '" + part + "' is unknown: a scene has " + known + ".");
+    throw std::runtime_error("scene parameter '" + part + "' is unknown: a scene has " + joined(known) + ".");
 }
 
 void checkTogether(const SceneParameters& p)
 {
     const double boxHeight = p.height * std::sqrt(p.areaPercent / 100 * p.width / p.height / p.aspect);
     if (p.objects > 0 && (boxHeight > p.height * 0.95 || boxHeight * p.aspect > p.width * 0.95)) {
-        throw std::runtime_error("scene parameters area=" + shortText(p.areaPercent) +
-                                 ",aspect=" + shortText(p.aspect) + " are refused: the object does not fit into " +
+        throw std::runtime_error("scene parameters area=" + shortNumber(p.areaPercent) +
+                                 ",aspect=" + shortNumber(p.aspect) + " are refused: the object does not fit into " +
                                  std::to_string(p.width) + "x" + std::to_string(p.height) + ".");
     }
     if (p.leaveFrame != 0 && p.leaveFrame < p.enterFrame) {

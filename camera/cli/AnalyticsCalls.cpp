@@ -1,6 +1,6 @@
 #include "camera/cli/AnalyticsCalls.h"
 
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 #include "camera/base/Utf8.h"
 #include "camera/cli/JsonOutput.h"
 #include "camera/cli/RestartReport.h"

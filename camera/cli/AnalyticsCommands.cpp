@@ -1,4 +1,4 @@
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 #include "camera/cli/AnalyticsCalls.h"
 #include "camera/cli/FramesFile.h"
 #include "camera/cli/JsonOutput.h"

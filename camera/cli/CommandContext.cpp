@@ -1,6 +1,7 @@
 #include "camera/cli/Command.h"
 
 #include "camera/base/OneLineJson.h"
+#include "camera/base/Text.h"
 #include "camera/cli/FolderCamera.h"
 #include "camera/supervisor/RuntimeFolder.h"
 
@@ -23,11 +24,11 @@ RunningCamera onlyOne()
                           "folder with --camera DIR");
     }
     if (running.size() > 1) {
-        std::string list;
+        std::vector<std::string> folders;
         for (const RunningCamera& camera : running) {
-            list += (list.empty() ? "'" : ", '") + camera.stateDir.string() + "'";
+            folders.push_back("'" + camera.stateDir.string() + "'");
         }
-        throw CameraError("several cameras run: " + list + "; choose one with --camera DIR");
+        throw CameraError("several cameras run: " + base::joined(folders) + "; choose one with --camera DIR");
     }
     return running.front();
 }

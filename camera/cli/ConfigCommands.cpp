@@ -1,6 +1,4 @@
-#include "camera/base/PrintableText.h"
-#include "camera/base/SizeText.h"
-#include "camera/base/UtcText.h"
+#include "camera/base/Text.h"
 #include "camera/cli/AnalyticsCalls.h"
 #include "camera/cli/JsonOutput.h"
 #include "camera/onvif/ConfigurationFile.h"

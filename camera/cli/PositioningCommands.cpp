@@ -1,10 +1,8 @@
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 #include "camera/cli/JsonOutput.h"
 
-#include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 
 namespace camera::cli {
 
@@ -25,16 +23,10 @@ std::uint32_t priorityOf(const Context& context)
     return static_cast<std::uint32_t>(context.arguments.whole("--priority", kOperator));
 }
 
-std::string decimals(double number, int places)
-{
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", places, number);
-    return text.data();
-}
-
 std::string placeText(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom)
 {
-    return "pan " + decimals(pan / 1e3, 3) + "  tilt " + decimals(tilt / 1e3, 3) + "  zoom " + decimals(zoom / 1e2, 2);
+    return "pan " + base::decimals(pan / 1e3, 3) + "  tilt " + base::decimals(tilt / 1e3, 3) + "  zoom " +
+           base::decimals(zoom / 1e2, 2);
 }
 
 // What a command without results does, and says when it was done.
@@ -79,8 +71,8 @@ int listTours(Context& context)
         for (const StopRow& stop : stops) {
             const auto& [preset, dwell, speed] = columns(stop);
             items.append(jsonObject({"preset", "dwell", "speed"}, preset, dwell / 1e3, speed));
-            line +=
-                "  " + base::printable(preset) + " " + decimals(dwell / 1e3, 1) + " s " + std::to_string(speed) + " %";
+            line += "  " + base::printable(preset) + " " + base::decimals(dwell / 1e3, 1) + " s " +
+                    std::to_string(speed) + " %";
         }
         list.add(jsonObject({"name", "stops"}, name, items), line);
     }

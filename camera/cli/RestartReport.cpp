@@ -1,6 +1,6 @@
 #include "camera/cli/RestartReport.h"
 
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 #include "camera/cli/JsonOutput.h"
 
 #include <array>

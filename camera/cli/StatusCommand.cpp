@@ -1,9 +1,7 @@
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 #include "camera/cli/JsonOutput.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <utility>
 
 namespace camera::cli {
@@ -95,9 +93,7 @@ Json::Value metadata(CameraClient& client)
 
 std::string number(const Json::Value& value, int places)
 {
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", places, value.asDouble());
-    return text.data();
+    return base::decimals(value.asDouble(), places);
 }
 
 std::string textOf(const Json::Value& value)

@@ -1,7 +1,7 @@
 #include "camera/onvif/EventText.h"
 
 #include "camera/base/Console.h"
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 
 #include <pugixml.hpp>
 

@@ -1,5 +1,6 @@
 #include "camera/pipeline/Device.h"
 
+#include "camera/base/Contained.h"
 #include "camera/base/Current.h"
 #include "camera/base/Log.h"
 #include "camera/framework/Connections.h"
@@ -253,17 +254,7 @@ void Device::Impl::build()
 
 bool Device::Impl::pass(korva::meridan::Buffer* buffer)
 {
-    std::string reason;
-    try {
-        _input->PutBuffer(buffer);
-        return true;
-    } catch (const std::exception& error) {
-        reason = error.what();
-    } catch (...) {
-        reason = "an exception of an unknown type";
-    }
-    base::Log::instance().write(base::LogLevel::error, kComponent, "a frame failed: " + reason);
-    return false;
+    return base::contained(kComponent, "a frame failed", [&] { _input->PutBuffer(buffer); });
 }
 
 FrameResult Device::Impl::deliver(const video::Frame& frame)

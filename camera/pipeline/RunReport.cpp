@@ -1,11 +1,9 @@
 #include "camera/pipeline/RunReport.h"
 
 #include "camera/base/Console.h"
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <utility>
 
 namespace camera::pipeline {
@@ -17,13 +15,6 @@ constexpr std::size_t kMostIds = 1000000;
 constexpr std::size_t kMostTopics = 10;
 constexpr std::size_t kMostSwitches = 40;
 constexpr double kRateWindowSeconds = 2;
-
-std::string oneDecimal(double value)
-{
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f", value);
-    return text.data();
-}
 
 } // namespace
 
@@ -135,15 +126,15 @@ double RunReport::seconds() const
 std::string RunReport::status() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    return "frames " + std::to_string(_frames) + "  " + oneDecimal(static_cast<double>(_frames) / seconds()) +
+    return "frames " + std::to_string(_frames) + "  " + base::decimals(static_cast<double>(_frames) / seconds(), 1) +
            "/s  objects " + std::to_string(_objectsNow) + "  events " + std::to_string(_events);
 }
 
 std::vector<std::string> RunReport::summary() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    std::string framesText = std::to_string(_frames) + " in " + oneDecimal(seconds()) + " s, " +
-                             oneDecimal(static_cast<double>(_frames) / seconds()) + " frames/s";
+    std::string framesText = std::to_string(_frames) + " in " + base::decimals(seconds(), 1) + " s, " +
+                             base::decimals(static_cast<double>(_frames) / seconds(), 1) + " frames/s";
     if (_failed != 0) {
         framesText += ", " + std::to_string(_failed) + " of them failed";
     }
@@ -172,7 +163,7 @@ void RunReport::rulesSummary(std::vector<std::string>& lines) const
         label.clear();
     }
     for (const Switch& each : _switches) {
-        lines.push_back(summaryLine(label, "from " + oneDecimal(each.second) + " s  " + each.active));
+        lines.push_back(summaryLine(label, "from " + base::decimals(each.second, 1) + " s  " + each.active));
         label.clear();
     }
 }

@@ -1,7 +1,6 @@
 #include "camera/pipeline/RunSummary.h"
 
-#include "camera/base/PrintableText.h"
-#include "camera/base/SizeText.h"
+#include "camera/base/Text.h"
 #include "camera/pipeline/RunReport.h"
 
 namespace camera::pipeline {

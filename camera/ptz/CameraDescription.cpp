@@ -1,6 +1,7 @@
 #include "camera/ptz/CameraDescription.h"
 
 #include "camera/base/StrictJson.h"
+#include "camera/base/Text.h"
 #include "camera/base/Utf8.h"
 #include "camera/ptz/PositioningNames.h"
 
@@ -10,7 +11,6 @@
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 
 namespace camera::ptz {
@@ -24,13 +24,6 @@ struct Range {
     double lowest;
     double highest;
 };
-
-std::string textOf(double number)
-{
-    std::ostringstream text;
-    text << number;
-    return text.str();
-}
 
 // One object of the document.
 class Section {
@@ -55,7 +48,8 @@ public:
         const Json::Value& value = _content[key];
         const double result = value.isNumeric() ? value.asDouble() : std::nan("");
         if (!(result >= range.lowest && result <= range.highest)) {
-            refuse(key, "must be a number from " + textOf(range.lowest) + " to " + textOf(range.highest));
+            refuse(key, "must be a number from " + base::shortNumber(range.lowest) + " to " +
+                            base::shortNumber(range.highest));
         }
         return result;
     }
@@ -100,11 +94,7 @@ public:
     {
         for (const std::string& name : _content.getMemberNames()) {
             if (std::find(keys.begin(), keys.end(), name) == keys.end()) {
-                std::string known;
-                for (const char* key : keys) {
-                    known += std::string(known.empty() ? "" : ", ") + key;
-                }
-                refuse(name, "is not known here; known: " + known);
+                refuse(name, "is not known here; known: " + base::joined({keys.begin(), keys.end()}));
             }
         }
     }

@@ -1,6 +1,6 @@
 #include "camera/ptz/PositioningNames.h"
 
-#include "camera/base/PrintableText.h"
+#include "camera/base/Text.h"
 
 namespace camera::ptz {
 

@@ -1,5 +1,6 @@
 #include "camera/services/FaultSwitch.h"
 
+#include "camera/base/Text.h"
 #include "camera/bus/Server.h"
 
 #include <algorithm>
@@ -26,11 +27,7 @@ void checkService(const std::string& service)
     if (std::find(known.begin(), known.end(), service) != known.end()) {
         return;
     }
-    std::string list;
-    for (const std::string& name : known) {
-        list += (list.empty() ? "" : name == known.back() ? " and " : ", ") + name;
-    }
-    throw bus::Refusal("there is no service '" + service + "', only " + list);
+    throw bus::Refusal("there is no service '" + service + "', only " + base::joined(known, " and "));
 }
 
 } // namespace

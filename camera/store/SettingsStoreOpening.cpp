@@ -10,9 +10,9 @@
 // settings.repaired.db to settings.db. A power cut between two of these steps loses nothing: when settings.repaired.db
 // exists at the next start, that start continues with takeReplacement().
 
-#include "camera/base/DurableFiles.h"
+#include "camera/base/AtomicFile.h"
 #include "camera/base/Log.h"
-#include "camera/base/UtcText.h"
+#include "camera/base/Text.h"
 #include "camera/store/Salvage.h"
 #include "camera/store/SettingsLayout.h"
 #include "camera/store/SettingsStore.h"

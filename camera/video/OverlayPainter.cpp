@@ -1,6 +1,6 @@
 #include "camera/video/OverlayPainter.h"
 
-#include "camera/base/UtcText.h"
+#include "camera/base/Text.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>

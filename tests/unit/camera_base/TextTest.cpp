@@ -1,17 +1,37 @@
-#include "camera/base/PrintableText.h"
-#include "camera/base/UtcText.h"
+#include "camera/base/Text.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
+using camera::base::decimals;
+using camera::base::joined;
 using camera::base::printable;
+using camera::base::shortNumber;
 using camera::base::utcText;
 
 TEST(PrintableText, writesControlBytesAsEscapesAndNothingElse)
 {
     EXPECT_EQ(printable(std::string("a\n\x1b[2J\0\x7f \xc3\xa9\xff", 12)), "a\\n\\x1b[2J\\x00\\x7f \xc3\xa9\xff");
     EXPECT_EQ(printable(""), "");
+}
+
+TEST(NumberTextTest, writesAsManyDecimalsAsAskedOrNeeded)
+{
+    EXPECT_EQ(decimals(1.25, 3), "1.250");
+    EXPECT_EQ(decimals(-0.5, 0), "-0");
+    EXPECT_EQ(decimals(1e300, 1).size(), 303U);
+    EXPECT_EQ(shortNumber(0.1), "0.1");
+    EXPECT_EQ(shortNumber(360), "360");
+}
+
+TEST(JoinedTextTest, putsTheLastSeparatorBetweenTheLastTwo)
+{
+    EXPECT_EQ(joined({}), "");
+    EXPECT_EQ(joined({"a"}, " or "), "a");
+    EXPECT_EQ(joined({"a", "b"}, " or "), "a or b");
+    EXPECT_EQ(joined({"a", "b", "c"}, " or "), "a, b or c");
+    EXPECT_EQ(joined({"a", "b", "c"}), "a, b, c");
 }
 
 TEST(UtcText, writesATimeInUtc)

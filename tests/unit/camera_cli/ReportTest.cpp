@@ -1,7 +1,7 @@
 #include "camera/base/Console.h"
 #include "camera/base/PluginPath.h"
-#include "camera/base/SizeText.h"
 #include "camera/base/StopSignal.h"
+#include "camera/base/Text.h"
 #include "camera/cli/RestartReport.h"
 #include "camera/onvif/EventText.h"
 #include "camera/store/StateFolder.h"
