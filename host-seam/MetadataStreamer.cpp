@@ -9,7 +9,7 @@ using host_seam::platform;
 
 namespace {
 
-const char* textOf(const void* pointer)
+const char* nullOrNot(const void* pointer)
 {
     return pointer == nullptr ? "null" : "not null";
 }
@@ -21,8 +21,8 @@ ravel_core_status ravel_api_onvif_metadata_streamer_initiator_init(void* loop, v
 {
     platform().reached("streamerInit");
     const host_seam::MetadataStreamer& streamer = platform().streamer;
-    journal().add(Part::Service, "streamerInit(", textOf(loop), ", ", textOf(logHandle), ", ", version, ", ",
-                  textOf(options), ") -> ", streamer.initStatus);
+    journal().add(Part::Service, "streamerInit(", nullOrNot(loop), ", ", nullOrNot(logHandle), ", ", version, ", ",
+                  nullOrNot(options), ") -> ", streamer.initStatus);
     if (streamer.initStatus == 0 || streamer.failedInitWritesCookie) {
         *cookie = streamer.cookie;
     }

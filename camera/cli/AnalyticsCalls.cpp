@@ -35,7 +35,7 @@ Components componentsOfDocument(const std::string& document)
         for (const Json::Value& entry : list) {
             append(all, entry["config"].asString());
         }
-    } catch (const Json::Exception&) { // NOLINT(bugprone-empty-catch): the plug-in cannot read what follows either
+    } catch (const Json::Exception&) { // the plug-in cannot read what follows either
     }
     return all;
 }

@@ -19,8 +19,8 @@ constexpr long kMostCellsAside = 128;
 constexpr long kLongestDelayMs = 3'600'000;
 constexpr int kMovingShare = 8; // a cell moves when one eighth of its pixels are foreground
 
-constexpr EventForm kEventForm = {kCellMotionTopic, "VideoSourceConfigurationToken", "VideoAnalyticsConfigurationToken",
-                                  "Rule", "IsMotion"};
+constexpr EventForm kCellMotionEvent = {kCellMotionTopic, "VideoSourceConfigurationToken",
+                                        "VideoAnalyticsConfigurationToken", "Rule", "IsMotion"};
 
 double coordinate(const pugi::xml_node& node, const char* attribute)
 {
@@ -119,7 +119,7 @@ CellMotionProgram::CellMotionProgram(const Components& components) : _source(kSi
             const auto read = [&](ParameterList& parameters) {
                 return CellMotionRule::read(parameters, _module.layout);
             };
-            _rules.push_back({readParameters(component.parameters, read), Alarm(kEventForm, component.name)});
+            _rules.push_back({readParameters(component.parameters, read), Alarm(kCellMotionEvent, component.name)});
         }
     }
     _moving.columns = static_cast<std::uint16_t>(_module.layout.columns);

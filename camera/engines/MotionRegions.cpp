@@ -20,7 +20,7 @@ constexpr std::size_t kMostPoints = 64;
 constexpr std::int64_t kOnDelay = 0; // the tracker has already waited until the object is certain
 constexpr std::int64_t kOffDelay = kNanosecondsPerSecond / 2;
 
-constexpr EventForm kEventForm = {kMotionTopic, "VideoSource", nullptr, "RuleName", "State"};
+constexpr EventForm kMotionEvent = {kMotionTopic, "VideoSource", nullptr, "RuleName", "State"};
 
 const char* localName(const pugi::xml_node& node)
 {
@@ -112,7 +112,7 @@ MotionRegionProgram::MotionRegionProgram(const Components& components, Tracker& 
             _source = component.name;
         } else if (active) {
             _rules.push_back(
-                {readParameters(component.parameters, MotionRegionRule::read), Alarm(kEventForm, component.name)});
+                {readParameters(component.parameters, MotionRegionRule::read), Alarm(kMotionEvent, component.name)});
         }
     }
 }

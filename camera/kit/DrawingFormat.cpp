@@ -9,7 +9,7 @@ namespace camera::kit {
 namespace {
 
 constexpr std::uint8_t kMark = 'D';
-constexpr std::uint8_t kVersion = 1;
+constexpr std::uint8_t kDrawingVersion = 1;
 constexpr std::size_t kHeaderBytes = 8;
 constexpr double kFullScale = 65535.0;
 
@@ -196,7 +196,7 @@ bool DrawingWriter::begin(std::uint8_t type, std::size_t payloadBytes)
         return false;
     }
     putByte(kMark);
-    putByte(kVersion);
+    putByte(kDrawingVersion);
     putByte(type);
     putByte(0);
     putWord(static_cast<std::uint32_t>(payloadBytes));
@@ -242,7 +242,7 @@ std::optional<DrawingRecord> DrawingReader::next()
 {
     while (!_rest.empty()) {
         Payload header(_rest);
-        const bool known = header.number(1) == kMark && header.number(1) == kVersion;
+        const bool known = header.number(1) == kMark && header.number(1) == kDrawingVersion;
         const std::uint32_t type = header.number(1);
         header.number(1);
         const std::uint32_t bytes = header.number(4);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::string_view kFileMark = "VCFRAMES";
 constexpr std::string_view kFrameMark = "FRAM";
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kFrameFileVersion = 1;
 constexpr std::uint32_t kLargestSide = 16384;
 constexpr std::size_t kFrameHeaderBytes = 4 + 9 * 4 + 4 + 4;
 
@@ -89,7 +89,7 @@ void FrameFileWriter::begin(std::uint32_t firstObject)
 {
     FileHeader header;
     header.put(kFileMark);
-    header.putWord(kVersion);
+    header.putWord(kFrameFileVersion);
     header.putWord(firstObject);
     _file.write(header.bytes.data(), header.bytes.size());
     flushed();
@@ -135,7 +135,7 @@ FrameFileReader::FrameFileReader(std::string path, bool fresh)
         throw std::runtime_error("cannot read frames from '" + _path + "': no such file, or it is empty");
     }
     const bool ours = header.take(kFileMark);
-    if (!ours || header.takeWord() != kVersion) {
+    if (!ours || header.takeWord() != kFrameFileVersion) {
         throw std::runtime_error("cannot read frames from '" + _path + "': it is no frame file of this version");
     }
     _firstObject = header.takeWord();

@@ -10,6 +10,7 @@
 #include "camera/framework/PluginConfiguration.h"
 #include "camera/framework/PluginLoader.h"
 #include "camera/framework/PositioningAdapter.h"
+#include "camera/ptz/PositioningDocument.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
 #include "camera/store/StateLock.h"
@@ -30,7 +31,6 @@ namespace {
 constexpr const char* kPluginName = "DetectionPlugin";
 constexpr const char* kAnalyticsService = "onvif_analytic_service";
 constexpr const char* kComponent = "device";
-constexpr const char* kPositioningKey = "camera.positioning";
 
 const Options& checked(const Options& options)
 {
@@ -173,7 +173,7 @@ void Device::Impl::loadPositioning()
 {
     std::string problem;
     try {
-        const auto document = environment->settings.read(kPositioningKey);
+        const auto document = environment->settings.read(ptz::kPositioningKey);
         problem = document ? positioning->restore(*document).sentence : std::string();
     } catch (const std::exception& error) {
         problem = std::string("the positions cannot be read: ") + error.what();
@@ -188,7 +188,7 @@ void Device::Impl::storePositioning()
     const std::lock_guard<std::mutex> oneAtATime(_storeMutex);
     _storePending = false;
     try {
-        environment->settings.write(kPositioningKey, positioning->serialize());
+        environment->settings.write(ptz::kPositioningKey, positioning->serialize());
     } catch (const std::exception& error) {
         base::Log::instance().write(base::LogLevel::error, kComponent,
                                     std::string("the positions could not be stored: ") + error.what());

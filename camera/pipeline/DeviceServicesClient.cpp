@@ -12,7 +12,7 @@ namespace camera::pipeline {
 
 namespace {
 
-constexpr const char* kComponent = "services";
+constexpr const char* kServicesLog = "services";
 constexpr const char* kOrientationKey = "default_analytics_rotation";
 constexpr std::chrono::seconds kRest(1);
 
@@ -125,7 +125,7 @@ ravel_core_status DeviceServicesClient::ask(const char* service, const char* wha
         question(*proxies);
         return serviceapi::kOk;
     } catch (const sdbus::Error& error) {
-        base::Log::instance().write(base::LogLevel::info, kComponent,
+        base::Log::instance().write(base::LogLevel::info, kServicesLog,
                                     std::string(service) + " did not answer " + what + ": " + error.getMessage());
         return statusOf(error);
     }
@@ -174,7 +174,7 @@ void DeviceServicesClient::sendMetadata(const std::string& document)
     } catch (const sdbus::Error& error) {
         ++_documentsLost;
         _streamerRestsUntil = Clock::now() + kRest;
-        base::Log::instance().write(base::LogLevel::info, kComponent,
+        base::Log::instance().write(base::LogLevel::info, kServicesLog,
                                     "a metadata document was lost: " + error.getMessage());
     }
 }

@@ -3,6 +3,7 @@
 #include "camera/base/AtomicFile.h"
 #include "camera/base/OneLineJson.h"
 #include "camera/base/StrictJson.h"
+#include "camera/ptz/PositioningDocument.h"
 #include "camera/store/SettingsStore.h"
 #include "camera/store/StateLock.h"
 
@@ -21,7 +22,6 @@ namespace {
 
 constexpr char kFile[] = "camera.json";
 constexpr std::size_t kMostBytes = 64 * 1024;
-constexpr char kPositioningKey[] = "camera.positioning";
 
 struct Remembered {
     bool movable = false;
@@ -77,7 +77,7 @@ Remembered olderCamera(const fs::path& stateDir)
     if (fs::exists(stateDir / "settings.db")) {
         const store::StateLock lock(stateDir);
         const std::vector<std::string> keys = store::SettingsStore(stateDir).keys();
-        camera.movable = std::find(keys.begin(), keys.end(), kPositioningKey) != keys.end();
+        camera.movable = std::find(keys.begin(), keys.end(), ptz::kPositioningKey) != keys.end();
     }
     return camera;
 }

@@ -7,6 +7,9 @@
 
 namespace camera::ptz {
 
+/// The key of its document in the settings store.
+constexpr char kPositioningKey[] = "camera.positioning";
+
 /// The state of a positioning unit that is stored.
 struct PositioningState {
     Position position;

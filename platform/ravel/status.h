@@ -5,7 +5,7 @@
 #pragma GCC visibility push(default)
 
 /// Outcome of a service API call: 0 is success.
-typedef int ravel_core_status; // NOLINT(modernize-use-using): the declarations also read as C
+typedef int ravel_core_status; // the declarations also read as C
 
 extern "C" {
 

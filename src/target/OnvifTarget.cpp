@@ -177,8 +177,7 @@ void OnvifTarget::handleOrientationChangeEvent(unsigned int orientation)
 }
 
 // By value: the list stays whole for the caller whatever becomes of the core's.
-void OnvifTarget::setAnalyticLibs(
-    std::vector<std::shared_ptr<analytics_lib::IOnvifAnalytics>> libs) // NOLINT(performance-unnecessary-value-param)
+void OnvifTarget::setAnalyticLibs(std::vector<std::shared_ptr<analytics_lib::IOnvifAnalytics>> libs)
 {
     _proxyTarget.setAnalyticLibs(libs);
 }

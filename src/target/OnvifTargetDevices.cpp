@@ -14,9 +14,6 @@ namespace korva::meridan {
 
 namespace {
 
-constexpr int kPresetLeft = 0;
-constexpr int kPresetReached = 2;
-
 /// Calls operation on the target behind a callback's context; nothing without a context.
 template <typename Operation>
 void onTarget(void* context, const Operation& operation)
@@ -89,7 +86,8 @@ void OnvifTarget::initializePositioningEvents()
     // A camera at no preset counts as having arrived there; one that stands at a preset reports it
     // again once this target listens.
     const std::string preset = positioning.getActivePreset(false);
-    _proxyTarget.handlePresetStateEvent(preset.empty() ? kPresetReached : kPresetLeft, preset);
+    _proxyTarget.handlePresetStateEvent(preset.empty() ? ProxyTarget::kPresetReached : ProxyTarget::kPresetLeft,
+                                        preset);
 
     positioning.registerMotionStateCallback(onMotionState, this);
     positioning.registerCommandPriorityCallback(onCommandPriority, this);

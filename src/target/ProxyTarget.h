@@ -32,6 +32,9 @@ public:
     using Engine = std::shared_ptr<analytics_lib::IOnvifAnalytics>;
     using EventCallback = void (*)(void* context, const std::string&, const std::string&, const std::string&);
 
+    static constexpr int kPresetLeft = 0;
+    static constexpr int kPresetReached = 2;
+
     /// @param logContext           Borrowed for the life of this object.
     /// @param positioningAvailable Whether the camera can move: it then has a stored configuration of its own for
     ///                             being at no preset.
@@ -76,6 +79,7 @@ public:
 
     void handlePositioningMotionStateEvent(bool moving);
     void handlePositioningCommandPriorityEvent(unsigned int priority);
+    /// The state is kPresetLeft, kPresetReached, or any other while the camera moves.
     void handlePresetStateEvent(int state, const std::string& presetName);
     void handlePresetModifiedEvent(const std::string& presetName);
     void handleTourStateEvent(int tourState, int stopType);

@@ -11,8 +11,6 @@ namespace {
 // The engine of this name has one configuration for every position.
 constexpr char kSimple[] = "Simple";
 
-constexpr int kPresetLeft = 0;
-constexpr int kPresetReached = 2;
 constexpr int kTourStarted = 1;
 constexpr unsigned int kLastInterruptingPriority = 499;
 

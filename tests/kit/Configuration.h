@@ -20,7 +20,7 @@ public:
     /// The tt:Parameters element alone, as printed without blanks.
     std::string parameters() const;
     std::string text() const;
-    operator std::string() const { return text(); } // NOLINT(google-explicit-constructor): reads as its text
+    operator std::string() const { return text(); } // reads as its text
 
 private:
     std::string _element;
@@ -47,7 +47,7 @@ public:
     ConfigurationBuilder& spacious();
 
     std::string text() const;
-    operator std::string() const { return text(); } // NOLINT(google-explicit-constructor): reads as its text
+    operator std::string() const { return text(); } // reads as its text
 
 private:
     std::string _engine;

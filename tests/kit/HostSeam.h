@@ -9,6 +9,6 @@
 namespace kit {
 
 /// Tests name host-seam's state as the kit's.
-using namespace host_seam; // NOLINT(google-build-using-namespace): the kit is host-seam with more
+using namespace host_seam; // the kit is host-seam with more
 
 } // namespace kit

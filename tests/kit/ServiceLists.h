@@ -24,7 +24,7 @@ public:
     InputList(const InputList&) = delete;
     InputList& operator=(const InputList&) = delete;
 
-    operator char**() { return _pointers.data(); } // NOLINT(google-explicit-constructor): passed as such
+    operator char**() { return _pointers.data(); } // passed as such
 
 private:
     std::vector<std::string> _texts;

@@ -51,7 +51,7 @@ public:
     StartStory& orientation(int degrees);
 
     Lines lines() const;
-    operator Lines() const { return lines(); } // NOLINT(google-explicit-constructor): reads as its lines
+    operator Lines() const { return lines(); } // reads as its lines
 
 private:
     struct RuleSet {

@@ -30,7 +30,7 @@ public:
         PluginAutoRegister(const std::string& name, Factory factory) { RegisterPlugin(name, factory); }
 
         // Nothing is taken back at unload: the registry outlives every module.
-        ~PluginAutoRegister() {} // NOLINT(modernize-use-equals-default): run at unload, by contract
+        ~PluginAutoRegister() {} // run at unload, by contract
 
         PluginAutoRegister(const PluginAutoRegister&) = delete;
         PluginAutoRegister& operator=(const PluginAutoRegister&) = delete;
