@@ -9,7 +9,6 @@ namespace camera::pipeline {
 
 namespace {
 
-constexpr const char* kBusName = "org.freedesktop.DBus";
 constexpr const char* kIntrospectable = "org.freedesktop.DBus.Introspectable";
 
 // The target ids: names of the objects right below the service's own.
@@ -49,31 +48,17 @@ ServiceProxies::ServiceProxies(const std::shared_ptr<bus::Session>& session, Ser
         _trees[service] = sdbus::createProxy(connection, bus::busName(service), "/ravel/" + service);
         _trees[service]->finishRegistration();
     }
-    watchOwners(connection); // before the look-ups: a service that comes in between is not missed
-    for (const std::string& service : watched()) {
-        lookUp(service);
-    }
-}
-
-void ServiceProxies::watchOwners(sdbus::IConnection& connection)
-{
-    _bus = sdbus::createProxy(connection, kBusName, "/org/freedesktop/DBus");
-    _bus->uponSignal("NameOwnerChanged")
-        .onInterface(kBusName)
-        .call([this](const std::string& name, const std::string& /*before*/, const std::string& now) {
-            const auto& services = watched();
-            const auto service = std::find_if(services.begin(), services.end(),
-                                              [&](const std::string& each) { return bus::busName(each) == name; });
-            if (service == services.end()) {
-                return;
-            }
-            if (now.empty()) {
-                lost(*service);
-            } else {
-                lookUp(*service);
-            }
-        });
-    _bus->finishRegistration();
+    std::vector<std::string> names;
+    std::transform(watched().begin(), watched().end(), std::back_inserter(names), bus::busName);
+    _owners = std::make_unique<bus::NameWatch>(connection, names, [this](const std::string& name, bool owned) {
+        const auto service = std::find_if(watched().begin(), watched().end(),
+                                          [&](const std::string& each) { return bus::busName(each) == name; });
+        if (owned) {
+            lookUp(*service);
+        } else {
+            lost(*service);
+        }
+    });
 }
 
 void ServiceProxies::lookUp(const std::string& service)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/bus/Connection.h"
+#include "camera/bus/NameWatch.h"
 #include "camera/bus/configuration_client.h"
 #include "camera/bus/day_night_client.h"
 #include "camera/bus/onvif_metadata_streamer_client.h"
@@ -50,14 +51,13 @@ public:
     bus::OnvifMetadataStreamerClient metadataStreamer;
 
 private:
-    void watchOwners(sdbus::IConnection& connection);
     void lookUp(const std::string& service);
     void lost(const std::string& service);
 
     const std::chrono::milliseconds _patience;
     std::map<std::string, std::uint64_t> _lookUps; ///< the number of each service's last one; older answers say nothing
     std::map<std::string, std::unique_ptr<sdbus::IProxy>> _trees; ///< the object above its targets
-    std::unique_ptr<sdbus::IProxy> _bus;
+    std::unique_ptr<bus::NameWatch> _owners;
 };
 
 } // namespace camera::pipeline

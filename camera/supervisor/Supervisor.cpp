@@ -13,6 +13,7 @@
 
 #include "camera/supervisor/Supervisor.h"
 
+#include "camera/bus/NameWatch.h"
 #include "camera/bus/Names.h"
 #include "camera/supervisor/SupervisorObject.h"
 
@@ -293,11 +294,19 @@ void Supervisor::advance()
 void Supervisor::busListens()
 {
     _connection.emplace(_folder->address(), "camera");
-    _connection->add<NameWatch>([this](const std::shared_ptr<bus::Session>& session) {
-        return std::make_shared<NameWatch>(session, bus::busName(bus::service::kServices), [this] {
-            _servicesAnswer = true;
-            wake();
+    const auto whenServed = [this](const char* service, std::function<void()> action) {
+        _connection->add<bus::NameWatch>([service, action](const std::shared_ptr<bus::Session>& session) {
+            return std::make_shared<bus::NameWatch>(session->connection(), std::vector{bus::busName(service)},
+                                                    [action](const std::string& /*name*/, bool owned) {
+                                                        if (owned) {
+                                                            action();
+                                                        }
+                                                    });
         });
+    };
+    whenServed(bus::service::kServices, [this] {
+        _servicesAnswer = true;
+        wake();
     });
     _connection->add<SupervisorObject>([this](const std::shared_ptr<bus::Session>& session) {
         return std::make_shared<SupervisorObject>(session, SupervisorObject::Operations{[this] { return status(); },
@@ -305,10 +314,7 @@ void Supervisor::busListens()
                                                                                         [this] { restartPipeline(); }});
     });
     if (_options.ready) {
-        _connection->add<NameWatch>([this](const std::shared_ptr<bus::Session>& session) {
-            return std::make_shared<NameWatch>(session, bus::busName(bus::service::kPipeline),
-                                               [this] { _options.ready(_folder->address()); });
-        });
+        whenServed(bus::service::kPipeline, [this] { _options.ready(_folder->address()); });
     } else {
         _folder->announce();
     }

@@ -35,13 +35,4 @@ private:
     const Operations _operations;
 };
 
-/// Calls owned when a process takes a bus name, and at once when one has it already. Lives on the bus thread.
-class NameWatch {
-public:
-    NameWatch(const std::shared_ptr<bus::Session>& session, const std::string& name, std::function<void()> owned);
-
-private:
-    std::unique_ptr<sdbus::IProxy> _proxy;
-};
-
 } // namespace camera::supervisor
