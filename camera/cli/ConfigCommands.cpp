@@ -28,29 +28,14 @@ int get(Context& context)
     return 0;
 }
 
-// Why no engine takes a document, as far as the types of its components show it.
-std::string refusalReason(CameraClient& client, const std::vector<onvif::ComponentName>& components)
-{
-    for (const onvif::ComponentName& component : components) {
-        const std::vector<std::string> types = componentTypes(client, component.isRule);
-        if (std::find(types.begin(), types.end(), component.type) == types.end()) {
-            return "no engine knows the type of its " + base::printable(onvif::describe(component)) + "; camera " +
-                   (component.isRule ? "rules" : "modules") + " types lists those that there are";
-        }
-    }
-    if (components.empty()) {
-        return "there is no rule and no module in it";
-    }
-    return "the camera's log names the reason; without one, it mixes the types of several engines, which take a "
-           "file each";
-}
-
 void setConfiguration(Context& context, CameraClient& client, const std::string& xml, const std::string& file)
 {
     const auto [result, failed] = client.askWithin(context.patience(kWritePatience), &Analytics::setConfiguration, xml);
     const std::vector<onvif::ComponentName> components = onvif::componentsOf(xml);
     if (result != 0 || failed != 0) {
-        throw CameraError("the camera refuses the configuration '" + file + "': " + refusalReason(client, components));
+        throw CameraError("the camera refuses the configuration '" + file + "': " +
+                          onvif::refusalReason(components, componentTypes(client, true), componentTypes(client, false),
+                                               "the camera's log names"));
     }
     const std::vector<onvif::ComponentName> active = onvif::componentsOf(currentConfiguration(client));
     const bool all =

@@ -1,6 +1,6 @@
 // The bases of a plug-in, as every module binds to them.
-#include "camera/framework/Connections.h"
 #include "camera/framework/PluginConfiguration.h"
+#include "camera/framework/SinksAndSources.h"
 
 #include "korva/meridan/BasicFilterPlugin.h"
 #include "korva/meridan/PipelinePlugin.h"

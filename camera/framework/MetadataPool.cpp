@@ -23,12 +23,12 @@ void log(const std::string& text)
     base::Log::instance().write(base::LogLevel::error, "transmitter", text);
 }
 
-const MetadataPool::Options& checked(const MetadataPool::Options& options)
+std::size_t bufferBytes(std::size_t engineCount, std::uint32_t bytesPerEngine)
 {
-    if (options.engineCount == 0 || options.bytesPerEngine == 0 || options.bytesPerEngine % kAlignment != 0) {
+    if (engineCount == 0 || bytesPerEngine == 0 || bytesPerEngine % kAlignment != 0) {
         throw std::invalid_argument("metadata buffers need at least one engine and a multiple of 64 bytes for each");
     }
-    return options;
+    return engineCount * bytesPerEngine;
 }
 
 } // namespace
@@ -55,8 +55,8 @@ GuardedMemory::~GuardedMemory()
     ::munmap(_mapping, _mappingBytes);
 }
 
-MetadataPool::MetadataPool(const Options& options)
-    : _options(checked(options)), _drawing(options.engineCount * options.bytesPerEngine), _motion(_drawing.size())
+MetadataPool::MetadataPool(std::size_t engineCount, std::uint32_t bytesPerEngine)
+    : _bytesPerEngine(bytesPerEngine), _drawing(bufferBytes(engineCount, bytesPerEngine)), _motion(_drawing.size())
 {
 }
 
@@ -65,24 +65,24 @@ MetadataPool::Outputs MetadataPool::takeOutputs()
     return std::exchange(_outputs, {});
 }
 
-std::uint8_t* MetadataPool::lendDrawing()
+std::uint8_t* MetadataPool::emptyDrawing()
 {
-    // A buffer that a failed frame never gave back is simply lent again.
+    // A buffer that a failed frame never gave back is handed out again.
     _drawingBytes = 0;
     return _drawing.data();
 }
 
-std::uint8_t* MetadataPool::lendMotion()
+std::uint8_t* MetadataPool::emptyMotion()
 {
     return _motion.data();
 }
 
-void MetadataPool::takeDrawing(std::size_t usedBytes)
+void MetadataPool::returnDrawing(std::size_t usedBytes)
 {
     _drawingBytes = cut(usedBytes, "drawing");
 }
 
-void MetadataPool::takeMotion(std::size_t usedBytes)
+void MetadataPool::returnMotion(std::size_t usedBytes)
 {
     _outputs = {_drawing.data(), _drawingBytes, _motion.data(), cut(usedBytes, "motion")};
 }
@@ -113,13 +113,13 @@ MetadataTransmitter& MetadataTransmitter::instance()
 std::uint8_t* MetadataTransmitter::GetEmptyDrawingBuffer()
 {
     const auto pool = CurrentPool::get();
-    return pool ? pool->lendDrawing() : nullptr;
+    return pool ? pool->emptyDrawing() : nullptr;
 }
 
 std::uint8_t* MetadataTransmitter::GetEmptyMotionBuffer()
 {
     const auto pool = CurrentPool::get();
-    return pool ? pool->lendMotion() : nullptr;
+    return pool ? pool->emptyMotion() : nullptr;
 }
 
 std::uint32_t MetadataTransmitter::GetMaxBufferSize() const
@@ -131,14 +131,14 @@ std::uint32_t MetadataTransmitter::GetMaxBufferSize() const
 void MetadataTransmitter::ReturnFullDrawingBuffer(unsigned int usedBytes)
 {
     if (const auto pool = CurrentPool::get()) {
-        pool->takeDrawing(usedBytes);
+        pool->returnDrawing(usedBytes);
     }
 }
 
 void MetadataTransmitter::ReturnFullMotionBuffer(unsigned int usedBytes)
 {
     if (const auto pool = CurrentPool::get()) {
-        pool->takeMotion(usedBytes);
+        pool->returnMotion(usedBytes);
     }
 }
 

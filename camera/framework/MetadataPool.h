@@ -26,18 +26,13 @@ private:
 };
 
 /**
- * The drawing and the motion buffer that the metadata transmitter lends for each frame.
+ * The drawing and the motion buffer that the metadata transmitter hands out for each frame.
  *
  * Each holds what every engine together may write, followed by a guard page. Thread-bound to the frame thread.
  */
 class MetadataPool {
 public:
-    struct Options {
-        std::size_t engineCount = 1;              ///< 1 or more
-        std::uint32_t bytesPerEngine = 64 * 1024; ///< a multiple of 64, so that buffers are aligned
-    };
-
-    /// What came back for one frame; valid until the buffers are lent again.
+    /// What came back for one frame; valid until the buffers are handed out again.
     struct Outputs {
         const std::uint8_t* drawing = nullptr;
         std::size_t drawingBytes = 0;
@@ -45,24 +40,26 @@ public:
         std::size_t motionBytes = 0;
     };
 
+    /// @param engineCount     1 or more
+    /// @param bytesPerEngine  a multiple of 64, so that buffers are aligned
     /// @throws std::invalid_argument, std::bad_alloc
-    explicit MetadataPool(const Options& options);
+    MetadataPool(std::size_t engineCount, std::uint32_t bytesPerEngine);
 
     /// What came back since this was last called; nothing where the motion data did not.
     Outputs takeOutputs();
 
-    std::uint8_t* lendDrawing();
-    std::uint8_t* lendMotion();
-    std::uint32_t bytesPerEngine() const { return _options.bytesPerEngine; }
+    std::uint8_t* emptyDrawing();
+    std::uint8_t* emptyMotion();
+    std::uint32_t bytesPerEngine() const { return _bytesPerEngine; }
 
     /// usedBytes beyond the buffer are cut off and logged.
-    void takeDrawing(std::size_t usedBytes);
-    void takeMotion(std::size_t usedBytes);
+    void returnDrawing(std::size_t usedBytes);
+    void returnMotion(std::size_t usedBytes);
 
 private:
     std::size_t cut(std::size_t usedBytes, const char* which) const;
 
-    const Options _options;
+    const std::uint32_t _bytesPerEngine;
     const GuardedMemory _drawing;
     const GuardedMemory _motion;
     std::size_t _drawingBytes = 0;

@@ -1,9 +1,11 @@
 #include "camera/onvif/ConfigurationFile.h"
 
+#include "camera/base/Text.h"
 #include "camera/onvif/CanonicalNames.h"
 
 #include <pugixml.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -120,6 +122,22 @@ std::vector<ComponentName> componentsOf(const std::string& xml)
         collect(root.child(kRules), true, found);
     }
     return found;
+}
+
+std::string refusalReason(const std::vector<ComponentName>& components, const std::vector<std::string>& ruleTypes,
+                          const std::vector<std::string>& moduleTypes, const std::string& log)
+{
+    for (const ComponentName& component : components) {
+        const std::vector<std::string>& types = component.isRule ? ruleTypes : moduleTypes;
+        if (std::find(types.begin(), types.end(), component.type) == types.end()) {
+            return "no engine knows the type of its " + base::printable(describe(component)) + "; camera " +
+                   (component.isRule ? "rules" : "modules") + " types lists those that there are";
+        }
+    }
+    if (components.empty()) {
+        return "there is no rule and no module in it";
+    }
+    return log + " the reason; without one, it mixes the types of several engines, which take a file each";
 }
 
 std::string describe(const ComponentName& component)

@@ -24,6 +24,13 @@ struct ComponentName {
 };
 std::vector<ComponentName> componentsOf(const std::string& xml);
 
+/**
+ * Why no engine takes a configuration of these components, as far as the types that the engines know tell.
+ * @param log what names the reason where the types do not tell it: "the camera's log names".
+ */
+std::string refusalReason(const std::vector<ComponentName>& components, const std::vector<std::string>& ruleTypes,
+                          const std::vector<std::string>& moduleTypes, const std::string& log);
+
 /// "rule 'Gate' (tt:CellMotionDetector, preset Door)"
 std::string describe(const ComponentName& component);
 

@@ -12,11 +12,11 @@ namespace camera::pipeline {
 
 /// The device's options that follow from the command line.
 /// @throws std::runtime_error as base::pluginPath().
-Options deviceOptions(const base::CameraOptions& options, const std::filesystem::path& stateDir);
+DeviceOptions deviceOptions(const base::CameraOptions& options, const std::filesystem::path& stateDir);
 
 /// Builds the device and prints what it has to say about its settings.
 /// @throws std::runtime_error with one sentence.
-std::unique_ptr<Device> buildCamera(const Options& deviceOptions, base::Console& console);
+std::unique_ptr<Device> buildCamera(const DeviceOptions& deviceOptions, base::Console& console);
 
 /**
  * Hands one configuration to the camera.

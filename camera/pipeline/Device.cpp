@@ -3,14 +3,14 @@
 #include "camera/base/Contained.h"
 #include "camera/base/Current.h"
 #include "camera/base/Log.h"
-#include "camera/framework/Connections.h"
 #include "camera/framework/EngineFactory.h"
 #include "camera/framework/FrameBuffer.h"
 #include "camera/framework/MetadataPool.h"
 #include "camera/framework/PluginConfiguration.h"
 #include "camera/framework/PluginLoader.h"
 #include "camera/framework/PositioningAdapter.h"
-#include "camera/ptz/PositioningDocument.h"
+#include "camera/framework/SinksAndSources.h"
+#include "camera/pipeline/KeptPositions.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
 #include "camera/store/StateLock.h"
@@ -21,6 +21,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -32,10 +33,10 @@ constexpr const char* kPluginName = "DetectionPlugin";
 constexpr const char* kAnalyticsService = "onvif_analytic_service";
 constexpr const char* kComponent = "device";
 
-const Options& checked(const Options& options)
+const DeviceOptions& checked(const DeviceOptions& options)
 {
     if (options.engineCount == 0) {
-        throw std::invalid_argument("a device needs room for at least one engine");
+        throw std::invalid_argument("a device needs at least one engine");
     }
     return options;
 }
@@ -47,7 +48,7 @@ ptz::Preset placeFor(const std::string& name, std::size_t index)
     return {name, {pan, 0, 100}};
 }
 
-ptz::PositioningOptions positioningOptions(const Options& options)
+ptz::PositioningOptions positioningOptions(const DeviceOptions& options)
 {
     ptz::PositioningOptions result;
     result.movable = options.ptz.has_value();
@@ -70,7 +71,7 @@ ptz::PositioningOptions positioningOptions(const Options& options)
 
 class Device::Impl {
 public:
-    explicit Impl(const Options& options);
+    explicit Impl(const DeviceOptions& options);
     ~Impl() { shutdown(); }
 
     void start();
@@ -81,10 +82,10 @@ public:
     Statistics statistics() const;
     void shutdown();
 
-    const Options options;
+    const DeviceOptions options;
     const store::StateLock lock;
-    const std::shared_ptr<serviceapi::ServiceApi> environment;
-    const serviceapi::CurrentServiceApi::Binding environmentBinding;
+    const std::shared_ptr<serviceapi::ServiceApi> serviceApi;
+    const serviceapi::CurrentServiceApi::Binding serviceApiBinding;
     const std::shared_ptr<ptz::PositioningUnit> positioning;
     const std::shared_ptr<framework::PositioningAdapter> positioningAdapter;
     const base::Current<framework::PositioningAdapter>::Binding positioningBinding;
@@ -98,9 +99,6 @@ private:
     void build();
     void destroy();
     void setUpPositioning();
-    void loadPositioning();
-    void storePositioning();
-    void positioningChanged(ptz::PositioningUnit::Change change);
     void activeRulesChanged();
 
     korva::meridan::MeridanEnv _meridan;
@@ -116,8 +114,7 @@ private:
     std::atomic<std::uint64_t> _frames{0};
     std::atomic<std::uint64_t> _framesFailed{0};
 
-    std::mutex _storeMutex; // a later state is never overwritten by an earlier one
-    std::atomic<bool> _storePending{false};
+    std::optional<KeptPositions> _keptPositions;
 
     // Control thread.
     bool _rulesWillBeRead = false;
@@ -127,25 +124,23 @@ private:
     bool _ended = false;
 };
 
-Device::Impl::Impl(const Options& given)
-    : options(checked(given)),
+Device::Impl::Impl(const DeviceOptions& deviceOptions)
+    : options(checked(deviceOptions)),
       lock(options.stateDir),
-      environment(std::make_shared<serviceapi::ServiceApi>(
+      serviceApi(std::make_shared<serviceapi::ServiceApi>(
           serviceapi::ServiceApiOptions{options.stateDir, options.metadataFile, options.services})),
-      environmentBinding(environment),
-      positioning(std::make_shared<ptz::PositioningUnit>(positioningOptions(options),
-                                                         [environment = environment.get()](std::function<void()> task) {
-                                                             environment->control.post(std::move(task));
-                                                         })),
+      serviceApiBinding(serviceApi),
+      positioning(std::make_shared<ptz::PositioningUnit>(
+          positioningOptions(options),
+          [serviceApi = serviceApi.get()](std::function<void()> task) { serviceApi->control.post(std::move(task)); })),
       positioningAdapter(std::make_shared<framework::PositioningAdapter>(positioning)),
       positioningBinding(positioningAdapter),
-      pool(std::make_shared<framework::MetadataPool>(
-          framework::MetadataPool::Options{options.engineCount, options.metadataBytes})),
+      pool(std::make_shared<framework::MetadataPool>(options.engineCount, options.metadataBytes)),
       poolBinding(pool),
       engines(std::make_shared<framework::EngineFactory>(options.engines, options.engineModules,
                                                          [this] { activeRulesChanged(); })),
       enginesBinding(engines),
-      target(environment->control, environment->analyticsTargets, kAnalyticsService)
+      target(serviceApi->control, serviceApi->analyticsTargets, kAnalyticsService)
 {
     if (options.ptz) {
         setUpPositioning();
@@ -156,53 +151,16 @@ void Device::Impl::setUpPositioning()
 {
     const PtzOption& ptz = *options.ptz;
     if (ptz.keepState) {
-        loadPositioning();
-        positioning->onChange([this](auto change) { positioningChanged(change); });
+        _keptPositions.emplace(*serviceApi, *positioning);
+        _keptPositions->begin();
     }
     if (!ptz.arriveAt.empty() && !positioning->placeAt(ptz.arriveAt)) {
         throw std::invalid_argument("preset '" + ptz.arriveAt + "' is beyond what the camera '" +
                                     ptz.description.model + "' can reach");
     }
     // A start after a crash is not given it again.
-    if (ptz.keepState && (!ptz.presets.empty() || !ptz.arriveAt.empty())) {
-        storePositioning();
-    }
-}
-
-void Device::Impl::loadPositioning()
-{
-    std::string problem;
-    try {
-        const auto document = environment->settings.read(ptz::kPositioningKey);
-        problem = document ? positioning->restore(*document).sentence : std::string();
-    } catch (const std::exception& error) {
-        problem = std::string("the positions cannot be read: ") + error.what();
-    }
-    if (!problem.empty()) {
-        base::Log::instance().write(base::LogLevel::error, kComponent, problem);
-    }
-}
-
-void Device::Impl::storePositioning()
-{
-    const std::lock_guard<std::mutex> oneAtATime(_storeMutex);
-    _storePending = false;
-    try {
-        environment->settings.write(ptz::kPositioningKey, positioning->serialize());
-    } catch (const std::exception& error) {
-        base::Log::instance().write(base::LogLevel::error, kComponent,
-                                    std::string("the positions could not be stored: ") + error.what());
-    }
-}
-
-// A list is stored before the caller that changed it gets its answer. Where the camera stands is reported
-// by the code that lets time pass, which must not wait for a disk.
-void Device::Impl::positioningChanged(ptz::PositioningUnit::Change change)
-{
-    if (change == ptz::PositioningUnit::Change::lists) {
-        storePositioning();
-    } else if (!_storePending.exchange(true)) {
-        environment->control.post([this] { storePositioning(); });
+    if (_keptPositions && (!ptz.presets.empty() || !ptz.arriveAt.empty())) {
+        _keptPositions->store();
     }
 }
 
@@ -212,7 +170,7 @@ void Device::Impl::activeRulesChanged()
     if (!options.activeRulesChanged || _rulesWillBeRead || _rulesGo) {
         return;
     }
-    _rulesWillBeRead = environment->control.post([this] {
+    _rulesWillBeRead = serviceApi->control.post([this] {
         _rulesWillBeRead = false;
         if (!_rulesGo) {
             options.activeRulesChanged(pipeline::activeRules(*engines));
@@ -222,9 +180,9 @@ void Device::Impl::activeRulesChanged()
 
 void Device::Impl::start()
 {
-    environment->startServices();
+    serviceApi->startServices();
     const auto factory = framework::loadPlugin(options.pluginPath, kPluginName);
-    environment->control.ask([&] {
+    serviceApi->control.ask([&] {
         try {
             _plugin.reset(factory(&_meridan, _configuration));
         } catch (const std::exception& error) {
@@ -238,7 +196,7 @@ void Device::Impl::start()
         _accepting = true;
     }
     positioning->announceStanding();
-    environment->control.drain(); // the first frame finds the camera where it is said to stand
+    serviceApi->control.drain(); // the first frame finds the camera where it is said to stand
 }
 
 void Device::Impl::build()
@@ -283,24 +241,24 @@ bool Device::Impl::deliverEmpty()
 
 void Device::Impl::drain()
 {
-    environment->control.drain();
-    environment->events.drain();
-    environment->metadataStreamer.drain();
+    serviceApi->control.drain();
+    serviceApi->events.drain();
+    serviceApi->metadataStreamer.drain();
 }
 
 Statistics Device::Impl::statistics() const
 {
-    const auto documents = environment->metadataStreamer.counters();
+    const auto documents = serviceApi->metadataStreamer.counters();
     Statistics result;
     result.frames = _frames;
     result.framesFailed = _framesFailed;
     result.emptyBuffers = _output.empties();
-    result.events = environment->events.published();
-    result.eventsDropped = environment->events.dropped();
+    result.events = serviceApi->events.published();
+    result.eventsDropped = serviceApi->events.dropped();
     result.documents = documents.received;
     result.documentsWritten = documents.written;
     result.documentsDropped = documents.dropped;
-    result.controlFailures = environment->control.failures();
+    result.controlFailures = serviceApi->control.failures();
     result.metadataError = documents.error;
     return result;
 }
@@ -316,17 +274,17 @@ void Device::Impl::shutdown()
         _accepting = false;
     }
     positioning->quiesce();
-    environment->quiesce();
-    if (options.ptz && options.ptz->keepState && positioning->moving()) {
-        storePositioning(); // it starts again from between the places, not from where it was before
+    serviceApi->quiesce();
+    if (_keptPositions && positioning->moving()) {
+        _keptPositions->store(); // it starts again from between the places, not from where it was before
     }
     // Everything queued so far runs before this: no request and no callback is inside the plug-in then, and
     // what comes later finds nobody who serves the target.
-    environment->control.ask([this] { destroy(); });
-    environment->control.stop();
-    environment->events.drain();
-    environment->metadataStreamer.drain();
-    environment->services->stop();
+    serviceApi->control.ask([this] { destroy(); });
+    serviceApi->control.stop();
+    serviceApi->events.drain();
+    serviceApi->metadataStreamer.drain();
+    serviceApi->services->stop();
 }
 
 void Device::Impl::destroy()
@@ -339,10 +297,10 @@ void Device::Impl::destroy()
     _plugin.reset();
     // The plug-in leaves some of its registrations behind: their context is gone now.
     positioningAdapter->discardRegistrations();
-    environment->discardRegistrations();
+    serviceApi->discardRegistrations();
 }
 
-Device::Device(Options options)
+Device::Device(DeviceOptions options)
 {
     base::Log::instance().setLevel(options.logLevel);
     _impl = std::make_unique<Impl>(options);
@@ -368,7 +326,7 @@ TargetClient& Device::target()
 
 serviceapi::EventBus::Subscription Device::onEvent(serviceapi::EventBus::Listener listener)
 {
-    return _impl->environment->events.subscribe(std::move(listener));
+    return _impl->serviceApi->events.subscribe(std::move(listener));
 }
 
 bool Device::goToPreset(const std::string& name)
@@ -406,14 +364,14 @@ ptz::PositioningUnit& Device::positioning()
     return *_impl->positioning;
 }
 
-serviceapi::ServiceApi& Device::environment()
+serviceapi::ServiceApi& Device::serviceApi()
 {
-    return *_impl->environment;
+    return *_impl->serviceApi;
 }
 
 serviceapi::ControlThread& Device::control()
 {
-    return _impl->environment->control;
+    return _impl->serviceApi->control;
 }
 
 } // namespace camera::pipeline

@@ -66,7 +66,7 @@ public:
      *         plug-in is missing, is no library, needs something that this program lacks, registers no
      *         "DetectionPlugin", or failed to build. Nothing is left behind.
      */
-    explicit Device(Options options);
+    explicit Device(DeviceOptions options);
 
     /// As shutdown().
     ~Device();
@@ -77,7 +77,7 @@ public:
      * Hands one frame to the plug-in and returns when it has been analysed.
      *
      * A frame that leaves the plug-in with an exception is logged and counted; the next one may be delivered.
-     * Thread: the frame thread. Borrows nothing: the plug-in works on its own reference to the pixels.
+     * Thread: the frame thread. The plug-in works on its own reference to the pixels.
      */
     FrameResult deliver(const video::Frame& frame);
 
@@ -115,7 +115,7 @@ public:
     std::vector<ActiveRules> activeRules();
 
     ptz::PositioningUnit& positioning();
-    serviceapi::ServiceApi& environment(); ///< settings, device services
+    serviceapi::ServiceApi& serviceApi(); ///< settings, device services
     serviceapi::ControlThread& control();
 
 private:

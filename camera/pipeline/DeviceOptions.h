@@ -43,7 +43,7 @@ struct PtzOption {
 };
 
 /// What a device is made of.
-struct Options {
+struct DeviceOptions {
     std::filesystem::path pluginPath;   ///< the plug-in to load, libdetection.so
     std::filesystem::path stateDir;     ///< created when absent; one process at a time
     std::optional<PtzOption> ptz;       ///< without: a fixed camera

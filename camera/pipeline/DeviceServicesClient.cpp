@@ -31,11 +31,11 @@ ravel_core_status statusOf(const sdbus::Error& error)
 
 } // namespace
 
-DeviceServicesClient::DeviceServicesClient(Options options)
-    : _options(std::move(options)), _connection(_options.address, "the pipeline's client")
+DeviceServicesClient::DeviceServicesClient(std::string address, std::chrono::milliseconds patience)
+    : _patience(patience), _connection(std::move(address), "the pipeline's client")
 {
     _proxies = _connection.add<ServiceProxies>([this](const std::shared_ptr<bus::Session>& session) {
-        return std::make_shared<ServiceProxies>(session, news(), _options.patience);
+        return std::make_shared<ServiceProxies>(session, news(), _patience);
     });
     // Nobody can be asked without a bus. What the plug-in has opened stays open: it never asks again.
     _connection.whenLost([this] { forgetTargets(); });
@@ -51,7 +51,7 @@ void DeviceServicesClient::start(Listener& listener)
     _listener = &listener;
     _connection.start();
     std::unique_lock<std::mutex> lock(_mutex);
-    _settled.wait_for(lock, _options.patience, [this] { return _targets.size() == ServiceProxies::watched().size(); });
+    _settled.wait_for(lock, _patience, [this] { return _targets.size() == ServiceProxies::watched().size(); });
     lock.unlock();
     // The picture is delivered turned as the camera is mounted, from the first frame on.
     std::uint32_t angle = 0;

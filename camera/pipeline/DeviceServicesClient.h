@@ -26,12 +26,8 @@ namespace camera::pipeline {
  */
 class DeviceServicesClient final : public serviceapi::DeviceServices {
 public:
-    struct Options {
-        std::string address;
-        std::chrono::milliseconds patience = bus::kDefaultPatience; ///< the longest wait for one answer
-    };
-
-    explicit DeviceServicesClient(Options options);
+    /// @param patience  the longest wait for one answer
+    explicit DeviceServicesClient(std::string address, std::chrono::milliseconds patience = bus::kDefaultPatience);
     ~DeviceServicesClient() override;
 
     /// Connects and returns when every service was looked up once, or after the patience.
@@ -70,7 +66,7 @@ private:
 
     ravel_core_status ask(const char* service, const char* what, const std::function<void(ServiceProxies&)>& question);
 
-    const Options _options;
+    const std::chrono::milliseconds _patience;
     Listener* _listener = nullptr;
     mutable std::mutex _mutex;
     std::condition_variable _settled;

@@ -9,11 +9,11 @@
 
 #include "camera/base/StopSignal.h"
 #include "camera/onvif/EventText.h"
-#include "camera/pipeline/BusPresence.h"
 #include "camera/pipeline/CameraBuilder.h"
 #include "camera/pipeline/DeviceServicesClient.h"
 #include "camera/pipeline/FrameLoop.h"
 #include "camera/pipeline/FramePacer.h"
+#include "camera/pipeline/PipelineService.h"
 #include "camera/pipeline/PipelineStatus.h"
 #include "camera/pipeline/RememberedCamera.h"
 #include "camera/pipeline/RunReport.h"
@@ -101,7 +101,7 @@ private:
     // False when a signal came while the input was waited for.
     bool open()
     {
-        Options options = deviceOptions();
+        DeviceOptions options = deviceOptions();
         if (hasInput() && !openSource()) {
             return false;
         }
@@ -125,16 +125,16 @@ private:
         for (const std::string& notice : _scenario.begin(*_device)) {
             _console.line(notice);
         }
-        _presence = std::make_unique<BusPresence>(
+        _service = std::make_unique<PipelineService>(
             _options.bus, *_device,
             PipelineObject::Report{[this] { return status(); },
                                    [this] { return _report.takeLongestFrameMilliseconds(); }});
         return true;
     }
 
-    Options deviceOptions()
+    DeviceOptions deviceOptions()
     {
-        Options options = pipeline::deviceOptions(_run.camera, _state.path());
+        DeviceOptions options = pipeline::deviceOptions(_run.camera, _state.path());
         options.metadataFile = _run.metadata;
         options.activeRulesChanged = [this](const auto& rules) { _report.rulesChanged(rules); };
         if (_run.camera.ptz) {
@@ -264,7 +264,7 @@ private:
         }
         const std::vector<ActiveRules> active = _device->activeRules();
         _device->shutdown();
-        _presence.reset();
+        _service.reset();
         const Statistics statistics = _device->statistics();
         _events.reset();
         keepFailure([&] { keepTime(_lastFrameTime); });
@@ -315,10 +315,9 @@ private:
     std::optional<video::Overlay> _overlay;
     bool _overlayComplete = true; ///< false: drawing a frame failed
     std::optional<video::View> _view;
-    const std::shared_ptr<DeviceServicesClient> _services =
-        std::make_shared<DeviceServicesClient>(DeviceServicesClient::Options{_options.bus});
+    const std::shared_ptr<DeviceServicesClient> _services = std::make_shared<DeviceServicesClient>(_options.bus);
     std::unique_ptr<Device> _device;
-    std::unique_ptr<BusPresence> _presence;
+    std::unique_ptr<PipelineService> _service;
     serviceapi::EventBus::Subscription _events;
     std::unique_ptr<video::FrameSource> _source; ///< last: gone before the device, also after a failure
     std::int64_t _lastFrameTime = 0;

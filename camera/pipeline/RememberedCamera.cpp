@@ -137,11 +137,12 @@ void rememberCamera(const base::CameraOptions& options, const fs::path& stateDir
     }
     if (!base::replaceFileDurably(file, text)) {
         throw std::runtime_error("the camera's model and engine modules cannot be kept in '" + file.string() +
-                                 "'; make room on the disk and the folder writable");
+                                 "'; free some space on the disk and make the folder writable");
     }
 }
 
-std::vector<std::string> loadEngineModules(const base::CameraOptions& options, Options& device, base::Console& console)
+std::vector<std::string> loadEngineModules(const base::CameraOptions& options, DeviceOptions& device,
+                                           base::Console& console)
 {
     std::vector<std::string> gone;
     for (const std::string& path : options.engines) {

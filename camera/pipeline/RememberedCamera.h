@@ -24,6 +24,7 @@ void rememberCamera(const base::CameraOptions& options, const std::filesystem::p
 /// Loads the engine modules for a device. Of remembered modules those that cannot be loaded are reported in one line
 /// each.
 /// @return these, by path. @throws std::runtime_error with one sentence for a module that the options name.
-std::vector<std::string> loadEngineModules(const base::CameraOptions& options, Options& device, base::Console& console);
+std::vector<std::string> loadEngineModules(const base::CameraOptions& options, DeviceOptions& device,
+                                           base::Console& console);
 
 } // namespace camera::pipeline

@@ -1,17 +1,42 @@
 #include "camera/pipeline/TargetClient.h"
 
-#include "camera/pipeline/ServiceText.h"
 #include "camera/serviceapi/ControlThread.h"
 #include "camera/serviceapi/ServedTargets.h"
 
-#include "ravel/RavelApiAnalyticsTargetImplBase.h"
-
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
 namespace camera::pipeline {
 
 namespace {
+
+// What the target answers comes from malloc, also when the operation fails.
+struct Text {
+    char* text = nullptr;
+    ~Text() { std::free(text); }
+};
+
+// Ends with a null pointer.
+struct TextList {
+    char** texts = nullptr;
+    ~TextList()
+    {
+        for (char** text = texts; text != nullptr && *text != nullptr; ++text) {
+            std::free(*text);
+        }
+        std::free(texts);
+    }
+};
+
+// A NUL byte would cut it short.
+const std::string& checkedText(const std::string& text)
+{
+    if (text.find('\0') != std::string::npos) {
+        throw std::invalid_argument("a text for the analytics service holds a NUL byte; remove it");
+    }
+    return text;
+}
 
 void requireSuccess(const std::string& operation, int result)
 {
@@ -22,21 +47,6 @@ void requireSuccess(const std::string& operation, int result)
 }
 
 } // namespace
-
-std::string describe(Outcome outcome)
-{
-    switch (outcome) {
-    case Outcome::done:
-        return "done";
-    case Outcome::interrupted:
-        return "interrupted: what was stored before stays";
-    case Outcome::refused:
-        return "refused: one of the rules or modules is not valid";
-    case Outcome::notFound:
-        return "not found: one of the names is unknown";
-    }
-    return "unknown outcome " + std::to_string(static_cast<unsigned int>(outcome));
-}
 
 TargetClient::TargetClient(serviceapi::ControlThread& control, serviceapi::ServedTargets& targets, std::string service)
     : _control(control), _targets(targets), _service(std::move(service))
@@ -56,86 +66,34 @@ void TargetClient::call(const std::function<void(Target&)>& operation)
 
 std::vector<std::string> TargetClient::list(const char* name, int (Target::*operation)(char***))
 {
-    ServiceListOut out;
-    call([&](Target& target) { requireSuccess(name, (target.*operation)(out.address())); });
-    return out.strings();
+    TextList answer;
+    call([&](Target& target) { requireSuccess(name, (target.*operation)(&answer.texts)); });
+    std::vector<std::string> strings;
+    for (char** text = answer.texts; text != nullptr && *text != nullptr; ++text) {
+        strings.emplace_back(*text);
+    }
+    return strings;
 }
 
 std::string TargetClient::text(const char* name, const std::function<int(Target&, char**)>& operation)
 {
-    ServiceTextOut out;
-    call([&](Target& target) { requireSuccess(name, operation(target, out.address())); });
-    return out.string();
+    Text answer;
+    call([&](Target& target) { requireSuccess(name, operation(target, &answer.text)); });
+    return answer.text != nullptr ? answer.text : std::string();
 }
 
 Answer TargetClient::change(int (Target::*operation)(char**, unsigned int*), const std::vector<std::string>& items)
 {
-    const ServiceListIn in(items);
+    std::vector<char*> pointers; // the target's type says char**, it only reads
+    for (const std::string& item : items) {
+        pointers.push_back(const_cast<char*>(checkedText(item).c_str()));
+    }
+    pointers.push_back(nullptr);
     unsigned int status = static_cast<unsigned int>(Outcome::interrupted);
     Answer answer;
-    call([&](Target& target) { answer.result = (target.*operation)(in.array(), &status); });
+    call([&](Target& target) { answer.result = (target.*operation)(pointers.data(), &status); });
     answer.outcome = static_cast<Outcome>(status);
     return answer;
-}
-
-std::vector<std::string> TargetClient::eventTopics()
-{
-    return list("getEventTopics", &Target::getEventTopics);
-}
-
-std::vector<std::string> TargetClient::supportedRules()
-{
-    return list("getSupportedRules", &Target::getSupportedRules);
-}
-
-std::vector<std::string> TargetClient::supportedEngines()
-{
-    return list("getSupportedEngines", &Target::getSupportedEngines);
-}
-
-std::vector<std::string> TargetClient::currentRules()
-{
-    return list("getCurrentRules", &Target::getCurrentRules);
-}
-
-std::vector<std::string> TargetClient::currentEngines()
-{
-    return list("getCurrentEngines", &Target::getCurrentEngines);
-}
-
-std::vector<std::string> TargetClient::usedPtzPresets()
-{
-    return list("getUsedPtzPresets", &Target::getUsedPtzPresets);
-}
-
-Answer TargetClient::createRules(const std::vector<std::string>& rules)
-{
-    return change(&Target::createRules, rules);
-}
-
-Answer TargetClient::modifyRules(const std::vector<std::string>& rules)
-{
-    return change(&Target::modifyRules, rules);
-}
-
-Answer TargetClient::deleteRules(const std::vector<std::string>& names)
-{
-    return change(&Target::deleteRules, names);
-}
-
-Answer TargetClient::createEngines(const std::vector<std::string>& engines)
-{
-    return change(&Target::createEngines, engines);
-}
-
-Answer TargetClient::modifyEngines(const std::vector<std::string>& engines)
-{
-    return change(&Target::modifyEngines, engines);
-}
-
-Answer TargetClient::deleteEngines(const std::vector<std::string>& names)
-{
-    return change(&Target::deleteEngines, names);
 }
 
 std::string TargetClient::currentConfiguration()

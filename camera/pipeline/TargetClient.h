@@ -1,11 +1,11 @@
 #pragma once
 
+#include "ravel/RavelApiAnalyticsTargetImplBase.h"
+
 #include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
-
-class RavelApiAnalyticsTargetImplBase;
 
 namespace camera::serviceapi {
 class ControlThread;
@@ -21,9 +21,6 @@ enum class Outcome : unsigned int {
     refused = 4,     ///< one of the rules or modules is not valid: nothing of the call was stored
     notFound = 5,    ///< one of the names is unknown
 };
-
-/// "done", "refused: ..." and so on, for people.
-std::string describe(Outcome outcome);
 
 /// What an operation with a status word answered.
 struct Answer {
@@ -44,26 +41,29 @@ struct Answer {
  * when a text holds a NUL byte, which no operation could take.
  */
 class TargetClient {
+    using Target = RavelApiAnalyticsTargetImplBase;
+    using Texts = std::vector<std::string>;
+
 public:
     TargetClient(serviceapi::ControlThread& control, serviceapi::ServedTargets& targets, std::string service);
     TargetClient(const TargetClient&) = delete;
     TargetClient& operator=(const TargetClient&) = delete;
 
-    std::vector<std::string> eventTopics();
-    std::vector<std::string> supportedRules();
-    std::vector<std::string> supportedEngines();
+    Texts eventTopics() { return list("getEventTopics", &Target::getEventTopics); }
+    Texts supportedRules() { return list("getSupportedRules", &Target::getSupportedRules); }
+    Texts supportedEngines() { return list("getSupportedEngines", &Target::getSupportedEngines); }
 
     /// Whole elements, one string each.
-    std::vector<std::string> currentRules();
-    std::vector<std::string> currentEngines();
+    Texts currentRules() { return list("getCurrentRules", &Target::getCurrentRules); }
+    Texts currentEngines() { return list("getCurrentEngines", &Target::getCurrentEngines); }
 
     /// Each item is one tt:Rule, respectively tt:AnalyticsModule element.
-    Answer createRules(const std::vector<std::string>& rules);
-    Answer modifyRules(const std::vector<std::string>& rules);
-    Answer createEngines(const std::vector<std::string>& engines);
-    Answer modifyEngines(const std::vector<std::string>& engines);
-    Answer deleteRules(const std::vector<std::string>& names);
-    Answer deleteEngines(const std::vector<std::string>& names);
+    Answer createRules(const Texts& rules) { return change(&Target::createRules, rules); }
+    Answer modifyRules(const Texts& rules) { return change(&Target::modifyRules, rules); }
+    Answer createEngines(const Texts& engines) { return change(&Target::createEngines, engines); }
+    Answer modifyEngines(const Texts& engines) { return change(&Target::modifyEngines, engines); }
+    Answer deleteRules(const Texts& names) { return change(&Target::deleteRules, names); }
+    Answer deleteEngines(const Texts& names) { return change(&Target::deleteEngines, names); }
 
     /// The merged document of the active, respectively of one preset's configurations.
     std::string currentConfiguration();
@@ -81,19 +81,17 @@ public:
     bool setConfiguration(const std::string& xml) { return acceptConfiguration(xml).ok(); }
 
     void restoreDefaultSettings();
-    std::vector<std::string> usedPtzPresets();
+    Texts usedPtzPresets() { return list("getUsedPtzPresets", &Target::getUsedPtzPresets); }
 
     /// No engine of that name: nothing happens. The target does not say whether the file could be used.
     void readFramesFromFile(const std::string& engine, const std::string& path, bool flag);
     void writeFramesToFile(const std::string& engine, const std::string& path, unsigned int count);
 
 private:
-    using Target = RavelApiAnalyticsTargetImplBase;
-
     void call(const std::function<void(Target&)>& operation);
-    std::vector<std::string> list(const char* name, int (Target::*operation)(char***));
+    Texts list(const char* name, int (Target::*operation)(char***));
     std::string text(const char* name, const std::function<int(Target&, char**)>& operation);
-    Answer change(int (Target::*operation)(char**, unsigned int*), const std::vector<std::string>& items);
+    Answer change(int (Target::*operation)(char**, unsigned int*), const Texts& items);
 
     serviceapi::ControlThread& _control;
     serviceapi::ServedTargets& _targets;

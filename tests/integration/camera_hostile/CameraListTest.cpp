@@ -85,7 +85,7 @@ protected:
 
 private:
     const TemporaryFolder _folder;
-    camera::pipeline::Options _options;
+    camera::pipeline::DeviceOptions _options;
     std::unique_ptr<Device> _device;
 };
 

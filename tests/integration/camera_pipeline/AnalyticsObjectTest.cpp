@@ -149,7 +149,7 @@ TEST_F(AnalyticsObjectTest, bytesThatCannotBeSentLeaveAsReplacementCharactersAnd
     device->drain();
     EXPECT_THAT(analytics<std::string>("getCurrentConfiguration"), HasSubstr("Value=\"G" + replaced + "\""));
     EXPECT_THAT(analytics<Texts>("getCurrentRules"), ElementsAre(HasSubstr("Value=\"G" + replaced + "\"")));
-    EXPECT_EQ(presence->sessions(), 1u);
+    EXPECT_EQ(pipelineService->sessions(), 1u);
 }
 
 TEST_F(AnalyticsObjectTest, aDocumentOfTenMegabytesIsTakenAndGivenBack)
@@ -162,7 +162,7 @@ TEST_F(AnalyticsObjectTest, aDocumentOfTenMegabytesIsTakenAndGivenBack)
               Acceptance(0, 0));
     EXPECT_NE(analytics<std::string>("getCurrentConfiguration").find(value), std::string::npos);
     EXPECT_EQ(analytics<Texts>("getCurrentRules").size(), 1u);
-    EXPECT_EQ(presence->sessions(), 1u);
+    EXPECT_EQ(pipelineService->sessions(), 1u);
 }
 
 TEST_F(AnalyticsObjectTest, anArrayOfAHundredThousandStringsIsAnswered)
@@ -170,7 +170,7 @@ TEST_F(AnalyticsObjectTest, anArrayOfAHundredThousandStringsIsAnswered)
     EXPECT_EQ(change("deleteRules", Texts(100000, "unknown")), Outcome(0, 5));
     EXPECT_EQ(change("createRules", Texts(100000, "no xml")), Outcome(0, 4));
     EXPECT_EQ(change("modifyEngines", Texts(100000)), Outcome(0, 4));
-    EXPECT_EQ(presence->sessions(), 1u);
+    EXPECT_EQ(pipelineService->sessions(), 1u);
 }
 
 TEST_F(AnalyticsObjectTest, wrongArgumentsAndUnknownMethodsAreErrorsAndNothingElse)

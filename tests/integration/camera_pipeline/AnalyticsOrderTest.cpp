@@ -180,7 +180,7 @@ TEST_F(AnalyticsOrderTest, theBusMayDieAgainAndAgainWhileRequestsAndEventsCome)
 TEST_F(AnalyticsOrderTest, eventsThatAreRaisedWhileTheBusIsAwayAreGone)
 {
     bus.kill();
-    ASSERT_TRUE(eventually([&] { return !presence->connected() && !client.connection.connected(); }));
+    ASSERT_TRUE(eventually([&] { return !pipelineService->connected() && !client.connection.connected(); }));
     hosted.events.load()->OnEvent("lost", "", "");
     unit().goToPreset("Gate", {"anna", 100});
     device->drain();

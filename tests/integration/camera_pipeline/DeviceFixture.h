@@ -79,7 +79,7 @@ protected:
     const TemporaryFolder folder;
     Hosted& hosted = Hosted::instance();
     const std::shared_ptr<FakeDeviceServices> services = std::make_shared<FakeDeviceServices>();
-    camera::pipeline::Options options;
+    camera::pipeline::DeviceOptions options;
     std::unique_ptr<camera::pipeline::Device> device;
 
 private:

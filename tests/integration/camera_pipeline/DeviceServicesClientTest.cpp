@@ -56,7 +56,7 @@ protected:
 
     void make(std::chrono::milliseconds patience = 60s)
     {
-        services = std::make_unique<DeviceServicesClient>(DeviceServicesClient::Options{bus.address(), patience});
+        services = std::make_unique<DeviceServicesClient>(bus.address(), patience);
     }
 
     void watch(std::chrono::milliseconds patience = 60s)

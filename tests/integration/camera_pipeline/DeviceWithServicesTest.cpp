@@ -25,7 +25,7 @@ protected:
 
     void start()
     {
-        client = std::make_shared<DeviceServicesClient>(DeviceServicesClient::Options{bus.address(), patience});
+        client = std::make_shared<DeviceServicesClient>(bus.address(), patience);
         options.services = client;
         DeviceFixture::start();
     }

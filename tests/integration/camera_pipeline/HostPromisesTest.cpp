@@ -169,7 +169,7 @@ TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
     hosted.onControl = [&](const std::string& operation) {
         if (operation == "Motion destroyed") { // the target is gone already, engines are the last to go
             leftPositioning = positioningCallbacks();
-            leftRotation = device->environment().rotation.handlers();
+            leftRotation = device->serviceApi().rotation.handlers();
         }
     };
     device->shutdown();
@@ -180,7 +180,7 @@ TEST_F(HostPromisesTest, nothingReachesAPluginThatIsBeingDestroyedOrGone)
     EXPECT_EQ(leftPositioning, 1u) << "the plug-in leaves its tour callback, or this test shows nothing";
     EXPECT_EQ(leftRotation, 1u) << "the plug-in leaves its rotation handler, or this test shows nothing";
     EXPECT_EQ(positioningCallbacks(), 0u);
-    EXPECT_EQ(device->environment().rotation.handlers(), 0u);
+    EXPECT_EQ(device->serviceApi().rotation.handlers(), 0u);
     EXPECT_EQ(hosted.count("Motion orientation 90"), 0u);
     EXPECT_EQ(hosted.journal().back(), "Motion destroyed");
 

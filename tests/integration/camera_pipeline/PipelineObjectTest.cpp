@@ -61,9 +61,9 @@ TEST_F(PipelineObjectTest, itsStatusIsProperties)
 TEST_F(PipelineObjectTest, givesTheDocumentsOfTheSettingsNewestFirst)
 {
     serve();
-    device->environment().settings.write("k", "one");
-    device->environment().settings.write("k", "second");
-    device->environment().settings.write("other \xFF", "x");
+    device->serviceApi().settings.write("k", "one");
+    device->serviceApi().settings.write("k", "second");
+    device->serviceApi().settings.write("other \xFF", "x");
     const auto keys = client.one<Texts>(service::kPipeline, "storedKeys");
     EXPECT_THAT(keys, Contains("k"));
     EXPECT_THAT(keys, Contains("other \xEF\xBF\xBD"));
@@ -83,20 +83,20 @@ TEST_F(PipelineObjectTest, givesTheDocumentsOfTheSettingsNewestFirst)
 TEST_F(PipelineObjectTest, makesAnEarlierDocumentTheNewest)
 {
     serve();
-    device->environment().settings.write("k", "one");
-    device->environment().settings.write("k", "second");
+    device->serviceApi().settings.write("k", "one");
+    device->serviceApi().settings.write("k", "second");
     const std::vector<VersionRow> versions = history("k");
     client.ask<>(service::kPipeline, "restore", std::string("k"), versions[1].get<0>());
-    EXPECT_EQ(device->environment().settings.read("k"), "one");
+    EXPECT_EQ(device->serviceApi().settings.read("k"), "one");
     EXPECT_EQ(client.refusal<>(service::kPipeline, "restore", std::string("k"), std::int64_t{99}),
               "ravel.Error.Refused|no good document number 99 of this key is kept");
-    EXPECT_EQ(device->environment().settings.read("k"), "one");
+    EXPECT_EQ(device->serviceApi().settings.read("k"), "one");
 }
 
 TEST_F(PipelineObjectTest, documentsLeaveWithReplacementCharacters)
 {
     serve();
-    device->environment().settings.write("k", std::string("a\xFF\0z", 4));
+    device->serviceApi().settings.write("k", std::string("a\xFF\0z", 4));
     EXPECT_EQ(client.one<std::string>(service::kPipeline, "document", std::string("k"), history("k")[0].get<0>()),
               "a\xEF\xBF\xBD\xEF\xBF\xBDz");
 }
@@ -104,7 +104,7 @@ TEST_F(PipelineObjectTest, documentsLeaveWithReplacementCharacters)
 TEST_F(PipelineObjectTest, unknownKeysAndNumbersAreRefusedWithASentence)
 {
     serve();
-    device->environment().settings.write("k", "one");
+    device->serviceApi().settings.write("k", "one");
     const std::string none = "ravel.Error.Refused|no good document number ";
     const auto refusal = [&](const std::string& key, std::int64_t sequence) {
         return client.refusal<std::string>(service::kPipeline, "document", key, sequence);

@@ -245,7 +245,7 @@ TEST_F(PositioningObjectTest, hostileNamesAndToursAreRefused)
     EXPECT_EQ(order("createTour", gate, Stops(10000, StopRow("Gate", 0, 1))), "a tour has 1 to 64 stops");
     EXPECT_THAT(presets(), SizeIs(2));
     EXPECT_THAT(tours(), IsEmpty());
-    EXPECT_EQ(presence->sessions(), 1u);
+    EXPECT_EQ(pipelineService->sessions(), 1u);
 }
 
 TEST_F(PositioningObjectTest, signalsFlowAgainAfterTheBusCameBack)
@@ -260,7 +260,7 @@ TEST_F(PositioningObjectTest, signalsFlowAgainAfterTheBusCameBack)
 TEST_F(PositioningObjectTest, tellsNothingOnceItIsTakenDown)
 {
     serve();
-    presence.reset();
+    pipelineService.reset();
     unit().savePresetHere("Door");
     device->drain();
     EXPECT_TRUE(eventually([&] { return !client.isServed(service::kPositioning); }));

@@ -165,7 +165,7 @@ TEST_F(RawClientTest, isPutOffTheBusForTextThatIsNotUtf8AndOthersAreAnswered)
         EXPECT_EQ(analytics<Texts>("getEventTopics").size(), 2u);
     }
     EXPECT_EQ(hosted.count("Motion isEngineConfiguration"), 0u) << "nothing of it reached an engine";
-    EXPECT_EQ(presence->sessions(), 1u);
+    EXPECT_EQ(pipelineService->sessions(), 1u);
 }
 
 TEST_F(RawClientTest, mayLeaveInTheMiddleOfAMessage)
@@ -190,7 +190,7 @@ TEST_F(RawClientTest, mayLeaveBeforeItsAnswersCome)
         }
     }
     EXPECT_EQ(analytics<Texts>("getEventTopics").size(), 2u);
-    EXPECT_EQ(presence->sessions(), 1u);
+    EXPECT_EQ(pipelineService->sessions(), 1u);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/pipeline/BusPresence.h"
+#include "camera/pipeline/PipelineService.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
 #include "integration/camera_pipeline/BusClient.h"
@@ -32,14 +32,14 @@ protected:
         if (device) {
             device->shutdown();
         }
-        presence.reset();
+        pipelineService.reset();
         DeviceFixture::TearDown();
     }
 
     void serve()
     {
         start();
-        presence = std::make_unique<camera::pipeline::BusPresence>(bus.address(), *device, report());
+        pipelineService = std::make_unique<camera::pipeline::PipelineService>(bus.address(), *device, report());
         ASSERT_TRUE(client.waitForSession(1)) << client.connection.reason();
         ASSERT_TRUE(waitUntilServed());
     }
@@ -59,12 +59,12 @@ protected:
 
     void restartBus()
     {
-        const auto served = presence->sessions();
+        const auto served = pipelineService->sessions();
         const auto asked = client.connection.sessions();
         bus.kill();
         bus.start();
         ASSERT_TRUE(client.waitForSession(asked + 1)) << client.connection.reason();
-        ASSERT_TRUE(eventually([&] { return presence->sessions() > served && presence->connected(); }));
+        ASSERT_TRUE(eventually([&] { return pipelineService->sessions() > served && pipelineService->connected(); }));
     }
 
     template <class Out>
@@ -99,7 +99,7 @@ protected:
     test_support::TestBus bus;
     BusClient client{bus.address()};
     camera::pipeline::PipelineStatus status;
-    std::unique_ptr<camera::pipeline::BusPresence> presence;
+    std::unique_ptr<camera::pipeline::PipelineService> pipelineService;
 };
 
 } // namespace pipeline_test

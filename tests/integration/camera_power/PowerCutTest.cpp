@@ -26,12 +26,12 @@ protected:
         Workload workload(kStartValue);
         for (int session = 0; session < 4; ++session) {
             start();
-            StubEngines::instance().onCall = [this] { recording->look(device->environment().settings); };
-            recording->look(device->environment().settings);
+            StubEngines::instance().onCall = [this] { recording->look(device->serviceApi().settings); };
+            recording->look(device->serviceApi().settings);
             recording->noteStarted();
             for (int call = 0; call < 25; ++call) {
                 workload.step(*device);
-                recording->look(device->environment().settings);
+                recording->look(device->serviceApi().settings);
             }
             StubEngines::instance().onCall = nullptr;
             stop();
@@ -76,7 +76,7 @@ protected:
 
     std::optional<std::string> newestOfTheHistory()
     {
-        auto& store = device->environment().settings;
+        auto& store = device->serviceApi().settings;
         const auto history = store.history(kSettingsKey);
         return history.empty() ? std::nullopt : store.fromHistory(kSettingsKey, history.front().sequence);
     }

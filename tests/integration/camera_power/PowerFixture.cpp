@@ -51,12 +51,12 @@ std::optional<std::string> PowerFixture::refusal()
 
 std::string PowerFixture::storedDocument() const
 {
-    return device->environment().settings.read(kSettingsKey).value_or("nothing");
+    return device->serviceApi().settings.read(kSettingsKey).value_or("nothing");
 }
 
 std::vector<std::string> PowerFixture::notices() const
 {
-    return device->environment().settings.notices();
+    return device->serviceApi().settings.notices();
 }
 
 bool PowerFixture::deliversAFrame() const

@@ -51,7 +51,7 @@ protected:
 
     TemporaryFolder folder;
     const std::filesystem::path state = folder / "state";
-    camera::pipeline::Options options;
+    camera::pipeline::DeviceOptions options;
     std::unique_ptr<camera::pipeline::Device> device;
 };
 

@@ -1,6 +1,6 @@
-#include "camera/framework/Connections.h"
 #include "camera/framework/FrameBuffer.h"
 #include "camera/framework/PluginConfiguration.h"
+#include "camera/framework/SinksAndSources.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

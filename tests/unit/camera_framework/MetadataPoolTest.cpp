@@ -31,9 +31,9 @@ protected:
     }
     void TearDown() override { Log::instance().setWriter({}); }
 
-    void bind(const MetadataPool::Options& options)
+    void bind(std::size_t engineCount, std::uint32_t bytesPerEngine)
     {
-        pool = std::make_shared<MetadataPool>(options);
+        pool = std::make_shared<MetadataPool>(engineCount, bytesPerEngine);
         binding = std::make_unique<camera::base::Current<MetadataPool>::Binding>(pool);
     }
 
@@ -51,9 +51,9 @@ protected:
     MetadataTransmitter& transmitter = MetadataTransmitter::instance();
 };
 
-TEST_F(MetadataPoolTest, lendsRoomForEveryEngineAndHandsOnWhatTheyWrote)
+TEST_F(MetadataPoolTest, handsOutSpaceForEveryEngineAndPassesOnWhatTheyWrote)
 {
-    bind({3, 64});
+    bind(3, 64);
     EXPECT_EQ(transmitter.GetMaxBufferSize(), 64u);
     std::uint8_t* drawing = transmitter.GetEmptyDrawingBuffer();
     std::uint8_t* motion = transmitter.GetEmptyMotionBuffer();
@@ -70,7 +70,7 @@ TEST_F(MetadataPoolTest, lendsRoomForEveryEngineAndHandsOnWhatTheyWrote)
 
 TEST_F(MetadataPoolTest, handsOnFramesWithoutAnyData)
 {
-    bind({1, 64});
+    bind(1, 64);
     transmitter.GetEmptyDrawingBuffer();
     transmitter.GetEmptyMotionBuffer();
     transmitter.ReturnFullDrawingBuffer(0);
@@ -78,9 +78,9 @@ TEST_F(MetadataPoolTest, handsOnFramesWithoutAnyData)
     EXPECT_EQ(outputs().first, "");
 }
 
-TEST_F(MetadataPoolTest, lendsAgainWhatAFailedFrameNeverGaveBack)
+TEST_F(MetadataPoolTest, handsOutAgainWhatAFailedFrameNeverGaveBack)
 {
-    bind({1, 64});
+    bind(1, 64);
     std::uint8_t* first = transmitter.GetEmptyDrawingBuffer();
     transmitter.ReturnFullDrawingBuffer(10);
     EXPECT_EQ(transmitter.GetEmptyDrawingBuffer(), first);
@@ -91,7 +91,7 @@ TEST_F(MetadataPoolTest, lendsAgainWhatAFailedFrameNeverGaveBack)
 
 TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
 {
-    bind({2, 64});
+    bind(2, 64);
     transmitter.GetEmptyDrawingBuffer();
     transmitter.GetEmptyMotionBuffer();
     transmitter.ReturnFullDrawingBuffer(129);
@@ -100,7 +100,7 @@ TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
     EXPECT_THAT(lines, ElementsAre(HasSubstr("129 bytes of drawing data, the buffer has 128")));
 }
 
-TEST_F(MetadataPoolTest, lendsNothingWithoutADevice)
+TEST_F(MetadataPoolTest, handsOutNothingWithoutADevice)
 {
     EXPECT_EQ(transmitter.GetEmptyDrawingBuffer(), nullptr);
     EXPECT_EQ(transmitter.GetEmptyMotionBuffer(), nullptr);
@@ -111,14 +111,14 @@ TEST_F(MetadataPoolTest, lendsNothingWithoutADevice)
 
 TEST_F(MetadataPoolTest, refusesSizesThatWouldMisalignTheBuffers)
 {
-    EXPECT_THROW(MetadataPool({0, 64}), std::invalid_argument);
-    EXPECT_THROW(MetadataPool({1, 0}), std::invalid_argument);
-    EXPECT_THROW(MetadataPool({1, 100}), std::invalid_argument);
+    EXPECT_THROW(MetadataPool(0, 64), std::invalid_argument);
+    EXPECT_THROW(MetadataPool(1, 0), std::invalid_argument);
+    EXPECT_THROW(MetadataPool(1, 100), std::invalid_argument);
 }
 
-TEST_F(MetadataPoolTest, lendsAlignedBuffers)
+TEST_F(MetadataPoolTest, handsOutAlignedBuffers)
 {
-    bind({3, 64 * 7});
+    bind(3, 64 * 7);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(transmitter.GetEmptyDrawingBuffer()) % 64, 0u);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(transmitter.GetEmptyMotionBuffer()) % 64, 0u);
 }
@@ -129,8 +129,8 @@ TEST_F(MetadataPoolDeathTest, endsTheProcessAtTheFirstByteWrittenTooFar)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto writeAt = [this](std::size_t offset, bool motion) {
-        bind({2, 64});
-        volatile std::uint8_t* buffer = motion ? pool->lendMotion() : pool->lendDrawing();
+        bind(2, 64);
+        volatile std::uint8_t* buffer = motion ? pool->emptyMotion() : pool->emptyDrawing();
         buffer[offset] = 1;
         binding.reset();
     };

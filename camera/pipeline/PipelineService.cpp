@@ -1,4 +1,4 @@
-#include "camera/pipeline/BusPresence.h"
+#include "camera/pipeline/PipelineService.h"
 
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
@@ -9,7 +9,7 @@ namespace camera::pipeline {
 
 using bus::Session;
 
-BusPresence::BusPresence(const std::string& address, Device& device, PipelineObject::Report report)
+PipelineService::PipelineService(const std::string& address, Device& device, PipelineObject::Report report)
     : _connection(address, "the pipeline"),
       _analytics(_connection.add<AnalyticsObject>([&device](const std::shared_ptr<Session>& session) {
           return std::make_shared<AnalyticsObject>(session, device.target(), device.control());
@@ -19,7 +19,7 @@ BusPresence::BusPresence(const std::string& address, Device& device, PipelineObj
       })),
       _pipeline(_connection.add<PipelineObject>(
           [&device, report = std::move(report)](const std::shared_ptr<Session>& session) {
-              return std::make_shared<PipelineObject>(session, device.environment().settings, report);
+              return std::make_shared<PipelineObject>(session, device.serviceApi().settings, report);
           })),
       _positioningEvents(device.positioning().onEvent([positioning = _positioning](const ptz::PositioningEvent& event) {
           if (const auto object = positioning->get()) {
@@ -35,7 +35,7 @@ BusPresence::BusPresence(const std::string& address, Device& device, PipelineObj
     _connection.start();
 }
 
-BusPresence::~BusPresence()
+PipelineService::~PipelineService()
 {
     _connection.stop();
 }

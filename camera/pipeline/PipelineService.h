@@ -17,12 +17,12 @@ namespace camera::pipeline {
  * Built when the device is complete, taken down after Device::shutdown(): until then requests that come are
  * still answered, with the sentence that the camera is ending.
  */
-class BusPresence {
+class PipelineService {
 public:
-    BusPresence(const std::string& address, Device& device, PipelineObject::Report report);
-    ~BusPresence();
-    BusPresence(const BusPresence&) = delete;
-    BusPresence& operator=(const BusPresence&) = delete;
+    PipelineService(const std::string& address, Device& device, PipelineObject::Report report);
+    ~PipelineService();
+    PipelineService(const PipelineService&) = delete;
+    PipelineService& operator=(const PipelineService&) = delete;
 
     bool connected() const { return _connection.connected(); }
     std::uint64_t sessions() const { return _connection.sessions(); }

@@ -1,4 +1,4 @@
-#include "camera/framework/Connections.h"
+#include "camera/framework/SinksAndSources.h"
 
 #include <algorithm>
 #include <memory>
