@@ -51,7 +51,7 @@ EMIT = """    void emit{camel}({parameters}) noexcept
 METHOD = """        void {name}(sdbus::Result<{out}>&& result{copies}) override
         {{
             const std::size_t bytes = bytesOf({names});
-            _server.handle(std::move(result), bytes, [&server = _server{captures}]() mutable {{
+            _server.handle("{name}", std::move(result), bytes, [&server = _server{captures}]() mutable {{
                 {checks}return server.{name}({names}); }});
         }}
 """

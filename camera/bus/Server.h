@@ -42,15 +42,19 @@ public:
     /// Sends an error, whatever the outcome was.
     void refuse(const char* error, const std::string& text) noexcept;
 
+    /// The method that is called.
+    const char* method() const { return _method; }
+
     /// About what the question holds in memory.
     std::size_t bytes() const { return _bytes; }
 
 protected:
-    explicit Request(std::size_t bytes) : _bytes(bytes) {}
+    Request(const char* method, std::size_t bytes) : _method(method), _bytes(bytes) {}
 
     std::optional<sdbus::Error> _failure;
 
 private:
+    const char* const _method;
     const std::size_t _bytes;
 };
 
@@ -85,10 +89,11 @@ protected:
 
     /// Hands a call to the dispatch; operation returns nothing, the method's result, or a tuple of its results.
     template <class... Out, class Operation>
-    void handle(sdbus::Result<Out...>&& result, std::size_t bytes, Operation operation)
+    void handle(const char* method, sdbus::Result<Out...>&& result, std::size_t bytes, Operation operation)
     {
         guarded([&] {
-            _dispatch(std::make_shared<Call<Operation, Out...>>(std::move(result), std::move(operation), bytes));
+            _dispatch(
+                std::make_shared<Call<Operation, Out...>>(method, std::move(result), std::move(operation), bytes));
         });
     }
 
@@ -114,8 +119,8 @@ private:
     template <class Operation, class... Out>
     class Call final : public Request {
     public:
-        Call(sdbus::Result<Out...>&& result, Operation operation, std::size_t bytes)
-            : Request(bytes), _result(std::move(result)), _operation(std::move(operation))
+        Call(const char* method, sdbus::Result<Out...>&& result, Operation operation, std::size_t bytes)
+            : Request(method, bytes), _result(std::move(result)), _operation(std::move(operation))
         {
         }
 

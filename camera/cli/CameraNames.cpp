@@ -57,7 +57,7 @@ Names ask(Offer offer, CommandContext& context)
     case Offer::modules:
         return components(context.client(), false);
     case Offer::engines:
-        return listed(context.client(), &bus::PipelineClient::Engines);
+        return listed(context.client(), &bus::PipelineClient::engines);
     case Offer::services:
         return {bus::service::kDayNight, bus::service::kWindowBlanking, bus::service::kRotate,
                 bus::service::kOnvifMetadataStreamer, bus::service::kConfiguration};

@@ -39,6 +39,37 @@ Json::Value supervisor(CameraClient& client)
     return value;
 }
 
+// "preset 'Gate', rule 'A', module 'B'", or "none"
+std::string activeText(const std::string& preset, const std::vector<std::string>& rules,
+                       const std::vector<std::string>& modules)
+{
+    std::string text = preset.empty() ? "" : "preset '" + preset + "'";
+    for (const std::string& rule : rules) {
+        text += (text.empty() ? "rule '" : ", rule '") + rule + "'";
+    }
+    for (const std::string& module : modules) {
+        text += (text.empty() ? "module '" : ", module '") + module + "'";
+    }
+    return text.empty() ? "none" : text;
+}
+
+// The camera answers this on the thread that calls its engines, so it can fail where the rest does not.
+Json::Value engines(CameraClient& client)
+{
+    Json::Value all(Json::arrayValue);
+    for (const auto& row : client.ask(&bus::PipelineClient::engines)) {
+        const auto& [name, preset, rules, modules, calls, exceptions, frames, mean, longest, histogram] = columns(row);
+        Json::Value engine =
+            jsonObject({"name", "active", "calls", "exceptions", "frames", "meanFrameMs", "longestFrameMs"}, name,
+                       activeText(preset, rules, modules), calls, exceptions, frames, mean, longest);
+        for (const std::uint64_t count : histogram) {
+            engine["frameTimes"].append(Json::UInt64(count));
+        }
+        all.append(engine);
+    }
+    return all;
+}
+
 Json::Value pipeline(CameraClient& client)
 {
     using Pipeline = bus::PipelineClient;
@@ -51,7 +82,7 @@ Json::Value pipeline(CameraClient& client)
         std::pair("documentsTaken", &Pipeline::DocumentsTaken),
         std::pair("documentsDropped", &Pipeline::DocumentsDropped),
         std::pair("controlFailures", &Pipeline::ControlFailures), std::pair("orientation", &Pipeline::Orientation));
-    value["engines"] = jsonRows({"name", "active"}, client.ask(&Pipeline::Engines));
+    value["engines"] = part([&] { return engines(client); });
     value["missingEngines"] = Json::arrayValue;
     for (const std::string& path : client.ask(&Pipeline::MissingEngines)) {
         value["missingEngines"].append(path);
@@ -148,6 +179,26 @@ void showPosition(Context& context, const Json::Value& at)
              (preset.empty() ? "" : "  at preset '" + preset + "'"));
 }
 
+void showEngines(Context& context, const Json::Value& engines)
+{
+    if (engines.isObject() && !answers(context, "active", engines)) {
+        return;
+    }
+    std::string label = "active";
+    for (const Json::Value& engine : engines) {
+        line(context, label, textOf(engine["name"]) + ": " + textOf(engine["active"]));
+        label.clear();
+    }
+    label = "engines";
+    for (const Json::Value& engine : engines) {
+        line(context, label,
+             textOf(engine["name"]) + ": calls " + textOf(engine["calls"]) + "  exceptions " +
+                 textOf(engine["exceptions"]) + "  frames " + textOf(engine["frames"]) + "  mean " +
+                 number(engine["meanFrameMs"], 2) + " ms  longest " + number(engine["longestFrameMs"], 1) + " ms");
+        label.clear();
+    }
+}
+
 void showPipeline(Context& context, const Json::Value& pipeline)
 {
     if (!answers(context, "frames", pipeline)) {
@@ -159,11 +210,7 @@ void showPipeline(Context& context, const Json::Value& pipeline)
              textOf(pipeline["framesFailed"]) + "  longest " + number(pipeline["longestFrameMs"], 1) + " ms");
     line(context, "events", textOf(pipeline["events"]) + "  dropped " + textOf(pipeline["eventsDropped"]));
     line(context, "documents", textOf(pipeline["documents"]) + "  dropped " + textOf(pipeline["documentsDropped"]));
-    std::string label = "active";
-    for (const Json::Value& engine : pipeline["engines"]) {
-        line(context, label, textOf(engine["name"]) + ": " + textOf(engine["active"]));
-        label.clear();
-    }
+    showEngines(context, pipeline["engines"]);
     for (const Json::Value& path : pipeline["missingEngines"]) {
         line(context, "not loaded", "engine module '" + textOf(path) + "'");
     }

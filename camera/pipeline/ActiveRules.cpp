@@ -27,17 +27,6 @@ std::vector<ActiveRules> activeRules(const framework::EngineFactory& engines)
     return all;
 }
 
-std::string describe(const ActiveRules& rules)
-{
-    const std::string preset = rules.preset();
-    std::string text = preset.empty() ? "" : "preset '" + preset + "'";
-    for (const onvif::ComponentName& component : rules.components) {
-        text +=
-            (text.empty() ? "" : ", ") + std::string(component.isRule ? "rule '" : "module '") + component.name + "'";
-    }
-    return text.empty() ? kNoRules : text;
-}
-
 std::string describe(const std::vector<ActiveRules>& rules)
 {
     std::string text;

@@ -25,9 +25,6 @@ std::vector<ActiveRules> activeRules(const framework::EngineFactory& engines);
 
 inline constexpr char kNoRules[] = "none";
 
-/// "preset 'Gate', rule 'A', module 'B'", or "none"
-std::string describe(const ActiveRules& rules);
-
 /// "Simple, Motion at Gate", or "none"
 std::string describe(const std::vector<ActiveRules>& rules);
 

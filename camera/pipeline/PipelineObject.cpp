@@ -1,13 +1,36 @@
 #include "camera/pipeline/PipelineObject.h"
 
-#include "camera/store/SettingsStore.h"
+#include "camera/framework/EngineFactory.h"
+#include "camera/pipeline/ControlAnswer.h"
+#include "camera/pipeline/Device.h"
+#include "camera/serviceapi/ServiceApi.h"
 
+#include <algorithm>
+#include <chrono>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
 namespace camera::pipeline {
 
 namespace {
+
+// What the engines evaluate is read on the thread that calls them. Everything else is answered while they keep it, too.
+bus::Dispatch enginesOnControl(const std::shared_ptr<bus::Session>& session, serviceapi::ControlThread& control)
+{
+    return [onControl = onControl(session, control)](const std::shared_ptr<bus::Request>& request) {
+        if (request->method() == std::string_view("engines")) {
+            onControl(request);
+        } else {
+            bus::atOnce(request);
+        }
+    };
+}
+
+double milliseconds(std::chrono::nanoseconds time)
+{
+    return std::chrono::duration<double, std::milli>(time).count();
+}
 
 std::string noDocument(std::int64_t sequence)
 {
@@ -16,16 +39,37 @@ std::string noDocument(std::int64_t sequence)
 
 } // namespace
 
-PipelineObject::PipelineObject(const std::shared_ptr<bus::Session>& session, store::SettingsStore& settings,
-                               Report report)
-    : PipelineServer(session->connection()), _settings(settings), _report(std::move(report))
+PipelineObject::PipelineObject(const std::shared_ptr<bus::Session>& session, Device& device, Report report)
+    : PipelineServer(session->connection(), enginesOnControl(session, device.control())),
+      _device(device),
+      _report(std::move(report))
 {
     takeName();
 }
 
+std::vector<PipelineObject::EngineRow> PipelineObject::engines()
+{
+    std::vector<EngineRow> rows;
+    const std::vector<ActiveRules> active = _device.activeRules();
+    for (std::size_t i = 0; i < active.size(); ++i) {
+        const framework::EngineRecord& record = *_device.engines().records()[i];
+        const framework::FrameTimes times = record.frameTimes();
+        std::vector<std::string> rules;
+        std::vector<std::string> modules;
+        for (const onvif::ComponentName& component : active[i].components) {
+            (component.isRule ? rules : modules).push_back(component.name);
+        }
+        const double mean = milliseconds(times.sum) / static_cast<double>(std::max<std::uint64_t>(times.count, 1));
+        rows.emplace_back(active[i].engine, active[i].preset(), rules, modules, record.calls(), record.exceptions(),
+                          times.count, mean, milliseconds(times.longest),
+                          std::vector<std::uint64_t>(times.histogram.begin(), times.histogram.end()));
+    }
+    return rows;
+}
+
 std::string PipelineObject::document(const std::string& key, std::int64_t sequence)
 {
-    auto text = _settings.fromHistory(key, sequence);
+    auto text = _device.serviceApi().settings.fromHistory(key, sequence);
     if (!text) {
         throw bus::Refusal(noDocument(sequence));
     }
@@ -35,7 +79,7 @@ std::string PipelineObject::document(const std::string& key, std::int64_t sequen
 std::vector<PipelineObject::VersionRow> PipelineObject::history(const std::string& key)
 {
     std::vector<VersionRow> rows;
-    for (const auto& version : _settings.history(key)) {
+    for (const auto& version : _device.serviceApi().settings.history(key)) {
         rows.emplace_back(version.sequence, version.storedAt, version.sizeBytes, version.good);
     }
     if (rows.empty()) {
@@ -46,28 +90,19 @@ std::vector<PipelineObject::VersionRow> PipelineObject::history(const std::strin
 
 void PipelineObject::restore(const std::string& key, std::int64_t sequence)
 {
-    if (!_settings.restore(key, sequence)) {
+    if (!_device.serviceApi().settings.restore(key, sequence)) {
         throw bus::Refusal(noDocument(sequence));
     }
 }
 
 std::vector<std::string> PipelineObject::storedKeys()
 {
-    return _settings.keys();
+    return _device.serviceApi().settings.keys();
 }
 
 std::uint32_t PipelineObject::pid()
 {
     return static_cast<std::uint32_t>(::getpid());
-}
-
-std::vector<PipelineObject::EngineRow> PipelineObject::engines()
-{
-    std::vector<EngineRow> rows;
-    for (const auto& [name, key] : _report.status().engines) {
-        rows.emplace_back(name, key);
-    }
-    return rows;
 }
 
 } // namespace camera::pipeline

@@ -9,28 +9,30 @@
 #include <string>
 #include <vector>
 
-namespace camera::store {
-class SettingsStore;
-}
-
 namespace camera::pipeline {
 
-/// The pipeline process itself on the bus, ravel.pipeline: how it does, and the documents of its settings store.
+class Device;
+
+/// The pipeline process itself on the bus, ravel.pipeline: how it and its engines do, and the documents of its settings
+/// store.
 class PipelineObject final : public bus::PipelineServer {
 public:
-    /// Called on the bus thread; they must not wait.
+    /// Called on any thread; they must not wait.
     struct Report {
         std::function<PipelineStatus()> status;
         std::function<double()> takeLongestFrame; ///< in milliseconds, since the last call
     };
 
-    /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. settings outlives it.
-    PipelineObject(const std::shared_ptr<bus::Session>& session, store::SettingsStore& settings, Report report);
+    /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. device outlives it.
+    PipelineObject(const std::shared_ptr<bus::Session>& session, Device& device, Report report);
 
 private:
     using VersionRow = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
-    using EngineRow = sdbus::Struct<std::string, std::string>;
+    using EngineRow =
+        sdbus::Struct<std::string, std::string, std::vector<std::string>, std::vector<std::string>, std::uint64_t,
+                      std::uint64_t, std::uint64_t, double, double, std::vector<std::uint64_t>>;
 
+    std::vector<EngineRow> engines() override;
     std::string document(const std::string& key, std::int64_t sequence) override;
     std::vector<VersionRow> history(const std::string& key) override;
     void restore(const std::string& key, std::int64_t sequence) override;
@@ -51,9 +53,8 @@ private:
     std::uint64_t documentsDropped() override { return _report.status().documentsDropped; }
     std::uint64_t controlFailures() override { return _report.status().controlFailures; }
     std::uint32_t orientation() override { return _report.status().orientation; }
-    std::vector<EngineRow> engines() override;
 
-    store::SettingsStore& _settings;
+    Device& _device;
     const Report _report;
 };
 

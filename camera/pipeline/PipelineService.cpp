@@ -1,7 +1,6 @@
 #include "camera/pipeline/PipelineService.h"
 
 #include "camera/ptz/PositioningUnit.h"
-#include "camera/serviceapi/ServiceApi.h"
 
 #include <utility>
 
@@ -19,7 +18,7 @@ PipelineService::PipelineService(const std::string& address, Device& device, Pip
       })),
       _pipeline(_connection.add<PipelineObject>(
           [&device, report = std::move(report)](const std::shared_ptr<Session>& session) {
-              return std::make_shared<PipelineObject>(session, device.serviceApi().settings, report);
+              return std::make_shared<PipelineObject>(session, device, report);
           })),
       _positioningEvents(device.positioning().onEvent([positioning = _positioning](const ptz::PositioningEvent& event) {
           if (const auto object = positioning->get()) {

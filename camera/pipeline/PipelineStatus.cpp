@@ -1,6 +1,5 @@
 #include "camera/pipeline/PipelineStatus.h"
 
-#include "camera/framework/EngineFactory.h"
 #include "camera/pipeline/Device.h"
 #include "camera/pipeline/RunReport.h"
 
@@ -20,9 +19,6 @@ PipelineStatus pipelineStatus(Device& device, const RunReport& report)
     status.documents = statistics.documents;
     status.documentsDropped = statistics.documentsDropped;
     status.controlFailures = statistics.controlFailures;
-    for (const auto& record : device.engines().records()) {
-        status.engines.emplace_back(record->name(), report.activeRules(record->name()));
-    }
     return status;
 }
 

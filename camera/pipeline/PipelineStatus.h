@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace camera::pipeline {
@@ -25,7 +24,6 @@ struct PipelineStatus {
     std::uint64_t documentsDropped = 0;
     std::uint64_t controlFailures = 0;
     std::uint32_t orientation = 0;
-    std::vector<std::pair<std::string, std::string>> engines; ///< the name, and what is active: "none"
 };
 
 /// What device and report know of it; the other fields are the caller's. Uses only what is thread-safe.

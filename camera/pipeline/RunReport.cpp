@@ -49,7 +49,6 @@ void RunReport::time(std::int64_t nanoseconds)
 void RunReport::rulesChanged(const std::vector<ActiveRules>& rules)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    _rulesNow = rules;
     const double second = static_cast<double>(_lastTime - _firstTime) / 1e9;
     if (!_switches.empty() && _switches.back().second == second) {
         _switches.pop_back(); // lost before the next frame, it was never active for one
@@ -67,14 +66,6 @@ void RunReport::rulesChanged(const std::vector<ActiveRules>& rules)
     if (_switches.size() > kMostSwitches) {
         _switches.pop_front();
     }
-}
-
-std::string RunReport::activeRules(const std::string& engine) const
-{
-    const std::lock_guard<std::mutex> lock(_mutex);
-    const auto found =
-        std::find_if(_rulesNow.begin(), _rulesNow.end(), [&](const auto& each) { return each.engine == engine; });
-    return found == _rulesNow.end() ? kNoRules : describe(*found);
 }
 
 std::string RunReport::activeRules() const

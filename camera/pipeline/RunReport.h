@@ -33,9 +33,6 @@ public:
     /// What the engines evaluate, in short.
     std::string activeRules() const;
 
-    /// What one of them evaluates: "preset 'Gate', rule 'A', module 'B'", or "none".
-    std::string activeRules(const std::string& engine) const;
-
     /// What can be asked while the run goes on.
     struct Now {
         std::uint64_t frames = 0;
@@ -77,7 +74,6 @@ private:
     std::int64_t _lastTime = 0;
     std::deque<Switch> _switches; ///< the last ones
     std::uint64_t _switchCount = 0;
-    std::vector<ActiveRules> _rulesNow;
     std::chrono::nanoseconds _longest{0};
     std::chrono::nanoseconds _longestLately{0};
     std::chrono::steady_clock::time_point _windowStart;

@@ -339,8 +339,10 @@ TEST_F(CameraCommandsTest, statusIsOneScreen)
                   "frames      250  24.9/s  failed 1  longest 1.2 ms\n"
                   "events      7  dropped 2\n"
                   "documents   9  dropped 3\n"
-                  "active      Simple: rule 'Any'\n"
+                  "active      Simple: preset 'Door', rule 'Any', module 'M'\n"
                   "            Motion: none\n"
+                  "engines     Simple: calls 260  exceptions 2  frames 250  mean 0.13 ms  longest 3.0 ms\n"
+                  "            Motion: calls 9  exceptions 0  frames 0  mean 0.00 ms  longest 0.0 ms\n"
                   "not loaded  engine module '/e.so'\n"
                   "metadata    received 9  delivered 8  lost 1  subscribers 2\n"
                   "faults      day_night slow\n");
@@ -349,6 +351,11 @@ TEST_F(CameraCommandsTest, statusIsOneScreen)
     EXPECT_EQ(all["pipeline"]["frames"].asInt(), 250);
     EXPECT_EQ(all["position"]["pan"].asDouble(), 12.5);
     EXPECT_EQ(all["supervisor"]["processes"][0]["pid"].asInt(), 11);
+    const Json::Value& engine = all["pipeline"]["engines"][0];
+    EXPECT_EQ(engine["active"].asString(), "preset 'Door', rule 'Any', module 'M'");
+    EXPECT_EQ(engine["exceptions"].asInt(), 2);
+    EXPECT_EQ(engine["longestFrameMs"].asDouble(), 3.04);
+    EXPECT_EQ(engine["frameTimes"][0].asInt(), 249);
 }
 
 TEST_F(CameraCommandsTest, statusShowsWhatDoesNotAnswerAsSuch)

@@ -295,8 +295,12 @@ private:
         property(pipeline, "pipeline", "FramesPerSecond", 24.94);
         property(pipeline, "pipeline", "LongestFrameMs", 1.25);
         property(pipeline, "pipeline", "Orientation", U{0});
-        property(pipeline, "pipeline", "Engines",
-                 std::vector<sdbus::Struct<std::string, std::string>>{{"Simple", "rule 'Any'"}, {"Motion", "none"}});
+        using Engine = sdbus::Struct<std::string, std::string, Texts, Texts, T, T, T, double, double, std::vector<T>>;
+        method<std::vector<Engine>>(pipeline, "pipeline", "engines", takes<>(), [] {
+            return std::make_tuple(std::vector<Engine>{
+                {"Simple", "Door", Texts{"Any"}, Texts{"M"}, T{260}, T{2}, T{250}, 0.126, 3.04, std::vector<T>{249, 1}},
+                {"Motion", "", Texts{}, Texts{}, T{9}, T{0}, T{0}, 0.0, 0.0, std::vector<T>{0, 0}}});
+        });
         method<std::vector<Version>>(pipeline, "pipeline", "history", takes<std::string>(), [] {
             return std::make_tuple(
                 std::vector<Version>{{std::int64_t{4}, std::int64_t{86400}, std::uint64_t{1500}, true},

@@ -113,6 +113,23 @@ TEST_F(AnalyticsOrderTest, eachMethodAnswersDuringAFloodOfAnother)
     EXPECT_TRUE(eventually([&] { return answered == static_cast<std::uint32_t>(camera::pipeline::kMostWaiting); }));
 }
 
+TEST_F(AnalyticsOrderTest, othersAreAnsweredWhileTheEnginesAreWaitedFor)
+{
+    holdControl();
+    proxies = client.proxies->get();
+    proxies->of(service::kPipeline)
+        .callMethodAsync("engines")
+        .onInterface(camera::bus::interfaceName(service::kPipeline))
+        .withTimeout(60s)
+        .uponReplyInvoke([this](const sdbus::Error* failed, const std::vector<EngineRow>& engines) {
+            answered += failed == nullptr && engines.size() == 2 ? 1 : 0;
+        });
+    EXPECT_EQ(client.one<Texts>(service::kPipeline, "storedKeys"), Texts{});
+    EXPECT_EQ(answered, 0u);
+    gate.open();
+    EXPECT_TRUE(eventually([&] { return answered == 1; }));
+}
+
 TEST_F(AnalyticsOrderTest, requestsAreAnsweredWhileTheDeviceEndsAndAfterwards)
 {
     holdControl();

@@ -4,12 +4,14 @@
 #include "camera/pipeline/PipelineStatus.h"
 #include "camera/pipeline/RunReport.h"
 
+#include <numeric>
 #include <unistd.h>
 
 namespace pipeline_test {
 namespace {
 
 using testing::Contains;
+using testing::ElementsAre;
 
 using VersionRow = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
 
@@ -36,7 +38,6 @@ TEST_F(PipelineObjectTest, itsStatusIsProperties)
     status.documentsDropped = 7;
     status.controlFailures = 8;
     status.orientation = 90;
-    status.engines = {{"Motion", "MotionGate"}, {"Simple", ""}};
     serve();
     const auto all = client.properties(service::kPipeline);
     EXPECT_EQ(all.at("Pid").get<std::uint32_t>(), static_cast<std::uint32_t>(::getpid()));
@@ -53,8 +54,6 @@ TEST_F(PipelineObjectTest, itsStatusIsProperties)
     EXPECT_EQ(all.at("DocumentsDropped").get<std::uint64_t>(), 7u);
     EXPECT_EQ(all.at("ControlFailures").get<std::uint64_t>(), 8u);
     EXPECT_EQ(all.at("Orientation").get<std::uint32_t>(), 90u);
-    using Row = sdbus::Struct<std::string, std::string>;
-    EXPECT_EQ(all.at("Engines").get<std::vector<Row>>(), (std::vector<Row>{{"Motion", "MotionGate"}, {"Simple", ""}}));
     EXPECT_EQ(client.one<double>(service::kPipeline, "takeLongestFrame"), 2.5);
 }
 
@@ -154,19 +153,85 @@ TEST_F(PipelineStatusTest, tellsHowTheDeviceDoes)
     EXPECT_EQ(status.controlFailures, 1u);
 }
 
-TEST_F(PipelineStatusTest, tellsWhichRulesAreActive)
+class EnginesTest : public ServedDevice {
+protected:
+    void SetUp() override
+    {
+        ServedDevice::SetUp();
+        options.ptz->arriveAt = "Gate";
+    }
+
+    // What is active in each engine, rules before modules.
+    std::vector<std::string> active()
+    {
+        std::vector<std::string> lines;
+        for (const EngineRow& row : rows()) {
+            std::string line = row.get<0>() + "@" + row.get<1>();
+            for (const Texts& names : {row.get<2>(), row.get<3>()}) {
+                for (const std::string& name : names) {
+                    line += " " + name;
+                }
+            }
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    std::vector<EngineRow> rows() { return client.one<std::vector<EngineRow>>(service::kPipeline, "engines"); }
+};
+
+TEST_F(EnginesTest, tellWhatTheyEvaluateNow)
 {
-    using Engines = std::vector<std::pair<std::string, std::string>>;
-    options.ptz->arriveAt = "Gate";
-    options.activeRulesChanged = [this](const auto& rules) { report.rulesChanged(rules); };
-    start();
-    ASSERT_TRUE(device->target().setConfiguration(documentFor("Motion", "Gate")));
-    device->drain();
-    EXPECT_EQ(now().engines, (Engines{{"Motion", "preset 'Gate', rule 'MotionGate'"}, {"Simple", "none"}}));
+    serve();
+    EXPECT_THAT(active(), ElementsAre("Motion@", "Simple@")) << "nothing is stored";
+    ASSERT_EQ(configure(documentFor("Motion", "Gate")), Acceptance(0, 0));
+    EXPECT_THAT(active(), ElementsAre("Motion@Gate MotionGate", "Simple@"));
     ASSERT_TRUE(unit().createTour({"round", {{"Yard"}}}));
     ASSERT_TRUE(unit().startTour("round", {"anna", 100}));
     device->drain();
-    EXPECT_EQ(now().engines, (Engines{{"Motion", "none"}, {"Simple", "none"}}));
+    EXPECT_THAT(active(), ElementsAre("Motion@", "Simple@")) << "the camera moves";
+    untilItStands();
+    ASSERT_TRUE(device->goToPreset("Gate"));
+    untilItStands();
+    EXPECT_THAT(active(), ElementsAre("Motion@Gate MotionGate", "Simple@"));
+    client.ask<std::int32_t>(service::kOnvifAnalyticService, "restoreDefaultSettings");
+    EXPECT_THAT(active(), ElementsAre("Motion@", "Simple@")) << "after a reset";
+}
+
+TEST_F(EnginesTest, noLongerNameARuleThatWasDeletedAlsoWhenNoOtherRuleSetBecomesActive)
+{
+    serve();
+    ASSERT_EQ(configure(documentFor("Motion", "Gate")), Acceptance(0, 0));
+    hosted.onControl = [](const std::string& operation) {
+        if (operation.find(" activates ") != std::string::npos) {
+            throw std::runtime_error("no rule set is taken");
+        }
+    };
+    EXPECT_EQ((client.refusal<std::int32_t, std::uint32_t>(service::kOnvifAnalyticService, "deleteRules",
+                                                           Texts{"MotionGate"})),
+              "ravel.Error.Failed|no rule set is taken");
+    EXPECT_THAT(active(), ElementsAre("Motion@", "Simple@"));
+}
+
+TEST_F(EnginesTest, tellHowTheyDo)
+{
+    serve();
+    hosted.onFrame = [](const std::string& engine, const Hosted::Frame&, MetadataBuffers&) {
+        return engine == "Motion" ? true : throw std::runtime_error("engine broke");
+    };
+    EXPECT_FALSE(device->deliver(anyFrame()));
+    EXPECT_FALSE(device->deliver(anyFrame()));
+    const auto engines = rows();
+    ASSERT_EQ(engines.size(), 2u);
+    EXPECT_GT(engines[0].get<4>(), engines[0].get<6>()) << "calls";
+    EXPECT_EQ(engines[0].get<5>(), 0u) << "exceptions";
+    EXPECT_EQ(engines[0].get<6>(), 2u) << "frames";
+    EXPECT_GT(engines[0].get<7>(), 0) << "on average";
+    EXPECT_LE(engines[0].get<7>(), engines[0].get<8>()) << "at most";
+    EXPECT_EQ(engines[0].get<9>().size(), camera::framework::FrameTimes::kBuckets);
+    EXPECT_EQ(std::accumulate(engines[0].get<9>().begin(), engines[0].get<9>().end(), std::uint64_t{0}), 2u);
+    EXPECT_EQ(engines[1].get<5>(), 2u);
+    EXPECT_EQ(engines[1].get<6>(), 2u);
 }
 
 } // namespace

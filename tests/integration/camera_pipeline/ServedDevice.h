@@ -15,6 +15,10 @@ namespace pipeline_test {
 
 using Texts = std::vector<std::string>;
 
+/// Name, preset, rules, modules, calls, exceptions, frames, mean and longest time, histogram.
+using EngineRow = sdbus::Struct<std::string, std::string, Texts, Texts, std::uint64_t, std::uint64_t, std::uint64_t,
+                                double, double, std::vector<std::uint64_t>>;
+
 /// A PTZ camera over the real module, served on a bus of the test's own, and a client of it.
 class ServedDevice : public DeviceFixture {
 protected:
