@@ -158,7 +158,7 @@ IRuleSet* EngineMonitor::createRuleSet()
     return forwarded([&] { return _engine->createRuleSet(); });
 }
 
-// Forgotten before the engine destroys it: nobody may ask a rule set that is gone for its names.
+// The record forgets it before the engine destroys it, because a reader of the record asks the rule set for its text.
 void EngineMonitor::releaseRuleSet(IRuleSet* ruleSet)
 {
     if (ruleSet == _record->_active) {

@@ -41,7 +41,7 @@ const DeviceOptions& checked(const DeviceOptions& options)
     return options;
 }
 
-// A preset that nobody described still needs a place of its own, or engines could not tell that the camera moved.
+// A preset without a description gets a place of its own: without one, engines could not tell that the camera moved.
 ptz::Preset placeFor(const std::string& name, std::size_t index)
 {
     const auto pan = static_cast<unsigned int>((index + 1) * 20000 % 360000);
@@ -118,7 +118,7 @@ private:
 
     // Control thread.
     bool _rulesWillBeRead = false;
-    bool _rulesGo = false;
+    bool _rulesEnd = false;
 
     std::mutex _shutdownMutex;
     bool _ended = false;
@@ -158,21 +158,22 @@ void Device::Impl::setUpPositioning()
         throw std::invalid_argument("preset '" + ptz.arriveAt + "' is beyond what the camera '" +
                                     ptz.description.model + "' can reach");
     }
-    // A start after a crash is not given it again.
+    // The options of a restart after a crash do not name them again.
     if (_keptPositions && (!ptz.presets.empty() || !ptz.arriveAt.empty())) {
         _keptPositions->store();
     }
 }
 
-// One change of place is several changes of every engine: they are read once, when all of them are done.
+// When the camera arrives somewhere, the rules of every engine change several times. They are read once, after the task
+// of the control thread that changes them.
 void Device::Impl::activeRulesChanged()
 {
-    if (!options.activeRulesChanged || _rulesWillBeRead || _rulesGo) {
+    if (!options.activeRulesChanged || _rulesWillBeRead || _rulesEnd) {
         return;
     }
     _rulesWillBeRead = serviceApi->control.post([this] {
         _rulesWillBeRead = false;
-        if (!_rulesGo) {
+        if (!_rulesEnd) {
             options.activeRulesChanged(pipeline::activeRules(*engines));
         }
     });
@@ -276,10 +277,10 @@ void Device::Impl::shutdown()
     positioning->quiesce();
     serviceApi->quiesce();
     if (_keptPositions && positioning->moving()) {
-        _keptPositions->store(); // it starts again from between the places, not from where it was before
+        _keptPositions->store(); // the next start goes on from here, not from the last place
     }
-    // Everything queued so far runs before this: no request and no callback is inside the plug-in then, and
-    // what comes later finds nobody who serves the target.
+    // Tasks that are queued already run before this one, so no request and no callback is inside the plug-in when it is
+    // destroyed. A later request finds that the target is not served.
     serviceApi->control.ask([this] { destroy(); });
     serviceApi->control.stop();
     serviceApi->events.drain();
@@ -289,7 +290,7 @@ void Device::Impl::shutdown()
 
 void Device::Impl::destroy()
 {
-    _rulesGo = true; // the end is no change of what was active
+    _rulesEnd = true; // the end is not a change of the active rules
     if (auto* filter = dynamic_cast<korva::meridan::BasicFilterPlugin*>(_plugin.get())) {
         filter->OnDisconnectSink(&_output);
     }

@@ -37,7 +37,7 @@ DeviceServicesClient::DeviceServicesClient(std::string address, std::chrono::mil
     _proxies = _connection.add<ServiceProxies>([this](const std::shared_ptr<bus::Session>& session) {
         return std::make_shared<ServiceProxies>(session, news(), _patience);
     });
-    // Nobody can be asked without a bus. What the plug-in has opened stays open: it never asks again.
+    // Without a bus no service can be asked. What the plug-in has opened stays open, because it never opens it again.
     _connection.whenLost([this] { forgetTargets(); });
 }
 
@@ -53,7 +53,7 @@ void DeviceServicesClient::start(Listener& listener)
     std::unique_lock<std::mutex> lock(_mutex);
     _settled.wait_for(lock, _patience, [this] { return _targets.size() == ServiceProxies::watched().size(); });
     lock.unlock();
-    // The picture is delivered turned as the camera is mounted, from the first frame on.
+    // Known before the first frame, which is already turned by it.
     std::uint32_t angle = 0;
     int value = 0;
     if (orientation(angle) != serviceapi::kOk && configurationValue(kOrientationKey, value) == serviceapi::kOk &&
@@ -113,7 +113,7 @@ void DeviceServicesClient::setOrientation(std::uint32_t degrees)
     }
 }
 
-// Asks through the proxies; status and log as the answer wants them.
+// Asks through the proxies. An error is logged and becomes the status.
 ravel_core_status DeviceServicesClient::ask(const char* service, const char* what,
                                             const std::function<void(ServiceProxies&)>& question)
 {

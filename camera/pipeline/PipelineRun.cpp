@@ -139,8 +139,7 @@ private:
         options.activeRulesChanged = [this](const auto& rules) { _report.rulesChanged(rules); };
         if (_run.camera.ptz) {
             options.ptz = Scenario::positioning(_run);
-            options.ptz->keepState =
-                _state.kept(); // also in a folder that goes with the camera: this process may be restarted
+            options.ptz->keepState = _state.kept(); // also in a temporary folder: this process may be restarted
         }
         options.services = _services;
         return options;
@@ -256,7 +255,7 @@ private:
     RunSummary end()
     {
         _source.reset();
-        // A streamer that takes its time must not hold up the end, least of all one that somebody waits for.
+        // The end waits for a slow metadata streamer for a while, and after a signal not at all.
         _services->finishBy(Clock::now() + (_stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
         _device->drain();
         if (_overlay && _overlayComplete) {

@@ -25,7 +25,7 @@ void require(const CommandResult& outcome)
     }
 }
 
-// Users of the bus are told apart by what they claim to be worth; all are operators by name.
+// Clients of the bus differ by the priority that they give; all of them are called operator.
 Commander commander(std::uint32_t priority)
 {
     return {"operator", priority};

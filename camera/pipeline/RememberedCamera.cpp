@@ -70,7 +70,7 @@ std::optional<Remembered> read(const std::string& text)
     return camera;
 }
 
-// A folder of the versions that did not keep the file: presets are kept by a camera that moves only.
+// Earlier versions did not keep the file. Only a camera that moves stored presets.
 Remembered olderCamera(const fs::path& stateDir)
 {
     Remembered camera;

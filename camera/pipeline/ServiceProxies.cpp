@@ -1,3 +1,7 @@
+// How the pipeline knows which of the device's services there are. The bus tells who owns their names. A service that
+// takes its name is looked up: the names of the objects below it are its targets. Each look-up has a number, so that an
+// answer which comes after the owner has changed is ignored. A service that owns its name and does not answer counts as
+// absent and is looked up again until it answers.
 #include "camera/pipeline/ServiceProxies.h"
 
 #include <pugixml.hpp>
@@ -78,7 +82,7 @@ void ServiceProxies::lookUp(const std::string& service)
             }
             _news.gone(service);
             if (bus::isSilence(*error)) {
-                lookUp(service); // it owns its name still: nothing else would tell that it has woken up
+                lookUp(service); // it still owns its name, so no signal tells when it answers again
             }
         });
 }
