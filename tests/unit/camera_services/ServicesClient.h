@@ -128,7 +128,7 @@ public:
     template <class... Out, class... In>
     std::tuple<Out...> ask(const std::string& name, const std::string& method, const In&... arguments)
     {
-        return askWithin<Out...>(30s, name, method, arguments...);
+        return askWithin<Out...>(5min, name, method, arguments...);
     }
 
     template <class... Out, class... In>

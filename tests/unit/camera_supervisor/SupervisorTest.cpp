@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fstream>
 #include <future>
 #include <sstream>
 
@@ -460,8 +461,9 @@ protected:
         std::error_code ignored;
         for (const fs::directory_entry& entry : fs::directory_iterator("/proc", ignored)) {
             std::ifstream file(entry.path() / "cmdline");
-            const std::string words((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-            if (words.find(folder.path.string()) != std::string::npos) {
+            std::ostringstream words; // takes nothing from a process that ends just now, where an iterator would throw
+            words << file.rdbuf();
+            if (words.str().find(folder.path.string()) != std::string::npos) {
                 found.push_back(entry.path().filename());
             }
         }
