@@ -17,6 +17,9 @@ namespace {
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may not lock");
 
 std::atomic<bool> stopFlag{false};
+
+// One pipe for the process, opened by the first object and never closed: a handler that runs on another thread may
+// still write when the object has gone, and would write to whatever has the number then.
 std::atomic<int> wakeUp{-1};
 int wakeUpReader = -1;
 
@@ -38,12 +41,17 @@ extern "C" void onStopSignal(int number)
 
 StopSignal::StopSignal()
 {
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
-        throw std::runtime_error("no pipe can be opened; too many files are open.");
+    if (wakeUp == -1) {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+            throw std::runtime_error("no pipe can be opened; too many files are open.");
+        }
+        wakeUpReader = ends[0];
+        wakeUp = ends[1];
     }
-    wakeUpReader = ends[0];
-    wakeUp = ends[1];
+    char earlier[16];
+    while (read(wakeUpReader, earlier, sizeof earlier) > 0) {
+    }
     stopFlag = false;
     for (const int number : kSignals) {
         struct sigaction action {};
@@ -58,8 +66,6 @@ StopSignal::~StopSignal()
     for (const int number : kSignals) {
         std::signal(number, SIG_DFL);
     }
-    close(wakeUpReader);
-    close(wakeUp.exchange(-1));
 }
 
 bool StopSignal::stopped() const
