@@ -161,16 +161,17 @@ protected:
         options.ptz->arriveAt = "Gate";
     }
 
-    // What is active in each engine, rules before modules.
+    // What is active in each engine: its name, the preset, rules and modules.
     std::vector<std::string> active()
     {
         std::vector<std::string> lines;
         for (const EngineRow& row : rows()) {
             std::string line = row.get<0>() + "@" + row.get<1>();
-            for (const Texts& names : {row.get<2>(), row.get<3>()}) {
-                for (const std::string& name : names) {
-                    line += " " + name;
-                }
+            for (const std::string& rule : row.get<2>()) {
+                line += " rule " + rule;
+            }
+            for (const std::string& module : row.get<3>()) {
+                line += " module " + module;
             }
             lines.push_back(line);
         }
@@ -185,7 +186,7 @@ TEST_F(EnginesTest, tellWhatTheyEvaluateNow)
     serve();
     EXPECT_THAT(active(), ElementsAre("Motion@", "Simple@")) << "nothing is stored";
     ASSERT_EQ(configure(documentFor("Motion", "Gate")), Acceptance(0, 0));
-    EXPECT_THAT(active(), ElementsAre("Motion@Gate MotionGate", "Simple@"));
+    EXPECT_THAT(active(), ElementsAre("Motion@Gate rule MotionGate", "Simple@"));
     ASSERT_TRUE(unit().createTour({"round", {{"Yard"}}}));
     ASSERT_TRUE(unit().startTour("round", {"anna", 100}));
     device->drain();
@@ -193,7 +194,7 @@ TEST_F(EnginesTest, tellWhatTheyEvaluateNow)
     untilItStands();
     ASSERT_TRUE(device->goToPreset("Gate"));
     untilItStands();
-    EXPECT_THAT(active(), ElementsAre("Motion@Gate MotionGate", "Simple@"));
+    EXPECT_THAT(active(), ElementsAre("Motion@Gate rule MotionGate", "Simple@"));
     client.ask<std::int32_t>(service::kOnvifAnalyticService, "restoreDefaultSettings");
     EXPECT_THAT(active(), ElementsAre("Motion@", "Simple@")) << "after a reset";
 }
