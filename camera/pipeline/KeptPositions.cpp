@@ -11,7 +11,7 @@ namespace camera::pipeline {
 
 namespace {
 
-constexpr const char* kComponent = "device";
+constexpr const char* kPositionsLog = "device";
 
 } // namespace
 
@@ -28,11 +28,11 @@ void KeptPositions::begin()
 
 void KeptPositions::load()
 {
-    base::contained(kComponent, "the positions cannot be read", [this] {
+    base::contained(kPositionsLog, "the positions cannot be read", [this] {
         const auto document = _serviceApi.settings.read(ptz::kPositioningKey);
         const std::string problem = document ? _unit.restore(*document).sentence : std::string();
         if (!problem.empty()) {
-            base::Log::instance().write(base::LogLevel::error, kComponent, problem);
+            base::Log::instance().write(base::LogLevel::error, kPositionsLog, problem);
         }
     });
 }
@@ -41,7 +41,7 @@ void KeptPositions::store()
 {
     const std::lock_guard<std::mutex> oneAtATime(_storeMutex);
     _storePending = false;
-    base::contained(kComponent, "the positions could not be stored",
+    base::contained(kPositionsLog, "the positions could not be stored",
                     [this] { _serviceApi.settings.write(ptz::kPositioningKey, _unit.serialize()); });
 }
 
