@@ -119,7 +119,11 @@ CellMotionProgram::CellMotionProgram(const Components& components) : _source(kSi
             const auto read = [&](ParameterList& parameters) {
                 return CellMotionRule::read(parameters, _module.layout);
             };
-            _rules.push_back({readParameters(component.parameters, read), Alarm(kCellMotionEvent, component.name)});
+            CellMotionRule settings = readParameters(component.parameters, read);
+            add(_rules.emplace_back(
+                CellRule{{Alarm(kCellMotionEvent, component.name), settings.onDelayMs * kNanosecondsPerMillisecond,
+                          settings.offDelayMs * kNanosecondsPerMillisecond},
+                         settings}));
         }
     }
     _moving.columns = static_cast<std::uint16_t>(_module.layout.columns);
@@ -127,16 +131,23 @@ CellMotionProgram::CellMotionProgram(const Components& components) : _source(kSi
     _moving.bits.assign(_module.layout.maskBytes(), 0);
     _watched = _moving;
     _watched.kind = kit::CellsKind::kWatched;
-    for (const Rule& rule : _rules) {
+    for (const CellRule& rule : _rules) {
         for (std::size_t i = 0; i < std::min(_watched.bits.size(), rule.settings.activeCells.size()); ++i) {
             _watched.bits[i] = static_cast<std::uint8_t>(_watched.bits[i] | rule.settings.activeCells[i]);
         }
     }
 }
 
-void CellMotionProgram::observe(const Foreground& foreground)
+void CellMotionProgram::analyse(const Foreground& foreground)
 {
-    _time = foreground.time;
+    findMovingCells(foreground);
+    for (CellRule& rule : _rules) {
+        rule.motion = movingCells(rule.settings) >= rule.settings.minCount;
+    }
+}
+
+void CellMotionProgram::findMovingCells(const Foreground& foreground)
+{
     std::fill(_moving.bits.begin(), _moving.bits.end(), std::uint8_t{0});
     if (!_moduleActive || !foreground.known) {
         return;
@@ -174,21 +185,6 @@ long CellMotionProgram::movingCells(const CellMotionRule& rule) const
     return static_cast<long>(count);
 }
 
-void CellMotionProgram::judge(analytics_lib::IEventHandler* handler, const UtcTime& time)
-{
-    for (Rule& rule : _rules) {
-        const bool motion = movingCells(rule.settings) >= rule.settings.minCount;
-        if (rule.alarm.due(motion, _time, rule.settings.onDelayMs * kNanosecondsPerMillisecond,
-                           rule.settings.offDelayMs * kNanosecondsPerMillisecond)) {
-            rule.alarm.change(handler, time);
-        }
-        if (ended()) {
-            return;
-        }
-        rule.shown = rule.alarm.isOn() ? kit::RuleState::kAlarm : kit::RuleState::kQuiet;
-    }
-}
-
 void CellMotionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
 {
     const CellLayout& layout = _module.layout;
@@ -204,7 +200,7 @@ void CellMotionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
         writer.add(kit::FrameRecord{time.seconds, time.nanoseconds, kSimpleEngine});
         writer.add(_watched);
         writer.add(_moving);
-        for (const Rule& rule : _rules) {
+        for (const CellRule& rule : _rules) {
             writer.add(kit::RuleRecord{rule.shown,
                                        rule.alarm.rule(),
                                        {{layout.left, layout.top},
@@ -213,15 +209,6 @@ void CellMotionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
                                         {layout.left, layout.bottom}}});
         }
     });
-}
-
-std::vector<Alarm*> CellMotionProgram::alarms()
-{
-    std::vector<Alarm*> all;
-    for (Rule& rule : _rules) {
-        all.push_back(&rule.alarm);
-    }
-    return all;
 }
 
 } // namespace camera::engines

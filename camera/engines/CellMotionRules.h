@@ -4,6 +4,7 @@
 #include "camera/engines/RuleProgram.h"
 #include "camera/kit/DrawingFormat.h"
 
+#include <deque>
 #include <memory>
 
 namespace camera::engines {
@@ -48,28 +49,24 @@ public:
     explicit CellMotionProgram(const Components& components);
 
     long sensitivity() const override { return _module.sensitivity; }
-    void observe(const Foreground& foreground) override;
-    void judge(analytics_lib::IEventHandler* handler, const UtcTime& time) override;
     void report(const UtcTime& time, MetadataBuffers& outputs) override;
 
 private:
-    struct Rule {
+    struct CellRule : Rule {
         CellMotionRule settings;
-        Alarm alarm;
-        kit::RuleState shown = kit::RuleState::kQuiet; ///< the frame thread's copy of the state
     };
 
-    std::vector<Alarm*> alarms() override;
+    void analyse(const Foreground& foreground) override;
+    void findMovingCells(const Foreground& foreground);
     cv::Rect cell(long column, long row, const cv::Size& picture) const;
     long movingCells(const CellMotionRule& rule) const;
 
     CellMotionModule _module;
     bool _moduleActive = true;
     std::string _source;
-    std::vector<Rule> _rules;
+    std::deque<CellRule> _rules;
     kit::CellsRecord _moving;
     kit::CellsRecord _watched;
-    std::int64_t _time = 0;
 };
 
 } // namespace camera::engines

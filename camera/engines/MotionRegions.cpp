@@ -111,15 +111,15 @@ MotionRegionProgram::MotionRegionProgram(const Components& components, Tracker& 
             _moduleActive = active;
             _source = component.name;
         } else if (active) {
-            _rules.push_back(
-                {readParameters(component.parameters, MotionRegionRule::read), Alarm(kMotionEvent, component.name)});
+            MotionRegionRule settings = readParameters(component.parameters, MotionRegionRule::read);
+            add(_rules.emplace_back(
+                RegionRule{{Alarm(kMotionEvent, component.name), kOnDelay, kOffDelay, settings.armed}, settings}));
         }
     }
 }
 
-void MotionRegionProgram::observe(const Foreground& foreground)
+void MotionRegionProgram::analyse(const Foreground& foreground)
 {
-    _time = foreground.time;
     if (_moduleActive) {
         _tracker.update(foreground, _module.minSizePercent);
     } else {
@@ -127,15 +127,15 @@ void MotionRegionProgram::observe(const Foreground& foreground)
     }
     const bool resized = foreground.mask.size() != _picture;
     _picture = foreground.mask.size();
-    for (Rule& rule : _rules) {
+    for (RegionRule& rule : _rules) {
         if (resized) {
             drawPolygon(rule, _picture);
         }
-        rule.motion = rule.settings.armed && movesInside(rule, foreground.mask);
+        rule.motion = rule.armed && movesInside(rule, foreground.mask);
     }
 }
 
-void MotionRegionProgram::drawPolygon(Rule& rule, const cv::Size& picture) const
+void MotionRegionProgram::drawPolygon(RegionRule& rule, const cv::Size& picture) const
 {
     std::vector<cv::Point> points;
     for (const kit::PicturePoint& point : rule.settings.polygon) {
@@ -147,7 +147,7 @@ void MotionRegionProgram::drawPolygon(Rule& rule, const cv::Size& picture) const
     rule.pixels = cv::countNonZero(rule.inside);
 }
 
-bool MotionRegionProgram::movesInside(const Rule& rule, const cv::Mat& mask) const
+bool MotionRegionProgram::movesInside(const RegionRule& rule, const cv::Mat& mask) const
 {
     int moving = 0;
     cv::Mat both;
@@ -156,21 +156,6 @@ bool MotionRegionProgram::movesInside(const Rule& rule, const cv::Mat& mask) con
         moving += cv::countNonZero(both);
     }
     return moving > 0 && moving >= rule.settings.neededShare() * rule.pixels;
-}
-
-void MotionRegionProgram::judge(analytics_lib::IEventHandler* handler, const UtcTime& time)
-{
-    for (Rule& rule : _rules) {
-        if (rule.alarm.due(rule.motion, _time, kOnDelay, kOffDelay)) {
-            rule.alarm.change(handler, time);
-        }
-        if (ended()) {
-            return;
-        }
-        rule.shown = !rule.settings.armed ? kit::RuleState::kDisarmed
-                     : rule.alarm.isOn()  ? kit::RuleState::kAlarm
-                                          : kit::RuleState::kQuiet;
-    }
 }
 
 kit::BoxRecord MotionRegionProgram::boxOf(const TrackedObject& object) const
@@ -199,22 +184,13 @@ void MotionRegionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
     });
     writeDrawing(outputs, [&](kit::DrawingWriter& writer) {
         writer.add(start);
-        for (const Rule& rule : _rules) {
+        for (const RegionRule& rule : _rules) {
             writer.add(kit::RuleRecord{rule.shown, rule.alarm.rule(), rule.settings.polygon});
         }
         for (const TrackedObject& object : _tracker.objects()) {
             writer.add(boxOf(object));
         }
     });
-}
-
-std::vector<Alarm*> MotionRegionProgram::alarms()
-{
-    std::vector<Alarm*> all;
-    for (Rule& rule : _rules) {
-        all.push_back(&rule.alarm);
-    }
-    return all;
 }
 
 } // namespace camera::engines

@@ -5,6 +5,8 @@
 #include "camera/engines/Tracker.h"
 #include "camera/kit/DrawingFormat.h"
 
+#include <deque>
+
 namespace camera::engines {
 
 /// vca:MotionRegionEngine: Sensitivity 0 to 100 (50), MinSize, the least box of an object, in percent of the
@@ -39,31 +41,25 @@ public:
     MotionRegionProgram(const Components& components, Tracker& tracker);
 
     long sensitivity() const override { return _module.sensitivity; }
-    void observe(const Foreground& foreground) override;
-    void judge(analytics_lib::IEventHandler* handler, const UtcTime& time) override;
     void report(const UtcTime& time, MetadataBuffers& outputs) override;
 
 private:
-    struct Rule {
+    struct RegionRule : Rule {
         MotionRegionRule settings;
-        Alarm alarm;
-        bool motion = false;
-        kit::RuleState shown = kit::RuleState::kQuiet; ///< the frame thread's copy of the state
-        cv::Mat inside{};                              ///< mask of the polygon, 255 inside
-        int pixels = 0;                                ///< number of pixels inside
+        cv::Mat inside{}; ///< mask of the polygon, 255 inside
+        int pixels = 0;   ///< number of pixels inside
     };
 
-    std::vector<Alarm*> alarms() override;
-    void drawPolygon(Rule& rule, const cv::Size& picture) const;
-    bool movesInside(const Rule& rule, const cv::Mat& mask) const;
+    void analyse(const Foreground& foreground) override;
+    void drawPolygon(RegionRule& rule, const cv::Size& picture) const;
+    bool movesInside(const RegionRule& rule, const cv::Mat& mask) const;
     kit::BoxRecord boxOf(const TrackedObject& object) const;
 
     Tracker& _tracker;
     MotionModule _module;
     bool _moduleActive = true;
     std::string _source;
-    std::vector<Rule> _rules;
-    std::int64_t _time = 0;
+    std::deque<RegionRule> _rules;
     cv::Size _picture;
 };
 

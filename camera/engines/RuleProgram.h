@@ -2,8 +2,10 @@
 
 #include "camera/engines/Alarm.h"
 #include "camera/engines/Foreground.h"
+#include "camera/kit/DrawingFormat.h"
 #include "plugin/analytics/MetadataBuffers.h"
 
+#include <cstdint>
 #include <vector>
 
 namespace camera::engines {
@@ -21,11 +23,11 @@ public:
     /// How small a difference in brightness counts, 0 to 100.
     virtual long sensitivity() const = 0;
 
-    /// Stores the foreground of a frame for judge() and report().
-    virtual void observe(const Foreground& foreground) = 0;
+    /// Stores what judge() and report() need of the foreground of a frame.
+    void observe(const Foreground& foreground);
 
     /// Evaluates the rules on what was observed and raises their events.
-    virtual void judge(analytics_lib::IEventHandler* handler, const UtcTime& time) = 0;
+    void judge(analytics_lib::IEventHandler* handler, const UtcTime& time);
 
     /// Writes the frame's metadata, drawing data and motion data.
     virtual void report(const UtcTime& time, MetadataBuffers& outputs) = 0;
@@ -37,10 +39,25 @@ public:
     void end() { _ended = true; }
 
 protected:
-    bool ended() const { return _ended; }
-    virtual std::vector<Alarm*> alarms() = 0;
+    /// What the rules of all engines have.
+    struct Rule {
+        Alarm alarm;
+        std::int64_t onDelay;  ///< nanoseconds of motion until the alarm is on
+        std::int64_t offDelay; ///< nanoseconds without motion until it is off
+        bool armed = true;
+        bool motion = false;                           ///< in the frame that was observed
+        kit::RuleState shown = kit::RuleState::kQuiet; ///< the frame thread's copy of the state
+    };
+
+    /// Adds a rule that judge() evaluates. Borrowed; its address must not change.
+    void add(Rule& rule) { _rules.push_back(&rule); }
 
 private:
+    /// Finds what moves, and sets motion of each rule.
+    virtual void analyse(const Foreground& foreground) = 0;
+
+    std::vector<Rule*> _rules;
+    std::int64_t _time = 0; ///< of the frame that was observed
     bool _ended = false;
 };
 
