@@ -56,20 +56,15 @@ private:
         refuse(what + "; see " + _name + " --help.");
     }
 
-    const Option& find(const std::string& name) const
-    {
-        for (const Option& option : _command.options) {
-            if (option.name == name) {
-                return option;
-            }
-        }
-        refuseAndPointToHelp("there is no option " + name);
-    }
-
     void readOption(const std::string& word)
     {
         const std::size_t equals = word.compare(0, 2, "--") == 0 ? word.find('=') : std::string::npos;
-        const Option& option = find(word.substr(0, equals));
+        const std::string name = word.substr(0, equals);
+        const Option* found = optionNamed(_command, name);
+        if (found == nullptr) {
+            refuseAndPointToHelp("there is no option " + name);
+        }
+        const Option& option = *found;
         if (option.count != Option::Count::repeatable && _arguments.has(option.name)) {
             refuse(option.name + " is given twice; once is enough.");
         }
@@ -279,21 +274,9 @@ Command& Command::takes(const Value& value, const std::string& help, Argument::C
     return *this;
 }
 
-Command& Command::option(const std::string& option, const Value& value, const std::string& help)
+Command& Command::option(const std::string& option, const Value& value, const std::string& help, Option::Count count)
 {
-    options.push_back({option, value, help});
-    return *this;
-}
-
-Command& Command::requiredOption(const std::string& option, const Value& value, const std::string& help)
-{
-    options.push_back({option, value, help, Option::Count::required});
-    return *this;
-}
-
-Command& Command::repeatedOption(const std::string& option, const Value& value, const std::string& help)
-{
-    options.push_back({option, value, help, Option::Count::repeatable});
+    options.push_back({option, value, help, count});
     return *this;
 }
 
@@ -330,6 +313,13 @@ int performProgram(const Program& program, const Words& words, Console& console)
         throw UsageError("a command is missing; see " + program.name + " --help.");
     }
     refuseUnknown(program, words);
+}
+
+const Option* optionNamed(const Command& command, const std::string& name)
+{
+    const auto found = std::find_if(command.options.begin(), command.options.end(),
+                                    [&name](const Option& option) { return option.name == name; });
+    return found == command.options.end() ? nullptr : &*found;
 }
 
 bool isOption(const std::string& word)

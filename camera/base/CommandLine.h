@@ -70,10 +70,12 @@ struct Argument {
 };
 
 struct Option {
+    enum class Count { optional, required, repeatable };
+
     std::string name;           ///< with its dashes
     std::optional<Value> value; ///< absent: a flag
     std::string help;
-    enum class Count { optional, required, repeatable } count = Count::optional;
+    Count count = Count::optional;
 };
 
 /// One thing that a program does. A row of the table is written as a chain:
@@ -84,9 +86,8 @@ struct Command {
     Command(std::string name, std::string summary) : name(std::move(name)), summary(std::move(summary)) {}
 
     Command& takes(const Value& value, const std::string& help, Argument::Count count = Argument::Count::one);
-    Command& option(const std::string& option, const Value& value, const std::string& help);
-    Command& requiredOption(const std::string& option, const Value& value, const std::string& help);
-    Command& repeatedOption(const std::string& option, const Value& value, const std::string& help);
+    Command& option(const std::string& option, const Value& value, const std::string& help,
+                    Option::Count count = Option::Count::optional);
     Command& flag(const std::string& option, const std::string& help);
     Command& does(Perform function);
 
@@ -138,6 +139,9 @@ std::string completionScript(const std::string& shell);
 /// How help shows an argument: "NAME", "[NAME]", "NAME...", "on|off".
 std::string shownValue(const Value& value);
 std::string shownArgument(const Argument& argument);
+
+/// The option of a command; null when there is none of that name.
+const Option* optionNamed(const Command& command, const std::string& name);
 
 /// "camera preset go", as refusals and help name a command.
 std::string fullName(const Program& program, const Command& command);

@@ -107,13 +107,6 @@ private:
         }
     }
 
-    static const Option* optionNamed(const Command& command, const std::string& name)
-    {
-        const auto found = std::find_if(command.options.begin(), command.options.end(),
-                                        [&name](const Option& option) { return option.name == name; });
-        return found == command.options.end() ? nullptr : &*found;
-    }
-
     // Keeps an option that was typed. @return the option when its value is the next word
     const Option* takeOption(const Command& command, const std::string& word)
     {

@@ -129,7 +129,11 @@ void Log::emit(int priority, const std::string& component, const std::string& te
     }
     const std::string line = timeOfDay() + " " + levelName(priority) + " " + component + ": " + onOneLine(text) + "\n";
     const std::lock_guard<std::mutex> lock(_writerMutex);
-    _writer ? _writer(line) : writeToStderr(line);
+    if (_writer) {
+        _writer(line);
+    } else {
+        writeToStderr(line);
+    }
 }
 
 } // namespace camera::base

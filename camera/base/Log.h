@@ -1,7 +1,5 @@
 #pragma once
 
-#include "camera/base/LogLevel.h"
-
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -11,6 +9,9 @@
 #include <string>
 
 namespace camera::base {
+
+/// The least important lines that are still written; the values are the priorities of the log calls.
+enum class LogLevel { silent = -1, error = 3, info = 6, debug = 7 };
 
 /**
  * Writes every log line of the process, to stderr or to a function that a test or the status line sets.

@@ -9,6 +9,8 @@ namespace camera::base {
 
 namespace {
 
+constexpr Option::Count kRepeatable = Option::Count::repeatable;
+
 std::vector<std::string> split(const std::string& text, char separator)
 {
     std::vector<std::string> parts;
@@ -83,7 +85,7 @@ Command videoCommand(const std::string& name, const std::string& summary)
     command.takes({"INPUT", Offer::files},
                   "a video file, a URL (rtsp://...), a video device (/dev/video0), or a generated scene "
                   "(scene:name=value,...)");
-    command.repeatedOption("--config", {"FILE.xml", Offer::files}, "store this configuration at the start");
+    command.option("--config", {"FILE.xml", Offer::files}, "store this configuration at the start", kRepeatable);
     command.option("--orientation", choiceValue("DEGREES", {"0", "90", "180", "270"}),
                    "how the camera is mounted, in degrees");
     command.option("--frames", wholeValue("N", 1, 1000000000000), "end after N frames");
@@ -93,8 +95,8 @@ Command videoCommand(const std::string& name, const std::string& summary)
     command.flag("--oneshot", "end with the input; at full speed this is the default");
     command.option("--size", readBy(sizeOf, "WxH"),
                    "the size of the picture for the plug-in; without it chosen by the input");
-    command.repeatedOption("--place", readBy(placeOf, "NAME=PAN,TILT,ZOOM"),
-                           "a preset of a PTZ camera, in degrees and magnification");
+    command.option("--place", readBy(placeOf, "NAME=PAN,TILT,ZOOM"),
+                   "a preset of a PTZ camera, in degrees and magnification", kRepeatable);
     command.option("--tour", readBy(tourOf, "NAME[:SECONDS],..."), "start a tour of these presets");
     command.option("--metadata", {"FILE", Offer::files}, "write the metadata documents");
     command.option("--overlay", {"FILE.mp4", Offer::files}, "write the video with what the engines see");
@@ -104,8 +106,8 @@ Command videoCommand(const std::string& name, const std::string& summary)
     command.option("--model", {"NAME|FILE.json", Offer::models}, "the model of a PTZ camera");
     command.option("--preset", {"NAME"}, "a PTZ camera that stands at this preset at the start");
     command.option("--plugin", {"PATH", Offer::files}, "the plug-in, if not the one beside the program");
-    command.repeatedOption("--engine", {"PATH.so", Offer::files},
-                           "load an engine module; none: forget those that the state folder remembers");
+    command.option("--engine", {"PATH.so", Offer::files},
+                   "load an engine module; none: forget those that the state folder remembers", kRepeatable);
     command.flag("-v", "log more; given twice, log everything");
     command.details = "A generated scene has:\n" + sceneHelp();
     return command;
@@ -122,7 +124,8 @@ Command pipelineCommand()
 {
     Command command =
         videoCommand("", "Runs the plug-in of a virtual camera on a video; camera run starts this process.");
-    command.requiredOption("--bus", {"ADDRESS"}, "the camera's bus; camera run starts one and gives its address");
+    command.option("--bus", {"ADDRESS"}, "the camera's bus; camera run starts one and gives its address",
+                   Option::Count::required);
     command.flag("--temporary-state", "the state folder is removed when the camera ends");
     return command;
 }

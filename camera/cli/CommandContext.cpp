@@ -1,6 +1,6 @@
 #include "camera/cli/Command.h"
 
-#include "camera/base/OneLineJson.h"
+#include "camera/base/JsonText.h"
 #include "camera/base/Text.h"
 #include "camera/cli/FolderCamera.h"
 #include "camera/supervisor/RuntimeFolder.h"

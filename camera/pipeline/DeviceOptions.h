@@ -1,6 +1,6 @@
 #pragma once
 
-#include "camera/base/LogLevel.h"
+#include "camera/base/Log.h"
 #include "camera/framework/EngineFactory.h"
 #include "camera/pipeline/ActiveRules.h"
 #include "camera/ptz/CameraDescription.h"

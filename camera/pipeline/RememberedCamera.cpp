@@ -1,8 +1,7 @@
 #include "camera/pipeline/RememberedCamera.h"
 
 #include "camera/base/AtomicFile.h"
-#include "camera/base/OneLineJson.h"
-#include "camera/base/StrictJson.h"
+#include "camera/base/JsonText.h"
 #include "camera/ptz/PositioningDocument.h"
 #include "camera/store/SettingsStore.h"
 #include "camera/store/StateLock.h"

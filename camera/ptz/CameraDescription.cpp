@@ -1,6 +1,6 @@
 #include "camera/ptz/CameraDescription.h"
 
-#include "camera/base/StrictJson.h"
+#include "camera/base/JsonText.h"
 #include "camera/base/Text.h"
 #include "camera/base/Utf8.h"
 #include "camera/ptz/PositioningNames.h"

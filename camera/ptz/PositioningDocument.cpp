@@ -1,7 +1,6 @@
 #include "camera/ptz/PositioningDocument.h"
 
-#include "camera/base/OneLineJson.h"
-#include "camera/base/StrictJson.h"
+#include "camera/base/JsonText.h"
 #include "camera/ptz/PositioningNames.h"
 
 #include <set>

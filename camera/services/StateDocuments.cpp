@@ -1,8 +1,7 @@
 #include "camera/services/StateDocuments.h"
 
-#include "camera/base/OneLineJson.h"
+#include "camera/base/JsonText.h"
 #include "camera/base/Orientation.h"
-#include "camera/base/StrictJson.h"
 #include "camera/base/Utf8.h"
 
 #include <exception>

@@ -50,8 +50,9 @@ base::Program program()
     base::Command command("", "Serves the device services of a virtual camera on its message bus.");
     command.details = "The services are day and night, window blanking, rotation, metadata streamer and configuration "
                       "values.\nCtrl-C ends the program.\n";
-    command.requiredOption("--bus", {"ADDRESS"}, "the camera's message bus; it may start later")
-        .requiredOption("--state", {"DIR", base::Offer::folders}, "keep settings here, in its folder services")
+    constexpr auto kRequired = base::Option::Count::required;
+    command.option("--bus", {"ADDRESS"}, "the camera's message bus; it may start later", kRequired)
+        .option("--state", {"DIR", base::Offer::folders}, "keep settings here, in its folder services", kRequired)
         .option("--runtime", {"DIR", base::Offer::folders}, "put the metadata socket here, not into the state folder")
         .option("--rotation", base::choiceValue("DEGREES", {"0", "90", "180", "270"}),
                 "rotate the picture by this angle, which is also the default from now on")

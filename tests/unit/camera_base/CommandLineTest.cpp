@@ -30,9 +30,9 @@ Program door()
                  .takes(choiceValue("SIDE", {"left", "right"}), "the side")
                  .takes(decimalValue("WIDTH", -1, 1), "metres", Count::optional)
                  .option("--for", wholeValue("S", 1, 60), "seconds")
-                 .repeatedOption("--with", kPreset, "a key"),
+                 .option("--with", kPreset, "a key", Option::Count::repeatable),
              Command("paint", "Paints it.")
-                 .requiredOption("--pot", {"FILE", Offer::files}, "the paint")
+                 .option("--pot", {"FILE", Offer::files}, "the paint", Option::Count::required)
                  .takes({"PART"}, "a part", Count::oneOrMore)},
             [](Offer offer, const Arguments& arguments) {
                 return offer == Offer::presets ? Words{"Gate", "Garden gate", "a\nb", "room " + arguments.text("--for")}

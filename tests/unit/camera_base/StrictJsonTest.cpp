@@ -1,5 +1,4 @@
-#include "camera/base/StrictJson.h"
-#include "camera/base/OneLineJson.h"
+#include "camera/base/JsonText.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -14,4 +14,7 @@ namespace camera::base {
  */
 Json::Value readStrictJson(const std::string& document, std::size_t mostBytes);
 
+/// A JSON document in one line without blanks. Bytes of texts stay as they are, also where they are not UTF-8.
+std::string oneLineJson(const Json::Value& value);
+
 } // namespace camera::base

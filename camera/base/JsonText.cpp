@@ -1,6 +1,7 @@
-#include "camera/base/StrictJson.h"
+#include "camera/base/JsonText.h"
 
 #include <json/reader.h>
+#include <json/writer.h>
 
 #include <algorithm>
 #include <memory>
@@ -48,6 +49,14 @@ Json::Value readStrictJson(const std::string& document, std::size_t mostBytes)
         messages.clear();
     }
     throw std::invalid_argument(firstProblem(messages));
+}
+
+std::string oneLineJson(const Json::Value& value)
+{
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    builder["emitUTF8"] = true;
+    return Json::writeString(builder, value);
 }
 
 } // namespace camera::base
