@@ -50,10 +50,15 @@ Ends openTerminal()
     return ends;
 }
 
+Ends openFile(const std::string& file)
+{
+    return {-1, ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600)};
+}
+
 Ends openOutput(const ChildSettings& settings)
 {
     if (!settings.outFile.empty()) {
-        return {-1, ::open(settings.outFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600)};
+        return openFile(settings.outFile);
     }
     Ends ends = settings.terminal ? openTerminal() : openPipe();
     if (settings.closeOutput) {
@@ -74,7 +79,7 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts)
 
 [[noreturn]] void become(char* const* words, char* const* environment, int out, int err, const ChildSettings& settings)
 {
-    ::prctl(PR_SET_PDEATHSIG, settings.onDeath);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
     ::dup2(out, STDOUT_FILENO);
     ::dup2(err, STDERR_FILENO);
@@ -124,7 +129,9 @@ ChildProcess::ChildProcess(const std::vector<std::string>& words, const ChildSet
     const std::vector<char*> pointers = pointersTo(copies);
     const std::vector<char*> environment = pointersTo(variables);
     const Ends out = openOutput(settings);
-    const Ends err = settings.joined ? Ends{-1, out.write} : openPipe();
+    const Ends err = settings.joined            ? Ends{-1, out.write}
+                     : settings.errFile.empty() ? openPipe()
+                                                : openFile(settings.errFile);
     _id = ::fork();
     if (_id == 0) {
         become(pointers.data(), environment.data(), out.write, err.write, settings);
@@ -242,9 +249,9 @@ bool ChildProcess::waitForOutput(const std::string& text) const
     return holds();
 }
 
-Finished run(const std::vector<std::string>& words, const ChildSettings& settings)
+Finished run(const std::vector<std::string>& words, const ChildSettings& settings, std::chrono::seconds patience)
 {
-    return ChildProcess(words, settings).finish();
+    return ChildProcess(words, settings).finish(patience);
 }
 
 } // namespace kit

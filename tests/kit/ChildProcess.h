@@ -20,8 +20,17 @@ struct ChildSettings {
     bool joined = false;                  ///< standard error goes where standard output goes
     bool closeOutput = false;             ///< nobody reads standard output
     std::string outFile;                  ///< standard output is appended to it instead of being collected
-    int onDeath = SIGKILL;                ///< what it gets when the test dies: SIGTERM for one that has children
+    std::string errFile;                  ///< and standard error to this one
 };
+
+/// Settings of a process whose standard error goes where standard output goes: into a file when one is named.
+inline ChildSettings bothOutputs(const std::string& outFile = "")
+{
+    ChildSettings settings;
+    settings.joined = true;
+    settings.outFile = outFile;
+    return settings;
+}
 
 /// What a process left that has ended.
 struct Finished {
@@ -71,7 +80,8 @@ private:
     std::thread _collector;
 };
 
-/// Runs a program to its end.
-Finished run(const std::vector<std::string>& words, const ChildSettings& settings = {});
+/// Runs a program to its end, or kills it when the patience ends.
+Finished run(const std::vector<std::string>& words, const ChildSettings& settings = {},
+             std::chrono::seconds patience = kPatience);
 
 } // namespace kit

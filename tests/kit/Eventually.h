@@ -8,6 +8,12 @@ namespace kit {
 /// Far more than anything that a test waits for takes: it ends what hangs, it measures nothing.
 inline constexpr std::chrono::seconds kPatience(60);
 
+/// When the patience ends that begins now.
+inline std::chrono::steady_clock::time_point soon()
+{
+    return std::chrono::steady_clock::now() + kPatience;
+}
+
 /// Whether the condition came true before the patience ended. Between two looks the processor is left to those that
 /// are waited for.
 template <typename Condition>

@@ -28,12 +28,22 @@ inline std::vector<std::string> linesOf(const std::filesystem::path& file)
     return lines;
 }
 
+/// How often a text stands in another.
+inline std::size_t occurrences(const std::string& text, const std::string& part)
+{
+    std::size_t found = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) {
+        ++found;
+    }
+    return found;
+}
+
 /// A folder of one test's own, removed with everything in it. Its path is short, because a socket's must be.
 class TemporaryFolder {
 public:
     TemporaryFolder()
     {
-        std::string name = "/tmp/kit-XXXXXX";
+        std::string name = std::filesystem::temp_directory_path() / "kit-XXXXXX";
         if (::mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no temporary folder");
         }

@@ -1,7 +1,8 @@
 // Whatever a method or a property of the camera's services throws, the caller gets an error and the process lives on.
 #include "FailingObjects.h"
 #include "camera/bus/Connection.h"
-#include "support/TestBus.h"
+#include "kit/Eventually.h"
+#include "kit/PrivateBus.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,8 @@ namespace {
 
 using camera::bus::Connection;
 using camera::bus::Session;
-using namespace std::chrono_literals;
+using kit::kPatience;
+using kit::soon;
 
 struct Failure {
     const char* name;
@@ -34,8 +36,6 @@ protected:
         ASSERT_TRUE(asking.waitUntilConnected(soon())) << asking.reason();
     }
 
-    static std::chrono::steady_clock::time_point soon() { return std::chrono::steady_clock::now() + 60s; }
-
     static std::string answerTo(const std::function<void()>& question)
     {
         try {
@@ -46,7 +46,7 @@ protected:
         }
     }
 
-    test_support::TestBus bus;
+    kit::PrivateBus bus;
     Connection serving{bus.address(), "the server"};
     Connection asking{bus.address(), "the client"};
     std::shared_ptr<camera::bus::CurrentObject<Objects>> objects =
@@ -55,7 +55,7 @@ protected:
         });
     std::shared_ptr<camera::bus::CurrentObject<failing::Questions>> questions =
         asking.add<failing::Questions>([](const std::shared_ptr<Session>& session) {
-            return std::make_shared<failing::Questions>(failing::allQuestions(session->connection(), 60s));
+            return std::make_shared<failing::Questions>(failing::allQuestions(session->connection(), kPatience));
         });
 };
 

@@ -1,6 +1,6 @@
 #include "camera/cli/Command.h"
 #include "integration/camera_cli/FakeCamera.h"
-#include "unit/camera_video/TemporaryFolder.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -33,7 +33,7 @@ class CameraCommandsTest : public testing::Test {
 protected:
     CameraCommandsTest()
     {
-        ::setenv("XDG_RUNTIME_DIR", folder.path("").c_str(), 1);
+        ::setenv("XDG_RUNTIME_DIR", folder.path().string().c_str(), 1);
         fake = std::make_unique<FakeCamera>(state);
     }
     ~CameraCommandsTest() override
@@ -118,8 +118,8 @@ protected:
         return true;
     }
 
-    video::TemporaryFolder folder;
-    const fs::path state = fs::canonical(folder.path(".")) / "s";
+    kit::TemporaryFolder folder;
+    const fs::path state = fs::canonical(folder.path()) / "s";
     std::FILE* out = std::tmpfile();
     std::FILE* err = std::tmpfile();
     Console console{out, err};
@@ -298,7 +298,8 @@ TEST_F(CameraCommandsTest, filesThatCannotBeSentAreRefusedByNameBeforeAnythingIs
     const std::string latin = folder.write("l.xml", "<tt:Rule Name='caf\xE9' Type='tt:X'/>");
     EXPECT_EQ(failureOf({"rules", "create", latin}),
               "camera: the configuration '" + latin + "' is refused: it is not UTF-8 text; save it as UTF-8.\n");
-    EXPECT_THAT(failureOf({"rules", "modify", folder.path("none.xml")}), HasSubstr(folder.path("none.xml")));
+    EXPECT_THAT(failureOf({"rules", "modify", (folder / "none.xml").string()}),
+                HasSubstr((folder / "none.xml").string()));
     EXPECT_THAT(failureOf({"config", "set", latin}), HasSubstr(latin));
     EXPECT_THAT(fake->calls(), IsEmpty());
 }
@@ -315,8 +316,8 @@ TEST_F(CameraCommandsTest, framesGoWithAbsolutePathsIntoTheStateFolder)
               "onvif_analytic_service.readFramesFromFile Motion " + walk + " false");
     EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk", "--forget"}),
               "onvif_analytic_service.readFramesFromFile Motion " + walk + " true");
-    const std::string other = (fs::canonical(folder.path(".")) / "o" / "walk").string();
-    EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk", "--frames-dir", folder.path("o")}),
+    const std::string other = (fs::canonical(folder.path()) / "o" / "walk").string();
+    EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk", "--frames-dir", (folder / "o").string()}),
               "onvif_analytic_service.readFramesFromFile Motion " + other + " false");
     const std::size_t before = fake->calls().size();
     EXPECT_THAT(failureOf({"frames", "record", "Motion", "/tmp/walk"}), HasSubstr("does not lie in"));
@@ -374,13 +375,13 @@ TEST_F(CameraCommandsTest, statusShowsWhatDoesNotAnswerAsSuch)
 TEST_F(CameraCommandsTest, theCameraIsChosenByItsStateFolder)
 {
     fake->serve();
-    FakeCamera second(folder.path("t"));
+    FakeCamera second((folder / "t").string());
     EXPECT_EQ(failureOf({"topics"}), "camera: several cameras run: '" + state.string() + "', '" +
                                          (state.parent_path() / "t").string() + "'; choose one with --camera DIR.\n");
     EXPECT_EQ(outputOf({"topics", "--camera", state}), "tns1:A\ntns1:B\n");
     EXPECT_THAT(fake->calls(), ElementsAre("onvif_analytic_service.getEventTopics"));
-    EXPECT_THAT(failureOf({"topics", "--camera", folder.path("none")}),
-                StartsWith("camera: no camera runs on the state folder '" + folder.path("none") + "'; "));
+    EXPECT_THAT(failureOf({"topics", "--camera", (folder / "none").string()}),
+                StartsWith("camera: no camera runs on the state folder '" + (folder / "none").string() + "'; "));
 }
 
 TEST_F(CameraCommandsTest, withoutARunningCameraThereIsOneSentence)
@@ -445,7 +446,7 @@ class MetadataCommandTest : public CameraCommandsTest {
 protected:
     MetadataCommandTest() : listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
-        fake->socket = folder.path("metadata.sock");
+        fake->socket = (folder / "metadata.sock").string();
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         fake->socket.copy(address.sun_path, sizeof address.sun_path - 1);
@@ -482,7 +483,7 @@ TEST_F(MetadataCommandTest, endsAtCtrlC)
 
 TEST_F(MetadataCommandTest, aSocketThatNobodyServesIsOneSentence)
 {
-    fake->socket = folder.path("none.sock");
+    fake->socket = (folder / "none.sock").string();
     EXPECT_THAT(failureOf({"metadata"}), HasSubstr("the metadata socket '" + fake->socket + "' cannot be used: "));
 }
 

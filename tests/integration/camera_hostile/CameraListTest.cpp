@@ -4,7 +4,7 @@
 #include "camera/engines/ReferenceEngines.h"
 #include "camera/pipeline/Device.h"
 #include "kit/FakeDeviceServices.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -84,7 +84,7 @@ protected:
     }
 
 private:
-    const TemporaryFolder _folder;
+    const kit::TemporaryFolder _folder;
     camera::pipeline::DeviceOptions _options;
     std::unique_ptr<Device> _device;
 };

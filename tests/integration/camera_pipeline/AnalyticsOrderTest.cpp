@@ -3,6 +3,7 @@
 
 #include "camera/pipeline/ControlAnswer.h"
 #include "camera/serviceapi/ControlThread.h"
+#include "kit/Gate.h"
 
 #include <atomic>
 #include <thread>
@@ -36,7 +37,7 @@ protected:
     /// Sends and does not wait; the answer is counted.
     void send(std::uint32_t number)
     {
-        proxies = client.proxies->get();
+        proxies = client.proxies();
         proxies->of(service::kOnvifAnalyticService)
             .callMethodAsync("writeFramesToFile")
             .onInterface(camera::bus::interfaceName(service::kOnvifAnalyticService))
@@ -62,10 +63,10 @@ protected:
         return result;
     }
 
-    Gate gate;
+    kit::Gate gate;
     std::shared_ptr<PipelineProxies> proxies;
     std::atomic<std::uint32_t> answered{0};
-    Journal reasons;
+    kit::LineJournal reasons;
 };
 
 TEST_F(AnalyticsOrderTest, requestsAreDoneInTheOrderInWhichTheyWereSentOneAtATimeOnOneThread)

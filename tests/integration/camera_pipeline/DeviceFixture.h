@@ -1,18 +1,18 @@
 #pragma once
 
-#include "camera/base/Log.h"
 #include "camera/framework/FrameBuffer.h"
 #include "camera/pipeline/Device.h"
 #include "integration/camera_pipeline/HostedEngines.h"
 #include "kit/FakeDeviceServices.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "kit/LogLines.h"
+#include "kit/Refusal.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -21,10 +21,6 @@ class DeviceFixture : public testing::Test {
 protected:
     void SetUp() override
     {
-        camera::base::Log::instance().setWriter([this](const std::string& line) {
-            const std::lock_guard<std::mutex> lock(_linesMutex);
-            _lines.push_back(line);
-        });
         hosted.reset({"Motion"});
         options.engines = Hosted::source();
         options.pluginPath = DETECTION_MODULE;
@@ -36,7 +32,6 @@ protected:
     {
         device.reset();
         hosted.ptz.reset();
-        camera::base::Log::instance().setWriter({});
         EXPECT_EQ(camera::framework::FrameBuffer::alive(), 0u) << "a buffer never came back";
     }
 
@@ -48,12 +43,7 @@ protected:
 
     std::string refusal()
     {
-        try {
-            start();
-        } catch (const std::exception& error) {
-            return error.what();
-        }
-        return "not refused";
+        return kit::refusalOf([this] { start(); });
     }
 
     static camera::video::Frame anyFrame(std::uint32_t seconds = 1700000000)
@@ -70,19 +60,12 @@ protected:
         return frame;
     }
 
-    std::vector<std::string> lines() const
-    {
-        const std::lock_guard<std::mutex> lock(_linesMutex);
-        return _lines;
-    }
+    std::vector<std::string> lines() const { return log.lines(); }
 
-    const TemporaryFolder folder;
+    kit::LogLines log;
+    const kit::TemporaryFolder folder;
     Hosted& hosted = Hosted::instance();
     const std::shared_ptr<FakeDeviceServices> services = std::make_shared<FakeDeviceServices>();
     camera::pipeline::DeviceOptions options;
     std::unique_ptr<camera::pipeline::Device> device;
-
-private:
-    mutable std::mutex _linesMutex;
-    std::vector<std::string> _lines;
 };

@@ -1,10 +1,10 @@
 // The device's services as the pipeline process sees them: who is there, what they say, what they answer.
 #include "camera/pipeline/DeviceServicesClient.h"
 
-#include "camera/base/Log.h"
 #include "camera/serviceapi/Status.h"
 #include "integration/camera_pipeline/FakeService.h"
-#include "support/TestBus.h"
+#include "kit/LogLines.h"
+#include "kit/PrivateBus.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,7 +16,6 @@
 namespace pipeline_test {
 namespace {
 
-using camera::base::Log;
 using camera::pipeline::DeviceServicesClient;
 using camera::serviceapi::RegionColor;
 using camera::serviceapi::Status;
@@ -28,7 +27,7 @@ using Ids = std::optional<std::vector<std::string>>;
 const Ids kMain = std::vector<std::string>{"main"};
 
 struct Heard final : camera::serviceapi::DeviceServices::Listener {
-    Journal journal;
+    kit::LineJournal journal;
     void dayNightMoves(bool moving) override { journal.add(moving ? "begins" : "ends"); }
     void blankingChanged(bool enabled) override { journal.add(enabled ? "on" : "off"); }
     void orientationChanged(std::uint32_t angle) override { journal.add(std::to_string(angle)); }
@@ -36,17 +35,6 @@ struct Heard final : camera::serviceapi::DeviceServices::Listener {
 
 class DeviceServicesClientTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        Log::instance().setWriter([this](const std::string& line) { log.add(line); });
-    }
-
-    void TearDown() override
-    {
-        services.reset();
-        Log::instance().setWriter({});
-    }
-
     void startServices()
     {
         for (FakeService* fake : {&dayNight, &blanking, &rotate, &streamer, &configuration}) {
@@ -86,8 +74,8 @@ protected:
         ASSERT_TRUE(eventually([&] { return services->sessions() > before && services->connected(); }));
     }
 
-    test_support::TestBus bus;
-    Journal log;
+    kit::PrivateBus bus;
+    kit::LogLines log;
     Heard heard;
     FakeService dayNight{bus.address(), service::kDayNight};
     FakeService blanking{bus.address(), service::kWindowBlanking};

@@ -19,7 +19,7 @@ struct FakeState {
     std::atomic<Manner> manner{Manner::answers};
     std::atomic<int> asked{0};
     std::atomic<std::uint32_t> value{0}; ///< the angle, whether blanking is on, the configuration value
-    Journal documents;
+    kit::LineJournal documents;
 };
 
 /// The objects of one of the device's services during one session: one for each target.

@@ -5,7 +5,7 @@
 #include "camera/serviceapi/ServiceApi.h"
 #include "integration/camera_pipeline/BusClient.h"
 #include "integration/camera_pipeline/DeviceFixture.h"
-#include "support/TestBus.h"
+#include "kit/PrivateBus.h"
 
 #include <memory>
 #include <string>
@@ -100,7 +100,7 @@ protected:
         device->drain();
     }
 
-    test_support::TestBus bus;
+    kit::PrivateBus bus;
     BusClient client{bus.address()};
     camera::pipeline::PipelineStatus status;
     std::unique_ptr<camera::pipeline::PipelineService> pipelineService;

@@ -1,9 +1,9 @@
 #include "integration/camera_power/PowerFixture.h"
 
-#include "camera/base/Log.h"
 #include "camera/serviceapi/ServiceApi.h"
 
 #include "kit/FakeDeviceServices.h"
+#include "kit/Refusal.h"
 
 #include <json/json.h>
 
@@ -13,7 +13,6 @@
 
 void PowerFixture::SetUp()
 {
-    camera::base::Log::instance().setWriter([](const std::string& /*line*/) {});
     options.engines = StubEngines::source();
     options.pluginPath = DETECTION_MODULE;
     options.stateDir = state;
@@ -29,7 +28,6 @@ void PowerFixture::TearDown()
 {
     StubEngines::instance().onCall = nullptr;
     stop();
-    camera::base::Log::instance().setWriter({});
 }
 
 void PowerFixture::start()
@@ -41,12 +39,8 @@ void PowerFixture::start()
 
 std::optional<std::string> PowerFixture::refusal()
 {
-    try {
-        start();
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return std::nullopt;
+    const std::string refusal = kit::refusalOf([this] { start(); });
+    return device ? std::nullopt : std::optional(refusal);
 }
 
 std::string PowerFixture::storedDocument() const

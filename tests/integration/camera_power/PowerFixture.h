@@ -3,7 +3,8 @@
 #include "camera/pipeline/Device.h"
 #include "integration/camera_power/DiskCall.h"
 #include "integration/camera_power/StubEngines.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "kit/LogLines.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,7 +50,8 @@ protected:
     /// The number in an environment variable, for a longer run than the usual one.
     static std::size_t wanted(const char* variable, std::size_t usual);
 
-    TemporaryFolder folder;
+    const kit::LogLines log;
+    kit::TemporaryFolder folder;
     const std::filesystem::path state = folder / "state";
     camera::pipeline::DeviceOptions options;
     std::unique_ptr<camera::pipeline::Device> device;

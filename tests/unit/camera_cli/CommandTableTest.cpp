@@ -1,7 +1,7 @@
 #include "camera/cli/Command.h"
 #include "camera/cli/FramesFile.h"
 #include "camera/cli/SuperviseCommand.h"
-#include "unit/camera_video/TemporaryFolder.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -175,8 +175,8 @@ protected:
         }
     }
 
-    video::TemporaryFolder folder;
-    const fs::path state = fs::canonical(folder.path("."));
+    kit::TemporaryFolder folder;
+    const fs::path state = fs::canonical(folder.path());
 };
 
 TEST_F(FramesFileTest, liesInTheStateFoldersFrames)

@@ -5,7 +5,7 @@
 #include "camera/cli/RestartReport.h"
 #include "camera/onvif/EventText.h"
 #include "camera/store/StateFolder.h"
-#include "unit/camera_video/TemporaryFolder.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -101,40 +101,40 @@ TEST(SizeText, isForPeople)
 
 TEST(PluginPath, findsThePluginBesideTheProgramOrInLib)
 {
-    const TemporaryFolder folder;
-    std::filesystem::create_directories(folder.path("bin"));
-    std::filesystem::create_directories(folder.path("lib"));
+    const kit::TemporaryFolder folder;
+    std::filesystem::create_directories((folder / "bin").string());
+    std::filesystem::create_directories((folder / "lib").string());
     const std::string inLib = folder.write("lib/libdetection.so", "x");
-    EXPECT_EQ(std::filesystem::canonical(inLib), pluginPath("", folder.path("bin")));
+    EXPECT_EQ(std::filesystem::canonical(inLib), pluginPath("", (folder / "bin").string()));
     const std::string beside = folder.write("bin/libdetection.so", "x");
-    EXPECT_EQ(std::filesystem::canonical(beside), pluginPath("", folder.path("bin")));
-    EXPECT_EQ(std::filesystem::path(inLib), pluginPath(inLib, folder.path("bin")));
+    EXPECT_EQ(std::filesystem::canonical(beside), pluginPath("", (folder / "bin").string()));
+    EXPECT_EQ(std::filesystem::path(inLib), pluginPath(inLib, (folder / "bin").string()));
 }
 
 TEST(PluginPath, refusesAMissingPluginNamingWhereItLooked)
 {
-    const TemporaryFolder folder;
+    const kit::TemporaryFolder folder;
     const auto refused = [&](const std::string& given) {
         try {
-            pluginPath(given, folder.path("bin"));
+            pluginPath(given, (folder / "bin").string());
         } catch (const std::runtime_error& error) {
             return std::string(error.what());
         }
         return std::string("accepted");
     };
-    EXPECT_THAT(refused(""), HasSubstr("is neither in '" + folder.path("bin") + "'"));
+    EXPECT_THAT(refused(""), HasSubstr("is neither in '" + (folder / "bin").string() + "'"));
     EXPECT_THAT(refused("/none.so"), HasSubstr("the plug-in '/none.so' is no file"));
-    EXPECT_THAT(refused(folder.path("")), HasSubstr("is no file"));
+    EXPECT_THAT(refused(folder.path().string()), HasSubstr("is no file"));
 }
 
 TEST(StateFolder, keepsTheTimeOfTheLastFrame)
 {
-    const TemporaryFolder folder;
-    const StateFolder state(folder.path(""));
+    const kit::TemporaryFolder folder;
+    const StateFolder state(folder.path().string());
     EXPECT_TRUE(state.kept());
     EXPECT_EQ(0, state.lastFrameTime());
     state.keepLastFrameTime(1700000000123456789);
-    EXPECT_EQ(1700000000123456789, StateFolder(folder.path("")).lastFrameTime());
+    EXPECT_EQ(1700000000123456789, StateFolder(folder.path().string()).lastFrameTime());
     for (const std::string damaged : {"", "x", "-4", "99999999999999999999", "9000000000000000000"}) {
         folder.write("last-frame-time", damaged);
         EXPECT_EQ(0, state.lastFrameTime()) << damaged;

@@ -2,8 +2,8 @@
 #include "camera/framework/EngineFactory.h"
 
 #include "camera/base/Current.h"
-#include "camera/base/Log.h"
 #include "kit/FakeEngine.h"
+#include "kit/LogLines.h"
 #include "plugin/analytics/factory.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +13,6 @@
 
 namespace {
 
-using camera::base::Log;
 using camera::framework::EngineFactory;
 using camera::framework::EngineModule;
 using camera::framework::Engines;
@@ -42,12 +41,6 @@ std::shared_ptr<analytics_lib::IOnvifAnalytics> make(void*, std::shared_ptr<anal
 
 class EngineFactoryTest : public testing::Test {
 protected:
-    EngineFactoryTest()
-    {
-        Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
-    }
-    ~EngineFactoryTest() override { Log::instance().setWriter({}); }
-
     std::vector<std::string> names(const std::vector<DetectionEngineModule>& modules)
     {
         std::vector<EngineModule> pointers;
@@ -72,15 +65,15 @@ protected:
         return result;
     }
 
-    void* const log = Log::instance().open("test");
-    std::vector<std::string> lines;
+    const kit::LogLines lines;
+    void* const log = camera::base::Log::instance().open("test");
 };
 
 TEST_F(EngineFactoryTest, thoseOfModulesComeFirstInTheirOrder)
 {
     EXPECT_THAT(names({module("b", make<'b'>), module("a", make<'a'>)}),
                 ElementsAre("bengine", "aengine", "Simple", "Motion"));
-    EXPECT_THAT(lines, IsEmpty());
+    EXPECT_THAT(lines.lines(), IsEmpty());
 }
 
 TEST_F(EngineFactoryTest, leavesOutAnEngineWhoseNameBeginsLikeAnotherOne)
@@ -96,8 +89,8 @@ TEST_F(EngineFactoryTest, leavesOutAnEngineWhoseNameBeginsLikeAnotherOne)
         EXPECT_THAT(names({same(name)}), ElementsAre("Simple", "Motion")) << name;
     }
     EXPECT_THAT(names({module("a", make<'a'>), module("a", make<'a'>)}), ElementsAre("aengine", "Simple", "Motion"));
-    ASSERT_EQ(lines.size(), 5u);
-    EXPECT_THAT(lines[0],
+    ASSERT_EQ(lines.lines().size(), 5u);
+    EXPECT_THAT(lines.lines()[0],
                 EndsWith("test: engines: the engine 'Motion' is left out: its name and 'Motion' begin alike\n"));
 }
 
@@ -111,9 +104,9 @@ TEST_F(EngineFactoryTest, leavesOutTheEngineOfAModuleThatFails)
     EXPECT_THAT(names({module("one", throws), module("two", throwsAnything), module("three", makesNone),
                        module("a", make<'a'>)}),
                 ElementsAre("aengine", "Simple", "Motion"));
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("the engine module 'one' failed: no model"),
-                                   HasSubstr("the engine module 'two' failed"),
-                                   HasSubstr("the engine module 'three' made no engine")));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("the engine module 'one' failed: no model"),
+                                           HasSubstr("the engine module 'two' failed"),
+                                           HasSubstr("the engine module 'three' made no engine")));
 }
 
 TEST_F(EngineFactoryTest, theSeamsFunctionAsksTheCurrentOne)

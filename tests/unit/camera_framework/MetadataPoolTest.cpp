@@ -1,7 +1,7 @@
 #include "camera/framework/MetadataPool.h"
 
 #include "camera/base/Current.h"
-#include "camera/base/Log.h"
+#include "kit/LogLines.h"
 
 #include "korva/meridan/MetadataTransmitter.h"
 
@@ -17,7 +17,6 @@
 
 namespace {
 
-using camera::base::Log;
 using camera::framework::MetadataPool;
 using korva::meridan::MetadataTransmitter;
 using testing::ElementsAre;
@@ -25,12 +24,6 @@ using testing::HasSubstr;
 
 class MetadataPoolTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
-    }
-    void TearDown() override { Log::instance().setWriter({}); }
-
     void bind(std::size_t engineCount, std::uint32_t bytesPerEngine)
     {
         pool = std::make_shared<MetadataPool>(engineCount, bytesPerEngine);
@@ -45,9 +38,9 @@ protected:
                 std::string(reinterpret_cast<const char*>(all.motion), all.motionBytes)};
     }
 
+    const kit::LogLines log;
     std::shared_ptr<MetadataPool> pool;
     std::unique_ptr<camera::base::Current<MetadataPool>::Binding> binding;
-    std::vector<std::string> lines;
     MetadataTransmitter& transmitter = MetadataTransmitter::instance();
 };
 
@@ -97,7 +90,7 @@ TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
     transmitter.ReturnFullDrawingBuffer(129);
     transmitter.ReturnFullMotionBuffer(128);
     EXPECT_EQ(outputs().first.size(), 128u);
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("129 bytes of drawing data, the buffer has 128")));
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("129 bytes of drawing data, the buffer has 128")));
 }
 
 TEST_F(MetadataPoolTest, handsOutNothingWithoutADevice)

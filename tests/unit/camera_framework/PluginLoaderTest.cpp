@@ -1,7 +1,8 @@
 #include "camera/framework/PluginLoader.h"
 
 #include "camera/framework/PluginConfiguration.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "kit/Refusal.h"
+#include "kit/TemporaryFolder.h"
 
 #include <elf.h>
 #include <gmock/gmock.h>
@@ -21,24 +22,13 @@ const std::string kName = "DetectionPlugin";
 
 std::string refusalOf(const std::filesystem::path& file)
 {
-    try {
-        loadPlugin(file, kName);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "not refused";
+    return kit::refusalOf([&] { loadPlugin(file, kName); });
 }
 
 std::uintptr_t productOf(korva::meridan::PluginManager::Factory factory)
 {
     korva::meridan::MeridanEnv environment;
     return reinterpret_cast<std::uintptr_t>(factory(&environment, korva::meridan::IPluginConfiguration(kName)));
-}
-
-std::string bytesOf(const std::filesystem::path& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 TEST(PluginLoaderTest, findsTheFactoryByItsNameAmongOthers)
@@ -77,35 +67,35 @@ TEST(PluginLoaderTest, saysThatAFileIsMissing)
 
 TEST(PluginLoaderTest, saysThatAFolderIsNoLibrary)
 {
-    const TemporaryFolder folder;
+    const kit::TemporaryFolder folder;
     EXPECT_EQ(refusalOf(folder.path()),
               "the plug-in " + folder.path().string() + " is not a file; name the library itself");
 }
 
 TEST(PluginLoaderTest, saysThatATextOrATruncatedFileIsNoLibrary)
 {
-    const TemporaryFolder folder;
+    const kit::TemporaryFolder folder;
     const std::string reason = " is not a shared library; name the built library";
     std::ofstream(folder / "text") << "a text that is much longer than the header of a shared library would have to be";
     EXPECT_EQ(refusalOf(folder / "text"), "the plug-in " + (folder / "text").string() + reason);
     std::ofstream(folder / "empty");
     EXPECT_EQ(refusalOf(folder / "empty"), "the plug-in " + (folder / "empty").string() + reason);
-    std::ofstream(folder / "short", std::ios::binary) << bytesOf(MODULE_good).substr(0, 30);
+    std::ofstream(folder / "short", std::ios::binary) << kit::contentOf(MODULE_good).substr(0, 30);
     EXPECT_EQ(refusalOf(folder / "short"), "the plug-in " + (folder / "short").string() + reason);
 }
 
 TEST(PluginLoaderTest, saysWhyALibraryCutInItsMiddleCannotBeLoaded)
 {
-    const TemporaryFolder folder;
-    std::ofstream(folder / "cut", std::ios::binary) << bytesOf(MODULE_good).substr(0, 200);
+    const kit::TemporaryFolder folder;
+    std::ofstream(folder / "cut", std::ios::binary) << kit::contentOf(MODULE_good).substr(0, 200);
     EXPECT_THAT(refusalOf(folder / "cut"),
                 testing::StartsWith("the plug-in " + (folder / "cut").string() + " cannot be loaded: "));
 }
 
 TEST(PluginLoaderTest, saysThatALibraryIsForAnotherMachine)
 {
-    const TemporaryFolder folder;
-    std::string bytes = bytesOf(MODULE_good);
+    const kit::TemporaryFolder folder;
+    std::string bytes = kit::contentOf(MODULE_good);
     bytes[offsetof(Elf64_Ehdr, e_machine)] = static_cast<char>(EM_PPC64);
     std::ofstream(folder / "foreign", std::ios::binary) << bytes;
     EXPECT_EQ(refusalOf(folder / "foreign"),

@@ -1,6 +1,6 @@
 #include "camera/onvif/ConfigurationFile.h"
 
-#include "unit/camera_video/TemporaryFolder.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -34,7 +34,7 @@ protected:
         return "accepted";
     }
 
-    video::TemporaryFolder folder;
+    kit::TemporaryFolder folder;
 };
 
 TEST_F(ConfigurationFileTest, readsAConfiguration)
@@ -55,10 +55,10 @@ TEST_F(ConfigurationFileTest, refusesWhatIsNoConfigurationWithFileLineAndColumn)
 
 TEST_F(ConfigurationFileTest, refusesFilesThatCannotBeRead)
 {
-    EXPECT_EQ("cannot read the configuration '" + folder.path("none.xml") +
+    EXPECT_EQ("cannot read the configuration '" + (folder / "none.xml").string() +
                   "': No such file or directory; name an XML file.",
-              refused(folder.path("none.xml")));
-    EXPECT_THAT(refused(folder.path("")), HasSubstr("it is a directory"));
+              refused((folder / "none.xml").string()));
+    EXPECT_THAT(refused(folder.path().string()), HasSubstr("it is a directory"));
     EXPECT_THAT(refused(folder.write("nul.xml", std::string("<a/>\0", 5))), HasSubstr("it holds a NUL byte"));
     EXPECT_THAT(refused(folder.write("empty.xml", "")), HasSubstr("is refused at line 1, column 1"));
 }

@@ -1,6 +1,6 @@
 #include "camera/serviceapi/ControlThread.h"
 
-#include "camera/base/Log.h"
+#include "kit/LogLines.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,25 +16,14 @@
 
 namespace {
 
-using camera::base::Log;
 using camera::serviceapi::ControlThread;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 class ControlThreadTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
-    }
-    void TearDown() override
-    {
-        control.stop();
-        Log::instance().setWriter({});
-    }
-
-    std::vector<std::string> lines;
-    ControlThread control;
+    const kit::LogLines log;
+    ControlThread control; // stops before the log
 };
 
 TEST_F(ControlThreadTest, runsTasksInTheOrderInWhichTheyCame)
@@ -88,8 +77,9 @@ TEST_F(ControlThreadTest, goesOnAfterATaskThatThrewAndSaysWhy)
     control.post([] { throw 5; });
     EXPECT_EQ(control.ask([] { return 1; }), 1);
     EXPECT_EQ(control.failures(), 2u);
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("error control: a callback failed: broken callback"),
-                                   HasSubstr("error control: a callback failed: an exception of an unknown type")));
+    EXPECT_THAT(log.lines(),
+                ElementsAre(HasSubstr("error control: a callback failed: broken callback"),
+                            HasSubstr("error control: a callback failed: an exception of an unknown type")));
 }
 
 TEST_F(ControlThreadTest, doesNotRunAPostedTaskInsideTheCallThatPostsIt)

@@ -1,9 +1,9 @@
 #include "camera/serviceapi/MetadataStreamer.h"
 
-#include "camera/base/Log.h"
 #include "camera/serviceapi/Status.h"
 #include "kit/FakeDeviceServices.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "kit/LogLines.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,23 +18,12 @@
 
 namespace {
 
-using camera::base::Log;
 using camera::serviceapi::MetadataStreamer;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 class MetadataStreamerTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
-    }
-    void TearDown() override
-    {
-        streamer.reset();
-        Log::instance().setWriter({});
-    }
-
     void open(const std::filesystem::path& file, std::size_t capacity = MetadataStreamer::kCapacityBytes)
     {
         streamer = std::make_unique<MetadataStreamer>(services, file, capacity);
@@ -43,17 +32,11 @@ protected:
 
     ravel_core_status send(const std::string& document) { return streamer->send(cookie, document); }
 
-    static std::string contentOf(const std::filesystem::path& file)
-    {
-        std::ifstream stream(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-    TemporaryFolder folder;
+    const kit::LogLines log;
+    kit::TemporaryFolder folder;
     FakeDeviceServices services;
     std::unique_ptr<MetadataStreamer> streamer;
     std::uintptr_t cookie = 0;
-    std::vector<std::string> lines;
 };
 
 TEST_F(MetadataStreamerTest, writesEachDocumentOnALineOfItsOwn)
@@ -62,7 +45,7 @@ TEST_F(MetadataStreamerTest, writesEachDocumentOnALineOfItsOwn)
     EXPECT_EQ(send("<a/>"), 0);
     EXPECT_EQ(send("<b\n x=\"1\">\r\n</b>"), 0);
     streamer->drain();
-    EXPECT_EQ(contentOf(folder / "metadata.xml"), "<a/>\n<b  x=\"1\">  </b>\n");
+    EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), "<a/>\n<b  x=\"1\">  </b>\n");
     EXPECT_EQ(streamer->counters().received, 2u);
     EXPECT_EQ(streamer->counters().written, 2u);
 }
@@ -72,7 +55,7 @@ TEST_F(MetadataStreamerTest, emptiesAnOlderFileBeforeItWrites)
     std::ofstream(folder / "metadata.xml") << "older\n";
     open(folder / "metadata.xml");
     streamer.reset();
-    EXPECT_EQ(contentOf(folder / "metadata.xml"), "");
+    EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), "");
 }
 
 TEST_F(MetadataStreamerTest, writesWhatIsQueuedBeforeItEnds)
@@ -82,7 +65,7 @@ TEST_F(MetadataStreamerTest, writesWhatIsQueuedBeforeItEnds)
         EXPECT_EQ(send("<d/>"), 0);
     }
     streamer.reset();
-    EXPECT_EQ(contentOf(folder / "metadata.xml").size(), 500 * 5u);
+    EXPECT_EQ(kit::contentOf(folder / "metadata.xml").size(), 500 * 5u);
 }
 
 TEST_F(MetadataStreamerTest, handsEachDocumentOverUnchanged)
@@ -130,7 +113,7 @@ TEST_F(MetadataStreamerTest, reportsAFullDiskOnceAndGoesOnCounting)
     EXPECT_EQ(streamer->counters().dropped, 3u);
     EXPECT_THAT(streamer->counters().error,
                 HasSubstr("the metadata file /dev/full is incomplete: No space left on device"));
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("the metadata file /dev/full is incomplete")));
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("the metadata file /dev/full is incomplete")));
 }
 
 TEST_F(MetadataStreamerTest, refusesAFileThatCannotBeOpenedWithOneSentence)

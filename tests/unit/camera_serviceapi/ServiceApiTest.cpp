@@ -1,10 +1,10 @@
 // The process-wide service calls, over a fake of the device's services.
 #include "camera/serviceapi/ServiceApi.h"
 
-#include "camera/base/Log.h"
 #include "camera/serviceapi/Status.h"
 #include "kit/FakeDeviceServices.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "kit/LogLines.h"
+#include "kit/TemporaryFolder.h"
 
 #include "ravel/RavelApiAnalyticsTargetImplBase.h"
 #include "ravel/RavelApiAnalyticsTargetRun.h"
@@ -30,7 +30,6 @@
 namespace {
 
 using camera::base::Event;
-using camera::base::Log;
 using camera::serviceapi::CurrentServiceApi;
 using camera::serviceapi::ServiceApi;
 using testing::ElementsAre;
@@ -66,15 +65,10 @@ protected:
     void SetUp() override
     {
         calls.clear();
-        Log::instance().setWriter([this](const std::string& line) { lines.push_back(line); });
         options.stateDir = folder.path();
         options.services = services;
     }
-    void TearDown() override
-    {
-        stop();
-        Log::instance().setWriter({});
-    }
+    void TearDown() override { stop(); }
 
     void start()
     {
@@ -93,12 +87,12 @@ protected:
         return ravel::core::getTargetIds(service, ids) ? ids : std::vector<std::string>{"unknown"};
     }
 
-    TemporaryFolder folder;
+    const kit::LogLines lines;
+    kit::TemporaryFolder folder;
     const std::shared_ptr<FakeDeviceServices> services = std::make_shared<FakeDeviceServices>();
     camera::serviceapi::ServiceApiOptions options;
     std::shared_ptr<ServiceApi> api;
     std::unique_ptr<CurrentServiceApi::Binding> binding;
-    std::vector<std::string> lines;
 };
 
 TEST_F(ServiceApiTest, looksServicesUpWhereTheyAre)
@@ -456,7 +450,7 @@ TEST_F(ServiceApiTest, keepsTheFirstTargetWhenASecondWantsItsName)
         const RavelApiAnalyticsTargetRun late("onvif_analytic_service", log, second);
     }
     EXPECT_EQ(api->analyticsTargets.find("onvif_analytic_service"), first);
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("another target is served under this name")));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("another target is served under this name")));
 }
 
 TEST_F(ServiceApiTest, servesNoTargetThatIsNotRunnable)
@@ -467,7 +461,7 @@ TEST_F(ServiceApiTest, servesNoTargetThatIsNotRunnable)
     const RavelApiAnalyticsTargetRun runner("onvif_analytic_service", log,
                                             boost::make_shared<SilentTarget>(nullptr, false));
     EXPECT_EQ(api->analyticsTargets.find("onvif_analytic_service"), nullptr);
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("the target cannot be served")));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("the target cannot be served")));
 }
 
 TEST_F(ServiceApiTest, letsARunnerOutliveItsDevice)
@@ -487,7 +481,7 @@ TEST_F(ServiceApiTest, writesTheTargetsLinesOnItsOwnHandle)
     ravel_core_logging_init("TARGET", &log);
     const SilentTarget target(log);
     target.log(RAVEL_CORE_LOG_ERROR, "%d of %s", 2, "three");
-    EXPECT_THAT(lines, ElementsAre(HasSubstr("error TARGET: 2 of three")));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("error TARGET: 2 of three")));
 }
 
 TEST(StatusTest, hasATextForEveryStatus)

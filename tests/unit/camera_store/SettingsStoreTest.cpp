@@ -1,44 +1,32 @@
 #include "camera/store/SettingsStore.h"
 
-#include "camera/base/Log.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "kit/LogLines.h"
+#include "kit/Refusal.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <csignal>
 #include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
-using camera::base::Log;
 using camera::store::DatabaseError;
 using camera::store::SettingsStore;
-using testing::ElementsAre;
+using kit::refusalOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Optional;
+using testing::Pair;
 using testing::SizeIs;
 
 class SettingsStoreTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        Log::instance().setWriter([](const std::string&) {});
-        open();
-    }
-    void TearDown() override
-    {
-        store.reset();
-        Log::instance().setWriter({});
-    }
+    SettingsStoreTest() { open(); }
 
     void open(std::int64_t maxBytes = 0)
     {
@@ -73,9 +61,21 @@ protected:
         return count;
     }
 
+    /// Kind and sentence of a failure that must come.
+    static std::pair<DatabaseError::Kind, std::string> failureOf(const std::function<void()>& action)
+    {
+        try {
+            action();
+        } catch (const DatabaseError& error) {
+            return {error.kind(), error.what()};
+        }
+        throw std::logic_error("it succeeded");
+    }
+
     std::filesystem::path file() const { return folder / "settings.db"; }
 
-    TemporaryFolder folder;
+    const kit::LogLines log;
+    kit::TemporaryFolder folder;
     std::unique_ptr<SettingsStore> store;
 };
 
@@ -105,29 +105,6 @@ TEST_F(SettingsStoreTest, findsEveryDocumentAgainAfterARestart)
     EXPECT_THAT(store->read("B"), Optional(bytes));
     EXPECT_THAT(store->read("empty"), Optional(std::string()));
     EXPECT_THAT(store->notices(), IsEmpty());
-}
-
-TEST_F(SettingsStoreTest, keepsAnAcknowledgedWriteWhenTheProcessIsKilled)
-{
-    store.reset();
-    int acknowledged[2];
-    ASSERT_EQ(pipe(acknowledged), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        SettingsStore own(folder.path());
-        own.write("OnvifAnalytics", "written by the child");
-        (void)!write(acknowledged[1], "x", 1);
-        pause();
-        _exit(0);
-    }
-    char byte = 0;
-    ASSERT_EQ(read(acknowledged[0], &byte, 1), 1);
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    close(acknowledged[0]);
-    close(acknowledged[1]);
-    open();
-    EXPECT_THAT(store->read("OnvifAnalytics"), Optional(std::string("written by the child")));
 }
 
 TEST_F(SettingsStoreTest, keepsTheLastTenDocumentsOfEachKey)
@@ -216,13 +193,9 @@ TEST_F(SettingsStoreTest, throwsWhenADocumentIsDamagedWhileTheStoreIsOpen)
 {
     store->write("A", "good");
     change("UPDATE settings SET checksum = checksum + 1");
-    try {
-        (void)store->read("A");
-        FAIL() << "a damaged document was read";
-    } catch (const DatabaseError& error) {
-        EXPECT_EQ(error.kind(), DatabaseError::Kind::damaged);
-        EXPECT_THAT(error.what(), HasSubstr("the settings \"A\" could not be read from " + file().string()));
-    }
+    EXPECT_THAT(
+        failureOf([this] { (void)store->read("A"); }),
+        Pair(DatabaseError::Kind::damaged, HasSubstr("the settings \"A\" could not be read from " + file().string())));
 }
 
 TEST_F(SettingsStoreTest, setsATextThatIsNoDatabaseAsideAndTakesTheLastCopy)
@@ -302,12 +275,7 @@ TEST_F(SettingsStoreTest, refusesAFileOfANewerProgram)
 {
     store.reset();
     change("PRAGMA user_version = 99; PRAGMA application_id = 1382119011");
-    try {
-        open();
-        FAIL() << "a newer file was opened";
-    } catch (const std::runtime_error& error) {
-        EXPECT_THAT(error.what(), HasSubstr("written by a newer version of this program"));
-    }
+    EXPECT_THAT(refusalOf([this] { open(); }), HasSubstr("written by a newer version of this program"));
     EXPECT_EQ(filesSetAside(), 0u);
 }
 
@@ -325,61 +293,23 @@ TEST_F(SettingsStoreTest, doesNotTakeADamagedLayoutNumberForANewerProgram)
 
 TEST_F(SettingsStoreTest, saysWhatCannotBeUsedWhenTheFileIsAFolder)
 {
-    TemporaryFolder other;
+    const kit::TemporaryFolder other;
     std::filesystem::create_directory(other / "settings.db");
-    try {
-        SettingsStore blocked(other.path());
-        FAIL() << "a folder was opened";
-    } catch (const std::runtime_error& error) {
-        EXPECT_THAT(error.what(),
-                    HasSubstr("the settings file " + (other / "settings.db").string() + " cannot be used: "));
-    }
+    EXPECT_THAT(refusalOf([&] { SettingsStore blocked(other.path()); }),
+                HasSubstr("the settings file " + (other / "settings.db").string() + " cannot be used: "));
 }
 
 TEST_F(SettingsStoreTest, refusesAWriteThatFindsNoRoomAndKeepsWhatWasThere)
 {
     store->write("A", "small");
     open(64 * 1024);
-    try {
-        store->write("A", std::string(1024 * 1024, 'x'));
-        FAIL() << "a megabyte was stored in 64 KiB";
-    } catch (const DatabaseError& error) {
-        EXPECT_EQ(error.kind(), DatabaseError::Kind::full);
-        EXPECT_EQ(std::string(error.what()),
-                  "the settings \"A\" could not be stored in " + file().string() + ": no space is left for it");
-    }
+    EXPECT_THAT(failureOf([this] { store->write("A", std::string(1024 * 1024, 'x')); }),
+                Pair(DatabaseError::Kind::full,
+                     "the settings \"A\" could not be stored in " + file().string() + ": no space is left for it"));
     EXPECT_THAT(store->read("A"), Optional(std::string("small")));
     store->write("A", "small again");
     EXPECT_THAT(store->read("A"), Optional(std::string("small again")));
     EXPECT_THAT(store->history("A"), SizeIs(2));
-}
-
-TEST_F(SettingsStoreTest, reportsAFileSystemThatTakesNoMoreBytes)
-{
-    store->write("A", "before");
-    store.reset();
-    const pid_t child = fork();
-    if (child == 0) {
-        signal(SIGXFSZ, SIG_IGN);
-        int outcome = 1;
-        try {
-            SettingsStore own(folder.path());
-            const rlimit none{4096, 4096};
-            setrlimit(RLIMIT_FSIZE, &none);
-            own.write("A", std::string(100000, 'y'));
-        } catch (const DatabaseError& error) {
-            const bool readable = std::string(error.what()).find("could not be stored in") != std::string::npos;
-            outcome = readable && error.kind() != DatabaseError::Kind::rejected ? 0 : 2;
-        } catch (...) {
-            outcome = 3;
-        }
-        _exit(outcome);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-    open();
-    EXPECT_THAT(store->read("A"), Optional(std::string("before")));
 }
 
 } // namespace

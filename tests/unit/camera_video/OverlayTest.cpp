@@ -1,11 +1,11 @@
 #include "camera/video/Overlay.h"
 
-#include "TemporaryFolder.h"
 #include "camera/video/LibavLog.h"
 #include "camera/video/OverlayPainter.h"
 #include "camera/video/PngWriter.h"
 #include "camera/video/Scene.h"
 #include "camera/video/VideoInput.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -230,12 +230,12 @@ protected:
         overlay.add(frame, readDrawing(buffer.data(), writer.usedBytes()), "");
     }
 
-    TemporaryFolder folder;
+    kit::TemporaryFolder folder;
 };
 
 TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
 {
-    const OverlayFiles files{folder.path("o.mp4"), folder.path("o.png")};
+    const OverlayFiles files{(folder / "o.mp4").string(), (folder / "o.png").string()};
     Overlay overlay(files, 320, 180, 25);
     Scene scene(kScene);
     int number = 0;
@@ -259,7 +259,7 @@ TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
 
 TEST_F(OverlayTest, picturesTheFrameWithTheMostToSee)
 {
-    const OverlayFiles files{"", folder.path("o.png")};
+    const OverlayFiles files{"", (folder / "o.png").string()};
     Overlay overlay(files, 320, 180, 25);
     Scene scene(kScene);
     const std::vector<std::vector<BoxRecord>> drawn = {
@@ -310,7 +310,7 @@ TEST(OverlayPainter, listsTheNamesOfRulesOfOnePlaceOneBelowTheOther)
 
 TEST_F(OverlayTest, writesNoPictureWithoutAFrame)
 {
-    const OverlayFiles files{"", folder.path("o.png")};
+    const OverlayFiles files{"", (folder / "o.png").string()};
     Overlay overlay(files, 320, 180, 25);
     overlay.finish();
     EXPECT_FALSE(overlay.pictureWritten());
@@ -319,14 +319,14 @@ TEST_F(OverlayTest, writesNoPictureWithoutAFrame)
 
 TEST_F(OverlayTest, refusesFilesThatCannotBeWrittenBeforeTheFirstFrame)
 {
-    const std::string nowhere = folder.path("none/o");
+    const std::string nowhere = (folder / "none/o").string();
     EXPECT_EQ("cannot write the overlay video '" + nowhere +
                   ".mp4': No such file or directory; name a file in a folder that can be written and has room.",
               failure({nowhere + ".mp4", ""}));
     EXPECT_EQ("cannot write the picture '" + nowhere +
                   ".png': No such file or directory; name a file in a folder that can be written.",
               failure({"", nowhere + ".png"}));
-    EXPECT_THAT(failure({"", folder.path("")}), HasSubstr("Is a directory"));
+    EXPECT_THAT(failure({"", folder.path().string()}), HasSubstr("Is a directory"));
 }
 
 /// No file of this process grows beyond a size: what a full disk does, without one.
@@ -354,7 +354,7 @@ TEST_F(OverlayTest, saysWhenThereIsNoRoomForTheVideo)
     EXPECT_THAT(failure({"/dev/full", ""}),
                 HasSubstr("cannot write the overlay video '/dev/full': No space left on device"));
 
-    const std::string path = folder.path("o.mp4");
+    const std::string path = (folder / "o.mp4").string();
     const FileSizeLimit limit(50000);
     Overlay overlay({path, ""}, 320, 180, 25);
     Scene scene("scene:size=320x180,frames=80,noise=20");
@@ -376,7 +376,7 @@ TEST_F(OverlayTest, saysWhenThereIsNoRoomForThePictureAndLeavesNoHalfOfIt)
     for (std::size_t i = 0; i < noisy.pixels.size(); ++i) {
         noisy.pixels[i] = static_cast<std::uint8_t>(i * i >> 3U);
     }
-    const std::string path = folder.path("o.png");
+    const std::string path = (folder / "o.png").string();
     const FileSizeLimit limit(500);
     EXPECT_THROW(writePng(noisy, path), std::runtime_error);
     EXPECT_FALSE(std::filesystem::exists(path));
@@ -384,7 +384,7 @@ TEST_F(OverlayTest, saysWhenThereIsNoRoomForThePictureAndLeavesNoHalfOfIt)
 
 TEST_F(OverlayTest, fallsBackToAnotherEncoder)
 {
-    const std::string path = folder.path("m.mp4");
+    const std::string path = (folder / "m.mp4").string();
     Mp4Writer writer(path, 320, 180, 25, "mpeg4");
     RgbPicture picture = grey(320, 180);
     for (int i = 0; i < 5; ++i) {

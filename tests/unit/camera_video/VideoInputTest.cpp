@@ -1,10 +1,10 @@
 #include "camera/video/VideoInput.h"
 
 #include "SceneVideo.h"
-#include "TemporaryFolder.h"
 #include "camera/video/LibavLog.h"
 #include "camera/video/OpenSource.h"
 #include "camera/video/Timestamp.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -36,12 +36,12 @@ protected:
 
     std::string sceneVideo(const std::string& scene = kScene)
     {
-        const std::string path = folder.path("scene.mp4");
+        const std::string path = (folder / "scene.mp4").string();
         writeSceneVideo(path, scene);
         return path;
     }
 
-    TemporaryFolder folder;
+    kit::TemporaryFolder folder;
 };
 
 std::size_t count(FrameSource& source)
@@ -150,7 +150,7 @@ TEST_F(VideoInputTest, leavesOutAnOddRowAndColumn)
 
 TEST_F(VideoInputTest, refusesAMissingFile)
 {
-    const std::string path = folder.path("none.mp4");
+    const std::string path = (folder / "none.mp4").string();
     EXPECT_EQ("cannot open '" + path +
                   "': there is no such file; name a video file, a URL, or scene: for a generated scene.",
               refusal(path));
@@ -158,7 +158,7 @@ TEST_F(VideoInputTest, refusesAMissingFile)
 
 TEST_F(VideoInputTest, refusesADirectory)
 {
-    const std::string path = folder.path("");
+    const std::string path = folder.path().string();
     EXPECT_EQ("cannot open '" + path + "': it is a directory; name one video file in it.", refusal(path));
 }
 
@@ -186,7 +186,7 @@ TEST_F(VideoInputTest, refusesASoundFileForItHasNoPictures)
 
 TEST_F(VideoInputTest, refusesAVideoWhoseIndexIsCutOff)
 {
-    const std::string whole = TemporaryFolder::read(sceneVideo());
+    const std::string whole = kit::contentOf(sceneVideo());
     const std::string path = folder.write("cut.mp4", whole.substr(0, whole.size() / 2));
     EXPECT_THAT(refusal(path),
                 AllOf(HasSubstr("'" + path + "' is not a video that can be read"), HasSubstr("moov atom not found")));
@@ -207,14 +207,14 @@ TEST_F(VideoInputTest, refusesAMissingVideoDevice)
 
 TEST_F(VideoInputTest, acceptsAFileNameWithAColon)
 {
-    const std::string path = folder.path("a:b.mp4");
+    const std::string path = (folder / "a:b.mp4").string();
     writeSceneVideo(path, kScene);
     EXPECT_EQ("accepted", refusal(path));
 }
 
 TEST_F(VideoInputTest, deliversWhatDecodesOfADamagedVideoAndThenSaysSo)
 {
-    std::string video = TemporaryFolder::read(sceneVideo("scene:size=320x180,frames=60,objects=2,noise=1"));
+    std::string video = kit::contentOf(sceneVideo("scene:size=320x180,frames=60,objects=2,noise=1"));
     for (std::size_t i = video.size() / 3; i < video.size() / 3 + 3000; ++i) {
         video[i] = static_cast<char>(~video[i]);
     }
@@ -239,7 +239,7 @@ TEST_F(VideoInputTest, keepsLibavQuietOnStderr)
 {
     testing::internal::CaptureStderr();
     refusal(folder.write("a.mp4", "no video at all, just text"));
-    const std::string whole = TemporaryFolder::read(sceneVideo());
+    const std::string whole = kit::contentOf(sceneVideo());
     refusal(folder.write("cut.mp4", whole.substr(0, whole.size() / 2)));
     EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
@@ -248,7 +248,7 @@ TEST_F(VideoInputTest, printsWhatLibavSaysWhenAsked)
 {
     routeLibavLog(true);
     testing::internal::CaptureStderr();
-    const std::string whole = TemporaryFolder::read(sceneVideo());
+    const std::string whole = kit::contentOf(sceneVideo());
     refusal(folder.write("cut.mp4", whole.substr(0, whole.size() / 2)));
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("libav: "));
     routeLibavLog(false);

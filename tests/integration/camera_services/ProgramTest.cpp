@@ -1,18 +1,12 @@
-#include "camera/base/Log.h"
-#include "support/TestBus.h"
-#include "unit/camera_services/ServicesClient.h"
-#include "unit/camera_services/SocketReader.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "integration/camera_services/ServicesClient.h"
+#include "integration/camera_services/SocketReader.h"
+#include "kit/LogLines.h"
+#include "kit/PrivateBus.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -20,83 +14,27 @@ using namespace services_test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::UnorderedElementsAre;
 
-/// The program, with what it says on both outputs.
-class Program {
+std::ptrdiff_t lineEnds(const std::string& text)
+{
+    return std::count(text.begin(), text.end(), '\n');
+}
+
+/// The program; what it says on both outputs is its output.
+class Program : public ChildProcess {
 public:
-    explicit Program(const std::vector<std::string>& arguments)
-    {
-        int ends[2];
-        if (::pipe2(ends, O_CLOEXEC) != 0) {
-            throw std::runtime_error("no pipe");
-        }
-        std::vector<char*> raw{const_cast<char*>(CAMERA_SERVICES_PROGRAM)};
-        for (const std::string& argument : arguments) {
-            raw.push_back(const_cast<char*>(argument.c_str()));
-        }
-        raw.push_back(nullptr);
-        _pid = ::fork();
-        if (_pid == 0) {
-            ::dup2(ends[1], STDOUT_FILENO);
-            ::dup2(ends[1], STDERR_FILENO);
-            ::execv(raw[0], raw.data());
-            ::_exit(127);
-        }
-        ::close(ends[1]);
-        _output = camera::base::FileDescriptor(ends[0]);
-    }
-    ~Program()
-    {
-        if (_pid > 0) {
-            ::kill(_pid, SIGKILL);
-            ::waitpid(_pid, nullptr, 0);
-        }
-    }
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
-
-    void signal(int number) const { ::kill(_pid, number); }
-    pid_t pid() const { return _pid; }
-
-    /// Waits for its end; the exit code, or minus the signal, or 1000 when it does not end.
-    int end()
-    {
-        pollfd readable{_output.get(), POLLIN, 0};
-        char bytes[4096];
-        ssize_t count = 1;
-        while (count > 0) {
-            if (::poll(&readable, 1, 30000) <= 0) {
-                return 1000;
-            }
-            count = ::read(_output.get(), bytes, sizeof bytes);
-            said.append(bytes, count > 0 ? static_cast<std::size_t>(count) : 0);
-        }
-        int status = 0;
-        ::waitpid(_pid, &status, 0);
-        _pid = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    }
-
-    std::string said;
+    explicit Program(std::vector<std::string> arguments) : ChildProcess(words(std::move(arguments)), bothOutputs()) {}
 
 private:
-    pid_t _pid = -1;
-    camera::base::FileDescriptor _output;
+    static std::vector<std::string> words(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.begin(), CAMERA_SERVICES_PROGRAM);
+        return arguments;
+    }
 };
 
 class ProgramTest : public testing::Test {
 protected:
-    ProgramTest()
-    {
-        camera::base::Log::instance().setWriter([](const std::string&) {});
-    }
-    ~ProgramTest() override
-    {
-        client.connection.stop();
-        camera::base::Log::instance().setWriter({});
-    }
-
     std::vector<std::string> arguments(std::vector<std::string> more = {}) const
     {
         std::vector<std::string> all = {
@@ -111,7 +49,7 @@ protected:
         return eventually([&] {
             try {
                 return client.properties(service::kServices).at("Pid").get<std::uint32_t>() ==
-                       static_cast<std::uint32_t>(program.pid());
+                       static_cast<std::uint32_t>(program.id());
             } catch (const sdbus::Error&) {
                 return false;
             }
@@ -127,7 +65,8 @@ protected:
         return names;
     }
 
-    test_support::TestBus bus;
+    const LogLines log;
+    PrivateBus bus;
     TemporaryFolder folder;
     ServicesClient client{bus.address()};
 };
@@ -146,36 +85,36 @@ TEST_F(ProgramTest, wrongArgumentsAreOneSentenceAndTwo)
     };
     for (const auto& [given, text] : cases) {
         Program program(given);
-        EXPECT_EQ(program.end(), 2) << text;
-        EXPECT_THAT(program.said, HasSubstr(text));
-        EXPECT_EQ(std::count(program.said.begin(), program.said.end(), '\n'), 1) << program.said;
+        EXPECT_EQ(program.finish().exitCode, 2) << text;
+        EXPECT_THAT(program.out(), HasSubstr(text));
+        EXPECT_EQ(lineEnds(program.out()), 1) << program.out();
     }
 }
 
 TEST_F(ProgramTest, helpNamesEveryOption)
 {
     Program program({"--help"});
-    EXPECT_EQ(program.end(), 0);
+    EXPECT_EQ(program.finish().exitCode, 0);
     for (const char* option :
          {"--bus ADDRESS", "--state DIR", "--runtime DIR", "--rotation ", "--no-rotation-service", "-v"}) {
-        EXPECT_THAT(program.said, HasSubstr(option));
+        EXPECT_THAT(program.out(), HasSubstr(option));
     }
 }
 
 TEST_F(ProgramTest, stateThatCannotBeUsedIsOneSentenceAndOne)
 {
     Program program({"--bus", bus.address(), "--state", "/dev/null/state"});
-    EXPECT_EQ(program.end(), 1);
-    EXPECT_THAT(program.said, HasSubstr("the state folder /dev/null/state/services cannot be used"));
-    EXPECT_EQ(std::count(program.said.begin(), program.said.end(), '\n'), 1) << program.said;
+    EXPECT_EQ(program.finish().exitCode, 1);
+    EXPECT_THAT(program.out(), HasSubstr("the state folder /dev/null/state/services cannot be used"));
+    EXPECT_EQ(lineEnds(program.out()), 1) << program.out();
 }
 
 TEST_F(ProgramTest, aPathTooLongForTheSocketIsOneSentenceAndOne)
 {
     Program program({"--bus", bus.address(), "--state", (folder / "s").string(), "--runtime",
                      (folder / std::string(120, 'r')).string()});
-    EXPECT_EQ(program.end(), 1);
-    EXPECT_THAT(program.said, HasSubstr("name a shorter folder with --runtime"));
+    EXPECT_EQ(program.finish().exitCode, 1);
+    EXPECT_THAT(program.out(), HasSubstr("name a shorter folder with --runtime"));
 }
 
 TEST_F(ProgramTest, bothSignalsEndItWithNothingLeftBehind)
@@ -187,11 +126,11 @@ TEST_F(ProgramTest, bothSignalsEndItWithNothingLeftBehind)
         client.setFault(service::kDayNight, "slow", 3600);
         EXPECT_THROW(client.askWithin<bool>(10ms, service::kDayNight, "isMoving"), sdbus::Error);
         program.signal(number);
-        EXPECT_EQ(program.end(), 0) << program.said;
-        EXPECT_EQ(program.said, "");
+        EXPECT_EQ(program.finish().exitCode, 0) << program.out();
+        EXPECT_EQ(program.out(), "");
         EXPECT_THAT(filesOf("run"), IsEmpty());
-        for (const char* name : {service::kServices, service::kDayNight, service::kWindowBlanking, service::kRotate,
-                                 service::kConfiguration, service::kOnvifMetadataStreamer}) {
+        EXPECT_TRUE(eventually([&] { return !client.isServed(service::kServices); }));
+        for (const char* name : kEach) {
             EXPECT_TRUE(eventually([&] { return !client.isServed(name); })) << name;
         }
         EXPECT_THAT(filesOf("state"), ElementsAre("services"));
@@ -204,7 +143,7 @@ TEST_F(ProgramTest, itEndsAtOnceWhileTheBusIsAway)
     Program program(arguments());
     ASSERT_TRUE(eventually([&] { return std::filesystem::exists(folder / "run" / "metadata.sock"); }));
     program.signal(SIGTERM);
-    EXPECT_EQ(program.end(), 0) << program.said;
+    EXPECT_EQ(program.finish().exitCode, 0) << program.out();
 }
 
 TEST_F(ProgramTest, itWaitsForABusThatIsAwayAndServesWhenItComes)
@@ -214,7 +153,7 @@ TEST_F(ProgramTest, itWaitsForABusThatIsAwayAndServesWhenItComes)
     ASSERT_TRUE(eventually([&] { return std::filesystem::exists(folder / "run" / "metadata.sock"); }));
     bus.start();
     ASSERT_TRUE(serves(program));
-    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 90U);
+    EXPECT_EQ(client.angle(), 90U);
     bus.kill();
     bus.start();
     EXPECT_TRUE(serves(program));
@@ -226,15 +165,14 @@ TEST_F(ProgramTest, afterAKillTheNextOneHasEverythingThatWasAcknowledged)
         Program program(arguments());
         ASSERT_TRUE(serves(program));
         if (round > 0) {
-            EXPECT_EQ(client.one<std::int32_t>(service::kConfiguration, "getIntValue", std::string("round")),
-                      round - 1);
-            EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 180U);
+            EXPECT_EQ(client.value("round"), round - 1);
+            EXPECT_EQ(client.angle(), 180U);
         }
         SocketReader reader(client.one<std::string>(service::kOnvifMetadataStreamer, "getSocket"));
-        client.ask<>(service::kRotate, "setAngle", 180U);
-        client.ask<>(service::kConfiguration, "setIntValue", std::string("round"), round);
+        client.setAngle(180);
+        client.setValue("round", round);
         program.signal(SIGKILL);
-        EXPECT_EQ(program.end(), -SIGKILL);
+        EXPECT_EQ(program.finish().exitCode, -SIGKILL);
         EXPECT_THAT(filesOf("run"), ElementsAre("metadata.sock"));
     }
 }
@@ -244,13 +182,13 @@ TEST_F(ProgramTest, aSecondOneOnTheSameStateOrSocketIsRefused)
     Program first(arguments());
     ASSERT_TRUE(serves(first));
     Program sameState(arguments());
-    EXPECT_EQ(sameState.end(), 1);
-    EXPECT_THAT(sameState.said, HasSubstr("is in use by process " + std::to_string(first.pid())));
+    EXPECT_EQ(sameState.finish().exitCode, 1);
+    EXPECT_THAT(sameState.out(), HasSubstr("is in use by process " + std::to_string(first.id())));
     Program sameSocket(
         {"--bus", bus.address(), "--state", (folder / "other").string(), "--runtime", (folder / "run").string()});
-    EXPECT_EQ(sameSocket.end(), 1);
-    EXPECT_THAT(sameSocket.said, HasSubstr("another process listens there"));
-    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 0U);
+    EXPECT_EQ(sameSocket.finish().exitCode, 1);
+    EXPECT_THAT(sameSocket.out(), HasSubstr("another process listens there"));
+    EXPECT_EQ(client.angle(), 0U);
 }
 
 TEST_F(ProgramTest, withoutARotationServiceTheOthersAreServed)
@@ -258,9 +196,7 @@ TEST_F(ProgramTest, withoutARotationServiceTheOthersAreServed)
     Program program(arguments({"--no-rotation-service", "--rotation", "270"}));
     ASSERT_TRUE(serves(program));
     EXPECT_FALSE(client.isServed(service::kRotate));
-    EXPECT_EQ(
-        client.one<std::int32_t>(service::kConfiguration, "getIntValue", std::string("default_analytics_rotation")),
-        270);
+    EXPECT_EQ(client.value("default_analytics_rotation"), 270);
 }
 
 } // namespace

@@ -1,6 +1,9 @@
 #include "camera/supervisor/Supervisor.h"
 
-#include "unit/camera_supervisor/Folder.h"
+#include "kit/EnvironmentVariable.h"
+#include "kit/LineJournal.h"
+#include "kit/Refusal.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,7 +48,7 @@ private:
 /// A supervisor of stand-ins, run on a thread of its own.
 class SupervisorTest : public testing::Test {
 protected:
-    SupervisorTest() { fs::create_directory(folder.path / "x"); }
+    SupervisorTest() { fs::create_directory(folder / "x"); }
     ~SupervisorTest() override
     {
         if (supervisor) {
@@ -77,28 +80,15 @@ protected:
             };
         }
         supervisor = std::make_unique<Supervisor>(
-            options,
-            [this](const std::string& line) {
-                const std::lock_guard<std::mutex> lock(mutex);
-                reported.push_back(line);
-            },
-            clock);
-        outcome = std::async(std::launch::async, [this]() -> std::string {
-            try {
-                return std::to_string(supervisor->run());
-            } catch (const std::exception& error) {
-                return error.what();
-            }
+            options, [this](const std::string& line) { reported.add(line); }, clock);
+        outcome = std::async(std::launch::async, [this] {
+            int code = -1;
+            const std::string refusal = kit::refusalOf([&] { code = supervisor->run(); });
+            return code < 0 ? refusal : std::to_string(code);
         });
     }
 
     std::string end() { return outcome.wait_for(30s) == std::future_status::ready ? outcome.get() : "still running"; }
-
-    std::vector<std::string> reports()
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        return reported;
-    }
 
     camera::supervisor::ProcessStatus process(const std::string& name)
     {
@@ -114,27 +104,26 @@ protected:
 
     bool journalHas(std::size_t count, const std::string& line)
     {
-        const std::vector<std::string> lines = linesOf(journal);
+        const std::vector<std::string> lines = kit::linesOf(journal);
         return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), line)) >= count;
     }
 
     // Everything up, known by its process id, the pipeline having come as far as its first line.
     bool runs()
     {
-        return eventually([&] { return journalHas(1, "pipeline started"); }) &&
-               (!supervisor || eventually([&] { return pidOf("camera-pipeline") != 0; }));
+        return kit::eventually([&] { return journalHas(1, "pipeline started"); }) &&
+               (!supervisor || kit::eventually([&] { return pidOf("camera-pipeline") != 0; }));
     }
 
     // The process of that name is another one now, and runs.
     bool replaced(const std::string& name, pid_t before)
     {
-        return eventually([&] { return pidOf(name) != before && pidOf(name) != 0; });
+        return kit::eventually([&] { return pidOf(name) != before && pidOf(name) != 0; });
     }
 
     void expectNothingLeft()
     {
-        EXPECT_TRUE(!fs::exists(folder.path / "x" / "virtual-camera") ||
-                    fs::is_empty(folder.path / "x" / "virtual-camera"));
+        EXPECT_TRUE(!fs::exists(folder / "x" / "virtual-camera") || fs::is_empty(folder / "x" / "virtual-camera"));
         EXPECT_EQ(RuntimeFolder::find(state), std::nullopt);
         for (const char* name : {"dbus-daemon", "camera-services", "camera-pipeline"}) {
             for (const pid_t pid : pids[name]) {
@@ -150,10 +139,10 @@ protected:
         }
     }
 
-    const Folder folder;
-    const fs::path state = folder.path / "state";
-    const std::string journal = (folder.path / "journal").string();
-    const Variable variable{"XDG_RUNTIME_DIR", folder.path / "x"};
+    const kit::TemporaryFolder folder;
+    const fs::path state = folder / "state";
+    const std::string journal = folder / "journal";
+    const kit::EnvironmentVariable variable{"XDG_RUNTIME_DIR", folder / "x"};
     SupervisorOptions options;
     bool ownServices = false; ///< the test's options name other services than begin() does
     bool ownPipeline = false; ///< or another pipeline
@@ -161,8 +150,7 @@ protected:
     std::vector<bool> servicesFirst;
     std::vector<bool> pipelineFirst;
     std::map<std::string, std::vector<pid_t>> pids;
-    std::mutex mutex;
-    std::vector<std::string> reported;
+    kit::LineJournal reported;
     std::unique_ptr<Supervisor> supervisor;
     std::future<std::string> outcome;
 };
@@ -175,9 +163,9 @@ TEST_F(SupervisorTest, startsBusServicesAndPipelineAndEndsThemInTheOppositeOrder
     EXPECT_TRUE(RuntimeFolder::find(state));
     supervisor->stop();
     EXPECT_EQ(end(), "0");
-    EXPECT_THAT(linesOf(journal),
+    EXPECT_THAT(kit::linesOf(journal),
                 ElementsAre("services started", "pipeline started", "pipeline told to end", "services told to end"));
-    EXPECT_THAT(reports(), IsEmpty());
+    EXPECT_THAT(reported.lines(), IsEmpty());
     expectNothingLeft();
 }
 
@@ -187,8 +175,8 @@ TEST_F(SupervisorTest, endsWithThePipelinesCodeWithoutAWordOfItsOwn)
         fs::remove(journal);
         begin({code});
         EXPECT_EQ(end(), code);
-        EXPECT_THAT(linesOf(journal), ElementsAre("services started", "pipeline started", "services told to end"));
-        EXPECT_THAT(reports(), IsEmpty());
+        EXPECT_THAT(kit::linesOf(journal), ElementsAre("services started", "pipeline started", "services told to end"));
+        EXPECT_THAT(reported.lines(), IsEmpty());
         expectNothingLeft();
     }
 }
@@ -197,10 +185,10 @@ TEST_F(SupervisorTest, startsAPipelineAgainThatEndsOtherwiseAtOnceAndThenAfterGr
 {
     begin({"3,4,127,3,0"});
     EXPECT_EQ(end(), "0");
-    EXPECT_THAT(reports(), ElementsAre("camera-pipeline ended with exit code 3; starting it again",
-                                       "camera-pipeline ended with exit code 4; starting it again in 100 ms",
-                                       "camera-pipeline ended with exit code 127; starting it again in 200 ms",
-                                       "camera-pipeline ended with exit code 3; starting it again in 400 ms"));
+    EXPECT_THAT(reported.lines(), ElementsAre("camera-pipeline ended with exit code 3; starting it again",
+                                              "camera-pipeline ended with exit code 4; starting it again in 100 ms",
+                                              "camera-pipeline ended with exit code 127; starting it again in 200 ms",
+                                              "camera-pipeline ended with exit code 3; starting it again in 400 ms"));
     EXPECT_THAT(pipelineFirst, ElementsAre(true, false, false, false, false));
     EXPECT_THAT(servicesFirst, ElementsAre(true));
 }
@@ -212,7 +200,7 @@ TEST_F(SupervisorTest, startsThePipelineAgainWhenItIsToldTo)
     const pid_t before = pidOf("camera-pipeline");
     supervisor->restartPipeline();
     ASSERT_TRUE(replaced("camera-pipeline", before));
-    EXPECT_THAT(reports(), ElementsAre("camera-pipeline ended with exit code 0; starting it again"));
+    EXPECT_THAT(reported.lines(), ElementsAre("camera-pipeline ended with exit code 0; starting it again"));
     EXPECT_THAT(pipelineFirst, ElementsAre(true, false));
     supervisor->stop();
     EXPECT_EQ(end(), "0");
@@ -236,7 +224,7 @@ TEST_F(SupervisorTest, pausesLongerThanASecondAreToldInSeconds)
 {
     begin({"3,3,3,3,3,3,3,3,0"});
     EXPECT_EQ(end(), "0");
-    const std::vector<std::string> lines = reports();
+    const std::vector<std::string> lines = reported.lines();
     ASSERT_EQ(lines.size(), 8U);
     EXPECT_EQ(lines[5], "camera-pipeline ended with exit code 3; starting it again in 1.6 s");
     EXPECT_EQ(lines[7], "camera-pipeline ended with exit code 3; starting it again in 5 s");
@@ -256,9 +244,9 @@ TEST_F(SupervisorTest, startsEachProcessAgainThatIsKilled)
         EXPECT_EQ(process(name).lastExit, "signal 9 (Killed)");
     }
     rememberPids();
-    EXPECT_THAT(reports(), ElementsAre("camera-pipeline ended by signal 9 (Killed); starting it again",
-                                       "camera-services ended by signal 9 (Killed); starting it again",
-                                       "dbus-daemon ended by signal 9 (Killed); starting it again"));
+    EXPECT_THAT(reported.lines(), ElementsAre("camera-pipeline ended by signal 9 (Killed); starting it again",
+                                              "camera-services ended by signal 9 (Killed); starting it again",
+                                              "dbus-daemon ended by signal 9 (Killed); starting it again"));
     supervisor->stop();
     EXPECT_EQ(end(), "0");
     expectNothingLeft();
@@ -275,7 +263,7 @@ TEST_F(SupervisorTest, aBusThatIsKilledComesBackAtTheSameAddressAndTheCameraIsTh
         ASSERT_TRUE(replaced("dbus-daemon", before));
         EXPECT_EQ(RuntimeFolder::find(state), address);
         // Who asks too early finds no bus or no name: a condition, like all of this.
-        EXPECT_TRUE(eventually([&] {
+        EXPECT_TRUE(kit::eventually([&] {
             try {
                 const auto connection = sdbus::createSessionBusConnectionWithAddress(address);
                 const auto proxy = sdbus::createProxy(*connection, "ravel.supervisor", "/ravel/supervisor/main");
@@ -295,8 +283,8 @@ TEST_F(SupervisorTest, servicesThatGiveUpAtTheirFirstStartEndTheRun)
         reported.clear();
         begin({}, {code});
         EXPECT_EQ(end(), code);
-        EXPECT_THAT(linesOf(journal), ElementsAre("services started"));
-        EXPECT_THAT(reports(),
+        EXPECT_THAT(kit::linesOf(journal), ElementsAre("services started"));
+        EXPECT_THAT(reported.lines(),
                     ElementsAre("camera-services ended with exit code " + std::string(code) + "; the camera ends"));
         expectNothingLeft();
     }
@@ -306,10 +294,10 @@ TEST_F(SupervisorTest, servicesThatEndLaterAreStartedAgainWhateverTheirCode)
 {
     begin({}, {"3,1,2,0,-"});
     ASSERT_TRUE(runs());
-    EXPECT_THAT(reports(), ElementsAre("camera-services ended with exit code 3; starting it again",
-                                       "camera-services ended with exit code 1; starting it again in 100 ms",
-                                       "camera-services ended with exit code 2; starting it again in 200 ms",
-                                       "camera-services ended with exit code 0; starting it again in 400 ms"));
+    EXPECT_THAT(reported.lines(), ElementsAre("camera-services ended with exit code 3; starting it again",
+                                              "camera-services ended with exit code 1; starting it again in 100 ms",
+                                              "camera-services ended with exit code 2; starting it again in 200 ms",
+                                              "camera-services ended with exit code 0; starting it again in 400 ms"));
     supervisor->stop();
     EXPECT_EQ(end(), "0");
 }
@@ -321,7 +309,7 @@ TEST_F(SupervisorTest, startsWithoutServicesThatNeverAnswerAndSaysSo)
     options.services = [this](const RuntimeFolder& at, bool) { return standin("services", "-", at, {}); };
     begin({"0"});
     EXPECT_EQ(end(), "0");
-    EXPECT_THAT(reports(), ElementsAre("camera-services does not answer in time; the camera starts without it"));
+    EXPECT_THAT(reported.lines(), ElementsAre("camera-services does not answer in time; the camera starts without it"));
     EXPECT_TRUE(journalHas(1, "pipeline started"));
 }
 
@@ -335,8 +323,8 @@ TEST_F(SupervisorTest, killsWhatDoesNotEndAndLeavesNothing)
     rememberPids();
     supervisor->stop();
     EXPECT_EQ(end(), "1");
-    EXPECT_THAT(reports(), ElementsAre("camera-services does not end in time and is killed",
-                                       "camera-pipeline does not end in time and is killed"));
+    EXPECT_THAT(reported.lines(), ElementsAre("camera-services does not end in time and is killed",
+                                              "camera-pipeline does not end in time and is killed"));
     expectNothingLeft();
 }
 
@@ -345,7 +333,7 @@ TEST_F(SupervisorTest, aPipelineThatCouldNotHandleItsSignalYetHasNotFailed)
     ownPipeline = true;
     options.pipeline = [](const RuntimeFolder&, bool) { return std::vector<std::string>{"sleep", "120"}; };
     begin();
-    ASSERT_TRUE(eventually([&] { return pidOf("camera-pipeline") != 0; }));
+    ASSERT_TRUE(kit::eventually([&] { return pidOf("camera-pipeline") != 0; }));
     rememberPids();
     supervisor->stop();
     EXPECT_EQ(end(), "0");
@@ -384,13 +372,9 @@ TEST_F(SupervisorTest, aSecondRunOnTheStateFolderSaysWhoHoldsIt)
     ASSERT_TRUE(runs());
     Supervisor second(
         options, [](const std::string&) {}, clock);
-    try {
-        second.run();
-        FAIL();
-    } catch (const std::runtime_error& error) {
-        EXPECT_EQ(error.what(), "the state folder " + state.string() + " is in use by process " +
-                                    std::to_string(::getpid()) + "; end it or name another folder");
-    }
+    EXPECT_EQ(kit::refusalOf([&] { second.run(); }), "the state folder " + state.string() + " is in use by process " +
+                                                         std::to_string(::getpid()) +
+                                                         "; end it or name another folder");
     EXPECT_TRUE(RuntimeFolder::find(state));
 }
 
@@ -406,8 +390,8 @@ TEST_F(SupervisorTest, aMissingBusDaemonIsNamedWithWhatToInstall)
 
 TEST_F(SupervisorTest, aBusDaemonThatFailsIsQuoted)
 {
-    const fs::path program = folder.path / "bad-daemon";
-    std::ofstream(program) << "#!/bin/sh\necho first >&2\necho 'no memory for a bus' >&2\nexit 4\n";
+    const fs::path program =
+        folder.write("bad-daemon", "#!/bin/sh\necho first >&2\necho 'no memory for a bus' >&2\nexit 4\n");
     fs::permissions(program, fs::perms::owner_all);
     options.busProgram = program;
     begin();
@@ -418,8 +402,7 @@ TEST_F(SupervisorTest, aBusDaemonThatFailsIsQuoted)
 
 TEST_F(SupervisorTest, aBusDaemonThatNeverListensIsNotWaitedForForEver)
 {
-    const fs::path program = folder.path / "silent-daemon";
-    std::ofstream(program) << "#!/bin/sh\nexec sleep 1000\n";
+    const fs::path program = folder.write("silent-daemon", "#!/bin/sh\nexec sleep 1000\n");
     fs::permissions(program, fs::perms::owner_all);
     options.busProgram = program;
     options.readyWithin = 50ms;
@@ -463,7 +446,7 @@ protected:
             std::ifstream file(entry.path() / "cmdline");
             std::ostringstream words; // takes nothing from a process that ends just now, where an iterator would throw
             words << file.rdbuf();
-            if (words.str().find(folder.path.string()) != std::string::npos) {
+            if (words.str().find(folder.path().string()) != std::string::npos) {
                 found.push_back(entry.path().filename());
             }
         }
@@ -480,8 +463,8 @@ TEST_F(SupervisingProcessTest, endsInOrderOnEachOfTheSignals)
         start();
         process_->signal(number);
         EXPECT_EQ(finish(), "exit code 0");
-        EXPECT_THAT(linesOf(journal), ElementsAre("services started", "pipeline started", "pipeline told to end",
-                                                  "services told to end"));
+        EXPECT_THAT(kit::linesOf(journal), ElementsAre("services started", "pipeline started", "pipeline told to end",
+                                                       "services told to end"));
         EXPECT_THAT(processesLeft(), IsEmpty());
         expectNothingLeft();
     }
@@ -491,7 +474,7 @@ TEST_F(SupervisingProcessTest, aSecondCtrlCKillsAtOnce)
 {
     start({"-", "stubborn"});
     process_->signal(SIGINT);
-    ASSERT_TRUE(eventually([&] { return journalHas(1, "pipeline told to end"); }));
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(1, "pipeline told to end"); }));
     process_->signal(SIGINT);
     EXPECT_EQ(finish(), "exit code 130");
     EXPECT_THAT(processesLeft(), IsEmpty());
@@ -503,7 +486,7 @@ TEST_F(SupervisingProcessTest, aSecondSigtermCutsNothingShort)
 {
     start({"-", "stubborn"});
     process_->signal(SIGTERM);
-    ASSERT_TRUE(eventually([&] { return journalHas(1, "pipeline told to end"); }));
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(1, "pipeline told to end"); }));
     process_->signal(SIGTERM);
     EXPECT_EQ(finish(), "exit code 1");
     EXPECT_TRUE(journalHas(1, "services told to end"));
@@ -516,7 +499,7 @@ TEST_F(SupervisingProcessTest, takesItsProcessesWithItWhenItIsKilledAndTheNextRu
     start();
     process_->signal(SIGKILL);
     EXPECT_EQ(finish(), "signal 9 (Killed)");
-    EXPECT_TRUE(eventually([&] { return processesLeft().empty(); }));
+    EXPECT_TRUE(kit::eventually([&] { return processesLeft().empty(); }));
     EXPECT_EQ(RuntimeFolder::find(state), std::nullopt);
     fs::remove(journal);
     start();

@@ -1,25 +1,23 @@
 #include "camera/supervisor/ChildProcess.h"
 
-#include "unit/camera_supervisor/Folder.h"
+#include "kit/Eventually.h"
+#include "kit/ForkedProcess.h"
+#include "kit/Refusal.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <poll.h>
-#include <sys/wait.h>
 
 namespace camera::supervisor {
 namespace {
 
 using namespace std::chrono_literals;
+using kit::soon;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-std::chrono::steady_clock::time_point soon()
-{
-    return std::chrono::steady_clock::now() + 30s;
-}
 
 Program shell(const std::string& script)
 {
@@ -51,22 +49,17 @@ TEST(ChildProcess, tellsTheSignalByNumberAndName)
 
 TEST(ChildProcess, passesArgumentsAsTheyAre)
 {
-    const Folder folder;
-    const std::string out = (folder.path / "out").string();
+    const kit::TemporaryFolder folder;
+    const std::string out = folder / "out";
     ChildProcess child(Program{{"sh", "-c", "printf '%s\\n' \"$@\" >\"$0\"", out, "a b", "", "$HOME"}, -1, -1});
     ASSERT_TRUE(child.waitUntil(soon()));
-    EXPECT_THAT(linesOf(out), ElementsAre("a b", "", "$HOME"));
+    EXPECT_THAT(kit::linesOf(out), ElementsAre("a b", "", "$HOME"));
 }
 
 TEST(ChildProcess, refusesAProgramThatCannotBeStarted)
 {
-    const auto refusal = [](const std::string& program) -> std::string {
-        try {
-            ChildProcess child(Program{{program}, -1, -1});
-            return "started";
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
+    const auto refusal = [](const std::string& program) {
+        return kit::refusalOf([&] { ChildProcess child(Program{{program}, -1, -1}); });
     };
     EXPECT_EQ(refusal("/nowhere/at-all"), "cannot start '/nowhere/at-all': No such file or directory; install it, or "
                                           "build it beside this program");
@@ -122,25 +115,20 @@ TEST(ChildProcess, waitsNoLongerThanItIsAllowed)
 
 TEST(ChildProcess, doesNotOutliveAKilledStarter)
 {
-    const Folder folder;
-    const std::filesystem::path note = folder.path / "pid";
-    const pid_t starter = ::fork();
-    if (starter == 0) {
-        const ChildProcess child(
+    const kit::TemporaryFolder folder;
+    const std::filesystem::path note = folder / "pid";
+    std::optional<ChildProcess> child;
+    kit::ForkedProcess starter([&] {
+        child.emplace(
             Program{{"sh", "-c", "echo $$ >\"$0.new\"; mv \"$0.new\" \"$0\"; exec sleep 1000", note}, -1, -1});
-        for (;;) {
-            ::pause();
-        }
-    }
-    ASSERT_TRUE(eventually([&] { return std::filesystem::exists(note); }));
-    const pid_t child = std::stoi(linesOf(note).at(0));
-    ::kill(starter, SIGKILL);
-    ::waitpid(starter, nullptr, 0);
+    });
+    ASSERT_TRUE(kit::eventually([&] { return std::filesystem::exists(note); }));
+    const std::string pid = kit::linesOf(note).at(0);
+    starter.crash();
     // The process that inherits it collects it, which may take a moment: until then a dead one counts as ended.
-    EXPECT_TRUE(eventually([&] {
-        std::ifstream stat("/proc/" + std::to_string(child) + "/stat");
-        std::string text;
-        return !std::getline(stat, text) || text.find(") Z ") != std::string::npos;
+    EXPECT_TRUE(kit::eventually([&] {
+        const std::string stat = kit::contentOf("/proc/" + pid + "/stat");
+        return stat.empty() || stat.find(") Z ") != std::string::npos;
     }));
 }
 

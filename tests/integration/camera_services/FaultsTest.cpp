@@ -1,4 +1,4 @@
-#include "unit/camera_services/ServicesFixture.h"
+#include "integration/camera_services/ServicesFixture.h"
 
 #include <future>
 
@@ -22,9 +22,9 @@ constexpr Question kQuestions[] = {{service::kDayNight, "isMoving"},
 class FaultsTest : public ServicesFixture, public testing::WithParamInterface<Question> {
 protected:
     // "answered", or the error's "name|text".
-    std::string outcome(const Question& question, std::chrono::milliseconds patience = 30s)
+    std::string outcome(const Question& question, std::chrono::milliseconds patience = kPatience)
     {
-        const auto now = client.proxies->get();
+        const auto now = client.proxies();
         auto call =
             now->of(question.service).createMethodCall(camera::bus::interfaceName(question.service), question.method);
         auto promise = std::make_shared<std::promise<std::string>>();
@@ -111,8 +111,8 @@ TEST_F(FaultEffectsTest, anAbsentServicesObjectIsGoneByEveryName)
 {
     const auto byAnotherName = [&] {
         try {
-            test_support::call<bool>(client.proxies->get()->dayNightByAnotherName(),
-                                     camera::bus::interfaceName(service::kDayNight), "isMoving", 30s);
+            BusClient::call<bool>(client.proxies()->of(kDayNightByAnotherName),
+                                  camera::bus::interfaceName(service::kDayNight), "isMoving", kPatience);
             return std::string("answered");
         } catch (const sdbus::Error& refused) {
             return refused.getName();
@@ -125,8 +125,7 @@ TEST_F(FaultEffectsTest, anAbsentServicesObjectIsGoneByEveryName)
 
 TEST_F(FaultEffectsTest, aFailingServiceNeitherChangesNorTellsAnything)
 {
-    for (const char* name : {service::kDayNight, service::kWindowBlanking, service::kRotate, service::kConfiguration,
-                             service::kOnvifMetadataStreamer}) {
+    for (const char* name : kEach) {
         client.setFault(name, "fail");
     }
     const std::string failed = "ravel.Error.Failed|made to fail";
@@ -142,14 +141,13 @@ TEST_F(FaultEffectsTest, aFailingServiceNeitherChangesNorTellsAnything)
               failed);
     EXPECT_EQ(client.refusal(service::kOnvifMetadataStreamer, "sendOnvifAnalyticsMetadataXml", std::string("<a/>"), 1),
               failed);
-    for (const char* name : {service::kDayNight, service::kWindowBlanking, service::kRotate, service::kConfiguration,
-                             service::kOnvifMetadataStreamer}) {
+    for (const char* name : kEach) {
         client.setFault(name, "off");
     }
-    EXPECT_FALSE(client.one<bool>(service::kDayNight, "isMoving"));
-    EXPECT_EQ(client.one<std::uint8_t>(service::kWindowBlanking, "getEnable"), 0);
-    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 0U);
-    EXPECT_EQ((client.one<std::map<std::string, std::int32_t>>(service::kConfiguration, "list").size()), 1U);
+    EXPECT_FALSE(client.moving());
+    EXPECT_EQ(client.enabled(), 0);
+    EXPECT_EQ(client.angle(), 0U);
+    EXPECT_EQ(client.values().size(), 1U);
     EXPECT_EQ(process->connection().sessions(), 1U);
     client.ask<>(service::kDayNight, "begin");
     EXPECT_THAT(client.journal.lines(1), ElementsAre("movementChange 1"));
@@ -160,11 +158,10 @@ TEST_F(FaultEffectsTest, aSlowRefusalIsARefusalAndASlowValueIsTheValue)
     client.setFault(service::kRotate, "slow", 0.01);
     EXPECT_EQ(client.refusal(service::kRotate, "setAngle", 7U),
               "ravel.Error.Refused|the angle is 0, 90, 180 or 270 degrees, not 7");
-    client.ask<>(service::kRotate, "setAngle", 270U);
-    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 270U);
+    client.setAngle(270);
+    EXPECT_EQ(client.angle(), 270U);
     client.setFault(service::kWindowBlanking, "slow", 0.01);
-    const auto color = client.ask<std::uint8_t, std::uint8_t, std::uint8_t>(service::kWindowBlanking, "getRegionColor");
-    EXPECT_EQ(std::get<1>(color), 128);
+    EXPECT_EQ(std::get<1>(client.color()), 128);
 }
 
 TEST_F(FaultEffectsTest, aSlowServiceDoesAtOnceWhatItAnswersLate)
@@ -173,42 +170,31 @@ TEST_F(FaultEffectsTest, aSlowServiceDoesAtOnceWhatItAnswersLate)
     EXPECT_THROW(client.askWithin<>(1ms, service::kRotate, "setAngle", 270U), sdbus::Error);
     EXPECT_THAT(client.journal.lines(1), ElementsAre("orientationChanged 270"));
     client.setFault(service::kRotate, "off");
-    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 270U);
+    EXPECT_EQ(client.angle(), 270U);
 }
 
 TEST_F(FaultEffectsTest, waitingAnswersGoWithTheBusAndNobodyWaitsForThem)
 {
     client.setFault(service::kDayNight, "slow", 3600);
-    const auto asked = client.proxies->get();
-    auto outcome = std::async(std::launch::async, [&] {
-        try {
-            test_support::call<bool>(asked->of(service::kDayNight), camera::bus::interfaceName(service::kDayNight),
-                                     "isMoving", 30s);
-            return std::string("answered");
-        } catch (const sdbus::Error&) {
-            return std::string("failed");
-        }
-    });
-    client.one<std::uint32_t>(service::kRotate, "getAngle");
+    auto outcome = std::async(std::launch::async, [&] { return client.refusal<bool>(service::kDayNight, "isMoving"); });
+    client.angle();
     restartBus();
-    EXPECT_EQ(outcome.get(), "failed");
-    EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 0U);
+    EXPECT_NE(outcome.get(), "answered");
+    EXPECT_EQ(client.angle(), 0U);
 }
 
 TEST_F(FaultEffectsTest, moreSlowAnswersThanFitAreErrors)
 {
     client.setFault(service::kOnvifMetadataStreamer, "slow", 3600);
     const std::string large(15 * 1024 * 1024, 'x');
-    std::string last = "answered";
+    std::string last;
     for (int i = 0; i < 5; ++i) {
-        try {
+        last = refusalOf<sdbus::Error>([&] {
             client.askWithin<>(i < 4 ? 1ms : 300000ms, service::kOnvifMetadataStreamer, "sendOnvifAnalyticsMetadataXml",
                                large, 1);
-        } catch (const sdbus::Error& refused) {
-            last = refused.getName() + "|" + refused.getMessage();
-        }
+        });
     }
-    EXPECT_EQ(last, "ravel.Error.Failed|made slow, and too many answers wait already");
+    EXPECT_EQ(last, "[ravel.Error.Failed] made slow, and too many answers wait already");
 }
 
 TEST_F(FaultEffectsTest, faultsEndWithTheProcess)
@@ -220,32 +206,32 @@ TEST_F(FaultEffectsTest, faultsEndWithTheProcess)
 
 TEST_F(FaultEffectsTest, namesComeBackAndStateIsKeptHoweverOftenTheBusDies)
 {
-    client.ask<>(service::kRotate, "setAngle", 90U);
+    client.setAngle(90);
     client.ask<>(service::kDayNight, "begin");
     for (int round = 0; round < 3; ++round) {
         restartBus();
         for (const Question& question : kQuestions) {
             EXPECT_TRUE(client.isServed(question.service));
         }
-        EXPECT_EQ(client.one<std::uint32_t>(service::kRotate, "getAngle"), 90U);
-        EXPECT_TRUE(client.one<bool>(service::kDayNight, "isMoving"));
+        EXPECT_EQ(client.angle(), 90U);
+        EXPECT_TRUE(client.moving());
     }
-    client.ask<>(service::kRotate, "setAngle", 180U);
+    client.setAngle(180);
     EXPECT_THAT(client.journal.lines(3),
                 ElementsAre("orientationChanged 90", "movementChange 1", "orientationChanged 180"));
 }
 
 TEST_F(FaultEffectsTest, aNameThatSomebodyElseHoldsIsReportedOnceAndTakenWhenItIsFree)
 {
-    auto other = std::make_unique<TemporaryFolder>();
+    const TemporaryFolder other;
     auto second = options;
-    second.state = other->path();
+    second.state = other.path();
     const camera::services::ServicesProcess waiting(second);
-    ASSERT_TRUE(eventually([&] { return logged("the services cannot appear on the bus") > 0; }));
+    ASSERT_TRUE(eventually([&] { return log.count("the services cannot appear on the bus") > 0; }));
     process.reset();
     ASSERT_TRUE(waiting.connection().waitUntilConnected(soon()));
     EXPECT_TRUE(eventually([&] { return client.isServed(service::kRotate); }));
-    EXPECT_EQ(logged("the services cannot appear on the bus"), 1U);
+    EXPECT_EQ(log.count("the services cannot appear on the bus"), 1U);
 }
 
 } // namespace

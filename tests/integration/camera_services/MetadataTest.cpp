@@ -1,6 +1,6 @@
 #include "camera/services/ServiceObjects.h"
-#include "unit/camera_services/ServicesFixture.h"
-#include "unit/camera_services/SocketReader.h"
+#include "integration/camera_services/ServicesFixture.h"
+#include "integration/camera_services/SocketReader.h"
 
 namespace {
 

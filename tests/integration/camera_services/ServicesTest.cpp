@@ -1,4 +1,4 @@
-#include "unit/camera_services/ServicesFixture.h"
+#include "integration/camera_services/ServicesFixture.h"
 
 #include <limits>
 
@@ -10,33 +10,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Pair;
 
-using Color = std::tuple<std::uint8_t, std::uint8_t, std::uint8_t>;
-using Values = std::map<std::string, std::int32_t>;
-
 class ServicesTest : public ServicesFixture {
 protected:
-    Color color()
-    {
-        return client.ask<std::uint8_t, std::uint8_t, std::uint8_t>(service::kWindowBlanking, "getRegionColor");
-    }
-    int enabled() { return client.one<std::uint8_t>(service::kWindowBlanking, "getEnable"); }
-    std::uint32_t angle() { return client.one<std::uint32_t>(service::kRotate, "getAngle"); }
-    bool moving() { return client.one<bool>(service::kDayNight, "isMoving"); }
-    std::int32_t value(const std::string& key)
-    {
-        return client.one<std::int32_t>(service::kConfiguration, "getIntValue", key);
-    }
-    Values values() { return client.one<Values>(service::kConfiguration, "list"); }
-    void setColor(std::uint8_t red, std::uint8_t green, std::uint8_t blue)
-    {
-        client.ask<>(service::kWindowBlanking, "setRegionColor", red, green, blue);
-    }
-    void setEnabled(bool on) { client.ask<>(service::kWindowBlanking, "setEnable", on); }
-    void setAngle(std::uint32_t degrees) { client.ask<>(service::kRotate, "setAngle", degrees); }
-    void setValue(const std::string& key, std::int32_t number)
-    {
-        client.ask<>(service::kConfiguration, "setIntValue", key, number);
-    }
     std::string refusedFault(const std::string& name, const std::string& fault, double seconds)
     {
         return client.refusal(service::kServices, "setFault", name, fault, seconds);
@@ -45,18 +20,18 @@ protected:
 
 TEST_F(ServicesTest, startsWithTheDefaults)
 {
-    EXPECT_FALSE(moving());
-    EXPECT_EQ(color(), Color(128, 128, 128));
-    EXPECT_EQ(enabled(), 0);
-    EXPECT_EQ(angle(), 0U);
-    EXPECT_THAT(values(), ElementsAre(Pair("default_analytics_rotation", 0)));
+    EXPECT_FALSE(client.moving());
+    EXPECT_EQ(client.color(), Color(128, 128, 128));
+    EXPECT_EQ(client.enabled(), 0);
+    EXPECT_EQ(client.angle(), 0U);
+    EXPECT_THAT(client.values(), ElementsAre(Pair("default_analytics_rotation", 0)));
 }
 
 TEST_F(ServicesTest, eachBeginAndEndOfAMovementIsAnEvent)
 {
     for (const char* method : {"begin", "begin", "end", "end"}) {
         client.ask<>(service::kDayNight, method);
-        EXPECT_EQ(moving(), std::string(method) == "begin");
+        EXPECT_EQ(client.moving(), std::string(method) == "begin");
     }
     EXPECT_THAT(client.journal.lines(4),
                 ElementsAre("movementChange 1", "movementChange 1", "movementChange 0", "movementChange 0"));
@@ -66,26 +41,26 @@ TEST_F(ServicesTest, aMovementEndsWithTheProcess)
 {
     client.ask<>(service::kDayNight, "begin");
     restart();
-    EXPECT_FALSE(moving());
+    EXPECT_FALSE(client.moving());
 }
 
 TEST_F(ServicesTest, eachBlankingSettingIsAnEventThatComesWhenItHolds)
 {
-    setColor(255, 0, 1);
-    setEnabled(true);
-    setEnabled(true);
-    setEnabled(false);
+    client.ask<>(service::kWindowBlanking, "setRegionColor", std::uint8_t{255}, std::uint8_t{0}, std::uint8_t{1});
+    client.setEnabled(true);
+    client.setEnabled(true);
+    client.setEnabled(false);
     EXPECT_THAT(client.journal.lines(4),
                 ElementsAre("settingsChanged 0", "settingsChanged 1", "settingsChanged 1", "settingsChanged 0"));
-    EXPECT_EQ(color(), Color(255, 0, 1));
-    EXPECT_EQ(enabled(), 0);
+    EXPECT_EQ(client.color(), Color(255, 0, 1));
+    EXPECT_EQ(client.enabled(), 0);
 }
 
 TEST_F(ServicesTest, eachAngleSetIsAnEvent)
 {
     for (const std::uint32_t degrees : {90U, 90U, 180U, 270U, 0U}) {
-        setAngle(degrees);
-        EXPECT_EQ(angle(), degrees);
+        client.setAngle(degrees);
+        EXPECT_EQ(client.angle(), degrees);
     }
     EXPECT_THAT(client.journal.lines(5),
                 ElementsAre("orientationChanged 90", "orientationChanged 90", "orientationChanged 180",
@@ -94,25 +69,25 @@ TEST_F(ServicesTest, eachAngleSetIsAnEvent)
 
 TEST_F(ServicesTest, anAngleThatIsNoQuarterTurnIsRefusedWithoutAnEvent)
 {
-    setAngle(90);
+    client.setAngle(90);
     for (const std::uint32_t degrees : {1U, 89U, 360U, std::numeric_limits<std::uint32_t>::max()}) {
         EXPECT_EQ(client.refusal(service::kRotate, "setAngle", degrees),
                   "ravel.Error.Refused|the angle is 0, 90, 180 or 270 degrees, not " + std::to_string(degrees));
     }
-    EXPECT_EQ(angle(), 90U);
-    setAngle(0);
+    EXPECT_EQ(client.angle(), 90U);
+    client.setAngle(0);
     EXPECT_THAT(client.journal.lines(2), ElementsAre("orientationChanged 90", "orientationChanged 0"));
 }
 
 TEST_F(ServicesTest, configurationValuesAreSetReadListedAndRemoved)
 {
-    setValue("low", std::numeric_limits<std::int32_t>::min());
-    setValue("high", std::numeric_limits<std::int32_t>::max());
-    setValue("low", -1);
-    EXPECT_EQ(value("low"), -1);
-    EXPECT_EQ(value("high"), std::numeric_limits<std::int32_t>::max());
+    client.setValue("low", std::numeric_limits<std::int32_t>::min());
+    client.setValue("high", std::numeric_limits<std::int32_t>::max());
+    client.setValue("low", -1);
+    EXPECT_EQ(client.value("low"), -1);
+    EXPECT_EQ(client.value("high"), std::numeric_limits<std::int32_t>::max());
     client.ask<>(service::kConfiguration, "removeValue", std::string("high"));
-    EXPECT_THAT(values(), ElementsAre(Pair("default_analytics_rotation", 0), Pair("low", -1)));
+    EXPECT_THAT(client.values(), ElementsAre(Pair("default_analytics_rotation", 0), Pair("low", -1)));
 }
 
 TEST_F(ServicesTest, keysThatCannotBeAreRefused)
@@ -126,8 +101,8 @@ TEST_F(ServicesTest, keysThatCannotBeAreRefused)
               "ravel.Error.Refused|there is no configuration value 'no such'");
     EXPECT_EQ(client.refusal(service::kConfiguration, "removeValue", std::string("no such")),
               "ravel.Error.Refused|there is no configuration value 'no such'");
-    setValue(std::string(256, 'k'), 1);
-    EXPECT_EQ(values().size(), 2U);
+    client.setValue(std::string(256, 'k'), 1);
+    EXPECT_EQ(client.values().size(), 2U);
 }
 
 TEST_F(ServicesTest, thereIsALimitToHowManyValues)
@@ -145,36 +120,36 @@ TEST_F(ServicesTest, thereIsALimitToHowManyValues)
     start();
     EXPECT_EQ(client.refusal(service::kConfiguration, "setIntValue", std::string("one more"), 1),
               "ravel.Error.Refused|there are 1000 configuration values already; remove one first");
-    setValue("key7", 70);
-    EXPECT_EQ(value("key7"), 70);
-    EXPECT_EQ(values().size(), camera::services::kMostValues);
+    client.setValue("key7", 70);
+    EXPECT_EQ(client.value("key7"), 70);
+    EXPECT_EQ(client.values().size(), camera::services::kMostValues);
 }
 
 TEST_F(ServicesTest, everythingStoredSurvivesARestart)
 {
-    setColor(1, 2, 3);
-    setEnabled(true);
-    setAngle(270);
-    setValue("mine \xC3\xA4\"\\", 7);
+    client.ask<>(service::kWindowBlanking, "setRegionColor", std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{3});
+    client.setEnabled(true);
+    client.setAngle(270);
+    client.setValue("mine \xC3\xA4\"\\", 7);
     client.ask<>(service::kConfiguration, "removeValue", std::string("default_analytics_rotation"));
     restart();
-    EXPECT_EQ(color(), Color(1, 2, 3));
-    EXPECT_EQ(enabled(), 1);
-    EXPECT_EQ(angle(), 270U);
-    EXPECT_THAT(values(), ElementsAre(Pair("mine \xC3\xA4\"\\", 7)));
+    EXPECT_EQ(client.color(), Color(1, 2, 3));
+    EXPECT_EQ(client.enabled(), 1);
+    EXPECT_EQ(client.angle(), 270U);
+    EXPECT_THAT(client.values(), ElementsAre(Pair("mine \xC3\xA4\"\\", 7)));
 }
 
 TEST_F(ServicesTest, theRotationGivenAtTheStartSetsTheAngleAndTheDefault)
 {
-    setAngle(90);
+    client.setAngle(90);
     options.orientationDegrees = 180;
     restart();
-    EXPECT_EQ(angle(), 180U);
-    EXPECT_EQ(value("default_analytics_rotation"), 180);
+    EXPECT_EQ(client.angle(), 180U);
+    EXPECT_EQ(client.value("default_analytics_rotation"), 180);
     options.orientationDegrees.reset();
     restart();
-    EXPECT_EQ(angle(), 180U);
-    EXPECT_EQ(value("default_analytics_rotation"), 180);
+    EXPECT_EQ(client.angle(), 180U);
+    EXPECT_EQ(client.value("default_analytics_rotation"), 180);
 }
 
 TEST_F(ServicesTest, aCameraWithoutARotationServiceStaysOneUntilItIsToldOtherwise)
@@ -214,7 +189,7 @@ TEST_F(ServicesTest, unknownServicesFaultsAndDelaysAreRefused)
 
 TEST_F(ServicesTest, itsPropertiesSayWhatHolds)
 {
-    setAngle(90);
+    client.setAngle(90);
     client.setFault(service::kRotate, "slow", 2.5);
     const auto all = client.properties(service::kServices);
     EXPECT_EQ(all.at("Pid").get<std::uint32_t>(), static_cast<std::uint32_t>(getpid()));
@@ -231,13 +206,9 @@ TEST_F(ServicesTest, itsPropertiesSayWhatHolds)
 
 TEST_F(ServicesTest, anotherProcessOnTheSameStateIsRefused)
 {
-    try {
-        camera::services::ServicesProcess second(options);
-        FAIL() << "two owners of one state";
-    } catch (const std::runtime_error& refused) {
-        EXPECT_THAT(refused.what(), HasSubstr("is in use by process " + std::to_string(getpid())));
-    }
-    EXPECT_EQ(angle(), 0U);
+    EXPECT_THAT(refusalOf([this] { camera::services::ServicesProcess second(options); }),
+                HasSubstr("is in use by process " + std::to_string(getpid())));
+    EXPECT_EQ(client.angle(), 0U);
 }
 
 } // namespace

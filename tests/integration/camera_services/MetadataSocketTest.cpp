@@ -1,8 +1,9 @@
 #include "camera/services/MetadataSocket.h"
 
-#include "unit/camera_services/ServicesClient.h"
-#include "unit/camera_services/SocketReader.h"
-#include "unit/camera_store/TemporaryFolder.h"
+#include "integration/camera_services/SocketReader.h"
+#include "kit/Eventually.h"
+#include "kit/Refusal.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,27 +14,22 @@
 
 namespace {
 
-using namespace services_test;
 using camera::services::MetadataSocket;
+using services_test::SocketReader;
 using testing::HasSubstr;
 
 class MetadataSocketTest : public testing::Test {
 protected:
     bool waitForSubscribers(std::size_t count)
     {
-        return eventually([&] { return socket->counters().subscribers.size() == count; });
+        return kit::eventually([&] { return socket->counters().subscribers.size() == count; });
     }
     std::string refusal(const std::filesystem::path& where)
     {
-        try {
-            const MetadataSocket second(where);
-            return "none";
-        } catch (const std::runtime_error& refused) {
-            return refused.what();
-        }
+        return kit::refusalOf([&] { const MetadataSocket second(where); });
     }
 
-    TemporaryFolder folder;
+    kit::TemporaryFolder folder;
     std::unique_ptr<MetadataSocket> socket = std::make_unique<MetadataSocket>(folder.path());
 };
 
@@ -49,7 +45,7 @@ TEST_F(MetadataSocketTest, aSubscriberThatNeverReadsLosesTheOldestAndHindersNobo
         socket->publish(std::to_string(i) + filling);
         ASSERT_EQ(quick.line(), std::to_string(i) + filling);
     }
-    ASSERT_TRUE(eventually([&] { return socket->counters().subscribers.at(1).delivered == kDocuments; }));
+    ASSERT_TRUE(kit::eventually([&] { return socket->counters().subscribers.at(1).delivered == kDocuments; }));
     const auto now = socket->counters();
     EXPECT_EQ(now.received, 300U);
     EXPECT_EQ(now.subscribers.at(1).lost, 0U);
@@ -135,7 +131,7 @@ TEST_F(MetadataSocketTest, aSocketThatIsAliveIsLeftAlone)
 TEST_F(MetadataSocketTest, somethingElseOfThatNameIsLeftAlone)
 {
     socket.reset();
-    std::ofstream(folder / MetadataSocket::kFileName) << "mine";
+    folder.write(MetadataSocket::kFileName, "mine");
     EXPECT_THAT(refusal(folder.path()), HasSubstr("something else has its name"));
     EXPECT_EQ(std::filesystem::file_size(folder / MetadataSocket::kFileName), 4U);
 }
@@ -159,7 +155,7 @@ TEST_F(MetadataSocketTest, aPathThatNoSocketCanHaveIsRefusedBeforeAnythingIsMade
 
 TEST_F(MetadataSocketTest, aFolderThatCannotBeMadeIsASentence)
 {
-    std::ofstream(folder / "file") << "no folder";
+    folder.write("file", "no folder");
     EXPECT_THAT(refusal(folder / "file" / "below"), HasSubstr("cannot be used: Not a directory; free it or name"));
 }
 
