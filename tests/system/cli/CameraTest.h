@@ -2,7 +2,7 @@
 
 #include "Documents.h"
 #include "Program.h"
-#include "unit/camera_video/TemporaryFolder.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,9 +19,9 @@ inline constexpr char kRegionTopic[] = "tns1:RuleEngine/MotionRegionDetector/Mot
 
 class CameraTest : public testing::Test {
 protected:
-    std::string path(const std::string& name) const { return folder.path(name); }
+    std::string path(const std::string& name) const { return folder / name; }
     std::string write(const std::string& name, const std::string& content) const { return folder.write(name, content); }
-    static std::string read(const std::string& file) { return video::TemporaryFolder::read(file); }
+    static std::string read(const std::string& file) { return kit::contentOf(file); }
 
     std::string simple(const std::string& rule = "Anything") const
     {
@@ -32,17 +32,9 @@ protected:
         return write("motion.xml", motionConfiguration(rule, preset));
     }
     std::string state() const { return path("state"); }
+    static std::size_t count(const std::string& text, const std::string& part) { return kit::occurrences(text, part); }
 
-    static std::size_t count(const std::string& text, const std::string& part)
-    {
-        std::size_t found = 0;
-        for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-            ++found;
-        }
-        return found;
-    }
-
-    video::TemporaryFolder folder;
+    kit::TemporaryFolder folder;
 };
 
 } // namespace camera::system_tests

@@ -157,7 +157,7 @@ TEST_F(RefusalTest, aReadOnlyStateFolder)
 
 TEST_F(RefusalTest, aStateFolderThatAnotherCameraHolds)
 {
-    Program holder(cameraWords(
+    ChildProcess holder(cameraWords(
         {"run", "scene:size=320x180,objects=2,enter=15,frames=0", "--state", state(), "--config", simple()}));
     ASSERT_TRUE(holder.waitForOutput("event  "));
     const Finished second = quickRun({"--state", state()});
@@ -166,8 +166,7 @@ TEST_F(RefusalTest, aStateFolderThatAnotherCameraHolds)
     // What can be asked of the one that runs is asked of it.
     EXPECT_THAT(camera({"rules", "list", "--state", state()}).out, HasSubstr("<tt:Rule "));
     EXPECT_EQ(0, camera({"config", "history", "--state", state()}).exitCode);
-    holder.signal(SIGINT);
-    EXPECT_EQ(0, holder.wait().exitCode);
+    EXPECT_EQ(0, holder.end(SIGINT));
     EXPECT_EQ(0, quickRun({"--state", state()}).exitCode);
 }
 
@@ -176,7 +175,7 @@ TEST_F(RefusalTest, outputsThatCannotBeWritten)
     expectFailed(quickRun({"--overlay", path("none/o.mp4")}), "cannot write the overlay video '" + path("none/o.mp4"));
     expectFailed(quickRun({"--picture", path("none/p.png")}), "cannot write the picture '" + path("none/p.png"));
     expectFailed(quickRun({"--metadata", path("none/m.xml")}), path("none/m.xml"));
-    Program::Settings full;
+    ChildSettings full;
     full.outFile = "/dev/full";
     expectFailed(camera({"run", "scene:size=64x64,frames=2", "--speed", "max"}, full),
                  "the output could not be written");
@@ -193,7 +192,7 @@ TEST_F(RefusalTest, pluginsAndEnginesThatAreNone)
 
 TEST_F(RefusalTest, aDiskWithoutRoomForTheSettings)
 {
-    Program::Settings small;
+    ChildSettings small;
     small.fileSizeLimit = 4096;
     const Finished done = camera({"run", "scene:size=64x64,frames=3", "--speed", "max", "--state", state()}, small);
     expectFailed(done, "/settings.db cannot be used");
@@ -203,7 +202,7 @@ TEST_F(RefusalTest, aDiskWithoutRoomForTheSettings)
 TEST_F(RefusalTest, aDiskThatFillsWhileTheOverlayIsWritten)
 {
     // Large enough for the settings, which are written first.
-    Program::Settings small;
+    ChildSettings small;
     small.fileSizeLimit = 400000;
     const Finished done = camera({"run", "scene:size=640x360,frames=300,noise=20", "--speed", "max", "--overlay",
                                   path("o.mp4"), "--metadata", path("m.xml")},
@@ -214,7 +213,7 @@ TEST_F(RefusalTest, aDiskThatFillsWhileTheOverlayIsWritten)
 
 TEST_F(RefusalTest, aDiskThatFillsWhileMetadataIsWritten)
 {
-    Program::Settings small;
+    ChildSettings small;
     small.fileSizeLimit = 200000;
     const Finished done = camera({"run", "scene:size=64x64,frames=3000,objects=0,noise=0", "--config", simple(),
                                   "--config", motion(), "--speed", "max", "--metadata", path("m.xml")},
@@ -227,7 +226,7 @@ TEST_F(RefusalTest, aFullDiskLeavesTheStoredConfigurationAlone)
 {
     ASSERT_EQ(0, camera({"config", "set", motion("Kept"), "--state", state()}).exitCode);
     const auto size = std::filesystem::file_size(state() + "/settings.db");
-    Program::Settings small;
+    ChildSettings small;
     small.fileSizeLimit = static_cast<long>(size);
     std::string large = simpleConfiguration("Large");
     const std::string rule =

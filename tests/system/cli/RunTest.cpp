@@ -135,11 +135,11 @@ TEST_F(RunTest, standsAtAPresetAndAppliesWhatIsStoredForIt)
 TEST_F(RunTest, endsCleanlyOnASignalAndCompletesItsFiles)
 {
     for (const int number : {SIGINT, SIGTERM}) {
-        Program running(cameraWords({"run", "scene:size=320x180,objects=2,enter=15,frames=0", "--config", simple(),
-                                     "--speed", "real", "--overlay", path("o.mp4"), "--metadata", path("m.xml")}));
+        ChildProcess running(cameraWords({"run", "scene:size=320x180,objects=2,enter=15,frames=0", "--config", simple(),
+                                          "--speed", "real", "--overlay", path("o.mp4"), "--metadata", path("m.xml")}));
         ASSERT_TRUE(running.waitForOutput("event  "));
         running.signal(number);
-        const Finished done = running.wait();
+        const Finished done = running.finish();
         EXPECT_EQ(0, done.exitCode) << done.err;
         EXPECT_THAT(done.out, AllOf(HasSubstr("  frames    "), HasSubstr("ended     by a signal")));
         EXPECT_THAT(read(path("o.mp4")), HasSubstr("moov"));
@@ -156,7 +156,7 @@ TEST_F(RunTest, endsAfterTheFramesAskedForAlsoInALoop)
 
 TEST_F(RunTest, showsALiveStatusLineOnATerminal)
 {
-    Program::Settings settings;
+    ChildSettings settings;
     settings.terminal = true;
     const Finished done = camera({"run", kScene, "--config", simple(), "--speed", "max"}, settings);
     EXPECT_EQ(0, done.exitCode);
@@ -203,8 +203,8 @@ TEST_F(RunTest, rewritesThePrefixesOfAConfiguration)
 TEST_F(RunTest, closesInputAndOverlayBeforeThePluginGoes)
 {
     ASSERT_EQ(0, camera({"run", kScene, "--frames", "5", "--speed", "max", "--overlay", path("in.mp4")}).exitCode);
-    Program::Settings settings;
-    settings.preload = ORDER_JOURNAL;
+    ChildSettings settings;
+    settings.environment = {"LD_PRELOAD=" ORDER_JOURNAL};
     const std::string cleanUp = "journal: the parser is cleaned up\n";
     const Finished done = camera({"run", path("in.mp4"), "--speed", "max", "--overlay", path("out.mp4")}, settings);
     EXPECT_EQ(0, done.exitCode);
@@ -220,7 +220,7 @@ TEST_F(RunTest, closesInputAndOverlayBeforeThePluginGoes)
 
 TEST_F(RunTest, endsWhenNobodyReadsItsOutputAnyMore)
 {
-    Program::Settings settings;
+    ChildSettings settings;
     settings.closeOutput = true;
     const Finished done =
         camera({"run", "scene:size=320x180,objects=2,enter=15,frames=0", "--config", simple()}, settings);

@@ -20,10 +20,10 @@ TEST_F(DayNightTest, suspendsEveryRuleWhileTheFilterMovesAndBringsThoseOfThePosi
     RunningCamera camera(state(), {kLively, "--config", simple("Anything"), "--config", motion("Door rule", "Door"),
                                    "--place", "Door=0,0,1", "--preset", "Door"});
     ASSERT_TRUE(camera.serves()) << camera.err();
-    const auto follower = camera.follow({"events", "--json"}, path("events"));
+    const auto follower = camera.follow({"events", "--json"});
     ASSERT_TRUE(camera.waitForRules("Motion", "at Door")) << camera.err();
     EXPECT_EQ("everywhere", camera.rules("Simple"));
-    ASSERT_TRUE(eventually([&] { return count(read(path("events")), "Door rule") > 0; })) << camera.out();
+    ASSERT_TRUE(eventually([&] { return count(follower->out(), "Door rule") > 0; })) << camera.out();
 
     const Finished begun = camera.command({"daynight", "begin"});
     ASSERT_EQ(0, begun.exitCode) << begun.err;
@@ -54,13 +54,13 @@ TEST_F(DayNightTest, storesWhatComesWhileTheFilterMovesAndActivatesItAfterwards)
     const Finished set = camera.command({"config", "set", motion("Late", "Door")});
     EXPECT_EQ(0, set.exitCode) << set.err;
     EXPECT_EQ("none", camera.rules("Motion"));
-    const auto follower = camera.follow({"events", "--json"}, path("events"));
+    const auto follower = camera.follow({"events", "--json"});
     ASSERT_TRUE(camera.waitForFrames(60));
-    EXPECT_EQ("", read(path("events")));
+    EXPECT_EQ("", follower->out());
     ASSERT_EQ(0, camera.command({"daynight", "end"}).exitCode);
     EXPECT_TRUE(camera.waitForRules("Motion", "at Door"));
     EXPECT_THAT(camera.command({"config", "get"}).out, HasSubstr("Late"));
-    EXPECT_TRUE(eventually([&] { return count(read(path("events")), "Late") > 0; })) << camera.out();
+    EXPECT_TRUE(eventually([&] { return count(follower->out(), "Late") > 0; })) << camera.out();
     EXPECT_EQ(0, camera.end(SIGTERM)) << camera.err();
 }
 

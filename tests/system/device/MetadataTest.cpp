@@ -11,10 +11,10 @@ using testing::HasSubstr;
 
 class MetadataTest : public DeviceTest {
 protected:
-    std::vector<std::string> lines(const std::string& file) const
+    static std::vector<std::string> lines(const ChildProcess& follower)
     {
         std::vector<std::string> found;
-        std::istringstream in(read(file));
+        std::istringstream in(follower.out());
         for (std::string line; std::getline(in, line) && !in.eof();) {
             found.push_back(line);
         }
@@ -26,20 +26,18 @@ TEST_F(MetadataTest, reachesSeveralSubscribersAtOnce)
 {
     RunningCamera camera(state(), {kLively, "--config", simple(), "--config", motion()});
     ASSERT_TRUE(camera.serves()) << camera.err();
-    const auto first = camera.follow({"metadata"}, path("1.xml"));
-    const auto second = camera.follow({"metadata"}, path("2.xml"));
-    const auto third = camera.follow({"metadata"}, path("3.xml"));
-    const std::vector<std::string> files = {path("1.xml"), path("2.xml"), path("3.xml")};
-    for (const std::string& file : files) {
-        ASSERT_TRUE(eventually([&] { return lines(file).size() >= 20; })) << read(file);
-        for (const std::string& line : lines(file)) {
+    const std::unique_ptr<ChildProcess> followers[] = {camera.follow({"metadata"}), camera.follow({"metadata"}),
+                                                       camera.follow({"metadata"})};
+    for (const auto& follower : followers) {
+        ASSERT_TRUE(eventually([&] { return lines(*follower).size() >= 20; })) << follower->out();
+        for (const std::string& line : lines(*follower)) {
             ASSERT_THAT(line, AllOf(testing::StartsWith("<tt:MetadataStream "), HasSubstr("<tt:Frame UtcTime="),
                                     testing::EndsWith("</tt:MetadataStream>")));
         }
     }
-    const std::string last = lines(files[2]).back();
-    for (const std::string& file : files) {
-        EXPECT_TRUE(eventually([&] { return read(file).find(last) != std::string::npos; })) << file;
+    const std::string last = lines(*followers[2]).back();
+    for (const auto& follower : followers) {
+        EXPECT_TRUE(follower->waitForOutput(last));
     }
     const Json::Value counters = camera.status()["metadata"];
     EXPECT_EQ(3U, counters["subscribers"].asUInt());
@@ -47,8 +45,9 @@ TEST_F(MetadataTest, reachesSeveralSubscribersAtOnce)
     EXPECT_GE(counters["received"].asUInt(), 20U);
     EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
     // Who follows is told that it is over.
-    EXPECT_EQ(1, first->exitCode());
-    EXPECT_THAT(read(files[0]), HasSubstr("has ended"));
+    const Finished told = followers[0]->finish();
+    EXPECT_EQ(1, told.exitCode);
+    EXPECT_THAT(told.err, HasSubstr("has ended"));
 }
 
 TEST_F(MetadataTest, countsTheSubscribersThatAreThere)
@@ -58,10 +57,9 @@ TEST_F(MetadataTest, countsTheSubscribersThatAreThere)
     const auto subscribers = [&] { return camera.status()["metadata"]["subscribers"].asUInt(); };
     EXPECT_EQ(0U, subscribers());
     {
-        const auto one = camera.follow({"metadata"}, path("1.xml"));
+        const auto one = camera.follow({"metadata"});
         EXPECT_TRUE(eventually([&] { return subscribers() == 1; }));
-        one->signal(SIGINT);
-        EXPECT_EQ(0, one->exitCode());
+        EXPECT_EQ(0, one->end(SIGINT));
     }
     EXPECT_TRUE(eventually([&] { return subscribers() == 0; }));
 }

@@ -1,6 +1,6 @@
 #include "RunningCamera.h"
 
-#include "unit/camera_video/TemporaryFolder.h"
+#include "kit/TemporaryFolder.h"
 
 #include <json/reader.h>
 #include <sstream>
@@ -18,6 +18,14 @@ Words runWords(const std::string& state, Words arguments)
     return words;
 }
 
+ChildSettings outputsBeside(const std::string& state)
+{
+    ChildSettings settings;
+    settings.outFile = state + ".out";
+    settings.errFile = state + ".err";
+    return settings;
+}
+
 } // namespace
 
 Json::Value parsedJson(const std::string& text)
@@ -29,7 +37,7 @@ Json::Value parsedJson(const std::string& text)
 }
 
 RunningCamera::RunningCamera(const std::string& state, Words arguments)
-    : _state(state), _process(runWords(state, std::move(arguments)), state + ".out", state + ".err")
+    : _state(state), _process(runWords(state, std::move(arguments)), outputsBeside(state))
 {
 }
 
@@ -53,9 +61,9 @@ Finished RunningCamera::command(Words words) const
     return camera(wordsFor(std::move(words)));
 }
 
-std::unique_ptr<Background> RunningCamera::follow(Words words, const std::string& file) const
+std::unique_ptr<ChildProcess> RunningCamera::follow(Words words) const
 {
-    return std::make_unique<Background>(cameraWords(wordsFor(std::move(words))), file);
+    return std::make_unique<ChildProcess>(cameraWords(wordsFor(std::move(words))));
 }
 
 Json::Value RunningCamera::status() const
@@ -112,20 +120,14 @@ std::string RunningCamera::address() const
     return status()["supervisor"]["address"].asString();
 }
 
-std::optional<int> RunningCamera::end(int signal)
-{
-    _process.signal(signal);
-    return _process.exitCode();
-}
-
 std::string RunningCamera::out() const
 {
-    return video::TemporaryFolder::read(_state + ".out");
+    return kit::contentOf(_state + ".out");
 }
 
 std::string RunningCamera::err() const
 {
-    return video::TemporaryFolder::read(_state + ".err");
+    return kit::contentOf(_state + ".err");
 }
 
 } // namespace camera::system_tests

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Background.h"
+#include "system/cli/Program.h"
 
 #include <json/value.h>
 #include <memory>
@@ -21,8 +21,8 @@ public:
     /// `camera WORDS --camera STATE`, to its end.
     Finished command(Words words) const;
 
-    /// The same words as a process that follows the camera; its output is in the file.
-    std::unique_ptr<Background> follow(Words words, const std::string& file) const;
+    /// The same words as a process that follows the camera.
+    std::unique_ptr<ChildProcess> follow(Words words) const;
 
     /// `camera status --json`; null while it does not answer.
     Json::Value status() const;
@@ -40,10 +40,10 @@ public:
     std::string address() const;
 
     /// Ends it and gives its exit code.
-    std::optional<int> end(int signal);
+    std::optional<int> end(int signal) { return _process.end(signal); }
 
     pid_t id() const { return _process.id(); }
-    bool runs() { return _process.runs(); }
+    bool runs() const { return _process.runs(); }
     std::string out() const;
     std::string err() const;
 
@@ -51,7 +51,7 @@ private:
     Words wordsFor(Words words) const;
 
     std::string _state;
-    Background _process;
+    ChildProcess _process;
 };
 
 Json::Value parsedJson(const std::string& text);

@@ -1,5 +1,5 @@
 #include "DeviceTest.h"
-#include "support/TestBus.h"
+#include "kit/PrivateBus.h"
 
 #include <csignal>
 
@@ -43,21 +43,20 @@ protected:
         return {PIPELINE_PROGRAM, kLively, "--bus", bus.address(), "--state", state(), "--engine", JOURNAL_ENGINE};
     }
 
-    test_support::TestBus bus;
+    kit::PrivateBus bus;
 };
 
 TEST_F(StartedAloneTest, theServicesServeWithoutAPipeline)
 {
-    Background process(services(), path("services"));
-    ASSERT_TRUE(answers("rotate", {"setAngle", "u", "180"})) << read(path("services"));
+    ChildProcess process(services(), kit::bothOutputs());
+    ASSERT_TRUE(answers("rotate", {"setAngle", "u", "180"})) << process.out();
     EXPECT_EQ("{\"type\":\"u\",\"data\":[180]}\n", call("rotate", {"getAngle"}).out);
     for (const std::string service :
          {"day_night", "window_blanking", "onvif_metadata_streamer", "configuration", "services"}) {
         EXPECT_TRUE(eventually([&] { return serves(service); })) << service;
     }
     EXPECT_FALSE(serves("pipeline"));
-    process.signal(SIGTERM);
-    EXPECT_EQ(0, process.exitCode()) << read(path("services"));
+    EXPECT_EQ(0, process.end(SIGTERM)) << process.out();
     EXPECT_FALSE(serves("rotate"));
     EXPECT_THAT(leftBehind(), testing::IsEmpty());
 }
@@ -65,23 +64,21 @@ TEST_F(StartedAloneTest, theServicesServeWithoutAPipeline)
 TEST_F(StartedAloneTest, thePipelineServesWithoutServicesAndFindsThemWhenItStartsAfterThem)
 {
     {
-        Background alone(pipeline(), path("pipeline"));
-        ASSERT_TRUE(answers("pipeline", {"storedKeys"})) << read(path("pipeline"));
+        ChildProcess alone(pipeline(), kit::bothOutputs());
+        ASSERT_TRUE(answers("pipeline", {"storedKeys"})) << alone.out();
         EXPECT_TRUE(answers("onvif_analytic_service", {"getSupportedRules"}));
         EXPECT_FALSE(serves("rotate"));
-        alone.signal(SIGINT);
-        EXPECT_EQ(0, alone.exitCode()) << read(path("pipeline"));
+        EXPECT_EQ(0, alone.end(SIGINT)) << alone.out();
         EXPECT_FALSE(serves("pipeline"));
     }
-    Background beside(services(), path("services"));
-    ASSERT_TRUE(answers("rotate", {"setAngle", "u", "180"})) << read(path("services"));
+    ChildProcess beside(services(), kit::bothOutputs());
+    ASSERT_TRUE(answers("rotate", {"setAngle", "u", "180"})) << beside.out();
     std::filesystem::remove(path("journal"));
-    Background process(pipeline(), path("pipeline"));
-    ASSERT_TRUE(answers("pipeline", {"storedKeys"})) << read(path("pipeline"));
+    ChildProcess process(pipeline(), kit::bothOutputs());
+    ASSERT_TRUE(answers("pipeline", {"storedKeys"})) << process.out();
     EXPECT_TRUE(eventually([&] { return journal("orientation") == std::vector<std::string>{"180"}; }))
         << testing::PrintToString(journal("orientation"));
-    process.signal(SIGTERM);
-    EXPECT_EQ(0, process.exitCode()) << read(path("pipeline"));
+    EXPECT_EQ(0, process.end(SIGTERM)) << process.out();
 }
 
 TEST_F(StartedAloneTest, thePipelineSaysWhatItNeeds)

@@ -155,7 +155,7 @@ TEST_F(StateFolderTest, canBeLookedAtButNotChangedWhereNobodyMayWrite)
 TEST_F(StateFolderTest, canBeLookedAtButNotChangedWhileAProcessHoldsIt)
 {
     must({"config", "set", simple("Gate")});
-    Background holder({"flock", state() + "/lock", "sleep", "600"}, path("holder"));
+    ChildProcess holder({"flock", state() + "/lock", "sleep", "600"});
     ASSERT_TRUE(eventually([&] { return run({"flock", "-n", state() + "/lock", "true"}).exitCode != 0; }));
     EXPECT_THAT(on({"rules", "list"}).out, HasSubstr("Name=\"Gate\""));
     const Finished refused = on({"rules", "delete", "Gate"});

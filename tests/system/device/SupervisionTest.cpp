@@ -131,15 +131,15 @@ TEST_F(SupervisionTest, startsAgainWhatDiesAndSaysWhy)
 // Its state folder is temporary, but outlives the process.
 TEST_F(SupervisionTest, keepsThePlaceOverACrashWithoutAStateFolderToo)
 {
-    Background camera(cameraWords({"run", kLively, "--place", "Door=0,0,1", "--preset", "Door"}), path("out"));
+    ChildProcess camera(cameraWords({"run", kLively, "--place", "Door=0,0,1", "--preset", "Door"}), kit::bothOutputs());
     const auto status = [] { return parsedJson(system_tests::camera({"status", "--json"}).out); };
     ASSERT_TRUE(eventually([&] { return status()["position"]["preset"].asString() == "Door"; }));
     const auto pipeline = [&] { return status()["pipeline"]["pid"].asInt(); };
     const int before = pipeline();
     ASSERT_GT(before, 0);
     kill(before, SIGKILL);
-    ASSERT_TRUE(eventually([&] { return pipeline() != 0 && pipeline() != before; })) << read(path("out"));
-    EXPECT_TRUE(eventually([&] { return status()["position"]["preset"].asString() == "Door"; })) << read(path("out"));
+    ASSERT_TRUE(eventually([&] { return pipeline() != 0 && pipeline() != before; })) << camera.out();
+    EXPECT_TRUE(eventually([&] { return status()["position"]["preset"].asString() == "Door"; })) << camera.out();
     EXPECT_THAT(system_tests::camera({"preset", "list"}).out, HasSubstr("Door"));
 }
 

@@ -47,7 +47,10 @@ protected:
     }
 
     // One document for each frame, written without the bus.
-    std::size_t documentsWritten() const { return occurrences(contentOf(path("m.xml")), "<tt:MetadataStream"); }
+    std::size_t documentsWritten() const
+    {
+        return kit::occurrences(kit::contentOf(path("m.xml")), "<tt:MetadataStream");
+    }
 
     bool framesGoOnWithoutTheBus()
     {
@@ -89,7 +92,7 @@ TEST_F(BusDeathTest, aPipelineWithoutABusAppearsOnceThereIsOne)
     bus.kill();
     pipeline.emplace(Words{PIPELINE_PROGRAM, kLively, "--bus", bus.address(), "--state", path("state"), "-v", "-v",
                            "--config", config},
-                     path("pipeline.log"), SIGKILL);
+                     kit::bothOutputs(path("pipeline.log")));
     ASSERT_TRUE(eventually([this] { return lines(kNoDayNight) == 1 || !pipeline->runs(); }));
     bus.start();
     EXPECT_TRUE(framesGoOn()) << log();
@@ -104,17 +107,17 @@ protected:
     void SetUp() override
     {
         camera.emplace(Words{CAMERA_PROGRAM, "run", kLively, "--state", path("state"), "--metadata", path("m.xml")},
-                       path("camera.log"), SIGTERM);
+                       kit::bothOutputs(path("camera.log")));
         ASSERT_TRUE(eventually([this] { return !address().empty() || !camera->runs(); }));
         owner.emplace(address());
-        ASSERT_TRUE(eventually([this] { return owner->frames() > 0; })) << camera->output();
+        ASSERT_TRUE(eventually([this] { return owner->frames() > 0; })) << cameraLog();
     }
 
     std::string address() const
     {
         for (const auto& entry : std::filesystem::recursive_directory_iterator(path("rt"))) {
             if (entry.path().filename() == "address") {
-                const std::string text = contentOf(entry.path());
+                const std::string text = kit::contentOf(entry.path());
                 return text.substr(0, text.find('\n'));
             }
         }
@@ -134,7 +137,9 @@ protected:
         return {};
     }
 
-    std::optional<Child> camera;
+    std::string cameraLog() const { return kit::contentOf(path("camera.log")); }
+
+    std::optional<kit::ChildProcess> camera;
     std::optional<Client> owner;
 };
 
@@ -149,8 +154,8 @@ TEST_F(SupervisedBusDeathTest, theSupervisorStartsTheDaemonAgainAndNobodyElse)
         const pid_t daemon = static_cast<pid_t>(process("dbus-daemon").get<1>());
         ASSERT_GT(daemon, 1);
         ASSERT_EQ(0, ::kill(daemon, SIGKILL));
-        ASSERT_TRUE(eventually([&] { return owner->sessions() > sessions; })) << camera->output();
-        ASSERT_TRUE(allNamesAreServed(*owner)) << camera->output();
+        ASSERT_TRUE(eventually([&] { return owner->sessions() > sessions; })) << cameraLog();
+        ASSERT_TRUE(allNamesAreServed(*owner)) << cameraLog();
         ASSERT_TRUE(eventually([&] { return static_cast<int>(process("dbus-daemon").get<2>()) == round; }));
         EXPECT_EQ("signal 9 (Killed)", process("dbus-daemon").get<4>());
         EXPECT_EQ(0U, process("camera-pipeline").get<2>());
@@ -161,9 +166,9 @@ TEST_F(SupervisedBusDeathTest, theSupervisorStartsTheDaemonAgainAndNobodyElse)
         EXPECT_TRUE(isStored(*owner, "Round" + std::to_string(round)));
         EXPECT_TRUE(eventsReach(*owner));
     }
-    EXPECT_THAT(camera->output(), HasSubstr("dbus-daemon ended by signal 9 (Killed); starting it again"));
+    EXPECT_THAT(cameraLog(), HasSubstr("dbus-daemon ended by signal 9 (Killed); starting it again"));
     owner.reset();
-    EXPECT_EQ(0, camera->end()) << camera->output();
+    EXPECT_EQ(0, camera->end()) << cameraLog();
     EXPECT_EQ("", address());
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "Child.h"
 #include "Client.h"
-#include "support/TestBus.h"
+#include "kit/PrivateBus.h"
+#include "kit/TemporaryFolder.h"
 #include "system/cli/Documents.h"
-#include "unit/camera_video/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,14 +28,15 @@ protected:
         setenv("XDG_RUNTIME_DIR", path("rt").c_str(), 1);
     }
 
-    std::string path(const std::string& name) const { return folder.path(name); }
+    std::string path(const std::string& name) const { return folder / name; }
 
     void startServices()
     {
         services.emplace(
             Words{SERVICES_PROGRAM, "--bus", bus.address(), "--state", path("state"), "--runtime", path("rt")},
-            path("services.log"), SIGKILL);
-        ASSERT_TRUE(eventually([this] { return client.isServed(service::kServices); })) << services->output();
+            kit::bothOutputs(path("services.log")));
+        ASSERT_TRUE(eventually([this] { return client.isServed(service::kServices); }))
+            << kit::contentOf(path("services.log"));
     }
 
     /// Returns when it serves and frames come. One that watches services has looked each of them up by then.
@@ -46,7 +46,7 @@ protected:
         Words words = {PIPELINE_PROGRAM, kLively,    "--bus", bus.address(), "--state",
                        path("state"),    "--config", config,  "-v",          "-v"};
         words.insert(words.end(), more.begin(), more.end());
-        pipeline.emplace(words, path("pipeline.log"), SIGKILL);
+        pipeline.emplace(words, kit::bothOutputs(path("pipeline.log")));
         ASSERT_TRUE(eventually([this] { return client.frames() > 0 || !pipeline->runs(); }));
         ASSERT_TRUE(pipeline->runs()) << log();
     }
@@ -56,11 +56,11 @@ protected:
         ASSERT_TRUE(client.tell(service::kServices, "setFault", name, fault, seconds));
     }
 
-    std::string log() const { return contentOf(path("pipeline.log")); }
+    std::string log() const { return kit::contentOf(path("pipeline.log")); }
 
     /// How many lines of the pipeline's log end with this text.
-    std::size_t lines(const std::string& text) const { return occurrences(log(), text + "\n"); }
-    bool logs(const std::string& text) const { return occurrences(log(), text) != 0; }
+    std::size_t lines(const std::string& text) const { return kit::occurrences(log(), text + "\n"); }
+    bool logs(const std::string& text) const { return kit::occurrences(log(), text) != 0; }
 
     bool framesGoOn(std::uint64_t more = 25)
     {
@@ -125,12 +125,12 @@ protected:
         "error DETECTION: initializeWindowBlankingEvents: window_blanking service not found";
     static constexpr char kNoRotation[] = "info DETECTION: initializeRotationEvents: rotation service not found";
 
-    video::TemporaryFolder folder;
+    kit::TemporaryFolder folder;
     const std::string config = folder.write("simple.xml", system_tests::simpleConfiguration("Anything"));
-    test_support::TestBus bus;
+    kit::PrivateBus bus;
     Client client{bus.address()};
-    std::optional<Child> services;
-    std::optional<Child> pipeline;
+    std::optional<kit::ChildProcess> services;
+    std::optional<kit::ChildProcess> pipeline;
 };
 
 } // namespace camera::fault_tests

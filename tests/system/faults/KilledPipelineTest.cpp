@@ -48,7 +48,7 @@ protected:
     {
         pipeline.emplace(Words{PIPELINE_PROGRAM, "scene:size=64x64,fps=10,frames=0,objects=0", "--bus", bus.address(),
                                "--state", path("state")},
-                         path("pipeline.log"), SIGKILL);
+                         kit::bothOutputs(path("pipeline.log")));
     }
 
     bool serves()
@@ -163,7 +163,7 @@ TEST_F(KilledPipelineTest, keepsEveryAcknowledgedConfigurationWhole)
             ASSERT_TRUE(eventually([this] { return !pipeline->runs(); }));
             continue;
         }
-        ASSERT_TRUE(serves()) << pipeline->output();
+        ASSERT_TRUE(serves()) << log();
         const int there = whatIsThere();
         ASSERT_TRUE(there == acknowledged || there == sent)
             << there << " is there; acknowledged " << acknowledged << ", sent " << sent << " at kill " << kill;
@@ -173,12 +173,12 @@ TEST_F(KilledPipelineTest, keepsEveryAcknowledgedConfigurationWhole)
         ASSERT_TRUE(eventually([this] { return !pipeline->runs(); }));
     }
     startTiny();
-    ASSERT_TRUE(serves()) << pipeline->output();
+    ASSERT_TRUE(serves()) << log();
     const int there = whatIsThere();
     EXPECT_TRUE(there == acknowledged || there == sent) << there << " " << acknowledged << " " << sent;
-    EXPECT_EQ(0, pipeline->end()) << pipeline->output();
+    EXPECT_EQ(0, pipeline->end()) << log();
     EXPECT_EQ("", problems());
-    EXPECT_THAT(pipeline->output(), testing::Not(testing::HasSubstr("error settings: ")));
+    EXPECT_THAT(log(), testing::Not(testing::HasSubstr("error settings: ")));
     EXPECT_GT(acknowledgements, static_cast<int>(kills / 2));
     std::cout << "kills=" << kills << " during_start=" << duringStart << " sent=" << sent
               << " acknowledged=" << acknowledgements << std::endl;

@@ -1,9 +1,8 @@
 // Several users give a running camera thousands of commands at once; or: how long the plug-in has a frame while the
 // device's services are stopped. Starts the processes itself, on a bus of its own.
 
-#include "../Child.h"
 #include "Visitor.h"
-#include "support/TestBus.h"
+#include "kit/PrivateBus.h"
 #include "system/cli/Documents.h"
 
 #include <algorithm>
@@ -30,63 +29,39 @@ struct Arguments {
     unsigned long start = 1;      ///< of the random numbers
 };
 
-class Folder {
-public:
-    Folder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "storm-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no folder can be made");
-        }
-        _path = name;
-    }
-    ~Folder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(_path, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    std::string path(const std::string& name) const { return (_path / name).string(); }
-
-private:
-    std::filesystem::path _path;
-};
-
 /// A PTZ camera's two processes on a bus of their own.
 class Camera {
 public:
     explicit Camera(const std::string& programs)
     {
-        std::ofstream(folder.path("simple.xml")) << system_tests::simpleConfiguration("Anything");
+        folder.write("simple.xml", system_tests::simpleConfiguration("Anything"));
         startServices(programs);
         pipeline.emplace(Words{programs + "/camera-pipeline",
                                "scene:size=320x180,fps=25,objects=3,enter=15,frames=0,noise=1", "--bus", bus.address(),
-                               "--state", folder.path("state"), "--place", "Preset0=0,0,1", "--place", "Preset1=20,5,2",
-                               "--config", folder.path("simple.xml")},
-                         folder.path("pipeline.log"), SIGKILL);
-        require([this] { return client.frames() > 0; }, *pipeline);
+                               "--state", folder / "state", "--place", "Preset0=0,0,1", "--place", "Preset1=20,5,2",
+                               "--config", folder / "simple.xml"},
+                         kit::bothOutputs(folder / "pipeline.log"));
+        require([this] { return client.frames() > 0; }, *pipeline, "pipeline.log");
     }
 
     void startServices(const std::string& programs)
     {
-        services.emplace(Words{programs + "/camera-services", "--bus", bus.address(), "--state", folder.path("state")},
-                         folder.path("services.log"), SIGKILL);
-        require([this] { return client.isServed(service::kServices); }, *services);
+        services.emplace(Words{programs + "/camera-services", "--bus", bus.address(), "--state", folder / "state"},
+                         kit::bothOutputs(folder / "services.log"));
+        require([this] { return client.isServed(service::kServices); }, *services, "services.log");
     }
 
-    Folder folder;
-    test_support::TestBus bus;
+    kit::TemporaryFolder folder;
+    kit::PrivateBus bus;
     Client client{bus.address()};
-    std::optional<Child> services;
-    std::optional<Child> pipeline;
+    std::optional<kit::ChildProcess> services;
+    std::optional<kit::ChildProcess> pipeline;
 
 private:
-    static void require(const std::function<bool()>& condition, Child& process)
+    void require(const std::function<bool()>& condition, const kit::ChildProcess& process, const char* log) const
     {
         if (!eventually([&] { return condition() || !process.runs(); }) || !process.runs()) {
-            throw std::runtime_error("a process does not start: " + process.output());
+            throw std::runtime_error("a process does not start: " + kit::contentOf(folder / log));
         }
     }
 };
@@ -161,7 +136,8 @@ int runStorm(const Arguments& arguments)
     const bool good = goesOn && (tally.failed == 0 || arguments.deaths > 0) && status["framesFailed"].asUInt64() == 0 &&
                       status["controlFailures"].asUInt64() == 0 && pipelineCode == 0 && servicesCode == 0;
     if (!good) {
-        std::cerr << tally.firstFailure << "\n" << camera.pipeline->output() << camera.services->output();
+        std::cerr << tally.firstFailure << "\n"
+                  << kit::contentOf(camera.folder / "pipeline.log") << kit::contentOf(camera.folder / "services.log");
     }
     return good ? 0 : 1;
 }
