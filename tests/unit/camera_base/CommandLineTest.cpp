@@ -1,8 +1,8 @@
 // One small table: what is parsed, refused, printed and completed by it.
 #include "camera/base/CommandLine.h"
+#include "kit/Refusal.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <fcntl.h>
@@ -53,12 +53,7 @@ Arguments parsed(const std::string& name, const Words& words)
 
 std::string refused(const std::string& name, const Words& words)
 {
-    try {
-        parsed(name, words);
-    } catch (const UsageError& error) {
-        return error.what();
-    }
-    return "accepted";
+    return kit::refusalOf<UsageError>([&] { parsed(name, words); });
 }
 
 TEST(CommandLineTest, readsOptionsAndArgumentsInAnyOrder)

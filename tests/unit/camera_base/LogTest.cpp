@@ -3,7 +3,6 @@
 #include "ravel/logging.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 #include <thread>
@@ -13,10 +12,7 @@ namespace {
 
 using camera::base::Log;
 using camera::base::LogLevel;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::IsEmpty;
-using testing::MatchesRegex;
+using namespace testing;
 
 class LogTest : public testing::Test {
 protected:

@@ -2,7 +2,6 @@
 #include "camera/base/SerialQueue.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <future>
 #include <memory>

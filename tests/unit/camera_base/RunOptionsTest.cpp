@@ -1,8 +1,8 @@
 // What the arguments of a run say.
 #include "camera/base/RunOptions.h"
+#include "kit/Refusal.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace camera::base {
 namespace {
@@ -19,12 +19,7 @@ RunOptions parseRun(const Words& words)
 
 std::string refused(const Words& words)
 {
-    try {
-        parseRun(words);
-    } catch (const UsageError& error) {
-        return error.what();
-    }
-    return "accepted";
+    return kit::refusalOf<UsageError>([&] { parseRun(words); });
 }
 
 TEST(RunOptionsTest, hasDefaultsForEverythingButTheInput)

@@ -1,7 +1,7 @@
 #include "camera/base/JsonText.h"
+#include "kit/Refusal.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <stdexcept>
 
@@ -13,12 +13,7 @@ using testing::HasSubstr;
 
 std::string problem(const std::string& document)
 {
-    try {
-        readStrictJson(document, 1000);
-        return "taken";
-    } catch (const std::invalid_argument& error) {
-        return error.what();
-    }
+    return kit::refusalOf<std::invalid_argument>([&] { readStrictJson(document, 1000); });
 }
 
 TEST(StrictJson, readsWhatIsWrittenInOneLineByteForByte)
@@ -33,11 +28,11 @@ TEST(StrictJson, readsWhatIsWrittenInOneLineByteForByte)
 
 TEST(StrictJson, saysWhatIsWrongAndWhere)
 {
-    EXPECT_EQ(problem("{}"), "taken");
+    EXPECT_EQ(problem("{}"), "not refused");
     EXPECT_EQ(problem("{\"a\":1,\n\"a\":2}"), "it is no JSON document: Line 2, Column 1: Duplicate key: 'a'");
     EXPECT_THAT(problem("{} {}"), HasSubstr("it is no JSON document: Line 1, Column 4"));
     EXPECT_THAT(problem("[1,]"), HasSubstr("it is no JSON document"));
-    EXPECT_EQ(problem("// what it is\n{/* nothing */} // more"), "taken");
+    EXPECT_EQ(problem("// what it is\n{/* nothing */} // more"), "not refused");
     EXPECT_THAT(problem("[NaN]"), HasSubstr("it is no JSON document"));
     EXPECT_THAT(problem(""), HasSubstr("it is no JSON document"));
     EXPECT_EQ(problem(std::string(900, '[')), "it is no JSON document");

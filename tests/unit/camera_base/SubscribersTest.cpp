@@ -1,7 +1,6 @@
 #include "camera/base/Subscribers.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <future>
 #include <optional>

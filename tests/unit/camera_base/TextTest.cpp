@@ -8,6 +8,7 @@ using camera::base::decimals;
 using camera::base::joined;
 using camera::base::printable;
 using camera::base::shortNumber;
+using camera::base::sizeText;
 using camera::base::utcText;
 
 TEST(PrintableText, writesControlBytesAsEscapesAndNothingElse)
@@ -39,6 +40,13 @@ TEST(UtcText, writesATimeInUtc)
     EXPECT_EQ(utcText(0), "1970-01-01 00:00:00 UTC");
     EXPECT_EQ(utcText(1700000000, "%Y%m%dT%H%M%SZ"), "20231114T221320Z");
     EXPECT_EQ(utcText(-1), "1969-12-31 23:59:59 UTC");
+}
+
+TEST(SizeText, isForPeople)
+{
+    EXPECT_EQ("999 bytes", sizeText(999));
+    EXPECT_EQ("1.5 kB", sizeText(1500));
+    EXPECT_EQ("2.0 MB", sizeText(2000000));
 }
 
 } // namespace

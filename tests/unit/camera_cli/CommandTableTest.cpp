@@ -1,10 +1,10 @@
 #include "camera/cli/Command.h"
 #include "camera/cli/FramesFile.h"
 #include "camera/cli/SuperviseCommand.h"
+#include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 
@@ -14,9 +14,7 @@ namespace {
 using namespace camera::base;
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
+using namespace testing;
 
 using Words = std::vector<std::string>;
 
@@ -168,11 +166,7 @@ class FramesFileTest : public testing::Test {
 protected:
     std::string refusal(const std::string& given, const std::string& name) const
     {
-        try {
-            return "taken: " + framesFile(state, given, name);
-        } catch (const CameraError& error) {
-            return error.what();
-        }
+        return kit::refusalOf<CameraError>([&] { framesFile(state, given, name); });
     }
 
     kit::TemporaryFolder folder;

@@ -1,7 +1,6 @@
 #include "camera/onvif/CanonicalNames.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace camera::onvif {
 namespace {

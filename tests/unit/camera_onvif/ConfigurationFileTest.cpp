@@ -1,17 +1,14 @@
 #include "camera/onvif/ConfigurationFile.h"
 
+#include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace camera::onvif {
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
+using namespace testing;
 
 const std::string kDocument =
     "<tt:VideoAnalyticsConfiguration xmlns:tt='http://www.onvif.org/ver10/schema'>\n"
@@ -26,12 +23,7 @@ class ConfigurationFileTest : public testing::Test {
 protected:
     std::string refused(const std::string& path)
     {
-        try {
-            readConfiguration(path);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "accepted";
+        return kit::refusalOf([&] { readConfiguration(path); });
     }
 
     kit::TemporaryFolder folder;
@@ -77,12 +69,8 @@ TEST_F(ConfigurationFileTest, takesComponentsFromAConfigurationOrOneByOne)
 TEST_F(ConfigurationFileTest, refusesAFileWithoutTheComponentsWanted)
 {
     const std::string path = folder.write("a.xml", "<tt:VideoAnalyticsConfiguration/>");
-    try {
-        readComponents(path, true);
-        FAIL();
-    } catch (const std::runtime_error& error) {
-        EXPECT_THAT(error.what(), HasSubstr("there is no tt:Rule in '" + path + "'"));
-    }
+    EXPECT_THAT(kit::refusalOf([&] { readComponents(path, true); }),
+                HasSubstr("there is no tt:Rule in '" + path + "'"));
 }
 
 TEST_F(ConfigurationFileTest, namesComponentsForPeople)

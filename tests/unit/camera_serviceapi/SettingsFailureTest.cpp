@@ -70,7 +70,7 @@ protected:
     const kit::LogLines log;
     const kit::TemporaryFolder folder;
     const std::shared_ptr<ServiceApi> api =
-        std::make_shared<ServiceApi>(ServiceApi::Options{folder.path(), "", std::make_shared<FakeDeviceServices>()});
+        std::make_shared<ServiceApi>(ServiceApiOptions{folder.path(), "", std::make_shared<FakeDeviceServices>()});
     const CurrentServiceApi::Binding binding{api};
 };
 

@@ -5,7 +5,6 @@
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <fstream>
@@ -18,11 +17,7 @@ namespace {
 using camera::store::DatabaseError;
 using camera::store::SettingsStore;
 using kit::refusalOf;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Optional;
-using testing::Pair;
-using testing::SizeIs;
+using namespace testing;
 
 class SettingsStoreTest : public testing::Test {
 protected:

@@ -1,0 +1,44 @@
+#include "camera/store/StateFolder.h"
+
+#include "kit/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using camera::store::StateFolder;
+
+TEST(StateFolder, keepsTheTimeOfTheLastFrame)
+{
+    const kit::TemporaryFolder folder;
+    const StateFolder state(folder.path().string());
+    EXPECT_TRUE(state.kept());
+    EXPECT_EQ(0, state.lastFrameTime());
+    state.keepLastFrameTime(1700000000123456789);
+    EXPECT_EQ(1700000000123456789, StateFolder(folder.path().string()).lastFrameTime());
+    for (const std::string damaged : {"", "x", "-4", "99999999999999999999", "9000000000000000000"}) {
+        folder.write("last-frame-time", damaged);
+        EXPECT_EQ(0, state.lastFrameTime()) << damaged;
+    }
+}
+
+TEST(StateFolder, saysWhenTheTimeCannotBeKept)
+{
+    const StateFolder state("/proc/none");
+    EXPECT_THROW(state.keepLastFrameTime(1), std::runtime_error);
+}
+
+TEST(StateFolder, takesATemporaryFolderAwayAgain)
+{
+    std::filesystem::path path;
+    {
+        const StateFolder state("");
+        path = state.path();
+        EXPECT_FALSE(state.kept());
+        EXPECT_TRUE(std::filesystem::is_directory(path));
+        state.keepLastFrameTime(5);
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+} // namespace
