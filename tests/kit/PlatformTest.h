@@ -4,7 +4,6 @@
 #include "kit/Heap.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <iostream>
 #include <string>

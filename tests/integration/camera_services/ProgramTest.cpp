@@ -4,16 +4,13 @@
 #include "kit/PrivateBus.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 
 namespace {
 
 using namespace services_test;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 std::ptrdiff_t lineEnds(const std::string& text)
 {

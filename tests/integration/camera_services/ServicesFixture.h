@@ -7,7 +7,6 @@
 #include "kit/Refusal.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <memory>
 #include <string>

@@ -5,10 +5,7 @@
 namespace {
 
 using namespace services_test;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Pair;
+using namespace testing;
 
 class ServicesTest : public ServicesFixture {
 protected:

@@ -1,7 +1,5 @@
 #include "integration/camera_services/ServicesFixture.h"
-
-#include <csignal>
-#include <sys/resource.h>
+#include "kit/FileSizeLimit.h"
 
 namespace {
 
@@ -51,28 +49,6 @@ TEST_F(StateTest, aFullDiskIsAReadableFailureAndMemoryAndDiskAgree)
     EXPECT_EQ(client.values(), acknowledged);
 }
 
-/// As long as it lives no file of this process can grow: a disk that is full.
-class NoRoom {
-public:
-    NoRoom() : _signal(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        ::getrlimit(RLIMIT_FSIZE, &_before);
-        const rlimit none{0, _before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &none);
-    }
-    ~NoRoom()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &_before);
-        std::signal(SIGXFSZ, _signal);
-    }
-    NoRoom(const NoRoom&) = delete;
-    NoRoom& operator=(const NoRoom&) = delete;
-
-private:
-    rlimit _before{};
-    void (*_signal)(int);
-};
-
 TEST_F(StateTest, aChangeThatCannotBeStoredIsNoEventAndNoChange)
 {
     client.setAngle(90);
@@ -80,7 +56,7 @@ TEST_F(StateTest, aChangeThatCannotBeStoredIsNoEventAndNoChange)
     std::string blanking;
     std::string value;
     {
-        const NoRoom full;
+        const FileSizeLimit full(0);
         rotation = client.refusal(service::kRotate, "setAngle", 180U);
         blanking = client.refusal(service::kWindowBlanking, "setEnable", true);
         value = client.refusal(service::kConfiguration, "setIntValue", std::string("key"), 1);

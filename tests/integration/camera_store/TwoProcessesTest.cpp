@@ -1,6 +1,7 @@
 // The settings and the lock of a state folder while a second process has them, and what one that was killed leaves.
 #include "camera/store/SettingsStore.h"
 #include "camera/store/StateLock.h"
+#include "kit/FileSizeLimit.h"
 #include "kit/ForkedProcess.h"
 #include "kit/LogLines.h"
 #include "kit/Refusal.h"
@@ -8,8 +9,6 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -52,10 +51,8 @@ TEST_F(TwoProcessesTest, aFileSystemThatTakesNoMoreBytesIsReported)
 {
     SettingsStore(folder.path()).write("A", "before");
     kit::ForkedProcess writer([&] {
-        std::signal(SIGXFSZ, SIG_IGN);
         SettingsStore own(folder.path());
-        const rlimit none{4096, 4096};
-        ::setrlimit(RLIMIT_FSIZE, &none);
+        const kit::FileSizeLimit limit(4096);
         try {
             own.write("A", std::string(100000, 'y'));
         } catch (const DatabaseError& error) {

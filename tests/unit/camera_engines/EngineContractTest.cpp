@@ -10,9 +10,7 @@
 namespace {
 
 using namespace engine_test;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 /// A configuration whose rule answers to the smallest motion at once.
 std::string quick(const std::string& engine)

@@ -1,5 +1,6 @@
 // One frame thread beside one control thread, as the plug-in runs them.
 #include "Stage.h"
+#include "kit/Eventually.h"
 
 #include <gtest/gtest.h>
 
@@ -12,16 +13,6 @@
 namespace {
 
 using namespace engine_test;
-
-/// Until it is so, or until the test has had its time.
-template <typename Condition>
-void waitFor(Condition condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition() && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::yield();
-    }
-}
 
 class EngineThreadTest : public testing::TestWithParam<const char*> {
 protected:
@@ -61,7 +52,7 @@ TEST_P(EngineThreadTest, everyOperationRunsBesideFrames)
         if (round % 2 == 0) {
             engine.clearAllRules();
         }
-        waitFor([&, before = shown.load()] { return shown > before; });
+        kit::eventually([&, before = shown.load()] { return shown > before; });
         engine.releaseRuleSet(ruleSet);
     }
     stop = true;
@@ -92,7 +83,7 @@ TEST_P(EngineThreadTest, noEventRunsOrFollowsOnceTheRulesAreCleared)
         allowed = true;
         const int before = raised;
         analytics_lib::IRuleSet* ruleSet = bench.activate(quick());
-        waitFor([&] { return raised > before; });
+        kit::eventually([&] { return raised > before; });
         bench.engine().clearAllRules();
         allowed = false;
         bench.engine().releaseRuleSet(ruleSet);

@@ -1,6 +1,7 @@
 #include "Stage.h"
 
 #include "camera/video/Scene.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -13,33 +14,13 @@ namespace {
 
 using namespace engine_test;
 using camera::video::Scene;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-std::string temporary(const std::string& suffix)
-{
-    std::string name = testing::UnitTest::GetInstance()->current_test_info()->name() + suffix;
-    std::replace(name.begin(), name.end(), '/', '_');
-    return testing::TempDir() + "/" + name;
-}
-
-std::string contentOf(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-void writeFile(const std::string& path, const std::string& content)
-{
-    std::ofstream(path, std::ios::binary) << content;
-}
+using namespace testing;
 
 class FrameFileTest : public testing::TestWithParam<const char*> {
 protected:
     FrameFileTest() { takeLogLines(); }
+
+    const kit::TemporaryFolder folder;
 
     std::string config() const
     {
@@ -50,7 +31,7 @@ protected:
 
 TEST_P(FrameFileTest, aReplayGivesTheSameEventsAndMetadataExceptTheirTimes)
 {
-    const std::string path = temporary("frames");
+    const std::string path = folder / "frames";
     constexpr unsigned kCount = 90;
     std::string recorded;
     std::string recordedEvents;
@@ -97,7 +78,7 @@ TEST_P(FrameFileTest, aReplayGivesTheSameEventsAndMetadataExceptTheirTimes)
 
 TEST_P(FrameFileTest, livePicturesReturnAfterTheReplayAndAreLearnedAgain)
 {
-    const std::string path = temporary("frames");
+    const std::string path = folder / "frames";
     EngineBench bench(GetParam());
     Stage stage;
     bench.activate(config());
@@ -118,7 +99,7 @@ TEST_P(FrameFileTest, livePicturesReturnAfterTheReplayAndAreLearnedAgain)
 
 TEST_P(FrameFileTest, replaysOnTopOfThePresentBackgroundWhenAskedTo)
 {
-    const std::string path = temporary("frames");
+    const std::string path = folder / "frames";
     {
         EngineBench recorder(GetParam());
         Stage elsewhere;
@@ -137,27 +118,27 @@ TEST_P(FrameFileTest, replaysOnTopOfThePresentBackgroundWhenAskedTo)
 
 TEST_P(FrameFileTest, writesWhatWasAskedForAndNoMore)
 {
-    const std::string path = temporary("frames");
+    const std::string path = folder / "frames";
     EngineBench bench(GetParam());
     Stage stage;
     ASSERT_TRUE(bench.engine().writeFramesToFile(path.c_str(), 3));
     stage.learn(bench, 10);
     const std::size_t frame = 48 + 320 * 180 * 3 / 2;
-    EXPECT_EQ(contentOf(path).size(), 16 + 3 * frame);
+    EXPECT_EQ(kit::contentOf(path).size(), 16 + 3 * frame);
     ASSERT_TRUE(bench.engine().writeFramesToFile(path.c_str(), 100));
     stage.learn(bench, 2);
     ASSERT_TRUE(bench.engine().writeFramesToFile("", 0));
     stage.learn(bench, 2);
-    EXPECT_EQ(contentOf(path).size(), 16 + 2 * frame);
+    EXPECT_EQ(kit::contentOf(path).size(), 16 + 2 * frame);
     std::remove(path.c_str());
 }
 
 TEST_P(FrameFileTest, refusesPathsThatCannotBeUsedWithOneLineEach)
 {
     EngineBench bench(GetParam());
-    const std::string text = temporary("text");
-    writeFile(text, "this is no recording at all");
-    writeFile(text + "2", std::string("VCFRAMES\x02\0\0\0\x01\0\0\0", 16));
+    const std::string text = folder / "text";
+    folder.write("text", "this is no recording at all");
+    folder.write("text2", std::string("VCFRAMES\x02\0\0\0\x01\0\0\0", 16));
     EXPECT_FALSE(bench.engine().readFramesFromFile("/nonexistent/frames", true));
     EXPECT_FALSE(bench.engine().readFramesFromFile(nullptr, true));
     EXPECT_FALSE(bench.engine().readFramesFromFile(text.c_str(), true));
@@ -171,14 +152,14 @@ TEST_P(FrameFileTest, refusesPathsThatCannotBeUsedWithOneLineEach)
 
 TEST_P(FrameFileTest, aDamagedFileEndsTheReplayWithOneLine)
 {
-    const std::string path = temporary("frames");
+    const std::string path = folder / "frames";
     {
         EngineBench bench(GetParam());
         Stage stage;
         ASSERT_TRUE(bench.engine().writeFramesToFile(path.c_str(), 2));
         stage.learn(bench, 3);
     }
-    const std::string whole = contentOf(path);
+    const std::string whole = kit::contentOf(path);
     const std::size_t second = 16 + (whole.size() - 16) / 2;
     std::vector<std::string> damaged;
     for (const std::size_t length : {second + 3, second + 47, second + 48, whole.size() - 1}) {
@@ -191,7 +172,7 @@ TEST_P(FrameFileTest, aDamagedFileEndsTheReplayWithOneLine)
     damaged.push_back(whole); // sizes of a picture far beyond the file
     damaged.back().replace(second + 12, 8, std::string("\0\x40\0\0\0\x40\0\0", 8));
     for (const std::string& content : damaged) {
-        writeFile(path, content);
+        folder.write("frames", content);
         EngineBench bench(GetParam());
         Stage stage;
         bench.activate(config());

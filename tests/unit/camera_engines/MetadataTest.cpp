@@ -1,6 +1,7 @@
 #include "Stage.h"
 
 #include "camera/engines/MetadataWriter.h"
+#include "kit/TemporaryFolder.h"
 #include "plugin/analytics/factory.h"
 
 #include <gmock/gmock.h>
@@ -157,8 +158,8 @@ TEST(OnvifSchemaTest, metadataEventsAndMergedConfigurationAreValid)
     if (run("command -v xmllint") != 0 || run("/usr/bin/python3 -c 'import lxml'") != 0) {
         GTEST_SKIP() << "checking against schemas needs xmllint and python3-lxml";
     }
-    std::string folder = testing::TempDir() + "/onvifXXXXXX";
-    ASSERT_NE(mkdtemp(folder.data()), nullptr);
+    const kit::TemporaryFolder own;
+    const std::string folder = own.path();
     const std::string catalog = "XML_CATALOG_FILES=" + folder + "/wsdl/catalog.xml ";
     ASSERT_EQ(run("cp -r '" + onvif + "'/. " + folder + " && cd " + folder + " && " + catalog +
                   "/usr/bin/python3 make_libxml2_overlay.py"),
@@ -168,7 +169,7 @@ TEST(OnvifSchemaTest, metadataEventsAndMergedConfigurationAreValid)
     all.insert(all.end(), documents.events.begin(), documents.events.end());
     ASSERT_GE(all.size(), 6U); // each engine raised and closed an event
     const auto isValid = [&](const std::string& text) {
-        std::ofstream(folder + "/document.xml") << text;
+        own.write("document.xml", text);
         return run("cd " + folder + " && " + catalog +
                    "xmllint --nonet --noout --schema xsd-libxml2/tt-all.xsd document.xml") == 0;
     };
@@ -177,7 +178,6 @@ TEST(OnvifSchemaTest, metadataEventsAndMergedConfigurationAreValid)
     }
     EXPECT_FALSE(isValid("<tt:MetadataStream xmlns:tt=\"http://www.onvif.org/ver10/schema\"><tt:VideoAnalytics>"
                          "<tt:Frame/></tt:VideoAnalytics></tt:MetadataStream>"));
-    run("rm -r " + folder);
 }
 
 } // namespace

@@ -86,19 +86,28 @@ TEST(EngineQualityTest, findsObjectsWithTheirShadowsBesideThem)
     EXPECT_GE(all.foundInTime * 10, all.objects * 9);
 }
 
+/// A scene that both engines have seen, as sensitive as they can be.
+struct Watched {
+    explicit Watched(Scene& scene)
+    {
+        simple.activate(simpleConfig("", simpleItem("MinCount", "1") + simpleItem("AlarmOnDelay", "0")));
+        motion.activate(motionConfig("", region("Sensitivity=\"1\"", "")));
+        while (const auto frame = scene.next()) {
+            simple.show(*frame);
+            motion.show(*frame);
+        }
+    }
+
+    EngineBench simple{"Simple"};
+    EngineBench motion{"Motion"};
+};
+
 TEST(EngineQualityTest, raisesNothingInFiveThousandStillFramesWithNoiseAndSlowLight)
 {
     Scene scene("scene:start=1700000000,seed=3,size=640x360,objects=0,noise=3,light=20,lightperiod=60,frames=5000");
-    EngineBench simple("Simple");
-    EngineBench motion("Motion");
-    simple.activate(simpleConfig("", simpleItem("MinCount", "1") + simpleItem("AlarmOnDelay", "0")));
-    motion.activate(motionConfig("", region("Sensitivity=\"1\"", "")));
-    while (const auto frame = scene.next()) {
-        simple.show(*frame);
-        motion.show(*frame);
-    }
-    EXPECT_EQ(simple.eventTexts(), "");
-    EXPECT_EQ(motion.eventTexts(), "");
+    const Watched watched(scene);
+    EXPECT_EQ(watched.simple.eventTexts(), "");
+    EXPECT_EQ(watched.motion.eventTexts(), "");
 }
 
 TEST(EngineQualityTest, endsWhatALightSwitchRaisesWithinTwoSeconds)
@@ -106,15 +115,8 @@ TEST(EngineQualityTest, endsWhatALightSwitchRaisesWithinTwoSeconds)
     for (const char* levels : {"-50", "60", "-20", "25"}) {
         Scene scene(std::string("scene:start=1700000000,seed=4,objects=0,switch=100,frames=250,switchlevels=") +
                     levels);
-        EngineBench simple("Simple");
-        EngineBench motion("Motion");
-        simple.activate(simpleConfig("", simpleItem("MinCount", "1") + simpleItem("AlarmOnDelay", "0")));
-        motion.activate(motionConfig("", region("Sensitivity=\"1\"", "")));
-        while (const auto frame = scene.next()) {
-            simple.show(*frame);
-            motion.show(*frame);
-        }
-        for (const EngineBench* bench : {&simple, &motion}) {
+        const Watched watched(scene);
+        for (const EngineBench* bench : {&watched.simple, &watched.motion}) {
             for (const Event& event : bench->events()) {
                 EXPECT_LE(event.frame, 150U) << levels << ": " << event.message;
             }

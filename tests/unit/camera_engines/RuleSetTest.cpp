@@ -1,4 +1,5 @@
 #include "EngineBench.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <pugixml.hpp>
@@ -9,10 +10,7 @@
 namespace {
 
 using namespace engine_test;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 /// A rule set of one engine, handed back at the end.
 class OwnedRuleSet {
@@ -305,12 +303,10 @@ TEST_F(RuleSetTest, acceptsTheExamplesThatShipWithTheCamera)
 {
     for (const auto& [name, bench] :
          {std::pair<std::string, EngineBench*>{"simple.xml", &simple}, {"motion.xml", &motion}}) {
-        std::ifstream file(std::string(CAMERA_ENGINES_EXAMPLES) + "/" + name);
-        std::stringstream text;
-        text << file.rdbuf();
-        EXPECT_TRUE(bench->engine().isEngineConfiguration(text.str())) << name;
+        const std::string text = kit::contentOf(std::string(CAMERA_ENGINES_EXAMPLES) + "/" + name);
+        EXPECT_TRUE(bench->engine().isEngineConfiguration(text)) << name;
         OwnedRuleSet rules(*bench);
-        EXPECT_TRUE(rules->setFullConfig(text.str())) << name;
+        EXPECT_TRUE(rules->setFullConfig(text)) << name;
     }
     EXPECT_THAT(takeLogLines(), IsEmpty());
 }

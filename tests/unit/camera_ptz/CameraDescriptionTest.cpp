@@ -1,8 +1,8 @@
 #include "camera/ptz/CameraDescription.h"
+#include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
@@ -17,9 +17,7 @@ using camera::ptz::findDescription;
 using camera::ptz::parseDescription;
 using camera::ptz::readDescription;
 using kit::TemporaryFolder;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 // Documents are written with ' for ".
 std::string json(std::string text)
@@ -30,12 +28,7 @@ std::string json(std::string text)
 
 std::string refusal(const std::string& text)
 {
-    try {
-        parseDescription(text, "x.json");
-        return "taken";
-    } catch (const std::invalid_argument& error) {
-        return error.what();
-    }
+    return kit::refusalOf<std::invalid_argument>([&] { parseDescription(text, "x.json"); });
 }
 
 TEST(CameraDescription, isAPtzCameraUnlessSomethingElseIsSaid)
@@ -157,7 +150,7 @@ TEST(CameraDescription, refusesHostileTextInOneLine)
 TEST(CameraDescription, comesThroughCutsAndChangedBytesOfAModel)
 {
     const std::string good = kit::contentOf(std::string(CAMERA_MODELS) + "/ptz-dome.json");
-    ASSERT_EQ(refusal(good), "taken");
+    ASSERT_EQ(refusal(good), "not refused");
     for (std::size_t at = 0; at < good.size(); at += 3) {
         refusal(good.substr(0, at));
         for (const char byte : {'[', '"', '\0', '\xff', '.', '9', '-', ':'}) {
@@ -204,12 +197,7 @@ TEST(CameraDescription, isFoundByNameNextToTheProgramOrByPath)
     EXPECT_EQ(findDescription("there", folder / "bin").model, "there");
     EXPECT_EQ(findDescription((folder / "bin/cameras/here.json").string(), "/").model, "here");
     const auto notFound = [&](const std::string& name) {
-        try {
-            findDescription(name, folder / "bin");
-        } catch (const std::invalid_argument& error) {
-            return std::string(error.what());
-        }
-        return std::string("found");
+        return kit::refusalOf<std::invalid_argument>([&] { findDescription(name, folder / "bin"); });
     };
     EXPECT_THAT(notFound("nowhere"), StartsWith("there is no camera description 'nowhere' in '"));
     EXPECT_THAT(notFound("nowhere.json"), HasSubstr("is no file that can be read"));

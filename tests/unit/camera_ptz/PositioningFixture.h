@@ -3,7 +3,6 @@
 #include "camera/ptz/PositioningUnit.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <functional>

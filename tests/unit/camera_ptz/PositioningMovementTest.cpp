@@ -8,9 +8,7 @@ namespace {
 using camera::ptz::Axes;
 using camera::ptz::Drive;
 using camera::ptz::Position;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 class PositioningMovementTest : public PositioningFixture {
 protected:

@@ -4,9 +4,7 @@
 namespace {
 
 using camera::ptz::Position;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 class PositioningStateTest : public PositioningFixture {
 protected:

@@ -5,28 +5,19 @@
 #include "camera/video/PngWriter.h"
 #include "camera/video/Scene.h"
 #include "camera/video/VideoInput.h"
+#include "kit/FileSizeLimit.h"
+#include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <array>
-#include <csignal>
 #include <filesystem>
-
-#include <sys/resource.h>
 
 namespace camera::video {
 namespace {
 
-using kit::BoxKind;
-using kit::BoxRecord;
-using kit::CellsKind;
-using kit::CellsRecord;
-using kit::DrawingWriter;
-using kit::FrameRecord;
-using kit::RuleRecord;
-using kit::RuleState;
+using namespace kit;
 using testing::HasSubstr;
 
 const std::string kScene = "scene:size=320x180,objects=0,noise=0,frames=12";
@@ -212,12 +203,7 @@ protected:
 
     static std::string failure(const OverlayFiles& files)
     {
-        try {
-            Overlay overlay(files, 320, 180, 25);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "accepted";
+        return ::kit::refusalOf([&] { Overlay overlay(files, 320, 180, 25); });
     }
 
     static void draw(Overlay& overlay, const Frame& frame, const std::vector<BoxRecord>& boxes)
@@ -230,7 +216,7 @@ protected:
         overlay.add(frame, readDrawing(buffer.data(), writer.usedBytes()), "");
     }
 
-    kit::TemporaryFolder folder;
+    ::kit::TemporaryFolder folder;
 };
 
 TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
@@ -329,44 +315,21 @@ TEST_F(OverlayTest, refusesFilesThatCannotBeWrittenBeforeTheFirstFrame)
     EXPECT_THAT(failure({"", folder.path().string()}), HasSubstr("Is a directory"));
 }
 
-/// No file of this process grows beyond a size: what a full disk does, without one.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit limit = {bytes, before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handler);
-    }
-
-private:
-    rlimit before{};
-    void (*handler)(int);
-};
-
 TEST_F(OverlayTest, saysWhenThereIsNoRoomForTheVideo)
 {
     EXPECT_THAT(failure({"/dev/full", ""}),
                 HasSubstr("cannot write the overlay video '/dev/full': No space left on device"));
 
     const std::string path = (folder / "o.mp4").string();
-    const FileSizeLimit limit(50000);
+    const ::kit::FileSizeLimit limit(50000);
     Overlay overlay({path, ""}, 320, 180, 25);
     Scene scene("scene:size=320x180,frames=80,noise=20");
-    std::string message;
-    try {
+    const std::string message = ::kit::refusalOf([&] {
         while (const auto frame = scene.next()) {
             draw(overlay, *frame, {});
         }
         overlay.finish();
-    } catch (const std::runtime_error& error) {
-        message = error.what();
-    }
+    });
     EXPECT_THAT(message, HasSubstr("cannot write the overlay video '" + path + "': File too large"));
 }
 
@@ -377,7 +340,7 @@ TEST_F(OverlayTest, saysWhenThereIsNoRoomForThePictureAndLeavesNoHalfOfIt)
         noisy.pixels[i] = static_cast<std::uint8_t>(i * i >> 3U);
     }
     const std::string path = (folder / "o.png").string();
-    const FileSizeLimit limit(500);
+    const ::kit::FileSizeLimit limit(500);
     EXPECT_THROW(writePng(noisy, path), std::runtime_error);
     EXPECT_FALSE(std::filesystem::exists(path));
 }

@@ -1,8 +1,8 @@
 #include "camera/video/Scene.h"
 #include "camera/video/Timestamp.h"
+#include "kit/Refusal.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
@@ -46,12 +46,7 @@ double meanLuma(const Frame& frame)
 
 std::string refusal(const std::string& url)
 {
-    try {
-        parseSceneParameters(url);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "accepted";
+    return kit::refusalOf([&] { parseSceneParameters(url); });
 }
 
 TEST(Scene, makesTheSamePixelsForTheSameParameters)
