@@ -7,7 +7,6 @@
 #include "unit/hostile/NamesTable.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace camera::cli {
 namespace {

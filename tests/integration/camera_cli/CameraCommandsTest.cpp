@@ -1,9 +1,9 @@
 #include "camera/cli/Command.h"
 #include "integration/camera_cli/FakeCamera.h"
+#include "kit/Eventually.h"
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <json/json.h>
 
 #include <csignal>
@@ -19,12 +19,7 @@ namespace {
 using namespace camera::base;
 
 namespace fs = std::filesystem;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 using Words = std::vector<std::string>;
 
@@ -103,19 +98,6 @@ protected:
     {
         const std::string calls = callOf(words);
         return calls.substr(0, calls.find("; "));
-    }
-
-    template <class Condition>
-    static bool eventually(const Condition& condition)
-    {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        return true;
     }
 
     kit::TemporaryFolder folder;
@@ -417,7 +399,7 @@ TEST_F(CameraCommandsTest, eventsAreFollowedUntilCtrlC)
     fake->serve();
     auto code = std::async(std::launch::async, [this] { return perform({"events"}); });
     // Nobody tells when the follower listens: events are sent until one is heard.
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(kit::eventually([&] {
         fake->emitEvent("tns1:A", "Gate", "");
         return printed().find("event  tns1:A  Gate\n") != std::string::npos;
     }));
@@ -431,7 +413,7 @@ TEST_F(CameraCommandsTest, eventsForProgramsAreOneObjectALineAndTheirEndIsTold)
 {
     fake->serve();
     auto code = std::async(std::launch::async, [this] { return perform({"events", "--json"}); });
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(kit::eventually([&] {
         fake->emitEvent("t", "a\nb", "<x/>");
         return printed().find("{\"data\":\"<x/>\",\"source\":\"a\\nb\",\"topic\":\"t\"}\n") != std::string::npos;
     }));
@@ -465,7 +447,7 @@ TEST_F(MetadataCommandTest, printsDocumentsUntilTheStreamerEnds)
     for (const std::string part : {"<a/>\n<b", "/>\n<half"}) {
         EXPECT_EQ(::write(reader.get(), part.data(), part.size()), static_cast<ssize_t>(part.size()));
     }
-    EXPECT_TRUE(eventually([&] { return printed() == "<a/>\n<b/>\n"; }));
+    EXPECT_TRUE(kit::eventually([&] { return printed() == "<a/>\n<b/>\n"; }));
     reader.reset();
     ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     EXPECT_EQ(code.get(), 1);

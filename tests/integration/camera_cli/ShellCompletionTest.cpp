@@ -5,18 +5,13 @@
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 
 namespace camera::cli {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::IsSupersetOf;
-using testing::UnorderedElementsAre;
-using testing::UnorderedElementsAreArray;
+using namespace testing;
 
 using Words = std::vector<std::string>;
 

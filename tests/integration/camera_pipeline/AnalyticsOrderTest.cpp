@@ -64,7 +64,7 @@ protected:
     }
 
     kit::Gate gate;
-    std::shared_ptr<PipelineProxies> proxies;
+    std::shared_ptr<kit::BusProxies> proxies;
     std::atomic<std::uint32_t> answered{0};
     kit::LineJournal reasons;
 };

@@ -7,11 +7,7 @@
 
 namespace {
 
-using testing::AllOf;
-using testing::AnyOf;
-using testing::Contains;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 class DamageTest : public PowerFixture {
 protected:

@@ -7,7 +7,6 @@
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstddef>
 #include <memory>

@@ -11,10 +11,7 @@
 
 namespace {
 
-using testing::AllOf;
-using testing::AnyOf;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 struct Case {
     const char* name;

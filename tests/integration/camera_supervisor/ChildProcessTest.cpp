@@ -6,7 +6,6 @@
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <poll.h>

@@ -6,7 +6,6 @@
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 
@@ -14,10 +13,7 @@ namespace camera::supervisor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
-using testing::StartsWith;
+using namespace testing;
 
 std::string refusal(const fs::path& state)
 {

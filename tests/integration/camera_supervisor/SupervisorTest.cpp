@@ -6,7 +6,6 @@
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <fstream>
@@ -25,11 +24,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
+using namespace testing;
 
 /// Time that passes only when somebody would sleep, and then all of it.
 class ImpatientClock : public Clock {

@@ -10,9 +10,7 @@ namespace kit {
 
 namespace {
 
-using ::testing::Eq;
-using ::testing::HasSubstr;
-using ::testing::Optional;
+using namespace testing;
 
 std::vector<std::string> shell(const std::string& script)
 {

@@ -3,20 +3,8 @@
 namespace {
 
 using integration::ModuleTest;
-using kit::activated;
-using kit::cleared;
-using kit::configuration;
-using kit::document;
-using kit::joined;
-using kit::journal;
-using kit::module;
-using kit::platform;
-using kit::refusedByNewRuleSet;
-using kit::rule;
-using kit::storedDocument;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace kit;
+using namespace testing;
 
 /// Single rules and modules on a fixed camera.
 class ChangeTest : public ModuleTest {

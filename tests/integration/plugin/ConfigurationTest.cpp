@@ -3,12 +3,7 @@
 namespace {
 
 using integration::ModuleTest;
-using kit::configuration;
-using kit::journal;
-using kit::Part;
-using kit::platform;
-using kit::rule;
-using kit::storedDocument;
+using namespace kit;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

@@ -7,9 +7,7 @@ namespace {
 using integration::ModuleTest;
 using kit::journal;
 using kit::platform;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 /// Device services that work, fail, or are not there.
 class DevicesTest : public ModuleTest {

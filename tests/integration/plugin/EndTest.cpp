@@ -8,13 +8,8 @@
 namespace {
 
 using integration::ModuleTest;
-using kit::configuration;
-using kit::FrameBuffer;
-using kit::journal;
-using kit::platform;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace kit;
+using namespace testing;
 
 class EndTest : public ModuleTest {
 protected:

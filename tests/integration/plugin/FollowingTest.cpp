@@ -3,12 +3,7 @@
 namespace {
 
 using integration::ModuleTest;
-using kit::activated;
-using kit::joined;
-using kit::journal;
-using kit::platform;
-using kit::stopped;
-using kit::storedDocument;
+using namespace kit;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

@@ -3,14 +3,8 @@
 namespace {
 
 using integration::ModuleTest;
-using kit::FakeEngine;
-using kit::FrameBuffer;
-using kit::journal;
-using kit::platform;
-using kit::RotatedImages;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace kit;
+using namespace testing;
 
 /// Frames for three engines with every service there.
 class FramesTest : public ModuleTest {
@@ -33,6 +27,40 @@ protected:
         ModuleTest::TearDown();
     }
 
+    enum Frame { kFirst, kLater };
+
+    /// What an image of 16x8 brings about that is turned by 90 degrees.
+    static Lines journalOfAFrame(Frame frame)
+    {
+        const Lines opening = {"getTargetIds onvif_metadata_streamer -> true",
+                               "streamerInit(null, null, 1, null) -> 0"};
+        return kit::joined(
+            {{"bufferGetLength -> 192",
+              "bufferGetFormat",
+              "bufferGetInt width -> 16",
+              "bufferGetFormat",
+              "bufferGetInt height -> 8",
+              "bufferGetFormat",
+              "bufferGetInt bytesPerRow -> 16",
+              "bufferGetTimestamp",
+              "bufferGetTimestamp",
+              "bufferGetData",
+              "getCurrentPosition -> true",
+              "getEmptyDrawingBuffer",
+              "getEmptyMotionBuffer",
+              "getMaxBufferSize",
+              "getMaxBufferSize",
+              "rotate90 16x8",
+              "onFrame Simple -> true",
+              "onFrame Motion -> false",
+              "log 3 \"detection OnBuffer onFrame false\"",
+              "onFrame Third -> true",
+              "returnFullDrawingBuffer 15",
+              "returnFullMotionBuffer 7"},
+             frame == kFirst ? opening : Lines{},
+             {"streamerSend(77, streamer0, <tt:Frame>1</tt:Frame><tt:Frame>3</tt:Frame>, 1)", "buffer deleted"}});
+    }
+
     std::shared_ptr<FakeEngine> third = addEngine("Third");
 };
 
@@ -45,32 +73,7 @@ TEST_F(FramesTest, takesFramesThroughThreeEnginesUprightAndStamped)
     platform().rotation.fire(90U);
     journal().clear();
     deliver(FrameBuffer::image(16, 8));
-    EXPECT_EQ(takeAll(), (Lines{"bufferGetLength -> 192",
-                                "bufferGetFormat",
-                                "bufferGetInt width -> 16",
-                                "bufferGetFormat",
-                                "bufferGetInt height -> 8",
-                                "bufferGetFormat",
-                                "bufferGetInt bytesPerRow -> 16",
-                                "bufferGetTimestamp",
-                                "bufferGetTimestamp",
-                                "bufferGetData",
-                                "getCurrentPosition -> true",
-                                "getEmptyDrawingBuffer",
-                                "getEmptyMotionBuffer",
-                                "getMaxBufferSize",
-                                "getMaxBufferSize",
-                                "rotate90 16x8",
-                                "onFrame Simple -> true",
-                                "onFrame Motion -> false",
-                                "log 3 \"detection OnBuffer onFrame false\"",
-                                "onFrame Third -> true",
-                                "returnFullDrawingBuffer 15",
-                                "returnFullMotionBuffer 7",
-                                "getTargetIds onvif_metadata_streamer -> true",
-                                "streamerInit(null, null, 1, null) -> 0",
-                                "streamerSend(77, streamer0, <tt:Frame>1</tt:Frame><tt:Frame>3</tt:Frame>, 1)",
-                                "buffer deleted"}));
+    EXPECT_EQ(takeAll(), journalOfAFrame(kFirst));
     ASSERT_THAT(third->frames, SizeIs(1));
     const analytics_lib::YuvFrame& frame = third->frames[0];
     EXPECT_EQ(frame.width, 8U);
@@ -84,30 +87,7 @@ TEST_F(FramesTest, takesFramesThroughThreeEnginesUprightAndStamped)
     EXPECT_EQ(third->outputsSeen[0].drawingBuffer, platform().transmitter.drawing.data() + 10);
 
     deliver(FrameBuffer::image(16, 8));
-    EXPECT_EQ(takeAll(), (Lines{"bufferGetLength -> 192",
-                                "bufferGetFormat",
-                                "bufferGetInt width -> 16",
-                                "bufferGetFormat",
-                                "bufferGetInt height -> 8",
-                                "bufferGetFormat",
-                                "bufferGetInt bytesPerRow -> 16",
-                                "bufferGetTimestamp",
-                                "bufferGetTimestamp",
-                                "bufferGetData",
-                                "getCurrentPosition -> true",
-                                "getEmptyDrawingBuffer",
-                                "getEmptyMotionBuffer",
-                                "getMaxBufferSize",
-                                "getMaxBufferSize",
-                                "rotate90 16x8",
-                                "onFrame Simple -> true",
-                                "onFrame Motion -> false",
-                                "log 3 \"detection OnBuffer onFrame false\"",
-                                "onFrame Third -> true",
-                                "returnFullDrawingBuffer 15",
-                                "returnFullMotionBuffer 7",
-                                "streamerSend(77, streamer0, <tt:Frame>1</tt:Frame><tt:Frame>3</tt:Frame>, 1)",
-                                "buffer deleted"}));
+    EXPECT_EQ(takeAll(), journalOfAFrame(kLater));
 }
 
 TEST_F(FramesTest, passesAnEmptyBufferOn)

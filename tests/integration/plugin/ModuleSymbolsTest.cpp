@@ -9,12 +9,7 @@ namespace {
 
 using integration::demangled;
 using integration::ElfSymbols;
-using ::testing::Contains;
-using ::testing::ContainsRegex;
-using ::testing::Each;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
-using ::testing::Not;
+using namespace testing;
 
 class ModuleSymbolsTest : public integration::ModuleTest {
 protected:

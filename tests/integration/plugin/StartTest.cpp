@@ -3,13 +3,7 @@
 namespace {
 
 using integration::ModuleTest;
-using kit::activated;
-using kit::configuration;
-using kit::fixedCamera;
-using kit::joined;
-using kit::journal;
-using kit::movableCamera;
-using kit::platform;
+using namespace kit;
 using Outcome = kit::StartStory::Outcome;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -5,7 +5,6 @@
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 
@@ -32,6 +31,20 @@ protected:
         return write("motion.xml", motionConfiguration(rule, preset));
     }
     std::string state() const { return path("state"); }
+
+    /// A command on the state folder.
+    Finished on(Words words) const
+    {
+        words.insert(words.end(), {"--state", state()});
+        return camera(words);
+    }
+    /// For the steps before the one that is tested.
+    void must(const Words& words) const
+    {
+        const Finished done = on(words);
+        ASSERT_EQ(0, done.exitCode) << done.err;
+    }
+
     static std::size_t count(const std::string& text, const std::string& part) { return kit::occurrences(text, part); }
 
     kit::TemporaryFolder folder;

@@ -6,25 +6,9 @@
 namespace camera::system_tests {
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
+using namespace testing;
 
-class ConfigTest : public CameraTest {
-protected:
-    Finished on(Words words) const
-    {
-        words.insert(words.end(), {"--state", state()});
-        return camera(words);
-    }
-
-    // For the steps before the one that is tested.
-    void must(const Words& words) const
-    {
-        const Finished done = on(words);
-        ASSERT_EQ(0, done.exitCode) << done.err;
-    }
-};
+using ConfigTest = CameraTest;
 
 TEST_F(ConfigTest, storesConfigurationsAndReadsThemBack)
 {

@@ -8,10 +8,7 @@
 namespace camera::system_tests {
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 class RefusalTest : public CameraTest {
 protected:

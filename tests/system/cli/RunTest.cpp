@@ -8,11 +8,7 @@
 namespace camera::system_tests {
 namespace {
 
-using testing::AllOf;
-using testing::ContainsRegex;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 class RunTest : public CameraTest {
 protected:

@@ -5,9 +5,7 @@
 namespace camera::system_tests {
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
+using namespace testing;
 
 // Every operation of the analytics target by the distribution's own bus tool.
 class BusctlTest : public DeviceTest {

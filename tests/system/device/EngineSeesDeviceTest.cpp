@@ -7,10 +7,7 @@
 namespace camera::system_tests {
 namespace {
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::Key;
-using testing::SizeIs;
+using namespace testing;
 
 const std::string kScene = "scene:size=320x180,fps=30,objects=2,enter=5,noise=2,start=1700000000,frames=";
 

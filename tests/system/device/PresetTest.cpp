@@ -5,9 +5,7 @@
 namespace camera::system_tests {
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
+using namespace testing;
 
 // Configurations and presets of a camera that runs. It stands at "Door" at first; "Gate" is to the left.
 class PresetTest : public DeviceTest {

@@ -11,26 +11,11 @@ namespace camera::system_tests {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using namespace testing;
 
 // What a state folder keeps over the end of its camera, and commands on a folder where no camera runs.
 class StateFolderTest : public DeviceTest {
 protected:
-    Finished on(Words words) const
-    {
-        words.insert(words.end(), {"--state", state()});
-        return camera(words);
-    }
-
-    void must(const Words& words) const
-    {
-        const Finished done = on(words);
-        ASSERT_EQ(0, done.exitCode) << done.err;
-    }
-
     // Every file below the state folder with its content, and when it was written.
     std::map<std::string, std::string> content() const
     {

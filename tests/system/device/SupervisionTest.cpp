@@ -7,10 +7,7 @@
 namespace camera::system_tests {
 namespace {
 
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using namespace testing;
 
 class SupervisionTest : public DeviceTest {
 protected:

@@ -13,12 +13,7 @@
 namespace camera::system_tests {
 namespace {
 
-using testing::Contains;
-using testing::Each;
-using testing::IsEmpty;
-using testing::Key;
-using testing::Not;
-using testing::SizeIs;
+using namespace testing;
 
 constexpr long long kMillisecond = 1000000;
 

@@ -6,7 +6,6 @@
 #include "system/cli/Documents.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>

@@ -3,7 +3,6 @@
 #include "kit/LogLines.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>

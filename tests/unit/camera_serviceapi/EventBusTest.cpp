@@ -1,7 +1,6 @@
 #include "camera/serviceapi/EventBus.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <future>
 #include <stdexcept>

@@ -19,7 +19,6 @@
 
 #include <boost/make_shared.hpp>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <memory>
 #include <optional>
@@ -32,9 +31,7 @@ namespace {
 using camera::base::Event;
 using camera::serviceapi::CurrentServiceApi;
 using camera::serviceapi::ServiceApi;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using namespace testing;
 
 std::vector<std::string> calls;
 std::optional<std::thread::id> calledOn;

@@ -1,7 +1,6 @@
 #include "camera/supervisor/BackOff.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <vector>
 

@@ -24,9 +24,7 @@ namespace {
 using kit::journal;
 using kit::platform;
 using korva::meridan::OnvifTarget;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using namespace testing;
 
 constexpr char kRule[] = "tt:Rule";
 constexpr char kModule[] = "tt:AnalyticsModule";

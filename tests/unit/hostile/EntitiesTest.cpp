@@ -14,9 +14,7 @@ namespace hostile {
 namespace {
 
 using korva::meridan::OnvifTarget;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace testing;
 
 constexpr char kSecret[] = "what-stands-in-the-file";
 

@@ -6,14 +6,16 @@
 
 namespace {
 
-using kit::FakeEngine;
-using kit::FrameBuffer;
-using kit::journal;
-using kit::platform;
-using kit::RotatedImages;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace kit;
+using namespace testing;
+
+/// Pan, tilt, zoom, horizontal and vertical angle of view.
+using Place = std::tuple<std::uint32_t, std::int32_t, std::uint32_t, std::uint32_t, std::uint32_t>;
+
+Place placeOf(const analytics_lib::YuvFrame& frame)
+{
+    return {frame.pan, frame.tilt, frame.zoom, frame.horizontalAngleOfView, frame.verticalAngleOfView};
+}
 
 class FrameTest : public PluginTest {
 protected:
@@ -133,11 +135,7 @@ TEST_F(FrameTest, stampsThePosition)
     platform().positioning.angleOfView = 60000;
     build();
     const analytics_lib::YuvFrame frame = seenBy(*engine, 1920, 1080);
-    EXPECT_EQ(frame.pan, 180000U);
-    EXPECT_EQ(frame.tilt, -30000);
-    EXPECT_EQ(frame.zoom, 5U);
-    EXPECT_EQ(frame.horizontalAngleOfView, 60000U);
-    EXPECT_EQ(frame.verticalAngleOfView, 33750U);
+    EXPECT_EQ(placeOf(frame), Place(180000U, -30000, 5U, 60000U, 33750U));
 }
 
 TEST_F(FrameTest, stampsWhatAFailedPositionQueryWrote)
@@ -148,9 +146,7 @@ TEST_F(FrameTest, stampsWhatAFailedPositionQueryWrote)
     platform().positioning.position = {1000U, -2000, 3U};
     build();
     const analytics_lib::YuvFrame frame = seenBy(*engine, 8, 4);
-    EXPECT_EQ(frame.pan, 1000U);
-    EXPECT_EQ(frame.tilt, -2000);
-    EXPECT_EQ(frame.zoom, 3U);
+    EXPECT_EQ(placeOf(frame), Place(1000U, -2000, 3U, frame.horizontalAngleOfView, frame.verticalAngleOfView));
 }
 
 TEST_F(FrameTest, leavesThePositionZeroOnACameraThatCannotMove)
@@ -160,11 +156,7 @@ TEST_F(FrameTest, leavesThePositionZeroOnACameraThatCannotMove)
     platform().positioning.angleOfView = 60000;
     build();
     const analytics_lib::YuvFrame frame = seenBy(*engine, 1920, 1080);
-    EXPECT_EQ(frame.pan, 0U);
-    EXPECT_EQ(frame.tilt, 0);
-    EXPECT_EQ(frame.zoom, 0U);
-    EXPECT_EQ(frame.horizontalAngleOfView, 0U);
-    EXPECT_EQ(frame.verticalAngleOfView, 0U);
+    EXPECT_EQ(placeOf(frame), Place(0U, 0, 0U, 0U, 0U));
     EXPECT_EQ(journal().startingWith("getCurrentPosition").size(), 0U);
 }
 
@@ -201,11 +193,7 @@ TEST_F(FrameTest, computesNoVerticalAngleForAnImageWithoutWidth)
     platform().positioning.angleOfView = 60000;
     build();
     const analytics_lib::YuvFrame frame = seenBy(*engine, 0, 4);
-    EXPECT_EQ(frame.pan, 1U);
-    EXPECT_EQ(frame.tilt, 2);
-    EXPECT_EQ(frame.zoom, 3U);
-    EXPECT_EQ(frame.horizontalAngleOfView, 60000U);
-    EXPECT_EQ(frame.verticalAngleOfView, 0U);
+    EXPECT_EQ(placeOf(frame), Place(1U, 2, 3U, 60000U, 0U));
 }
 
 TEST_F(FrameTest, multipliesBeforeItDividesInSinglePrecision)

@@ -1,5 +1,6 @@
 #include "PluginTest.h"
 
+#include "kit/Story.h"
 #include "korva/meridan/BasicFilterPlugin.h"
 #include "ravel/RavelApiAnalyticsTargetImplBase.h"
 
@@ -13,35 +14,20 @@ namespace {
 using kit::journal;
 using kit::platform;
 using korva::meridan::createDetectionPlugin;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 class LifecycleTest : public PluginTest {
 protected:
     /// The start of a fixed camera without services, from the base to the last log line.
     static Lines startOfABareCamera()
     {
-        return {"filterConstructed",
-                "loggingInit DETECTION -> 0",
-                "isAvailable -> false",
-                "getSupportedAnalyticsLibs -> 0",
-                "isAvailable -> false",
-                "settingsSetDefault OnvifAnalytics [] -> 0",
-                "settingsGetJson OnvifAnalytics -> 0",
-                "isAvailable -> false",
-                "getTargetIds day_night -> false",
-                "log 3 \"initializeDayNightEvents: day_night service not found\"",
-                "getTargetIds window_blanking -> false",
-                "log 3 \"initializeWindowBlankingEvents: window_blanking service not found\"",
-                "getTargetIds rotate -> false",
-                "log 6 \"initializeRotationEvents: rotation service not found\"",
-                "configurationGetInt default_analytics_rotation -> 2",
-                "log 3 \"Failed to get default rotation position: status text 2\"",
-                "log 6 \"rotation call back\"",
-                "startServing onvif_analytic_service",
-                "log 7 \"DetectionPlugin::DetectionPlugin\""};
+        return kit::joined(
+            {{"filterConstructed", "loggingInit DETECTION -> 0", "isAvailable -> false",
+              "getSupportedAnalyticsLibs -> 0", "isAvailable -> false", "settingsSetDefault OnvifAnalytics [] -> 0",
+              "settingsGetJson OnvifAnalytics -> 0", "isAvailable -> false"},
+             kit::missingDevices(),
+             {"log 6 \"rotation call back\"", "startServing onvif_analytic_service",
+              "log 7 \"DetectionPlugin::DetectionPlugin\""}});
     }
 };
 

@@ -7,9 +7,7 @@ namespace {
 using kit::FakeEngine;
 using kit::journal;
 using kit::platform;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 constexpr char kInitFailed[] =
     "log 3 \"failed to open metadata stream: Failed ravel api call: "

@@ -14,8 +14,9 @@
 
 #include "Slot.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
+#include <numeric>
 #include <type_traits>
 
 namespace {
@@ -36,6 +37,21 @@ using korva::meridan::SourceSide;
 using seam_test::slotCountOf;
 using seam_test::slotOf;
 
+/// The slots of several operations, in this order.
+template <typename... Operations>
+std::vector<std::ptrdiff_t> slotsOf(Operations... operations)
+{
+    return {slotOf(operations)...};
+}
+
+/// The slots from first to last.
+std::vector<std::ptrdiff_t> slots(std::ptrdiff_t first, std::ptrdiff_t last)
+{
+    std::vector<std::ptrdiff_t> all(static_cast<std::size_t>(last - first + 1));
+    std::iota(all.begin(), all.end(), first);
+    return all;
+}
+
 class Sample {
 public:
     virtual ~Sample() = default;
@@ -54,10 +70,10 @@ void expectFilterOrder()
 {
     EXPECT_EQ(slotOf(&Class::PipelinesConstructed), 0);
     // 1 and 2: the destructor
-    EXPECT_EQ(slotOf(static_cast<void (Class::*)(Sink*)>(&Class::OnConnectToSink)), 3);
-    EXPECT_EQ(slotOf(static_cast<void (Class::*)(const std::string&, Sink*)>(&Class::OnConnectToSink)), 4);
-    EXPECT_EQ(slotOf(&Class::OnDisconnectSink), 5);
-    EXPECT_EQ(slotOf(&Class::OnBuffer), 6);
+    EXPECT_EQ(slotsOf(static_cast<void (Class::*)(Sink*)>(&Class::OnConnectToSink),
+                      static_cast<void (Class::*)(const std::string&, Sink*)>(&Class::OnConnectToSink),
+                      &Class::OnDisconnectSink, &Class::OnBuffer),
+              slots(3, 6));
 }
 
 TEST(SlotOrder, ofTheFilterBase)
@@ -68,9 +84,10 @@ TEST(SlotOrder, ofTheFilterBase)
 
 TEST(SlotOrder, ofTheFilterBasesSides)
 {
-    EXPECT_EQ(slotOf(static_cast<void (SourceSide::*)(Sink*)>(&SourceSide::OnConnectToSink)), 0);
-    EXPECT_EQ(slotOf(static_cast<void (SourceSide::*)(const std::string&, Sink*)>(&SourceSide::OnConnectToSink)), 1);
-    EXPECT_EQ(slotOf(&SourceSide::OnDisconnectSink), 2);
+    EXPECT_EQ(slotsOf(static_cast<void (SourceSide::*)(Sink*)>(&SourceSide::OnConnectToSink),
+                      static_cast<void (SourceSide::*)(const std::string&, Sink*)>(&SourceSide::OnConnectToSink),
+                      &SourceSide::OnDisconnectSink),
+              slots(0, 2));
     EXPECT_EQ(slotCountOf<SourceSide>(), 5);
     EXPECT_EQ(slotOf(&SinkSide::OnBuffer), 0);
     EXPECT_EQ(slotCountOf<SinkSide>(), 3);
@@ -84,13 +101,9 @@ TEST(SlotOrder, ofThePlugIn)
 template <typename Class>
 void expectMovementOrder()
 {
-    EXPECT_EQ(slotOf(&Class::IsValid), 0);
-    EXPECT_EQ(slotOf(&Class::StartMovement), 1);
-    EXPECT_EQ(slotOf(&Class::CancelMovement), 2);
-    EXPECT_EQ(slotOf(&Class::SetZoomPosition), 3);
-    EXPECT_EQ(slotOf(&Class::GoToPreset), 4);
-    EXPECT_EQ(slotOf(&Class::GetPtzCameraInfo), 5);
-    EXPECT_EQ(slotOf(&Class::GetPresetLocation), 6);
+    EXPECT_EQ(slotsOf(&Class::IsValid, &Class::StartMovement, &Class::CancelMovement, &Class::SetZoomPosition,
+                      &Class::GoToPreset, &Class::GetPtzCameraInfo, &Class::GetPresetLocation),
+              slots(0, 6));
 }
 
 TEST(SlotOrder, ofTheMovementInterfaceWhichHasNoVirtualDestructor)
@@ -109,33 +122,23 @@ TEST(SlotOrder, ofTheMovementAdapter)
 
 TEST(SlotOrder, ofTheEngineInterface)
 {
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::getName), 0);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::isEngineConfiguration), 1);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::setEventHandler), 2);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::onFrame), 3);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::onWindowBlankingChange), 4);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::onOrientationChanged), 5);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::getEventTopics), 6);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::getSupportedEngines), 7);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::getSupportedRules), 8);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::readFramesFromFile), 9);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::writeFramesToFile), 10);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::createRuleSet), 11);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::releaseRuleSet), 12);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::activateRuleSet), 13);
-    EXPECT_EQ(slotOf(&IOnvifAnalytics::clearAllRules), 14);
+    EXPECT_EQ(slotsOf(&IOnvifAnalytics::getName, &IOnvifAnalytics::isEngineConfiguration,
+                      &IOnvifAnalytics::setEventHandler, &IOnvifAnalytics::onFrame,
+                      &IOnvifAnalytics::onWindowBlankingChange, &IOnvifAnalytics::onOrientationChanged,
+                      &IOnvifAnalytics::getEventTopics, &IOnvifAnalytics::getSupportedEngines,
+                      &IOnvifAnalytics::getSupportedRules, &IOnvifAnalytics::readFramesFromFile,
+                      &IOnvifAnalytics::writeFramesToFile, &IOnvifAnalytics::createRuleSet,
+                      &IOnvifAnalytics::releaseRuleSet, &IOnvifAnalytics::activateRuleSet,
+                      &IOnvifAnalytics::clearAllRules),
+              slots(0, 14));
     static_assert(std::has_virtual_destructor_v<IOnvifAnalytics>);
 }
 
 TEST(SlotOrder, ofTheRuleSetInterface)
 {
-    EXPECT_EQ(slotOf(&IRuleSet::validateFullConfig), 0);
-    EXPECT_EQ(slotOf(&IRuleSet::validateConfig), 1);
-    EXPECT_EQ(slotOf(&IRuleSet::setConfig), 2);
-    EXPECT_EQ(slotOf(&IRuleSet::detach), 3);
-    EXPECT_EQ(slotOf(&IRuleSet::deleteBehavior), 4);
-    EXPECT_EQ(slotOf(&IRuleSet::setFullConfig), 5);
-    EXPECT_EQ(slotOf(&IRuleSet::getFullConfig), 6);
+    EXPECT_EQ(slotsOf(&IRuleSet::validateFullConfig, &IRuleSet::validateConfig, &IRuleSet::setConfig, &IRuleSet::detach,
+                      &IRuleSet::deleteBehavior, &IRuleSet::setFullConfig, &IRuleSet::getFullConfig),
+              slots(0, 6));
     EXPECT_EQ(slotCountOf<IRuleSet>(), 7);
 }
 
@@ -149,18 +152,13 @@ TEST(SlotOrder, ofTheConfigurationCore)
 {
     EXPECT_EQ(slotOf(&ProxyTarget::OnEvent), 0);
     // 1 and 2: the destructor
-    EXPECT_EQ(slotOf(&ProxyTarget::getEventTopics), 3);
-    EXPECT_EQ(slotOf(&ProxyTarget::getSupportedRules), 4);
-    EXPECT_EQ(slotOf(&ProxyTarget::getSupportedEngines), 5);
-    EXPECT_EQ(slotOf(&ProxyTarget::getCurrentRules), 6);
-    EXPECT_EQ(slotOf(&ProxyTarget::getCurrentEngines), 7);
-    EXPECT_EQ(slotOf(&ProxyTarget::getCurrentConfiguration), 8);
-    EXPECT_EQ(slotOf(&ProxyTarget::setConfiguration), 9);
-    EXPECT_EQ(slotOf(&ProxyTarget::restoreDefaultSettings), 10);
-    EXPECT_EQ(slotOf(&ProxyTarget::getUsedPtzPresets), 11);
-    EXPECT_EQ(slotOf(&ProxyTarget::getPtzPresetConfiguration), 12);
-    EXPECT_EQ(slotOf(&ProxyTarget::readFramesFromFile), 13);
-    EXPECT_EQ(slotOf(&ProxyTarget::writeFramesToFile), 14);
+    EXPECT_EQ(slotsOf(&ProxyTarget::getEventTopics, &ProxyTarget::getSupportedRules, &ProxyTarget::getSupportedEngines,
+                      &ProxyTarget::getCurrentRules, &ProxyTarget::getCurrentEngines,
+                      &ProxyTarget::getCurrentConfiguration, &ProxyTarget::setConfiguration,
+                      &ProxyTarget::restoreDefaultSettings, &ProxyTarget::getUsedPtzPresets,
+                      &ProxyTarget::getPtzPresetConfiguration, &ProxyTarget::readFramesFromFile,
+                      &ProxyTarget::writeFramesToFile),
+              slots(3, 14));
     EXPECT_EQ(slotCountOf<ProxyTarget>(), 15);
     static_assert(std::has_virtual_destructor_v<ProxyTarget>);
     static_assert(!std::is_copy_constructible_v<ProxyTarget> && !std::is_copy_assignable_v<ProxyTarget>);
@@ -168,39 +166,23 @@ TEST(SlotOrder, ofTheConfigurationCore)
 
 TEST(SlotOrder, theOtherOperationsOfTheConfigurationCoreAreNotVirtual)
 {
-    EXPECT_EQ(slotOf(&ProxyTarget::setAnalyticLibs), -1);
-    EXPECT_EQ(slotOf(&ProxyTarget::registerEventCallback), -1);
-    EXPECT_EQ(slotOf(&ProxyTarget::getFrameOrientation), -1);
-    EXPECT_EQ(slotOf(&ProxyTarget::reconfigure), -1);
-    EXPECT_EQ(slotOf(&ProxyTarget::modifyConfiguration), -1);
-    EXPECT_EQ(slotOf(&ProxyTarget::deleteBehaviorSetting), -1);
-    EXPECT_EQ(slotOf(&ProxyTarget::handlePresetStateEvent), -1);
+    EXPECT_THAT(slotsOf(&ProxyTarget::setAnalyticLibs, &ProxyTarget::registerEventCallback,
+                        &ProxyTarget::getFrameOrientation, &ProxyTarget::reconfigure, &ProxyTarget::modifyConfiguration,
+                        &ProxyTarget::deleteBehaviorSetting, &ProxyTarget::handlePresetStateEvent),
+                testing::Each(-1));
 }
 
 template <typename Class>
 void expectTargetOrder()
 {
     // 0 and 1: the destructor
-    EXPECT_EQ(slotOf(&Class::isRunnable), 2);
-    EXPECT_EQ(slotOf(&Class::getEventTopics), 3);
-    EXPECT_EQ(slotOf(&Class::getSupportedRules), 4);
-    EXPECT_EQ(slotOf(&Class::getCurrentRules), 5);
-    EXPECT_EQ(slotOf(&Class::createRules), 6);
-    EXPECT_EQ(slotOf(&Class::modifyRules), 7);
-    EXPECT_EQ(slotOf(&Class::deleteRules), 8);
-    EXPECT_EQ(slotOf(&Class::getSupportedEngines), 9);
-    EXPECT_EQ(slotOf(&Class::getCurrentEngines), 10);
-    EXPECT_EQ(slotOf(&Class::createEngines), 11);
-    EXPECT_EQ(slotOf(&Class::modifyEngines), 12);
-    EXPECT_EQ(slotOf(&Class::deleteEngines), 13);
-    EXPECT_EQ(slotOf(&Class::getCurrentConfiguration), 14);
-    EXPECT_EQ(slotOf(&Class::setConfiguration), 15);
-    EXPECT_EQ(slotOf(&Class::restoreDefaultSettings), 16);
-    EXPECT_EQ(slotOf(&Class::getUsedPtzPresets), 17);
-    EXPECT_EQ(slotOf(&Class::readFramesFromFile), 18);
-    EXPECT_EQ(slotOf(&Class::writeFramesToFile), 19);
-    EXPECT_EQ(slotOf(&Class::getPtzPresetConfiguration), 20);
-    EXPECT_EQ(slotOf(&Class::log), 21);
+    EXPECT_EQ(slotsOf(&Class::isRunnable, &Class::getEventTopics, &Class::getSupportedRules, &Class::getCurrentRules,
+                      &Class::createRules, &Class::modifyRules, &Class::deleteRules, &Class::getSupportedEngines,
+                      &Class::getCurrentEngines, &Class::createEngines, &Class::modifyEngines, &Class::deleteEngines,
+                      &Class::getCurrentConfiguration, &Class::setConfiguration, &Class::restoreDefaultSettings,
+                      &Class::getUsedPtzPresets, &Class::readFramesFromFile, &Class::writeFramesToFile,
+                      &Class::getPtzPresetConfiguration, &Class::log),
+              slots(2, 21));
 }
 
 TEST(SlotOrder, ofTheServiceTargetBase)
@@ -211,9 +193,8 @@ TEST(SlotOrder, ofTheServiceTargetBase)
 TEST(SlotOrder, ofTheServiceTarget)
 {
     expectTargetOrder<OnvifTarget>();
-    EXPECT_EQ(slotOf(&OnvifTarget::getFrameOrientation), -1);
-    EXPECT_EQ(slotOf(&OnvifTarget::handlePresetStateEvent), -1);
-    EXPECT_EQ(slotOf(&OnvifTarget::OnEvent), -1);
+    EXPECT_THAT(slotsOf(&OnvifTarget::getFrameOrientation, &OnvifTarget::handlePresetStateEvent, &OnvifTarget::OnEvent),
+                testing::Each(-1));
 }
 
 TEST(SlotOrder, ofBuffersFormatsAndSinks)

@@ -9,10 +9,7 @@
 
 using kit::journal;
 using kit::platform;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
-using ::testing::StartsWith;
+using namespace testing;
 
 using OnvifSettingsLoadTest = OnvifSettingsTest;
 

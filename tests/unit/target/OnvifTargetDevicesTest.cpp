@@ -6,12 +6,7 @@ namespace {
 
 using kit::journal;
 using kit::platform;
-using ::testing::AllOf;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using ::testing::SizeIs;
+using namespace testing;
 
 constexpr char kNoDayNight[] = "log 3 \"initializeDayNightEvents: day_night service not found\"";
 constexpr char kNoBlanking[] = "log 3 \"initializeWindowBlankingEvents: window_blanking service not found\"";

@@ -4,20 +4,8 @@
 
 namespace {
 
-using kit::configuration;
-using kit::InputList;
-using kit::journal;
-using kit::module;
-using kit::platform;
-using kit::rule;
-using kit::takeList;
-using kit::takeText;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using ::testing::SizeIs;
+using namespace kit;
+using namespace testing;
 
 class OnvifTargetOperationsTest : public OnvifTargetTest {
 protected:
