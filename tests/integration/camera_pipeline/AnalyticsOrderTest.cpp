@@ -117,7 +117,7 @@ TEST_F(AnalyticsOrderTest, eachMethodAnswersDuringAFloodOfAnother)
 TEST_F(AnalyticsOrderTest, othersAreAnsweredWhileTheEnginesAreWaitedFor)
 {
     holdControl();
-    proxies = client.proxies->get();
+    proxies = client.proxies();
     proxies->of(service::kPipeline)
         .callMethodAsync("engines")
         .onInterface(camera::bus::interfaceName(service::kPipeline))
