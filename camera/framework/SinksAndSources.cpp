@@ -58,10 +58,9 @@ void FanOutSource::Push(Buffer* buffer)
     }
 }
 
-void CountingSink::PutBuffer(Buffer* buffer)
+void DiscardingSink::PutBuffer(Buffer* buffer)
 {
     const std::unique_ptr<Buffer> owned(buffer);
-    owned && owned->GetLength() > 0 ? ++_pictures : ++_empties;
 }
 
 } // namespace camera::framework

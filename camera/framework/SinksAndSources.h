@@ -5,8 +5,6 @@
 #include "korva/meridan/Sink.h"
 #include "korva/meridan/Source.h"
 
-#include <atomic>
-#include <cstdint>
 #include <mutex>
 #include <vector>
 
@@ -42,17 +40,10 @@ private:
     korva::meridan::SinkSide& _element;
 };
 
-/// The end of a pipeline: counts buffers and deletes them. Thread-safe.
-class CountingSink final : public korva::meridan::Sink {
+/// The end of a pipeline: deletes the buffers. Thread-safe.
+class DiscardingSink final : public korva::meridan::Sink {
 public:
     void PutBuffer(korva::meridan::Buffer* buffer) override;
-
-    std::uint64_t empties() const { return _empties; }
-    std::uint64_t pictures() const { return _pictures; }
-
-private:
-    std::atomic<std::uint64_t> _empties{0};
-    std::atomic<std::uint64_t> _pictures{0};
 };
 
 } // namespace camera::framework

@@ -75,9 +75,7 @@ public:
     ~Impl() { shutdown(); }
 
     void start();
-    bool pass(korva::meridan::Buffer* buffer);
     FrameResult deliver(const video::Frame& frame);
-    bool deliverEmpty();
     void drain();
     Statistics statistics() const;
     void shutdown();
@@ -103,7 +101,7 @@ private:
 
     korva::meridan::MeridanEnv _meridan;
     const korva::meridan::IPluginConfiguration _configuration{kPluginName};
-    framework::CountingSink _output;
+    framework::DiscardingSink _output;
 
     // Built, connected, disconnected and deleted on the control thread.
     std::unique_ptr<korva::meridan::PipelinePlugin> _plugin;
@@ -211,11 +209,6 @@ void Device::Impl::build()
     _plugin->PipelinesConstructed();
 }
 
-bool Device::Impl::pass(korva::meridan::Buffer* buffer)
-{
-    return base::contained(kComponent, "a frame failed", [&] { _input->PutBuffer(buffer); });
-}
-
 FrameResult Device::Impl::deliver(const video::Frame& frame)
 {
     auto buffer = std::make_unique<framework::FrameBuffer>(frame);
@@ -224,20 +217,13 @@ FrameResult Device::Impl::deliver(const video::Frame& frame)
         return {};
     }
     ++_frames;
-    const bool passed = pass(buffer.release());
+    const bool passed = base::contained(kComponent, "a frame failed", [&] { _input->PutBuffer(buffer.release()); });
     const framework::MetadataPool::Outputs outputs = pool->takeOutputs();
     if (!passed) {
         ++_framesFailed;
         return {};
     }
     return {true, outputs};
-}
-
-bool Device::Impl::deliverEmpty()
-{
-    auto buffer = std::make_unique<framework::FrameBuffer>();
-    const std::lock_guard<std::mutex> running(_frameMutex);
-    return _accepting && pass(buffer.release());
 }
 
 void Device::Impl::drain()
@@ -253,7 +239,6 @@ Statistics Device::Impl::statistics() const
     Statistics result;
     result.frames = _frames;
     result.framesFailed = _framesFailed;
-    result.emptyBuffers = _output.empties();
     result.events = serviceApi->events.published();
     result.eventsDropped = serviceApi->events.dropped();
     result.documents = documents.received;
@@ -315,11 +300,6 @@ FrameResult Device::deliver(const video::Frame& frame)
     return _impl->deliver(frame);
 }
 
-bool Device::deliverEmpty()
-{
-    return _impl->deliverEmpty();
-}
-
 TargetClient& Device::target()
 {
     return _impl->target;
@@ -328,11 +308,6 @@ TargetClient& Device::target()
 serviceapi::EventBus::Subscription Device::onEvent(serviceapi::EventBus::Listener listener)
 {
     return _impl->serviceApi->events.subscribe(std::move(listener));
-}
-
-bool Device::goToPreset(const std::string& name)
-{
-    return _impl->positioning->goToPreset(name, {"the device's owner", ptz::kOperatorPriority}).ok();
 }
 
 void Device::drain()

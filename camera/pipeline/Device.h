@@ -31,7 +31,6 @@ namespace camera::pipeline {
 struct Statistics {
     std::uint64_t frames = 0;           ///< delivered to the plug-in
     std::uint64_t framesFailed = 0;     ///< of those, left the plug-in with an exception
-    std::uint64_t emptyBuffers = 0;     ///< came out of the plug-in's output
     std::uint64_t events = 0;           ///< raised by engines
     std::uint64_t eventsDropped = 0;    ///< of those, lost to a full queue
     std::uint64_t documents = 0;        ///< metadata documents sent by the plug-in
@@ -47,9 +46,9 @@ struct Statistics {
  * The plug-in reaches its host through process-wide functions, so one Device lives at a time; a
  * second one is refused.
  *
- * Threads: deliver() and deliverEmpty() belong to one frame thread; everything else may be called
- * from any thread. Target operations, positioning and service callbacks, the plug-in's construction
- * and its destruction run on the device's control thread, one at a time.
+ * Threads: deliver() belongs to one frame thread; everything else may be called from any thread. Target operations,
+ * positioning and service callbacks, the plug-in's construction and its destruction run on the device's control thread,
+ * one at a time.
  *
  * XML: destroying the plug-in cleans up libxml2's process-wide state. Close every demuxer and have no
  * other use of that library in the process before shutdown() or the destructor.
@@ -81,18 +80,11 @@ public:
      */
     FrameResult deliver(const video::Frame& frame);
 
-    /// Sends an empty buffer through the plug-in; it comes out of its output and is counted.
-    bool deliverEmpty();
-
     /// The analytics service target; valid as long as the device.
     TargetClient& target();
 
     /// Called for each analytics event, on the event thread, in order.
     [[nodiscard]] serviceapi::EventBus::Subscription onEvent(serviceapi::EventBus::Listener listener);
-
-    /// Sends the camera to a preset, as an operator would; time must pass until it is there, see
-    /// positioning().advance(). False when it was refused.
-    bool goToPreset(const std::string& name);
 
     /// Returns when everything posted to the control thread, every raised event and every sent
     /// document has been dealt with. Not from a callback.

@@ -2,6 +2,7 @@
 
 #include "camera/framework/FrameBuffer.h"
 #include "camera/pipeline/Device.h"
+#include "camera/ptz/PositioningUnit.h"
 #include "integration/camera_pipeline/HostedEngines.h"
 #include "kit/FakeDeviceServices.h"
 #include "kit/LogLines.h"
@@ -58,6 +59,12 @@ protected:
         frame.seconds = seconds;
         frame.nanoseconds = 5;
         return frame;
+    }
+
+    /// As an operator would; time must pass until the camera is there. False when it was refused.
+    bool goToPreset(const std::string& name)
+    {
+        return device->positioning().goToPreset(name, {"an operator", camera::ptz::kOperatorPriority}).ok();
     }
 
     std::vector<std::string> lines() const { return log.lines(); }

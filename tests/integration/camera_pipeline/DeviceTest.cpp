@@ -60,15 +60,6 @@ TEST_F(DeviceTest, letsThePluginWorkOnTheFrameItselfAndKeepsItForOthers)
     EXPECT_EQ(frame.data.use_count(), 1);
 }
 
-TEST_F(DeviceTest, countsTheEmptyBuffersThatComeOutOfThePlugin)
-{
-    start();
-    EXPECT_TRUE(device->deliverEmpty());
-    EXPECT_TRUE(device->deliverEmpty());
-    EXPECT_EQ(device->statistics().emptyBuffers, 2u);
-    EXPECT_EQ(device->statistics().frames, 0u);
-}
-
 TEST_F(DeviceTest, goesOnAfterAFrameThatFailed)
 {
     int frame = 0;
@@ -194,8 +185,8 @@ TEST_F(DeviceTest, givesAPresetThatNobodyDescribedAPlaceOfItsOwn)
     start();
     EXPECT_EQ(device->positioning().activePreset(), "Yard");
     EXPECT_NE(device->positioning().preset("Yard")->position.pan, device->positioning().preset("Gate")->position.pan);
-    EXPECT_TRUE(device->goToPreset("Gate"));
-    EXPECT_FALSE(device->goToPreset("Roof"));
+    EXPECT_TRUE(goToPreset("Gate"));
+    EXPECT_FALSE(goToPreset("Roof"));
 }
 
 TEST_F(DeviceTest, refusesToStandWhereItsModelCannotLook)
@@ -217,7 +208,7 @@ TEST_F(DeviceTest, keepsPresetsToursAndThePlaceWhenItIsToldTo)
     EXPECT_THAT(*stored, HasSubstr("Yard"));
     ASSERT_TRUE(device->positioning().createTour({"Round", {{"Yard", std::chrono::milliseconds(1), 100}}}));
     ASSERT_TRUE(device->positioning().removePreset("Gate"));
-    device->goToPreset("Yard");
+    goToPreset("Yard");
     device->positioning().advance(std::chrono::seconds(60));
     device->drain();
 
@@ -227,7 +218,7 @@ TEST_F(DeviceTest, keepsPresetsToursAndThePlaceWhenItIsToldTo)
     EXPECT_EQ(device->positioning().activePreset(), "Yard");
     EXPECT_EQ(device->positioning().presets().size(), 1u);
     EXPECT_EQ(device->positioning().tours().size(), 1u);
-    device->goToPreset("Yard");
+    goToPreset("Yard");
     device->positioning().drive({100, {}, {}, {}}, {"anna", 100});
     device->positioning().advance(std::chrono::seconds(1));
     const auto there = device->positioning().position();
@@ -250,7 +241,7 @@ TEST_F(DeviceTest, startsAtHomeWhenWhatItKeptCannotBeUsed)
     start();
     EXPECT_THAT(lines(), Contains(HasSubstr("error device: the stored positions cannot be used: ")));
     EXPECT_EQ(device->positioning().presets().size(), 1u);
-    EXPECT_TRUE(device->goToPreset("Gate"));
+    EXPECT_TRUE(goToPreset("Gate"));
 }
 
 TEST_F(DeviceTest, goesOnWhenThePositionsCannotBeStored)
@@ -264,7 +255,7 @@ TEST_F(DeviceTest, goesOnWhenThePositionsCannotBeStored)
     sqlite3_close(database);
     EXPECT_TRUE(device->positioning().savePresetHere("Yard"));
     EXPECT_THAT(lines(), Contains(HasSubstr("error device: the positions could not be stored: ")));
-    EXPECT_TRUE(device->goToPreset("Yard"));
+    EXPECT_TRUE(goToPreset("Yard"));
     device->positioning().advance(std::chrono::seconds(60));
     device->drain();
     EXPECT_EQ(device->positioning().activePreset(), "Yard");
@@ -274,7 +265,7 @@ TEST_F(DeviceTest, goesOnWhenThePositionsCannotBeStored)
 TEST_F(DeviceTest, isAFixedCameraWithoutPtz)
 {
     start();
-    EXPECT_FALSE(device->goToPreset("Gate"));
+    EXPECT_FALSE(goToPreset("Gate"));
     ASSERT_NE(hosted.ptz, nullptr);
     EXPECT_FALSE(hosted.ptz->IsValid());
 }

@@ -192,7 +192,7 @@ TEST_F(EnginesTest, tellWhatTheyEvaluateNow)
     device->drain();
     EXPECT_THAT(active(), ElementsAre("Motion@", "Simple@")) << "the camera moves";
     untilItStands();
-    ASSERT_TRUE(device->goToPreset("Gate"));
+    ASSERT_TRUE(device->positioning().goToPreset("Gate", {"anna", 100}));
     untilItStands();
     EXPECT_THAT(active(), ElementsAre("Motion@Gate rule MotionGate", "Simple@"));
     client.ask<std::int32_t>(service::kOnvifAnalyticService, "restoreDefaultSettings");

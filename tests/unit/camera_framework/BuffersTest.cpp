@@ -11,7 +11,6 @@
 
 namespace {
 
-using camera::framework::CountingSink;
 using camera::framework::ElementSink;
 using camera::framework::FanOutSource;
 using camera::framework::FrameBuffer;
@@ -154,18 +153,17 @@ TEST_F(ConnectionsTest, sendsNothingToADisconnectedSink)
 TEST_F(ConnectionsTest, reachesAFilterThroughItsSinkSideAndItsOutputThroughItsSourceSide)
 {
     PassingFilter filter;
-    CountingSink end;
+    RecordingSink end;
     ElementSink input(filter);
     korva::meridan::SourceSide& sourceSide = filter;
     sourceSide.OnConnectToSink("output", &end);
     input.PutBuffer(new FrameBuffer);
     input.PutBuffer(new FrameBuffer(anyFrame()));
     EXPECT_EQ(filter.from, &input);
-    EXPECT_EQ(end.empties(), 1u);
-    EXPECT_EQ(end.pictures(), 1u);
+    EXPECT_EQ(end.buffers.size(), 2u);
     sourceSide.OnDisconnectSink(&end);
     input.PutBuffer(new FrameBuffer);
-    EXPECT_EQ(end.empties(), 1u);
+    EXPECT_EQ(end.buffers.size(), 2u);
 }
 
 TEST_F(ConnectionsTest, destroysAFilterThroughAnyOfItsBases)
