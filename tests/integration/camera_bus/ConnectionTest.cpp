@@ -78,10 +78,11 @@ protected:
     Connection asking{bus.address(), "the client"};
     std::shared_ptr<CurrentObject<EchoObject>> object = serving.add<EchoObject>(
         [](const std::shared_ptr<Session>& session) { return std::make_shared<EchoObject>(session); });
-    std::shared_ptr<CurrentObject<EchoClient>> client = asking.add<EchoClient>([this](const std::shared_ptr<Session>& session) {
-        const auto hear = [this](const std::string& text) { heard.add(text); };
-        return std::make_shared<EchoClient>(session->connection(), patience, EchoSignals{hear});
-    });
+    std::shared_ptr<CurrentObject<EchoClient>> client =
+        asking.add<EchoClient>([this](const std::shared_ptr<Session>& session) {
+            const auto hear = [this](const std::string& text) { heard.add(text); };
+            return std::make_shared<EchoClient>(session->connection(), patience, EchoSignals{hear});
+        });
 };
 
 TEST_F(ConnectionTest, callsAndSignalsPass)
