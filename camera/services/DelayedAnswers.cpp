@@ -40,11 +40,14 @@ void DelayedAnswers::run()
         } else if (const auto due = next->first; due > Clock::now()) {
             _changed.wait_until(lock, due);
         } else {
-            const Pending answer = std::move(next->second);
+            Pending answer = std::move(next->second);
             _pending.erase(next);
             _bytes -= answer.bytes;
             lock.unlock();
             answer.give();
+            // Destroyed before this object is locked again: it holds a message, whose release locks the bus connection,
+            // and the bus thread calls hold() with that lock.
+            answer.give = nullptr;
             lock.lock();
         }
     }

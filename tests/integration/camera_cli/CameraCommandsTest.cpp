@@ -171,7 +171,7 @@ TEST_F(CameraCommandsTest, listingsArePrintedForPeopleAndForPrograms)
     EXPECT_EQ(outputOf({"config", "presets", "--json"}), "[\"Door\"]\n");
     EXPECT_EQ(outputOf({"faults"}), "day_night  slow\nrotate  off\n");
     EXPECT_EQ(outputOf({"faults", "--json"}), "{\"day_night\":\"slow\",\"rotate\":\"off\"}\n");
-    fake->rules.clear();
+    fake->change()->rules.clear();
     EXPECT_EQ(outputOf({"rules", "list", "--json"}), "[]\n");
 }
 
@@ -191,15 +191,15 @@ TEST_F(CameraCommandsTest, rulesComeFromFilesUnderTheirUsualNames)
 TEST_F(CameraCommandsTest, whatTheCameraRefusesIsOneSentence)
 {
     fake->serve();
-    fake->status = 5;
+    fake->change()->status = 5;
     EXPECT_THAT(failureOf({"rules", "delete", "A"}),
                 AllOf(StartsWith("camera: cannot delete 1 rule: "), HasSubstr("camera rules list shows the names")));
-    fake->status = 0;
-    fake->result = -1;
+    fake->change()->status = 0;
+    fake->change()->result = -1;
     EXPECT_THAT(failureOf({"rules", "delete", "A"}), HasSubstr("the camera failed"));
     EXPECT_THAT(failureOf({"config", "reset"}), HasSubstr("cannot restore its defaults"));
-    fake->result = 0;
-    fake->refusal = "there is no preset 'Door'";
+    fake->change()->result = 0;
+    fake->change()->refusal = "there is no preset 'Door'";
     EXPECT_EQ(failureOf({"preset", "go", "Door"}), "camera: there is no preset 'Door'.\n");
     EXPECT_EQ(failureOf({"daynight", "begin"}), "camera: there is no preset 'Door'.\n");
     EXPECT_EQ(printed(), "");
@@ -213,10 +213,12 @@ TEST_F(CameraCommandsTest, configurationsAreStoredAndSaidToBeActiveOrNot)
                  "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>");
     EXPECT_EQ(outputOf({"config", "set", file}),
               "'" + file + "' is stored; it is not active where the camera stands now.\n");
-    fake->configuration = "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration><tt:Rule Name='A' Type='tt:X'/>"
-                          "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+    const std::string active = "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration>"
+                               "<tt:Rule Name='A' Type='tt:X'/>"
+                               "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+    fake->change()->configuration = active;
     EXPECT_EQ(outputOf({"config", "set", file, "--state", state}), "'" + file + "' is stored and active.\n");
-    EXPECT_EQ(outputOf({"config", "get", "--camera", state}), fake->configuration + "\n");
+    EXPECT_EQ(outputOf({"config", "get", "--camera", state}), active + "\n");
     EXPECT_EQ(outputOf({"config", "get", "--preset", "Door"}), "<of-preset/>\n");
     EXPECT_THAT(fake->calls().back(), "onvif_analytic_service.getPtzPresetConfiguration Door");
     EXPECT_EQ(outputOf({"config", "reset"}),
@@ -233,8 +235,8 @@ TEST_F(CameraCommandsTest, configurationsAreStoredAndSaidToBeActiveOrNot)
 
 TEST_F(CameraCommandsTest, whatIsStoredForAnEngineThatIsNotLoadedIsListedAsSuch)
 {
-    fake->ruleTypes = {"tt:Y"};
-    fake->rules.clear();
+    fake->change()->ruleTypes = {"tt:Y"};
+    fake->change()->rules.clear();
     fake->serve();
     EXPECT_EQ(outputOf({"rules", "list"}), "rule 'Gate' (tt:X), of an engine that is not loaded\n");
     EXPECT_EQ(outputOf({"rules", "list", "--json"}),
@@ -246,12 +248,12 @@ TEST_F(CameraCommandsTest, whatIsStoredForAnEngineThatIsNotLoadedIsListedAsSuch)
 
 TEST_F(CameraCommandsTest, whatARestartLosesAndBringsBackIsToldAfterEachChange)
 {
-    fake->rules = {"<tt:Rule Name=\"New\" Type=\"tt:Y\"/>"};
+    fake->change()->rules = {"<tt:Rule Name=\"New\" Type=\"tt:Y\"/>"};
     fake->serve();
     const std::string differences = "After a restart rule 'New' (tt:Y) is gone: it is live, but not stored.\n"
                                     "After a restart rule 'Gate' (tt:X) is back: it is still stored.\n";
     EXPECT_EQ(outputOf({"rules", "delete", "A"}), "1 rule deleted.\n" + differences);
-    fake->status = 5;
+    fake->change()->status = 5;
     const std::size_t before = printed().size();
     EXPECT_THAT(failureOf({"rules", "delete", "A"}), HasSubstr("not found: one of the names is unknown"));
     EXPECT_EQ(printed().substr(before), differences);
@@ -260,7 +262,7 @@ TEST_F(CameraCommandsTest, whatARestartLosesAndBringsBackIsToldAfterEachChange)
 TEST_F(CameraCommandsTest, aRefusedConfigurationIsExplainedAsFarAsItsTypesTell)
 {
     fake->serve();
-    fake->failed = 1;
+    fake->change()->failed = 1;
     const std::string begin = "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration>";
     const std::string end = "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
     const std::string unknown = folder.write("u.xml", begin + "<tt:Rule Name='A' Type='tt:Z'/>" + end);
@@ -304,7 +306,7 @@ TEST_F(CameraCommandsTest, framesGoWithAbsolutePathsIntoTheStateFolder)
     const std::size_t before = fake->calls().size();
     EXPECT_THAT(failureOf({"frames", "record", "Motion", "/tmp/walk"}), HasSubstr("does not lie in"));
     EXPECT_EQ(fake->calls().size(), before);
-    fake->result = 1;
+    fake->change()->result = 1;
     EXPECT_THAT(failureOf({"frames", "record", "Motion", "walk"}), HasSubstr("the camera cannot record frames"));
 }
 
@@ -343,7 +345,7 @@ TEST_F(CameraCommandsTest, statusIsOneScreen)
 
 TEST_F(CameraCommandsTest, statusShowsWhatDoesNotAnswerAsSuch)
 {
-    fake->without = {"pipeline", "positioning", "services"};
+    fake->change()->without = {"pipeline", "positioning", "services"};
     fake->serve();
     const std::string screen = outputOf({"status"});
     EXPECT_THAT(screen, HasSubstr("\nposition    nobody serves the camera's positioning now;"));
@@ -388,8 +390,8 @@ TEST_F(CameraCommandsTest, noWaitIsLongerThanItWasTold)
 TEST_F(CameraCommandsTest, aServiceThatDoesNotAnswerIsNamedWithTheTimeThatWasWaited)
 {
     fake->serve();
-    fake->refusal = "nothing came";
-    fake->refusalName = bus::error::kNoReply;
+    fake->change()->refusal = "nothing came";
+    fake->change()->refusalName = bus::error::kNoReply;
     EXPECT_EQ(failureOf({"preset", "go", "Door", "--timeout", "7"}),
               "camera: the camera's positioning does not answer within 7 s; --timeout S waits longer.\n");
 }
@@ -428,10 +430,11 @@ class MetadataCommandTest : public CameraCommandsTest {
 protected:
     MetadataCommandTest() : listener(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
     {
-        fake->socket = (folder / "metadata.sock").string();
+        const std::string socket = folder / "metadata.sock";
+        fake->change()->socket = socket;
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        fake->socket.copy(address.sun_path, sizeof address.sun_path - 1);
+        socket.copy(address.sun_path, sizeof address.sun_path - 1);
         EXPECT_EQ(::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
         EXPECT_EQ(::listen(listener.get(), 1), 0);
         fake->serve();
@@ -465,8 +468,9 @@ TEST_F(MetadataCommandTest, endsAtCtrlC)
 
 TEST_F(MetadataCommandTest, aSocketThatNobodyServesIsOneSentence)
 {
-    fake->socket = (folder / "none.sock").string();
-    EXPECT_THAT(failureOf({"metadata"}), HasSubstr("the metadata socket '" + fake->socket + "' cannot be used: "));
+    const std::string socket = folder / "none.sock";
+    fake->change()->socket = socket;
+    EXPECT_THAT(failureOf({"metadata"}), HasSubstr("the metadata socket '" + socket + "' cannot be used: "));
 }
 
 } // namespace

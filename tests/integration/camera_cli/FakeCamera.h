@@ -16,6 +16,22 @@
 
 namespace camera::cli {
 
+/// What a fake camera answers.
+struct FakeAnswers {
+    using Texts = std::vector<std::string>;
+
+    std::string refusal; ///< commands answer with it, when it is not empty
+    std::string refusalName = bus::error::kRefused;
+    std::string socket; ///< of the metadata streamer
+    std::uint8_t failed = 0;
+    std::uint32_t status = 0;
+    std::int32_t result = 0;
+    Texts rules = {"<tt:Rule Name=\"Gate\" Type=\"tt:X\"/>"};
+    Texts ruleTypes = {"tt:X", "tt:Y"};
+    std::string configuration = "<tt:VideoAnalyticsConfiguration/>";
+    Texts without; ///< services that nobody serves
+};
+
 /// A camera that can be found by its state folder, with a bus of its own and services that answer what a test
 /// wants and write every call down.
 class FakeCamera {
@@ -23,12 +39,23 @@ class FakeCamera {
         "<tt:AnalyticsModule Name='A' Type='tt:M'><tt:Parameters><tt:SimpleItem Name='PtzPreset' Value='Door'/>"
         "</tt:Parameters></tt:AnalyticsModule>";
 
+    /// The answers while no call reads them.
+    class Change {
+    public:
+        Change(std::mutex& mutex, FakeAnswers& answers) : _lock(mutex), _answers(answers) {}
+        FakeAnswers* operator->() { return &_answers; }
+
+    private:
+        std::lock_guard<std::mutex> _lock;
+        FakeAnswers& _answers;
+    };
+
 public:
     using Stop = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
     using Tour = sdbus::Struct<std::string, std::vector<Stop>>;
     using Preset = sdbus::Struct<std::string, std::uint32_t, std::int32_t, std::uint32_t>;
     using Version = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
-    using Texts = std::vector<std::string>;
+    using Texts = FakeAnswers::Texts;
 
     explicit FakeCamera(const std::filesystem::path& stateDir) : _folder(stateDir), _daemon(_folder)
     {
@@ -67,16 +94,8 @@ public:
     void killBus() { _bus.reset(); }
     std::string address() const { return _folder.address(); }
 
-    std::string refusal; ///< commands answer with it, when it is not empty
-    std::string refusalName = bus::error::kRefused;
-    std::string socket; ///< of the metadata streamer
-    std::uint8_t failed = 0;
-    std::uint32_t status = 0;
-    std::int32_t result = 0;
-    Texts rules = {"<tt:Rule Name=\"Gate\" Type=\"tt:X\"/>"};
-    Texts ruleTypes = {"tt:X", "tt:Y"};
-    std::string configuration = "<tt:VideoAnalyticsConfiguration/>";
-    std::vector<std::string> without; ///< services that nobody serves
+    /// From the next call on. Released at the end of the statement, so a test reads no answer through it.
+    Change change() { return Change(_mutex, _answers); }
 
 private:
     struct Objects {
@@ -136,10 +155,11 @@ private:
     template <class Result, class Give>
     void answer(const Result& reply, const Give& give)
     {
-        if (refusal.empty()) {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        if (_answers.refusal.empty()) {
             give();
         } else {
-            reply.returnError(sdbus::Error(refusalName, refusal));
+            reply.returnError(sdbus::Error(_answers.refusalName, _answers.refusal));
         }
     }
 
@@ -182,7 +202,7 @@ private:
         buildDevices(objects, session);
         for (auto& [service, object] : objects.of) {
             object->finishRegistration();
-            if (std::find(without.begin(), without.end(), service) == without.end()) {
+            if (std::find(_answers.without.begin(), _answers.without.end(), service) == _answers.without.end()) {
                 session.connection().requestName(bus::busName(service));
             }
         }
@@ -234,26 +254,27 @@ private:
             method<Texts>(o, s, name, takes<>(), [answer] { return std::make_tuple(Texts(answer())); });
         };
         texts("getEventTopics", [] { return Texts{"tns1:A", "tns1:B"}; });
-        texts("getSupportedRules", [this] { return ruleTypes; });
-        texts("getCurrentRules", [this] { return rules; });
+        texts("getSupportedRules", [this] { return _answers.ruleTypes; });
+        texts("getCurrentRules", [this] { return _answers.rules; });
         texts("getSupportedEngines", [] { return Texts{"tt:M"}; });
         texts("getCurrentEngines", [] { return Texts{kModule}; });
         texts("getUsedPtzPresets", [] { return Texts{"Door"}; });
         for (const char* name :
              {"createRules", "modifyRules", "deleteRules", "createEngines", "modifyEngines", "deleteEngines"}) {
-            method<I, U>(o, s, name, takes<Texts>(), [this] { return std::make_tuple(result, status); });
+            method<I, U>(o, s, name, takes<Texts>(),
+                         [this] { return std::make_tuple(_answers.result, _answers.status); });
         }
         method<std::string>(o, s, "getCurrentConfiguration", takes<>(),
-                            [this] { return std::make_tuple(configuration); });
+                            [this] { return std::make_tuple(_answers.configuration); });
         method<std::string>(o, s, "getPtzPresetConfiguration", takes<std::string>(),
                             [] { return std::make_tuple(std::string("<of-preset/>")); });
         method<I, std::uint8_t>(o, s, "setConfiguration", takes<std::string>(),
-                                [this] { return std::make_tuple(result, failed); });
-        method<I>(o, s, "restoreDefaultSettings", takes<>(), [this] { return std::make_tuple(result); });
+                                [this] { return std::make_tuple(_answers.result, _answers.failed); });
+        method<I>(o, s, "restoreDefaultSettings", takes<>(), [this] { return std::make_tuple(_answers.result); });
         method<I>(o, s, "readFramesFromFile", takes<std::string, std::string, bool>(),
-                  [this] { return std::make_tuple(result); });
+                  [this] { return std::make_tuple(_answers.result); });
         method<I>(o, s, "writeFramesToFile", takes<std::string, std::string, U>(),
-                  [this] { return std::make_tuple(result); });
+                  [this] { return std::make_tuple(_answers.result); });
         o.registerSignal("analyticsEvent")
             .onInterface(bus::interfaceName(s))
             .withParameters<std::string, std::string, std::string>();
@@ -326,7 +347,7 @@ private:
         command(supervisor, "supervisor", "stop", takes<>());
         command(supervisor, "supervisor", "restartPipeline", takes<>());
         sdbus::IObject& metadata = object(objects, session, "onvif_metadata_streamer");
-        text(metadata, "onvif_metadata_streamer", "getSocket", [this] { return socket; });
+        text(metadata, "onvif_metadata_streamer", "getSocket", [this] { return _answers.socket; });
         method<T, T, T, U>(metadata, "onvif_metadata_streamer", "getCounters", takes<>(),
                            [] { return std::make_tuple(T{9}, T{8}, T{1}, U{2}); });
     }
@@ -342,6 +363,7 @@ private:
     std::unique_ptr<supervisor::ChildProcess> _bus;
     std::mutex _mutex;
     std::vector<std::string> _calls;
+    FakeAnswers _answers;
     std::unique_ptr<bus::Connection> _connection;
     std::shared_ptr<bus::CurrentObject<Objects>> _objects;
 };

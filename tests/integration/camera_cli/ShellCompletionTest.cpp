@@ -115,7 +115,7 @@ TEST_P(ShellCompletionTest, offersTheValuesOfARunningCamera)
     EXPECT_THAT(offered({"camera", "fault", "rotate", "s"}), ElementsAre("slow"));
     EXPECT_THAT(offered({"camera", "preset", "go", "--camera", folder / "none", ""}), IsEmpty());
     EXPECT_THAT(offered({"camera", "frames", "record", ""}), UnorderedElementsAre("Motion", "Simple"));
-    fake->rules = {"<tt:Rule Name=\"The gate\" Type=\"tt:X\"/>", "<tt:Rule Name=\"$(x) 'y\" Type=\"tt:X\"/>"};
+    fake->change()->rules = {"<tt:Rule Name=\"The gate\" Type=\"tt:X\"/>", "<tt:Rule Name=\"$(x) 'y\" Type=\"tt:X\"/>"};
     EXPECT_THAT(offered({"camera", "rules", "delete", ""}), UnorderedElementsAre("The gate", "$(x) 'y"));
     EXPECT_THAT(offered({"camera", "rules", "delete", "The\\ g"}), ElementsAre("The gate"));
 }

@@ -50,6 +50,21 @@ TEST(DelayedAnswersTest, holdsNoMoreAnswersThanItsLimit)
     EXPECT_FALSE(answers.hold(later, 0, [] {}));
 }
 
+// What it holds locks the bus connection when it is destroyed; the bus thread asks with that lock.
+TEST(DelayedAnswersTest, takesTheNextAnswerWhileAGivenOneIsDestroyed)
+{
+    DelayedAnswers answers;
+    std::promise<std::future_status> taken;
+    std::future<bool> other;
+    const auto destroyed = [&](void*) {
+        other =
+            std::async(std::launch::async, [&] { return answers.hold(DelayedAnswers::Clock::now() + 1h, 0, [] {}); });
+        taken.set_value(other.wait_for(10s));
+    };
+    answers.hold(DelayedAnswers::Clock::now(), 0, [held = std::shared_ptr<void>(nullptr, destroyed)] {});
+    EXPECT_EQ(taken.get_future().get(), std::future_status::ready);
+}
+
 TEST(DelayedAnswersTest, dropsAtItsEndWhatWasNotGiven)
 {
     const auto given = std::make_shared<bool>(false);
