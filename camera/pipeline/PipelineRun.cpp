@@ -7,6 +7,7 @@
 // then what is on its way is delivered, the overlay is completed, the plug-in is destroyed, and the bus goes last.
 #include "camera/pipeline/PipelineRun.h"
 
+#include "camera/base/Log.h"
 #include "camera/base/StopSignal.h"
 #include "camera/onvif/EventText.h"
 #include "camera/pipeline/CameraBuilder.h"
@@ -92,7 +93,7 @@ public:
         for (const std::string& failure : _failures) {
             _console.error(failure);
         }
-        return _failures.empty() ? 0 : 1;
+        return _failed || !_failures.empty() ? 1 : 0;
     }
 
 private:
@@ -116,7 +117,7 @@ private:
         rememberCamera(_run.camera, _state.path());
         if (_source && (!_run.overlay.empty() || !_run.picture.empty())) {
             _overlay.emplace(video::OverlayFiles{_run.overlay, _run.picture}, picture.width, picture.height,
-                             _source->framesPerSecond());
+                             _source->framesPerSecond(), [this](const std::string& sentence) { fail(sentence); });
         }
         _events = _device->onEvent([this](const base::Event& event) {
             _report.event(event);
@@ -162,15 +163,11 @@ private:
         }
     }
 
-    // A failure is kept for the end, where it is the last that is read.
-    template <typename Action>
-    void keepFailure(const Action& action)
+    // The run goes on, without what has failed.
+    void fail(const std::string& sentence)
     {
-        try {
-            action();
-        } catch (const std::exception& error) {
-            _failures.emplace_back(error.what());
-        }
+        _failed = true;
+        _console.error(sentence);
     }
 
     void runFrames()
@@ -181,7 +178,11 @@ private:
             driver.emplace(_device->positioning());
         }
         FrameLoop loop({_run.realSpeed, _run.frames}, std::move(_view), frameSteps(pacer), _report);
-        keepFailure([&] { loop.run(); });
+        try {
+            loop.run();
+        } catch (const std::exception& error) {
+            _failures.emplace_back(error.what()); // for the end, where it is the last that is read
+        }
         _lastFrameTime = loop.lastFrameTime();
     }
 
@@ -215,9 +216,7 @@ private:
 
     void draw(const video::Frame& upright, const video::Drawing& drawing)
     {
-        _overlayComplete = false;
         _overlay->add(upright, drawing, caption());
-        _overlayComplete = true;
     }
 
     // Where the camera looks and which rules are active there, for the picture.
@@ -234,10 +233,19 @@ private:
         return (_device->positioning().moving() ? "moving   " : "at no preset   ") + rules;
     }
 
-    void keepTime(std::int64_t nanoseconds) const
+    // Where a run goes on is a convenience for the next one: nothing ends because it cannot be kept, and it is said
+    // once.
+    void keepTime(std::int64_t nanoseconds)
     {
-        if (nanoseconds != 0 && _state.kept()) {
+        if (nanoseconds == 0 || !_state.kept()) {
+            return;
+        }
+        try {
             _state.keepLastFrameTime(nanoseconds);
+        } catch (const std::runtime_error& error) {
+            if (!std::exchange(_toldTimeNotKept, true)) {
+                base::Log::instance().write(base::LogLevel::error, "state", error.what());
+            }
         }
     }
 
@@ -258,18 +266,16 @@ private:
         // The end waits for a slow metadata streamer for a while, and after a signal not at all.
         _services->finishBy(Clock::now() + (_stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
         _device->drain();
-        if (_overlay && _overlayComplete) {
-            keepFailure([&] { _overlay->finish(); });
+        if (_overlay) {
+            _overlay->finish();
         }
         const std::vector<ActiveRules> active = _device->activeRules();
         _device->shutdown();
         _service.reset();
         const Statistics statistics = _device->statistics();
         _events.reset();
-        keepFailure([&] { keepTime(_lastFrameTime); });
-        if (!statistics.metadataError.empty()) {
-            _failures.push_back(statistics.metadataError);
-        }
+        keepTime(_lastFrameTime);
+        _failed = _failed || !statistics.metadataError.empty(); // the log has told it
         if (statistics.framesFailed != 0) {
             _failures.push_back(std::to_string(statistics.framesFailed) +
                                 " frames could not be analysed; the log lines above name the reason.");
@@ -289,11 +295,14 @@ private:
             summary.active.insert(summary.active.end(), rules.components.begin(), rules.components.end());
         }
         summary.settings = _state.kept() && !_options.temporaryState ? _state.path().string() : "";
-        for (const std::string& path : {_run.metadata, _run.overlay, picturePath()}) {
+        const std::vector<WrittenFile> files = {{_run.metadata, 0, statistics.metadataError.empty()},
+                                                {_run.overlay, 0, !(_overlay && _overlay->videoFailed())},
+                                                {picturePath(), 0, true}};
+        for (WrittenFile file : files) {
             std::error_code error;
-            const std::uintmax_t bytes = path.empty() ? 0 : std::filesystem::file_size(path, error);
-            if (!path.empty() && !error) {
-                summary.files.emplace_back(path, bytes);
+            file.bytes = file.path.empty() ? 0 : std::filesystem::file_size(file.path, error);
+            if (!file.path.empty() && !error) {
+                summary.files.push_back(file);
             }
         }
         summary.stopped = _stop.stopped();
@@ -308,11 +317,12 @@ private:
     const Scenario _scenario;
     base::StopSignal _stop;
     store::StateFolder _state;
-    std::vector<std::string> _failures;
+    std::vector<std::string> _failures; ///< to be printed at the end
+    bool _failed = false;               ///< something was lost, and that was printed
+    bool _toldTimeNotKept = false;
     std::vector<std::string> _missingEngines; ///< paths of modules that the folder remembers and that cannot be loaded
     RunReport _report;
     std::optional<video::Overlay> _overlay;
-    bool _overlayComplete = true; ///< false: drawing a frame failed
     std::optional<video::View> _view;
     const std::shared_ptr<DeviceServicesClient> _services = std::make_shared<DeviceServicesClient>(_options.bus);
     std::unique_ptr<Device> _device;

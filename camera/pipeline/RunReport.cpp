@@ -162,7 +162,7 @@ void RunReport::rulesSummary(std::vector<std::string>& lines) const
 std::string summaryLine(const std::string& label, const std::string& text)
 {
     std::string line = "  " + label;
-    line.resize(12, ' ');
+    line.resize(std::max<std::size_t>(line.size() + 1, 12), ' ');
     return line + text;
 }
 

@@ -38,8 +38,9 @@ std::vector<std::string> RunSummary::lines() const
     const std::vector<std::string> ofActive = activeLines(active);
     lines.insert(lines.end(), ofActive.begin(), ofActive.end());
     lines.push_back(summaryLine("settings", settings.empty() ? "not kept; --state DIR keeps them" : settings));
-    for (const auto& [path, bytes] : files) {
-        lines.push_back(summaryLine("written", path + " (" + base::sizeText(bytes) + ")"));
+    for (const WrittenFile& file : files) {
+        lines.push_back(
+            summaryLine(file.complete ? "written" : "incomplete", file.path + " (" + base::sizeText(file.bytes) + ")"));
     }
     if (stopped) {
         lines.push_back(summaryLine("ended", "by a signal"));

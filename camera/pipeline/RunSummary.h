@@ -4,10 +4,16 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace camera::pipeline {
+
+/// A file that a run has written.
+struct WrittenFile {
+    std::string path;
+    std::uintmax_t bytes = 0;
+    bool complete = true; ///< false: a part is missing
+};
 
 /// What a run leaves behind, for people.
 struct RunSummary {
@@ -15,10 +21,10 @@ struct RunSummary {
     std::vector<std::string> report; ///< RunReport::summary()
     std::uint64_t eventsDropped = 0;
     std::uint64_t documents = 0;
-    std::vector<onvif::ComponentName> active;                  ///< rules and modules at the end
-    std::string settings;                                      ///< the folder; empty: not kept
-    std::vector<std::pair<std::string, std::uintmax_t>> files; ///< written: path and bytes
-    bool stopped = false;                                      ///< by a signal
+    std::vector<onvif::ComponentName> active; ///< rules and modules at the end
+    std::string settings;                     ///< the folder; empty: not kept
+    std::vector<WrittenFile> files;
+    bool stopped = false; ///< by a signal
 
     std::vector<std::string> lines() const;
 };

@@ -31,7 +31,8 @@ void checkWritable(const std::string& path)
 
 } // namespace
 
-Overlay::Overlay(OverlayFiles files, int width, int height, double framesPerSecond) : _files(std::move(files))
+Overlay::Overlay(OverlayFiles files, int width, int height, double framesPerSecond, Failed failed)
+    : _files(std::move(files)), _failed(std::move(failed))
 {
     if (!_files.picture.empty()) {
         checkWritable(_files.picture);
@@ -57,20 +58,34 @@ void Overlay::add(const Frame& upright, const Drawing& drawing, const std::strin
         _best = _canvas;
         _bestInterest = interest;
     }
-    if (_video) {
-        _video->add(_canvas, time);
+    writeVideo([&](Mp4Writer& video) { video.add(_canvas, time); });
+}
+
+void Overlay::writeVideo(const std::function<void(Mp4Writer&)>& action)
+{
+    if (!_video) {
+        return;
+    }
+    try {
+        action(*_video);
+    } catch (const std::runtime_error& error) {
+        _video.reset();
+        _videoFailed = true;
+        _failed(error.what());
     }
 }
 
 void Overlay::finish()
 {
     if (_bestInterest && !_wrotePicture) {
-        writePng(_best, _files.picture);
-        _wrotePicture = true;
+        try {
+            writePng(_best, _files.picture);
+            _wrotePicture = true;
+        } catch (const std::runtime_error& error) {
+            _failed(error.what());
+        }
     }
-    if (_video) {
-        _video->finish();
-    }
+    writeVideo([](Mp4Writer& video) { video.finish(); });
 }
 
 } // namespace camera::video

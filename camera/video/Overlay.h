@@ -6,7 +6,7 @@
 #include "camera/video/RgbPicture.h"
 #include "camera/video/TravelledObjects.h"
 
-#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -19,33 +19,40 @@ struct OverlayFiles {
 };
 
 /**
- * Draws on each upright frame what the engines wrote for it, and writes a video and a picture. Thread-bound.
+ * Draws on each upright frame what the engines wrote for it, and writes a video and a picture. A file that cannot be
+ * written any more is told once and left as it is; the other one goes on. Thread-bound.
  */
 class Overlay {
 public:
+    /// Gets one sentence for each file that fails.
+    using Failed = std::function<void(const std::string& sentence)>;
+
     /// Opens the files. @throws std::runtime_error with one sentence when one cannot be written.
-    Overlay(OverlayFiles files, int width, int height, double framesPerSecond);
+    Overlay(OverlayFiles files, int width, int height, double framesPerSecond, Failed failed);
     ~Overlay();
 
     /// Draws on one upright frame what the engines wrote for it.
     /// @param caption the text of the foot line next to time and counts.
-    /// @throws std::runtime_error with one sentence when a disk is full.
     void add(const Frame& upright, const Drawing& drawing, const std::string& caption);
 
-    /// Completes the files. Nothing is written when there was no frame.
-    /// @throws std::runtime_error with one sentence, as add() does.
+    /// Completes the files. No picture is written when there was no frame.
     void finish();
 
+    bool videoFailed() const { return _videoFailed; }
     bool pictureWritten() const { return _wrotePicture; }
 
 private:
+    void writeVideo(const std::function<void(Mp4Writer&)>& action);
+
     OverlayFiles _files;
     std::optional<Mp4Writer> _video;
     RgbPicture _canvas;
     RgbPicture _best;
     TravelledObjects _travelled;
     std::optional<double> _bestInterest; ///< nothing: no picture was kept so far
+    bool _videoFailed = false;
     bool _wrotePicture = false;
+    const Failed _failed;
 };
 
 } // namespace camera::video

@@ -205,7 +205,10 @@ TEST_F(RefusalTest, aDiskThatFillsWhileTheOverlayIsWritten)
                                   path("o.mp4"), "--metadata", path("m.xml")},
                                  small);
     expectFailed(done, "cannot write the overlay video '" + path("o.mp4") + "': File too large");
-    EXPECT_THAT(done.out, HasSubstr("  frames    "));
+    EXPECT_EQ(1U, count(done.err, "o.mp4"));
+    EXPECT_THAT(done.out, HasSubstr("  frames    300 in"));
+    EXPECT_THAT(done.out, HasSubstr("  incomplete " + path("o.mp4")));
+    EXPECT_THAT(done.out, HasSubstr("  written   " + path("m.xml")));
 }
 
 TEST_F(RefusalTest, aDiskThatFillsWhileMetadataIsWritten)
@@ -215,8 +218,10 @@ TEST_F(RefusalTest, aDiskThatFillsWhileMetadataIsWritten)
     const Finished done = camera({"run", "scene:size=64x64,frames=3000,objects=0,noise=0", "--config", simple(),
                                   "--config", motion(), "--speed", "max", "--metadata", path("m.xml")},
                                  small);
-    expectFailed(done, path("m.xml"));
+    EXPECT_EQ(1, done.exitCode);
+    EXPECT_EQ(1U, count(done.err, path("m.xml") + " is incomplete: File too large"));
     EXPECT_THAT(done.out, HasSubstr("  frames    3000"));
+    EXPECT_THAT(done.out, HasSubstr("  incomplete " + path("m.xml")));
 }
 
 TEST_F(RefusalTest, aFullDiskLeavesTheStoredConfigurationAlone)

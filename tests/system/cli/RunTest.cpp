@@ -83,6 +83,16 @@ TEST_F(RunTest, findsEveryStoredConfigurationAgainAfterARestart)
     EXPECT_LT(last, firstTime[1].str());
 }
 
+TEST_F(RunTest, goesOnWhereTheTimeOfItsLastFrameCannotBeKeptAndSaysSoOnce)
+{
+    std::filesystem::create_directories(state() + "/last-frame-time.new");
+    std::filesystem::create_directory(state() + "/last-frame-time.new/in-the-way");
+    const Finished done = on({"run", "scene:size=64x64,frames=30", "--speed", "max"});
+    EXPECT_EQ(0, done.exitCode);
+    EXPECT_EQ(1U, count(done.err, "the time of the last frame cannot be kept"));
+    EXPECT_THAT(done.out, HasSubstr("  frames    30 in "));
+}
+
 TEST_F(RunTest, keepsNothingWithoutAStateFolder)
 {
     const Finished first = camera({"run", kScene, "--frames", "2", "--config", simple(), "--speed", "max"});

@@ -253,15 +253,6 @@ TEST_F(FrameLoopTest, theTimeOfTheLastFrameIsKeptEveryFiveSeconds)
     EXPECT_THAT(lines("keep"), ElementsAre("keep 1", "keep 3", "keep 5"));
 }
 
-TEST_F(FrameLoopTest, aTimeThatCannotBeKeptEndsTheRun)
-{
-    perFrame = std::chrono::seconds(5);
-    steps.keepTime = [](std::int64_t) { throw std::runtime_error("the folder is not writable."); };
-    run(kLive);
-    EXPECT_EQ(failure, "the folder is not writable.");
-    EXPECT_EQ(frames(), 1u);
-}
-
 TEST_F(FrameLoopTest, withoutAViewThePlugInGetsTheFrameItself)
 {
     const std::uint8_t* pixels = nullptr;

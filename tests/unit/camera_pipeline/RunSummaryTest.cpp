@@ -22,13 +22,14 @@ TEST(RunSummaryTest, tellsTheRunFromItsInputToItsEnd)
     summary.documents = 5;
     summary.active = {{true, "a rule", "tt:Any", ""}, {false, "a module\x1b", "tt:Any", ""}};
     summary.settings = "/state";
-    summary.files = {{"a.mp4", 2048}};
+    summary.files = {{"a.mp4", 2048}, {"m.xml", 10, false}};
     summary.stopped = true;
     EXPECT_THAT(summary.lines(),
                 ElementsAre("", "  input     scene:people", "  frames    3", HasSubstr("  2 were lost"),
                             "  metadata  5 documents", HasSubstr("  active    rule 'a rule'"),
                             testing::AllOf(HasSubstr("            module 'a module"), Not(HasSubstr("\x1b"))),
-                            "  settings  /state", "  written   a.mp4 (2.0 kB)", "  ended     by a signal"));
+                            "  settings  /state", "  written   a.mp4 (2.0 kB)", "  incomplete m.xml (10 bytes)",
+                            "  ended     by a signal"));
 }
 
 TEST(RunSummaryTest, ofARunThatLeavesNothing)

@@ -203,7 +203,7 @@ protected:
 
     static std::string failure(const OverlayFiles& files)
     {
-        return ::kit::refusalOf([&] { Overlay overlay(files, 320, 180, 25); });
+        return ::kit::refusalOf([&] { Overlay overlay(files, 320, 180, 25, nullptr); });
     }
 
     static void draw(Overlay& overlay, const Frame& frame, const std::vector<BoxRecord>& boxes)
@@ -216,13 +216,15 @@ protected:
         overlay.add(frame, readDrawing(buffer.data(), writer.usedBytes()), "");
     }
 
+    std::vector<std::string> failures;
+    const Overlay::Failed failed = [this](const std::string& sentence) { failures.push_back(sentence); };
     ::kit::TemporaryFolder folder;
 };
 
 TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
 {
     const OverlayFiles files{(folder / "o.mp4").string(), (folder / "o.png").string()};
-    Overlay overlay(files, 320, 180, 25);
+    Overlay overlay(files, 320, 180, 25, failed);
     Scene scene(kScene);
     int number = 0;
     while (const auto frame = scene.next()) {
@@ -246,7 +248,7 @@ TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
 TEST_F(OverlayTest, picturesTheFrameWithTheMostToSee)
 {
     const OverlayFiles files{"", (folder / "o.png").string()};
-    Overlay overlay(files, 320, 180, 25);
+    Overlay overlay(files, 320, 180, 25, failed);
     Scene scene(kScene);
     const std::vector<std::vector<BoxRecord>> drawn = {
         {boxAt(0.1, 0.1, 0.2, 0.2)}, {boxAt(0.6, 0.4, 0.9, 0.8)}, {boxAt(0.7, 0.1, 0.8, 0.2, 9)}, {}};
@@ -297,7 +299,7 @@ TEST(OverlayPainter, listsTheNamesOfRulesOfOnePlaceOneBelowTheOther)
 TEST_F(OverlayTest, writesNoPictureWithoutAFrame)
 {
     const OverlayFiles files{"", (folder / "o.png").string()};
-    Overlay overlay(files, 320, 180, 25);
+    Overlay overlay(files, 320, 180, 25, failed);
     overlay.finish();
     EXPECT_FALSE(overlay.pictureWritten());
     EXPECT_FALSE(std::filesystem::exists(files.picture));
@@ -315,22 +317,37 @@ TEST_F(OverlayTest, refusesFilesThatCannotBeWrittenBeforeTheFirstFrame)
     EXPECT_THAT(failure({"", folder.path().string()}), HasSubstr("Is a directory"));
 }
 
-TEST_F(OverlayTest, saysWhenThereIsNoRoomForTheVideo)
+TEST_F(OverlayTest, saysOnceThatThereIsNoRoomForTheVideoAndGoesOnWithThePicture)
 {
     EXPECT_THAT(failure({"/dev/full", ""}),
                 HasSubstr("cannot write the overlay video '/dev/full': No space left on device"));
 
     const std::string path = (folder / "o.mp4").string();
-    const ::kit::FileSizeLimit limit(50000);
-    Overlay overlay({path, ""}, 320, 180, 25);
+    const ::kit::FileSizeLimit limit(200000);
+    Overlay overlay({path, (folder / "o.png").string()}, 320, 180, 25, failed);
     Scene scene("scene:size=320x180,frames=80,noise=20");
-    const std::string message = ::kit::refusalOf([&] {
-        while (const auto frame = scene.next()) {
-            draw(overlay, *frame, {});
-        }
-        overlay.finish();
-    });
-    EXPECT_THAT(message, HasSubstr("cannot write the overlay video '" + path + "': File too large"));
+    while (const auto frame = scene.next()) {
+        draw(overlay, *frame, {});
+    }
+    overlay.finish();
+    EXPECT_THAT(failures,
+                testing::ElementsAre(HasSubstr("cannot write the overlay video '" + path + "': File too large")));
+    EXPECT_TRUE(overlay.videoFailed());
+    EXPECT_TRUE(overlay.pictureWritten());
+}
+
+TEST_F(OverlayTest, saysThatThereIsNoRoomForThePictureAndCompletesTheVideo)
+{
+    const OverlayFiles files{(folder / "o.mp4").string(), (folder / "o.png").string()};
+    Overlay overlay(files, 320, 180, 25, failed);
+    Scene scene(kScene);
+    draw(overlay, *scene.next(), {});
+    std::filesystem::create_directory(files.picture);
+    overlay.finish();
+    EXPECT_THAT(failures, testing::ElementsAre(HasSubstr("cannot write the picture '" + files.picture)));
+    EXPECT_FALSE(overlay.pictureWritten());
+    EXPECT_FALSE(overlay.videoFailed());
+    EXPECT_NO_THROW(VideoInput video(files.video));
 }
 
 TEST_F(OverlayTest, saysWhenThereIsNoRoomForThePictureAndLeavesNoHalfOfIt)
