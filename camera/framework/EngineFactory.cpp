@@ -1,5 +1,6 @@
 #include "camera/framework/EngineFactory.h"
 
+#include "camera/base/Activity.h"
 #include "camera/base/Current.h"
 #include "plugin/analytics/factory.h"
 #include "ravel/logging.h"
@@ -40,6 +41,9 @@ bool fits(void* logContext, const Engines& engines, const Engine& engine)
 Engine create(const DetectionEngineModule& module, void* logContext, const std::shared_ptr<IAnalyticsPtz>& ptz)
 {
     const std::string what = "the engine module '" + std::string(module.name) + "' ";
+    const base::Activity::Scope scope(
+        base::Activity::Kind::control,
+        base::Activity::Label("the start of the engine module '" + std::string(module.name) + "'"));
     try {
         Engine engine = module.create(logContext, ptz);
         if (!engine) {

@@ -1,5 +1,7 @@
 #include "camera/framework/EngineModules.h"
 
+#include "camera/base/Activity.h"
+
 #include <dlfcn.h>
 
 #include <stdexcept>
@@ -35,6 +37,8 @@ EngineModule loadEngineModule(const std::string& path)
 {
     // A bare name would be looked for among the system's libraries.
     const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+    const base::Activity::Scope scope(base::Activity::Kind::control,
+                                      base::Activity::Label("the loading of the engine module '" + path + "'"));
     void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
         const char* reason = dlerror();

@@ -28,7 +28,10 @@ std::size_t bucketOf(std::chrono::nanoseconds took)
 } // namespace
 
 EngineRecord::EngineRecord(std::string name, Listener activeChanged)
-    : _name(std::move(name)), _activeChanged(std::move(activeChanged))
+    : _name(std::move(name)),
+      _ofEngine(" of engine '" + _name + "'"),
+      _frame("onFrame" + _ofEngine),
+      _activeChanged(std::move(activeChanged))
 {
 }
 
@@ -86,25 +89,29 @@ auto EngineMonitor::guarded(const Operation& operation) const
 }
 
 template <class Operation>
-auto EngineMonitor::forwarded(const Operation& operation) const
+auto EngineMonitor::forwarded(const char* name, const Operation& operation) const
 {
+    // What follows inside the same task of the control thread is asked of a rule set of this engine.
+    const std::string what = name + _record->_ofEngine;
+    const base::Activity::Scope scope(base::Activity::Kind::control, base::Activity::Label(what),
+                                      base::Activity::Label("what follows " + what));
     _record->_calls.fetch_add(1, std::memory_order_relaxed);
     return guarded(operation);
 }
 
 std::string EngineMonitor::getName() const
 {
-    return forwarded([&] { return _engine->getName(); });
+    return forwarded("getName", [&] { return _engine->getName(); });
 }
 
 bool EngineMonitor::isEngineConfiguration(const std::string& config)
 {
-    return forwarded([&] { return _engine->isEngineConfiguration(config); });
+    return forwarded("isEngineConfiguration", [&] { return _engine->isEngineConfiguration(config); });
 }
 
 void EngineMonitor::setEventHandler(analytics_lib::IEventHandler* handler)
 {
-    forwarded([&] { _engine->setEventHandler(handler); });
+    forwarded("setEventHandler", [&] { _engine->setEventHandler(handler); });
 }
 
 bool EngineMonitor::onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs)
@@ -115,47 +122,48 @@ bool EngineMonitor::onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffer
         ~Timer() { record.addFrame(Clock::now() - begin); }
     };
     const Timer timer{*_record};
+    const base::Activity::Scope scope(base::Activity::Kind::frame, _record->_frame);
     return guarded([&] { return _engine->onFrame(frame, outputs); });
 }
 
 void EngineMonitor::onWindowBlankingChange(bool enabled, const analytics_lib::ColorYuv& color)
 {
-    forwarded([&] { _engine->onWindowBlankingChange(enabled, color); });
+    forwarded("onWindowBlankingChange", [&] { _engine->onWindowBlankingChange(enabled, color); });
 }
 
 void EngineMonitor::onOrientationChanged(unsigned int degrees)
 {
-    forwarded([&] { _engine->onOrientationChanged(degrees); });
+    forwarded("onOrientationChanged", [&] { _engine->onOrientationChanged(degrees); });
 }
 
 std::vector<std::string> EngineMonitor::getEventTopics()
 {
-    return forwarded([&] { return _engine->getEventTopics(); });
+    return forwarded("getEventTopics", [&] { return _engine->getEventTopics(); });
 }
 
 std::vector<std::string> EngineMonitor::getSupportedEngines()
 {
-    return forwarded([&] { return _engine->getSupportedEngines(); });
+    return forwarded("getSupportedEngines", [&] { return _engine->getSupportedEngines(); });
 }
 
 std::vector<std::string> EngineMonitor::getSupportedRules()
 {
-    return forwarded([&] { return _engine->getSupportedRules(); });
+    return forwarded("getSupportedRules", [&] { return _engine->getSupportedRules(); });
 }
 
 bool EngineMonitor::readFramesFromFile(const char* path, bool flag)
 {
-    return forwarded([&] { return _engine->readFramesFromFile(path, flag); });
+    return forwarded("readFramesFromFile", [&] { return _engine->readFramesFromFile(path, flag); });
 }
 
 bool EngineMonitor::writeFramesToFile(const char* path, unsigned int count)
 {
-    return forwarded([&] { return _engine->writeFramesToFile(path, count); });
+    return forwarded("writeFramesToFile", [&] { return _engine->writeFramesToFile(path, count); });
 }
 
 IRuleSet* EngineMonitor::createRuleSet()
 {
-    return forwarded([&] { return _engine->createRuleSet(); });
+    return forwarded("createRuleSet", [&] { return _engine->createRuleSet(); });
 }
 
 // The record forgets it before the engine destroys it, because a reader of the record asks the rule set for its text.
@@ -164,12 +172,12 @@ void EngineMonitor::releaseRuleSet(IRuleSet* ruleSet)
     if (ruleSet == _record->_active) {
         _record->setActive(nullptr);
     }
-    forwarded([&] { _engine->releaseRuleSet(ruleSet); });
+    forwarded("releaseRuleSet", [&] { _engine->releaseRuleSet(ruleSet); });
 }
 
 bool EngineMonitor::activateRuleSet(IRuleSet* ruleSet)
 {
-    const bool activated = forwarded([&] { return _engine->activateRuleSet(ruleSet); });
+    const bool activated = forwarded("activateRuleSet", [&] { return _engine->activateRuleSet(ruleSet); });
     if (activated) {
         _record->setActive(ruleSet);
     }
@@ -179,7 +187,7 @@ bool EngineMonitor::activateRuleSet(IRuleSet* ruleSet)
 void EngineMonitor::clearAllRules()
 {
     _record->setActive(nullptr);
-    forwarded([&] { _engine->clearAllRules(); });
+    forwarded("clearAllRules", [&] { _engine->clearAllRules(); });
 }
 
 } // namespace camera::framework

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/base/Activity.h"
 #include "plugin/analytics/IOnvifAnalytics.h"
 
 #include <array>
@@ -52,6 +53,8 @@ private:
     void addFrame(std::chrono::nanoseconds took);
 
     const std::string _name;
+    const std::string _ofEngine;
+    const base::Activity::Label _frame;
     const Listener _activeChanged;
     analytics_lib::IRuleSet* _active = nullptr; // control thread
     std::atomic<std::uint64_t> _calls{0};       // without onFrame
@@ -68,7 +71,8 @@ private:
  * can be seen from there.
  *
  * Thread: each operation on the thread that the engine interface names for it. An exception of the engine is counted
- * and passed on. Allocates nothing and takes no lock.
+ * and passed on. A frame allocates nothing and takes no lock. What the engine is called for can be seen from outside
+ * the process, see base::Activity.
  */
 class EngineMonitor final : public analytics_lib::IOnvifAnalytics {
 public:
@@ -97,7 +101,7 @@ private:
     template <class Operation>
     auto guarded(const Operation& operation) const; // counts an exception
     template <class Operation>
-    auto forwarded(const Operation& operation) const; // counts the call too
+    auto forwarded(const char* name, const Operation& operation) const; // counts the call too
 
     const std::shared_ptr<analytics_lib::IOnvifAnalytics> _engine;
     const std::shared_ptr<EngineRecord> _record;

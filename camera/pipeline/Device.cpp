@@ -1,5 +1,6 @@
 #include "camera/pipeline/Device.h"
 
+#include "camera/base/Activity.h"
 #include "camera/base/Contained.h"
 #include "camera/base/Current.h"
 #include "camera/base/Log.h"
@@ -217,12 +218,15 @@ FrameResult Device::Impl::deliver(const video::Frame& frame)
         return {};
     }
     ++_frames;
+    static const base::Activity::Label label("a frame in the plug-in");
+    const base::Activity::Scope scope(base::Activity::Kind::frame, label);
     const bool passed = base::contained(kComponent, "a frame failed", [&] { _input->PutBuffer(buffer.release()); });
     const framework::MetadataPool::Outputs outputs = pool->takeOutputs();
     if (!passed) {
         ++_framesFailed;
         return {};
     }
+    base::Activity::instance().addFrame();
     return {true, outputs};
 }
 

@@ -1,5 +1,6 @@
 #include "camera/serviceapi/ControlThread.h"
 
+#include "camera/base/Activity.h"
 #include "camera/base/Contained.h"
 
 #include <condition_variable>
@@ -11,7 +12,11 @@
 namespace camera::serviceapi {
 
 ControlThread::ControlThread()
-    : _tasks([this](const Task& task) { _failures += base::contained("control", "a callback failed", task) ? 0 : 1; })
+    : _tasks([this](const Task& task) {
+          static const base::Activity::Label label("an operation of the control thread");
+          const base::Activity::Scope scope(base::Activity::Kind::control, label);
+          _failures += base::contained("control", "a callback failed", task) ? 0 : 1;
+      })
 {
 }
 

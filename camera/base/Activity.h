@@ -1,0 +1,101 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace camera::base {
+
+/**
+ * What the engines of a process are doing at this moment, in memory that another process can read, also when this one
+ * is hung or has died.
+ *
+ * The file holds one page. The process that watches creates it, the watched one shares it. A process that
+ * shares none writes into memory of its own. Thread-safe; writing takes no lock and allocates nothing.
+ */
+class Activity {
+public:
+    enum class Kind { frame, control };
+
+    /// A short text in a form that is copied quickly. A longer one is cut.
+    class Label {
+    public:
+        explicit Label(const std::string& text);
+
+    private:
+        friend class Activity;
+        static constexpr std::size_t kWords = 12;
+        std::array<std::uint64_t, kWords> _words{};
+    };
+
+    /// As long as it lives, the process does what the label says. Of scopes inside each other the innermost one is
+    /// named, and the outermost one says since when. An inner scope leaves another label behind when it is told one.
+    class Scope {
+    public:
+        Scope(Kind kind, const Label& label);
+        Scope(Kind kind, const Label& label, const Label& afterwards) : Scope(kind, label) { _outer = afterwards; }
+        ~Scope();
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+
+    private:
+        const Kind _kind;
+        std::int64_t _since;
+        Label _outer;
+    };
+
+    struct Doing {
+        std::string what; ///< "onFrame of engine 'Motion'"
+        std::chrono::steady_clock::time_point since;
+    };
+
+    /// Of this process.
+    static Activity& instance();
+
+    Activity();
+    ~Activity();
+    Activity(const Activity&) = delete;
+    Activity& operator=(const Activity&) = delete;
+
+    /// Makes the file and reads from it. @throws std::runtime_error with one sentence.
+    void create(const std::filesystem::path& file);
+
+    /// Writes into that file from now on. Before other threads use the object. @throws as create().
+    void share(const std::filesystem::path& file);
+
+    /// As after create(): for another process that shares the file.
+    void clear();
+
+    /// What is done now, or was done last by a process that has died; nothing between the operations.
+    std::optional<Doing> doing(Kind kind) const;
+
+    /// " during onFrame of engine 'Motion'", or empty.
+    std::string text() const;
+
+    void addFrame();
+    std::uint64_t frames() const;
+
+private:
+    struct Slot {
+        std::atomic<std::int64_t> since; ///< of the steady clock; 0: nothing is done
+        std::array<std::atomic<std::uint64_t>, Label::kWords> words;
+    };
+    struct Page {
+        std::array<Slot, 2> slots;
+        std::atomic<std::uint64_t> frames;
+    };
+
+    void map(const std::filesystem::path& file, int flags);
+    void write(Kind kind, const Label& label);
+    Label read(Kind kind) const;
+    Slot& slot(Kind kind) const { return _page->slots[kind == Kind::frame ? 0 : 1]; }
+
+    Page _own{};
+    Page* _page = &_own;
+};
+
+} // namespace camera::base
