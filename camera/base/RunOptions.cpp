@@ -117,7 +117,11 @@ Command videoCommand(const std::string& name, const std::string& summary)
 
 Command runCommand()
 {
-    return videoCommand("run", "Runs a camera whose picture is INPUT until Ctrl-C.");
+    Command command = videoCommand("run", "Runs a camera whose picture is INPUT until Ctrl-C.");
+    command.option("--restarts", wholeValue("N", 0, 1000000),
+                   "start the pipeline again after N crashes at most; without it 0 with --speed max, --oneshot or "
+                   "--frames, else 2 before the first frame; later crashes of such a run have no limit");
+    return command;
 }
 
 Command pipelineCommand()
@@ -127,6 +131,8 @@ Command pipelineCommand()
     command.option("--bus", {"ADDRESS"}, "the camera's bus; camera run starts one and gives its address",
                    Option::Count::required);
     command.flag("--temporary-state", "the state folder is removed when the camera ends");
+    command.flag("--again", "started again after a crash: the tour is told when it cannot start, and no more");
+    command.option("--activity", {"FILE", Offer::files}, "tell the process that started this one what is being done");
     return command;
 }
 
@@ -163,6 +169,9 @@ RunOptions runOptions(const Arguments& arguments)
     options.realSpeed = arguments.text("--speed") != "max";
     options.oneshot = arguments.has("--oneshot");
     options.loop = arguments.has("--loop") || (options.realSpeed && !options.oneshot);
+    if (arguments.has("--restarts")) {
+        options.restarts = static_cast<unsigned int>(arguments.whole("--restarts"));
+    }
     options.metadata = arguments.text("--metadata");
     options.overlay = arguments.text("--overlay");
     options.picture = arguments.text("--picture");
@@ -171,7 +180,13 @@ RunOptions runOptions(const Arguments& arguments)
 
 PipelineOptions pipelineOptions(const Arguments& arguments)
 {
-    return {runOptions(arguments), arguments.text("--bus"), arguments.has("--temporary-state")};
+    return {runOptions(arguments), arguments.text("--bus"), arguments.text("--activity"), arguments.has("--again"),
+            arguments.has("--temporary-state")};
+}
+
+bool isBatch(const RunOptions& options)
+{
+    return !options.realSpeed || options.oneshot || options.frames != 0;
 }
 
 } // namespace camera::base

@@ -2,6 +2,7 @@
 
 #include "camera/base/CommandLine.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,7 @@ struct RunOptions {
     bool loop = false;    ///< begin again at the end of the input
     bool oneshot = false; ///< end with the input
     bool realSpeed = true;
+    std::optional<unsigned int> restarts; ///< after crashes; nothing: as usual
     std::string metadata;
     std::string overlay;
     std::string picture;
@@ -57,8 +59,13 @@ struct RunOptions {
 struct PipelineOptions {
     RunOptions run;
     std::string bus;             ///< the address of the bus
+    std::string activity;        ///< the file that tells its supervisor what it does; empty: none
+    bool again = false;          ///< started again after a crash
     bool temporaryState = false; ///< the state folder is removed when the camera ends, for the summary
 };
+
+/// Whether the run is to end by itself: a crash is then no interruption but a failure.
+bool isBatch(const RunOptions& options);
 
 /// The commands `camera run` and camera-pipeline, which has some more options, without their functions.
 Command runCommand();

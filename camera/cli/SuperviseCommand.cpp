@@ -59,13 +59,13 @@ std::vector<std::string> servicesProgram(const RuntimeFolder& folder)
 
 std::vector<std::string> pipelineProgram(const RuntimeFolder& folder)
 {
-    return {besideProgram("camera-pipeline"), "--bus=" + folder.address()};
+    return {besideProgram("camera-pipeline"), "--bus=" + folder.address(), "--activity=" + folder.activity().string()};
 }
 
 std::vector<std::string> pipelineArguments(const base::Arguments& arguments, bool first)
 {
     Words words;
-    for (const base::Option& option : base::runCommand().options) {
+    for (const base::Option& option : base::pipelineCommand().options) {
         if (first || !isForFirstStart(option.name)) {
             for (const std::string& text : arguments.all(option.name)) {
                 words.push_back(option.name + (option.value ? "=" + text : ""));
@@ -76,19 +76,26 @@ std::vector<std::string> pipelineArguments(const base::Arguments& arguments, boo
     if (!first && !arguments.has("--ptz") && base::runOptions(arguments).camera.ptz) {
         words.push_back("--ptz");
     }
+    if (!first) {
+        words.push_back("--again");
+    }
     words.insert(words.end(), {"--", arguments.text("INPUT")});
     return words;
 }
 
 int superviseCamera(const base::Arguments& arguments, base::Console& console)
 {
-    const store::StateFolder state(base::runOptions(arguments).camera.stateDir);
+    const base::RunOptions options = base::runOptions(arguments);
+    const store::StateFolder state(options.camera.stateDir);
     supervisor::SupervisorOptions plan;
     plan.stateDir = state.path();
     plan.services = [&](const RuntimeFolder& folder, bool first) { return servicesWords(arguments, folder, first); };
     plan.pipeline = [&](const RuntimeFolder& folder, bool first) {
         return pipelineWords(state, arguments, folder, first);
     };
+    plan.plugin = options.camera.plugin.empty() ? "libdetection.so" : options.camera.plugin;
+    plan.batch = base::isBatch(options);
+    plan.restarts = options.restarts.value_or(plan.batch ? 0 : plan.restarts);
     supervisor::Clock clock;
     return supervisor::Supervisor(
                plan, [&console](const std::string& line) { console.error(line); }, clock)

@@ -7,6 +7,7 @@
 // then what is on its way is delivered, the overlay is completed, the plug-in is destroyed, and the bus goes last.
 #include "camera/pipeline/PipelineRun.h"
 
+#include "camera/base/Activity.h"
 #include "camera/base/Log.h"
 #include "camera/base/StopSignal.h"
 #include "camera/onvif/EventText.h"
@@ -20,6 +21,7 @@
 #include "camera/pipeline/RunReport.h"
 #include "camera/pipeline/RunSummary.h"
 #include "camera/pipeline/Scenario.h"
+#include "camera/pipeline/SupervisorWords.h"
 #include "camera/ptz/PositioningDriver.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ControlThread.h"
@@ -82,6 +84,7 @@ public:
         if (hasInput()) {
             runFrames();
         } else { // there are questions to answer only, and nothing moves
+            base::Activity::instance().addFrame();
             _stop.waitUntil(Clock::time_point::max());
         }
         const RunSummary summary = end();
@@ -123,9 +126,10 @@ private:
             _report.event(event);
             _console.line(onvif::describeEvent(event));
         });
-        for (const std::string& notice : _scenario.begin(*_device)) {
+        for (const std::string& notice : _scenario.begin(*_device, _options.again)) {
             _console.line(notice);
         }
+        tellBegun(_options.bus);
         _service = std::make_unique<PipelineService>(
             _options.bus, *_device,
             PipelineObject::Report{[this] { return status(); },
@@ -337,13 +341,23 @@ private:
 int runPipeline(base::PipelineOptions options, base::Console& console)
 {
     video::routeLibavLog(options.run.camera.verbosity > 0);
+    const std::string bus = options.bus;
+    int code = 1;
     try {
-        return PipelineRun(std::move(options), console).execute();
+        if (!options.activity.empty()) {
+            base::Activity::instance().share(options.activity);
+        }
+        code = PipelineRun(std::move(options), console).execute();
+    } catch (const base::UsageError& error) {
+        console.clearStatus();
+        console.error(error.what());
+        code = 2;
     } catch (const std::exception& error) {
         console.clearStatus();
         console.error(error.what());
-        return 1;
     }
+    tellOutcome(bus, code);
+    return code;
 }
 
 } // namespace camera::pipeline

@@ -53,7 +53,7 @@ PtzOption Scenario::positioning(const base::RunOptions& options)
     return result;
 }
 
-std::vector<std::string> Scenario::begin(Device& device) const
+std::vector<std::string> Scenario::begin(Device& device, bool again) const
 {
     std::vector<std::string> notices;
     for (const File& file : _files) {
@@ -63,7 +63,14 @@ std::vector<std::string> Scenario::begin(Device& device) const
         }
     }
     if (!_options.tour.empty()) {
-        startTour(device);
+        try {
+            startTour(device);
+        } catch (const std::exception& error) {
+            if (!again) {
+                throw;
+            }
+            notices.push_back(std::string("The tour of the command line is not started again: ") + error.what() + ".");
+        }
     }
     return notices;
 }

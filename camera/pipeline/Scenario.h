@@ -18,10 +18,11 @@ public:
 
     /**
      * Gives the device its configurations and starts the tour.
+     * @param again  after a crash: a preset of the tour may have been removed since, which does not end the run.
      * @return sentences for people about what will not be active where the camera stands.
      * @throws std::runtime_error with one sentence when the camera refuses one.
      */
-    std::vector<std::string> begin(Device& device) const;
+    std::vector<std::string> begin(Device& device, bool again = false) const;
 
     /// The positioning of a camera that begins like this.
     static PtzOption positioning(const base::RunOptions& options);

@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kLock = "supervisor.lock";
-constexpr std::array<const char*, 5> kFiles = {"bus", "address", "state", "pid", "bus.conf"};
+constexpr std::array<const char*, 6> kFiles = {"bus", "address", "state", "pid", "bus.conf", "activity"};
 
 // Unix sockets have short paths: the terminating zero counts.
 constexpr std::size_t kLongestSocketPath = sizeof(sockaddr_un::sun_path) - 1;

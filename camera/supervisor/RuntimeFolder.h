@@ -19,8 +19,8 @@ struct RunningCamera {
  * Where a running camera's bus lives: $XDG_RUNTIME_DIR/virtual-camera/<hash of the state folder>, or
  * <state folder>/run where there is no usable runtime directory.
  *
- * It holds the files "bus" (the daemon's socket), "address", "state" (the state folder), "pid" and
- * "bus.conf". The object holds the lock on the file "supervisor.lock" and takes everything away with
+ * It holds the files "bus" (the daemon's socket), "address", "state" (the state folder), "pid", "bus.conf"
+ * and "activity". The object holds the lock on the file "supervisor.lock" and takes everything away with
  * itself; what a killed run left is taken away by the next one, which finds the lock free.
  */
 class RuntimeFolder {
@@ -36,6 +36,7 @@ public:
     const std::filesystem::path& stateDir() const { return _stateDir; }
     std::filesystem::path socket() const { return _path / "bus"; }
     std::filesystem::path configuration() const { return _path / "bus.conf"; }
+    std::filesystem::path activity() const { return _path / "activity"; } ///< of the pipeline, see base::Activity
 
     /// The bus' address, as its clients take it.
     std::string address() const;

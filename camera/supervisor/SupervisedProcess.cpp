@@ -15,11 +15,11 @@ void SupervisedProcess::start()
 {
     _due.reset();
     _startedAt = _clock.now();
-    const bool first = _starts == 0;
     ++_starts;
     _status.restarts = _starts - 1;
-    _process = _start(first);
+    _process = _start();
     _status.pid = _process->pid();
+    _lastPid = _status.pid;
     _status.since = std::time(nullptr);
 }
 

@@ -32,8 +32,7 @@ struct SupervisorStatus {
 /// One of the camera's processes: runs, or waits for its next start, or does neither. Thread-bound.
 class SupervisedProcess {
 public:
-    /// @param first  whether this is its first start: later ones may need other arguments.
-    using Start = std::function<std::unique_ptr<ChildProcess>(bool first)>;
+    using Start = std::function<std::unique_ptr<ChildProcess>()>;
 
     SupervisedProcess(std::string name, Start start, Clock& clock);
 
@@ -42,6 +41,7 @@ public:
 
     const std::string& name() const { return _status.name; }
     const ProcessStatus& status() const { return _status; }
+    pid_t lastPid() const { return _lastPid; } ///< also after its end
     bool runs() const { return _process != nullptr; }
     bool startedOnce() const { return _starts == 1; }
 
@@ -67,6 +67,7 @@ private:
     std::optional<Clock::TimePoint> _due;
     Clock::TimePoint _startedAt;
     unsigned int _starts = 0;
+    pid_t _lastPid = 0;
     ProcessStatus _status;
 };
 

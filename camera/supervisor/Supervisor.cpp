@@ -53,11 +53,6 @@ std::string endText(const SupervisedProcess& process, const Exit& exit)
     return process.name() + " ended " + (exit.code() ? "with " : "by ") + exit.text();
 }
 
-bool isOutcome(std::optional<int> code)
-{
-    return code && *code >= 0 && *code <= 2;
-}
-
 } // namespace
 
 Supervisor::Supervisor(SupervisorOptions options, Report report, Clock& clock)
@@ -66,17 +61,18 @@ Supervisor::Supervisor(SupervisorOptions options, Report report, Clock& clock)
       _clock(clock),
       _wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
       _bus(
-          "dbus-daemon", [this](bool) { return _daemon->start(); }, clock),
+          "dbus-daemon", [this] { return _daemon->start(); }, clock),
       _services(
           "camera-services",
-          [this](bool first) {
-              return std::make_unique<ChildProcess>(Program{_options.services(*_folder, first), -1, -1});
+          [this] {
+              return std::make_unique<ChildProcess>(Program{_options.services(*_folder, !_servicesAnswer), -1, -1});
           },
           clock),
       _pipeline(
           "camera-pipeline",
-          [this](bool first) {
-              return std::make_unique<ChildProcess>(Program{_options.pipeline(*_folder, first), -1, -1});
+          [this] {
+              _activity.clear();
+              return std::make_unique<ChildProcess>(Program{_options.pipeline(*_folder, !_pipelineBegun), -1, -1});
           },
           clock),
       _processes{&_bus, &_services, &_pipeline}
@@ -106,6 +102,12 @@ void Supervisor::wake()
     [[maybe_unused]] const ssize_t written = ::write(_wakeUp.get(), &one, sizeof one); // a full counter wakes as well
 }
 
+void Supervisor::pipelineEnds(pid_t pid, int code)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _lastWord = {pid, code};
+}
+
 SupervisorStatus Supervisor::status() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
@@ -127,6 +129,7 @@ int Supervisor::run()
     _signals.emplace(); // before any thread starts
     _folder.emplace(_options.stateDir);
     _daemon.emplace(*_folder, _options.busProgram);
+    _activity.create(_folder->activity());
     try {
         supervise();
     } catch (...) {
@@ -220,10 +223,8 @@ void Supervisor::ended(SupervisedProcess& process, const Exit& exit)
     if (&process == &_bus) {
         return busEnded(exit);
     }
-    const bool restarts = &process == &_pipeline && std::exchange(_pipelineRestarts, false);
-    if (&process == &_pipeline && isOutcome(exit.code()) && !restarts) {
-        _outcome = exit.code(); // the pipeline has printed why
-        return;
+    if (&process == &_pipeline) {
+        return pipelineEnded(exit);
     }
     const std::string what = endText(process, exit);
     const bool gaveUp = exit.code() == 1 || exit.code() == 2;
@@ -233,6 +234,42 @@ void Supervisor::ended(SupervisedProcess& process, const Exit& exit)
         return;
     }
     startAgain(process, what);
+}
+
+void Supervisor::pipelineEnded(const Exit& exit)
+{
+    const std::optional<int> outcome = outcomeOf(exit);
+    if (std::exchange(_pipelineRestarts, false)) {
+        return startAgain(_pipeline, endText(_pipeline, exit));
+    }
+    if (outcome) {
+        _outcome = outcome; // the pipeline has printed why
+        return;
+    }
+    const std::string what = endText(_pipeline, exit) + _activity.text();
+    _anyFrame = _anyFrame || _activity.frames() != 0;
+    _crashes += _options.batch || !_anyFrame ? 1 : 0;
+    if (_crashes <= _options.restarts || (_anyFrame && !_options.batch)) {
+        return startAgain(_pipeline, what);
+    }
+    const std::string often = _options.batch ? "" : " before the first frame, " + std::to_string(_crashes) + " times";
+    _report(what + often + "; the run with the plug-in '" + _options.plugin +
+            "' ends (--restarts N starts the pipeline again)");
+    _outcome = 1;
+}
+
+// The exit code when the pipeline has said that it ends. An exit code alone may be that of an engine which ended the
+// process.
+std::optional<int> Supervisor::outcomeOf(const Exit& exit)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    if (_lastWord.first != _pipeline.lastPid()) {
+        return std::nullopt;
+    }
+    if (!exit.code()) {
+        _report(endText(_pipeline, exit) + " after its run was complete");
+    }
+    return std::max(_lastWord.second, exit.code().value_or(1));
 }
 
 void Supervisor::busEnded(const Exit& exit)
@@ -309,9 +346,10 @@ void Supervisor::busListens()
         wake();
     });
     _connection->add<SupervisorObject>([this](const std::shared_ptr<bus::Session>& session) {
-        return std::make_shared<SupervisorObject>(session, SupervisorObject::Operations{[this] { return status(); },
-                                                                                        [this] { stop(); },
-                                                                                        [this] { restartPipeline(); }});
+        return std::make_shared<SupervisorObject>(
+            session, SupervisorObject::Operations{[this] { return status(); }, [this] { stop(); },
+                                                  [this] { restartPipeline(); }, [this] { pipelineBegun(); },
+                                                  [this](pid_t pid, int code) { pipelineEnds(pid, code); }});
     });
     if (_options.ready) {
         whenServed(bus::service::kPipeline, [this] { _options.ready(_folder->address()); });
@@ -373,7 +411,7 @@ void Supervisor::awaitProcess(SupervisedProcess& process, Time until)
         const std::optional<Exit> exit = process.takeExit();
         if (exit && &process == &_pipeline) {
             // A pipeline that SIGTERM itself ended had not yet begun to handle the signal.
-            _pipelineCode = isOutcome(exit->code()) ? *exit->code() : exit->signal() == SIGTERM ? 0 : 1;
+            _pipelineCode = outcomeOf(*exit).value_or(exit->code().value_or(exit->signal() == SIGTERM ? 0 : 1));
         }
     }
 }

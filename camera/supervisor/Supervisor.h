@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/base/Activity.h"
 #include "camera/bus/Connection.h"
 #include "camera/supervisor/BusDaemon.h"
 #include "camera/supervisor/Clock.h"
@@ -21,7 +22,8 @@ namespace camera::supervisor {
 
 /// What a Supervisor is built with.
 struct SupervisorOptions {
-    /// The program and arguments of a process. @param first false for a restart.
+    /// The program and arguments of a process. @param first true until the process has taken what it is given only
+    /// once.
     using Words = std::function<std::vector<std::string>(const RuntimeFolder& folder, bool first)>;
 
     std::filesystem::path stateDir;
@@ -30,6 +32,12 @@ struct SupervisorOptions {
     /// Called with the bus' address whenever the pipeline begins to serve, on a thread of the supervisor. Without
     /// it others find the camera by its state folder; with it only the caller knows the address.
     std::function<void(const std::string& address)> ready;
+    /// With which plug-in it runs, for the report of a crash.
+    std::string plugin;
+    /// A run that is to end by itself: every crash of the pipeline counts, else those before the first frame.
+    bool batch = false;
+    /// How often a pipeline is started again before the next crash that counts ends the run.
+    unsigned int restarts = 2;
     std::string busProgram = "dbus-daemon";
     /// How long to wait for the bus to listen, and then for the services to answer.
     std::chrono::milliseconds readyWithin{5000};
@@ -43,10 +51,10 @@ struct SupervisorOptions {
  * Runs one virtual camera: its bus, camera-services and camera-pipeline, in this order. A process that dies is
  * started again, first at once and then after growing pauses; each such end is reported in one line.
  *
- * The run ends when the pipeline ends by itself (exit code 0, 1 or 2), when camera-services gives up at
- * its first start (1 or 2), on SIGINT, SIGTERM or SIGHUP, on stop(), or on the service's method "stop".
- * The processes are then ended in the opposite order within three seconds; a process that still runs is killed, at
- * once when a second SIGINT comes. No process and no file of the runtime folder is left.
+ * The run ends when the pipeline has said its last word over the bus and ended, when it crashed too often, when
+ * camera-services gives up at its first start (1 or 2), on SIGINT, SIGTERM or SIGHUP, on stop(), or on the service's
+ * method "stop". The processes are then ended in the opposite order within three seconds; a process that still runs is
+ * killed, at once when a second SIGINT comes. No process and no file of the runtime folder is left.
  */
 class Supervisor {
 public:
@@ -74,6 +82,12 @@ public:
     /// Ends the pipeline and starts it again, as after a crash. Any thread.
     void restartPipeline();
 
+    /// The pipeline has taken what only a first start is given. Any thread.
+    void pipelineBegun() { _pipelineBegun = true; }
+
+    /// The pipeline's last word before it ends: its exit code. Any thread.
+    void pipelineEnds(pid_t pid, int code);
+
     /// Any thread.
     SupervisorStatus status() const;
 
@@ -91,6 +105,8 @@ private:
     void collect();
     void ended(SupervisedProcess& process, const Exit& exit);
     void busEnded(const Exit& exit);
+    void pipelineEnded(const Exit& exit);
+    std::optional<int> outcomeOf(const Exit& exit);
     void startAgain(SupervisedProcess& process, const std::string& what);
     void startDue();
     void startProcess(SupervisedProcess& process);
@@ -109,10 +125,12 @@ private:
     std::atomic<bool> _stopping{false};
     std::atomic<bool> _servicesAnswer{false};
     std::atomic<bool> _restartPipeline{false};
+    std::atomic<bool> _pipelineBegun{false};
 
     std::optional<TerminationSignals> _signals;
     std::optional<RuntimeFolder> _folder;
     std::optional<BusDaemon> _daemon;
+    base::Activity _activity; ///< of the pipeline
     std::optional<bus::Connection> _connection;
     SupervisedProcess _bus;
     SupervisedProcess _services;
@@ -122,11 +140,14 @@ private:
     Time _readyBy;
     std::optional<int> _outcome;
     std::optional<int> _pipelineCode; ///< how it ended when it was told to end
+    bool _anyFrame = false;           ///< one came through the pipeline
+    unsigned int _crashes = 0;        ///< of the pipeline, those that count
     bool _pipelineRestarts = false;   ///< it was told to end so that it can be started again
     bool _killAtOnce = false;         ///< a second SIGINT came
 
-    mutable std::mutex _mutex; ///< of the status that status() returns
+    mutable std::mutex _mutex; ///< of the two below
     SupervisorStatus _published;
+    std::pair<pid_t, int> _lastWord; ///< of the pipeline: which process, and its exit code
 };
 
 } // namespace camera::supervisor

@@ -19,6 +19,8 @@ public:
         std::function<SupervisorStatus()> status;
         std::function<void()> stop;
         std::function<void()> restartPipeline;
+        std::function<void()> pipelineBegun;
+        std::function<void(pid_t pid, int code)> pipelineEnds;
     };
 
     SupervisorObject(const std::shared_ptr<bus::Session>& session, Operations operations);
@@ -31,6 +33,11 @@ private:
     std::vector<ProcessRow> processes() override;
     void stop() override { _operations.stop(); }
     void restartPipeline() override { _operations.restartPipeline(); }
+    void pipelineBegun() override { _operations.pipelineBegun(); }
+    void pipelineEnds(std::uint32_t pid, std::int32_t code) override
+    {
+        _operations.pipelineEnds(static_cast<pid_t>(pid), code);
+    }
 
     const Operations _operations;
 };

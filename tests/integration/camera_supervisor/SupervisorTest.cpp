@@ -166,9 +166,9 @@ TEST_F(SupervisorTest, startsBusServicesAndPipelineAndEndsThemInTheOppositeOrder
 
 TEST_F(SupervisorTest, endsWithThePipelinesCodeWithoutAWordOfItsOwn)
 {
-    for (const char* code : {"0", "1", "2"}) {
+    for (const std::string code : {"0", "1", "2"}) {
         fs::remove(journal);
-        begin({code});
+        begin({"e" + code});
         EXPECT_EQ(end(), code);
         EXPECT_THAT(kit::linesOf(journal), ElementsAre("services started", "pipeline started", "services told to end"));
         EXPECT_THAT(reported.lines(), IsEmpty());
@@ -176,16 +176,66 @@ TEST_F(SupervisorTest, endsWithThePipelinesCodeWithoutAWordOfItsOwn)
     }
 }
 
-TEST_F(SupervisorTest, startsAPipelineAgainThatEndsOtherwiseAtOnceAndThenAfterGrowingPauses)
+TEST_F(SupervisorTest, startsAPipelineAgainThatCrashesAtOnceAndThenAfterGrowingPauses)
 {
-    begin({"3,4,127,3,0"});
+    begin({"bf3,0,127,1,e0"});
     EXPECT_EQ(end(), "0");
     EXPECT_THAT(reported.lines(), ElementsAre("camera-pipeline ended with exit code 3; starting it again",
-                                              "camera-pipeline ended with exit code 4; starting it again in 100 ms",
+                                              "camera-pipeline ended with exit code 0; starting it again in 100 ms",
                                               "camera-pipeline ended with exit code 127; starting it again in 200 ms",
-                                              "camera-pipeline ended with exit code 3; starting it again in 400 ms"));
+                                              "camera-pipeline ended with exit code 1; starting it again in 400 ms"));
     EXPECT_THAT(pipelineFirst, ElementsAre(true, false, false, false, false));
     EXPECT_THAT(servicesFirst, ElementsAre(true));
+}
+
+TEST_F(SupervisorTest, aStartThatDiesBeforeItHasBegunIsStillTheFirstOne)
+{
+    begin({"f3,k,b0,e0"});
+    EXPECT_EQ(end(), "0");
+    EXPECT_THAT(pipelineFirst, ElementsAre(true, true, true, false));
+}
+
+TEST_F(SupervisorTest, threeCrashesBeforeTheFirstFrameEndALiveRun)
+{
+    options.plugin = "libdetection.so";
+    begin({"3,0,dk,e0"});
+    EXPECT_EQ(end(), "1");
+    EXPECT_THAT(reported.lines(),
+                ElementsAre(_, _,
+                            "camera-pipeline ended by signal 9 (Killed) during onFrame of engine 'Motion' before the "
+                            "first frame, 3 times; the run with the plug-in 'libdetection.so' ends (--restarts N "
+                            "starts the pipeline again)"));
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, theFirstCrashEndsABatchAndNamesPluginEngineAndSignal)
+{
+    options.batch = true;
+    options.restarts = 0;
+    options.plugin = "libdetection.so";
+    begin({"bfdk"});
+    EXPECT_EQ(end(), "1");
+    EXPECT_THAT(
+        reported.lines(),
+        ElementsAre("camera-pipeline ended by signal 9 (Killed) during onFrame of engine 'Motion'; the run with "
+                    "the plug-in 'libdetection.so' ends (--restarts N starts the pipeline again)"));
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, asManyCrashesOfABatchAsAllowedDoNotEndIt)
+{
+    options.batch = true;
+    options.restarts = 2;
+    begin({"f3,f0,e0"});
+    EXPECT_EQ(end(), "0");
+    EXPECT_THAT(pipelineFirst, SizeIs(3));
+}
+
+TEST_F(SupervisorTest, aPipelineThatCrashesAfterItsLastWordIsNoSuccessAndNotStartedAgain)
+{
+    begin({"ek"});
+    EXPECT_EQ(end(), "1");
+    EXPECT_THAT(reported.lines(), ElementsAre("camera-pipeline ended by signal 9 (Killed) after its run was complete"));
 }
 
 TEST_F(SupervisorTest, startsThePipelineAgainWhenItIsToldTo)
@@ -196,7 +246,7 @@ TEST_F(SupervisorTest, startsThePipelineAgainWhenItIsToldTo)
     supervisor->restartPipeline();
     ASSERT_TRUE(replaced("camera-pipeline", before));
     EXPECT_THAT(reported.lines(), ElementsAre("camera-pipeline ended with exit code 0; starting it again"));
-    EXPECT_THAT(pipelineFirst, ElementsAre(true, false));
+    EXPECT_THAT(pipelineFirst, SizeIs(2));
     supervisor->stop();
     EXPECT_EQ(end(), "0");
     expectNothingLeft();
@@ -217,7 +267,7 @@ TEST_F(SupervisorTest, tellsItsAddressToOneListenerInsteadOfToAll)
 
 TEST_F(SupervisorTest, pausesLongerThanASecondAreToldInSeconds)
 {
-    begin({"3,3,3,3,3,3,3,3,0"});
+    begin({"f3,3,3,3,3,3,3,3,e0"});
     EXPECT_EQ(end(), "0");
     const std::vector<std::string> lines = reported.lines();
     ASSERT_EQ(lines.size(), 8U);
@@ -302,7 +352,7 @@ TEST_F(SupervisorTest, startsWithoutServicesThatNeverAnswerAndSaysSo)
     options.readyWithin = 2s; // of real time: the bus needs some of it
     ownServices = true;
     options.services = [this](const RuntimeFolder& at, bool) { return standin("services", "-", at, {}); };
-    begin({"0"});
+    begin({"e0"});
     EXPECT_EQ(end(), "0");
     EXPECT_THAT(reported.lines(), ElementsAre("camera-services does not answer in time; the camera starts without it"));
     EXPECT_TRUE(journalHas(1, "pipeline started"));

@@ -2,15 +2,20 @@
 //
 // Writes "NAME started" and "NAME told to end" into the journal. The n-th of EXIT-CODES ("3,0,...") ends its n-th
 // start at once; "-", or none, means that it runs until it is told to end. A stubborn one does not end then. One that
-// is told to end when there is no bus any more says so.
+// is told to end when there is no bus any more says so. Letters before a code say what it does first: b, it tells that
+// it has begun, f, a frame comes through, d, it begins a frame, e, it says its last word. 'k' in the place of the
+// number is a crash.
 
+#include "camera/base/Activity.h"
 #include "camera/bus/Address.h"
 #include "camera/bus/Connection.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -37,13 +42,45 @@ std::size_t startsSoFar(const std::string& journal, const std::string& name)
     return count;
 }
 
-void endAsPlanned(const std::string& codes, std::size_t start)
+[[noreturn]] void end(const std::string& address, std::string code)
+{
+    using camera::base::Activity;
+    const std::string word = code.substr(0, code.find_first_of("0123456789k"));
+    code.erase(0, word.size());
+    const auto connection = sdbus::createSessionBusConnectionWithAddress(address);
+    const auto proxy = sdbus::createProxy(*connection, "ravel.supervisor", "/ravel/supervisor/main");
+    static Activity::Label label("onFrame of engine 'Motion'");
+    static std::optional<Activity::Scope> frame;
+    for (const char letter : word) {
+        if (letter == 'b') {
+            proxy->callMethod("pipelineBegun").onInterface("ravel.supervisor");
+        } else if (letter == 'e') {
+            proxy->callMethod("pipelineEnds")
+                .onInterface("ravel.supervisor")
+                .withArguments(static_cast<std::uint32_t>(::getpid()), std::int32_t{code == "k" ? 0 : std::stoi(code)});
+        } else {
+            const std::filesystem::path socket = camera::bus::socketPath(address);
+            Activity::instance().share(socket.parent_path() / "activity");
+            if (letter == 'f') {
+                Activity::instance().addFrame();
+            } else {
+                frame.emplace(Activity::Kind::frame, label);
+            }
+        }
+    }
+    if (code == "k") {
+        ::raise(SIGKILL);
+    }
+    std::_Exit(std::stoi(code));
+}
+
+void endAsPlanned(const std::string& codes, std::size_t start, const std::string& address)
 {
     std::istringstream list(codes);
     std::string code;
     for (std::size_t i = 0; i < start && std::getline(list, code, ','); ++i) {
         if (i + 1 == start && code != "-") {
-            std::_Exit(std::stoi(code));
+            end(address, code);
         }
     }
 }
@@ -90,7 +127,7 @@ int main(int count, char** words)
     pthread_sigmask(SIG_BLOCK, &end, nullptr);
     ::alarm(120); // whatever goes wrong in a test, nothing of it stays for ever
     note(journal, name + " started");
-    endAsPlanned(given.size() > 4 ? given[4] : "", startsSoFar(journal, name));
+    endAsPlanned(given.size() > 4 ? given[4] : "", startsSoFar(journal, name), given.at(2));
     camera::bus::Connection connection(given.at(2), name);
     if (given.at(3) != "-") {
         connection.add<Name>([&](const std::shared_ptr<camera::bus::Session>& session) {

@@ -149,17 +149,17 @@ TEST_F(PipelineArgumentsTest, areThoseOfTheRun)
     EXPECT_THAT(after({"--", "--config"}, true), ElementsAre("--", "--config"));
 }
 
-TEST_F(PipelineArgumentsTest, areWithoutWhatTheCameraHasKeptSinceItsFirstStart)
+TEST_F(PipelineArgumentsTest, areWithoutWhatTheCameraKeepsOnceAStartHasTakenIt)
 {
     EXPECT_THAT(after({"a", "--config", "a.xml", "--speed", "max", "--config=b.xml", "-v"}, false),
-                ElementsAre("--speed=max", "-v", "--", "a"));
+                ElementsAre("--speed=max", "-v", "--again", "--", "a"));
 }
 
 TEST_F(PipelineArgumentsTest, keepACameraMovable)
 {
-    EXPECT_THAT(after({"a", "--preset", "Door"}, false), ElementsAre("--ptz", "--", "a"));
+    EXPECT_THAT(after({"a", "--preset", "Door"}, false), ElementsAre("--ptz", "--again", "--", "a"));
     EXPECT_THAT(after({"--ptz", "--place=Door=1,2,3", "a", "--tour", "Door"}, false),
-                ElementsAre("--tour=Door", "--ptz", "--", "a"));
+                ElementsAre("--tour=Door", "--ptz", "--again", "--", "a"));
 }
 
 class FramesFileTest : public testing::Test {

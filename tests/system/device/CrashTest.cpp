@@ -1,0 +1,96 @@
+// An engine ends the process of the pipeline: what the run does then.
+#include "DeviceTest.h"
+
+#include "kit/EnvironmentVariable.h"
+
+namespace camera::system_tests {
+namespace {
+
+using namespace testing;
+
+class CrashTest : public DeviceTest {
+protected:
+    /// The engine fails there, in each process or in the first one only.
+    void fails(const std::string& where, const std::string& how, bool once)
+    {
+        _where.emplace("FAULTY_WHERE", where);
+        _how.emplace("FAULTY_HOW", how);
+        _once.emplace("FAULTY_ONCE", once ? path("failed") : "");
+    }
+
+    Finished runToItsEnd(Words options) const
+    {
+        options.insert(options.begin(), {"run", kScene, "--engine", FAULTY_ENGINE});
+        return camera(options);
+    }
+
+private:
+    std::optional<kit::EnvironmentVariable> _where;
+    std::optional<kit::EnvironmentVariable> _how;
+    std::optional<kit::EnvironmentVariable> _once;
+};
+
+TEST_F(CrashTest, aFirstStartThatDiesIsStillTheFirstStart)
+{
+    fails("create", "crash", true);
+    RunningCamera camera(state(),
+                         {kLively, "--engine", FAULTY_ENGINE, "--place", "Door=0,0,1", "--place", "Gate=20,0,1",
+                          "--preset", "Door", "--tour", "Gate:0,Door:3600", "--config", motion("Door rule", "Door")});
+    ASSERT_TRUE(camera.serves()) << camera.err();
+    EXPECT_TRUE(camera.waitForRules("Motion", "at Door")) << camera.err();
+    EXPECT_THAT(camera.command({"preset", "list"}).out, AllOf(HasSubstr("Door"), HasSubstr("Gate")));
+    EXPECT_THAT(camera.err(), HasSubstr("camera-pipeline ended by signal 11 (Segmentation fault) during the start of "
+                                        "the engine module 'Faulty'; starting it again"));
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
+}
+
+// Only what the pipeline says of itself is an outcome.
+TEST_F(CrashTest, exitCalledByAnEngineIsACrash)
+{
+    fails("frame", "exit", true);
+    RunningCamera camera(state(), {kLively, "--engine", FAULTY_ENGINE, "--config", simple("Anything")});
+    ASSERT_TRUE(camera.serves()) << camera.err();
+    EXPECT_TRUE(camera.waitForRules("Simple", "everywhere"));
+    EXPECT_THAT(camera.err(), HasSubstr("camera-pipeline ended with exit code 0 during onFrame of engine 'Faulty'; "
+                                        "starting it again"));
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
+}
+
+TEST_F(CrashTest, theFirstCrashOfABatchEndsItWithOne)
+{
+    const std::vector<Words> batches = {
+        {"--speed", "max"}, {"--speed", "max", "--loop"}, {"--oneshot"}, {"--frames", "100"}};
+    for (const Words& batch : batches) {
+        for (const std::string how : {"crash", "exit"}) {
+            fails("frame", how, false);
+            const Finished done = runToItsEnd(batch);
+            EXPECT_EQ(1, done.exitCode) << batch.front();
+            EXPECT_THAT(done.err, AllOf(HasSubstr(how == "exit" ? "exit code 0" : "signal 11 (Segmentation fault)"),
+                                        HasSubstr("engine 'Faulty'"), HasSubstr("libdetection.so")));
+            EXPECT_THAT(done.err, Not(HasSubstr("starting it again")));
+        }
+    }
+}
+
+TEST_F(CrashTest, aBatchThatMayRestartGoesOn)
+{
+    fails("frame", "crash", true);
+    const Finished done = runToItsEnd({"--speed", "max", "--restarts", "1"});
+    EXPECT_EQ(0, done.exitCode) << done.err;
+    EXPECT_THAT(done.err, HasSubstr("starting it again"));
+}
+
+TEST_F(CrashTest, threeCrashesBeforeTheFirstFrameEndALiveRun)
+{
+    fails("frame", "crash", false);
+    const Finished done = runToItsEnd({"--loop"});
+    EXPECT_EQ(1, done.exitCode);
+    EXPECT_EQ(2U, count(done.err, "starting it again")) << done.err;
+    EXPECT_THAT(done.err, HasSubstr("before the first frame, 3 times"));
+    const Finished never = runToItsEnd({"--loop", "--restarts", "0"});
+    EXPECT_EQ(1, never.exitCode);
+    EXPECT_EQ(0U, count(never.err, "starting it again")) << never.err;
+}
+
+} // namespace
+} // namespace camera::system_tests
