@@ -1,6 +1,7 @@
 // One small table: what is parsed, refused, printed and completed by it.
 #include "camera/base/CommandLine.h"
 #include "kit/Refusal.h"
+#include "kit/RowName.h"
 
 #include <gmock/gmock.h>
 
@@ -68,24 +69,42 @@ TEST(CommandLineTest, readsOptionsAndArgumentsInAnyOrder)
     EXPECT_THAT(parsed("paint", {"--pot", "p", "a", "--", "--pot"}).all("PART"), ElementsAre("a", "--pot"));
 }
 
-TEST(CommandLineTest, refusesInOneSentence)
+struct Refused {
+    const char* command;
+    Words words;
+    std::string sentence;
+};
+
+void PrintTo(const Refused& row, std::ostream* out)
 {
-    const std::string see = "; see door open --help.";
-    EXPECT_EQ(refused("open", {}), "door open: left|right is missing" + see);
-    EXPECT_EQ(refused("open", {"up"}), "door open takes left or right, not 'up'.");
-    EXPECT_EQ(refused("open", {"left", "1", "2"}), "door open: '2' is too much" + see);
-    EXPECT_EQ(refused("open", {"left", "1.5"}), "door open: WIDTH takes a number from -1 to 1, not '1.5'.");
-    EXPECT_EQ(refused("open", {"left", "", "2"}), "door open: WIDTH is empty" + see);
-    EXPECT_EQ(refused("open", {"left", "--for", "x"}), "--for takes a whole number from 1 to 60, not 'x'.");
-    EXPECT_EQ(refused("open", {"left", "--for=1", "--for", "2"}), "door open: --for is given twice; once is enough.");
-    EXPECT_EQ(refused("open", {"left", "--for"}), "door open: --for needs S after it.");
-    EXPECT_EQ(refused("open", {"left", "--for", "--with=x"}), "door open: --for needs S after it.");
-    EXPECT_EQ(refused("open", {"left", "--with", "\xff"}), "--with: '\xff' is not UTF-8 text; write it in UTF-8.");
-    EXPECT_EQ(refused("open", {"left", "-x"}), "door open: there is no option -x" + see);
-    EXPECT_EQ(refused("lock list", {"--json=1"}), "door lock list: --json takes no value.");
-    EXPECT_EQ(refused("paint", {"a"}), "door paint: --pot FILE is missing; see door paint --help.");
-    EXPECT_EQ(refused("paint", {"a", "--pot="}), "door paint: --pot is given an empty value; see door paint --help.");
+    *out << testing::PrintToString(row.words);
 }
+
+class RefusedCommandLineTest : public testing::TestWithParam<Refused> {};
+
+TEST_P(RefusedCommandLineTest, isOneSentence)
+{
+    EXPECT_EQ(refused(GetParam().command, GetParam().words), GetParam().sentence);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Words, RefusedCommandLineTest,
+    testing::Values(
+        Refused{"open", {}, "door open: left|right is missing; see door open --help."},
+        Refused{"open", {"up"}, "door open takes left or right, not 'up'."},
+        Refused{"open", {"left", "1", "2"}, "door open: '2' is too much; see door open --help."},
+        Refused{"open", {"left", "1.5"}, "door open: WIDTH takes a number from -1 to 1, not '1.5'."},
+        Refused{"open", {"left", "", "2"}, "door open: WIDTH is empty; see door open --help."},
+        Refused{"open", {"left", "--for", "x"}, "--for takes a whole number from 1 to 60, not 'x'."},
+        Refused{"open", {"left", "--for=1", "--for", "2"}, "door open: --for is given twice; once is enough."},
+        Refused{"open", {"left", "--for"}, "door open: --for needs S after it."},
+        Refused{"open", {"left", "--for", "--with=x"}, "door open: --for needs S after it."},
+        Refused{"open", {"left", "--with", "\xff"}, "--with: '\xff' is not UTF-8 text; write it in UTF-8."},
+        Refused{"open", {"left", "-x"}, "door open: there is no option -x; see door open --help."},
+        Refused{"lock list", {"--json=1"}, "door lock list: --json takes no value."},
+        Refused{"paint", {"a"}, "door paint: --pot FILE is missing; see door paint --help."},
+        Refused{"paint", {"a", "--pot="}, "door paint: --pot is given an empty value; see door paint --help."}),
+    [](const auto& info) { return kit::rowName(info.index, testing::PrintToString(info.param.words)); });
 
 TEST(CommandLineTest, takesNumbersWithDigitsOnly)
 {
@@ -121,26 +140,43 @@ TEST(CommandLineTest, helpIsPrintedAtEveryLevel)
               "\nExit codes: 0 done, 1 failed, 2 wrong arguments.\n");
 }
 
-TEST(CommandLineTest, completesEveryLevel)
+struct Completed {
+    Words words;
+    Words offered;
+};
+
+void PrintTo(const Completed& row, std::ostream* out)
 {
-    const auto completed = [](const Words& words) { return completions(door(), words); };
-    EXPECT_THAT(completed({""}), ElementsAre("words", "--help", "lock", "open", "paint"));
-    EXPECT_THAT(completed({"l"}), ElementsAre("words", "lock"));
-    EXPECT_THAT(completed({"lock", ""}), ElementsAre("words", "--help", "go", "list"));
-    EXPECT_THAT(completed({"lock", "x", ""}), ElementsAre("words"));
-    EXPECT_THAT(completed({"walk", ""}), ElementsAre("words"));
-    EXPECT_THAT(completed({"lock", "go", "Ga"}), ElementsAre("words", "Garden gate", "Gate"));
-    EXPECT_THAT(completed({"lock", "go", "Gate", ""}), ElementsAre("words", "--help", "-v"));
-    EXPECT_THAT(completed({"lock", "go", "-"}), ElementsAre("words", "--help", "-v"));
-    EXPECT_THAT(completed({"lock", "go", "--", "-"}), ElementsAre("words"));
-    EXPECT_THAT(completed({"open", ""}), ElementsAre("words", "left", "right"));
-    EXPECT_THAT(completed({"open", "--for", "1", "--"}), ElementsAre("words", "--help", "--with"));
-    EXPECT_THAT(completed({"open", "--for=3", "--with", "r"}), ElementsAre("words", "room 3"));
-    EXPECT_THAT(completed({"open", "--for", "4", "--with=r"}), ElementsAre("words", "room 4"));
-    EXPECT_THAT(completed({"paint", "--pot", ""}), ElementsAre("files"));
-    EXPECT_THAT(completed({"paint", "--pot=x"}), ElementsAre("files"));
-    EXPECT_THAT(completed({"open", "--nothing=x"}), ElementsAre("words"));
-    EXPECT_THAT(completed({}), testing::Contains("lock"));
+    *out << testing::PrintToString(row.words);
+}
+
+class CompletionTest : public testing::TestWithParam<Completed> {};
+
+TEST_P(CompletionTest, offersWhatMayStandThere)
+{
+    EXPECT_EQ(completions(door(), GetParam().words), GetParam().offered);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Levels, CompletionTest,
+    testing::Values(Completed{{""}, {"words", "--help", "lock", "open", "paint"}}, Completed{{"l"}, {"words", "lock"}},
+                    Completed{{"lock", ""}, {"words", "--help", "go", "list"}}, Completed{{"lock", "x", ""}, {"words"}},
+                    Completed{{"walk", ""}, {"words"}},
+                    Completed{{"lock", "go", "Ga"}, {"words", "Garden gate", "Gate"}},
+                    Completed{{"lock", "go", "Gate", ""}, {"words", "--help", "-v"}},
+                    Completed{{"lock", "go", "-"}, {"words", "--help", "-v"}},
+                    Completed{{"lock", "go", "--", "-"}, {"words"}},
+                    Completed{{"open", ""}, {"words", "left", "right"}},
+                    Completed{{"open", "--for", "1", "--"}, {"words", "--help", "--with"}},
+                    Completed{{"open", "--for=3", "--with", "r"}, {"words", "room 3"}},
+                    Completed{{"open", "--for", "4", "--with=r"}, {"words", "room 4"}},
+                    Completed{{"paint", "--pot", ""}, {"files"}}, Completed{{"paint", "--pot=x"}, {"files"}},
+                    Completed{{"open", "--nothing=x"}, {"words"}}),
+    [](const auto& info) { return kit::rowName(info.index, testing::PrintToString(info.param.words)); });
+
+TEST(CommandLineTest, completesNothingByNamingEveryCommand)
+{
+    EXPECT_THAT(completions(door(), {}), testing::Contains("lock"));
 }
 
 // What is printed without a command, with standard output being this file.

@@ -1,6 +1,7 @@
 // What the arguments of a run say.
 #include "camera/base/RunOptions.h"
 #include "kit/Refusal.h"
+#include "kit/RowName.h"
 
 #include <gmock/gmock.h>
 
@@ -71,32 +72,87 @@ TEST(RunOptionsTest, takesWhatFollowsTwoDashesForTheInput)
     EXPECT_EQ("-", parseRun({"-"}).input);
 }
 
-TEST(RunOptionsTest, refusesWhatItCannotUseInOneSentence)
+struct RefusedRun {
+    Words words;
+    std::string sentence;
+};
+
+void PrintTo(const RefusedRun& row, std::ostream* out)
 {
-    EXPECT_EQ("camera run: INPUT is missing; see camera run --help.", refused({}));
-    EXPECT_EQ("camera run: 'b' is too much; see camera run --help.", refused({"a", "b"}));
-    EXPECT_EQ("camera run: --loop and --oneshot exclude each other; keep one of them.",
-              refused({"a", "--loop", "--oneshot"}));
-    EXPECT_EQ("camera run: there is no option --colour; see camera run --help.", refused({"a", "--colour"}));
-    EXPECT_EQ("camera run: there is no option -x; see camera run --help.", refused({"a", "-x"}));
-    EXPECT_EQ("--orientation takes 0, 90, 180 or 270, not '45'.", refused({"a", "--orientation", "45"}));
-    EXPECT_EQ("--orientation takes 0, 90, 180 or 270, not '90.0'.", refused({"a", "--orientation=90.0"}));
-    EXPECT_EQ("--speed takes real or max, not 'fast'.", refused({"a", "--speed", "fast"}));
-    EXPECT_EQ("camera run: --config needs FILE.xml after it.", refused({"a", "--config"}));
-    EXPECT_EQ("camera run: --config needs FILE.xml after it.", refused({"a", "--config", "--ptz"}));
-    EXPECT_EQ("camera run: --ptz takes no value.", refused({"a", "--ptz=yes"}));
-    EXPECT_EQ("camera run: --state is given twice; once is enough.", refused({"a", "--state", "x", "--state", "y"}));
-    EXPECT_THAT(refused({"a", "--state="}), HasSubstr("--state is given an empty value"));
+    *out << testing::PrintToString(row.words);
 }
 
-TEST(RunOptionsTest, refusesNumbersOfFramesThatAreNone)
+class RefusedRunTest : public testing::TestWithParam<RefusedRun> {};
+
+TEST_P(RefusedRunTest, isOneSentence)
 {
-    for (const std::string text : {"0", "1.5", "ten", "", "1e3", "99999999999999999999", " 1", "1 "}) {
-        EXPECT_EQ("--frames takes a whole number from 1 to 1000000000000, not '" + text + "'.",
-                  refused({"a", "--frames=" + text}));
-    }
-    EXPECT_THAT(refused({"a", "--frames", "-1"}), HasSubstr("not '-1'"));
+    EXPECT_EQ(refused(GetParam().words), GetParam().sentence);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Words, RefusedRunTest,
+    testing::Values(
+        RefusedRun{{}, "camera run: INPUT is missing; see camera run --help."},
+        RefusedRun{{"a", "b"}, "camera run: 'b' is too much; see camera run --help."},
+        RefusedRun{{"a", "--loop", "--oneshot"},
+                   "camera run: --loop and --oneshot exclude each other; keep one of them."},
+        RefusedRun{{"a", "--colour"}, "camera run: there is no option --colour; see camera run --help."},
+        RefusedRun{{"a", "-x"}, "camera run: there is no option -x; see camera run --help."},
+        RefusedRun{{"a", "--orientation", "45"}, "--orientation takes 0, 90, 180 or 270, not '45'."},
+        RefusedRun{{"a", "--orientation=90.0"}, "--orientation takes 0, 90, 180 or 270, not '90.0'."},
+        RefusedRun{{"a", "--speed", "fast"}, "--speed takes real or max, not 'fast'."},
+        RefusedRun{{"a", "--config"}, "camera run: --config needs FILE.xml after it."},
+        RefusedRun{{"a", "--config", "--ptz"}, "camera run: --config needs FILE.xml after it."},
+        RefusedRun{{"a", "--ptz=yes"}, "camera run: --ptz takes no value."},
+        RefusedRun{{"a", "--state", "x", "--state", "y"}, "camera run: --state is given twice; once is enough."},
+        RefusedRun{{"a", "--place="}, "--place takes NAME=PAN,TILT,ZOOM (degrees and magnification), not ''."},
+        RefusedRun{{"a", "--place=Gate"}, "--place takes NAME=PAN,TILT,ZOOM (degrees and magnification), not 'Gate'."},
+        RefusedRun{{"a", "--place=Gate="},
+                   "--place takes NAME=PAN,TILT,ZOOM (degrees and magnification), not 'Gate='."},
+        RefusedRun{{"a", "--place==1,2,3"},
+                   "--place takes NAME=PAN,TILT,ZOOM (degrees and magnification), not '=1,2,3'."},
+        RefusedRun{{"a", "--place=Gate=1,2"},
+                   "--place takes NAME=PAN,TILT,ZOOM (degrees and magnification), not 'Gate=1,2'."},
+        RefusedRun{{"a", "--place=Gate=1,2,3,4"},
+                   "--place takes NAME=PAN,TILT,ZOOM (degrees and magnification), not 'Gate=1,2,3,4'."},
+        RefusedRun{{"a", "--place=G=361,0,1"}, "--place takes a number from -360 to 360, not '361'."},
+        RefusedRun{{"a", "--place=G=0,-90.1,1"}, "--place takes a number from -90 to 90, not '-90.1'."},
+        RefusedRun{{"a", "--place=G=0,0,0.5"}, "--place takes a number from 1 to 100, not '0.5'."},
+        RefusedRun{{"a", "--place=G=nan,0,1"}, "--place takes a number from -360 to 360, not 'nan'."},
+        RefusedRun{{"a", "--place=G=inf,0,1"}, "--place takes a number from -360 to 360, not 'inf'."},
+        RefusedRun{{"a", "--place=G=,0,1"}, "--place takes a number from -360 to 360, not ''."},
+        RefusedRun{{"a", "--place=G=1x,0,1"}, "--place takes a number from -360 to 360, not '1x'."},
+        RefusedRun{{"a", "--size="}, "--size takes WIDTHxHEIGHT, 1280x720 for instance, not ''."},
+        RefusedRun{{"a", "--size=1280"}, "--size takes WIDTHxHEIGHT, 1280x720 for instance, not '1280'."},
+        RefusedRun{{"a", "--size=1280x720x2"}, "--size takes WIDTHxHEIGHT, 1280x720 for instance, not '1280x720x2'."},
+        RefusedRun{{"a", "--size=1280X720"}, "--size takes WIDTHxHEIGHT, 1280x720 for instance, not '1280X720'."},
+        RefusedRun{{"a", "--size=x720"}, "--size takes a whole number from 16 to 8192, not ''."},
+        RefusedRun{{"a", "--size=1280x8194"}, "--size takes a whole number from 16 to 8192, not '8194'."},
+        RefusedRun{{"a", "--size=-16x16"}, "--size takes a whole number from 16 to 8192, not '-16'."},
+        RefusedRun{{"a", "--size=14x16"}, "--size takes a whole number from 16 to 8192, not '14'."},
+        RefusedRun{{"a", "--size=17x16"}, "--size takes even numbers, not '17x16'."},
+        RefusedRun{{"a", "--size=16x17"}, "--size takes even numbers, not '16x17'."},
+        RefusedRun{{"a", "--tour="}, "--tour takes NAME[:SECONDS],..., not ''."},
+        RefusedRun{{"a", "--tour=,"}, "--tour takes NAME[:SECONDS],..., not ','."},
+        RefusedRun{{"a", "--tour=Gate,"}, "--tour takes NAME[:SECONDS],..., not 'Gate,'."},
+        RefusedRun{{"a", "--tour=:3"}, "--tour takes NAME[:SECONDS],..., not ':3'."},
+        RefusedRun{{"a", "--tour=Gate,:3"}, "--tour takes NAME[:SECONDS],..., not 'Gate,:3'."},
+        RefusedRun{{"a", "--tour=Gate:"}, "--tour takes a number from 0 to 86400, not ''."},
+        RefusedRun{{"a", "--tour=Gate:-1"}, "--tour takes a number from 0 to 86400, not '-1'."},
+        RefusedRun{{"a", "--tour=Gate:soon"}, "--tour takes a number from 0 to 86400, not 'soon'."},
+        RefusedRun{{"a", "--tour=Gate:86401"}, "--tour takes a number from 0 to 86400, not '86401'."},
+        RefusedRun{{"a", "--frames=0"}, "--frames takes a whole number from 1 to 1000000000000, not '0'."},
+        RefusedRun{{"a", "--frames=1.5"}, "--frames takes a whole number from 1 to 1000000000000, not '1.5'."},
+        RefusedRun{{"a", "--frames=ten"}, "--frames takes a whole number from 1 to 1000000000000, not 'ten'."},
+        RefusedRun{{"a", "--frames="}, "--frames takes a whole number from 1 to 1000000000000, not ''."},
+        RefusedRun{{"a", "--frames=1e3"}, "--frames takes a whole number from 1 to 1000000000000, not '1e3'."},
+        RefusedRun{{"a", "--frames=99999999999999999999"},
+                   "--frames takes a whole number from 1 to 1000000000000, not '99999999999999999999'."},
+        RefusedRun{{"a", "--frames= 1"}, "--frames takes a whole number from 1 to 1000000000000, not ' 1'."},
+        RefusedRun{{"a", "--frames=1 "}, "--frames takes a whole number from 1 to 1000000000000, not '1 '."},
+        RefusedRun{{"a", "--state="}, "camera run: --state is given an empty value; see camera run --help."},
+        RefusedRun{{"a", "--frames", "-1"}, "--frames takes a whole number from 1 to 1000000000000, not '-1'."}),
+    [](const auto& info) { return kit::rowName(info.index, testing::PrintToString(info.param.words)); });
 
 TEST(RunOptionsTest, readsPlaces)
 {
@@ -112,21 +168,6 @@ TEST(RunOptionsTest, readsPlaces)
     EXPECT_TRUE(options.camera.ptz) << "only a camera that can move has places";
 }
 
-TEST(RunOptionsTest, refusesWhatIsNoPlace)
-{
-    for (const std::string text : {"", "Gate", "Gate=", "=1,2,3", "Gate=1,2", "Gate=1,2,3,4"}) {
-        EXPECT_EQ(refused({"a", "--place=" + text}),
-                  "--place takes NAME=PAN,TILT,ZOOM (degrees and magnification), not '" + text + "'.");
-    }
-    EXPECT_EQ(refused({"a", "--place=G=361,0,1"}), "--place takes a number from -360 to 360, not '361'.");
-    EXPECT_EQ(refused({"a", "--place=G=0,-90.1,1"}), "--place takes a number from -90 to 90, not '-90.1'.");
-    EXPECT_EQ(refused({"a", "--place=G=0,0,0.5"}), "--place takes a number from 1 to 100, not '0.5'.");
-    EXPECT_EQ(refused({"a", "--place=G=nan,0,1"}), "--place takes a number from -360 to 360, not 'nan'.");
-    EXPECT_EQ(refused({"a", "--place=G=inf,0,1"}), "--place takes a number from -360 to 360, not 'inf'.");
-    EXPECT_EQ(refused({"a", "--place=G=,0,1"}), "--place takes a number from -360 to 360, not ''.");
-    EXPECT_EQ(refused({"a", "--place=G=1x,0,1"}), "--place takes a number from -360 to 360, not '1x'.");
-}
-
 TEST(RunOptionsTest, readsATour)
 {
     const RunOptions options = parseRun({"clip.mp4", "--tour", "Gate:0.5,Yard,A:B:86400"});
@@ -140,17 +181,6 @@ TEST(RunOptionsTest, readsATour)
     EXPECT_TRUE(options.camera.ptz);
 }
 
-TEST(RunOptionsTest, refusesWhatIsNoTour)
-{
-    for (const std::string text : {"", ",", "Gate,", ":3", "Gate,:3"}) {
-        EXPECT_EQ(refused({"a", "--tour=" + text}), "--tour takes NAME[:SECONDS],..., not '" + text + "'.");
-    }
-    EXPECT_EQ(refused({"a", "--tour=Gate:"}), "--tour takes a number from 0 to 86400, not ''.");
-    EXPECT_EQ(refused({"a", "--tour=Gate:-1"}), "--tour takes a number from 0 to 86400, not '-1'.");
-    EXPECT_EQ(refused({"a", "--tour=Gate:soon"}), "--tour takes a number from 0 to 86400, not 'soon'.");
-    EXPECT_EQ(refused({"a", "--tour=Gate:86401"}), "--tour takes a number from 0 to 86400, not '86401'.");
-}
-
 TEST(RunOptionsTest, readsASize)
 {
     EXPECT_EQ(parseRun({"clip.mp4"}).width, 0);
@@ -158,20 +188,6 @@ TEST(RunOptionsTest, readsASize)
     EXPECT_EQ(options.width, 1280);
     EXPECT_EQ(options.height, 720);
     EXPECT_FALSE(options.camera.ptz);
-}
-
-TEST(RunOptionsTest, refusesWhatIsNoSize)
-{
-    for (const std::string text : {"", "1280", "1280x720x2", "1280X720"}) {
-        EXPECT_EQ(refused({"a", "--size=" + text}),
-                  "--size takes WIDTHxHEIGHT, 1280x720 for instance, not '" + text + "'.");
-    }
-    EXPECT_EQ(refused({"a", "--size=x720"}), "--size takes a whole number from 16 to 8192, not ''.");
-    EXPECT_EQ(refused({"a", "--size=1280x8194"}), "--size takes a whole number from 16 to 8192, not '8194'.");
-    EXPECT_EQ(refused({"a", "--size=-16x16"}), "--size takes a whole number from 16 to 8192, not '-16'.");
-    EXPECT_EQ(refused({"a", "--size=14x16"}), "--size takes a whole number from 16 to 8192, not '14'.");
-    EXPECT_EQ(refused({"a", "--size=17x16"}), "--size takes even numbers, not '17x16'.");
-    EXPECT_EQ(refused({"a", "--size=16x17"}), "--size takes even numbers, not '16x17'.");
 }
 
 TEST(RunOptionsTest, aRunAtRealSpeedBeginsAgainUnlessOnePassIsAskedFor)

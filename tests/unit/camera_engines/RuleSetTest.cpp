@@ -1,4 +1,5 @@
 #include "EngineBench.h"
+#include "kit/RowName.h"
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -179,6 +180,11 @@ struct Refused {
     const char* value;
 };
 
+void PrintTo(const Refused& row, std::ostream* out)
+{
+    *out << row.parameter;
+}
+
 std::vector<Refused> refused()
 {
     const auto cells = [](const std::string& moduleItems, const std::string& ruleItems) {
@@ -239,18 +245,22 @@ std::vector<Refused> refused()
     };
 }
 
-TEST_F(RuleSetTest, refusesEachWrongParameterWithOneLineNamingComponentParameterAndValue)
+class RefusedParameterTest : public RuleSetTest, public WithParamInterface<Refused> {};
+
+TEST_P(RefusedParameterTest, isOneLineNamingComponentParameterAndValue)
 {
-    for (const Refused& one : refused()) {
-        EngineBench& bench = std::string(one.engine) == "Simple" ? simple : motion;
-        OwnedRuleSet rules(bench);
-        EXPECT_FALSE(rules->setFullConfig(one.config)) << one.config;
-        const auto named = [](const char* text) { return HasSubstr(std::string("'") + text); };
-        EXPECT_THAT(takeLogLines(), ElementsAre(AllOf(HasSubstr(std::string(one.engine) + ": "), named(one.component),
-                                                      named(one.parameter), named(one.value))))
-            << one.config;
-    }
+    const Refused& one = GetParam();
+    OwnedRuleSet rules(std::string(one.engine) == "Simple" ? simple : motion);
+    EXPECT_FALSE(rules->setFullConfig(one.config)) << one.config;
+    const auto named = [](const char* text) { return HasSubstr(std::string("'") + text); };
+    EXPECT_THAT(takeLogLines(), ElementsAre(AllOf(HasSubstr(std::string(one.engine) + ": "), named(one.component),
+                                                  named(one.parameter), named(one.value))));
 }
+
+INSTANTIATE_TEST_SUITE_P(Parameters, RefusedParameterTest, ValuesIn(refused()), [](const auto& info) {
+    return kit::rowName(info.index,
+                        std::string(info.param.engine) + " " + info.param.parameter + " " + info.param.value);
+});
 
 TEST_F(RuleSetTest, refusesAComponentWithoutAList)
 {

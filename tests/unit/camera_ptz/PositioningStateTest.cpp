@@ -1,4 +1,5 @@
 // What outlives a unit.
+#include "kit/RowName.h"
 #include "unit/camera_ptz/PositioningFixture.h"
 
 namespace {
@@ -73,37 +74,48 @@ TEST_F(PositioningStateTest, takesNothingOfADocumentThatIsNotWhole)
     EXPECT_EQ(refusal(good), "taken");
 }
 
-TEST_F(PositioningStateTest, refusesHostileDocuments)
+struct HostileChange {
+    std::string what;
+    std::string instead;
+};
+
+void PrintTo(const HostileChange& row, std::ostream* out)
 {
-    const auto with = [&](const std::string& what, const std::string& instead) {
-        std::string document = R"({"version":1,"position":{"pan":0,"tilt":0,"zoom":100},"preset":"A",)"
-                               R"("presets":[{"name":"A","pan":0,"tilt":0,"zoom":100}],)"
-                               R"("tours":[{"name":"T","stops":[{"preset":"A","dwellMs":5,"speedPercent":9}]}]})";
-        const auto at = document.find(what);
-        EXPECT_NE(at, std::string::npos) << what;
-        return document.replace(at, what.size(), instead);
-    };
-    EXPECT_EQ(refusal(with("\"A\"", "\"A\"")), "taken");
-    for (const auto& [what, instead] : std::vector<std::pair<std::string, std::string>>{
-             {"\"version\":1", "\"version\":2"},
-             {"\"pan\":0", "\"pan\":360000"},
-             {"\"pan\":0", "\"pan\":-1"},
-             {"\"pan\":0", "\"pan\":1e300"},
-             {"\"pan\":0", "\"pan\":\"0\""},
-             {"\"zoom\":100", "\"zoom\":99"},
-             {"\"preset\":\"A\"", "\"preset\":\"B\""},
-             {"\"preset\":\"A\"", "\"preset\":7"},
-             {"\"name\":\"A\"", "\"name\":\"\""},
-             {"\"name\":\"A\"", "\"nom\":\"A\""},
-             {"\"dwellMs\":5", "\"dwellMs\":99999999999"},
-             {"\"speedPercent\":9", "\"speedPercent\":0"},
-             {"\"stops\":[", "\"stops\":7,\"x\":["},
-             {"[{\"preset\":\"A\",\"dwellMs\":5,\"speedPercent\":9}]", "[]"},
-             {"\"tours\":[", "\"tours\":[7,"},
-             {"\"presets\":[", "\"presets\":[{\"name\":\"A\",\"pan\":0,\"tilt\":0,\"zoom\":100},"},
-         }) {
-        EXPECT_THAT(refusal(with(what, instead)), HasSubstr("cannot be used: ")) << instead;
-    }
+    *out << row.instead;
+}
+
+class HostileStateTest : public PositioningStateTest, public WithParamInterface<HostileChange> {
+protected:
+    std::string document = R"({"version":1,"position":{"pan":0,"tilt":0,"zoom":100},"preset":"A",)"
+                           R"("presets":[{"name":"A","pan":0,"tilt":0,"zoom":100}],)"
+                           R"("tours":[{"name":"T","stops":[{"preset":"A","dwellMs":5,"speedPercent":9}]}]})";
+};
+
+TEST_P(HostileStateTest, isNotUsed)
+{
+    ASSERT_EQ(refusal(document), "taken");
+    const auto& [what, instead] = GetParam();
+    ASSERT_THAT(document, HasSubstr(what));
+    EXPECT_THAT(refusal(document.replace(document.find(what), what.size(), instead)), HasSubstr("cannot be used: "));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Changes, HostileStateTest,
+    Values(HostileChange{"\"version\":1", "\"version\":2"}, HostileChange{"\"pan\":0", "\"pan\":360000"},
+           HostileChange{"\"pan\":0", "\"pan\":-1"}, HostileChange{"\"pan\":0", "\"pan\":1e300"},
+           HostileChange{"\"pan\":0", "\"pan\":\"0\""}, HostileChange{"\"zoom\":100", "\"zoom\":99"},
+           HostileChange{"\"preset\":\"A\"", "\"preset\":\"B\""}, HostileChange{"\"preset\":\"A\"", "\"preset\":7"},
+           HostileChange{"\"name\":\"A\"", "\"name\":\"\""}, HostileChange{"\"name\":\"A\"", "\"nom\":\"A\""},
+           HostileChange{"\"dwellMs\":5", "\"dwellMs\":99999999999"},
+           HostileChange{"\"speedPercent\":9", "\"speedPercent\":0"},
+           HostileChange{"\"stops\":[", "\"stops\":7,\"x\":["},
+           HostileChange{"[{\"preset\":\"A\",\"dwellMs\":5,\"speedPercent\":9}]", "[]"},
+           HostileChange{"\"tours\":[", "\"tours\":[7,"},
+           HostileChange{"\"presets\":[", "\"presets\":[{\"name\":\"A\",\"pan\":0,\"tilt\":0,\"zoom\":100},"}),
+    [](const auto& info) { return kit::rowName(info.index, info.param.instead); });
+
+TEST_F(PositioningStateTest, refusesWhatIsNoDocument)
+{
     EXPECT_THAT(refusal(std::string(100000, '[')), HasSubstr("cannot be used"));
     EXPECT_THAT(refusal(std::string(2000000, ' ')), HasSubstr("larger than"));
     EXPECT_THAT(refusal("[]"), HasSubstr("missing"));

@@ -200,16 +200,43 @@ TEST_F(PositioningToursTest, followsARenamedPreset)
     EXPECT_EQ(unit->tours()[0].stops[0].preset, "Door");
 }
 
-TEST_F(PositioningToursTest, refusesWhatIsNoTour)
+struct RefusedTour {
+    const char* name;
+    camera::ptz::Tour tour;
+    camera::ptz::CommandStatus status;
+};
+
+void PrintTo(const RefusedTour& row, std::ostream* out)
 {
-    EXPECT_EQ(unit->createTour({"", {{"Gate", {}, 100}}}).status, Status::badName);
-    EXPECT_EQ(unit->createTour({"T", {}}).status, Status::badRequest);
-    EXPECT_EQ(unit->createTour({"T", std::vector<camera::ptz::TourStop>(65, {"Gate", {}, 100})}).status,
-              Status::badRequest);
-    EXPECT_EQ(unit->createTour({"T", {{"Cellar", {}, 100}}}).status, Status::unknownPreset);
-    EXPECT_EQ(unit->createTour({"T", {{"Gate", Milliseconds(-1), 100}}}).status, Status::badRequest);
-    EXPECT_EQ(unit->createTour({"T", {{"Gate", {}, 0}}}).status, Status::badRequest);
-    EXPECT_EQ(unit->createTour({"T", {{"Gate", {}, 101}}}).status, Status::badRequest);
+    *out << row.name;
+}
+
+class RefusedTourTest : public PositioningToursTest, public testing::WithParamInterface<RefusedTour> {};
+
+TEST_P(RefusedTourTest, isNotKept)
+{
+    EXPECT_EQ(unit->createTour(GetParam().tour).status, GetParam().status);
+    EXPECT_EQ(unit->tours().size(), 1u);
+    EXPECT_THAT(reported(), IsEmpty());
+}
+
+using Dwell = std::chrono::milliseconds;
+using Refusal = camera::ptz::CommandStatus;
+INSTANTIATE_TEST_SUITE_P(
+    Tours, RefusedTourTest,
+    testing::Values(RefusedTour{"withoutAName", {"", {{"Gate", {}, 100}}}, Refusal::badName},
+                    RefusedTour{"withoutAStop", {"T", {}}, Refusal::badRequest},
+                    RefusedTour{"ofTooManyStops",
+                                {"T", std::vector<camera::ptz::TourStop>(65, {"Gate", {}, 100})},
+                                Refusal::badRequest},
+                    RefusedTour{"overAnUnknownPreset", {"T", {{"Cellar", {}, 100}}}, Refusal::unknownPreset},
+                    RefusedTour{"ofNegativeTime", {"T", {{"Gate", Dwell(-1), 100}}}, Refusal::badRequest},
+                    RefusedTour{"withoutASpeed", {"T", {{"Gate", {}, 0}}}, Refusal::badRequest},
+                    RefusedTour{"ofTooGreatASpeed", {"T", {{"Gate", {}, 101}}}, Refusal::badRequest}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(PositioningToursTest, refusesToursThatAreNotThereAndMoreThanItKeeps)
+{
     EXPECT_EQ(unit->startTour("T", operator1).status, Status::unknownTour);
     EXPECT_EQ(unit->removeTour("T").status, Status::unknownTour);
     EXPECT_EQ(unit->stopTour(operator1).status, Status::notRunning);
