@@ -38,7 +38,7 @@ public:
     void configure(int degrees)
     {
         const std::lock_guard<std::mutex> lock(_mutex);
-        _configuredAngle = degrees;
+        _configuredOrientation = degrees;
     }
 
     void moveFilter(bool moving) { _listener->dayNightMoves(moving); }
@@ -63,7 +63,7 @@ public:
     {
         {
             const std::lock_guard<std::mutex> lock(_mutex);
-            _angle = degrees;
+            _orientation = degrees;
         }
         if (_listener != nullptr) {
             _listener->orientationChanged(degrees);
@@ -99,10 +99,10 @@ public:
         return reply("window_blanking", color, _color);
     }
     ravel_core_status blankingEnabled(bool& enabled) override { return reply("window_blanking", enabled, _blanking); }
-    ravel_core_status orientation(std::uint32_t& degrees) override { return reply("rotate", degrees, _angle); }
+    ravel_core_status orientation(std::uint32_t& degrees) override { return reply("rotate", degrees, _orientation); }
     ravel_core_status configurationValue(const std::string& key, int& value) override
     {
-        const ravel_core_status status = reply("configuration", value, _configuredAngle);
+        const ravel_core_status status = reply("configuration", value, _configuredOrientation);
         return key == "default_analytics_rotation" ? status : camera::serviceapi::kNotFound;
     }
     void sendMetadata(const std::string& document) override
@@ -131,8 +131,8 @@ private:
     std::map<std::string, ravel_core_status> _answers;
     camera::serviceapi::RegionColor _color;
     bool _blanking = false;
-    std::uint32_t _angle = 0;
-    int _configuredAngle = 0;
+    std::uint32_t _orientation = 0;
+    int _configuredOrientation = 0;
     std::vector<std::string> _documents;
     Listener* _listener = nullptr;
     bool _started = false;

@@ -7,8 +7,6 @@
 #include <sqlite3.h>
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -133,9 +131,7 @@ TEST_F(DeviceTest, writesMetadataDocumentsToTheFileAndHandsThemToTheStreamer)
     EXPECT_EQ(device->statistics().documents, 3u);
     EXPECT_EQ(device->statistics().documentsWritten, 3u);
     device.reset();
-    std::ifstream stream(folder / "metadata.xml");
-    const std::string content{std::istreambuf_iterator<char>(stream), {}};
-    EXPECT_EQ(content, "<frame n=\"10\"/>\n<frame n=\"12\"/>\n<frame n=\"14\"/>\n");
+    EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), "<frame n=\"10\"/>\n<frame n=\"12\"/>\n<frame n=\"14\"/>\n");
 }
 
 TEST_F(DeviceTest, opensTheMetadataStreamOnceTheServiceAppears)

@@ -234,9 +234,7 @@ TEST_F(HostPromisesTest, eventsRaisedThroughAWholeDestructionDoNothingOnceNobody
             hosted.events.load()->OnEvent("topic", "source", "data");
         }
     });
-    while (heard == 0) {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(kit::eventually([&] { return heard > 0; }));
     // From here on the runner stops serving, and only then the rules are cleared.
     XmlWatch::instance().onCleanup = [&] { destroying = true; };
     device->shutdown();

@@ -1,19 +1,18 @@
 // The documented order and its tests name each other.
+#include "kit/TemporaryFolder.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <string>
 
 namespace {
 
-std::string contentOf(const std::string& path)
+std::string inTree(const std::string& path)
 {
-    std::ifstream stream(std::string(SOURCE_TREE) + path);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    return kit::contentOf(SOURCE_TREE + path);
 }
 
 std::set<std::string> matches(const std::string& text, const std::regex& pattern)
@@ -27,8 +26,8 @@ std::set<std::string> matches(const std::string& text, const std::regex& pattern
 
 TEST(PositioningTable, hasOneTestForEachRow)
 {
-    const auto rows = matches(contentOf("/docs/positioning-events.md"), std::regex("\\| `(\\w+)` \\|\n"));
-    const auto tests = matches(contentOf("/tests/integration/camera_pipeline/PositioningEventsTest.cpp"),
+    const auto rows = matches(inTree("/docs/positioning-events.md"), std::regex("\\| `(\\w+)` \\|\n"));
+    const auto tests = matches(inTree("/tests/integration/camera_pipeline/PositioningEventsTest.cpp"),
                                std::regex("TEST_F\\(PositioningEventsTest, (\\w+)\\)"));
     EXPECT_GT(rows.size(), 15u);
     EXPECT_EQ(rows, tests);

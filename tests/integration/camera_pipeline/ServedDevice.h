@@ -1,10 +1,9 @@
 #pragma once
 
 #include "camera/pipeline/PipelineService.h"
-#include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
 #include "integration/camera_pipeline/BusClient.h"
-#include "integration/camera_pipeline/DeviceFixture.h"
+#include "integration/camera_pipeline/PositioningDevice.h"
 #include "kit/PrivateBus.h"
 
 #include <memory>
@@ -20,24 +19,15 @@ using EngineRow = sdbus::Struct<std::string, std::string, Texts, Texts, std::uin
                                 double, double, std::vector<std::uint64_t>>;
 
 /// A PTZ camera over the real module, served on a bus of the test's own, and a client of it.
-class ServedDevice : public DeviceFixture {
+class ServedDevice : public PositioningDevice {
 protected:
-    void SetUp() override
-    {
-        DeviceFixture::SetUp();
-        hosted.reset({"Motion", "Simple"});
-        options.engineCount = 2;
-        options.ptz.emplace();
-        options.ptz->presets = {{"Gate", 10000, 0, 100}, {"Yard", 20000, 0, 100}};
-    }
-
     void TearDown() override
     {
         if (device) {
             device->shutdown();
         }
         pipelineService.reset();
-        DeviceFixture::TearDown();
+        PositioningDevice::TearDown();
     }
 
     void serve()
@@ -87,17 +77,6 @@ protected:
     Acceptance configure(const std::string& xml)
     {
         return client.ask<std::int32_t, std::uint8_t>(service::kOnvifAnalyticService, "setConfiguration", xml);
-    }
-
-    camera::ptz::PositioningUnit& unit() { return device->positioning(); }
-
-    void untilItStands()
-    {
-        for (int tick = 0; tick < 10000 && unit().moving(); ++tick) {
-            unit().advance(20ms);
-        }
-        ASSERT_FALSE(unit().moving());
-        device->drain();
     }
 
     kit::PrivateBus bus;

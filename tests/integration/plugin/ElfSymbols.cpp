@@ -1,12 +1,12 @@
 #include "ElfSymbols.h"
 
+#include "kit/TemporaryFolder.h"
+
 #include <cxxabi.h>
 #include <elf.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 
@@ -17,10 +17,8 @@ namespace {
 /// The bytes of the file with bounds-checked access to its tables.
 class ElfFile {
 public:
-    explicit ElfFile(const std::string& path)
+    explicit ElfFile(const std::string& path) : _bytes(kit::contentOf(path))
     {
-        std::ifstream file(path, std::ios::binary);
-        _bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
         if (_bytes.size() < sizeof(Elf64_Ehdr) || std::memcmp(_bytes.data(), ELFMAG, SELFMAG) != 0 ||
             _bytes[EI_CLASS] != ELFCLASS64) {
             throw std::runtime_error(path + " is no 64-bit library");
@@ -63,7 +61,7 @@ private:
         return record;
     }
 
-    std::vector<char> _bytes;
+    const std::string _bytes;
     std::vector<Elf64_Shdr> _sections;
 };
 

@@ -1,6 +1,7 @@
 #include "NamesTable.h"
 
-#include <fstream>
+#include "kit/TemporaryFolder.h"
+
 #include <sstream>
 #include <stdexcept>
 
@@ -42,10 +43,9 @@ std::vector<std::string> cellsOf(const std::string& line)
 
 std::vector<NameRow> readNames(const std::string& path)
 {
-    std::ifstream page(path);
     std::vector<NameRow> rows;
     bool inTable = false;
-    for (std::string line; std::getline(page, line);) {
+    for (const std::string& line : kit::linesOf(path)) {
         if (line.compare(0, 4, "|---") == 0) {
             inTable = true;
         } else if (inTable) {
