@@ -84,6 +84,9 @@ base::Command listing(const std::string& name, const std::string& summary, std::
 /// The program camera: the table of all its commands, in the order of the help.
 const base::Program& cameraProgram();
 
+/// Lists the cameras that run; it asks none of them.
+base::Command listCommand();
+
 // The commands by subject. Each gets --camera and --timeout besides its own options.
 std::vector<base::Command> positioningCommands();
 std::vector<base::Command> serviceCommands();

@@ -41,7 +41,7 @@ void appendWithCamera(std::vector<Command>& all, const std::vector<Command>& som
 
 std::vector<Command> commands()
 {
-    std::vector<Command> all = {run()};
+    std::vector<Command> all = {run(), listCommand()};
     appendWithCamera(all, statusCommands());
     appendWithCamera(all, positioningCommands());
     appendWithCamera(all, analyticsCommands());
@@ -85,7 +85,8 @@ const base::Program& cameraProgram()
 {
     static const base::Program program = {
         "camera", "A virtual camera: it loads the detection plug-in as a network camera does, on real video.",
-        "All commands but run and completion ask a running camera: the only one, or the one with the state folder\n"
+        "All commands but run, list and completion ask a running camera: the only one, or the one with the state "
+        "folder\n"
         "that --camera DIR names. config, rules and modules with --state DIR work on a state folder also while no\n"
         "camera runs on it.\n",
         commands(), cameraNames};

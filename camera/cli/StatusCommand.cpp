@@ -1,7 +1,9 @@
 #include "camera/base/Text.h"
 #include "camera/cli/JsonOutput.h"
+#include "camera/supervisor/RuntimeFolder.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 
 namespace camera::cli {
@@ -256,6 +258,23 @@ int status(Context& context)
     return 0;
 }
 
+int list(Context& context)
+{
+    using supervisor::RuntimeFolder;
+    const bool all = context.arguments.has("--all");
+    for (const supervisor::RunningCamera& camera :
+         all ? RuntimeFolder::runningOfAllUsers() : RuntimeFolder::running()) {
+        const std::string user = all ? "  user " + std::to_string(camera.user) : "";
+        if (context.json()) {
+            context.print(jsonObject({"state", "pid", "user", "address"}, camera.stateDir.string(),
+                                     std::atoi(camera.pid.c_str()), camera.user, camera.address));
+        } else {
+            context.console.line(base::printable(camera.stateDir.string() + "  pid " + camera.pid + user));
+        }
+    }
+    return 0;
+}
+
 int shutDown(Context& context)
 {
     context.client().ask(&bus::SupervisorClient::stop);
@@ -264,6 +283,14 @@ int shutDown(Context& context)
 }
 
 } // namespace
+
+base::Command listCommand()
+{
+    return base::Command("list", "Lists the cameras that run.")
+        .flag("--all", "those of all users, as far as they can be seen")
+        .flag("--json", "print JSON, one object a line")
+        .does(onCamera(list));
+}
 
 std::vector<base::Command> statusCommands()
 {

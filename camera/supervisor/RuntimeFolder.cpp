@@ -14,6 +14,9 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <tuple>
+#include <unistd.h>
+#include <utility>
 
 namespace camera::supervisor {
 
@@ -22,6 +25,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kLock = "supervisor.lock";
+constexpr const char* kFolder = "virtual-camera";
+constexpr const char* kPointer = "runtime"; ///< in the state folder: the path of the runtime folder
 constexpr std::array<const char*, 6> kFiles = {"bus", "address", "state", "pid", "bus.conf", "activity"};
 
 // Unix sockets have short paths: the terminating zero counts.
@@ -51,22 +56,62 @@ fs::path canonicalState(const fs::path& stateDir)
     return path.has_filename() ? path : path.parent_path(); // "state/" is the folder "state"
 }
 
-// The user's folder of running cameras; empty when there is no usable one.
-fs::path commonFolder()
+std::string firstLine(const fs::path& path)
 {
-    const char* folder = std::getenv("XDG_RUNTIME_DIR");
-    if (folder == nullptr || *folder != '/' || ::access(folder, W_OK | X_OK) != 0) {
-        return {};
-    }
-    return fs::path(folder) / "virtual-camera";
+    std::ifstream file(path);
+    std::string line;
+    std::getline(file, line);
+    return line;
 }
 
-// First the one that a start takes; then, in case the starter's environment was another one, the rest.
-std::vector<fs::path> placesOf(const fs::path& state)
+bool isUsable(const fs::path& folder)
+{
+    struct stat found {};
+    return folder.is_absolute() && ::stat(folder.c_str(), &found) == 0 && S_ISDIR(found.st_mode) &&
+           found.st_uid == ::geteuid() && ::access(folder.c_str(), W_OK | X_OK) == 0;
+}
+
+// A real folder of that user, into which nobody else can have put anything.
+bool isPrivate(const fs::path& folder, uid_t user)
+{
+    struct stat found {};
+    return ::lstat(folder.c_str(), &found) == 0 && S_ISDIR(found.st_mode) && found.st_uid == user &&
+           (found.st_mode & 07777U) == 0700;
+}
+
+fs::path temporaryFolder(const RuntimeRoots& roots, uid_t user)
+{
+    return roots.temporary / (kFolder + ("-" + std::to_string(user)));
+}
+
+// The user's folders of running cameras: first the one that a start takes, then where others of this user may have
+// started. A runtime directory that is not the system's own stands for itself alone.
+std::vector<fs::path> commonFolders(const RuntimeRoots& roots)
+{
+    const fs::path users = roots.users / std::to_string(::geteuid());
+    const char* given = std::getenv("XDG_RUNTIME_DIR");
+    if (given != nullptr && isUsable(given) && fs::path(given).lexically_normal() != users) {
+        return {fs::path(given) / kFolder};
+    }
+    std::vector<fs::path> folders;
+    if (isUsable(users)) {
+        folders.push_back(users / kFolder);
+    }
+    folders.push_back(temporaryFolder(roots, ::geteuid()));
+    return folders;
+}
+
+// Where a camera on this state folder may run.
+std::vector<fs::path> placesOf(const fs::path& state, const RuntimeRoots& roots)
 {
     std::vector<fs::path> places;
-    if (const fs::path common = commonFolder(); !common.empty()) {
-        places.push_back(common / hashOf(state.string()));
+    for (const fs::path& common : commonFolders(roots)) {
+        if (isPrivate(common, ::geteuid())) {
+            places.push_back(common / hashOf(state.string()));
+        }
+    }
+    if (const fs::path named = firstLine(state / kPointer); !named.empty()) {
+        places.push_back(named);
     }
     places.push_back(state / "run");
     return places;
@@ -87,14 +132,6 @@ bool isHeld(const fs::path& folder)
     const base::FileDescriptor file(::open((folder / kLock).c_str(), O_RDONLY | O_CLOEXEC));
     struct flock lock = wholeFile();
     return file && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
-}
-
-std::string firstLine(const fs::path& path)
-{
-    std::ifstream file(path);
-    std::string line;
-    std::getline(file, line);
-    return line;
 }
 
 void writeLine(const fs::path& path, const std::string& line)
@@ -133,6 +170,30 @@ bool isStill(const base::FileDescriptor& file, const fs::path& path)
            ours.st_dev == named.st_dev;
 }
 
+// What others than that user could have written is left out.
+void addRunning(std::vector<RunningCamera>& found, const fs::path& common, uid_t user)
+{
+    if (!isPrivate(common, user)) {
+        return;
+    }
+    std::error_code ignored;
+    for (const fs::directory_entry& entry : fs::directory_iterator(common, ignored)) {
+        const std::string address = firstLine(entry.path() / "address");
+        const std::string state = firstLine(entry.path() / "state");
+        if (!address.empty() && !state.empty() && isHeld(entry.path())) {
+            found.push_back({state, address, firstLine(entry.path() / "pid"), user});
+        }
+    }
+}
+
+std::vector<RunningCamera> sorted(std::vector<RunningCamera> cameras)
+{
+    std::sort(cameras.begin(), cameras.end(), [](const RunningCamera& a, const RunningCamera& b) {
+        return std::tie(a.user, a.stateDir) < std::tie(b.user, b.stateDir);
+    });
+    return cameras;
+}
+
 // As the bus writes addresses: everything but these characters as %xx.
 std::string escaped(const std::string& text)
 {
@@ -152,7 +213,7 @@ std::string escaped(const std::string& text)
 
 } // namespace
 
-RuntimeFolder::RuntimeFolder(const fs::path& stateDir)
+RuntimeFolder::RuntimeFolder(const fs::path& stateDir, const RuntimeRoots& roots)
 {
     if (stateDir.empty()) {
         throw std::runtime_error("no state folder is named");
@@ -165,7 +226,15 @@ RuntimeFolder::RuntimeFolder(const fs::path& stateDir)
                                  "; make it writable or name another one");
     }
     _stateDir = canonicalState(stateDir);
-    _path = placesOf(_stateDir).front();
+    const fs::path common = commonFolders(roots).front();
+    if (::mkdir(common.c_str(), 0700), isPrivate(common, ::geteuid())) {
+        _path = common / hashOf(_stateDir.string());
+    } else {
+        _path = _stateDir / "run";
+        _notice = "'" + common.string() +
+                  "' is no folder that only this user can use (mode 700); the camera is found by its state folder "
+                  "alone, with --camera DIR";
+    }
     if (socket().string().size() > kLongestSocketPath) {
         throw std::runtime_error("the path '" + socket().string() + "' is too long for a socket (" +
                                  std::to_string(socket().string().size()) + " bytes of at most " +
@@ -173,6 +242,11 @@ RuntimeFolder::RuntimeFolder(const fs::path& stateDir)
                                  "); set XDG_RUNTIME_DIR to a folder with a shorter path");
     }
     lock();
+    for (const fs::path& place : placesOf(_stateDir, roots)) {
+        if (place != _path && isHeld(place)) {
+            refuseInUse(place);
+        }
+    }
     removeFiles();
     writeLine(_path / "pid", std::to_string(::getpid()));
     writeLine(_path / "state", _stateDir.string());
@@ -187,13 +261,18 @@ RuntimeFolder::~RuntimeFolder()
     fs::remove(_path, ignored);
 }
 
+void RuntimeFolder::refuseInUse(const fs::path& place) const
+{
+    const std::string owner = firstLine(place / "pid");
+    throw std::runtime_error("the state folder " + _stateDir.string() + " is in use by " +
+                             (owner.empty() ? "another process" : "process " + owner) +
+                             "; end it or name another folder");
+}
+
 void RuntimeFolder::lock()
 {
     const fs::path file = _path / kLock;
     for (;;) {
-        if (_path.parent_path() != _stateDir) {
-            makeFolder(_path.parent_path());
-        }
         makeFolder(_path);
         _lock = base::FileDescriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         if (!_lock && errno == ENOENT) {
@@ -204,10 +283,7 @@ void RuntimeFolder::lock()
         }
         const struct flock wanted = wholeFile();
         if (::fcntl(_lock.get(), F_OFD_SETLK, &wanted) != 0) {
-            const std::string owner = firstLine(_path / "pid");
-            throw std::runtime_error("the state folder " + _stateDir.string() + " is in use by " +
-                                     (owner.empty() ? "another process" : "process " + owner) +
-                                     "; end it or name another folder");
+            refuseInUse(_path);
         }
         if (isStill(_lock, file)) {
             return;
@@ -221,6 +297,8 @@ void RuntimeFolder::removeFiles() const
         std::error_code ignored;
         fs::remove(_path / name, ignored);
     }
+    std::error_code ignored;
+    fs::remove(_stateDir / kPointer, ignored);
 }
 
 std::string RuntimeFolder::address() const
@@ -231,11 +309,14 @@ std::string RuntimeFolder::address() const
 void RuntimeFolder::announce() const
 {
     writeLine(_path / "address", address());
+    if (_path.parent_path() != _stateDir) {
+        writeLine(_stateDir / kPointer, _path.string());
+    }
 }
 
-std::optional<std::string> RuntimeFolder::find(const fs::path& stateDir)
+std::optional<std::string> RuntimeFolder::find(const fs::path& stateDir, const RuntimeRoots& roots)
 {
-    for (const fs::path& place : placesOf(canonicalState(stateDir))) {
+    for (const fs::path& place : placesOf(canonicalState(stateDir), roots)) {
         if (isHeld(place)) {
             const std::string address = firstLine(place / "address");
             if (!address.empty()) {
@@ -246,20 +327,37 @@ std::optional<std::string> RuntimeFolder::find(const fs::path& stateDir)
     return std::nullopt;
 }
 
-std::vector<RunningCamera> RuntimeFolder::running()
+std::vector<RunningCamera> RuntimeFolder::running(const RuntimeRoots& roots)
 {
     std::vector<RunningCamera> found;
+    for (const fs::path& common : commonFolders(roots)) {
+        addRunning(found, common, ::geteuid());
+    }
+    return sorted(std::move(found));
+}
+
+std::vector<RunningCamera> RuntimeFolder::runningOfAllUsers(const RuntimeRoots& roots)
+{
+    std::vector<RunningCamera> found = running(roots);
+    const std::vector<fs::path> own = commonFolders(roots);
+    const std::string prefix = std::string(kFolder) + "-";
+    const auto add = [&](const fs::path& common, const std::string& digits) {
+        if (std::find(own.begin(), own.end(), common) == own.end() && !digits.empty() &&
+            digits.find_first_not_of("0123456789") == std::string::npos && digits.size() < 10) {
+            addRunning(found, common, static_cast<uid_t>(std::stoul(digits)));
+        }
+    };
     std::error_code ignored;
-    for (const fs::directory_entry& entry : fs::directory_iterator(commonFolder(), ignored)) {
-        const std::string address = firstLine(entry.path() / "address");
-        const std::string state = firstLine(entry.path() / "state");
-        if (!address.empty() && !state.empty() && isHeld(entry.path())) {
-            found.push_back({state, address});
+    for (const fs::directory_entry& entry : fs::directory_iterator(roots.users, ignored)) {
+        add(entry.path() / kFolder, entry.path().filename().string());
+    }
+    for (const fs::directory_entry& entry : fs::directory_iterator(roots.temporary, ignored)) {
+        const std::string name = entry.path().filename().string();
+        if (name.compare(0, prefix.size(), prefix) == 0) {
+            add(entry.path(), name.substr(prefix.size()));
         }
     }
-    std::sort(found.begin(), found.end(),
-              [](const RunningCamera& a, const RunningCamera& b) { return a.stateDir < b.stateDir; });
-    return found;
+    return sorted(std::move(found));
 }
 
 } // namespace camera::supervisor

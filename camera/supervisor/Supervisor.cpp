@@ -355,6 +355,9 @@ void Supervisor::busListens()
         whenServed(bus::service::kPipeline, [this] { _options.ready(_folder->address()); });
     } else {
         _folder->announce();
+        if (!_folder->notice().empty()) {
+            _report(_folder->notice());
+        }
     }
     _connection->start();
     _phase = Phase::startingServices;

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <sys/stat.h>
 
 namespace camera::supervisor {
 namespace {
@@ -22,11 +23,17 @@ std::string refusal(const fs::path& state)
 
 class RuntimeFolderTest : public testing::Test {
 protected:
-    RuntimeFolderTest() { fs::create_directory(common); }
+    RuntimeFolderTest()
+    {
+        fs::create_directory(common);
+        fs::create_directory(folder / "tmp");
+    }
 
     const kit::TemporaryFolder folder;
     const fs::path common = folder / "x";
     const fs::path state = folder / "state";
+    const std::string user = std::to_string(::geteuid());
+    const RuntimeRoots roots{folder / "users", folder / "tmp"};
     const kit::EnvironmentVariable variable{"XDG_RUNTIME_DIR", common};
 };
 
@@ -41,14 +48,84 @@ TEST_F(RuntimeFolderTest, liesBelowTheUsersRuntimeDirectoryForThisUserOnly)
     EXPECT_EQ(kit::linesOf(runtime.path() / "pid"), std::vector<std::string>{std::to_string(::getpid())});
 }
 
-TEST_F(RuntimeFolderTest, liesInTheStateFolderWhereThereIsNoUsableRuntimeDirectory)
+TEST_F(RuntimeFolderTest, liesBelowTheSystemsOrTheTemporaryFolderWithoutAUsableRuntimeDirectory)
 {
+    const fs::path temporary = roots.temporary / ("virtual-camera-" + user);
     for (const std::string& unusable : {std::string(), std::string("relative"), (folder / "none").string()}) {
         const kit::EnvironmentVariable other("XDG_RUNTIME_DIR", unusable);
-        const RuntimeFolder runtime(state);
-        EXPECT_EQ(runtime.path(), state / "run");
-        EXPECT_THAT(RuntimeFolder::running(), IsEmpty());
+        fs::remove_all(roots.users);
+        {
+            const RuntimeFolder runtime(state, roots);
+            EXPECT_EQ(runtime.path().parent_path(), temporary);
+            EXPECT_EQ(fs::status(temporary).permissions(), fs::perms::owner_all);
+            EXPECT_EQ(runtime.notice(), "");
+        }
+        fs::create_directories(roots.users / user);
+        EXPECT_EQ(RuntimeFolder(state, roots).path().parent_path(), roots.users / user / "virtual-camera");
     }
+}
+
+// A cron job may start a camera before its user logs in, and a shell of that user then looks for it.
+TEST_F(RuntimeFolderTest, isFoundWithoutItsNameWhicheverOfTheUsersFoldersItIsIn)
+{
+    const kit::EnvironmentVariable none("XDG_RUNTIME_DIR", "");
+    const RuntimeFolder early(state, roots);
+    early.announce();
+    fs::create_directories(roots.users / user);
+    const RuntimeFolder late(folder / "later", roots);
+    late.announce();
+    for (const std::string& asker : {std::string(), (roots.users / user).string()}) {
+        const kit::EnvironmentVariable variable("XDG_RUNTIME_DIR", asker);
+        ASSERT_THAT(RuntimeFolder::running(roots), SizeIs(2));
+        EXPECT_EQ(RuntimeFolder::running(roots)[0].stateDir, folder / "later");
+        EXPECT_EQ(RuntimeFolder::running(roots)[1].pid, std::to_string(::getpid()));
+    }
+    EXPECT_THAT(RuntimeFolder::runningOfAllUsers(roots), SizeIs(2));
+    const kit::EnvironmentVariable ownWorld("XDG_RUNTIME_DIR", common);
+    EXPECT_THAT(RuntimeFolder::running(roots), IsEmpty());
+}
+
+TEST_F(RuntimeFolderTest, aTemporaryFolderThatOthersCanUseIsSaidAndLeftAlone)
+{
+    const kit::EnvironmentVariable none("XDG_RUNTIME_DIR", "");
+    const fs::path temporary = roots.temporary / ("virtual-camera-" + user);
+    const auto expectLeftAlone = [&] {
+        const RuntimeFolder runtime(state, roots);
+        EXPECT_EQ(runtime.path(), state / "run");
+        EXPECT_EQ(runtime.notice(), "'" + temporary.string() +
+                                        "' is no folder that only this user can use (mode 700); the camera is found "
+                                        "by its state folder alone, with --camera DIR");
+        runtime.announce();
+        EXPECT_EQ(RuntimeFolder::find(state, roots), runtime.address());
+        EXPECT_THAT(RuntimeFolder::running(roots), IsEmpty());
+        EXPECT_THAT(RuntimeFolder::runningOfAllUsers(roots), IsEmpty());
+    };
+    fs::create_directory(temporary);
+    fs::permissions(temporary, fs::perms::owner_all | fs::perms::group_exec);
+    expectLeftAlone();
+    EXPECT_NE(fs::status(temporary).permissions(), fs::perms::owner_all);
+    fs::remove(temporary);
+    fs::create_directory_symlink(common, temporary);
+    fs::permissions(common, fs::perms::owner_all);
+    expectLeftAlone();
+    fs::remove(temporary);
+    std::ofstream(temporary) << "a file";
+    expectLeftAlone();
+    if (::geteuid() == 0) { // a folder of somebody else
+        fs::remove(temporary);
+        ASSERT_EQ(::mkdir(temporary.c_str(), 0700), 0);
+        ASSERT_EQ(::chown(temporary.c_str(), 65534, 65534), 0);
+        expectLeftAlone();
+    }
+}
+
+TEST_F(RuntimeFolderTest, aSecondOneInAnotherPlaceLearnsWhoHoldsTheStateFolder)
+{
+    const RuntimeFolder first(state);
+    first.announce();
+    const kit::EnvironmentVariable other("XDG_RUNTIME_DIR", "");
+    EXPECT_THAT(kit::refusalOf([&] { const RuntimeFolder second(state, roots); }),
+                HasSubstr("is in use by process " + std::to_string(::getpid())));
 }
 
 TEST_F(RuntimeFolderTest, isTheSameForEveryNameOfAStateFolder)
@@ -75,19 +152,11 @@ TEST_F(RuntimeFolderTest, isFoundOnceItIsAnnouncedAndOnlyWhileItIsHeld)
         runtime.announce();
         EXPECT_EQ(RuntimeFolder::find(state), runtime.address());
         const kit::EnvironmentVariable elsewhere("XDG_RUNTIME_DIR", folder.path().string());
-        EXPECT_EQ(RuntimeFolder::find(state), std::nullopt);
+        EXPECT_EQ(RuntimeFolder::find(state), runtime.address()); // its state folder names the place
     }
     EXPECT_EQ(RuntimeFolder::find(state), std::nullopt);
     EXPECT_TRUE(fs::is_empty(common / "virtual-camera"));
-}
-
-TEST_F(RuntimeFolderTest, oneInItsStateFolderIsFoundWhateverTheAskersEnvironment)
-{
-    const kit::EnvironmentVariable none("XDG_RUNTIME_DIR", "");
-    const RuntimeFolder runtime(state);
-    runtime.announce();
-    const kit::EnvironmentVariable some("XDG_RUNTIME_DIR", common);
-    EXPECT_EQ(RuntimeFolder::find(state), runtime.address());
+    EXPECT_TRUE(fs::is_empty(state));
 }
 
 TEST_F(RuntimeFolderTest, listsEveryRunningCamera)
@@ -159,16 +228,23 @@ TEST_F(RuntimeFolderTest, refusesAStateFolderThatIsNone)
 
 TEST_F(RuntimeFolderTest, refusesAFolderOfSomebodyElsesMaking)
 {
+    fs::path path;
+    {
+        path = RuntimeFolder(state).path();
+    }
     fs::create_directory(folder / "target");
-    fs::create_directory_symlink(folder / "target", common / "virtual-camera");
+    fs::create_directory_symlink(folder / "target", path);
     EXPECT_THAT(refusal(state), HasSubstr("it is no folder of this user"));
 }
 
 TEST_F(RuntimeFolderTest, writesAddressesAsTheBusReadsThem)
 {
-    const kit::EnvironmentVariable none("XDG_RUNTIME_DIR", "");
-    const RuntimeFolder runtime(folder / "a b,c;\xC3\xBC%");
-    EXPECT_EQ(runtime.address(), "unix:path=" + folder.path().string() + "/a%20b%2cc%3b%c3%bc%25/run/bus");
+    const fs::path awkward = folder / "a b,c;\xC3\xBC%";
+    fs::create_directory(awkward);
+    const kit::EnvironmentVariable other("XDG_RUNTIME_DIR", awkward);
+    const RuntimeFolder runtime(state);
+    EXPECT_THAT(runtime.address(),
+                StartsWith("unix:path=" + folder.path().string() + "/a%20b%2cc%3b%c3%bc%25/virtual-camera/"));
 }
 
 } // namespace

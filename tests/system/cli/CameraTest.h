@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 namespace camera::system_tests {
@@ -16,8 +18,16 @@ inline const std::string kScene = "scene:size=640x360,frames=150,objects=2,enter
 inline constexpr char kCellTopic[] = "tns1:RuleEngine/CellMotionDetector/Motion";
 inline constexpr char kRegionTopic[] = "tns1:RuleEngine/MotionRegionDetector/Motion";
 
+// Each test has its own folders, also for what runs; the state is below them.
 class CameraTest : public testing::Test {
 protected:
+    CameraTest()
+    {
+        std::filesystem::create_directory(runtime());
+        ::setenv("XDG_RUNTIME_DIR", runtime().c_str(), 1);
+    }
+
+    std::string runtime() const { return path("rt"); }
     std::string path(const std::string& name) const { return folder / name; }
     std::string write(const std::string& name, const std::string& content) const { return folder.write(name, content); }
     static std::string read(const std::string& file) { return kit::contentOf(file); }

@@ -26,17 +26,10 @@ struct JournalFrame {
     std::string pixels;
 };
 
-/// Whole cameras. Each test has its own folders, also for what runs; the state is below them.
+/// Whole cameras.
 class DeviceTest : public CameraTest {
 protected:
-    DeviceTest()
-    {
-        std::filesystem::create_directory(runtime());
-        setenv("XDG_RUNTIME_DIR", runtime().c_str(), 1);
-        setenv("JOURNAL_FILE", path("journal").c_str(), 1);
-    }
-
-    std::string runtime() const { return path("rt"); }
+    DeviceTest() { setenv("JOURNAL_FILE", path("journal").c_str(), 1); }
 
     /// What running cameras have left in the runtime folder and their state folders.
     std::vector<std::string> leftBehind() const;

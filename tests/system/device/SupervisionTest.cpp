@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <map>
+#include <unistd.h>
 
 namespace camera::system_tests {
 namespace {
@@ -101,6 +103,22 @@ TEST_F(SupervisionTest, keepsTwoCamerasApart)
     EXPECT_EQ(0, system_tests::camera({"preset", "list"}).exitCode) << "there is only one now";
     EXPECT_EQ(0, other.end(SIGINT)) << other.err();
     EXPECT_THAT(leftBehind(), IsEmpty());
+}
+
+// As cron, a container or a root shell would: without the variable.
+TEST_F(SupervisionTest, isFoundWithoutARuntimeDirectory)
+{
+    ::unsetenv("XDG_RUNTIME_DIR");
+    RunningCamera camera(state(), {kLively});
+    ASSERT_TRUE(camera.serves()) << camera.err();
+    const std::string line = state() + "  pid " + std::to_string(camera.id());
+    EXPECT_THAT(system_tests::camera({"list"}).out, HasSubstr(line + "\n"));
+    EXPECT_THAT(system_tests::camera({"list", "--all"}).out,
+                HasSubstr(line + "  user " + std::to_string(::geteuid()) + "\n"));
+    ::setenv("XDG_RUNTIME_DIR", runtime().c_str(), 1);
+    EXPECT_EQ("", system_tests::camera({"list"}).out);
+    EXPECT_EQ(0, camera.command({"status"}).exitCode) << "by its state folder";
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
 }
 
 TEST_F(SupervisionTest, startsAgainWhatDiesAndSaysWhy)
