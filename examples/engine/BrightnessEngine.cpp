@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
+#include <iomanip>
 #include <map>
 #include <mutex>
 #include <set>
@@ -138,6 +140,25 @@ private:
     std::map<std::string, std::string> _rules;
 };
 
+/// A time as events have it.
+std::string utcText(std::uint32_t seconds, std::uint32_t nanoseconds)
+{
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm parts{};
+    gmtime_r(&time, &parts);
+    std::ostringstream text;
+    text << std::put_time(&parts, "%Y-%m-%dT%H:%M:%S.") << std::setfill('0') << std::setw(3) << nanoseconds / 1'000'000
+         << 'Z';
+    return text.str();
+}
+
+void addItem(pugi::xml_node list, const char* name, const std::string& value)
+{
+    pugi::xml_node item = list.append_child("tt:SimpleItem");
+    item.append_attribute("Name").set_value(name);
+    item.append_attribute("Value").set_value(value.c_str());
+}
+
 /// The mean of every sixteenth pixel of every sixteenth row.
 long brightness(const analytics_lib::YuvFrame& frame)
 {
@@ -182,11 +203,9 @@ public:
         try {
             const long measured = brightness(frame);
             const std::unique_lock lock(_mutex, std::try_to_lock);
-            for (auto rule = _active.begin(); lock.owns_lock() && rule != _active.end(); ++rule) {
-                const bool dark = measured < rule->second.threshold;
-                if (dark != (_dark.count(rule->first) > 0)) {
-                    raise(rule->first, dark);
-                }
+            if (lock.owns_lock()) {
+                _time = utcText(frame.timestamp[0], frame.timestamp[1]);
+                judge(measured);
             }
             return true;
         } catch (...) { // nothing leaves a frame
@@ -243,16 +262,41 @@ public:
     bool writeFramesToFile(const char* /*path*/, unsigned int /*count*/) override { return false; }
 
 private:
+    void judge(long measured)
+    {
+        for (const auto& [rule, settings] : _active) {
+            const bool dark = measured < settings.threshold;
+            if (dark != (_dark.count(rule) > 0)) {
+                raise(rule, dark);
+            }
+        }
+    }
+
     void raise(const std::string& name, bool dark)
     {
         const std::string rule = name; // the name may live in what is changed next
-        dark ? static_cast<void>(_dark.insert(rule)) : static_cast<void>(_dark.erase(rule));
-        if (_handler != nullptr) {
-            _handler->OnEvent(kTopic, rule,
-                              std::string("<tt:Message xmlns:tt=\"http://www.onvif.org/ver10/schema\"><tt:Data>"
-                                          "<tt:SimpleItem Name=\"State\" Value=\"") +
-                                  (dark ? "true" : "false") + "\"/></tt:Data></tt:Message>");
+        if (dark) {
+            _dark.insert(rule);
+        } else {
+            _dark.erase(rule);
         }
+        if (_handler != nullptr) {
+            _handler->OnEvent(kTopic, rule, message(rule, dark));
+        }
+    }
+
+    std::string message(const std::string& rule, bool dark) const
+    {
+        pugi::xml_document document;
+        pugi::xml_node root = document.append_child("tt:Message");
+        root.append_attribute("xmlns:tt").set_value("http://www.onvif.org/ver10/schema");
+        root.append_attribute("UtcTime").set_value(_time.c_str());
+        root.append_attribute("PropertyOperation").set_value("Changed");
+        const pugi::xml_node source = root.append_child("tt:Source");
+        addItem(source, "VideoSourceConfigurationToken", "VideoSource_1");
+        addItem(source, "Rule", rule);
+        addItem(root.append_child("tt:Data"), "State", dark ? "true" : "false");
+        return printed(root);
     }
 
     void* _log;
@@ -261,6 +305,7 @@ private:
     analytics_lib::IEventHandler* _handler = nullptr;
     std::map<std::string, Settings> _active;
     std::set<std::string> _dark; ///< the rules whose last event was true
+    std::string _time;           ///< of the last frame that was judged
     analytics_lib::IRuleSet* _activeSet = nullptr;
 };
 

@@ -1,11 +1,15 @@
 // The example engine, loaded as a host loads a module.
 #include "camera/engines/ReferenceEngines.h"
 #include "camera/framework/EngineFactory.h"
+#include "kit/TemporaryFolder.h"
 #include "unit/camera_engines/Stage.h"
 
 #include <gmock/gmock.h>
+#include <pugixml.hpp>
 
+#include <filesystem>
 #include <fstream>
+#include <set>
 #include <stdexcept>
 
 namespace {
@@ -79,7 +83,14 @@ TEST_F(EngineModuleTest, theExampleRaisesItsEventWhenThePictureTurnsDarkAndBrigh
     EXPECT_THAT(bench.states(), ElementsAre(true, false, true));
     bench.engine().releaseRuleSet(ruleSet);
     EXPECT_THAT(bench.states(), ElementsAre(true, false, true, false));
-    EXPECT_EQ(bench.events().at(0).rule, "Night");
+    const Event first = bench.events().at(0);
+    EXPECT_EQ(first.rule, "Night");
+    EXPECT_EQ(withoutTimes(first.message),
+              "<tt:Message xmlns:tt=\"http://www.onvif.org/ver10/schema\" UtcTime=\"\" PropertyOperation=\"Changed\">"
+              "<tt:Source><tt:SimpleItem Name=\"VideoSourceConfigurationToken\" Value=\"VideoSource_1\"/>"
+              "<tt:SimpleItem Name=\"Rule\" Value=\"Night\"/></tt:Source>"
+              "<tt:Data><tt:SimpleItem Name=\"State\" Value=\"true\"/></tt:Data></tt:Message>");
+    EXPECT_NE(first.message, withoutTimes(first.message));
 }
 
 TEST_F(EngineModuleTest, theExampleStoresAndRefusesConfigurations)
@@ -102,6 +113,35 @@ TEST_F(EngineModuleTest, theExampleStoresAndRefusesConfigurations)
     EXPECT_TRUE(ruleSet->deleteBehavior("Night"));
     EXPECT_FALSE(ruleSet->deleteBehavior("Night"));
     bench.engine().releaseRuleSet(ruleSet);
+}
+
+TEST_F(EngineModuleTest, eachExampleConfigurationIsOneEnginesAndNoTwoComponentsShareAName)
+{
+    const auto engines = enginesWith({example});
+    std::set<std::string> names;
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(EXAMPLES)) {
+        if (entry.path().extension() != ".xml") {
+            continue;
+        }
+        ++files;
+        const std::string text = kit::contentOf(entry.path());
+        std::size_t taken = 0;
+        for (const auto& engine : engines) {
+            analytics_lib::IRuleSet* ruleSet = engine->createRuleSet();
+            taken += engine->isEngineConfiguration(text) && ruleSet->setFullConfig(text) ? 1U : 0U;
+            engine->releaseRuleSet(ruleSet);
+        }
+        EXPECT_EQ(taken, 1U) << entry.path();
+        pugi::xml_document document;
+        ASSERT_TRUE(document.load_string(text.c_str())) << entry.path();
+        for (const auto& component : document.select_nodes("//tt:AnalyticsModule|//tt:Rule")) {
+            const std::string name = component.node().attribute("Name").value();
+            EXPECT_TRUE(names.insert(name).second) << entry.path() << " has the name " << name << " once more";
+        }
+    }
+    EXPECT_GE(files, 5U);
+    EXPECT_THAT(takeLogLines(), IsEmpty());
 }
 
 } // namespace
