@@ -1,58 +1,32 @@
-# Debian packages: the plug-in for a device, and everything to compile against it. Built by scripts/package.
+# Debian packages of what is installed. Built by scripts/package.
 include_guard(GLOBAL)
 
-include(GNUInstallDirs)
-include(CMakePackageConfigHelpers)
-
-set(packaging "${PROJECT_SOURCE_DIR}/packaging")
-set(generated "${PROJECT_BINARY_DIR}/packaging")
-set(module_directory "${CMAKE_INSTALL_LIBDIR}/detection")
-
-# A private folder: the module is loaded by path, never linked.
-install(TARGETS detection LIBRARY DESTINATION "${module_directory}" COMPONENT plugin
-  PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
-
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/platform/" DESTINATION include/detection COMPONENT dev
-  FILES_MATCHING PATTERN "*.h")
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/plugin/analytics" DESTINATION include/detection/plugin COMPONENT dev
-  FILES_MATCHING PATTERN "*.h")
-# A host in memory, as source: it is compiled into the program that loads the module.
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/host-seam" DESTINATION share/detection-plugin COMPONENT dev)
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/host" DESTINATION share/doc/detection-plugin-dev/examples
-  COMPONENT dev)
-# Nothing in it depends on the architecture, so it stands where every architecture's search ends.
-set(config_directory share/cmake/detection-plugin)
-configure_package_config_file("${packaging}/detection-plugin-config.cmake.in"
-  "${generated}/detection-plugin-config.cmake" INSTALL_DESTINATION "${config_directory}"
-  NO_SET_AND_CHECK_MACRO)
-write_basic_package_version_file("${generated}/detection-plugin-config-version.cmake"
-  COMPATIBILITY SameMinorVersion ARCH_INDEPENDENT)
-install(FILES "${generated}/detection-plugin-config.cmake" "${generated}/detection-plugin-config-version.cmake"
-  DESTINATION "${config_directory}" COMPONENT dev)
+set(components plugin dev)
+if(DETECTION_BUILD_CAMERA)
+  list(APPEND components camera)
+endif()
 
 configure_file("${packaging}/changelog.in" "${generated}/changelog" @ONLY)
 execute_process(COMMAND gzip -9nf "${generated}/changelog" COMMAND_ERROR_IS_FATAL ANY)
-foreach(component plugin dev)
-  set(suffix "")
-  if(component STREQUAL dev)
-    set(suffix "-dev")
-  endif()
+set(documents_of_plugin detection-plugin)
+set(documents_of_dev detection-plugin-dev)
+set(documents_of_camera virtual-camera)
+foreach(component ${components})
   install(FILES "${generated}/changelog.gz" "${packaging}/copyright"
-    DESTINATION "share/doc/detection-plugin${suffix}" COMPONENT ${component})
+    DESTINATION "share/doc/${documents_of_${component}}" COMPONENT ${component})
 endforeach()
-# The guides that stand in the tree; each links to the others.
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION share/doc/detection-plugin-dev COMPONENT dev
-  FILES_MATCHING PATTERN "firmware-guide.md" PATTERN "engine-guide.md" PATTERN "host-promises.md")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME detection-plugin)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_CONTACT "${DETECTION_PACKAGE_CONTACT}")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+# The configuration stands outside of the prefix.
+set(CPACK_SET_DESTDIR ON)
+set(CPACK_INSTALL_PREFIX /usr)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL plugin dev)
+set(CPACK_COMPONENTS_ALL ${components})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 if(DETECTION_PACKAGE_ARCHITECTURE)
@@ -71,15 +45,30 @@ serves the ONVIF analytics configuration for every PTZ preset.
 The loading process supplies the pipeline framework and the services.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME detection-plugin-dev)
-set(CPACK_DEBIAN_DEV_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libboost-dev (>= 1.74)")
-set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "detection-plugin (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "detection-plugin (= ${PROJECT_VERSION}), libpugixml-dev")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "detection plug-in's interface for engines and firmware
 Declarations of the analytics engine interface, of the pipeline framework and
 of the services that the plug-in calls, with a CMake package:
-find_package(detection-plugin) gives the target detection::seam.
-A host that answers every symbol from memory comes as source.")
+find_package(Detection) gives the targets Detection::engine and
+detection::seam. An example engine and a host that answers every symbol from
+memory come as source.")
+
+set(CPACK_DEBIAN_CAMERA_PACKAGE_NAME virtual-camera)
+set(CPACK_DEBIAN_CAMERA_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_CAMERA_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_CAMERA_PACKAGE_DEPENDS "detection-plugin (= ${PROJECT_VERSION}), dbus-daemon")
+set(CPACK_DEBIAN_CAMERA_PACKAGE_CONTROL_EXTRA
+  "${packaging}/debian/conffiles;${packaging}/debian/postinst;${packaging}/debian/prerm;${packaging}/debian/postrm")
+set(CPACK_COMPONENT_CAMERA_DESCRIPTION "virtual network camera with video analytics
+A camera on a PC: it shows a film, a network stream, a video device or
+a generated scene to the detection plug-in and its analytics engines, moves
+between presets, stores rules for each of them, and reports events and
+metadata.
+
+systemctl start virtual-camera@scene starts the camera that
+/etc/virtual-camera/scene.conf describes; camera run starts one by hand.")
 
 include(CPack)
 
@@ -89,7 +78,10 @@ function(add_package_test name)
     --packages "${PROJECT_SOURCE_DIR}/build/packages" --work "${PROJECT_SOURCE_DIR}/build/package-tests")
   set_tests_properties(Package.${name} PROPERTIES LABELS package SKIP_RETURN_CODE 77 TIMEOUT 900 RUN_SERIAL ON)
 endfunction()
-add_package_test(holdNothingButTheModuleOrTheDeclarations contents)
+add_package_test(holdNothingButWhatTheyShould contents)
 add_package_test(satisfyTheDistributionsChecker lintian)
 add_package_test(amd64InstallsLoadsAndLeavesNothing install --architecture amd64)
 add_package_test(arm64InstallsLoadsAndLeavesNothing install --architecture arm64)
+add_package_test(anUpgradeLeavesNothingBehind upgrade)
+add_package_test(theCameraRunsWhereItIsInstalled camera)
+add_package_test(theUnitRunsTheCameraRestricted unit)

@@ -17,7 +17,8 @@ std::filesystem::path pluginPath(const std::string& path, const std::filesystem:
         }
         return fs::absolute(path);
     }
-    const std::array<const char*, 2> places = {"libdetection.so", "../lib/libdetection.so"};
+    const std::array<const char*, 3> places = {"libdetection.so", "../lib/libdetection.so",
+                                               DETECTION_MODULE_FROM_PROGRAMS "/libdetection.so"};
     for (const char* place : places) {
         const fs::path candidate = programFolder / place;
         if (fs::is_regular_file(candidate, ignored)) {

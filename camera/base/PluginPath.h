@@ -6,8 +6,8 @@
 namespace camera::base {
 
 /**
- * The plug-in to load: path when it is not empty, else libdetection.so beside the program or in ../lib, where an
- * installation and the build tree have it.
+ * The plug-in to load: path when it is not empty, else libdetection.so beside the program, in ../lib, where the
+ * build tree has it, or where an installation has it.
  * @throws std::runtime_error with one sentence when there is none.
  */
 std::filesystem::path pluginPath(const std::string& path, const std::filesystem::path& programFolder);

@@ -1,7 +1,5 @@
 #include "camera/kit/FrameFile.h"
 
-#include <libyuv/compare.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -61,7 +59,11 @@ using FrameHeader = Header<kFrameHeaderBytes>;
 
 std::uint32_t checksum(const std::vector<std::uint8_t>& pixels)
 {
-    return libyuv::HashDjb2(pixels.data(), pixels.size(), 5381);
+    std::uint32_t hash = 5381;
+    for (const std::uint8_t byte : pixels) {
+        hash = hash * 33 + byte;
+    }
+    return hash;
 }
 
 /// The picture without padding.

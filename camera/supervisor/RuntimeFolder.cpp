@@ -351,6 +351,12 @@ std::vector<RunningCamera> RuntimeFolder::runningOfAllUsers(const RuntimeRoots& 
     for (const fs::directory_entry& entry : fs::directory_iterator(roots.users, ignored)) {
         add(entry.path() / kFolder, entry.path().filename().string());
     }
+    for (const fs::directory_entry& entry : fs::directory_iterator(roots.services, ignored)) {
+        struct stat service {};
+        if (::stat(entry.path().c_str(), &service) == 0) {
+            addRunning(found, entry.path() / kFolder, service.st_uid);
+        }
+    }
     for (const fs::directory_entry& entry : fs::directory_iterator(roots.temporary, ignored)) {
         const std::string name = entry.path().filename().string();
         if (name.compare(0, prefix.size(), prefix) == 0) {

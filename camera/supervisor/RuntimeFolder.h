@@ -22,6 +22,7 @@ struct RunningCamera {
 struct RuntimeRoots {
     std::filesystem::path users = "/run/user";
     std::filesystem::path temporary = "/tmp";
+    std::filesystem::path services = "/run/virtual-camera"; ///< below which each system service has its own
 };
 
 /**

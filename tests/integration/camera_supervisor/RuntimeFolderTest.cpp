@@ -33,7 +33,7 @@ protected:
     const fs::path common = folder / "x";
     const fs::path state = folder / "state";
     const std::string user = std::to_string(::geteuid());
-    const RuntimeRoots roots{folder / "users", folder / "tmp"};
+    const RuntimeRoots roots{folder / "users", folder / "tmp", folder / "services"};
     const kit::EnvironmentVariable variable{"XDG_RUNTIME_DIR", common};
 };
 
@@ -82,6 +82,21 @@ TEST_F(RuntimeFolderTest, isFoundWithoutItsNameWhicheverOfTheUsersFoldersItIsIn)
     }
     EXPECT_THAT(RuntimeFolder::runningOfAllUsers(roots), SizeIs(2));
     const kit::EnvironmentVariable ownWorld("XDG_RUNTIME_DIR", common);
+    EXPECT_THAT(RuntimeFolder::running(roots), IsEmpty());
+}
+
+TEST_F(RuntimeFolderTest, ofASystemServiceIsFoundByItsStateFolderAndAmongThoseOfAllUsers)
+{
+    const fs::path service = roots.services / "gate";
+    fs::create_directories(service);
+    const kit::EnvironmentVariable itsOwn("XDG_RUNTIME_DIR", service);
+    const RuntimeFolder runtime(state, roots);
+    runtime.announce();
+    EXPECT_EQ(runtime.path().parent_path(), service / "virtual-camera");
+    const kit::EnvironmentVariable ofTheAsker("XDG_RUNTIME_DIR", common);
+    EXPECT_EQ(RuntimeFolder::find(state, roots), runtime.address());
+    ASSERT_THAT(RuntimeFolder::runningOfAllUsers(roots), SizeIs(1));
+    EXPECT_EQ(RuntimeFolder::runningOfAllUsers(roots)[0].stateDir, state);
     EXPECT_THAT(RuntimeFolder::running(roots), IsEmpty());
 }
 
