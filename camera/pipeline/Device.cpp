@@ -127,7 +127,7 @@ Device::Impl::Impl(const DeviceOptions& deviceOptions)
     : options(checked(deviceOptions)),
       lock(options.stateDir),
       serviceApi(std::make_shared<serviceapi::ServiceApi>(
-          serviceapi::ServiceApiOptions{options.stateDir, options.metadataFile, options.services})),
+          serviceapi::ServiceApiOptions{options.stateDir, options.metadataFile, options.services, options.metadataGoesOn})),
       serviceApiBinding(serviceApi),
       positioning(std::make_shared<ptz::PositioningUnit>(
           positioningOptions(options),

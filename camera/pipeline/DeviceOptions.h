@@ -48,6 +48,7 @@ struct DeviceOptions {
     std::filesystem::path stateDir;     ///< created when absent; one process at a time
     std::optional<PtzOption> ptz;       ///< without: a fixed camera
     std::filesystem::path metadataFile; ///< empty: metadata documents are only counted
+    bool metadataGoesOn = false;        ///< the file is added to, not emptied
 
     framework::EngineSource engines;                    ///< the program's own; without: none
     std::vector<framework::EngineModule> engineModules; ///< theirs come before the program's

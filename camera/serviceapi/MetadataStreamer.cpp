@@ -6,10 +6,12 @@
 #include "camera/serviceapi/Status.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <stdexcept>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
@@ -19,25 +21,32 @@ namespace {
 
 constexpr const char* kComponent = "onvif_metadata_streamer";
 
-base::FileDescriptor openFile(const std::filesystem::path& path)
+// How many bytes of the file are whole lines.
+off_t wholeLines(int file, off_t size)
 {
-    if (path.empty()) {
-        return {};
+    std::array<char, 4096> part{};
+    while (size > 0) {
+        const off_t begin = std::max<off_t>(size - static_cast<off_t>(part.size()), 0);
+        const ssize_t length = ::pread(file, part.data(), static_cast<std::size_t>(size - begin), begin);
+        if (length <= 0) {
+            return size;
+        }
+        const std::string_view text(part.data(), static_cast<std::size_t>(length));
+        const std::size_t last = text.rfind('\n');
+        if (last != std::string_view::npos) {
+            return begin + static_cast<off_t>(last) + 1;
+        }
+        size = begin;
     }
-    base::FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (!file) {
-        throw std::runtime_error("the metadata file " + path.string() + " cannot be written: " + std::strerror(errno) +
-                                 "; name another one");
-    }
-    return file;
+    return 0;
 }
 
 } // namespace
 
-MetadataStreamer::MetadataStreamer(DeviceServices& services, const std::filesystem::path& file,
+MetadataStreamer::MetadataStreamer(DeviceServices& services, const std::filesystem::path& file, bool goesOn,
                                    std::size_t capacityBytes)
     : _path(file),
-      _file(openFile(file)),
+      _file(openFile(goesOn)),
       _documents(
           [this, &services](const std::string& document) {
               if (!_path.empty()) {
@@ -47,6 +56,33 @@ MetadataStreamer::MetadataStreamer(DeviceServices& services, const std::filesyst
           },
           base::BoundedQueue<std::string>(capacityBytes, [](const std::string& document) { return document.size(); }))
 {
+}
+
+base::FileDescriptor MetadataStreamer::openFile(bool goesOn)
+{
+    if (_path.empty()) {
+        return {};
+    }
+    const int flags = goesOn ? O_RDWR | O_APPEND : O_WRONLY | O_TRUNC;
+    base::FileDescriptor file(::open(_path.c_str(), flags | O_CREAT | O_CLOEXEC, 0644));
+    if (!file) {
+        const std::string text = "the metadata file " + _path.string() + " cannot be written: " + std::strerror(errno);
+        if (!goesOn) {
+            throw std::runtime_error(text + "; name another one");
+        }
+        fail(text);
+        return {};
+    }
+    if (goesOn) {
+        const off_t size = ::lseek(file.get(), 0, SEEK_END);
+        _wholeBytes = wholeLines(file.get(), size);
+        if (_wholeBytes < size && ::ftruncate(file.get(), _wholeBytes) == 0) {
+            base::Log::instance().write(base::LogLevel::error, kComponent,
+                                        "the last document in the metadata file " + _path.string() + " is not whole: " +
+                                            std::to_string(size - _wholeBytes) + " bytes are cut off");
+        }
+    }
+    return file;
 }
 
 ravel_core_status MetadataStreamer::send(std::uintptr_t cookie, std::string document)
@@ -97,6 +133,11 @@ void MetadataStreamer::reportOnce(int error)
         text += "; its last line is torn";
     }
     _file.reset();
+    fail(text);
+}
+
+void MetadataStreamer::fail(const std::string& text)
+{
     base::Log::instance().write(base::LogLevel::error, kComponent, text);
     const std::lock_guard<std::mutex> lock(_mutex);
     _counters.error = text;

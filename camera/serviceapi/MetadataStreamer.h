@@ -37,8 +37,11 @@ public:
 
     /// @param services  borrowed.
     /// @param file  created, or emptied; an empty path: documents are only handed over.
+    /// @param goesOn  the file is not emptied but added to. A last line that is not whole is cut off, with a line of
+    /// the
+    ///                log; a file that cannot be opened has failed like one that cannot be written.
     /// @throws std::runtime_error with one sentence when the file cannot be opened.
-    MetadataStreamer(DeviceServices& services, const std::filesystem::path& file,
+    MetadataStreamer(DeviceServices& services, const std::filesystem::path& file, bool goesOn = false,
                      std::size_t capacityBytes = kCapacityBytes);
 
     std::uintptr_t open() { return _connections.open(); }
@@ -52,15 +55,17 @@ public:
     void discard() { _connections.discard(); } ///< closes every connection
 
 private:
+    base::FileDescriptor openFile(bool goesOn);
     void write(const std::string& document);
     void reportOnce(int error);
+    void fail(const std::string& text);
 
     const std::filesystem::path _path;
-    base::FileDescriptor _file; ///< the writer's alone once its thread runs
-    off_t _wholeBytes = 0;      ///< the length of all documents written whole
+    off_t _wholeBytes = 0; ///< the length of all documents written whole
 
     mutable std::mutex _mutex;
     Counters _counters;                                                  ///< of the file
+    base::FileDescriptor _file;                                          ///< the writer's alone once its thread runs
     ServiceConnections<void (*)(bool, const char*, void*)> _connections; ///< without events
     base::SerialQueue<std::string> _documents;                           // last: its thread uses everything above
 };

@@ -3,7 +3,7 @@
 namespace camera::serviceapi {
 
 ServiceApi::ServiceApi(const ServiceApiOptions& options)
-    : settings(options.stateDir), services(options.services), metadataStreamer(*services, options.metadataFile)
+    : settings(options.stateDir), services(options.services), metadataStreamer(*services, options.metadataFile, options.metadataGoesOn)
 {
 }
 

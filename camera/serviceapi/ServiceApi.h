@@ -24,6 +24,7 @@ struct ServiceApiOptions {
     std::filesystem::path stateDir;
     std::filesystem::path metadataFile;       ///< empty: documents go to the streamer only
     std::shared_ptr<DeviceServices> services; ///< not null
+    bool metadataGoesOn = false;              ///< the file is added to, not emptied
 };
 
 /**

@@ -80,6 +80,7 @@ void Mp4Writer::openEncoder(int width, int height, double framesPerSecond, const
         _encoder->bit_rate = std::max<std::int64_t>(std::llround(0.2 * width * height * framesPerSecond), 200000);
     } else {
         av_opt_set(_encoder->priv_data, "preset", "veryfast", 0);
+        av_opt_set(_encoder->priv_data, "tune", "zerolatency", 0); // no picture waits in the encoder
         av_opt_set(_encoder->priv_data, "crf", "22", 0);
     }
     check(avcodec_open2(_encoder.get(), codec, nullptr));
@@ -97,7 +98,7 @@ void Mp4Writer::openFile()
         stream->avg_frame_rate = _encoder->framerate;
         check(avcodec_parameters_from_context(stream->codecpar, _encoder.get()));
         check(avio_open(&_container->pb, ("file:" + _path).c_str(), AVIO_FLAG_WRITE));
-        check(avformat_write_header(_container, nullptr));
+        writeHeader();
         _open = true;
     } catch (...) {
         avio_closep(&_container->pb);
@@ -105,6 +106,17 @@ void Mp4Writer::openFile()
         _container = nullptr;
         throw;
     }
+}
+
+// Every picture is a fragment of its own, so that the file plays at any moment up to the last picture. Without the
+// index at the end, which would be kept in memory until then.
+void Mp4Writer::writeHeader()
+{
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "movflags", "empty_moov+default_base_moof+frag_custom+skip_trailer", 0);
+    const int status = avformat_write_header(_container, &options);
+    av_dict_free(&options);
+    check(status);
 }
 
 void Mp4Writer::add(const RgbPicture& picture, std::int64_t nanoseconds)
@@ -132,9 +144,14 @@ void Mp4Writer::encode(const AVFrame* picture)
             return;
         }
         check(status);
+        if (_packet->duration == 0) {
+            _packet->duration = av_rescale_q(1, av_inv_q(_encoder->framerate), _encoder->time_base);
+        }
         av_packet_rescale_ts(_packet.get(), _encoder->time_base, _container->streams[0]->time_base);
         _packet->stream_index = 0;
-        check(av_interleaved_write_frame(_container, _packet.get()));
+        check(av_write_frame(_container, _packet.get()));
+        check(av_write_frame(_container, nullptr)); // ends the fragment
+        avio_flush(_container->pb);
         // Writes are buffered, so a full disk is noticed here, not in the call above.
         check(_container->pb->error);
     }

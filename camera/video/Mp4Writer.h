@@ -8,7 +8,8 @@
 
 namespace camera::video {
 
-/// Writes pictures as an MP4 video: H.264 where libavcodec has the encoder, else MPEG-4. Thread-bound.
+/// Writes pictures as a fragmented MP4 video: H.264 where libavcodec has the encoder, else MPEG-4. The file plays at
+/// any moment, up to the last picture added, also when the process dies. Thread-bound.
 class Mp4Writer {
 public:
     /// @param encoderName for tests: one encoder instead of the choice above.
@@ -16,7 +17,7 @@ public:
     Mp4Writer(const std::string& path, int width, int height, double framesPerSecond,
               const std::string& encoderName = "");
 
-    /// Closes the file as it is, without its index, unless finish() was called.
+    /// Closes the file as it is, unless finish() was called.
     ~Mp4Writer();
     Mp4Writer(const Mp4Writer&) = delete;
     Mp4Writer& operator=(const Mp4Writer&) = delete;
@@ -34,6 +35,7 @@ private:
     void check(int status) const;
     void openEncoder(int width, int height, double framesPerSecond, const std::string& encoderName);
     void openFile();
+    void writeHeader();
     void encode(const AVFrame* frame);
 
     std::string _path;

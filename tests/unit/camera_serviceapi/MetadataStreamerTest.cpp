@@ -25,7 +25,7 @@ class MetadataStreamerTest : public testing::Test {
 protected:
     void open(const std::filesystem::path& file, std::size_t capacity = MetadataStreamer::kCapacityBytes)
     {
-        streamer = std::make_unique<MetadataStreamer>(services, file, capacity);
+        streamer = std::make_unique<MetadataStreamer>(services, file, goesOn, capacity);
         cookie = streamer->open();
     }
 
@@ -36,6 +36,7 @@ protected:
     FakeDeviceServices services;
     std::unique_ptr<MetadataStreamer> streamer;
     std::uintptr_t cookie = 0;
+    bool goesOn = false;
 };
 
 TEST_F(MetadataStreamerTest, writesEachDocumentOnALineOfItsOwn)
@@ -55,6 +56,46 @@ TEST_F(MetadataStreamerTest, emptiesAnOlderFileBeforeItWrites)
     open(folder / "metadata.xml");
     streamer.reset();
     EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), "");
+}
+
+TEST_F(MetadataStreamerTest, goesOnAfterTheLastWholeLineAndSaysWhatItCutsOff)
+{
+    goesOn = true;
+    const std::string whole = std::string(5000, 'x') + "\n<b/>\n";
+    std::ofstream(folder / "metadata.xml") << whole << "<c/>\n<torn";
+    open(folder / "metadata.xml");
+    send("<d/>");
+    streamer.reset();
+    EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), whole + "<c/>\n<d/>\n");
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("is not whole: 5 bytes are cut off")));
+}
+
+TEST_F(MetadataStreamerTest, goesOnInAFileThatIsWholeOrEmptyOrHasNoWholeLine)
+{
+    goesOn = true;
+    for (const std::string before : {"", "<a/>\n"}) {
+        std::ofstream(folder / "metadata.xml") << before;
+        open(folder / "metadata.xml");
+        send("<d/>");
+        streamer.reset();
+        EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), before + "<d/>\n");
+    }
+    EXPECT_TRUE(log.lines().empty());
+    std::ofstream(folder / "metadata.xml") << std::string(10000, 'x');
+    open(folder / "metadata.xml");
+    streamer.reset();
+    EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), "");
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("10000 bytes")));
+}
+
+TEST_F(MetadataStreamerTest, aFileThatCannotBeOpenedAgainHasFailed)
+{
+    goesOn = true;
+    open(folder / "missing/metadata.xml");
+    EXPECT_THAT(streamer->counters().error, HasSubstr("cannot be written: No such file or directory"));
+    EXPECT_EQ(send("<d/>"), 0);
+    streamer->drain();
+    EXPECT_EQ(streamer->counters().written, 0u);
 }
 
 TEST_F(MetadataStreamerTest, writesWhatIsQueuedBeforeItEnds)

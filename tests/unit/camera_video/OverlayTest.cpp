@@ -245,6 +245,23 @@ TEST_F(OverlayTest, writesAVideoOfEveryFrameAndAPictureThatCanBeDecoded)
     EXPECT_EQ(180, picture.height());
 }
 
+TEST_F(OverlayTest, itsVideoPlaysUpToTheLastFrameAtAnyMoment)
+{
+    const OverlayFiles files{(folder / "o.mp4").string(), ""};
+    Overlay overlay(files, 320, 180, 25, failed);
+    Scene scene(kScene);
+    for (int added = 1; const auto frame = scene.next(); ++added) {
+        draw(overlay, *frame, {});
+        VideoInput video(files.video); // as a process that dies now leaves it
+        EXPECT_NEAR(25, video.framesPerSecond(), 0.01);
+        int frames = 0;
+        while (video.next()) {
+            ++frames;
+        }
+        EXPECT_EQ(added, frames);
+    }
+}
+
 TEST_F(OverlayTest, picturesTheFrameWithTheMostToSee)
 {
     const OverlayFiles files{"", (folder / "o.png").string()};
