@@ -133,6 +133,7 @@ Command pipelineCommand()
     command.flag("--temporary-state", "the state folder is removed when the camera ends");
     command.flag("--again", "started again after a crash: the tour is told when it cannot start, and no more");
     command.option("--activity", {"FILE", Offer::files}, "tell the process that started this one what is being done");
+    command.option("--counts", {"FILE", Offer::files}, "what a process that dies leaves to the next one of this run");
     return command;
 }
 
@@ -181,7 +182,7 @@ RunOptions runOptions(const Arguments& arguments)
 PipelineOptions pipelineOptions(const Arguments& arguments)
 {
     return {runOptions(arguments), arguments.text("--bus"), arguments.text("--activity"), arguments.has("--again"),
-            arguments.has("--temporary-state")};
+            arguments.has("--temporary-state"), arguments.text("--counts")};
 }
 
 bool isBatch(const RunOptions& options)

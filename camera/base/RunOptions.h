@@ -62,6 +62,7 @@ struct PipelineOptions {
     std::string activity;        ///< the file that tells its supervisor what it does; empty: none
     bool again = false;          ///< started again after a crash
     bool temporaryState = false; ///< the state folder is removed when the camera ends, for the summary
+    std::string counts;          ///< the file with what the processes of the run leave to each other; empty: none
 };
 
 /// Whether the run is to end by itself: a crash is then no interruption but a failure.

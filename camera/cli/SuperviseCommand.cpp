@@ -59,7 +59,8 @@ std::vector<std::string> servicesProgram(const RuntimeFolder& folder)
 
 std::vector<std::string> pipelineProgram(const RuntimeFolder& folder)
 {
-    return {besideProgram("camera-pipeline"), "--bus=" + folder.address(), "--activity=" + folder.activity().string()};
+    return {besideProgram("camera-pipeline"), "--bus=" + folder.address(), "--activity=" + folder.activity().string(),
+            "--counts=" + folder.counts().string()};
 }
 
 std::vector<std::string> pipelineArguments(const base::Arguments& arguments, bool first)

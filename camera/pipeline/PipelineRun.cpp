@@ -18,6 +18,8 @@
 #include "camera/pipeline/PipelineService.h"
 #include "camera/pipeline/PipelineStatus.h"
 #include "camera/pipeline/RememberedCamera.h"
+#include "camera/pipeline/RunCounts.h"
+#include "camera/pipeline/RunOutputs.h"
 #include "camera/pipeline/RunReport.h"
 #include "camera/pipeline/RunSummary.h"
 #include "camera/pipeline/Scenario.h"
@@ -28,10 +30,9 @@
 #include "camera/store/StateFolder.h"
 #include "camera/video/LibavLog.h"
 #include "camera/video/OpenSource.h"
-#include "camera/video/Overlay.h"
 
+#include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -71,7 +72,11 @@ public:
           _run(_options.run),
           _console(console),
           _scenario(_run),
-          _state(_run.camera.stateDir)
+          _state(_run.camera.stateDir),
+          _counts(openRunCounts(_options.counts)),
+          _before(*_counts),
+          _report(_counts),
+          _outputs(_run, _counts, [this](const std::string& sentence) { fail(sentence); })
     {
         _options.run.camera = rememberedCamera(_run.camera, _state.path(), console);
     }
@@ -82,7 +87,9 @@ public:
             return 0;
         }
         if (hasInput()) {
-            runFrames();
+            if (_run.frames == 0 || framesLeft() > 0) {
+                runFrames();
+            }
         } else { // there are questions to answer only, and nothing moves
             base::Activity::instance().addFrame();
             _stop.waitUntil(Clock::time_point::max());
@@ -101,6 +108,7 @@ public:
 
 private:
     bool hasInput() const { return _run.input != base::kNoInput; }
+    long long framesLeft() const { return _run.frames - static_cast<long long>(_counts->frames); }
 
     // False when a signal came while the input was waited for.
     bool open()
@@ -118,9 +126,11 @@ private:
         _missingEngines = loadEngineModules(_run.camera, options, _console);
         _device = buildCamera(options, _console);
         rememberCamera(_run.camera, _state.path());
-        if (_source && (!_run.overlay.empty() || !_run.picture.empty())) {
-            _overlay.emplace(video::OverlayFiles{_run.overlay, _run.picture}, picture.width, picture.height,
-                             _source->framesPerSecond(), [this](const std::string& sentence) { fail(sentence); });
+        if (!options.metadataFile.empty()) {
+            _outputs.metadataBegins();
+        }
+        if (_source) {
+            _outputs.openOverlay(picture, _source->framesPerSecond());
         }
         _events = _device->onEvent([this](const base::Event& event) {
             _report.event(event);
@@ -140,7 +150,8 @@ private:
     DeviceOptions deviceOptions()
     {
         DeviceOptions options = pipeline::deviceOptions(_run.camera, _state.path());
-        options.metadataFile = _run.metadata;
+        options.metadataFile = _outputs.metadataFile();
+        options.metadataGoesOn = _outputs.metadataGoesOn();
         options.activeRulesChanged = [this](const auto& rules) { _report.rulesChanged(rules); };
         if (_run.camera.ptz) {
             options.ptz = Scenario::positioning(_run);
@@ -154,7 +165,7 @@ private:
     {
         video::SourceOptions options;
         options.loop = _run.loop;
-        options.notBefore = _state.lastFrameTime();
+        options.notBefore = std::max(_state.lastFrameTime(), _counts->lastTime);
         options.stop = &_stop.flag();
         try {
             _source = video::openSource(_run.input, options);
@@ -181,7 +192,8 @@ private:
         if (_run.realSpeed) {
             driver.emplace(_device->positioning());
         }
-        FrameLoop loop({_run.realSpeed, _run.frames}, std::move(_view), frameSteps(pacer), _report);
+        FrameLoop loop({_run.realSpeed, _run.frames == 0 ? 0 : framesLeft()}, std::move(_view), frameSteps(pacer),
+                       _report);
         try {
             loop.run();
         } catch (const std::exception& error) {
@@ -200,9 +212,15 @@ private:
         steps.drainControl = [this] { _device->control().drain(); };
         steps.direction = [this] { return direction(); };
         steps.orientation = [this] { return static_cast<int>(_services->orientation()); };
-        steps.deliver = [this](const video::Frame& frame) { return _device->deliver(frame); };
-        if (_overlay) {
-            steps.draw = [this](const video::Frame& upright, const video::Drawing& drawing) { draw(upright, drawing); };
+        steps.deliver = [this](const video::Frame& frame) {
+            const FrameResult result = _device->deliver(frame);
+            countWhatTheDeviceDid(_device->statistics());
+            return result;
+        };
+        if (_outputs.draws()) {
+            steps.draw = [this](const video::Frame& upright, const video::Drawing& drawing) {
+                _outputs.draw(upright, drawing, caption());
+            };
         }
         steps.showStatus = [this] { _console.status(_report.status()); };
         steps.keepTime = [this](std::int64_t nanoseconds) { keepTime(nanoseconds); };
@@ -218,9 +236,12 @@ private:
         return {position, _device->positioning().optics().angleOfView(position.zoom)};
     }
 
-    void draw(const video::Frame& upright, const video::Drawing& drawing)
+    // With every frame: the process may die in the next one.
+    void countWhatTheDeviceDid(const Statistics& statistics)
     {
-        _overlay->add(upright, drawing, caption());
+        _counts->documents = _before.documents + statistics.documents;
+        _counts->eventsDropped = _before.eventsDropped + statistics.eventsDropped;
+        _counts->metadataFailed = _before.metadataFailed || !statistics.metadataError.empty();
     }
 
     // Where the camera looks and which rules are active there, for the picture.
@@ -270,50 +291,39 @@ private:
         // The end waits for a slow metadata streamer for a while, and after a signal not at all.
         _services->finishBy(Clock::now() + (_stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
         _device->drain();
-        if (_overlay) {
-            _overlay->finish();
-        }
+        _outputs.finish();
         const std::vector<ActiveRules> active = _device->activeRules();
         _device->shutdown();
         _service.reset();
         const Statistics statistics = _device->statistics();
         _events.reset();
         keepTime(_lastFrameTime);
-        _failed = _failed || !statistics.metadataError.empty(); // the log has told it
+        countWhatTheDeviceDid(statistics);
+        _failed = _failed || _counts->metadataFailed || _counts->videosFailed != 0; // which was told when it happened
         if (statistics.framesFailed != 0) {
             _failures.push_back(std::to_string(statistics.framesFailed) +
                                 " frames could not be analysed; the log lines above name the reason.");
         }
         _console.clearStatus();
-        return summaryOf(statistics, active);
+        _counts->running = false;
+        return summaryOf(active);
     }
 
-    RunSummary summaryOf(const Statistics& statistics, const std::vector<ActiveRules>& active) const
+    RunSummary summaryOf(const std::vector<ActiveRules>& active) const
     {
         RunSummary summary;
         summary.input = _run.input;
         summary.report = _report.summary();
-        summary.eventsDropped = statistics.eventsDropped;
-        summary.documents = statistics.documents;
+        summary.eventsDropped = _counts->eventsDropped;
+        summary.documents = _counts->documents;
         for (const ActiveRules& rules : active) {
             summary.active.insert(summary.active.end(), rules.components.begin(), rules.components.end());
         }
         summary.settings = _state.kept() && !_options.temporaryState ? _state.path().string() : "";
-        const std::vector<WrittenFile> files = {{_run.metadata, 0, statistics.metadataError.empty()},
-                                                {_run.overlay, 0, !(_overlay && _overlay->videoFailed())},
-                                                {picturePath(), 0, true}};
-        for (WrittenFile file : files) {
-            std::error_code error;
-            file.bytes = file.path.empty() ? 0 : std::filesystem::file_size(file.path, error);
-            if (!file.path.empty() && !error) {
-                summary.files.push_back(file);
-            }
-        }
+        summary.files = _outputs.files();
         summary.stopped = _stop.stopped();
         return summary;
     }
-
-    std::string picturePath() const { return _overlay && !_overlay->pictureWritten() ? "" : _run.picture; }
 
     base::PipelineOptions _options; ///< with what the state folder remembers
     const base::RunOptions& _run;
@@ -325,8 +335,10 @@ private:
     bool _failed = false;               ///< something was lost, and that was printed
     bool _toldTimeNotKept = false;
     std::vector<std::string> _missingEngines; ///< paths of modules that the folder remembers and that cannot be loaded
+    const std::shared_ptr<RunCounts> _counts;
+    const RunCounts _before; ///< of the processes of this run that were the pipeline before
     RunReport _report;
-    std::optional<video::Overlay> _overlay;
+    RunOutputs _outputs;
     std::optional<video::View> _view;
     const std::shared_ptr<DeviceServicesClient> _services = std::make_shared<DeviceServicesClient>(_options.bus);
     std::unique_ptr<Device> _device;

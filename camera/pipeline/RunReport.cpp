@@ -12,13 +12,13 @@ namespace {
 
 // A camera may run for years; the number of objects is for people and need not be exact by then.
 constexpr std::size_t kMostIds = 1000000;
-constexpr std::size_t kMostTopics = 10;
 constexpr std::size_t kMostSwitches = 40;
 constexpr double kRateWindowSeconds = 2;
 
 } // namespace
 
-RunReport::RunReport() : _start(std::chrono::steady_clock::now()), _windowStart(_start)
+RunReport::RunReport(std::shared_ptr<RunCounts> counts)
+    : _counts(std::move(counts)), _start(std::chrono::steady_clock::now()), _windowStart(_start)
 {
 }
 
@@ -26,7 +26,8 @@ void RunReport::frame(bool analysed, std::chrono::nanoseconds took)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
     ++_frames;
-    _failed += analysed ? 0 : 1;
+    ++_counts->frames;
+    _counts->failed += analysed ? 0 : 1;
     _longest = std::max(_longest, took);
     _longestLately = std::max(_longestLately, took);
     ++_windowFrames;
@@ -42,19 +43,19 @@ void RunReport::frame(bool analysed, std::chrono::nanoseconds took)
 void RunReport::time(std::int64_t nanoseconds)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    _firstTime = _firstTime == 0 ? nanoseconds : _firstTime;
-    _lastTime = nanoseconds;
+    _counts->firstTime = _counts->firstTime == 0 ? nanoseconds : _counts->firstTime;
+    _counts->lastTime = nanoseconds;
 }
 
 void RunReport::rulesChanged(const std::vector<ActiveRules>& rules)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    const double second = static_cast<double>(_lastTime - _firstTime) / 1e9;
+    const double second = _counts->second(_counts->lastTime);
     if (!_switches.empty() && _switches.back().second == second) {
         _switches.pop_back(); // lost before the next frame, it was never active for one
         --_switchCount;
     }
-    if (_switches.empty() && second > 0) {
+    if (_switches.empty() && second > 0 && !_counts->restarted()) {
         _switches.push_back({0, kNoRules}); // until now
         ++_switchCount;
     }
@@ -92,10 +93,10 @@ void RunReport::drawing(const video::Drawing& drawing)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
     _objectsNow = drawing.movingBoxes();
-    _objectsAtOnce = std::max(_objectsAtOnce, _objectsNow);
+    _counts->objectsAtOnce = std::max<std::uint64_t>(_counts->objectsAtOnce, _objectsNow);
     for (const kit::BoxRecord& box : drawing.boxes) {
-        if (_objectIds.size() < kMostIds) {
-            _objectIds.insert(box.id);
+        if (_objectIds.size() < kMostIds && _objectIds.insert(box.id).second) {
+            ++_counts->objects;
         }
     }
 }
@@ -103,9 +104,16 @@ void RunReport::drawing(const video::Drawing& drawing)
 void RunReport::event(const base::Event& event)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    ++_events;
-    if (_eventsOfTopic.size() < kMostTopics || _eventsOfTopic.count(event.topic) != 0) {
-        ++_eventsOfTopic[event.topic];
+    ++_counts->events;
+    for (RunCounts::Topic& topic : _counts->topics) {
+        const std::string name = event.topic.substr(0, topic.name.size() - 1);
+        if (topic.events == 0) {
+            std::copy(name.begin(), name.end(), topic.name.begin());
+        }
+        if (name == topic.name.data()) {
+            ++topic.events;
+            return;
+        }
     }
 }
 
@@ -117,28 +125,52 @@ double RunReport::seconds() const
 std::string RunReport::status() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    return "frames " + std::to_string(_frames) + "  " + base::decimals(static_cast<double>(_frames) / seconds(), 1) +
-           "/s  objects " + std::to_string(_objectsNow) + "  events " + std::to_string(_events);
+    return "frames " + std::to_string(_counts->frames) + "  " +
+           base::decimals(static_cast<double>(_frames) / seconds(), 1) + "/s  objects " + std::to_string(_objectsNow) +
+           "  events " + std::to_string(_counts->events);
 }
 
 std::vector<std::string> RunReport::summary() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    std::string framesText = std::to_string(_frames) + " in " + base::decimals(seconds(), 1) + " s, " +
-                             base::decimals(static_cast<double>(_frames) / seconds(), 1) + " frames/s";
-    if (_failed != 0) {
-        framesText += ", " + std::to_string(_failed) + " of them failed";
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    const double lasted = std::max(static_cast<double>(now - _counts->startedAt) / 1e9, 0.001);
+    std::string framesText = std::to_string(_counts->frames) + " in " + base::decimals(lasted, 1) + " s, " +
+                             base::decimals(static_cast<double>(_counts->frames) / lasted, 1) + " frames/s";
+    if (_counts->failed != 0) {
+        framesText += ", " + std::to_string(_counts->failed) + " of them failed";
     }
     std::vector<std::string> lines;
     lines.push_back(summaryLine("frames", framesText));
-    lines.push_back(summaryLine("objects", std::to_string(_objectIds.size()) + ", at most " +
-                                               std::to_string(_objectsAtOnce) + " at once"));
-    lines.push_back(summaryLine("events", std::to_string(_events)));
-    for (const auto& [topic, count] : _eventsOfTopic) {
-        lines.push_back(summaryLine("", std::to_string(count) + "  " + base::printable(topic)));
+    restartsSummary(lines);
+    lines.push_back(summaryLine("objects", std::to_string(_counts->objects) + ", at most " +
+                                               std::to_string(_counts->objectsAtOnce) + " at once"));
+    lines.push_back(summaryLine("events", std::to_string(_counts->events)));
+    auto topics = _counts->topics;
+    std::sort(topics.begin(), topics.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+    for (const RunCounts::Topic& topic : topics) {
+        if (topic.events != 0) {
+            lines.push_back(summaryLine("", std::to_string(topic.events) + "  " + base::printable(topic.name.data())));
+        }
     }
     rulesSummary(lines);
     return lines;
+}
+
+// When the pipeline was started again, in seconds of the video.
+void RunReport::restartsSummary(std::vector<std::string>& lines) const
+{
+    const std::size_t count = _counts->starts - 1;
+    const std::size_t named = std::min(count, RunCounts::kMostRestarts);
+    for (std::size_t i = 0; i < named; ++i) {
+        const RunCounts::Restart& restart = _counts->restarts[i];
+        lines.push_back(
+            summaryLine(i == 0 ? "restarts" : "", (restart.crashed ? "after a crash at " : "on request at ") +
+                                                      base::decimals(restart.second, 1) + " s"));
+    }
+    if (named < count) {
+        lines.push_back(summaryLine("", "and " + std::to_string(count - named) + " more"));
+    }
 }
 
 // Which rules were active when, in seconds of the video; where they never ended there is nothing to tell.

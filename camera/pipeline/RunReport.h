@@ -2,13 +2,14 @@
 
 #include "camera/base/Event.h"
 #include "camera/pipeline/ActiveRules.h"
+#include "camera/pipeline/RunCounts.h"
 #include "camera/video/Drawing.h"
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <unordered_set>
@@ -19,7 +20,8 @@ namespace camera::pipeline {
 /// What a run has seen so far. Thread-safe: events come on a thread of their own.
 class RunReport {
 public:
-    RunReport();
+    /// @param counts  of all processes of the run; what is asked while the run goes on is about this process alone.
+    explicit RunReport(std::shared_ptr<RunCounts> counts = openRunCounts({}));
 
     /// @param took  how long the plug-in had the frame
     void frame(bool analysed, std::chrono::nanoseconds took = std::chrono::nanoseconds(0));
@@ -54,6 +56,7 @@ public:
 
 private:
     double seconds() const;
+    void restartsSummary(std::vector<std::string>& lines) const;
     void rulesSummary(std::vector<std::string>& lines) const;
 
     struct Switch {
@@ -62,16 +65,11 @@ private:
     };
 
     mutable std::mutex _mutex;
-    std::chrono::steady_clock::time_point _start;
+    const std::shared_ptr<RunCounts> _counts;
+    const std::chrono::steady_clock::time_point _start;
     std::uint64_t _frames = 0;
-    std::uint64_t _failed = 0;
     std::size_t _objectsNow = 0;
-    std::size_t _objectsAtOnce = 0;
     std::unordered_set<std::uint32_t> _objectIds;
-    std::uint64_t _events = 0;
-    std::map<std::string, std::uint64_t> _eventsOfTopic;
-    std::int64_t _firstTime = 0;
-    std::int64_t _lastTime = 0;
     std::deque<Switch> _switches; ///< the last ones
     std::uint64_t _switchCount = 0;
     std::chrono::nanoseconds _longest{0};

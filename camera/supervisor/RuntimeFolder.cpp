@@ -27,7 +27,7 @@ namespace {
 constexpr const char* kLock = "supervisor.lock";
 constexpr const char* kFolder = "virtual-camera";
 constexpr const char* kPointer = "runtime"; ///< in the state folder: the path of the runtime folder
-constexpr std::array<const char*, 6> kFiles = {"bus", "address", "state", "pid", "bus.conf", "activity"};
+constexpr std::array<const char*, 7> kFiles = {"bus", "address", "state", "pid", "bus.conf", "activity", "counts"};
 
 // Unix sockets have short paths: the terminating zero counts.
 constexpr std::size_t kLongestSocketPath = sizeof(sockaddr_un::sun_path) - 1;

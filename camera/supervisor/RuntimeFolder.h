@@ -30,8 +30,8 @@ struct RuntimeRoots {
  * $XDG_RUNTIME_DIR/virtual-camera, else /run/user/UID/virtual-camera, else /tmp/virtual-camera-UID. When that folder
  * can be used by others, <state folder>/run. The file "runtime" in the state folder names the place.
  *
- * It holds the files "bus" (the daemon's socket), "address", "state" (the state folder), "pid", "bus.conf"
- * and "activity". The object holds the lock on the file "supervisor.lock" and takes everything away with
+ * It holds the files "bus" (the daemon's socket), "address", "state" (the state folder), "pid", "bus.conf",
+ * "activity" and "counts". The object holds the lock on the file "supervisor.lock" and takes everything away with
  * itself; what a killed run left is taken away by the next one, which finds the lock free.
  */
 class RuntimeFolder {
@@ -48,6 +48,7 @@ public:
     std::filesystem::path socket() const { return _path / "bus"; }
     std::filesystem::path configuration() const { return _path / "bus.conf"; }
     std::filesystem::path activity() const { return _path / "activity"; } ///< of the pipeline, see base::Activity
+    std::filesystem::path counts() const { return _path / "counts"; }     ///< what its processes leave to each other
 
     /// The bus' address, as its clients take it.
     std::string address() const;

@@ -58,6 +58,41 @@ INSTANTIATE_TEST_SUITE_P(All, EndingSignalTest, testing::Values(SIGINT, SIGTERM,
     return info.param == SIGINT ? "byCtrlC" : info.param == SIGTERM ? "byTerm" : "byHangUp";
 });
 
+TEST_F(SupervisionTest, aPipelineThatDiesLosesNothingOfWhatWasRecorded)
+{
+    for (const char* name : {"o.mp4", "o.2.mp4", "m.xml"}) {
+        write(name, "of an earlier run\n");
+    }
+    RunningCamera camera(state(), {kLively, "--config", simple(), "--engine", JOURNAL_ENGINE, "--metadata",
+                                   path("m.xml"), "--overlay", path("o.mp4")});
+    ASSERT_TRUE(camera.waitForFrames(30)) << camera.err();
+    const pid_t first = camera.process("camera-pipeline");
+    kill(first, SIGKILL);
+    ASSERT_TRUE(eventually([&] { return camera.process("camera-pipeline") != first; }));
+    ASSERT_TRUE(camera.waitForFrames(30)) << camera.err();
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
+
+    const auto frames = journalFrames();
+    for (std::size_t i = 1; i < frames.size(); ++i) {
+        EXPECT_LT(frames[i - 1].nanoseconds, frames[i].nanoseconds) << "times grow over the restart";
+    }
+    const std::string all = std::to_string(frames.size());
+    EXPECT_THAT(camera.out(), AllOf(HasSubstr("  frames    " + all + " in "), HasSubstr("  restarts  after a crash")));
+    EXPECT_THAT(camera.out(), AllOf(HasSubstr("written   " + path("m.xml")), HasSubstr("written   " + path("o.mp4")),
+                                    HasSubstr("written   " + path("o.2.mp4"))));
+    const std::string metadata = read(path("m.xml"));
+    EXPECT_EQ(count(metadata, "\n"), count(metadata, "</tt:MetadataStream>\n")) << "no line is torn";
+    EXPECT_GE(count(metadata, "\n"), frames.size() - 3) << "those of the first process, too";
+    EXPECT_THAT(metadata, Not(HasSubstr("earlier")));
+    std::size_t played = 0;
+    for (const char* name : {"o.mp4", "o.2.mp4"}) {
+        const Finished again = system_tests::camera({"run", path(name), "--speed", "max"});
+        EXPECT_EQ(0, again.exitCode) << again.err;
+        played += std::stoul(again.out.substr(again.out.find("  frames    ") + 12));
+    }
+    EXPECT_THAT(played, AllOf(Ge(frames.size() - 1), Le(frames.size()))) << "the frame that it died in may be missing";
+}
+
 TEST_F(SupervisionTest, endsByItsOwnCommand)
 {
     RunningCamera camera(state(), {kLively});

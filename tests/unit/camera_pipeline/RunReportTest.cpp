@@ -66,6 +66,42 @@ TEST(RunReportTest, rulesThatAreLostBeforeTheNextFrameWereNotActive)
     EXPECT_THAT(report.summary(), Contains(summaryLine("", "from 2.0 s  Motion at Yard")));
 }
 
+TEST(RunReportTest, countsOnAfterARestartAndNamesIt)
+{
+    const auto counts = std::make_shared<camera::pipeline::RunCounts>();
+    counts->starts = 3;
+    counts->frames = 50;
+    counts->events = 4;
+    counts->topics[0] = {{'t', 'n', 's', '1', ':', 'A'}, 4};
+    counts->firstTime = kStart;
+    counts->restarts = {{{2.5, true}, {4, false}}};
+    RunReport report(counts);
+    report.time(after(5));
+    report.rulesChanged({at("Gate")});
+    report.frame(true);
+    report.event({"tns1:A", "", ""});
+    report.event({"tns1:B", "", ""});
+    const auto lines = report.summary();
+    EXPECT_THAT(lines, Contains(StartsWith("  frames    51 in ")));
+    EXPECT_THAT(lines, Contains("  restarts  after a crash at 2.5 s"));
+    EXPECT_THAT(lines, Contains("            on request at 4.0 s"));
+    EXPECT_THAT(lines, Contains("  events    6"));
+    EXPECT_THAT(lines, Contains("            5  tns1:A"));
+    EXPECT_THAT(lines, Contains("            1  tns1:B"));
+    EXPECT_EQ(rows(report), 0u) << "nothing is said of rules that an earlier process had";
+    EXPECT_EQ(report.now().frames, 1u);
+    EXPECT_THAT(report.status(), StartsWith("frames 51 "));
+}
+
+TEST(RunReportTest, namesTheFirstRestartsAndCountsTheOthers)
+{
+    const auto counts = std::make_shared<camera::pipeline::RunCounts>();
+    counts->starts = 11;
+    EXPECT_THAT(RunReport(counts).summary(), Contains("            and 2 more"));
+    counts->starts = 1;
+    EXPECT_THAT(RunReport(counts).summary(), Not(Contains(HasSubstr("restarts"))));
+}
+
 TEST(RunReportTest, rulesThatAreGivenAgainAreNoSwitch)
 {
     RunReport report;
