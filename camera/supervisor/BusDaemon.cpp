@@ -70,8 +70,9 @@ void BusDaemon::writeConfiguration() const
             "<busconfig>\n  <type>session</type>\n  <listen>"
          << xmlText(_folder.address())
          << "</listen>\n  <auth>EXTERNAL</auth>\n"
-            // Other users are refused when they connect: only the daemon's own user and root can connect.
-            "  <policy context=\"default\">\n    <allow send_destination=\"*\" eavesdrop=\"true\"/>\n"
+            // Other users are refused when they connect; the daemon's own user is not, and root is named.
+            "  <policy context=\"default\">\n    <allow user=\"root\"/>\n"
+            "    <allow send_destination=\"*\" eavesdrop=\"true\"/>\n"
             "    <allow eavesdrop=\"true\"/>\n    <allow own=\"*\"/>\n  </policy>\n"
          << kLimits << "</busconfig>\n";
     file.close();

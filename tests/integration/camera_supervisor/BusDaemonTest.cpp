@@ -1,0 +1,72 @@
+#include "camera/supervisor/BusDaemon.h"
+
+#include "kit/EnvironmentVariable.h"
+#include "kit/Eventually.h"
+#include "kit/ForkedProcess.h"
+#include "kit/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <sdbus-c++/sdbus-c++.h>
+
+#include <grp.h>
+#include <unistd.h>
+
+namespace camera::supervisor {
+namespace {
+
+constexpr uid_t kOwner = 1; // "daemon", in every system
+
+void become(uid_t user)
+{
+    if (::setgroups(0, nullptr) != 0 || ::setresgid(user, user, user) != 0 || ::setresuid(user, user, user) != 0) {
+        ::_exit(1);
+    }
+}
+
+bool connects(const std::string& address)
+{
+    try {
+        return sdbus::createSessionBusConnectionWithAddress(address) != nullptr;
+    } catch (const sdbus::Error&) {
+        return false;
+    }
+}
+
+TEST(BusDaemonTest, takesItsOwnUserAndRootAndNobodyElse)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be two users";
+    }
+    const kit::TemporaryFolder folder;
+    const std::filesystem::path runtime = folder / "runtime";
+    std::filesystem::create_directory(runtime);
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    ASSERT_EQ(::chown(runtime.c_str(), kOwner, kOwner), 0);
+    const kit::EnvironmentVariable variable("XDG_RUNTIME_DIR", runtime);
+    const kit::ForkedProcess owner([&] {
+        become(kOwner);
+        static const RuntimeFolder own(runtime / "state");
+        static BusDaemon daemon(own);
+        static const auto process = daemon.start();
+        if (!kit::eventually([] { return daemon.listens(); }) || !connects(own.address())) {
+            ::_exit(1);
+        }
+        own.announce();
+    });
+    const auto address = RuntimeFolder::find(runtime / "state");
+    ASSERT_TRUE(address);
+    EXPECT_TRUE(connects(*address)) << "root";
+    // The paths let it in; the bus does not.
+    ASSERT_EQ(::chmod(runtime.c_str(), 0755), 0);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(runtime)) {
+        std::filesystem::permissions(entry.path(), std::filesystem::perms(0777));
+    }
+    kit::ForkedProcess other([&] {
+        become(kOwner + 1);
+        ::_exit(connects(*address) ? 1 : 7);
+    });
+    EXPECT_EQ(other.wait(), 7);
+}
+
+} // namespace
+} // namespace camera::supervisor
