@@ -121,6 +121,11 @@ Command runCommand()
     command.option("--restarts", wholeValue("N", 0, 1000000),
                    "start the pipeline again after N crashes at most; without it 0 with --speed max, --oneshot or "
                    "--frames, else 2 before the first frame; later crashes of such a run have no limit");
+    command.option("--watchdog", wholeValue("SECONDS", 0, 86400),
+                   "tell and restart a process that does not answer for so long, tell an engine that takes so long; "
+                   "without it 10, 0: never");
+    command.option("--watchdog-frames", wholeValue("SECONDS", 1, 86400),
+                   "restart the pipeline when a frame or an operation of an engine takes so long");
     return command;
 }
 
@@ -173,6 +178,8 @@ RunOptions runOptions(const Arguments& arguments)
     if (arguments.has("--restarts")) {
         options.restarts = static_cast<unsigned int>(arguments.whole("--restarts"));
     }
+    options.watchdogSeconds = static_cast<int>(arguments.whole("--watchdog", options.watchdogSeconds));
+    options.watchdogFramesSeconds = static_cast<int>(arguments.whole("--watchdog-frames"));
     options.metadata = arguments.text("--metadata");
     options.overlay = arguments.text("--overlay");
     options.picture = arguments.text("--picture");

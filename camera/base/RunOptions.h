@@ -50,6 +50,8 @@ struct RunOptions {
     bool oneshot = false; ///< end with the input
     bool realSpeed = true;
     std::optional<unsigned int> restarts; ///< after crashes; nothing: as usual
+    int watchdogSeconds = 10;             ///< a process that is silent for so long hangs; 0: nobody watches
+    int watchdogFramesSeconds = 0;        ///< a frame or an operation may take so long; 0: for ever
     std::string metadata;
     std::string overlay;
     std::string picture;

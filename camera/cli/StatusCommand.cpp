@@ -1,9 +1,13 @@
+#include "camera/base/RunOptions.h"
+#include "camera/base/StopSignal.h"
 #include "camera/base/Text.h"
 #include "camera/cli/JsonOutput.h"
 #include "camera/supervisor/RuntimeFolder.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <utility>
 
 namespace camera::cli {
@@ -11,6 +15,9 @@ namespace camera::cli {
 namespace {
 
 using Context = CommandContext;
+
+constexpr const char* kWait = "--wait";
+constexpr std::chrono::milliseconds kReadinessInterval(100);
 
 // A part of the status: its value, or under "error" the sentence that says why there is none.
 template <class Ask>
@@ -236,26 +243,85 @@ void showServices(Context& context, const Json::Value& metadata, const Json::Val
     }
 }
 
+// All parts are asked at the same time: the whole takes no longer than its slowest part.
+Json::Value statusOf(CameraClient& client)
+{
+    const auto begin = [&client](auto ask) {
+        return std::async(std::launch::async, [&client, ask] { return part([&] { return ask(client); }); });
+    };
+    auto ofSupervisor = begin(supervisor);
+    auto ofPipeline = begin(pipeline);
+    auto ofPosition = begin(position);
+    auto ofMetadata = begin(metadata);
+    Json::Value all;
+    all["services"] = part([&] { return services(client); });
+    all["faults"] = part([&] { return jsonMap(client.ask(&bus::ServicesClient::faults)); });
+    all["supervisor"] = ofSupervisor.get();
+    all["pipeline"] = ofPipeline.get();
+    all["position"] = ofPosition.get();
+    all["metadata"] = ofMetadata.get();
+    return all;
+}
+
+// Why a part of the status is missing; empty when each part has answered.
+std::string silenceIn(const Json::Value& all)
+{
+    for (const Json::Value& each : all) {
+        const Json::Value& engines = each["engines"];
+        for (const Json::Value* asked : {&each, &engines}) {
+            if (asked->isObject() && asked->isMember("error")) {
+                return (*asked)["error"].asString();
+            }
+        }
+    }
+    return "";
+}
+
+// Why the camera is not ready; empty when it is, which is when all parts answer and a frame has come.
+std::string unreadinessOf(const Json::Value& all)
+{
+    const std::string silence = silenceIn(all);
+    const Json::Value& pipeline = all["pipeline"];
+    // The number of frames has the one that an engine has just now.
+    const bool frames = pipeline["framesPerSecond"].asDouble() > 0 || pipeline["input"] == base::kNoInput;
+    return !silence.empty() || frames ? silence : "no frame has come yet";
+}
+
+Json::Value readyStatus(Context& context)
+{
+    const base::StopSignal stop;
+    const auto now = [] { return std::chrono::steady_clock::now(); };
+    const auto end = now() + std::chrono::seconds(context.arguments.whole(kWait));
+    std::string reason;
+    do {
+        try {
+            Json::Value all = statusOf(context.client());
+            reason = unreadinessOf(all);
+            if (reason.empty()) {
+                return all;
+            }
+        } catch (const CameraError& error) {
+            reason = error.what();
+        }
+        stop.waitUntil(std::min(end, now() + kReadinessInterval));
+    } while (now() < end && !stop.stopped());
+    throw CameraError("the camera is not ready after " + context.arguments.text(kWait) + " s: " + reason);
+}
+
 int status(Context& context)
 {
-    CameraClient& client = context.client(); // outside of part(): a camera that does not run is a failure
-    Json::Value all;
-    all["supervisor"] = part([&] { return supervisor(client); });
-    all["pipeline"] = part([&] { return pipeline(client); });
-    all["position"] = part([&] { return position(client); });
-    all["services"] = part([&] { return services(client); });
-    all["metadata"] = part([&] { return metadata(client); });
-    all["faults"] = part([&] { return jsonMap(client.ask(&bus::ServicesClient::faults)); });
+    const Json::Value all = context.arguments.has(kWait) ? readyStatus(context) : statusOf(context.client());
+    const int code = silenceIn(all).empty() ? 0 : 1;
     if (context.json()) {
         context.print(all);
-        return 0;
+        return code;
     }
     line(context, "camera", context.stateDir().string());
     showProcesses(context, all["supervisor"]);
     showPosition(context, all["position"]);
     showPipeline(context, all["pipeline"]);
     showServices(context, all["metadata"], all["faults"]);
-    return 0;
+    return code;
 }
 
 int list(Context& context)
@@ -295,7 +361,10 @@ base::Command listCommand()
 std::vector<base::Command> statusCommands()
 {
     return {
-        listing("status", "Shows the state of the camera on one screen.", status),
+        listing("status", "Shows the state of the camera on one screen; exit code 1 when a part does not answer.",
+                status)
+            .option(kWait, base::wholeValue("SECONDS", 1, 86400),
+                    "wait until the camera runs, all its parts answer and a frame has come"),
         base::Command("shutdown", "Ends the camera.").does(onCamera(shutDown)),
     };
 }

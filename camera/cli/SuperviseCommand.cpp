@@ -97,6 +97,8 @@ int superviseCamera(const base::Arguments& arguments, base::Console& console)
     plan.plugin = options.camera.plugin.empty() ? "libdetection.so" : options.camera.plugin;
     plan.batch = base::isBatch(options);
     plan.restarts = options.restarts.value_or(plan.batch ? 0 : plan.restarts);
+    plan.watchdog = {std::chrono::seconds(options.watchdogSeconds),
+                     std::chrono::seconds(options.watchdogFramesSeconds)};
     supervisor::Clock clock;
     return supervisor::Supervisor(
                plan, [&console](const std::string& line) { console.error(line); }, clock)

@@ -33,6 +33,9 @@ namespace {
 
 using std::chrono::steady_clock;
 
+constexpr const char* kBusName = "dbus-daemon";
+constexpr const char* kServicesName = "camera-services";
+constexpr const char* kPipelineName = "camera-pipeline";
 constexpr int kInterrupted = 128 + SIGINT; // as shells report it
 
 std::string pauseText(std::chrono::milliseconds pause)
@@ -53,6 +56,15 @@ std::string endText(const SupervisedProcess& process, const Exit& exit)
     return process.name() + " ended " + (exit.code() ? "with " : "by ") + exit.text();
 }
 
+// By which name of the bus a process is asked whether it is there.
+std::string busNameOf(const std::string& process)
+{
+    if (process == kBusName) {
+        return "org.freedesktop.DBus";
+    }
+    return bus::busName(process == kPipelineName ? bus::service::kPipeline : bus::service::kServices);
+}
+
 } // namespace
 
 Supervisor::Supervisor(SupervisorOptions options, Report report, Clock& clock)
@@ -60,16 +72,17 @@ Supervisor::Supervisor(SupervisorOptions options, Report report, Clock& clock)
       _report(std::move(report)),
       _clock(clock),
       _wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      _watchdog(_options.watchdog),
       _bus(
-          "dbus-daemon", [this] { return _daemon->start(); }, clock),
+          kBusName, [this] { return _daemon->start(); }, clock),
       _services(
-          "camera-services",
+          kServicesName,
           [this] {
               return std::make_unique<ChildProcess>(Program{_options.services(*_folder, !_servicesAnswer), -1, -1});
           },
           clock),
       _pipeline(
-          "camera-pipeline",
+          kPipelineName,
           [this] {
               _activity.clear();
               return std::make_unique<ChildProcess>(Program{_options.pipeline(*_folder, !_pipelineBegun), -1, -1});
@@ -156,6 +169,7 @@ void Supervisor::supervise()
         if (!_outcome && !_stopping) {
             startDue();
             advance();
+            watch();
         }
     }
 }
@@ -178,6 +192,9 @@ void Supervisor::waitForEvents()
 Supervisor::Time Supervisor::wakeUpTime() const
 {
     Time wakeUp = _phase == Phase::running ? Time::max() : _readyBy;
+    if (_pings && _watchdog.watches()) {
+        wakeUp = std::min(wakeUp, _nextLook);
+    }
     for (const SupervisedProcess* process : _processes) {
         if (process->due()) {
             const auto sleep = std::chrono::ceil<std::chrono::milliseconds>(_clock.sleepUntil(*process->due()));
@@ -328,6 +345,31 @@ void Supervisor::advance()
     }
 }
 
+void Supervisor::watch()
+{
+    const Time now = steady_clock::now();
+    const std::shared_ptr<Pings> pings = _pings ? _pings->get() : nullptr;
+    if (!pings || !_watchdog.watches() || now < _nextLook) {
+        return;
+    }
+    _nextLook = now + _watchdog.interval();
+    std::vector<Watchdog::Seen> seen;
+    for (SupervisedProcess* process : _processes) {
+        const bool isPipeline = process == &_pipeline;
+        seen.push_back({process->name(), process->status().pid, pings->askedAt(busNameOf(process->name())),
+                        isPipeline ? &_activity : nullptr, process == &_bus});
+    }
+    for (const Watchdog::Finding& finding : _watchdog.look(now, seen)) {
+        _report(finding.sentence);
+        for (SupervisedProcess* process : _processes) {
+            if (finding.kill && process->name() == finding.name) {
+                process->signal(SIGKILL);
+            }
+        }
+    }
+    pings->ask();
+}
+
 void Supervisor::busListens()
 {
     _connection.emplace(_folder->address(), "camera");
@@ -344,6 +386,10 @@ void Supervisor::busListens()
     whenServed(bus::service::kServices, [this] {
         _servicesAnswer = true;
         wake();
+    });
+    _pings = _connection->add<Pings>([](const std::shared_ptr<bus::Session>& session) {
+        return std::make_shared<Pings>(session->connection(), std::vector{busNameOf(kBusName), busNameOf(kServicesName),
+                                                                          busNameOf(kPipelineName)});
     });
     _connection->add<SupervisorObject>([this](const std::shared_ptr<bus::Session>& session) {
         return std::make_shared<SupervisorObject>(

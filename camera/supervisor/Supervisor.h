@@ -4,9 +4,11 @@
 #include "camera/bus/Connection.h"
 #include "camera/supervisor/BusDaemon.h"
 #include "camera/supervisor/Clock.h"
+#include "camera/supervisor/Pings.h"
 #include "camera/supervisor/RuntimeFolder.h"
 #include "camera/supervisor/SupervisedProcess.h"
 #include "camera/supervisor/TerminationSignals.h"
+#include "camera/supervisor/Watchdog.h"
 
 #include <atomic>
 #include <chrono>
@@ -38,6 +40,7 @@ struct SupervisorOptions {
     bool batch = false;
     /// How often a pipeline is started again before the next crash that counts ends the run.
     unsigned int restarts = 2;
+    Watchdog::Options watchdog;
     std::string busProgram = "dbus-daemon";
     /// How long to wait for the bus to listen, and then for the services to answer.
     std::chrono::milliseconds readyWithin{5000};
@@ -49,7 +52,8 @@ struct SupervisorOptions {
 
 /**
  * Runs one virtual camera: its bus, camera-services and camera-pipeline, in this order. A process that dies is
- * started again, first at once and then after growing pauses; each such end is reported in one line.
+ * started again, first at once and then after growing pauses; each such end is reported in one line. One that hangs is
+ * told, and killed as Watchdog says.
  *
  * The run ends when the pipeline has said its last word over the bus and ended, when it crashed too often, when
  * camera-services gives up at its first start (1 or 2), on SIGINT, SIGTERM or SIGHUP, on stop(), or on the service's
@@ -111,6 +115,7 @@ private:
     void startDue();
     void startProcess(SupervisedProcess& process);
     void advance();
+    void watch();
     void busListens();
     void publish();
 
@@ -132,6 +137,9 @@ private:
     std::optional<BusDaemon> _daemon;
     base::Activity _activity; ///< of the pipeline
     std::optional<bus::Connection> _connection;
+    std::shared_ptr<bus::CurrentObject<Pings>> _pings;
+    Watchdog _watchdog;
+    Time _nextLook{};
     SupervisedProcess _bus;
     SupervisedProcess _services;
     SupervisedProcess _pipeline;

@@ -12,6 +12,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
+#include <unistd.h>
 
 namespace camera::cli {
 namespace {
@@ -347,13 +348,55 @@ TEST_F(CameraCommandsTest, statusShowsWhatDoesNotAnswerAsSuch)
 {
     fake->change()->without = {"pipeline", "positioning", "services"};
     fake->serve();
-    const std::string screen = outputOf({"status"});
+    EXPECT_EQ(perform({"status"}), 1);
+    const std::string screen = printed();
     EXPECT_THAT(screen, HasSubstr("\nposition    nobody serves the camera's positioning now;"));
     EXPECT_THAT(screen, HasSubstr("\nframes      nobody serves the camera's pipeline now;"));
     EXPECT_THAT(screen, HasSubstr("\nfaults      nobody serves the camera's services now;"));
     EXPECT_THAT(screen, HasSubstr("\nmetadata    received 9"));
     EXPECT_THAT(failureOf({"preset", "list"}),
                 StartsWith("camera: nobody serves the camera's positioning now; camera status shows what runs."));
+}
+
+TEST_F(CameraCommandsTest, aPartOfTheStatusThatDoesNotAnswerIsAFailureForProgramsToo)
+{
+    fake->change()->without = {"onvif_metadata_streamer"};
+    fake->serve();
+    EXPECT_EQ(perform({"status", "--json"}), 1);
+    Json::Value all;
+    std::istringstream(printed()) >> all;
+    EXPECT_THAT(all["metadata"]["error"].asString(), HasSubstr("nobody serves"));
+    EXPECT_EQ(all["pipeline"]["frames"].asInt(), 250);
+}
+
+TEST_F(CameraCommandsTest, statusWaitsUntilTheCameraIsReady)
+{
+    EXPECT_THAT(failureOf({"status", "--wait", "1"}), StartsWith("camera: the camera is not ready after 1 s: nobody "));
+    fake->change()->without = {"pipeline"};
+    fake->serve();
+    EXPECT_THAT(failureOf({"status", "--wait", "1"}),
+                StartsWith("camera: the camera is not ready after 1 s: nobody serves the camera's pipeline now"));
+    fake.reset();
+    auto waiting = std::async(std::launch::async, [this] { return perform({"status", "--wait", "60"}); });
+    fake = std::make_unique<FakeCamera>(state);
+    fake->serve();
+    EXPECT_EQ(waiting.get(), 0) << complained();
+    EXPECT_THAT(printed(), HasSubstr("frames      250"));
+}
+
+TEST_F(CameraCommandsTest, theRunningCamerasAreListed)
+{
+    fake->serve();
+    const std::string pid = std::to_string(::getpid());
+    EXPECT_EQ(outputOf({"list"}), state.string() + "  pid " + pid + "\n");
+    Json::Value one;
+    std::istringstream(outputOf({"list", "--json"})) >> one;
+    EXPECT_EQ(one["state"].asString(), state.string());
+    EXPECT_EQ(one["pid"].asInt(), ::getpid());
+    EXPECT_EQ(one["user"].asUInt(), ::geteuid());
+    EXPECT_THAT(fake->calls(), IsEmpty());
+    fake.reset();
+    EXPECT_EQ(outputOf({"list"}), "");
 }
 
 TEST_F(CameraCommandsTest, theCameraIsChosenByItsStateFolder)

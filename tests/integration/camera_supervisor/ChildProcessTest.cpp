@@ -1,5 +1,6 @@
 #include "camera/supervisor/ChildProcess.h"
 
+#include "camera/supervisor/Watchdog.h"
 #include "kit/Eventually.h"
 #include "kit/ForkedProcess.h"
 #include "kit/Refusal.h"
@@ -9,6 +10,7 @@
 
 #include <csignal>
 #include <poll.h>
+#include <sys/ptrace.h>
 
 namespace camera::supervisor {
 namespace {
@@ -129,6 +131,19 @@ TEST(ChildProcess, doesNotOutliveAKilledStarter)
         const std::string stat = kit::contentOf("/proc/" + pid + "/stat");
         return stat.empty() || stat.find(") Z ") != std::string::npos;
     }));
+}
+
+TEST(WatchdogInKernel, seesWhoHoldsAProcess)
+{
+    ChildProcess running({{"sleep", "100"}, -1, -1});
+    EXPECT_EQ(Watchdog::heldInKernel(running.pid()), "");
+    running.signal(SIGSTOP);
+    EXPECT_TRUE(kit::eventually([&] { return Watchdog::heldInKernel(running.pid()) == "stopped by a signal"; }));
+    running.signal(SIGCONT);
+    if (::ptrace(PTRACE_SEIZE, running.pid(), nullptr, nullptr) == 0) { // an emulated processor has no such call
+        EXPECT_EQ(Watchdog::heldInKernel(running.pid()), "traced by process " + std::to_string(::getpid()));
+    }
+    running.signal(SIGKILL);
 }
 
 } // namespace

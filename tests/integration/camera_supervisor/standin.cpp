@@ -4,7 +4,7 @@
 // start at once; "-", or none, means that it runs until it is told to end. A stubborn one does not end then. One that
 // is told to end when there is no bus any more says so. Letters before a code say what it does first: b, it tells that
 // it has begun, f, a frame comes through, d, it begins a frame, e, it says its last word. 'k' in the place of the
-// number is a crash.
+// number is a crash, 'h' a bus thread that hangs, 's' a stop by a signal, 'w' a frame that does not end.
 
 #include "camera/base/Activity.h"
 #include "camera/bus/Address.h"
@@ -42,15 +42,27 @@ std::size_t startsSoFar(const std::string& journal, const std::string& name)
     return count;
 }
 
+using camera::base::Activity;
+
+void share(const std::string& address)
+{
+    const std::filesystem::path socket = camera::bus::socketPath(address);
+    Activity::instance().share(socket.parent_path() / "activity");
+}
+
+void beginFrame()
+{
+    static const Activity::Label label("onFrame of engine 'Motion'");
+    static std::optional<Activity::Scope> frame;
+    frame.emplace(Activity::Kind::frame, label);
+}
+
 [[noreturn]] void end(const std::string& address, std::string code)
 {
-    using camera::base::Activity;
     const std::string word = code.substr(0, code.find_first_of("0123456789k"));
     code.erase(0, word.size());
     const auto connection = sdbus::createSessionBusConnectionWithAddress(address);
     const auto proxy = sdbus::createProxy(*connection, "ravel.supervisor", "/ravel/supervisor/main");
-    static Activity::Label label("onFrame of engine 'Motion'");
-    static std::optional<Activity::Scope> frame;
     for (const char letter : word) {
         if (letter == 'b') {
             proxy->callMethod("pipelineBegun").onInterface("ravel.supervisor");
@@ -59,12 +71,11 @@ std::size_t startsSoFar(const std::string& journal, const std::string& name)
                 .onInterface("ravel.supervisor")
                 .withArguments(static_cast<std::uint32_t>(::getpid()), std::int32_t{code == "k" ? 0 : std::stoi(code)});
         } else {
-            const std::filesystem::path socket = camera::bus::socketPath(address);
-            Activity::instance().share(socket.parent_path() / "activity");
+            share(address);
             if (letter == 'f') {
                 Activity::instance().addFrame();
             } else {
-                frame.emplace(Activity::Kind::frame, label);
+                beginFrame();
             }
         }
     }
@@ -74,15 +85,20 @@ std::size_t startsSoFar(const std::string& journal, const std::string& name)
     std::_Exit(std::stoi(code));
 }
 
-void endAsPlanned(const std::string& codes, std::size_t start, const std::string& address)
+// What it does in this start when it does not end at once.
+std::string endAsPlanned(const std::string& codes, std::size_t start, const std::string& address)
 {
     std::istringstream list(codes);
     std::string code;
     for (std::size_t i = 0; i < start && std::getline(list, code, ','); ++i) {
-        if (i + 1 == start && code != "-") {
+        if (i + 1 == start && code.find_first_of("0123456789k") != std::string::npos) {
             end(address, code);
         }
+        if (i + 1 == start) {
+            return code;
+        }
     }
+    return "-";
 }
 
 int waitForTheEnd()
@@ -127,15 +143,25 @@ int main(int count, char** words)
     pthread_sigmask(SIG_BLOCK, &end, nullptr);
     ::alarm(120); // whatever goes wrong in a test, nothing of it stays for ever
     note(journal, name + " started");
-    endAsPlanned(given.size() > 4 ? given[4] : "", startsSoFar(journal, name), given.at(2));
+    const std::string plan = endAsPlanned(given.size() > 4 ? given[4] : "", startsSoFar(journal, name), given.at(2));
     camera::bus::Connection connection(given.at(2), name);
     if (given.at(3) != "-") {
         connection.add<Name>([&](const std::shared_ptr<camera::bus::Session>& session) {
             session->connection().requestName(given[3]);
+            while (plan == "h") {
+                ::pause();
+            }
             return std::make_shared<Name>();
         });
     }
     connection.start();
+    if (plan == "w") {
+        share(given[2]);
+        beginFrame();
+    }
+    if (plan == "s" && connection.waitUntilConnected(std::chrono::steady_clock::now() + std::chrono::seconds(30))) {
+        ::raise(SIGSTOP);
+    }
     const bool stubborn = given.size() > 5;
     do {
         waitForTheEnd();

@@ -3,6 +3,8 @@
 
 #include "kit/EnvironmentVariable.h"
 
+#include <csignal>
+
 namespace camera::system_tests {
 namespace {
 
@@ -78,6 +80,49 @@ TEST_F(CrashTest, aBatchThatMayRestartGoesOn)
     const Finished done = runToItsEnd({"--speed", "max", "--restarts", "1"});
     EXPECT_EQ(0, done.exitCode) << done.err;
     EXPECT_THAT(done.err, HasSubstr("starting it again"));
+}
+
+TEST_F(CrashTest, aHangingFrameIsToldWithItsEngineAndEndedWhenAsked)
+{
+    fails("frame", "hang", true);
+    RunningCamera camera(state(), {kLively, "--engine", FAULTY_ENGINE, "--watchdog", "60", "--watchdog-frames", "1"});
+    EXPECT_EQ(0, camera.command({"status", "--wait", "60"}).exitCode) << camera.err();
+    EXPECT_THAT(camera.err(),
+                AllOf(HasSubstr("camera-pipeline is in onFrame of engine 'Faulty' for 1 s and is killed"),
+                      HasSubstr("signal 9 (Killed) during onFrame of engine 'Faulty'; starting it again")));
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
+}
+
+// Its first question to the engine is asked before the camera serves anything.
+TEST_F(CrashTest, anEngineThatHangsWhileTheCameraStartsIsToldByItsName)
+{
+    fails("create", "hang", false);
+    RunningCamera camera(state(), {kLively, "--engine", FAULTY_ENGINE, "--watchdog", "1"});
+    EXPECT_TRUE(eventually([&] {
+        return count(camera.err(), "camera-pipeline is in the start of the engine module 'Faulty' for 1 s") == 1;
+    })) << camera.err();
+    const Finished status = camera.command({"status", "--timeout", "1"});
+    EXPECT_EQ(1, status.exitCode);
+    EXPECT_THAT(status.out, HasSubstr("nobody serves the camera's pipeline now"));
+    camera.end(SIGINT);
+}
+
+TEST_F(CrashTest, aStoppedProcessIsToldAndLeftAloneAndTheStatusFails)
+{
+    RunningCamera camera(state(), {kLively, "--watchdog", "1"});
+    EXPECT_EQ(0, camera.command({"status", "--wait", "60"}).exitCode) << camera.err();
+    const pid_t services = camera.process("camera-services");
+    kill(services, SIGSTOP);
+    EXPECT_TRUE(eventually([&] {
+        return count(camera.err(), "camera-services does not answer: it is stopped by a signal and left alone") == 1;
+    })) << camera.err();
+    const Finished status = camera.command({"status", "--timeout", "1"});
+    EXPECT_EQ(1, status.exitCode);
+    EXPECT_THAT(status.out, AllOf(HasSubstr("does not answer within 1 s"), HasSubstr("  frames ")));
+    kill(services, SIGCONT);
+    EXPECT_EQ(0, camera.command({"status", "--wait", "60"}).exitCode) << camera.err();
+    EXPECT_EQ(services, camera.process("camera-services"));
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
 }
 
 TEST_F(CrashTest, threeCrashesBeforeTheFirstFrameEndALiveRun)
