@@ -3,8 +3,9 @@
 #include "camera/base/FileDescriptor.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
-#include <fstream>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -15,24 +16,23 @@ namespace {
 bool replace(const std::filesystem::path& file, const std::string& content, bool durably)
 {
     const std::filesystem::path unfinished = file.string() + ".new";
-    try {
-        std::ofstream stream;
-        stream.exceptions(std::ios::badbit | std::ios::failbit);
-        stream.open(unfinished, std::ios::binary);
-        stream << content;
-        stream.close();
-        if (durably) {
-            syncToDisk(unfinished);
-            renameDurably(unfinished, file);
-        } else {
-            std::filesystem::rename(unfinished, file);
-        }
-        return true;
-    } catch (const std::system_error&) { // of the stream and of the file system
-        std::error_code ignored;
-        std::filesystem::remove(unfinished, ignored);
+    ::unlink(unfinished.c_str()); // one that was left, of whatever kind
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    const FileDescriptor descriptor(::open(unfinished.c_str(), kFlags, S_IRUSR | S_IWUSR));
+    const auto size = static_cast<ssize_t>(content.size());
+    const bool written = descriptor && ::write(descriptor.get(), content.data(), content.size()) == size &&
+                         (!durably || ::fsync(descriptor.get()) == 0);
+    if (!written || ::rename(unfinished.c_str(), file.c_str()) != 0) {
+        ::unlink(unfinished.c_str());
         return false;
     }
+    try {
+        if (durably) {
+            syncToDisk(file.parent_path());
+        }
+    } catch (const std::filesystem::filesystem_error&) { // the new content is there, which is what the caller asks
+    }
+    return true;
 }
 
 } // namespace

@@ -6,12 +6,12 @@
 namespace camera::base {
 
 // Each replaces the content of a file: at any moment a reader finds the old or the new content, never a part. False
-// when it could not be written; the file then has the old content.
+// when it could not be written; the file then has the old content. Only this user may read the new one.
 
 /// A power cut may leave either content, or none.
 bool replaceFile(const std::filesystem::path& file, const std::string& content);
 
-/// When this has returned, a power cut does not lose the new content.
+/// When this has returned, a power cut does not lose the new content, unless the folder cannot be synced.
 bool replaceFileDurably(const std::filesystem::path& file, const std::string& content);
 
 /// Returns when the file's content, or the names in a folder, would survive a power cut.

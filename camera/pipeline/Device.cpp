@@ -126,8 +126,8 @@ private:
 Device::Impl::Impl(const DeviceOptions& deviceOptions)
     : options(checked(deviceOptions)),
       lock(options.stateDir),
-      serviceApi(std::make_shared<serviceapi::ServiceApi>(
-          serviceapi::ServiceApiOptions{options.stateDir, options.metadataFile, options.services, options.metadataGoesOn})),
+      serviceApi(std::make_shared<serviceapi::ServiceApi>(serviceapi::ServiceApiOptions{
+          options.stateDir, options.metadataFile, options.services, options.metadataGoesOn, options.copyInterval})),
       serviceApiBinding(serviceApi),
       positioning(std::make_shared<ptz::PositioningUnit>(
           positioningOptions(options),

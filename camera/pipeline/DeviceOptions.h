@@ -5,6 +5,7 @@
 #include "camera/pipeline/ActiveRules.h"
 #include "camera/ptz/CameraDescription.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -44,11 +45,12 @@ struct PtzOption {
 
 /// What a device is made of.
 struct DeviceOptions {
-    std::filesystem::path pluginPath;   ///< the plug-in to load, libdetection.so
-    std::filesystem::path stateDir;     ///< created when absent; one process at a time
-    std::optional<PtzOption> ptz;       ///< without: a fixed camera
-    std::filesystem::path metadataFile; ///< empty: metadata documents are only counted
-    bool metadataGoesOn = false;        ///< the file is added to, not emptied
+    std::filesystem::path pluginPath;             ///< the plug-in to load, libdetection.so
+    std::filesystem::path stateDir;               ///< created when absent; one process at a time
+    std::optional<PtzOption> ptz;                 ///< without: a fixed camera
+    std::filesystem::path metadataFile;           ///< empty: metadata documents are only counted
+    bool metadataGoesOn = false;                  ///< the file is added to, not emptied
+    std::chrono::milliseconds copyInterval{1000}; ///< the shortest time between two copies of the settings
 
     framework::EngineSource engines;                    ///< the program's own; without: none
     std::vector<framework::EngineModule> engineModules; ///< theirs come before the program's

@@ -3,7 +3,9 @@
 namespace camera::serviceapi {
 
 ServiceApi::ServiceApi(const ServiceApiOptions& options)
-    : settings(options.stateDir), services(options.services), metadataStreamer(*services, options.metadataFile, options.metadataGoesOn)
+    : settings(options.stateDir, 0, options.copyInterval),
+      services(options.services),
+      metadataStreamer(*services, options.metadataFile, options.metadataGoesOn)
 {
 }
 

@@ -14,6 +14,7 @@
 #include "ravel/window_blanking.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -25,6 +26,7 @@ struct ServiceApiOptions {
     std::filesystem::path metadataFile;       ///< empty: documents go to the streamer only
     std::shared_ptr<DeviceServices> services; ///< not null
     bool metadataGoesOn = false;              ///< the file is added to, not emptied
+    std::chrono::milliseconds copyInterval = store::SettingsStore::kCopyInterval;
 };
 
 /**

@@ -16,6 +16,9 @@ DatabaseError::Kind kindOf(int code, int systemError)
     if (systemError == EROFS) {
         return DatabaseError::Kind::readOnly;
     }
+    if (code == SQLITE_IOERR_READ || code == SQLITE_IOERR_SHORT_READ || code == SQLITE_IOERR_CORRUPTFS) {
+        return DatabaseError::Kind::damaged;
+    }
     switch (code & 0xff) {
     case SQLITE_FULL:
         return DatabaseError::Kind::full;
@@ -47,10 +50,9 @@ DatabaseError errorOf(int code, int systemError)
 
 } // namespace
 
-Database::Database(const std::filesystem::path& file, Access access)
+Database::Database(const std::filesystem::path& file)
 {
-    const int flags = access == Access::readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
-    const int code = sqlite3_open_v2(file.c_str(), &_handle, flags, nullptr);
+    const int code = sqlite3_open_v2(file.c_str(), &_handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     if (code != SQLITE_OK) {
         const DatabaseError error = errorOf(code, _handle != nullptr ? sqlite3_system_errno(_handle) : 0);
         sqlite3_close_v2(_handle);
@@ -65,29 +67,38 @@ Database::~Database()
     sqlite3_close_v2(_handle);
 }
 
+void Database::keepLog()
+{
+    sqlite3_db_config(_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+}
+
+bool Database::hasMoved() const
+{
+    int moved = 0;
+    sqlite3_file_control(_handle, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    return moved != 0;
+}
+
 void Database::execute(const std::string& sql)
 {
     errno = 0;
-    const int code = sqlite3_exec(_handle, sql.c_str(), nullptr, nullptr, nullptr);
-    if (code != SQLITE_OK) {
-        fail(code);
-    }
+    check(sqlite3_exec(_handle, sql.c_str(), nullptr, nullptr, nullptr));
 }
 
-void Database::fail(int code) const
+void Database::check(int code) const
 {
+    if (code == SQLITE_OK) {
+        return;
+    }
     // After a failed COMMIT only errno has the system's error; the handle has that of the call before.
     const int last = errno;
     throw errorOf(code, last != 0 ? last : sqlite3_system_errno(_handle));
 }
 
-Statement::Statement(const Database& database, const char* sql) : _database(database)
+Statement::Statement(const Database& database, const std::string& sql) : _database(database)
 {
     errno = 0;
-    const int code = sqlite3_prepare_v2(database.handle(), sql, -1, &_statement, nullptr);
-    if (code != SQLITE_OK) {
-        database.fail(code);
-    }
+    database.check(sqlite3_prepare_v2(database.handle(), sql.c_str(), -1, &_statement, nullptr));
 }
 
 Statement::~Statement()
@@ -97,28 +108,13 @@ Statement::~Statement()
 
 Statement& Statement::bind(int index, const std::string& bytes)
 {
-    const int code = sqlite3_bind_blob64(_statement, index, bytes.data(), bytes.size(), SQLITE_STATIC);
-    if (code != SQLITE_OK) {
-        _database.fail(code);
-    }
+    _database.check(sqlite3_bind_blob64(_statement, index, bytes.data(), bytes.size(), SQLITE_STATIC));
     return *this;
 }
 
 Statement& Statement::bind(int index, std::int64_t value)
 {
-    const int code = sqlite3_bind_int64(_statement, index, value);
-    if (code != SQLITE_OK) {
-        _database.fail(code);
-    }
-    return *this;
-}
-
-Statement& Statement::bindText(int index, const std::string& text)
-{
-    const int code = sqlite3_bind_text64(_statement, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8);
-    if (code != SQLITE_OK) {
-        _database.fail(code);
-    }
+    _database.check(sqlite3_bind_int64(_statement, index, value));
     return *this;
 }
 
@@ -127,7 +123,7 @@ bool Statement::step()
     errno = 0;
     const int code = sqlite3_step(_statement);
     if (code != SQLITE_ROW && code != SQLITE_DONE) {
-        _database.fail(code);
+        _database.check(code);
     }
     return code == SQLITE_ROW;
 }
@@ -151,9 +147,8 @@ Transaction::Transaction(Database& database) : _database(database)
 
 Transaction::~Transaction()
 {
-    if (_open) {
-        sqlite3_exec(_database.handle(), "ROLLBACK", nullptr, nullptr,
-                     nullptr); // when this fails, too, there is nothing left to undo
+    if (_open) { // when this fails, too, there is nothing left to undo
+        sqlite3_exec(_database.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
     }
 }
 

@@ -13,8 +13,8 @@ namespace camera::store {
 /// A failed call of the database, with a reason that a person can read.
 class DatabaseError : public std::runtime_error {
 public:
-    /// rejected: the file does not have the table or column that the statement names. The program's statements
-    /// are constant, so this means damage, too, when a file is opened.
+    /// damaged: also a file that cannot be read. rejected: the file does not have the table or column that the
+    /// statement names.
     enum class Kind { failed, full, readOnly, damaged, rejected };
 
     DatabaseError(Kind kind, const std::string& reason) : std::runtime_error(reason), _kind(kind) {}
@@ -27,15 +27,21 @@ private:
 /// One open SQLite database. Every operation throws DatabaseError. Thread-bound.
 class Database {
 public:
-    enum class Access { readWrite, readOnly };
-
-    Database(const std::filesystem::path& file, Access access);
+    explicit Database(const std::filesystem::path& file);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
     void execute(const std::string& sql);
-    [[noreturn]] void fail(int code) const;
+
+    /// Leaves the log as it is when the database is closed; otherwise the log is moved into the database and removed.
+    void keepLog();
+
+    /// Whether the file that is open is not the one of that name any more.
+    bool hasMoved() const;
+
+    /// @throws DatabaseError when the code of a call of the database tells a failure.
+    void check(int code) const;
     sqlite3* handle() const { return _handle; }
 
 private:
@@ -45,7 +51,7 @@ private:
 /// One prepared statement. Parameters count from 1, columns from 0.
 class Statement {
 public:
-    Statement(const Database& database, const char* sql);
+    Statement(const Database& database, const std::string& sql);
     ~Statement();
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
@@ -53,7 +59,6 @@ public:
     /// The bytes are borrowed until the statement is gone.
     Statement& bind(int index, const std::string& bytes);
     Statement& bind(int index, std::int64_t value);
-    Statement& bindText(int index, const std::string& text);
 
     /// Moves to the next row; false at the end.
     bool step();

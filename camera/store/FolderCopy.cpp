@@ -22,9 +22,9 @@ namespace {
 constexpr int kAttempts = 20;
 constexpr std::array<const char*, 2> kFolders = {"", "services"};
 // A fixed list, because listing a folder changes its time stamp. The database creates its file "-shm" itself.
-constexpr std::array<const char*, 7> kFiles = {"settings.db",           "settings.db-wal",      "settings.db-journal",
-                                               "settings.last-good.db", "settings.repaired.db", "camera.json",
-                                               "last-frame-time"};
+constexpr std::array<const char*, 8> kFiles = {"settings.last",       "settings.db",           "settings.db-wal",
+                                               "settings.db-journal", "settings.last-good.db", "settings.repaired.db",
+                                               "camera.json",         "last-frame-time"};
 
 [[noreturn]] void refuse(const fs::path& file, int error)
 {
@@ -43,14 +43,19 @@ base::FileDescriptor lock(const fs::path& folder)
 
 void copyFile(const fs::path& from, const fs::path& to)
 {
+    constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
     // Only the owner of a file may read it without a change of its access time.
-    base::FileDescriptor in(::open(from.c_str(), O_RDONLY | O_CLOEXEC | O_NOATIME));
+    base::FileDescriptor in(::open(from.c_str(), kFlags | O_NOATIME));
     if (!in && errno == EPERM) {
-        in = base::FileDescriptor(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
+        in = base::FileDescriptor(::open(from.c_str(), kFlags));
     }
     if (!in && errno == ENOENT) {
         fs::remove(to);
         return;
+    }
+    struct stat found {};
+    if (in && ::fstat(in.get(), &found) == 0 && !S_ISREG(found.st_mode)) {
+        refuse(from, EINVAL);
     }
     const base::FileDescriptor out(::open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     std::array<char, 65536> bytes{};

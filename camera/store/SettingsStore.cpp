@@ -1,13 +1,16 @@
 #include "camera/store/SettingsStore.h"
 
-#include "camera/store/Salvage.h"
+#include "camera/base/Log.h"
 
-#include <chrono>
+#include <algorithm>
 #include <utility>
 
 namespace camera::store {
 
 namespace {
+
+constexpr std::chrono::minutes kRetryInterval{1};
+constexpr auto kNever = std::chrono::steady_clock::time_point::max();
 
 std::int64_t now()
 {
@@ -15,32 +18,25 @@ std::int64_t now()
         .count();
 }
 
-std::int64_t nextSequence(const Database& database)
-{
-    Statement newest(database, "SELECT max(sequence) FROM history");
-    return newest.step() ? newest.integer(0) + 1 : 1;
-}
-
-bool isNewestOfItsKey(const Database& database, const std::string& key, const std::string& document)
-{
-    Statement newest(database, "SELECT document = ?2 FROM history WHERE key = ?1 ORDER BY sequence DESC LIMIT 1");
-    newest.bind(1, key).bind(2, document);
-    return newest.step() && newest.integer(0) != 0;
-}
-
 } // namespace
 
-SettingsStore::SettingsStore(std::filesystem::path folder, std::int64_t maxBytes)
+SettingsStore::SettingsStore(std::filesystem::path folder, std::int64_t maxBytes,
+                             std::chrono::milliseconds copyInterval)
     : _folder(std::move(folder)),
       _maxBytes(maxBytes),
+      _copyInterval(copyInterval),
       _file(_folder / "settings.db"),
-      _copy(_folder / "settings.last-good.db"),
-      _replacement(_folder / "settings.repaired.db")
+      _copy(_folder / "settings.last"),
+      _queue([this](const Work& /*item*/) { work(); })
 {
     open();
 }
 
-SettingsStore::~SettingsStore() = default;
+SettingsStore::~SettingsStore()
+{
+    hurry();
+    _queue.stop();
+}
 
 void SettingsStore::setDefault(const std::string& key, const std::string& document)
 {
@@ -52,14 +48,12 @@ std::optional<std::string> SettingsStore::read(const std::string& key)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
     try {
-        Statement row(*_database, "SELECT document, checksum FROM settings WHERE key = ?");
-        row.bind(1, key);
-        if (row.step()) {
-            std::string document = row.bytes(0);
-            if (row.integer(1) != documentChecksum(key, document)) {
+        StoredRows rows(*_database, "WHERE key = ? ORDER BY sequence DESC LIMIT 1", key);
+        if (rows.next()) {
+            if (!rows.good()) {
                 throw DatabaseError(DatabaseError::Kind::damaged, "its checksum does not fit");
             }
-            return document;
+            return rows.row().document;
         }
     } catch (const DatabaseError& error) {
         fail("the settings \"" + key + "\" could not be read from ", error);
@@ -68,14 +62,22 @@ std::optional<std::string> SettingsStore::read(const std::string& key)
     return found == _defaults.end() ? std::nullopt : std::make_optional(found->second);
 }
 
-void SettingsStore::write(const std::string& key, const std::string& document)
+void SettingsStore::write(const std::string& key, const std::string& document, Unstored unstored)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
     try {
         store(key, document);
     } catch (const DatabaseError& error) {
+        if (unstored == Unstored::triedAgain) {
+            _unstored[key] = document;
+            _retryDue = Clock::now() + kRetryInterval;
+            schedule();
+        }
         fail("the settings \"" + key + "\" could not be stored in ", error);
     }
+    _unstored.erase(key);
+    tryAgain();
+    schedule();
 }
 
 std::vector<std::string> SettingsStore::keys()
@@ -83,7 +85,7 @@ std::vector<std::string> SettingsStore::keys()
     const std::lock_guard<std::mutex> lock(_mutex);
     std::vector<std::string> keys;
     try {
-        Statement rows(*_database, "SELECT key FROM settings ORDER BY key");
+        Statement rows(*_database, "SELECT DISTINCT key FROM documents ORDER BY key");
         while (rows.step()) {
             keys.push_back(rows.bytes(0));
         }
@@ -93,41 +95,34 @@ std::vector<std::string> SettingsStore::keys()
     return keys;
 }
 
-std::vector<SettingsStore::Version> SettingsStore::history(const std::string& key)
+void SettingsStore::forEachRow(const std::string& key, const std::function<void(const Row&, bool good)>& onRow)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    std::vector<Version> versions;
     try {
-        Statement rows(*_database, "SELECT sequence, stored_at, document, checksum FROM history WHERE key = ? "
-                                   "ORDER BY sequence DESC");
-        rows.bind(1, key);
-        while (rows.step()) {
-            const std::string document = rows.bytes(2);
-            versions.push_back({rows.integer(0), rows.integer(1), document.size(),
-                                rows.integer(3) == documentChecksum(key, document)});
+        StoredRows rows(*_database, "WHERE key = ? ORDER BY sequence DESC", key);
+        while (rows.next()) {
+            onRow(rows.row(), rows.good());
         }
     } catch (const DatabaseError& error) {
         fail("the history of \"" + key + "\" could not be read from ", error);
     }
+}
+
+std::vector<SettingsStore::Version> SettingsStore::history(const std::string& key)
+{
+    std::vector<Version> versions;
+    forEachRow(key, [&versions](const Row& row, bool good) {
+        versions.push_back({row.sequence, row.storedAt, row.document.size(), good});
+    });
     return versions;
 }
 
 std::optional<std::string> SettingsStore::fromHistory(const std::string& key, std::int64_t sequence)
 {
-    const std::lock_guard<std::mutex> lock(_mutex);
-    try {
-        Statement row(*_database, "SELECT document, checksum FROM history WHERE key = ? AND sequence = ?");
-        row.bind(1, key).bind(2, sequence);
-        if (row.step()) {
-            std::string document = row.bytes(0);
-            if (row.integer(1) == documentChecksum(key, document)) {
-                return document;
-            }
-        }
-    } catch (const DatabaseError& error) {
-        fail("the history of \"" + key + "\" could not be read from ", error);
-    }
-    return std::nullopt;
+    std::optional<std::string> document;
+    forEachRow(
+        key, [&](const Row& row, bool good) { document = good && row.sequence == sequence ? row.document : document; });
+    return document;
 }
 
 bool SettingsStore::restore(const std::string& key, std::int64_t sequence)
@@ -139,31 +134,105 @@ bool SettingsStore::restore(const std::string& key, std::int64_t sequence)
     return document.has_value();
 }
 
-void SettingsStore::store(const std::string& key, const std::string& document)
+void SettingsStore::drain()
 {
-    Transaction transaction(*_database);
-    put(*_database, key, document);
-    transaction.commit();
+    hurry();
+    _queue.drain();
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _hurry = false;
 }
 
-void SettingsStore::put(const Database& database, const std::string& key, const std::string& document)
+void SettingsStore::store(const std::string& key, const std::string& document)
 {
-    const std::int64_t checksum = documentChecksum(key, document);
-    const std::int64_t storedAt = now();
-    const std::int64_t sequence = nextSequence(database);
-    // Storing the same document again makes no new version, which would remove the oldest one.
-    const bool isNew = !isNewestOfItsKey(database, key, document);
-    const auto insert = [&](const char* sql) {
-        Statement row(database, sql);
-        row.bind(1, key).bind(2, sequence).bind(3, storedAt).bind(4, document).bind(5, checksum).step();
-    };
-    insert("INSERT OR REPLACE INTO settings (key, sequence, stored_at, document, checksum) VALUES (?, ?, ?, ?, ?)");
-    if (isNew) {
-        insert("INSERT INTO history (key, sequence, stored_at, document, checksum) VALUES (?, ?, ?, ?, ?)");
-        Statement prune(database, "DELETE FROM history WHERE key = ?1 AND sequence NOT IN "
-                                  "(SELECT sequence FROM history WHERE key = ?1 ORDER BY sequence DESC LIMIT ?2)");
-        prune.bind(1, key).bind(2, static_cast<std::int64_t>(kHistory)).step();
+    if (_database->hasMoved()) {
+        replaceMoved();
     }
+    Transaction transaction(*_database);
+    const bool changed = add(*_database, {key, 0, now(), document});
+    transaction.commit();
+    if (changed) {
+        _copyDue = std::min(_copyDue, std::max(Clock::now(), _lastCopy + _copyInterval));
+    }
+}
+
+void SettingsStore::tryAgain()
+{
+    _retryDue = kNever;
+    try {
+        while (!_unstored.empty()) {
+            const auto& [key, document] = *_unstored.begin();
+            store(key, document);
+            base::Log::instance().write(base::LogLevel::info, "settings",
+                                        "the settings \"" + key + "\" that could not be stored are stored now");
+            _unstored.erase(_unstored.begin());
+        }
+    } catch (const DatabaseError&) {
+        _retryDue = Clock::now() + kRetryInterval;
+    }
+}
+
+void SettingsStore::schedule()
+{
+    if (!_scheduled && due() != kNever) {
+        _scheduled = _queue.push({});
+    }
+    _wake.notify_all();
+}
+
+void SettingsStore::hurry()
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _hurry = true;
+    _wake.notify_all();
+}
+
+// One item of the queue is in it or runs as long as anything is due. It waits for that, unless somebody is in a hurry.
+void SettingsStore::work()
+{
+    std::unique_lock<std::mutex> lock(_mutex);
+    while (!_hurry && Clock::now() < due()) {
+        _wake.wait_until(lock, due());
+    }
+    const auto isDue = [this](Clock::time_point time) { return time != kNever && (_hurry || time <= Clock::now()); };
+    if (isDue(_retryDue)) {
+        tryAgain();
+    }
+    const bool copies = isDue(_copyDue);
+    lock.unlock();
+    if (copies) {
+        copy();
+    }
+    lock.lock();
+    _scheduled = false;
+    schedule();
+}
+
+// The store takes changes while the copy is written.
+void SettingsStore::copy()
+{
+    std::string failure;
+    try {
+        NewestRows newest;
+        {
+            const std::lock_guard<std::mutex> lock(_mutex);
+            _copyDue = kNever;
+            _lastCopy = Clock::now();
+            newest = readNewest(*_database);
+        }
+        writeCopy(newest);
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    const std::lock_guard<std::mutex> lock(_mutex);
+    if (!failure.empty()) {
+        _copyDue = std::min(_copyDue, Clock::now() + kRetryInterval);
+        if (failure != _copyFailure) { // one line for all copies that fail alike
+            base::Log::instance().write(base::LogLevel::error, "settings",
+                                        "no copy of the settings could be made in " + _folder.string() + ": " +
+                                            failure);
+        }
+    }
+    _copyFailure = failure;
 }
 
 void SettingsStore::fail(const std::string& what, const DatabaseError& error) const

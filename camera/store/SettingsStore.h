@@ -1,10 +1,15 @@
 #pragma once
 
-#include "camera/store/Database.h"
+#include "camera/base/SerialQueue.h"
+#include "camera/store/SettingsFile.h"
 
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -15,20 +20,30 @@
 namespace camera::store {
 
 /**
- * The device's settings: one document per key, kept in the file settings.db of the state folder.
+ * The device's settings: one document per key, the last kHistory of each, in the file settings.db of the state folder.
  *
- * A write is durable when it returns. The last kHistory documents of each key are kept in the same
- * transaction. Every document carries a checksum; a document whose checksum is wrong is set aside inside
- * the file, and the last good one takes its place. A file that cannot be read at all is renamed to
- * settings.db.damaged-..., never deleted; its documents are then
- * taken from what can still be read of it and from the copy of the last start, settings.last-good.db. The caller of
- * the constructor holds the folder's StateLock.
+ * A write is durable when it returns. Every row has a checksum over all of it. Beside the file stands a copy,
+ * settings.last, a small database of the same layout with the newest row of each key. It is made again at most a
+ * second after a change, not more than once a second, on a thread of its own: written beside, synced, read back and
+ * renamed, and only when every row that it takes is good and none is older than what the copy has.
  *
- * Operations throw DatabaseError with a text for people. Thread-safe.
+ * Opening reads both. Of each key the row with the highest sequence that is good wins. When settings.db is damaged in
+ * any way, the copy is brought up to date first, then the damaged file is moved aside under another name, then a new
+ * one is made of its good rows and the copy: a power cut between two of these steps leaves the newest documents in
+ * the copy. A damaged copy is moved aside too and made again. A file that is missing or older than its copy is
+ * completed from it. Each of these is one sentence in notices(). A file that is removed or replaced while it is open
+ * is noticed at the next write and written again from the one that is still open.
+ *
+ * The caller of the constructor holds the folder's StateLock. Operations throw DatabaseError with a text for people.
+ * Thread-safe.
  */
 class SettingsStore {
 public:
-    static constexpr std::size_t kHistory = 10;
+    /// What becomes of a document that cannot be stored.
+    enum class Unstored {
+        forgotten, ///< the caller leaves everything as it was
+        triedAgain ///< the caller uses it nevertheless: it is stored with the next change that succeeds, or in a minute
+    };
 
     struct Version {
         std::int64_t sequence = 0; ///< counts every write of the store, over all keys
@@ -37,9 +52,15 @@ public:
         bool good = false; ///< its checksum fits
     };
 
-    /// @param maxBytes  how large the file may grow; 0: as large as the disk.
+    static constexpr std::chrono::milliseconds kCopyInterval{1000};
+
+    /// @param maxBytes      how large the file may grow; 0: as large as the disk.
+    /// @param copyInterval  the shortest time between two copies.
     /// @throws std::runtime_error with one sentence when the file cannot be opened or created.
-    explicit SettingsStore(std::filesystem::path folder, std::int64_t maxBytes = 0);
+    explicit SettingsStore(std::filesystem::path folder, std::int64_t maxBytes = 0,
+                           std::chrono::milliseconds copyInterval = kCopyInterval);
+
+    /// Does first what drain() does.
     ~SettingsStore();
     SettingsStore(const SettingsStore&) = delete;
     SettingsStore& operator=(const SettingsStore&) = delete;
@@ -49,7 +70,7 @@ public:
 
     /// The stored document, else the default, else nothing.
     std::optional<std::string> read(const std::string& key);
-    void write(const std::string& key, const std::string& document);
+    void write(const std::string& key, const std::string& document, Unstored unstored = Unstored::forgotten);
 
     std::vector<std::string> keys();
 
@@ -62,35 +83,63 @@ public:
     /// Makes an earlier document the newest one. False when it is not kept or damaged.
     bool restore(const std::string& key, std::int64_t sequence);
 
+    /// Makes at once the copy that is due, and tries again what could not be stored. Returns when that is done.
+    void drain();
+
     /// What opening found and repaired, one sentence each; empty when nothing was damaged.
     const std::vector<std::string>& notices() const { return _notices; }
 
     const std::filesystem::path& file() const { return _file; }
 
 private:
+    using Clock = std::chrono::steady_clock;
+    struct Work {};
+
+    // Opening, in SettingsStoreOpening.cpp.
     void open();
-    [[noreturn]] void refuse(const std::string& reason);
-    void openWhatIsThere();
-    void openChecked();
-    void repairDocuments();
-    void repairDocument(const std::string& key);
-    void keepCopy();
-    void startAnew(const std::string& reason);
-    std::filesystem::path takeReplacement();
-    void store(const std::string& key, const std::string& document);
-    static void put(const Database& database, const std::string& key, const std::string& document);
+    void openBoth();
+    Contents readCopies() const;
+    Contents openFile();
+    void setUp(Database& database) const;
+    std::unique_ptr<Database> create(const Database* from, const NewestRows& rows) const;
+    void replaceDamaged(const Contents& own, const NewestRows& newest, const std::string& taken);
+    void replaceMoved();
+    void writeCopy(const NewestRows& newest);
     void notice(const std::string& text);
+
+    void forEachRow(const std::string& key, const std::function<void(const Row&, bool good)>& onRow);
+
+    // With the mutex held.
+    void store(const std::string& key, const std::string& document);
+    void tryAgain();
+    void schedule();
+    Clock::time_point due() const { return std::min(_copyDue, _retryDue); }
+
+    void work();
+    void copy();
+    void hurry();
     [[noreturn]] void fail(const std::string& what, const DatabaseError& error) const;
 
     const std::filesystem::path _folder;
     const std::int64_t _maxBytes;
+    const std::chrono::milliseconds _copyInterval;
     const std::filesystem::path _file;
-    const std::filesystem::path _copy;        ///< of the last start
-    const std::filesystem::path _replacement; ///< for a damaged file: once it has this name it is complete
+    const std::filesystem::path _copy;
+    std::vector<std::string> _notices;
+    std::map<std::string, std::int64_t> _copied; ///< the sequence of each key in the copy; of open() and the queue
+
     std::mutex _mutex;
     std::unique_ptr<Database> _database;
     std::map<std::string, std::string> _defaults;
-    std::vector<std::string> _notices;
+    std::map<std::string, std::string> _unstored; ///< newest document of each key that is to be tried again
+    Clock::time_point _lastCopy = Clock::now();
+    Clock::time_point _copyDue = Clock::time_point::max(); ///< max: nothing has changed
+    Clock::time_point _retryDue = Clock::time_point::max();
+    std::string _copyFailure; ///< of the last copy
+    bool _scheduled = false;  ///< an item is in the queue
+    bool _hurry = false;
+    std::condition_variable _wake;
+    base::SerialQueue<Work> _queue; // its thread uses everything above
 };
 
 } // namespace camera::store

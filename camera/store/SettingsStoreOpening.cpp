@@ -1,26 +1,13 @@
-// How the settings file is opened, and how a damaged one is repaired.
-//
-// openChecked() checks the structure of the whole file and its layout (checkLayout). repairDocuments() then compares
-// each document with its checksum; a damaged document goes to the table set_aside, and the newest good document of its
-// history takes its place. Last, keepCopy() writes a compact copy of all documents to settings.last-good.db.
-//
-// When the file itself is damaged, startAnew() replaces it. It reads every good document from the damaged file
-// (Salvage.h) and from the copy, and writes them to settings.repaired.new. This file is renamed to settings.repaired.db
-// when it is complete and on the disk. takeReplacement() then renames the damaged file to settings.db.damaged-... and
-// settings.repaired.db to settings.db. A power cut between two of these steps loses nothing: when settings.repaired.db
-// exists at the next start, that start continues with takeReplacement().
-
+// How the settings are opened, repaired and copied: the order of the steps is described in SettingsStore.h.
 #include "camera/base/AtomicFile.h"
+#include "camera/base/FileDescriptor.h"
 #include "camera/base/Log.h"
 #include "camera/base/Text.h"
-#include "camera/store/Salvage.h"
-#include "camera/store/SettingsLayout.h"
+#include "camera/store/PrivateFiles.h"
 #include "camera/store/SettingsStore.h"
 
 #include <algorithm>
 #include <array>
-#include <ctime>
-#include <fstream>
 #include <stdexcept>
 #include <system_error>
 
@@ -30,71 +17,73 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// All files of one database. They are moved together, because an old log next to a new database would be applied to it.
-constexpr std::array<const char*, 4> kParts = {"-wal", "-journal", "-shm", ""};
+// What an earlier version kept as its copy, and a repaired file that it had not yet put in place.
+constexpr std::array<const char*, 2> kOlderCopies = {"settings.last-good.db", "settings.repaired.db"};
 
-fs::path part(const fs::path& database, const char* suffix)
+constexpr std::int64_t kPageBytes = 4096;
+
+bool isNewer(const Row& row, const NewestRows& rows)
 {
-    return database.string() + suffix;
+    const auto found = rows.find(row.key);
+    return found == rows.end() || found->second.sequence < row.sequence;
 }
 
-// A file of one byte counts as empty, too, because the database treats it so.
-bool isEmpty(const fs::path& file)
+NewestRows newerThan(const NewestRows& rows, const NewestRows& others)
 {
-    std::error_code absent;
-    const auto size = fs::file_size(file, absent);
-    return absent || size <= 1;
+    NewestRows newer;
+    std::copy_if(rows.begin(), rows.end(), std::inserter(newer, newer.end()),
+                 [&others](const auto& entry) { return isNewer(entry.second, others); });
+    return newer;
 }
 
-fs::path freeNameBeside(const fs::path& file)
+void takeNewer(NewestRows& rows, const NewestRows& others)
 {
-    const std::string first = file.string() + ".damaged-" + base::utcText(std::time(nullptr), "%Y%m%dT%H%M%SZ");
-    std::string name = first;
-    const auto isTaken = [&] {
-        return std::any_of(kParts.begin(), kParts.end(),
-                           [&](const char* suffix) { return fs::exists(part(name, suffix)); });
-    };
-    for (int count = 2; isTaken(); ++count) {
-        name = first + "-" + std::to_string(count);
+    for (auto& [key, row] : newerThan(others, rows)) {
+        rows[key] = row;
     }
-    return name;
 }
 
-// Whether the two format numbers in the header are known. The database opens a file with other numbers for reading
-// only, which looks like a file that the program must not write.
-bool hasKnownFormat(const fs::path& file)
+Contents readFile(const fs::path& file)
 {
-    std::array<char, 20> header{};
-    if (!std::ifstream(file, std::ios::binary).read(header.data(), header.size())) {
-        return true; // the failure to read it is reported elsewhere
+    if (!fs::exists(fs::symlink_status(file))) {
+        return {};
     }
-    const auto known = [](char number) { return number == 1 || number == 2; };
-    return known(header[18]) && known(header[19]);
+    takeFile(file);
+    return readContents(Database(file));
 }
 
-bool isDamage(const DatabaseError& error, const fs::path& file)
+// "A" of a time, "B" of a time from the copy
+std::string listOf(const NewestRows& rows, const NewestRows& fromCopy)
 {
-    switch (error.kind()) {
-    case DatabaseError::Kind::damaged:
-    case DatabaseError::Kind::rejected:
-        return true;
-    case DatabaseError::Kind::readOnly:
-        return !isEmpty(file) && !hasKnownFormat(file);
-    case DatabaseError::Kind::failed:
-    case DatabaseError::Kind::full:
-        break;
+    std::vector<std::string> words;
+    for (const auto& [key, row] : rows) {
+        words.push_back('"' + base::printable(key) + "\" of " + base::utcText(row.storedAt) +
+                        (fromCopy.count(key) != 0 ? " from the copy" : ""));
     }
-    return false;
+    return base::joined(words);
 }
 
-// Without this, a power cut could remove the name of a new file, and with it documents that were stored since.
-void makeNamesDurable(const fs::path& folder)
+// Keys of which a row is damaged that may have been newer than what is left.
+std::string lossOf(const Contents& own, const NewestRows& newest)
 {
-    base::syncToDisk(folder);
-    try {
-        base::syncToDisk(fs::absolute(folder).parent_path());
-    } catch (const fs::filesystem_error&) { // the parent folder may belong to another user
+    std::string text;
+    for (const auto& [key, sequence] : own.wrong) {
+        const auto left = newest.find(key);
+        if (left == newest.end()) {
+            text += "; nothing is left of \"" + base::printable(key) + '"';
+        } else if (left->second.sequence < sequence) {
+            text += "; what was stored of \"" + base::printable(key) + "\" after that is lost";
+        }
     }
+    return text;
+}
+
+// The database opens a file for reading only when it does not know the number of its format.
+bool hasUnknownFormat(const base::FileDescriptor& file)
+{
+    constexpr off_t kPlace = 18;
+    char number = 0;
+    return ::pread(file.get(), &number, 1, kPlace) == 1 && number != 1 && number != 2 && number != 0;
 }
 
 } // namespace
@@ -107,171 +96,182 @@ void SettingsStore::notice(const std::string& text)
 
 void SettingsStore::open()
 {
+    std::string reason;
     try {
-        const bool isNew = !fs::exists(_file);
-        if (fs::exists(_replacement)) {
-            takeReplacement();
-            notice("the settings file " + _file.string() + " was found damaged at an earlier start and was set aside " +
-                   "as " + _file.string() + ".damaged-...; what was read back from it then is used");
-        }
-        openWhatIsThere();
-        if (isNew) {
-            makeNamesDurable(_folder);
-        }
-        keepCopy();
-    } catch (const DatabaseError& error) {
-        refuse(error.what());
+        return openBoth();
     } catch (const fs::filesystem_error& error) {
-        refuse(error.code().message());
+        reason = error.code().message();
+    } catch (const std::runtime_error& error) {
+        reason = error.what();
     }
-}
-
-void SettingsStore::refuse(const std::string& reason)
-{
     _database.reset();
     throw std::runtime_error("the settings file " + _file.string() + " cannot be used: " + reason +
                              "; free or permit it, or name another state folder");
 }
 
-void SettingsStore::openWhatIsThere()
+void SettingsStore::openBoth()
 {
+    const Contents copy = readCopies();
+    const bool missing = !fs::exists(fs::symlink_status(_file));
+    const Contents own = missing ? Contents() : openFile();
+    const NewestRows newer = newerThan(copy.newest, own.newest);
+    NewestRows newest = own.newest;
+    takeNewer(newest, newer);
+    if (!copy.damage.empty()) {
+        const fs::path aside = setAside(_copy);
+        notice("the copy of the settings " + _copy.string() + " is damaged (" + copy.damage +
+               ") and was set aside as " + aside.string() + "; it is made again");
+    } else {
+        for (const auto& [key, row] : copy.newest) {
+            _copied[key] = row.sequence;
+        }
+    }
+    const std::string taken = newest.empty() ? "; no copy has any: the camera starts without settings"
+                                             : "; what is used is " + listOf(newest, newer) + lossOf(own, newest);
+    if (!own.damage.empty()) {
+        replaceDamaged(own, newest, taken);
+    } else if (missing) {
+        setAside(_file); // a log without its database
+        _database = create(nullptr, newest);
+        if (!newest.empty()) {
+            notice("the settings file " + _file.string() + " is missing" + taken);
+        }
+    } else if (!newer.empty() || own.layout != Contents::Layout::present) {
+        fill(*_database, own.layout == Contents::Layout::older ? _database.get() : nullptr, newer);
+        if (!newer.empty()) {
+            notice("the settings file " + _file.string() + " is older than its copy; what is used is " +
+                   listOf(newer, newer));
+        }
+    }
     try {
-        // The database would treat an empty file as a new one, and all settings would be lost without a message.
-        if (fs::exists(_file) && isEmpty(_file) && isEmpty(part(_file, "-wal")) && fs::exists(_copy)) {
-            throw DatabaseError(DatabaseError::Kind::damaged, "the file is empty");
+        const NewestRows stored = readNewest(*_database);
+        if (!newerThan(stored, copy.newest).empty() || !copy.damage.empty()) {
+            writeCopy(stored);
         }
-        openChecked();
-        repairDocuments();
-    } catch (const DatabaseError& error) {
-        if (!isDamage(error, _file)) {
-            throw;
+        for (const char* name : kOlderCopies) {
+            fs::remove(_folder / name);
         }
-        startAnew(error.what());
-    }
-}
-
-void SettingsStore::openChecked()
-{
-    _database = std::make_unique<Database>(_file, Database::Access::readWrite);
-    _database->execute("PRAGMA journal_mode = WAL");
-    _database->execute("PRAGMA synchronous = FULL");
-    // Each document is moved from the log to the database at once. Damage to the log looks like a power cut: the
-    // database then drops what only the log holds, without an error.
-    _database->execute("PRAGMA wal_autocheckpoint = 1");
-    checkLayout(*_database);
-    if (_maxBytes > 0) {
-        _database->execute("PRAGMA max_page_count = " +
-                           std::to_string(_maxBytes / static_cast<std::int64_t>(kPageBytes)));
-    }
-    createLayout(*_database);
-}
-
-void SettingsStore::repairDocuments()
-{
-    std::vector<std::string> damaged;
-    {
-        Statement rows(*_database, "SELECT key, document, checksum FROM settings");
-        while (rows.step()) {
-            if (rows.integer(2) != documentChecksum(rows.bytes(0), rows.bytes(1))) {
-                damaged.push_back(rows.bytes(0));
-            }
-        }
-    }
-    for (const std::string& key : damaged) {
-        repairDocument(key);
-    }
-}
-
-// One transaction, so that a power cut cannot leave the key without a document.
-void SettingsStore::repairDocument(const std::string& key)
-{
-    std::optional<std::string> good;
-    for (const Version& version : history(key)) {
-        if (version.good) {
-            good = fromHistory(key, version.sequence);
-            break;
-        }
-    }
-    Transaction transaction(*_database);
-    Statement(*_database, "INSERT OR REPLACE INTO set_aside SELECT * FROM settings WHERE key = ?").bind(1, key).step();
-    Statement(*_database, "DELETE FROM settings WHERE key = ?").bind(1, key).step();
-    if (good) {
-        put(*_database, key, *good);
-    }
-    transaction.commit();
-    notice("the settings \"" + key + "\" in " + _file.string() + " are damaged and were set aside; " +
-           (good ? "the last good document is used" : "no good document of them is left"));
-}
-
-void SettingsStore::keepCopy()
-{
-    if (keys().empty()) {
-        return;
-    }
-    const fs::path unfinished = _folder / "settings.last-good.new";
-    std::error_code error;
-    fs::remove(unfinished, error);
-    try {
-        const std::string name = unfinished.string();
-        Statement into(*_database, "VACUUM INTO ?");
-        into.bindText(1, name).step();
-        base::syncToDisk(
-            unfinished); // some versions of the library do not; the earlier copy is replaced only after this
-        base::renameDurably(unfinished, _copy);
     } catch (const std::exception& failure) {
         // The settings are complete. Without a new copy, later damage could lose more documents.
-        fs::remove(unfinished, error);
         notice("no copy of the settings could be made in " + _folder.string() + ": " + failure.what());
+        _copyDue = _lastCopy + _copyInterval;
+        schedule();
     }
 }
 
-void SettingsStore::startAnew(const std::string& reason)
+Contents SettingsStore::readCopies() const
 {
-    _database.reset();
-    const auto found = salvage(_file);
-    const auto copied = salvage(_copy);
-    std::size_t fromCopy = 0;
-    const fs::path unfinished = _folder / "settings.repaired.new";
-    for (const char* suffix : kParts) {
-        fs::remove(part(unfinished, suffix));
+    Contents copy = readFile(_copy);
+    for (const char* name : kOlderCopies) {
+        takeNewer(copy.newest, readFile(_folder / name).newest);
     }
+    return copy;
+}
+
+Contents SettingsStore::openFile()
+{
+    const bool unknownFormat = hasUnknownFormat(takeFile(_file));
+    _database = std::make_unique<Database>(_file);
+    Contents contents = readContents(*_database);
+    if (contents.damage.empty() && unknownFormat) {
+        contents.damage = "the number of its format is broken";
+    }
+    if (contents.damage.empty()) {
+        setUp(*_database);
+    }
+    return contents;
+}
+
+void SettingsStore::setUp(Database& database) const
+{
+    database.execute("PRAGMA journal_mode = WAL");
+    database.execute("PRAGMA synchronous = FULL");
+    // Each document is moved from the log to the database at once. Damage to the log looks like a power cut: the
+    // database then drops what only the log holds, without an error.
+    database.execute("PRAGMA wal_autocheckpoint = 1");
+    if (_maxBytes > 0) {
+        database.execute("PRAGMA max_page_count = " + std::to_string(_maxBytes / kPageBytes));
+    }
+}
+
+std::unique_ptr<Database> SettingsStore::create(const Database* from, const NewestRows& rows) const
+{
+    try {
+        takeFile(_file);
+        auto database = std::make_unique<Database>(_file);
+        setUp(*database);
+        fill(*database, from, rows);
+        base::syncToDisk(_folder); // a power cut could remove the name of the new file, and so what it holds
+        return database;
+    } catch (...) {
+        removeDatabase(_file);
+        throw;
+    }
+}
+
+void SettingsStore::replaceDamaged(const Contents& own, const NewestRows& newest, const std::string& taken)
+{
+    if (!newest.empty()) {
+        writeCopy(newest);
+    }
+    _database->keepLog();
+    _database.reset();
+    const fs::path aside = setAside(_file);
+    Database damaged(aside);
+    damaged.keepLog();
+    _database = create(&damaged, newest);
+    notice("the settings file " + _file.string() + " is damaged (" + own.damage + ") and was set aside as " +
+           aside.string() + taken);
+}
+
+// The file that is open has everything, also when its name is gone.
+void SettingsStore::replaceMoved()
+{
+    try {
+        _database->keepLog(); // it would remove the log of the new file
+        const fs::path aside = setAside(_file);
+        _database = create(_database.get(), {});
+        base::Log::instance().write(base::LogLevel::error, "settings",
+                                    "the settings file " + _file.string() +
+                                        (aside.empty()
+                                             ? " was removed while it was in use; "
+                                             : " was replaced while it was in use; what stood there was set aside as " +
+                                                   aside.string() + ", and ") +
+                                        "everything that was stored is written to it again");
+    } catch (const fs::filesystem_error& error) {
+        throw DatabaseError(DatabaseError::Kind::failed, error.code().message());
+    } catch (const DatabaseError&) {
+        throw;
+    } catch (const std::runtime_error& error) {
+        throw DatabaseError(DatabaseError::Kind::failed, error.what());
+    }
+}
+
+void SettingsStore::writeCopy(const NewestRows& newest)
+{
+    for (const auto& [key, sequence] : _copied) {
+        const auto found = newest.find(key);
+        if (found == newest.end() || found->second.sequence < sequence) {
+            throw std::runtime_error("the copy has a newer \"" + base::printable(key) + "\" than " + _file.string());
+        }
+    }
+    const fs::path unfinished = _copy.string() + ".new";
+    removeDatabase(unfinished);
+    takeFile(unfinished);
     {
-        Database database(unfinished, Database::Access::readWrite);
-        createLayout(database);
-        Transaction transaction(database);
-        for (const auto& [key, entry] : found) {
-            put(database, key, entry.document);
-        }
-        for (const auto& [key, entry] : copied) {
-            if (found.count(key) == 0) {
-                put(database, key, entry.document);
-                ++fromCopy;
-            }
-        }
-        transaction.commit();
+        Database database(unfinished);
+        database.execute("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF");
+        fill(database, nullptr, newest);
     }
     base::syncToDisk(unfinished);
-    base::renameDurably(unfinished, _replacement);
-    const fs::path aside = takeReplacement();
-    openChecked();
-    notice("the settings file " + _file.string() + " is damaged (" + reason + ") and was set aside as " +
-           aside.string() + "; " + std::to_string(found.size()) + " of its documents were read back and " +
-           std::to_string(fromCopy) + " taken from the copy of the last start");
-}
-
-// The damaged file is moved away first, its log before it. The name of the replacement alone tells the next start that
-// this was interrupted.
-fs::path SettingsStore::takeReplacement()
-{
-    const fs::path aside = freeNameBeside(_file);
-    for (const char* suffix : kParts) {
-        if (fs::exists(part(_file, suffix))) {
-            fs::rename(part(_file, suffix), part(aside, suffix));
-        }
+    if (!newerThan(newest, readNewest(Database(unfinished))).empty()) {
+        throw std::runtime_error("what was written of it is not what is read back");
     }
-    base::syncToDisk(_folder);
-    base::renameDurably(_replacement, _file);
-    return aside;
+    base::renameDurably(unfinished, _copy);
+    _copied.clear();
+    for (const auto& [key, row] : newest) {
+        _copied[key] = row.sequence;
+    }
 }
 
 } // namespace camera::store

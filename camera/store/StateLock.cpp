@@ -1,19 +1,47 @@
 #include "camera/store/StateLock.h"
 
+#include "camera/store/PrivateFiles.h"
+
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <fcntl.h>
+#include <pthread.h>
 #include <stdexcept>
 #include <string>
 #include <sys/file.h>
-#include <system_error>
 #include <thread>
 #include <unistd.h>
 
 namespace camera::store {
 
 namespace {
+
+// The descriptors of the locks of this process. A process that it forks, an engine's for instance, must not keep them:
+// the folder would be in use after the camera has ended.
+std::array<std::atomic<int>, 8> heldLocks{-1, -1, -1, -1, -1, -1, -1, -1};
+
+void closeInForkedProcess()
+{
+    for (std::atomic<int>& held : heldLocks) {
+        if (const int descriptor = held.exchange(-1); descriptor >= 0) {
+            ::close(descriptor);
+        }
+    }
+}
+
+void replaceHeld(int from, int to)
+{
+    static const int registered = ::pthread_atfork(nullptr, nullptr, closeInForkedProcess);
+    (void)registered;
+    for (std::atomic<int>& held : heldLocks) {
+        int expected = from;
+        if (held.compare_exchange_strong(expected, to)) {
+            return;
+        }
+    }
+}
 
 [[noreturn]] void refuse(const std::filesystem::path& folder, const std::string& reason)
 {
@@ -30,20 +58,31 @@ std::string ownerOf(int descriptor)
     return owner.empty() ? "another process" : "process " + owner;
 }
 
+// 0: locked. A signal is no reason to give up.
+int errorOfLock(int descriptor, int operation)
+{
+    while (::flock(descriptor, operation | LOCK_NB) != 0) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
 // Waits for a shared lock, under which FolderCopy makes a copy of the folder, because that takes a short time only.
-bool lockOf(int descriptor)
+// EWOULDBLOCK: another process has the folder.
+int errorOfTaking(int descriptor)
 {
     constexpr int kAttempts = 200;
+    int error = 0;
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-        if (::flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
-            return true;
-        }
-        if (::flock(descriptor, LOCK_SH | LOCK_NB) != 0) {
-            return false;
+        error = errorOfLock(descriptor, LOCK_EX);
+        if (error != EWOULDBLOCK || errorOfLock(descriptor, LOCK_SH) != 0) {
+            return error;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    return false;
+    return error;
 }
 
 bool writeOwner(int descriptor)
@@ -60,22 +99,26 @@ StateLock::StateLock(const std::filesystem::path& folder)
     if (folder.empty()) {
         throw std::runtime_error("no state folder is named");
     }
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) {
-        refuse(folder, error.message());
+    try {
+        takeFolder(folder);
+        _descriptor = takeFile(folder / "lock");
+    } catch (const std::runtime_error& error) {
+        refuse(folder, error.what());
     }
-    _descriptor = base::FileDescriptor(::open((folder / "lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-    if (!_descriptor) {
-        refuse(folder, std::strerror(errno));
-    }
-    if (!lockOf(_descriptor.get())) {
+    const int error = errorOfTaking(_descriptor.get());
+    if (error == EWOULDBLOCK) {
         throw std::runtime_error("the state folder " + folder.string() + " is in use by " + ownerOf(_descriptor.get()) +
                                  "; end it or name another folder");
     }
-    if (!writeOwner(_descriptor.get())) {
-        refuse(folder, std::strerror(errno));
+    if (error != 0 || !writeOwner(_descriptor.get())) {
+        refuse(folder, std::strerror(error != 0 ? error : errno));
     }
+    replaceHeld(-1, _descriptor.get());
+}
+
+StateLock::~StateLock()
+{
+    replaceHeld(_descriptor.get(), -1);
 }
 
 } // namespace camera::store

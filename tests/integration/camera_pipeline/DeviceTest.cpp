@@ -247,7 +247,7 @@ TEST_F(DeviceTest, goesOnWhenThePositionsCannotBeStored)
     start();
     sqlite3* database = nullptr;
     ASSERT_EQ(sqlite3_open((options.stateDir / "settings.db").c_str(), &database), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE settings", nullptr, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE documents", nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(database);
     EXPECT_TRUE(device->positioning().savePresetHere("Yard"));
     EXPECT_THAT(lines(), Contains(HasSubstr("error device: the positions could not be stored: ")));
@@ -387,7 +387,7 @@ TEST_F(DeviceTest, tellsTheClientReadablyThatSettingsCouldNotBeStored)
     start();
     sqlite3* database = nullptr;
     ASSERT_EQ(sqlite3_open((options.stateDir / "settings.db").c_str(), &database), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE settings", nullptr, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(database, "DROP TABLE documents", nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(database);
     try {
         device->target().setConfiguration(documentFor("Motion"));

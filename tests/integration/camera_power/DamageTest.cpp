@@ -25,6 +25,8 @@ protected:
         leftRunning.erase("settings.db-shm");
         stop();
         ended = readFiles(state);
+        behind = ended;
+        behind["settings.last"] = leftRunning.at("settings.last");
     }
 
     testing::AssertionResult startsOn(const Files& files)
@@ -44,8 +46,9 @@ protected:
         EXPECT_THAT(documents, Contains(document));
         EXPECT_TRUE(startedFrom(document));
         if (!lines.empty()) {
-            EXPECT_THAT(lines[0], AllOf(HasSubstr((state / "settings.db").string()), HasSubstr("damaged"),
-                                        HasSubstr("set aside")));
+            EXPECT_THAT(lines[0], AllOf(HasSubstr((state / "settings.db").string()),
+                                        AnyOf(AllOf(HasSubstr("damaged"), HasSubstr("set aside")),
+                                              HasSubstr("is older than its copy"))));
             ++found;
         }
         kept += document == documents.back() ? 1 : 0;
@@ -71,6 +74,7 @@ protected:
     std::vector<std::string> documents;
     Files leftRunning;
     Files ended;
+    Files behind; ///< ended without the copy that is made at the end: it has the second document
     std::size_t found = 0;
     std::size_t kept = 0;
 };
@@ -86,7 +90,7 @@ protected:
 
 TEST_P(FlippedByteTest, isFoundOrChangesNothing)
 {
-    const std::string& whole = ended.at("settings.db");
+    const std::string& whole = behind.at("settings.db");
     std::size_t flips = 0;
     for (std::size_t at = 0; at < whole.size() && !HasFailure(); ++at) {
         const bool inHeader = at < 100; // a start depends on each of these
@@ -94,11 +98,11 @@ TEST_P(FlippedByteTest, isFoundOrChangesNothing)
             continue;
         }
         SCOPED_TRACE("byte " + std::to_string(at));
-        Files files = ended;
+        Files files = behind;
         char& byte = files["settings.db"][at];
         byte = flipped(byte, at);
         ASSERT_TRUE(startsOn(files));
-        EXPECT_EQ(storedDocument(), documents.back()) << "the rest of the file holds it";
+        EXPECT_THAT(storedDocument(), AnyOf(documents[2], documents[1])) << "nothing older than the copy";
         expectFoundOrUnchanged(files["settings.db"]);
         ++flips;
     }
@@ -131,16 +135,16 @@ TEST_P(FlippedByteTest, inTheLogOfADeviceThatWasCutOffChangesNothing)
 INSTANTIATE_TEST_SUITE_P(Damage, FlippedByteTest, testing::Values(0, 1),
                          [](const auto& info) { return info.param == 0 ? "AllBits" : "OneBit"; });
 
-TEST_F(DamageTest, aTruncatedFileIsFoundAndADocumentOfItOrOfTheCopyIsUsed)
+TEST_F(DamageTest, aTruncatedFileIsFoundAndNothingOlderThanTheCopyIsUsed)
 {
-    const std::string& whole = ended.at("settings.db");
+    const std::string& whole = behind.at("settings.db");
     std::size_t truncations = 0;
     for (std::size_t size = 0; size < whole.size() && !HasFailure(); ++size) {
         if (size % step != 0 && size > 100) {
             continue;
         }
         SCOPED_TRACE("cut to " + std::to_string(size));
-        Files files = ended;
+        Files files = behind;
         files["settings.db"].resize(size);
         ASSERT_TRUE(startsOn(files));
         if (size + 4096 <= whole.size()) { // the end of the last page may hold nothing
@@ -170,32 +174,32 @@ TEST_F(DamageTest, aTruncatedLogChangesNothing)
     std::cout << "power-cuts: truncations=" << truncations << "\n";
 }
 
-TEST_F(DamageTest, aDamagedCopyDoesNotMatterWhileTheFileIsWhole)
+TEST_F(DamageTest, aDamagedCopyIsFoundAndDoesNotMatterWhileTheFileIsWhole)
 {
-    const std::string& whole = ended.at("settings.last-good.db");
+    const std::string& whole = ended.at("settings.last");
     std::size_t flips = 0;
     for (std::size_t at = 0; at < whole.size() && !HasFailure(); at += step, ++flips) {
-        Files files = ended;
-        char& byte = files["settings.last-good.db"][at];
+        SCOPED_TRACE("byte " + std::to_string(at));
+        Files flipped = ended;
+        char& byte = flipped["settings.last"][at];
         byte = static_cast<char>(~byte);
-        ASSERT_TRUE(startsOn(files));
-        EXPECT_EQ(storedDocument(), documents.back());
-        EXPECT_THAT(notices(), IsEmpty());
-        stop();
+        Files truncated = ended;
+        truncated["settings.last"].resize(at);
+        for (const Files& files : {flipped, truncated}) {
+            ASSERT_TRUE(startsOn(files));
+            EXPECT_EQ(storedDocument(), documents.back());
+            EXPECT_THAT(notices(), AnyOf(IsEmpty(), ElementsAre(HasSubstr("settings.last is damaged"))));
+            stop();
+        }
     }
     std::cout << "power-cuts: flips=" << flips << "\n";
 }
 
 TEST_F(DamageTest, nothingIsReadBackWhoseChecksumDoesNotFit)
 {
-    Files files = ended;
+    Files files = behind;
     std::string& file = files["settings.db"];
-    std::size_t changed = 0; // the current document and its like in the history
-    for (std::size_t at = file.find("third"); at != std::string::npos; at = file.find("third", at + 1), ++changed) {
-        file[at] = 'T';
-    }
-    ASSERT_EQ(changed, 2u);
-    file.replace(4096 * 2, 4096, std::string(4096, 'z')); // an index: the whole file is read back
+    file[file.find("third")] = 'T';
     ASSERT_TRUE(startsOn(files));
     EXPECT_EQ(storedDocument(), documents[1]);
     expectFoundOrUnchanged(file);

@@ -16,6 +16,7 @@ void PowerFixture::SetUp()
     options.engines = StubEngines::source();
     options.pluginPath = DETECTION_MODULE;
     options.stateDir = state;
+    options.copyInterval = std::chrono::hours(1); // the tests have copies made by hand
     options.services = std::make_shared<FakeDeviceServices>();
     options.ptz.emplace();
     for (int preset = 0; preset < 6; ++preset) {

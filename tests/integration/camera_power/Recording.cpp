@@ -33,5 +33,5 @@ std::pair<std::size_t, std::size_t> Recording::allowedAfter(std::size_t calls) c
 
 std::size_t Recording::oldestCopyAfter(std::size_t calls) const
 {
-    return lastAt(_starts, calls);
+    return lastAt(_copies, calls);
 }

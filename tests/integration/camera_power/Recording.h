@@ -24,8 +24,8 @@ public:
     /// while that is idle.
     void look(camera::store::SettingsStore& store);
 
-    /// The device has started: from now on there is a copy of the document of this moment.
-    void noteStarted() { _starts.push_back(_returned.back()); }
+    /// From now on there is a copy of the document of this moment: the device has started, or copied by hand.
+    void noteCopied() { _copies.push_back({_watch.count(), _returned.back().document}); }
 
     /// Documents by their order; the first stands for "nothing stored yet".
     const std::vector<std::string>& documents() const { return _documents; }
@@ -33,7 +33,7 @@ public:
     /// The first and the last document that may be there after a cut behind this many calls.
     std::pair<std::size_t, std::size_t> allowedAfter(std::size_t calls) const;
 
-    /// The oldest document that the copy made at a start may hold then; 0 when there need be no copy.
+    /// The oldest document that the copy may hold then; 0 when there need be no copy.
     std::size_t oldestCopyAfter(std::size_t calls) const;
 
 private:
@@ -48,5 +48,5 @@ private:
     std::int64_t _sequence = 0;
     std::vector<std::string> _documents{"[]"};
     std::vector<Moment> _returned{{0, 0}};
-    std::vector<Moment> _starts{{0, 0}};
+    std::vector<Moment> _copies{{0, 0}};
 };

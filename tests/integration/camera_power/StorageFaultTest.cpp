@@ -166,7 +166,7 @@ TEST_P(StorageFaultTest, losesNothingWhenTheDeviceEnds)
 TEST_P(StorageFaultTest, startsOrSaysWhyNotAndLeavesTheFilesAlone)
 {
     Files damaged = ended;
-    damaged["settings.db"].replace(4096 * 2, 4096, std::string(4096, 'z'));
+    damaged["settings.db"].replace(4096, 4096, std::string(4096, 'z'));
     for (const Files& files : {ended, leftRunning, damaged}) {
         bool failed = true;
         for (std::size_t others = 0; failed && !HasFailure(); ++others) {

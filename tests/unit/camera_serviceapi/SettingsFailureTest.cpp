@@ -99,9 +99,9 @@ INSTANTIATE_TEST_SUITE_P(Kinds, SettingsFailureTest,
                          testing::Values(Failure{"full", ENOSPC, "", kStorageFull, "no space is left for it"},
                                          Failure{"readOnly", EROFS, "", kStorageReadOnly, "Read-only file system"},
                                          Failure{"failed", EIO, "", kStorageFailed, "Input/output error"},
-                                         Failure{"damaged", 0, "UPDATE settings SET checksum = checksum + 1",
+                                         Failure{"damaged", 0, "UPDATE documents SET checksum = checksum + 1",
                                                  kStorageDamaged, "damaged"},
-                                         Failure{"rejected", 0, "DROP TABLE settings", kStorageFailed, "settings"}),
+                                         Failure{"rejected", 0, "DROP TABLE documents", kStorageFailed, "settings"}),
                          [](const testing::TestParamInfo<Failure>& info) { return std::string(info.param.name); });
 
 } // namespace

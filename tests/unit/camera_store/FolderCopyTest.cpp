@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <fstream>
 #include <future>
 #include <map>
 #include <stdexcept>
@@ -101,6 +102,44 @@ TEST_F(FolderCopyTest, hasADocumentThatStandsInTheLogOnly)
     EXPECT_THAT(store.notices(), ElementsAre());
     EXPECT_THAT(store.read("OnvifAnalytics").value_or(""), HasSubstr("Gate three"));
     EXPECT_EQ(store.history("OnvifAnalytics").size(), 5U);
+}
+
+TEST_F(FolderCopyTest, refusesAFifoInsteadOfWaitingForIt)
+{
+    ASSERT_EQ(::mkfifo((folder / "last-frame-time").c_str(), 0600), 0);
+    EXPECT_THROW(FolderCopy(folder.path()), std::runtime_error);
+}
+
+TEST_F(FolderCopyTest, ofAnEarlierVersionIsTakenOverWithItsHistoryAndOnceOnly)
+{
+    for (const char* name : {"closed", "killed"}) {
+        fs::copy(fs::path(STATE_FOLDERS) / name, folder / name, fs::copy_options::recursive);
+        for (int time = 0; time < 2; ++time) {
+            SettingsStore store(folder / name);
+            EXPECT_THAT(store.notices(), ElementsAre()) << name;
+            EXPECT_EQ(store.history("OnvifAnalytics").size(), name == std::string("killed") ? 5U : 4U) << name;
+            EXPECT_EQ(store.history("camera.positioning").size(), 2U) << name;
+            EXPECT_FALSE(fs::exists(folder / name / "settings.last-good.db")) << name;
+            EXPECT_TRUE(fs::exists(folder / name / "settings.last")) << name;
+        }
+    }
+}
+
+TEST_F(FolderCopyTest, ofAnEarlierVersionHasItsCopyUsedWhenTheFileIsDamagedOrMissing)
+{
+    for (const bool missing : {false, true}) {
+        const fs::path state = folder / (missing ? "missing" : "damaged");
+        fs::copy(fs::path(STATE_FOLDERS) / "killed", state, fs::copy_options::recursive);
+        for (const char* part : {"-wal", "-shm", ""}) {
+            fs::remove(state / (std::string("settings.db") + part));
+        }
+        if (!missing) {
+            std::ofstream(state / "settings.db") << "rubbish";
+        }
+        SettingsStore store(state);
+        EXPECT_EQ(store.notices().size(), 1U);
+        EXPECT_TRUE(store.read("OnvifAnalytics").has_value());
+    }
 }
 
 TEST_F(FolderCopyTest, isWaitedForByWhoTakesTheFolder)

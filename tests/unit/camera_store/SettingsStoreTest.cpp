@@ -1,13 +1,19 @@
 #include "camera/store/SettingsStore.h"
 
+#include "camera/store/StateLock.h"
+#include "kit/Eventually.h"
+#include "kit/FileSizeLimit.h"
 #include "kit/LogLines.h"
 #include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
+#include <chrono>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,6 +22,7 @@ namespace {
 
 using camera::store::DatabaseError;
 using camera::store::SettingsStore;
+using camera::store::StateLock;
 using kit::refusalOf;
 using namespace testing;
 
@@ -26,7 +33,16 @@ protected:
     void open(std::int64_t maxBytes = 0)
     {
         store.reset();
-        store = std::make_unique<SettingsStore>(folder.path(), maxBytes);
+        store = std::make_unique<SettingsStore>(folder.path(), maxBytes, kCopiedByHand);
+    }
+
+    /// Closes the store without the copy that it makes at its end: a process that is killed.
+    void kill(const std::function<void()>& before)
+    {
+        const std::string copy = kit::contentOf(folder / "settings.last");
+        before();
+        store.reset();
+        folder.write("settings.last", copy);
     }
 
     void change(const std::string& sql) const
@@ -67,8 +83,16 @@ protected:
         throw std::logic_error("it succeeded");
     }
 
+    void removeAll() const
+    {
+        for (const char* part : {"", "-wal", "-shm"}) {
+            std::filesystem::remove(file().string() + part);
+        }
+    }
+
     std::filesystem::path file() const { return folder / "settings.db"; }
 
+    static constexpr std::chrono::hours kCopiedByHand{1};
     const kit::LogLines log;
     kit::TemporaryFolder folder;
     std::unique_ptr<SettingsStore> store;
@@ -143,51 +167,76 @@ TEST_F(SettingsStoreTest, restoresAnEarlierDocumentAsTheNewestOne)
     EXPECT_THAT(store->read("A"), Optional(std::string("one")));
 }
 
-TEST_F(SettingsStoreTest, loadsTheLastGoodDocumentWhenAStoredOneIsDamaged)
+TEST_F(SettingsStoreTest, takesTheCopysRowForADamagedOne)
 {
-    store->write("A", "good");
-    store->write("A", "newer");
+    store->write("A", "older");
+    store->write("A", "newest");
     store->write("B", "whole");
     store.reset();
-    change("UPDATE settings SET document = CAST('nEwer' AS BLOB) WHERE key = CAST('A' AS BLOB);"
-           "UPDATE history SET document = CAST('nEwer' AS BLOB) WHERE document = CAST('newer' AS BLOB)");
+    change("UPDATE documents SET document = CAST('nEwest' AS BLOB) WHERE document = CAST('newest' AS BLOB)");
     open();
-    EXPECT_THAT(store->read("A"), Optional(std::string("good")));
+    EXPECT_THAT(store->read("A"), Optional(std::string("newest")));
     EXPECT_THAT(store->read("B"), Optional(std::string("whole")));
     ASSERT_THAT(store->notices(), SizeIs(1));
-    EXPECT_THAT(store->notices()[0], HasSubstr("the settings \"A\" in " + file().string() +
-                                               " are damaged and were set aside; the last good document is used"));
+    EXPECT_THAT(store->notices()[0],
+                AllOf(StartsWith("the settings file " + file().string() +
+                                 " is damaged (a checksum of \"A\" does not fit) and was set aside as "),
+                      ContainsRegex("what is used is \"A\" of 2[0-9-]+ [0-9:]+ UTC from the copy, "
+                                    "\"B\" of 2[0-9-]+ [0-9:]+ UTC$")));
+    EXPECT_EQ(filesSetAside(), 1u);
     open();
     EXPECT_THAT(store->notices(), IsEmpty()) << "repaired once";
 }
 
-TEST_F(SettingsStoreTest, saysSoWhenNoGoodDocumentIsLeft)
+TEST_F(SettingsStoreTest, takesTheNewestGoodPredecessorOfADamagedRowThatTheCopyDoesNotHave)
 {
-    store->setDefault("A", "[]");
+    store->write("A", "older");
+    store->drain();
+    kill([this] {
+        store->write("A", "good");
+        store->write("A", "newest");
+    });
+    change("UPDATE documents SET document = CAST('nEwest' AS BLOB) WHERE document = CAST('newest' AS BLOB)");
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("good"))) << "newer than the copy's";
+    EXPECT_THAT(store->history("A"), SizeIs(2));
+    ASSERT_THAT(store->notices(), SizeIs(1));
+    EXPECT_THAT(store->notices()[0], EndsWith("; what was stored of \"A\" after that is lost"));
+}
+
+TEST_F(SettingsStoreTest, startsWithoutSettingsWhenFileAndCopyAreUnreadableAndSetsBothAside)
+{
     store->write("A", "only");
     store.reset();
-    change("UPDATE settings SET checksum = checksum + 1; UPDATE history SET checksum = checksum + 1");
+    folder.write("settings.db", std::string(5000, 'z'));
+    folder.write("settings.last", std::string(5000, 'y'));
     open();
     store->setDefault("A", "[]");
     EXPECT_THAT(store->read("A"), Optional(std::string("[]")));
-    ASSERT_THAT(store->notices(), SizeIs(1));
-    EXPECT_THAT(store->notices()[0], HasSubstr("no good document of them is left"));
+    EXPECT_THAT(store->notices(), ElementsAre(AllOf(HasSubstr("settings.last is damaged"), HasSubstr("set aside")),
+                                              HasSubstr("the camera starts without settings")));
+    EXPECT_EQ(filesSetAside(), 1u);
+    open();
+    EXPECT_THAT(store->notices(), IsEmpty());
 }
 
-TEST_F(SettingsStoreTest, noticesARowThatWasStoredUnderAnotherKey)
+TEST_F(SettingsStoreTest, noticesARowThatWasStoredUnderAnotherKeyOrNumber)
 {
-    store->write("A", "of A");
-    store.reset();
-    change("UPDATE settings SET key = CAST('B' AS BLOB)");
-    open();
-    EXPECT_EQ(store->read("B"), std::nullopt);
-    EXPECT_THAT(store->notices(), SizeIs(1));
+    for (const std::string change : {"key = CAST('B' AS BLOB)", "sequence = sequence + 5", "stored_at = 5"}) {
+        store->write("A", "of A");
+        store.reset();
+        std::filesystem::remove(folder / "settings.last");
+        this->change("UPDATE documents SET " + change);
+        open();
+        EXPECT_THAT(store->keys(), IsEmpty()) << change;
+        EXPECT_THAT(store->notices(), SizeIs(1)) << change;
+    }
 }
 
 TEST_F(SettingsStoreTest, throwsWhenADocumentIsDamagedWhileTheStoreIsOpen)
 {
     store->write("A", "good");
-    change("UPDATE settings SET checksum = checksum + 1");
+    change("UPDATE documents SET checksum = checksum + 1");
     EXPECT_THAT(
         failureOf([this] { (void)store->read("A"); }),
         Pair(DatabaseError::Kind::damaged, HasSubstr("the settings \"A\" could not be read from " + file().string())));
@@ -204,20 +253,18 @@ TEST_F(SettingsStoreTest, setsATextThatIsNoDatabaseAsideAndTakesTheLastCopy)
     EXPECT_THAT(store->read("A"), Optional(std::string("kept")));
     ASSERT_THAT(store->notices(), SizeIs(1));
     EXPECT_THAT(store->notices()[0], HasSubstr("is damaged"));
-    EXPECT_THAT(store->notices()[0], HasSubstr("0 of its documents were read back and 1 taken from the copy"));
+    EXPECT_THAT(store->notices()[0], HasSubstr("from the copy"));
     EXPECT_EQ(filesSetAside(), 1u);
     open();
     EXPECT_THAT(store->read("A"), Optional(std::string("kept")));
     EXPECT_THAT(store->notices(), IsEmpty());
 }
 
-TEST_F(SettingsStoreTest, readsBackWhatItCanOfATruncatedFile)
+TEST_F(SettingsStoreTest, takesWhatATruncatedFileHasLostFromTheCopy)
 {
     for (int document = 0; document < 20; ++document) {
         store->write("key " + std::to_string(document), std::string(3000, static_cast<char>('a' + document)));
     }
-    open();
-    store->write("later", "written after the copy was made");
     store.reset();
     std::filesystem::resize_file(file(), std::filesystem::file_size(file()) / 2);
     open();
@@ -237,7 +284,8 @@ TEST_F(SettingsStoreTest, doesNotTakeAFileCutToNothingForANewOne)
     std::filesystem::resize_file(file(), 0);
     open();
     EXPECT_THAT(store->read("A"), Optional(std::string("kept")));
-    EXPECT_THAT(store->notices(), SizeIs(1));
+    EXPECT_THAT(store->notices(),
+                ElementsAre(HasSubstr("settings.db is older than its copy; what is used is \"A\" of")));
 }
 
 TEST_F(SettingsStoreTest, findsAPageOfRubbishAndKeepsTheFileForWhoeverWantsToLook)
@@ -269,7 +317,7 @@ TEST_F(SettingsStoreTest, neverOverwritesAnEarlierFileThatWasSetAside)
 TEST_F(SettingsStoreTest, refusesAFileOfANewerProgram)
 {
     store.reset();
-    change("PRAGMA user_version = 99; PRAGMA application_id = 1382119011");
+    change("PRAGMA user_version = 99; DROP TABLE documents; CREATE TABLE others (key)");
     EXPECT_THAT(refusalOf([this] { open(); }), HasSubstr("written by a newer version of this program"));
     EXPECT_EQ(filesSetAside(), 0u);
 }
@@ -281,9 +329,7 @@ TEST_F(SettingsStoreTest, doesNotTakeADamagedLayoutNumberForANewerProgram)
     change("PRAGMA user_version = 99");
     open();
     EXPECT_THAT(store->read("A"), Optional(std::string("kept")));
-    ASSERT_THAT(store->notices(), SizeIs(1));
-    EXPECT_THAT(store->notices()[0], HasSubstr("is damaged (its layout number is broken)"));
-    EXPECT_EQ(filesSetAside(), 1u);
+    EXPECT_THAT(store->notices(), IsEmpty());
 }
 
 TEST_F(SettingsStoreTest, saysWhatCannotBeUsedWhenTheFileIsAFolder)
@@ -305,6 +351,270 @@ TEST_F(SettingsStoreTest, refusesAWriteThatFindsNoRoomAndKeepsWhatWasThere)
     store->write("A", "small again");
     EXPECT_THAT(store->read("A"), Optional(std::string("small again")));
     EXPECT_THAT(store->history("A"), SizeIs(2));
+}
+
+/// The copy, read like a settings file of its own.
+class SettingsCopyTest : public SettingsStoreTest {
+protected:
+    std::optional<std::string> copied(const std::string& key) const
+    {
+        const kit::TemporaryFolder other;
+        other.write("settings.db", kit::contentOf(folder / "settings.last"));
+        return SettingsStore(other.path()).read(key);
+    }
+};
+
+TEST_F(SettingsCopyTest, hasTheNewestDocumentOfEachKeyOnceItIsDue)
+{
+    store->write("A", "one");
+    store->write("A", "two");
+    store->write("B", "of B");
+    EXPECT_EQ(copied("A"), std::nullopt) << "not more than once in the interval";
+    store->drain();
+    EXPECT_THAT(copied("A"), Optional(std::string("two")));
+    EXPECT_THAT(copied("B"), Optional(std::string("of B")));
+}
+
+TEST_F(SettingsCopyTest, isMadeWithoutAnybodyAskingAlsoWhileChangesGoOn)
+{
+    store.reset();
+    SettingsStore own(folder.path(), 0, std::chrono::milliseconds(20));
+    own.write("A", "first");
+    EXPECT_TRUE(kit::eventually([&] {
+        own.write("B", std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
+        return copied("A").has_value();
+    }));
+}
+
+TEST_F(SettingsCopyTest, isMadeWhenTheStoreCloses)
+{
+    store->write("A", "last");
+    store.reset();
+    EXPECT_THAT(copied("A"), Optional(std::string("last")));
+}
+
+TEST_F(SettingsCopyTest, isKeptWhenARowThatItWouldTakeIsDamaged)
+{
+    store->write("A", "good");
+    store->drain();
+    store->write("B", "next");
+    change("UPDATE documents SET checksum = checksum + 1 WHERE key = CAST('A' AS BLOB)");
+    store->drain();
+    EXPECT_THAT(copied("A"), Optional(std::string("good")));
+    EXPECT_EQ(copied("B"), std::nullopt);
+    EXPECT_THAT(log.lines(), Contains(HasSubstr("no copy of the settings could be made")));
+}
+
+TEST_F(SettingsCopyTest, isNeverReplacedByAnythingOlder)
+{
+    store->write("A", "one");
+    store->write("A", "two");
+    store->drain();
+    change("DELETE FROM documents WHERE document = CAST('two' AS BLOB)");
+    store->write("B", "next");
+    store->drain();
+    EXPECT_THAT(copied("A"), Optional(std::string("two")));
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("two")));
+    EXPECT_THAT(store->read("B"), Optional(std::string("next")));
+    EXPECT_THAT(store->notices(), ElementsAre(AllOf(HasSubstr("is older than its copy; what is used is \"A\" of"),
+                                                    Not(HasSubstr("\"B\"")))));
+}
+
+TEST_F(SettingsCopyTest, isMadeAgainWhenItIsDamagedAndTheDamagedOneIsKept)
+{
+    store->write("A", "kept");
+    store.reset();
+    folder.write("settings.last", "rubbish");
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("kept")));
+    EXPECT_THAT(store->notices(), ElementsAre(HasSubstr("settings.last is damaged")));
+    EXPECT_THAT(copied("A"), Optional(std::string("kept")));
+}
+
+TEST_F(SettingsCopyTest, winsOverAnOlderDocumentThatATruncatedFileStillHas)
+{
+    store->write("A", "old");
+    store->drain();
+    const std::string old = kit::contentOf(folder / "settings.db");
+    store->write("A", "new");
+    store.reset();
+    folder.write("settings.db", old); // a file of yesterday
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("new")));
+    EXPECT_THAT(store->notices(), ElementsAre(HasSubstr("is older than its copy")));
+    EXPECT_THAT(copied("A"), Optional(std::string("new")));
+}
+
+TEST_F(SettingsCopyTest, isWhatAMissingFileIsMadeFrom)
+{
+    store->write("A", "kept");
+    store.reset();
+    std::filesystem::remove(file());
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("kept")));
+    EXPECT_THAT(store->notices(), ElementsAre(AllOf(HasSubstr("settings.db is missing"), HasSubstr("\"A\" of 2"),
+                                                    HasSubstr("from the copy"))));
+}
+
+/// The file of a store that is open is taken away.
+class MovedFileTest : public SettingsStoreTest {};
+
+TEST_F(MovedFileTest, isWrittenAgainAtTheNextWriteWithEverything)
+{
+    store->write("A", "one");
+    store->write("A", "two");
+    removeAll();
+    store->write("B", "next");
+    EXPECT_THAT(log.lines(), Contains(HasSubstr("was removed while it was in use")));
+    EXPECT_THAT(store->history("A"), SizeIs(2));
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("two")));
+    EXPECT_THAT(store->read("B"), Optional(std::string("next")));
+    EXPECT_THAT(store->notices(), IsEmpty());
+}
+
+TEST_F(MovedFileTest, isSetAsideWhenAnotherOneStandsThere)
+{
+    store->write("A", "one");
+    std::filesystem::remove(file());
+    folder.write("settings.db", "another file");
+    store->write("B", "next");
+    EXPECT_EQ(filesSetAside(), 1u);
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("one")));
+    EXPECT_THAT(store->read("B"), Optional(std::string("next")));
+}
+
+TEST_F(MovedFileTest, isRefusedUntilThereIsAFolderForItAndLosesNothing)
+{
+    store->write("A", "one");
+    const std::filesystem::path away = folder.path().string() + ".away";
+    std::filesystem::rename(folder.path(), away);
+    EXPECT_THAT(failureOf([this] { store->write("B", "next"); }).second, HasSubstr("could not be stored in"));
+    EXPECT_THAT(store->read("A"), Optional(std::string("one")));
+    std::filesystem::create_directory(folder.path());
+    store->write("B", "next");
+    open();
+    EXPECT_THAT(store->read("A"), Optional(std::string("one")));
+    EXPECT_THAT(store->read("B"), Optional(std::string("next")));
+    std::filesystem::remove_all(away);
+}
+
+/// Documents that their owner uses although they could not be stored.
+class UnstoredTest : public SettingsStoreTest {
+protected:
+    /// The disk takes nothing while the object lives.
+    struct FullDisk {
+        const kit::FileSizeLimit limit{1};
+    };
+    void refusedInForce() const
+    {
+        EXPECT_THROW(store->write("A", "in force", SettingsStore::Unstored::triedAgain), DatabaseError);
+    }
+};
+
+TEST_F(UnstoredTest, areStoredWithTheNextChange)
+{
+    {
+        const FullDisk disk;
+        refusedInForce();
+        EXPECT_THROW(store->write("B", "refused"), DatabaseError);
+    }
+    EXPECT_THAT(store->keys(), IsEmpty());
+    store->write("C", "next");
+    EXPECT_THAT(store->read("A"), Optional(std::string("in force")));
+    EXPECT_EQ(store->read("B"), std::nullopt);
+}
+
+TEST_F(UnstoredTest, areTriedAgainWithoutAChange)
+{
+    {
+        const FullDisk disk;
+        refusedInForce();
+        store->drain();
+        EXPECT_EQ(store->read("A"), std::nullopt) << "the disk still refuses";
+    }
+    store->drain();
+    EXPECT_THAT(store->read("A"), Optional(std::string("in force")));
+}
+
+TEST_F(UnstoredTest, areForgottenWhenANewerOneIsStored)
+{
+    {
+        const FullDisk disk;
+        refusedInForce();
+    }
+    store->write("A", "newer");
+    store->drain();
+    EXPECT_THAT(store->read("A"), Optional(std::string("newer")));
+    EXPECT_THAT(store->history("A"), SizeIs(1));
+}
+
+/// Who may read what is kept, and what stands in the place of a file.
+class PrivateFilesTest : public SettingsStoreTest {
+protected:
+    static mode_t modeOf(const std::filesystem::path& path)
+    {
+        return static_cast<mode_t>(std::filesystem::status(path).permissions()) & ALLPERMS;
+    }
+};
+
+TEST_F(PrivateFilesTest, haveTheirModesWhateverTheUmask)
+{
+    for (const mode_t mask : {0U, 0277U}) {
+        const mode_t before = ::umask(mask);
+        const auto state = folder / ("state" + std::to_string(mask)) / "of";
+        const StateLock lock(state);
+        SettingsStore own(state);
+        own.write("A", "one");
+        own.drain();
+        ::umask(before);
+        EXPECT_EQ(modeOf(state), 0700U);
+        EXPECT_EQ(modeOf(state.parent_path()) & 077U, 0U);
+        for (const char* name : {"lock", "settings.db", "settings.db-wal", "settings.last"}) {
+            EXPECT_EQ(modeOf(state / name), 0600U) << name;
+        }
+    }
+}
+
+TEST_F(PrivateFilesTest, ofAnEarlierVersionBecomePrivate)
+{
+    store.reset();
+    std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+    std::filesystem::permissions(file(), std::filesystem::perms(0644));
+    const StateLock lock(folder.path());
+    open();
+    EXPECT_EQ(modeOf(folder.path()), 0700U);
+    EXPECT_EQ(modeOf(file()), 0600U);
+}
+
+TEST_F(PrivateFilesTest, areNotWrittenThroughALink)
+{
+    folder.write("precious", "mine");
+    for (const char* name : {"settings.db", "settings.last", "lock"}) {
+        const kit::TemporaryFolder other;
+        std::filesystem::create_symlink(folder / "precious", other / name);
+        EXPECT_THAT(refusalOf([&] {
+                        const StateLock lock(other.path());
+                        const SettingsStore own(other.path());
+                    }),
+                    HasSubstr((other / name).string() + "' is a symbolic link"));
+    }
+    EXPECT_EQ(kit::contentOf(folder / "precious"), "mine");
+}
+
+TEST_F(PrivateFilesTest, areNoFifos)
+{
+    for (const char* name : {"settings.db", "settings.last", "lock"}) {
+        const kit::TemporaryFolder other;
+        ASSERT_EQ(::mkfifo((other / name).c_str(), 0600), 0);
+        EXPECT_THAT(refusalOf([&] {
+                        const StateLock lock(other.path());
+                        const SettingsStore own(other.path());
+                    }),
+                    HasSubstr((other / name).string() + "' is no regular file"));
+    }
 }
 
 } // namespace
