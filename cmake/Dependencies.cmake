@@ -11,6 +11,7 @@ pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
 
 if(DETECTION_BUILD_CAMERA)
   pkg_check_modules(AV REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil libswscale libavdevice)
+  pkg_check_modules(FONTS REQUIRED IMPORTED_TARGET freetype2 fontconfig)
   pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
   pkg_check_modules(SDBUS REQUIRED IMPORTED_TARGET sdbus-c++>=1.2)
   find_program(SDBUS_XML2CPP sdbus-c++-xml2cpp REQUIRED)

@@ -16,6 +16,16 @@ bool isContinuation(unsigned char byte)
     return (byte & 0xC0) == 0x80;
 }
 
+// The character of so many bytes.
+char32_t decoded(const unsigned char* text, std::size_t length)
+{
+    char32_t code = length == 1 ? text[0] : text[0] & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        code = code << 6U | (text[i] & 0x3FU);
+    }
+    return code;
+}
+
 // The length in bytes of the character at the beginning of the range; 0 when it is not a character.
 std::size_t characterBytes(const unsigned char* text, std::size_t available)
 {
@@ -37,10 +47,7 @@ std::size_t characterBytes(const unsigned char* text, std::size_t available)
     const bool wrong = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
                        (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
     // The bus also refuses code points that are not characters: U+FDD0 to U+FDEF, and the last two of each plane.
-    std::uint32_t code = first & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        code = code << 6U | (text[i] & 0x3FU);
-    }
+    const char32_t code = decoded(text, length);
     const bool noCharacter = (code >= 0xFDD0 && code <= 0xFDEF) || (code & 0xFFFEU) == 0xFFFE;
     return wrong || noCharacter ? 0 : length;
 }
@@ -87,6 +94,18 @@ std::vector<std::string> sendable(std::vector<std::string> texts)
         text = sendable(std::move(text));
     }
     return texts;
+}
+
+std::u32string codePoints(const std::string& text)
+{
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
+    std::u32string characters;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = characterBytes(bytes + at, text.size() - at);
+        characters += length == 0 ? U'\uFFFD' : decoded(bytes + at, length);
+        at += std::max<std::size_t>(length, 1);
+    }
+    return characters;
 }
 
 } // namespace camera::base

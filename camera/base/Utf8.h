@@ -13,4 +13,7 @@ bool isSendable(const std::string& text);
 std::string sendable(std::string text);
 std::vector<std::string> sendable(std::vector<std::string> texts);
 
+/// The characters of a text; U+FFFD for each byte that cannot be sent.
+std::u32string codePoints(const std::string& text);
+
 } // namespace camera::base

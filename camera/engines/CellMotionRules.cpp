@@ -123,7 +123,8 @@ CellMotionProgram::CellMotionProgram(const Components& components) : _source(kSi
             add(_rules.emplace_back(
                 CellRule{{Alarm(kCellMotionEvent, component.name), settings.onDelayMs * kNanosecondsPerMillisecond,
                           settings.offDelayMs * kNanosecondsPerMillisecond},
-                         settings}));
+                         settings,
+                         firstCell(settings)}));
         }
     }
     _moving.columns = static_cast<std::uint16_t>(_module.layout.columns);
@@ -185,6 +186,25 @@ long CellMotionProgram::movingCells(const CellMotionRule& rule) const
     return static_cast<long>(count);
 }
 
+kit::PicturePoint CellMotionProgram::firstCell(const CellMotionRule& rule) const
+{
+    const CellLayout& layout = _module.layout;
+    const auto watches = [&](long cell) {
+        const auto byte = static_cast<std::size_t>(cell / 8);
+        return byte < rule.activeCells.size() && (rule.activeCells[byte] >> (7 - cell % 8) & 1) != 0;
+    };
+    long first = 0;
+    while (first < layout.columns * layout.rows && !watches(first)) {
+        ++first;
+    }
+    const long cell = first < layout.columns * layout.rows ? first : 0;
+    const auto place = [](double from, double to, long index, long count) {
+        return from + (to - from) * static_cast<double>(index) / static_cast<double>(count);
+    };
+    return {place(layout.left, layout.right, cell % layout.columns, layout.columns),
+            place(layout.top, layout.bottom, cell / layout.columns, layout.rows)};
+}
+
 void CellMotionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
 {
     const CellLayout& layout = _module.layout;
@@ -201,12 +221,7 @@ void CellMotionProgram::report(const UtcTime& time, MetadataBuffers& outputs)
         writer.add(_watched);
         writer.add(_moving);
         for (const CellRule& rule : _rules) {
-            writer.add(kit::RuleRecord{rule.shown,
-                                       rule.alarm.rule(),
-                                       {{layout.left, layout.top},
-                                        {layout.right, layout.top},
-                                        {layout.right, layout.bottom},
-                                        {layout.left, layout.bottom}}});
+            writer.add(kit::RuleRecord{rule.shown, rule.alarm.rule(), {rule.namePlace}});
         }
     });
 }

@@ -54,12 +54,14 @@ public:
 private:
     struct CellRule : Rule {
         CellMotionRule settings;
+        kit::PicturePoint namePlace; ///< the upper left corner of the first cell that it watches
     };
 
     void analyse(const Foreground& foreground) override;
     void findMovingCells(const Foreground& foreground);
     cv::Rect cell(long column, long row, const cv::Size& picture) const;
     long movingCells(const CellMotionRule& rule) const;
+    kit::PicturePoint firstCell(const CellMotionRule& rule) const;
 
     CellMotionModule _module;
     bool _moduleActive = true;

@@ -1,6 +1,5 @@
 #include "camera/video/Overlay.h"
 
-#include "camera/video/OverlayPainter.h"
 #include "camera/video/PngWriter.h"
 #include "camera/video/Timestamp.h"
 
@@ -53,7 +52,7 @@ void Overlay::add(const Frame& upright, const Drawing& drawing, const std::strin
     }
     const std::int64_t time = nanosecondsOf(upright);
     toRgb(upright, _canvas);
-    paintOverlay(_canvas, drawing, time, caption);
+    _painter.paint(_canvas, drawing, time, caption);
     if (better) {
         _best = _canvas;
         _bestInterest = interest;

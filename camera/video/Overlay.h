@@ -3,6 +3,7 @@
 #include "camera/video/Drawing.h"
 #include "camera/video/Frame.h"
 #include "camera/video/Mp4Writer.h"
+#include "camera/video/OverlayPainter.h"
 #include "camera/video/RgbPicture.h"
 #include "camera/video/TravelledObjects.h"
 
@@ -46,6 +47,7 @@ private:
 
     OverlayFiles _files;
     std::optional<Mp4Writer> _video;
+    OverlayPainter _painter;
     RgbPicture _canvas;
     RgbPicture _best;
     TravelledObjects _travelled;

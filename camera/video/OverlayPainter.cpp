@@ -1,6 +1,7 @@
 #include "camera/video/OverlayPainter.h"
 
 #include "camera/base/Text.h"
+#include "camera/base/Utf8.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
+#include <limits>
 #include <string>
 
 namespace camera::video {
@@ -43,10 +45,17 @@ cv::Scalar colourOf(RuleState state)
     return kQuiet;
 }
 
+cv::Scalar colourOf(BoxKind kind)
+{
+    return kind == BoxKind::kMoving ? kMoving : kResting;
+}
+
 class Painter {
 public:
-    explicit Painter(RgbPicture& picture)
-        : _canvas(picture.height, picture.width, CV_8UC3, picture.pixels.data()),
+    Painter(RgbPicture& picture, TextPainter& text)
+        : _picture(picture),
+          _text(text),
+          _canvas(picture.height, picture.width, CV_8UC3, picture.pixels.data()),
           _unit(std::max(std::min(picture.width, picture.height) / 540.0, 0.6))
     {
     }
@@ -86,32 +95,25 @@ public:
                       cv::LINE_AA);
     }
 
-    void ruleName(const kit::RuleRecord& rule)
-    {
-        if (rule.name.empty() || rule.points.empty()) {
-            return;
-        }
-        const std::vector<cv::Point> points = polygon(rule);
-        const auto highest = std::min_element(
-            points.begin(), points.end(), [](cv::Point a, cv::Point b) { return a.y != b.y ? a.y < b.y : a.x < b.x; });
-        cv::Rect area = tagArea(rule.name, *highest);
-        // Rules of one place stand in a list, the first one on top.
-        const auto taken = [&](const cv::Rect& other) { return (other & area).area() > 0; };
-        for (int tries = 0; tries < 20 && std::any_of(_ruleTags.begin(), _ruleTags.end(), taken); ++tries) {
-            area.y = std::min(area.y + lineHeight() + thickness(1), std::max(_canvas.rows - area.height, 0));
-        }
-        _ruleTags.push_back(area);
-        tag(rule.name, area, colourOf(rule.state));
-    }
-
     void box(const kit::BoxRecord& record)
     {
-        const cv::Scalar colour = record.kind == BoxKind::kMoving ? kMoving : kResting;
-        const cv::Point upperLeft = place(record.upperLeft);
-        cv::rectangle(_canvas, upperLeft, place(record.lowerRight), kInk, thickness(4), cv::LINE_AA);
-        cv::rectangle(_canvas, upperLeft, place(record.lowerRight), colour, thickness(2), cv::LINE_AA);
-        const std::string name = "#" + std::to_string(record.id);
-        tag(name, tagArea(name, upperLeft), colour);
+        cv::rectangle(_canvas, place(record.upperLeft), place(record.lowerRight), kInk, thickness(4), cv::LINE_AA);
+        cv::rectangle(_canvas, place(record.upperLeft), place(record.lowerRight), colourOf(record.kind), thickness(2),
+                      cv::LINE_AA);
+        _objects.push_back(cv::Rect(place(record.upperLeft), place(record.lowerRight)));
+    }
+
+    void ruleName(const kit::RuleRecord& rule)
+    {
+        if (!rule.name.empty() && !rule.points.empty()) {
+            label(rule.name, cv::boundingRect(polygon(rule)), colourOf(rule.state));
+        }
+    }
+
+    void boxName(const kit::BoxRecord& record)
+    {
+        label("#" + std::to_string(record.id), cv::Rect(place(record.upperLeft), place(record.lowerRight)),
+              colourOf(record.kind));
     }
 
     void footLine(const std::string& left, const std::string& right)
@@ -119,43 +121,94 @@ public:
         const int height = lineHeight();
         const cv::Rect bar(0, _canvas.rows - height, _canvas.cols, height);
         blend(bar & whole(), kInk, 0.6);
-        const cv::Point base(textPadding(), _canvas.rows - textPadding() - 1);
-        text(left, base, kPaper);
-        text(right, {_canvas.cols - textPadding() - textWidth(right), base.y}, kPaper);
+        const std::u32string leftText = base::codePoints(left);
+        const std::u32string rightText = base::codePoints(base::printable(right));
+        const int leftEnd = textPadding() + _text.width(leftText, textPixels());
+        const std::u32string shown =
+            _text.cut(rightText, textPixels(), std::max(_canvas.cols - leftEnd - 2 * textPadding(), 0));
+        text(leftText, {textPadding(), bar.y}, kPaper);
+        text(shown, {_canvas.cols - textPadding() - _text.width(shown, textPixels()), bar.y}, kPaper);
     }
 
 private:
     cv::Rect whole() const { return {0, 0, _canvas.cols, _canvas.rows}; }
     int thickness(int wanted) const { return std::max(static_cast<int>(std::lround(wanted * _unit)), 1); }
-    double fontScale() const { return 0.42 * _unit; }
-    int textPadding() const { return std::max(static_cast<int>(std::lround(4 * _unit)), 2); }
-    int lineHeight() const { return static_cast<int>(std::lround(10 * _unit)) + 2 * textPadding(); }
+    int textPixels() const { return std::max(static_cast<int>(std::lround(13 * _unit)), 8); }
+    int textPadding() const { return std::max(static_cast<int>(std::lround(3 * _unit)), 2); }
+    int lineHeight() const { return textPixels() + 2 * textPadding(); }
 
-    int textWidth(const std::string& line) const
+    // In a line whose upper left corner is given.
+    void text(const std::u32string& line, cv::Point corner, const cv::Scalar& colour)
     {
-        int baseline = 0;
-        return cv::getTextSize(line, cv::FONT_HERSHEY_SIMPLEX, fontScale(), thickness(1), &baseline).width;
+        // In most fonts four fifths of the body stand above the line.
+        const int base = corner.y + textPadding() + textPixels() * 4 / 5;
+        _text.draw(_picture, line, textPixels(), {corner.x, base}, colour);
     }
 
-    void text(const std::string& line, cv::Point base, const cv::Scalar& colour)
+    void label(const std::string& name, const cv::Rect& region, const cv::Scalar& colour)
     {
-        cv::putText(_canvas, line, base, cv::FONT_HERSHEY_SIMPLEX, fontScale(), colour, thickness(1), cv::LINE_AA);
+        const std::u32string line = _text.cut(base::codePoints(base::printable(name)), textPixels(), _canvas.cols / 3);
+        const cv::Rect area = freeArea({_text.width(line, textPixels()) + 2 * textPadding(), lineHeight()}, region);
+        _labels.push_back(area);
+        cv::rectangle(_canvas, area & whole(), colour, cv::FILLED);
+        text(line, {area.x + textPadding(), area.y}, kInk);
     }
 
-    // Of a label whose lower left corner is at the place, moved into the picture where it would leave it.
-    cv::Rect tagArea(const std::string& line, cv::Point corner) const
+    // The first place at the region that covers no label and no object, else the one that covers least.
+    cv::Rect freeArea(const cv::Size& size, const cv::Rect& region) const
     {
-        const cv::Size size(textWidth(line) + 2 * textPadding(), lineHeight());
-        cv::Rect area(corner - cv::Point(thickness(1), size.height), size);
-        area.x = std::clamp(area.x, 0, std::max(_canvas.cols - area.width, 0));
-        area.y = std::clamp(area.y, 0, std::max(_canvas.rows - area.height, 0));
-        return area;
+        cv::Rect best;
+        int least = std::numeric_limits<int>::max();
+        for (const cv::Point& corner : cornersAround(size, region)) {
+            const cv::Rect area(std::clamp(corner.x, 0, std::max(_canvas.cols - size.width, 0)),
+                                std::clamp(corner.y, 0, std::max(_canvas.rows - lineHeight() - size.height, 0)),
+                                size.width, size.height);
+            const int covered = coveredBy(area);
+            if (covered < least) {
+                least = covered;
+                best = area;
+            }
+            if (covered == 0) {
+                break;
+            }
+        }
+        return best;
     }
 
-    void tag(const std::string& line, const cv::Rect& area, const cv::Scalar& colour)
+    // Above the region, then line by line down its left edge, so that the names of several rules stand in a list, then
+    // around it and down its right edge.
+    std::vector<cv::Point> cornersAround(const cv::Size& size, const cv::Rect& region) const
     {
-        cv::rectangle(_canvas, area, colour, cv::FILLED);
-        text(line, {area.x + textPadding(), area.y + area.height - textPadding() - 1}, kInk);
+        constexpr int kLines = 12;
+        const int gap = thickness(1);
+        const int left = region.x - gap;
+        const int right = region.x + region.width - size.width + gap;
+        const auto line = [&](int number) { return region.y + number * (size.height + gap); };
+        std::vector<cv::Point> corners = {{left, region.y - size.height}};
+        for (int number = 0; number < kLines; ++number) {
+            corners.emplace_back(left, line(number));
+        }
+        corners.insert(corners.end(), {{right, region.y - size.height},
+                                       {left, region.y + region.height + gap},
+                                       {right, region.y + region.height + gap},
+                                       {region.x + region.width + gap, region.y},
+                                       {left - size.width, region.y}});
+        for (int number = 0; number < kLines; ++number) {
+            corners.emplace_back(right, line(number));
+        }
+        return corners;
+    }
+
+    int coveredBy(const cv::Rect& area) const
+    {
+        int covered = 0;
+        for (const cv::Rect& label : _labels) {
+            covered += 4 * (label & area).area(); // a label that cannot be read is worse than a covered object
+        }
+        for (const cv::Rect& object : _objects) {
+            covered += (object & area).area();
+        }
+        return covered;
     }
 
     // The edges of a cell on whose other side nothing is watched; at the picture's own edge there are none.
@@ -215,8 +268,11 @@ private:
                 edgeAt(row + 1, record.rows, _canvas.rows) - top};
     }
 
-    cv::Mat _canvas;
-    std::vector<cv::Rect> _ruleTags;
+    RgbPicture& _picture;
+    TextPainter& _text;
+    cv::Mat _canvas; ///< the picture's memory
+    std::vector<cv::Rect> _objects;
+    std::vector<cv::Rect> _labels;
     double _unit; ///< 1 for a picture of 540 lines
 };
 
@@ -243,9 +299,10 @@ std::string stateText(const Drawing& drawing)
 
 } // namespace
 
-void paintOverlay(RgbPicture& picture, const Drawing& drawing, std::int64_t nanoseconds, const std::string& caption)
+void OverlayPainter::paint(RgbPicture& picture, const Drawing& drawing, std::int64_t nanoseconds,
+                           const std::string& caption)
 {
-    Painter painter(picture);
+    Painter painter(picture, _text);
     for (const auto& record : drawing.cells) {
         painter.cells(record);
     }
@@ -257,6 +314,9 @@ void paintOverlay(RgbPicture& picture, const Drawing& drawing, std::int64_t nano
     }
     for (const auto& rule : drawing.rules) {
         painter.ruleName(rule);
+    }
+    for (const auto& record : drawing.boxes) {
+        painter.boxName(record);
     }
     painter.footLine(timeText(nanoseconds), (caption.empty() ? "" : caption + "   ") + stateText(drawing));
 }

@@ -64,4 +64,13 @@ TEST(TextTest, whatWasReplacedCanBeSent)
     EXPECT_EQ(sendable(std::vector<std::string>{"a", "\xFF"}), (std::vector<std::string>{"a", kReplacement}));
 }
 
+TEST(TextTest, isReadAsItsCharactersWithOneReplacementForEachByteThatIsNone)
+{
+    using camera::base::codePoints;
+    EXPECT_EQ(codePoints(""), U"");
+    EXPECT_EQ(codePoints("aT\xC3\xBCr"), U"aT\u00FCr");
+    EXPECT_EQ(codePoints("\xE2\x82\xAC\xF0\x9F\x98\x80\xF4\x8F\xBF\xBD"), U"\u20AC\U0001F600\U0010FFFD");
+    EXPECT_EQ(codePoints("\xE2\x82z\xED\xA0\x80"), U"\uFFFD\uFFFDz\uFFFD\uFFFD\uFFFD");
+}
+
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "Stage.h"
 
+#include "camera/engines/CellMask.h"
+
 #include <gmock/gmock.h>
 
 #include <random>
@@ -158,7 +160,25 @@ TEST(DrawingFormatTest, enginesDescribeWhatTheySee)
     EXPECT_TRUE(std::get<CellsRecord>(cells[1]).at(21, 17));
     EXPECT_TRUE(std::get<CellsRecord>(cells[2]).at(8, 7));
     EXPECT_FALSE(std::get<CellsRecord>(cells[2]).at(1, 1));
+    EXPECT_EQ(std::get<RuleRecord>(cells[3]).points.size(), 1U);
     EXPECT_EQ(readAll(simple.motion, simple.motion.size(), damaged).size(), 2U);
+}
+
+TEST(DrawingFormatTest, theNameOfACellRuleStandsAtItsFirstCell)
+{
+    engine_test::EngineBench simple("Simple");
+    engine_test::Stage stage;
+    std::vector<std::uint8_t> cells(50);
+    cells[(3 * 22 + 11) / 8] = 0x80U >> ((3 * 22 + 11) % 8); // row 3, column 11
+    simple.activate(
+        engine_test::simpleConfig("", engine_test::simpleItem("ActiveCells", camera::engines::encodeCells(cells))));
+    stage.learn(simple);
+    bool damaged = true;
+    const auto records = readAll(simple.drawing, simple.drawing.size(), damaged);
+    const auto& rule = std::get<RuleRecord>(records.back());
+    ASSERT_EQ(rule.points.size(), 1U);
+    EXPECT_NEAR(rule.points[0].x, 0.5, 1e-4);
+    EXPECT_NEAR(rule.points[0].y, 3 / 18.0, 1e-4);
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+#include <opencv2/imgproc.hpp>
 
 #include <array>
 #include <filesystem>
@@ -49,6 +50,11 @@ RuleRecord square(RuleState state)
     return rule;
 }
 
+void paint(RgbPicture& picture, const Drawing& drawing, std::int64_t nanoseconds)
+{
+    OverlayPainter().paint(picture, drawing, nanoseconds);
+}
+
 bool isGrey(const RgbPicture& picture, int x, int y)
 {
     const std::uint8_t* p = picture.at(x, y);
@@ -60,7 +66,7 @@ TEST(OverlayPainter, drawsABoxWhereItIsAndLeavesTheRestAlone)
     RgbPicture picture = grey(800, 600);
     Drawing drawing;
     drawing.boxes.push_back(boxAt(0.5, 0.5, 0.75, 0.8));
-    paintOverlay(picture, drawing, 0);
+    paint(picture, drawing, 0);
     const std::uint8_t* edge = picture.at(600, 300);
     EXPECT_GT(edge[0], 200);
     EXPECT_LT(edge[2], 60);
@@ -75,7 +81,7 @@ TEST(OverlayPainter, drawsARuleInTheColourOfItsState)
         RgbPicture picture = grey(400, 400);
         Drawing drawing;
         drawing.rules.push_back(square(state));
-        paintOverlay(picture, drawing, 0);
+        paint(picture, drawing, 0);
         EXPECT_TRUE(isGrey(picture, 50, 200));
         const std::uint8_t* p = picture.at(200, 200);
         return std::array<int, 3>{p[0], p[1], p[2]};
@@ -101,7 +107,7 @@ TEST(OverlayPainter, tintsMovingCellsAndOutlinesWatchedOnes)
     cells.kind = CellsKind::kWatched;
     cells.set(0, 0);
     drawing.cells.push_back(cells);
-    paintOverlay(picture, drawing, 0);
+    paint(picture, drawing, 0);
     EXPECT_FALSE(isGrey(picture, 150, 250)); // moving, and watched
     EXPECT_FALSE(isGrey(picture, 100, 250)); // its left edge
     EXPECT_TRUE(isGrey(picture, 50, 50));    // watched only
@@ -132,9 +138,105 @@ TEST(OverlayPainter, survivesDrawingsAtAndBeyondTheEdgesAndTinyPictures)
         cells.rows = 1000;
         cells.bits.assign(125000, 255);
         drawing.cells.push_back(cells);
-        paintOverlay(picture, drawing, -1);
+        paint(picture, drawing, -1);
         EXPECT_EQ(static_cast<std::size_t>(3 * size * size), picture.pixels.size());
     }
+}
+
+// Where a label of this colour stands: labels are filled areas, and nothing else has this colour in so many pixels.
+std::vector<cv::Rect> labels(const RgbPicture& picture, std::array<int, 3> colour)
+{
+    cv::Mat mask;
+    const cv::Scalar exactly(colour[0], colour[1], colour[2]);
+    cv::inRange(cv::Mat(picture.height, picture.width, CV_8UC3, const_cast<std::uint8_t*>(picture.pixels.data())),
+                exactly, exactly, mask);
+    cv::morphologyEx(mask, mask, cv::MORPH_CLOSE, cv::Mat::ones(9, 9, CV_8U)); // letters are holes
+    cv::morphologyEx(mask, mask, cv::MORPH_OPEN, cv::Mat::ones(9, 9, CV_8U));  // edges are no labels
+    std::vector<std::vector<cv::Point>> found;
+    cv::findContours(mask, found, cv::RETR_EXTERNAL, cv::CHAIN_APPROX_SIMPLE);
+    std::vector<cv::Rect> areas;
+    for (const auto& contour : found) {
+        areas.push_back(cv::boundingRect(contour));
+    }
+    return areas;
+}
+
+constexpr std::array<int, 3> kQuietColour = {88, 196, 110};
+constexpr std::array<int, 3> kAlarmColour = {244, 67, 54};
+constexpr std::array<int, 3> kDisarmedColour = {160, 160, 160};
+constexpr std::array<int, 3> kMovingColour = {255, 196, 0};
+
+RuleRecord ruleAt(const std::string& name, double left, double top, double right, double bottom)
+{
+    return {RuleState::kQuiet, name, {{left, top}, {right, top}, {right, bottom}, {left, bottom}}};
+}
+
+TEST(OverlayPainter, putsARulesNameAtItsRegion)
+{
+    RgbPicture picture = grey(1000, 800);
+    Drawing drawing;
+    drawing.rules.push_back(ruleAt("Gate", 0.5, 0.5, 0.7, 0.7));
+    drawing.rules.push_back({RuleState::kQuiet, "Cells", {{0.2, 0.3}}});
+    paint(picture, drawing, 0);
+    std::vector<cv::Rect> found = labels(picture, kQuietColour);
+    ASSERT_EQ(found.size(), 2U);
+    std::sort(found.begin(), found.end(), [](const cv::Rect& a, const cv::Rect& b) { return a.x < b.x; });
+    EXPECT_NEAR(found[0].x, 200, 6) << "a region of cells has one point";
+    EXPECT_NEAR(found[0].br().y, 240, 6);
+    EXPECT_NEAR(found[1].x, 500, 6);
+    EXPECT_NEAR(found[1].br().y, 400, 6);
+}
+
+TEST(OverlayPainter, coversNeitherAnObjectNorAnotherLabel)
+{
+    RgbPicture picture = grey(1000, 800);
+    Drawing drawing;
+    // Of three colours, because labels stand too close to be told apart otherwise.
+    for (const RuleState state : {RuleState::kQuiet, RuleState::kAlarm, RuleState::kDisarmed}) {
+        drawing.rules.push_back(ruleAt("Gate of the yard", 0.4, 0.4, 0.7, 0.8));
+        drawing.rules.back().state = state;
+    }
+    drawing.boxes.push_back(boxAt(0.3, 0.2, 0.6, 0.395, 1)); // where the first name would stand
+    drawing.boxes.push_back(boxAt(0.65, 0.1, 0.8, 0.5, 2));
+    drawing.boxes.push_back(boxAt(0.8, 0.1, 0.95, 0.5, 3)); // its name and the one before would stand in one line
+    paint(picture, drawing, 0);
+    std::vector<cv::Rect> all;
+    for (const auto& colour : {kQuietColour, kAlarmColour, kDisarmedColour, kMovingColour}) {
+        const std::vector<cv::Rect> found = labels(picture, colour);
+        EXPECT_EQ(found.size(), colour == kMovingColour ? 3U : 1U);
+        all.insert(all.end(), found.begin(), found.end());
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        for (const BoxRecord& box : drawing.boxes) {
+            const cv::Rect object(cv::Point2d(box.upperLeft.x * 999 + 4, box.upperLeft.y * 799 + 4),
+                                  cv::Point2d(box.lowerRight.x * 999 - 4, box.lowerRight.y * 799 - 4));
+            EXPECT_TRUE((all[i] & object).empty()) << all[i] << " covers object " << box.id;
+        }
+        for (std::size_t other = 0; other < i; ++other) {
+            EXPECT_TRUE((all[i] & all[other]).empty()) << all[i] << " covers " << all[other];
+        }
+    }
+}
+
+TEST(OverlayPainter, cutsALongNameAndDrawsNamesBeyondAscii)
+{
+    RgbPicture picture = grey(900, 600);
+    Drawing drawing;
+    drawing.rules.push_back(ruleAt(std::string(255, 'W'), 0.1, 0.2, 0.9, 0.4));
+    paint(picture, drawing, 0);
+    const std::vector<cv::Rect> found = labels(picture, kQuietColour);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_LE(found[0].width, 900 / 3 + 16);
+
+    const auto shown = [](const std::string& name) {
+        RgbPicture shownPicture = grey(400, 300);
+        Drawing one;
+        one.rules.push_back(ruleAt(name, 0.2, 0.4, 0.9, 0.9));
+        paint(shownPicture, one, 0);
+        return shownPicture.pixels;
+    };
+    EXPECT_NE(shown("Tür"), shown("Tor"));
+    EXPECT_NE(shown("Ж"), shown("Ю"));
 }
 
 TEST(Drawing, readsTheRecordsOfSeveralEngines)
@@ -291,7 +393,7 @@ TEST(OverlayPainter, leavesThePictureItsColoursUnderARuleThatWatchesAllOfIt)
     RuleRecord rule = square(RuleState::kAlarm);
     rule.points = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
     drawing.rules.push_back(rule);
-    paintOverlay(picture, drawing, 0);
+    paint(picture, drawing, 0);
     EXPECT_TRUE(isGrey(picture, 200, 200));
     EXPECT_TRUE(isGrey(picture, 399, 200));
     EXPECT_FALSE(isGrey(picture, 2, 2));
@@ -305,7 +407,7 @@ TEST(OverlayPainter, listsTheNamesOfRulesOfOnePlaceOneBelowTheOther)
     drawing.rules.push_back(rule);
     rule.state = RuleState::kQuiet;
     drawing.rules.push_back(rule);
-    paintOverlay(picture, drawing, 0);
+    paint(picture, drawing, 0);
     // Left in the tag, where no letter is: the first one above the corner, the second one below.
     const std::uint8_t* first = picture.at(101, 90);
     EXPECT_GT(first[0], first[1] + 100);
