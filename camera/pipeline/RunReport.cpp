@@ -10,8 +10,8 @@ namespace camera::pipeline {
 
 namespace {
 
-// A camera may run for years; the number of objects is for people and need not be exact by then.
-constexpr std::size_t kMostIds = 1000000;
+// A camera may run for years: an object is counted again when its id comes back after this many others.
+constexpr std::size_t kIdsOfAGeneration = 4096;
 constexpr std::size_t kMostSwitches = 40;
 constexpr double kRateWindowSeconds = 2;
 
@@ -95,9 +95,13 @@ void RunReport::drawing(const video::Drawing& drawing)
     _objectsNow = drawing.movingBoxes();
     _counts->objectsAtOnce = std::max<std::uint64_t>(_counts->objectsAtOnce, _objectsNow);
     for (const kit::BoxRecord& box : drawing.boxes) {
-        if (_objectIds.size() < kMostIds && _objectIds.insert(box.id).second) {
+        if (_objectIds.insert(box.id).second && _olderIds.count(box.id) == 0) {
             ++_counts->objects;
         }
+    }
+    if (_objectIds.size() >= kIdsOfAGeneration) {
+        _olderIds.swap(_objectIds);
+        _objectIds.clear();
     }
 }
 

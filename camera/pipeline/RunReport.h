@@ -69,7 +69,8 @@ private:
     const std::chrono::steady_clock::time_point _start;
     std::uint64_t _frames = 0;
     std::size_t _objectsNow = 0;
-    std::unordered_set<std::uint32_t> _objectIds;
+    std::unordered_set<std::uint32_t> _objectIds; ///< of this generation
+    std::unordered_set<std::uint32_t> _olderIds;
     std::deque<Switch> _switches; ///< the last ones
     std::uint64_t _switchCount = 0;
     std::chrono::nanoseconds _longest{0};

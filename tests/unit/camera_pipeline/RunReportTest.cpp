@@ -192,6 +192,23 @@ TEST(RunReportTest, countsFramesObjectsAndEvents)
     EXPECT_THAT(lines, Contains("            1  topic"));
 }
 
+TEST(RunReportTest, countsAnObjectThatStaysOnceHoweverManyOthersPass)
+{
+    RunReport report;
+    camera::video::Drawing drawing;
+    drawing.boxes.resize(2);
+    drawing.boxes[0].id = 1;
+    for (std::uint32_t id = 2; id < 20002; ++id) {
+        drawing.boxes[1].id = id;
+        report.drawing(drawing);
+    }
+    EXPECT_THAT(report.summary(), Contains("  objects   20001, at most 2 at once"));
+    // An id is not kept for ever, because a camera runs for years.
+    drawing.boxes[1].id = 2;
+    report.drawing(drawing);
+    EXPECT_THAT(report.summary(), Contains("  objects   20002, at most 2 at once"));
+}
+
 TEST(RunReportTest, summaryStaysOnOneScreenWhateverTopicsThereAre)
 {
     RunReport report;
