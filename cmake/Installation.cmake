@@ -37,8 +37,9 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION "${dev_documents}" C
 if(DETECTION_BUILD_CAMERA)
   install(TARGETS camera camera-pipeline camera-services RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
     COMPONENT camera)
-  install(DIRECTORY "${PROJECT_SOURCE_DIR}/camera/cameras" DESTINATION "${CMAKE_INSTALL_DATADIR}/detection"
-    COMPONENT camera)
+  # The models, and what a new camera begins with.
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/camera/cameras" "${PROJECT_SOURCE_DIR}/camera/factory"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/detection" COMPONENT camera OPTIONAL)
   set(camera_documents "${CMAKE_INSTALL_DATADIR}/doc/virtual-camera")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/" DESTINATION "${camera_documents}/examples" COMPONENT camera
     FILES_MATCHING PATTERN "*.xml" PATTERN "host" EXCLUDE PATTERN "engine" EXCLUDE)

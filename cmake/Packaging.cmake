@@ -58,7 +58,8 @@ memory come as source.")
 set(CPACK_DEBIAN_CAMERA_PACKAGE_NAME virtual-camera)
 set(CPACK_DEBIAN_CAMERA_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_CAMERA_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_CAMERA_PACKAGE_DEPENDS "detection-plugin (= ${PROJECT_VERSION}), dbus-daemon, adduser")
+set(CPACK_DEBIAN_CAMERA_PACKAGE_DEPENDS "detection-plugin (= ${PROJECT_VERSION}), dbus-daemon, adduser, fonts-dejavu-core")
+set(CPACK_DEBIAN_CAMERA_PACKAGE_RECOMMENDS "fonts-unifont")
 set(CPACK_DEBIAN_CAMERA_PACKAGE_CONTROL_EXTRA
   "${packaging}/debian/conffiles;${packaging}/debian/postinst;${packaging}/debian/prerm;${packaging}/debian/postrm")
 set(CPACK_COMPONENT_CAMERA_DESCRIPTION "virtual network camera with video analytics
