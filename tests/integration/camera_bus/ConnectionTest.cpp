@@ -2,6 +2,7 @@
 #include "camera/bus/echo_client.h"
 #include "camera/bus/echo_server.h"
 
+#include "kit/Heap.h"
 #include "kit/LineJournal.h"
 #include "kit/PrivateBus.h"
 #include "kit/Refusal.h"
@@ -10,6 +11,8 @@
 
 #include <atomic>
 #include <future>
+#include <sched.h>
+#include <thread>
 
 namespace {
 
@@ -84,6 +87,46 @@ protected:
             return std::make_shared<EchoClient>(session->connection(), patience, EchoSignals{hear});
         });
 };
+
+// One processor for this thread and for those that it starts.
+void stayOnOneProcessor()
+{
+    cpu_set_t allowed;
+    ASSERT_EQ(::sched_getaffinity(0, sizeof allowed, &allowed), 0);
+    int processor = 0;
+    while (!CPU_ISSET(processor, &allowed)) {
+        ++processor;
+    }
+    CPU_ZERO(&allowed);
+    CPU_SET(processor, &allowed);
+    ASSERT_EQ(::sched_setaffinity(0, sizeof allowed, &allowed), 0);
+}
+
+// A camera makes some of them for each frame, for years. The caller gives way to the bus thread at once, so that an
+// answer is taken before its sender goes on.
+TEST_F(ConnectionTest, thousandsOfCallsLeaveNothingInMemory)
+{
+    if (!kit::heapIsWatched()) {
+        GTEST_SKIP() << "counting memory needs the allocator that a sanitizer replaces";
+    }
+    std::thread caller([this] {
+        stayOnOneProcessor();
+        startBoth();
+        const sched_param lowest{};
+        ASSERT_EQ(::sched_setscheduler(0, SCHED_IDLE, &lowest), 0);
+        const auto proxy = client->get();
+        const auto call = [&](int times) {
+            for (int i = 0; i < times; ++i) {
+                ASSERT_EQ(proxy->say("hello"), "hello");
+            }
+        };
+        call(100);
+        const kit::HeapMeter meter;
+        call(2000);
+        EXPECT_LT(meter.use().keptBytes, 4096);
+    });
+    caller.join();
+}
 
 TEST_F(ConnectionTest, callsAndSignalsPass)
 {
