@@ -5,7 +5,7 @@
 #include "camera/ptz/PositioningDocument.h"
 #include "camera/serviceapi/ServiceApi.h"
 
-#include <string>
+#include <exception>
 
 namespace camera::pipeline {
 
@@ -23,7 +23,13 @@ KeptPositions::KeptPositions(serviceapi::ServiceApi& serviceApi, ptz::Positionin
 void KeptPositions::begin()
 {
     load();
-    _unit.onChange([this](ptz::PositioningUnit::Change change) { changed(change); });
+    _unit.keepListsBy([this](const std::string& document) { return storeLists(document); });
+    // Where the camera stands is told by the code that lets time pass, which must not wait for a disk.
+    _unit.onStanding([this] {
+        if (!_storePending.exchange(true)) {
+            _serviceApi.control.post([this] { store(); });
+        }
+    });
 }
 
 void KeptPositions::load()
@@ -39,20 +45,21 @@ void KeptPositions::load()
 
 void KeptPositions::store()
 {
-    const std::lock_guard<std::mutex> oneAtATime(_storeMutex);
     _storePending = false;
-    base::contained(kPositionsLog, "the positions could not be stored",
-                    [this] { _serviceApi.settings.write(ptz::kPositioningKey, _unit.serialize()); });
+    base::contained(kPositionsLog, "the positions could not be stored", [this] {
+        _unit.serializeFor([this](const std::string& document) {
+            _serviceApi.settings.write(ptz::kPositioningKey, document, store::SettingsStore::Unstored::triedAgain);
+        });
+    });
 }
 
-// A list is stored before the caller that changed it gets its answer. Where the camera stands is reported
-// by the code that lets time pass, which must not wait for a disk.
-void KeptPositions::changed(ptz::PositioningUnit::Change change)
+std::string KeptPositions::storeLists(const std::string& document)
 {
-    if (change == ptz::PositioningUnit::Change::lists) {
-        store();
-    } else if (!_storePending.exchange(true)) {
-        _serviceApi.control.post([this] { store(); });
+    try {
+        _serviceApi.settings.write(ptz::kPositioningKey, document);
+        return "";
+    } catch (const std::exception& error) {
+        return error.what();
     }
 }
 

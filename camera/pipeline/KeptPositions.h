@@ -3,7 +3,7 @@
 #include "camera/ptz/PositioningUnit.h"
 
 #include <atomic>
-#include <mutex>
+#include <string>
 
 namespace camera::serviceapi {
 class ServiceApi;
@@ -11,8 +11,9 @@ class ServiceApi;
 
 namespace camera::pipeline {
 
-/// Keeps presets, tours and the place of a PTZ camera in the settings. What cannot be read or stored is logged.
-/// Thread-safe; both parts are borrowed and outlive it.
+/// Keeps presets, tours and the place of a PTZ camera in the settings. A command that changes presets or tours is
+/// refused when it cannot be stored; a place that cannot be stored is logged and tried again. Thread-safe; both parts
+/// are borrowed and outlive it.
 class KeptPositions {
 public:
     KeptPositions(serviceapi::ServiceApi& serviceApi, ptz::PositioningUnit& unit);
@@ -24,11 +25,10 @@ public:
 
 private:
     void load();
-    void changed(ptz::PositioningUnit::Change change);
+    std::string storeLists(const std::string& document);
 
     serviceapi::ServiceApi& _serviceApi;
     ptz::PositioningUnit& _unit;
-    std::mutex _storeMutex; // a later state is never overwritten by an earlier one
     std::atomic<bool> _storePending{false};
 };
 

@@ -26,6 +26,7 @@ enum class CommandStatus {
     held,          ///< a more important user holds the camera
     notRunning,    ///< no tour runs, or it is not paused
     tooMany,       ///< the list is full
+    notStored,     ///< it could not be stored, so nothing has changed
     badDocument,   ///< a stored state that cannot be used
 };
 

@@ -34,7 +34,7 @@ void PositioningUnit::requireName(const std::string& name) const
 
 CommandResult PositioningUnit::savePreset(const Preset& preset)
 {
-    return transact([&] {
+    return changeLists([&] {
         requireName(preset.name);
         require(_motion.canReach(preset.position), CommandStatus::outOfLimits,
                 "the place of preset '" + preset.name + "' is beyond what this camera can reach");
@@ -44,9 +44,10 @@ CommandResult PositioningUnit::savePreset(const Preset& preset)
 
 CommandResult PositioningUnit::savePresetHere(const std::string& name)
 {
-    return transact([&] {
+    const Position here = position();
+    return changeLists([&] {
         requireName(name);
-        storePreset({name, _motion.position()});
+        storePreset({name, here});
     });
 }
 
@@ -61,12 +62,11 @@ void PositioningUnit::storePreset(const Preset& preset)
         _presets.push_back(preset);
         report(PresetModified{preset.name, PresetChange::created});
     }
-    _listsChanged = true;
 }
 
 CommandResult PositioningUnit::renamePreset(const std::string& name, const std::string& newName)
 {
-    return transact([&] {
+    return changeLists([&] {
         requireName(newName);
         knownPreset(name);
         require(findPreset(newName) == nullptr, CommandStatus::nameTaken,
@@ -87,13 +87,12 @@ CommandResult PositioningUnit::renamePreset(const std::string& name, const std::
             _activePreset = newName;
             reportPresetState(PresetState::reached, newName);
         }
-        _listsChanged = true;
     });
 }
 
 CommandResult PositioningUnit::removePreset(const std::string& name)
 {
-    return transact([&] {
+    return changeLists([&] {
         requireMovable();
         _presets.erase(_presets.begin() + (&knownPreset(name) - _presets.data()));
         report(PresetModified{name, PresetChange::removed});
@@ -104,7 +103,6 @@ CommandResult PositioningUnit::removePreset(const std::string& name)
             _activePreset.clear();
             reportPresetState(PresetState::left, name);
         }
-        _listsChanged = true;
     });
 }
 

@@ -32,7 +32,7 @@ void PositioningUnit::requireRunningTour(const Commander& commander) const
 
 CommandResult PositioningUnit::createTour(const Tour& tour)
 {
-    return transact([&] {
+    return changeLists([&] {
         requireName(tour.name);
         const std::string problem = tourProblem(tour);
         require(problem.empty(), CommandStatus::badRequest, problem);
@@ -47,17 +47,15 @@ CommandResult PositioningUnit::createTour(const Tour& tour)
                     "a camera keeps at most " + std::to_string(kMostTours) + " tours");
             _tours.push_back(tour);
         }
-        _listsChanged = true;
     });
 }
 
 CommandResult PositioningUnit::removeTour(const std::string& name)
 {
-    return transact([&] {
+    return changeLists([&] {
         const Tour& found = knownTour(name);
         requireStandingTour(name);
         _tours.erase(_tours.begin() + (&found - _tours.data()));
-        _listsChanged = true;
     });
 }
 

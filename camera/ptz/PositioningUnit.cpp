@@ -9,6 +9,7 @@
 #include "camera/ptz/PositioningDocument.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace camera::ptz {
@@ -31,29 +32,64 @@ PositioningUnit::PositioningUnit(PositioningOptions options, Post post)
 {
 }
 
-CommandResult PositioningUnit::transact(const std::function<void()>& change)
+CommandResult PositioningUnit::attempt(const std::function<void()>& change)
 {
-    CommandResult result;
-    std::unique_lock<std::mutex> lock(_mutex);
     try {
         change();
     } catch (const Refused& refused) {
-        result = refused.result;
+        return refused.result;
     }
+    return {};
+}
+
+CommandResult PositioningUnit::transact(const std::function<void()>& change)
+{
+    std::unique_lock<std::mutex> lock(_mutex);
+    CommandResult result = attempt(change);
     const auto events = std::exchange(_events, {});
-    const bool listsChanged = std::exchange(_listsChanged, false);
     const bool standingChanged = std::exchange(_standingChanged, false);
     if (!events.empty() && !_quiet) {
         _post([subscribers = _subscribers, events] { subscribers.tell(events); });
     }
     lock.unlock();
-    if (_hook && listsChanged) {
-        _hook(Change::lists);
-    }
-    if (_hook && standingChanged) {
-        _hook(Change::standing);
+    if (_standingHook && standingChanged) {
+        _standingHook();
     }
     return result;
+}
+
+CommandResult PositioningUnit::changeLists(const std::function<void()>& change)
+{
+    const std::lock_guard<std::mutex> oneAtATime(_keepMutex);
+    if (!_keep) {
+        return transact(change);
+    }
+    PositioningState changed;
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        auto before = std::make_tuple(_presets, _tours, _tour, _destination, _activePreset);
+        const CommandResult tried = attempt(change);
+        changed = {_motion.position(), _activePreset, _presets, _tours};
+        std::tie(_presets, _tours, _tour, _destination, _activePreset) = std::move(before);
+        _events.clear();
+        if (!tried) {
+            return tried;
+        }
+    }
+    if (const std::string problem = _keep(writePositioning(changed)); !problem.empty()) {
+        return {CommandStatus::notStored, problem};
+    }
+    CommandResult result = transact(change);
+    if (!result) { // a tour was started meanwhile
+        _keep(serialize());
+    }
+    return result;
+}
+
+void PositioningUnit::serializeFor(const std::function<void(const std::string& document)>& store) const
+{
+    const std::lock_guard<std::mutex> oneAtATime(_keepMutex);
+    store(serialize());
 }
 
 void PositioningUnit::require(bool condition, CommandStatus status, const std::string& sentence)

@@ -48,11 +48,9 @@ struct PositioningOptions {
  */
 class PositioningUnit {
 public:
-    /// What has changed of the state that serialize() writes.
-    enum class Change {
-        lists,   ///< presets or tours; reported before the command that did it returns, on its thread
-        standing ///< where the camera stands; reported by advance()
-    };
+    /// Stores a document of serialize(). Called without the lock that commands of movement and frames need.
+    /// @return one sentence when it could not be stored.
+    using Keep = std::function<std::string(const std::string& document)>;
 
     /// Queues a task for the control thread.
     using Post = std::function<void(std::function<void()>)>;
@@ -84,7 +82,8 @@ public:
     /// Brakes these axes. Ends a tour; ends a move to a place whichever axis is named. Also done when nothing moves.
     CommandResult stop(const Axes& axes, const Commander& commander);
 
-    // Presets. Names have 1 to 128 bytes and no control characters.
+    // Presets and tours. What is done is stored: a change that cannot be stored is refused and changes nothing. Names
+    // have 1 to 128 bytes and no control characters.
     CommandResult savePreset(const Preset& preset);        ///< adds it, or moves the one of that name
     CommandResult savePresetHere(const std::string& name); ///< at the current position
     CommandResult renamePreset(const std::string& name, const std::string& newName);
@@ -120,8 +119,14 @@ public:
     /// The listener is called on the control thread.
     [[nodiscard]] base::Subscription onEvent(std::function<void(const PositioningEvent&)> listener);
 
-    /// Called without a lock when the state has changed. Set it before the camera is used.
-    void onChange(std::function<void(Change)> hook) { _hook = std::move(hook); }
+    /// How presets and tours are stored, before they change. Set it before the camera is used.
+    void keepListsBy(Keep keep) { _keep = std::move(keep); }
+
+    /// Called by advance() when the camera stands somewhere else; it must not wait for a disk.
+    void onStanding(std::function<void()> hook) { _standingHook = std::move(hook); }
+
+    /// Calls store with what serialize() yields, while no command changes presets or tours.
+    void serializeFor(const std::function<void(const std::string& document)>& store) const;
 
     /// Posts nothing more from now on.
     void quiesce() { _quiet = true; }
@@ -131,6 +136,10 @@ private:
     /// task, with the lock held so that tasks are queued in the order of the changes; what has changed is told
     /// without the lock. A require that fails ends change and is the result.
     CommandResult transact(const std::function<void()>& change);
+    CommandResult attempt(const std::function<void()>& change);
+
+    /// A command that changes presets or tours. It is tried first and undone; when the result is stored it is done.
+    CommandResult changeLists(const std::function<void()>& change);
     static void require(bool condition, CommandStatus status, const std::string& sentence);
 
     struct RunningTour {
@@ -176,7 +185,9 @@ private:
     const bool _movable;
     const CameraDescription _description;
     const Post _post;
-    std::function<void(Change)> _hook;
+    Keep _keep;
+    std::function<void()> _standingHook;
+    mutable std::mutex _keepMutex; ///< is taken before _mutex; a later state is never overwritten by an earlier one
     std::atomic<bool> _quiet{false};
     base::Subscribers<PositioningEvent> _subscribers;
 
@@ -193,7 +204,6 @@ private:
 
     // Of the transaction that runs.
     std::vector<PositioningEvent> _events;
-    bool _listsChanged = false;
     bool _standingChanged = false;
 };
 

@@ -75,7 +75,9 @@ ravel_core_status settingsSetJson(const std::string& key, const std::string& val
     if (!api) {
         throw RavelApiException("the settings \"" + key + "\" could not be stored", camera::serviceapi::kUnavailable);
     }
-    translated([&] { api->settings.write(key, value); });
+    // The plug-in goes on with what it could not store.
+    constexpr auto kTriedAgain = camera::store::SettingsStore::Unstored::triedAgain;
+    translated([&] { api->settings.write(key, value, kTriedAgain); });
     return camera::serviceapi::kOk;
 }
 

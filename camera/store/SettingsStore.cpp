@@ -10,6 +10,8 @@ namespace camera::store {
 namespace {
 
 constexpr std::chrono::minutes kRetryInterval{1};
+constexpr char kInForce[] =
+    "; what was changed is in force and is stored with the next change that can be stored, or in a minute";
 constexpr auto kNever = std::chrono::steady_clock::time_point::max();
 
 std::int64_t now()
@@ -73,7 +75,8 @@ void SettingsStore::write(const std::string& key, const std::string& document, U
             _retryDue = Clock::now() + kRetryInterval;
             schedule();
         }
-        fail("the settings \"" + key + "\" could not be stored in ", error);
+        fail("the settings \"" + key + "\" could not be stored in ", error,
+             unstored == Unstored::forgotten ? "" : kInForce);
     }
     _unstored.erase(key);
     tryAgain();
@@ -235,9 +238,9 @@ void SettingsStore::copy()
     _copyFailure = failure;
 }
 
-void SettingsStore::fail(const std::string& what, const DatabaseError& error) const
+void SettingsStore::fail(const std::string& what, const DatabaseError& error, const std::string& after) const
 {
-    throw DatabaseError(error.kind(), what + _file.string() + ": " + error.what());
+    throw DatabaseError(error.kind(), what + _file.string() + ": " + error.what() + after);
 }
 
 } // namespace camera::store

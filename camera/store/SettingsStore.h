@@ -118,7 +118,7 @@ private:
     void work();
     void copy();
     void hurry();
-    [[noreturn]] void fail(const std::string& what, const DatabaseError& error) const;
+    [[noreturn]] void fail(const std::string& what, const DatabaseError& error, const std::string& after = "") const;
 
     const std::filesystem::path _folder;
     const std::int64_t _maxBytes;

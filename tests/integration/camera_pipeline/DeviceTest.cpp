@@ -249,12 +249,15 @@ TEST_F(DeviceTest, goesOnWhenThePositionsCannotBeStored)
     ASSERT_EQ(sqlite3_open((options.stateDir / "settings.db").c_str(), &database), SQLITE_OK);
     ASSERT_EQ(sqlite3_exec(database, "DROP TABLE documents", nullptr, nullptr, nullptr), SQLITE_OK);
     sqlite3_close(database);
-    EXPECT_TRUE(device->positioning().savePresetHere("Yard"));
-    EXPECT_THAT(lines(), Contains(HasSubstr("error device: the positions could not be stored: ")));
-    EXPECT_TRUE(goToPreset("Yard"));
+    const auto refused = device->positioning().savePresetHere("Yard");
+    EXPECT_EQ(refused.status, camera::ptz::CommandStatus::notStored);
+    EXPECT_THAT(refused.sentence, HasSubstr("the settings \"camera.positioning\" could not be stored in "));
+    EXPECT_EQ(device->positioning().presets().size(), 1u);
+    EXPECT_TRUE(goToPreset("Gate"));
     device->positioning().advance(std::chrono::seconds(60));
     device->drain();
-    EXPECT_EQ(device->positioning().activePreset(), "Yard");
+    EXPECT_EQ(device->positioning().activePreset(), "Gate");
+    EXPECT_THAT(lines(), Contains(HasSubstr("error device: the positions could not be stored: ")));
     EXPECT_EQ(device->statistics().controlFailures, 0u);
 }
 

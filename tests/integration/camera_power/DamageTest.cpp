@@ -3,6 +3,7 @@
 #include "integration/camera_power/PowerFixture.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <iostream>
 
 namespace {
@@ -203,6 +204,36 @@ TEST_F(DamageTest, nothingIsReadBackWhoseChecksumDoesNotFit)
     ASSERT_TRUE(startsOn(files));
     EXPECT_EQ(storedDocument(), documents[1]);
     expectFoundOrUnchanged(file);
+}
+
+TEST_F(DamageTest, aFileThatCannotBeReadCountsAsDamaged)
+{
+    bool failed = true;
+    std::size_t faults = 0;
+    for (std::size_t others = 0; failed && !HasFailure(); ++others) {
+        SCOPED_TRACE("after " + std::to_string(others) + " reads");
+        writeFiles(state, behind);
+        {
+            DiskWatch watch(state);
+            watch.failAfter(others, {EIO, false, false, true});
+            const auto refused = refusal();
+            failed = watch.hasFailed();
+            if (refused) {
+                EXPECT_THAT(*refused, HasSubstr("cannot be used"));
+            } else {
+                EXPECT_THAT(storedDocument(), AnyOf(documents[2], documents[1])) << "nothing older than the copy";
+            }
+            watch.heal();
+            stop();
+        }
+        start();
+        EXPECT_THAT(storedDocument(), AnyOf(documents[2], documents[1]));
+        EXPECT_TRUE(takesAnotherDocument());
+        stop();
+        ++faults;
+    }
+    EXPECT_GT(faults, 4u) << "a start reads more than that";
+    std::cout << "power-cuts: faults=" << faults << "\n";
 }
 
 } // namespace

@@ -92,9 +92,9 @@ DiskWatch* DiskWatch::current()
     return watching;
 }
 
-bool DiskWatch::fails()
+bool DiskWatch::fails(bool reading)
 {
-    if (_fault.error == 0) {
+    if (_fault.error == 0 || _fault.reading != reading) {
         return false;
     }
     if (_untilFault > 0) {
@@ -183,6 +183,13 @@ ssize_t DiskWatch::write(const Real& real, int descriptor, const void* bytes, st
                           std::string(static_cast<const char*>(bytes), static_cast<std::size_t>(written))});
     }
     return written;
+}
+
+template <typename Real>
+ssize_t DiskWatch::read(const Real& real, int descriptor)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return numberOf(descriptor) > 0 && fails(true) ? -1 : real();
 }
 
 template <typename Real>
@@ -277,6 +284,8 @@ Function next(const char* name)
 using Open = int (*)(const char*, int, ...);
 using Write = ssize_t (*)(int, const void*, size_t);
 using WriteAt = ssize_t (*)(int, const void*, size_t, off_t);
+using Read = ssize_t (*)(int, void*, size_t);
+using ReadAt = ssize_t (*)(int, void*, size_t, off_t);
 using Truncate = int (*)(int, off_t);
 using OnDescriptor = int (*)(int);
 using OnPath = int (*)(const char*);
@@ -295,6 +304,13 @@ ssize_t writeAs(WriteAt function, int descriptor, const void* bytes, size_t size
     const auto real = [&](size_t count) { return function(descriptor, bytes, count, offset); };
     DiskWatch* const watch = DiskWatch::current();
     return watch != nullptr ? watch->write(real, descriptor, bytes, size, offset) : real(size);
+}
+
+template <typename Real>
+ssize_t readAs(const Real& real, int descriptor)
+{
+    DiskWatch* const watch = DiskWatch::current();
+    return watch != nullptr ? watch->read(real, descriptor) : real();
 }
 
 int truncateAs(Truncate function, int descriptor, off_t size)
@@ -360,6 +376,24 @@ POWER_TEST_REPLACES ssize_t pwrite64(int descriptor, const void* bytes, size_t s
 {
     static const auto function = next<WriteAt>("pwrite64");
     return writeAs(function, descriptor, bytes, size, offset);
+}
+
+POWER_TEST_REPLACES ssize_t read(int descriptor, void* bytes, size_t size)
+{
+    static const auto function = next<Read>("read");
+    return readAs([&] { return function(descriptor, bytes, size); }, descriptor);
+}
+
+POWER_TEST_REPLACES ssize_t pread(int descriptor, void* bytes, size_t size, off_t offset)
+{
+    static const auto function = next<ReadAt>("pread");
+    return readAs([&] { return function(descriptor, bytes, size, offset); }, descriptor);
+}
+
+POWER_TEST_REPLACES ssize_t pread64(int descriptor, void* bytes, size_t size, off64_t offset)
+{
+    static const auto function = next<ReadAt>("pread64");
+    return readAs([&] { return function(descriptor, bytes, size, offset); }, descriptor);
 }
 
 POWER_TEST_REPLACES int ftruncate(int descriptor, off_t size) noexcept

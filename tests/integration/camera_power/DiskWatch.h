@@ -23,6 +23,7 @@ public:
         int error = 0;        ///< errno
         bool lasting = false; ///< every call from then on, until heal()
         bool half = false;    ///< the write before the failing call takes half of its bytes
+        bool reading = false; ///< calls that read fail, and no others
     };
 
     explicit DiskWatch(const std::filesystem::path& folder);
@@ -48,6 +49,8 @@ public:
     template <typename Real>
     ssize_t write(const Real& real, int descriptor, const void* bytes, std::size_t count, off_t offset);
     template <typename Real>
+    ssize_t read(const Real& real, int descriptor);
+    template <typename Real>
     int truncate(const Real& real, int descriptor, off_t size);
     int sync(int descriptor);
     template <typename Real>
@@ -60,7 +63,7 @@ public:
 private:
     static constexpr int kFolder = 0; ///< the number of the folder itself
 
-    bool fails();
+    bool fails(bool reading = false);
     bool isWatched(const char* path, std::string& name) const;
     int numberOf(int descriptor) const;
 

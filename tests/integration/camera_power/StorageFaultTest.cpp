@@ -3,6 +3,7 @@
 #include "integration/camera_power/DiskWatch.h"
 #include "integration/camera_power/PowerFixture.h"
 
+#include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
 
 #include <cerrno>
@@ -123,6 +124,23 @@ TEST_P(StorageFaultTest, storesTheNextDocumentOnceTheFileSystemTakesItAgain)
                        EXPECT_TRUE(takesAnotherDocument());
                        expectTheDiskAndTheNextStartToAgree("one more", true);
                    });
+    std::cout << "power-cuts: faults=" << faults << "\n";
+}
+
+TEST_P(StorageFaultTest, storesEveryPresetThatItAcknowledgesAndKeepsNoneThatItRefuses)
+{
+    options.ptz->keepState = true;
+    camera::ptz::CommandResult saved;
+    failEachCallOf(
+        [&] {
+            saved = device->positioning().savePreset({"New", {5000, 0, 100}});
+        },
+        [&] {
+            EXPECT_EQ(device->positioning().preset("New").has_value(), saved.ok());
+            EXPECT_TRUE(saved.ok() || saved.sentence.find(GetParam().reason) != std::string::npos) << saved.sentence;
+            start();
+            EXPECT_TRUE(device->positioning().preset("New").has_value() || !saved.ok());
+        });
     std::cout << "power-cuts: faults=" << faults << "\n";
 }
 

@@ -18,7 +18,7 @@ TEST_F(PositioningDriverTest, letsTheCamerasTimePass)
     std::condition_variable arrived;
     bool standing = false;
     build();
-    unit->onChange([&](Unit::Change) {
+    unit->onStanding([&] {
         const std::lock_guard<std::mutex> lock(mutex);
         standing = true;
         arrived.notify_one();
@@ -48,7 +48,8 @@ TEST_F(PositioningDriverTest, takesCommandsFromManyThreadsWhileTimePasses)
         const std::lock_guard<std::mutex> lock(mutex);
         queue.push_back(std::move(task));
     });
-    unit->onChange([this](Unit::Change) { EXPECT_FALSE(unit->serialize().empty()); });
+    unit->keepListsBy([this](const std::string&) { return unit->serialize().empty() ? "nothing" : ""; });
+    unit->onStanding([this] { unit->serializeFor([](const std::string& all) { EXPECT_FALSE(all.empty()); }); });
     {
         const PositioningDriver driver(*unit);
         std::vector<std::thread> users;

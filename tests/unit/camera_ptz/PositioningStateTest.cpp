@@ -2,8 +2,13 @@
 #include "kit/RowName.h"
 #include "unit/camera_ptz/PositioningFixture.h"
 
+#include <functional>
+#include <string>
+#include <vector>
+
 namespace {
 
+using camera::ptz::CommandResult;
 using camera::ptz::Position;
 using namespace testing;
 
@@ -133,12 +138,17 @@ TEST_F(PositioningStateTest, standsAtNoPresetThatItCannotReachAnyMore)
     EXPECT_EQ(unit->position().tilt, 5000);
 }
 
-TEST_F(PositioningStateTest, tellsWhatChangedAndNotUnderItsLock)
+TEST_F(PositioningStateTest, storesListsBeforeTheyChangeAndTellsWhereItStandsNotUnderItsLock)
 {
     std::vector<std::string> changes;
-    unit->onChange([&](Unit::Change change) {
-        changes.push_back(change == Unit::Change::lists ? "lists" : "standing");
-        EXPECT_FALSE(unit->serialize().empty()); // would wait for ever with the lock held
+    unit->keepListsBy([&](const std::string& document) {
+        EXPECT_NE(unit->serialize(), document) << "it has not changed yet; waits for ever with the lock held";
+        changes.push_back("lists");
+        return "";
+    });
+    unit->onStanding([&] {
+        changes.push_back("standing");
+        EXPECT_FALSE(unit->serialize().empty());
     });
     unit->savePresetHere("Here");
     EXPECT_THAT(changes, ElementsAre("lists"));
@@ -156,6 +166,54 @@ TEST_F(PositioningStateTest, tellsWhatChangedAndNotUnderItsLock)
     unit->removeTour("T");
     unit->removePreset("There");
     EXPECT_EQ(changes.back(), "lists");
+}
+
+TEST_F(PositioningStateTest, storesWhatACommandLeaves)
+{
+    std::string stored;
+    unit->keepListsBy([&](const std::string& document) {
+        stored = document;
+        return "";
+    });
+    unit->savePresetHere("Here");
+    EXPECT_EQ(stored, unit->serialize());
+    unit->createTour({"T", {{"Here", Milliseconds(0), 100}}});
+    EXPECT_EQ(stored, unit->serialize());
+    unit->renamePreset("Here", "There");
+    EXPECT_EQ(stored, unit->serialize());
+    EXPECT_FALSE(unit->renamePreset("nowhere", "There"));
+    unit->removePreset("There");
+    EXPECT_EQ(stored, unit->serialize());
+    unit->removeTour("T");
+    EXPECT_EQ(stored, unit->serialize());
+}
+
+TEST_F(PositioningStateTest, refusesWhatCannotBeStoredAndStaysAsItWas)
+{
+    unit->savePresetHere("Here");
+    unit->createTour({"T", {{"Here", Milliseconds(0), 100}}});
+    standAt("Here");
+    const std::string before = unit->serialize();
+    unit->keepListsBy([](const std::string&) { return "the disk is full"; });
+    const std::vector<std::function<CommandResult()>> commands = {
+        [this] { return unit->savePresetHere("There"); },
+        [this] {
+            return unit->savePreset({"Here", {5000, 0, 100}});
+        },
+        [this] { return unit->renamePreset("Here", "There"); },
+        [this] { return unit->removePreset("Here"); },
+        [this] {
+            return unit->createTour({"U", {{"Here", Milliseconds(0), 100}}});
+        },
+        [this] { return unit->removeTour("T"); },
+    };
+    for (const auto& command : commands) {
+        const CommandResult result = command();
+        EXPECT_EQ(result.status, Status::notStored);
+        EXPECT_EQ(result.sentence, "the disk is full");
+        EXPECT_EQ(unit->serialize(), before);
+        EXPECT_TRUE(queue.empty()) << "nothing is told";
+    }
 }
 
 } // namespace
