@@ -86,6 +86,7 @@ void Activity::clear()
         each.since = 0;
     }
     _page->frames = 0;
+    _page->shutDown = false;
 }
 
 void Activity::write(Kind kind, const Label& label)

@@ -76,6 +76,10 @@ public:
     /// " during onFrame of engine 'Motion'", or empty.
     std::string text() const;
 
+    /// The watching process says that the end which comes next was asked for by a command.
+    void announceShutDown() { _page->shutDown = true; }
+    bool shutDownAnnounced() const { return _page->shutDown; }
+
     void addFrame();
     std::uint64_t frames() const;
 
@@ -87,6 +91,7 @@ private:
     struct Page {
         std::array<Slot, 2> slots;
         std::atomic<std::uint64_t> frames;
+        std::atomic<bool> shutDown;
     };
 
     void map(const std::filesystem::path& file, int flags);

@@ -182,6 +182,7 @@ std::string programHelp(const Program& program, const std::string& firstWord)
         }
     }
     text += "\n" + program.name + " " + begin + "COMMAND --help tells more about a command.\n";
+    text += firstWord.empty() ? program.name + " --version prints the version.\n" : "";
     return text + (firstWord.empty() ? program.details : "") + "Exit codes: " + exitCodes() + ".\n";
 }
 

@@ -179,6 +179,9 @@ std::optional<std::string> textAskedFor(const Program& program, const Words& wor
     if (words[0] == "--man" && words.size() == 1) {
         return manPage(program);
     }
+    if (words[0] == "--version" && words.size() == 1) {
+        return program.name + " " DETECTION_VERSION "\n";
+    }
     if (words[0] == "--complete") {
         std::string lines;
         for (const std::string& line : completions(program, Words(words.begin() + 1, words.end()))) {

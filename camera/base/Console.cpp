@@ -2,6 +2,7 @@
 
 #include "camera/base/Text.h"
 
+#include <cerrno>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -30,8 +31,8 @@ Console::Console(std::FILE* out, std::FILE* err)
 void Console::print(std::FILE* stream, const std::string& text)
 {
     eraseStatus();
-    std::fwrite(text.data(), 1, text.size(), stream);
-    std::fflush(stream);
+    const bool written = std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+    _readerGone = _readerGone || (!written && stream == _out && errno == EPIPE);
     drawStatus();
 }
 
@@ -82,6 +83,12 @@ bool Console::writable() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
     return std::ferror(_out) == 0;
+}
+
+bool Console::readerGone() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _readerGone;
 }
 
 void Console::eraseStatus()

@@ -32,6 +32,9 @@ public:
     /// Whether lines could be written so far: false after a full disk or a closed pipe.
     bool writable() const;
 
+    /// Whether that is because nobody reads them any more: a closed pipe.
+    bool readerGone() const;
+
 private:
     void print(std::FILE* stream, const std::string& text);
     void eraseStatus();
@@ -41,6 +44,7 @@ private:
     std::FILE* const _err;
     const bool _onTerminal;
     mutable std::mutex _mutex;
+    bool _readerGone = false;
     std::string _status;                                  ///< the line that a terminal shows
     std::chrono::steady_clock::time_point _lastQuietLine; ///< of a status, where out is not a terminal
 };

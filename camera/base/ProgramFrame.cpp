@@ -10,6 +10,7 @@ namespace camera::base {
 int runProgram(int argc, char** argv, const Program& program)
 {
     constexpr int kUsage = 2;
+    constexpr int kPipeClosed = 128 + SIGPIPE; // as shells report it
     // Without these signals a write beyond a limit or to a closed pipe fails, and its caller reports that.
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
@@ -24,7 +25,9 @@ int runProgram(int argc, char** argv, const Program& program)
         console.error(error.what());
     }
     Log::instance().setWriter({}); // it may write to the console, which ends here
-    if (code == 0 && !console.writable()) {
+    if (code == 0 && console.readerGone()) {
+        code = kPipeClosed; // silently: who closed the pipe has read enough
+    } else if (code == 0 && !console.writable()) {
         console.error("the output could not be written; make room where it goes.");
         code = 1;
     }

@@ -79,12 +79,26 @@ Value readBy(const Read& read, const std::string& name)
     return value;
 }
 
+Value inputValue()
+{
+    Value value{"INPUT", Offer::files};
+    value.check = [](const std::string& /*what*/, const std::string& text) {
+        try {
+            if (isSceneUrl(text)) {
+                parseSceneParameters(text);
+            }
+        } catch (const std::exception& error) {
+            throw UsageError(error.what());
+        }
+    };
+    return value;
+}
+
 Command videoCommand(const std::string& name, const std::string& summary)
 {
     Command command(name, summary);
-    command.takes({"INPUT", Offer::files},
-                  "a video file, a URL (rtsp://...), a video device (/dev/video0), or a generated scene "
-                  "(scene:name=value,...)");
+    command.takes(inputValue(), "a video file, a URL (rtsp://...), a video device (/dev/video0), or a generated scene "
+                                "(scene:name=value,...)");
     command.option("--config", {"FILE.xml", Offer::files}, "store this configuration at the start", kRepeatable);
     command.option("--orientation", choiceValue("DEGREES", {"0", "90", "180", "270"}),
                    "how the camera is mounted, in degrees");
@@ -188,8 +202,12 @@ RunOptions runOptions(const Arguments& arguments)
 
 PipelineOptions pipelineOptions(const Arguments& arguments)
 {
-    return {runOptions(arguments), arguments.text("--bus"), arguments.text("--activity"), arguments.has("--again"),
-            arguments.has("--temporary-state"), arguments.text("--counts")};
+    return {runOptions(arguments),
+            arguments.text("--bus"),
+            arguments.text("--activity"),
+            arguments.has("--again"),
+            arguments.has("--temporary-state"),
+            arguments.text("--counts")};
 }
 
 bool isBatch(const RunOptions& options)

@@ -188,6 +188,9 @@ void Device::Impl::start()
         } catch (const std::exception& error) {
             throw std::runtime_error("the plug-in " + options.pluginPath.string() +
                                      " could not be built: " + error.what());
+        } catch (...) {
+            throw std::runtime_error("the plug-in " + options.pluginPath.string() +
+                                     " could not be built: an exception of an unknown type");
         }
         build();
     });

@@ -321,7 +321,9 @@ private:
         }
         summary.settings = _state.kept() && !_options.temporaryState ? _state.path().string() : "";
         summary.files = _outputs.files();
-        summary.stopped = _stop.stopped();
+        if (_stop.stopped()) {
+            summary.ended = base::Activity::instance().shutDownAnnounced() ? "by camera shutdown" : "by a signal";
+        }
         return summary;
     }
 
@@ -367,6 +369,9 @@ int runPipeline(base::PipelineOptions options, base::Console& console)
     } catch (const std::exception& error) {
         console.clearStatus();
         console.error(error.what());
+    } catch (...) { // an engine may throw anything
+        console.clearStatus();
+        console.error("the run ends by an exception of an unknown type");
     }
     tellOutcome(bus, code);
     return code;

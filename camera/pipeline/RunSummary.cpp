@@ -42,8 +42,8 @@ std::vector<std::string> RunSummary::lines() const
         lines.push_back(
             summaryLine(file.complete ? "written" : "incomplete", file.path + " (" + base::sizeText(file.bytes) + ")"));
     }
-    if (stopped) {
-        lines.push_back(summaryLine("ended", "by a signal"));
+    if (!ended.empty()) {
+        lines.push_back(summaryLine("ended", ended));
     }
     return lines;
 }

@@ -24,7 +24,7 @@ struct RunSummary {
     std::vector<onvif::ComponentName> active; ///< rules and modules at the end
     std::string settings;                     ///< the folder; empty: not kept
     std::vector<WrittenFile> files;
-    bool stopped = false; ///< by a signal
+    std::string ended; ///< by what; empty: by itself
 
     std::vector<std::string> lines() const;
 };

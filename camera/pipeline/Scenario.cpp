@@ -48,7 +48,11 @@ PtzOption Scenario::positioning(const base::RunOptions& options)
     }
     result.arriveAt = options.camera.preset;
     if (!options.camera.model.empty()) {
-        result.description = ptz::findDescription(options.camera.model, base::programFolder());
+        try {
+            result.description = ptz::findDescription(options.camera.model, base::programFolder());
+        } catch (const std::invalid_argument& error) {
+            throw base::UsageError(error.what());
+        }
     }
     return result;
 }
@@ -86,7 +90,11 @@ void Scenario::startTour(Device& device) const
         entry.dwell = std::chrono::milliseconds(std::lround(stop.seconds * 1000));
         tour.stops.push_back(entry);
     }
-    requireDone(unit.createTour(tour));
+    const ptz::CommandResult created = unit.createTour(tour);
+    if (created.status == ptz::CommandStatus::unknownPreset) {
+        throw base::UsageError("--tour: " + created.sentence);
+    }
+    requireDone(created);
     requireDone(unit.startTour(kTourName, {"the command line", ptz::kOperatorPriority}));
     device.control().drain(); // the first frame already comes from a camera on its way
 }

@@ -393,7 +393,11 @@ void Supervisor::busListens()
     });
     _connection->add<SupervisorObject>([this](const std::shared_ptr<bus::Session>& session) {
         return std::make_shared<SupervisorObject>(
-            session, SupervisorObject::Operations{[this] { return status(); }, [this] { stop(); },
+            session, SupervisorObject::Operations{[this] { return status(); },
+                                                  [this] {
+                                                      _activity.announceShutDown();
+                                                      stop();
+                                                  },
                                                   [this] { restartPipeline(); }, [this] { pipelineBegun(); },
                                                   [this](pid_t pid, int code) { pipelineEnds(pid, code); }});
     });

@@ -84,7 +84,7 @@ TEST_F(ScenarioTest, theModelIsTheOneThatIsNamed)
     run.camera.model = std::string(CAMERA_DESCRIPTIONS) + "/ptz-dome.json";
     EXPECT_EQ(Scenario::positioning(run).description.model, camera::ptz::readDescription(run.camera.model).model);
     run.camera.model = "no such model";
-    EXPECT_THROW(Scenario::positioning(run), std::invalid_argument);
+    EXPECT_THROW(Scenario::positioning(run), camera::base::UsageError);
 }
 
 TEST_F(ScenarioTest, saysWhichConfigurationIsForAnotherPlace)
@@ -119,7 +119,7 @@ TEST_F(ScenarioTest, theTourStarts)
 TEST_F(ScenarioTest, refusesATourOfAPresetThatThereIsNot)
 {
     run.tour = {{"Gate"}, {"Roof"}};
-    EXPECT_EQ(refused(), "there is no preset 'Roof'");
+    EXPECT_EQ(refused(), "--tour: there is no preset 'Roof'");
 }
 
 TEST_F(ScenarioTest, refusesAFileBeforeAnythingStarts)

@@ -102,6 +102,7 @@ TEST_F(SupervisionTest, endsByItsOwnCommand)
     EXPECT_TRUE(eventually([&] { return !camera.runs(); }));
     EXPECT_TRUE(gone(processes));
     EXPECT_THAT(leftBehind(), IsEmpty());
+    EXPECT_THAT(camera.out(), HasSubstr("ended     by camera shutdown"));
 }
 
 TEST_F(SupervisionTest, refusesASecondCameraOnTheSameStateFolder)

@@ -124,6 +124,7 @@ TEST(CommandLineTest, helpIsPrintedAtEveryLevel)
                                    "  open left|right [WIDTH]                   Opens it.\n"
                                    "  paint --pot FILE PART...                  Paints it.\n"
                                    "\ndoor COMMAND --help tells more about a command.\n"
+                                   "door --version prints the version.\n"
                                    "Doors are closed at first.\nExit codes: 0 done, 1 failed, 2 wrong arguments.\n");
     EXPECT_EQ(programHelp(door(), "lock"), "usage: door lock COMMAND [ARGUMENT]...\n\n"
                                            "  lock go NAME                              Locks it.\n"

@@ -48,6 +48,29 @@ TEST(Console, noticesThatNothingCanBeWritten)
     std::fclose(full);
 }
 
+TEST(Console, tellsAClosedPipeFromAFullDisk)
+{
+    std::FILE* full = std::fopen("/dev/full", "w");
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    close(ends[0]);
+    std::FILE* closed = fdopen(ends[1], "w");
+    std::signal(SIGPIPE, SIG_IGN);
+    {
+        Console onDisk(full, stderr);
+        onDisk.line("lost");
+        EXPECT_FALSE(onDisk.readerGone());
+        Console unread(closed, stderr);
+        EXPECT_FALSE(unread.readerGone());
+        unread.line("not read");
+        EXPECT_TRUE(unread.readerGone());
+        EXPECT_FALSE(unread.writable());
+    }
+    std::signal(SIGPIPE, SIG_DFL);
+    std::fclose(full);
+    std::fclose(closed);
+}
+
 TEST(PluginPath, findsThePluginBesideTheProgramOrInLib)
 {
     const kit::TemporaryFolder folder;

@@ -23,7 +23,7 @@ TEST(RunSummaryTest, tellsTheRunFromItsInputToItsEnd)
     summary.active = {{true, "a rule", "tt:Any", ""}, {false, "a module\x1b", "tt:Any", ""}};
     summary.settings = "/state";
     summary.files = {{"a.mp4", 2048}, {"m.xml", 10, false}};
-    summary.stopped = true;
+    summary.ended = "by a signal";
     EXPECT_THAT(summary.lines(),
                 ElementsAre("", "  input     scene:people", "  frames    3", HasSubstr("  2 were lost"),
                             "  metadata  5 documents", HasSubstr("  active    rule 'a rule'"),
