@@ -149,6 +149,8 @@ void Mp4Writer::encode(const AVFrame* picture)
         }
         av_packet_rescale_ts(_packet.get(), _encoder->time_base, _container->streams[0]->time_base);
         _packet->stream_index = 0;
+        // The fragment begins at the picture's own time, not where the one before was expected to end.
+        check(av_opt_set(_container->priv_data, "movflags", "+frag_discont", 0));
         check(av_write_frame(_container, _packet.get()));
         check(av_write_frame(_container, nullptr)); // ends the fragment
         avio_flush(_container->pb);
