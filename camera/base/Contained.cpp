@@ -8,17 +8,24 @@ namespace camera::base {
 
 bool contained(const char* component, const std::string& what, const std::function<void()>& operation)
 {
-    std::string reason;
     try {
         operation();
         return true;
-    } catch (const std::exception& error) {
-        reason = error.what();
     } catch (...) {
-        reason = "an exception of an unknown type";
+        Log::instance().write(LogLevel::error, component, what + ": " + reasonOfException());
+        return false;
     }
-    Log::instance().write(LogLevel::error, component, what + ": " + reason);
-    return false;
+}
+
+std::string reasonOfException()
+{
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "an exception of an unknown type";
+    }
 }
 
 } // namespace camera::base

@@ -1,6 +1,7 @@
 #include "camera/framework/EngineFactory.h"
 
 #include "camera/base/Activity.h"
+#include "camera/base/Contained.h"
 #include "camera/base/Current.h"
 #include "plugin/analytics/factory.h"
 #include "ravel/logging.h"
@@ -38,7 +39,9 @@ bool fits(void* logContext, const Engines& engines, const Engine& engine)
     return true;
 }
 
-Engine create(const DetectionEngineModule& module, void* logContext, const std::shared_ptr<IAnalyticsPtz>& ptz)
+// Null when the module makes none, or one that cannot stand beside the others.
+Engine create(const DetectionEngineModule& module, void* logContext, const std::shared_ptr<IAnalyticsPtz>& ptz,
+              const Engines& others)
 {
     const std::string what = "the engine module '" + std::string(module.name) + "' ";
     const base::Activity::Scope scope(
@@ -49,11 +52,9 @@ Engine create(const DetectionEngineModule& module, void* logContext, const std::
         if (!engine) {
             logError(logContext, what + "made no engine");
         }
-        return engine;
-    } catch (const std::exception& error) {
-        logError(logContext, what + "failed: " + error.what());
+        return engine && fits(logContext, others, engine) ? engine : nullptr;
     } catch (...) {
-        logError(logContext, what + "failed");
+        logError(logContext, what + "failed: " + base::reasonOfException());
     }
     return nullptr;
 }
@@ -71,8 +72,8 @@ Engines EngineFactory::make(void* logContext, const std::shared_ptr<IAnalyticsPt
     Engines engines = _source ? _source(logContext, ptz) : Engines();
     auto firstOfTheProgram = engines.begin();
     for (const EngineModule& module : _modules) {
-        const Engine engine = create(*module, logContext, ptz);
-        if (engine && fits(logContext, engines, engine)) {
+        const Engine engine = create(*module, logContext, ptz, engines);
+        if (engine) {
             firstOfTheProgram = std::next(engines.insert(firstOfTheProgram, engine));
         }
     }

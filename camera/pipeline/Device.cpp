@@ -185,12 +185,9 @@ void Device::Impl::start()
     serviceApi->control.ask([&] {
         try {
             _plugin.reset(factory(&_meridan, _configuration));
-        } catch (const std::exception& error) {
-            throw std::runtime_error("the plug-in " + options.pluginPath.string() +
-                                     " could not be built: " + error.what());
         } catch (...) {
             throw std::runtime_error("the plug-in " + options.pluginPath.string() +
-                                     " could not be built: an exception of an unknown type");
+                                     " could not be built: " + base::reasonOfException());
         }
         build();
     });

@@ -105,8 +105,21 @@ TEST_F(EngineFactoryTest, leavesOutTheEngineOfAModuleThatFails)
                        module("a", make<'a'>)}),
                 ElementsAre("aengine", "Simple", "Motion"));
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("the engine module 'one' failed: no model"),
-                                           HasSubstr("the engine module 'two' failed"),
+                                           HasSubstr("the engine module 'two' failed: an exception of an unknown type"),
                                            HasSubstr("the engine module 'three' made no engine")));
+}
+
+TEST_F(EngineFactoryTest, leavesOutAnEngineThatCannotSayItsName)
+{
+    struct Nameless final : kit::FakeEngine {
+        Nameless() : FakeEngine("x") {}
+        std::string getName() const override { throw 7; }
+    };
+    const Create nameless = [](void*, auto) -> std::shared_ptr<analytics_lib::IOnvifAnalytics> {
+        return std::make_shared<Nameless>();
+    };
+    EXPECT_THAT(names({module("one", nameless)}), ElementsAre("Simple", "Motion"));
+    EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("the engine module 'one' failed: an exception of an unknown")));
 }
 
 TEST_F(EngineFactoryTest, theSeamsFunctionAsksTheCurrentOne)
