@@ -4,7 +4,9 @@
 #include "camera/cli/JsonOutput.h"
 #include "camera/onvif/ConfigurationFile.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <filesystem>
 
 namespace camera::cli {
 
@@ -149,11 +151,26 @@ std::string fileOf(Context& context)
     return framesFile(context.stateDir(), context.arguments.text("--frames-dir"), context.arguments.text("FILE"));
 }
 
-int record(Context& context)
+// The camera's answer to an engine that it does not have is that it cannot, and no more.
+std::string loadedEngine(Context& context)
 {
     const std::string engine = context.arguments.text("ENGINE");
-    const auto count = static_cast<std::uint32_t>(context.arguments.whole("N", 100));
+    std::vector<std::string> loaded;
+    for (const auto& row : context.client().ask(&bus::PipelineClient::engines)) {
+        loaded.push_back(std::get<0>(row));
+    }
+    if (std::find(loaded.begin(), loaded.end(), engine) == loaded.end()) {
+        throw CameraError("there is no engine '" + base::printable(engine) + "'; the camera has " +
+                          base::printable(base::joined(loaded, " and ")));
+    }
+    return engine;
+}
+
+int record(Context& context)
+{
     const std::string file = fileOf(context);
+    const std::string engine = loadedEngine(context);
+    const auto count = static_cast<std::uint32_t>(context.arguments.whole("N", 100));
     succeed(context.client().ask(&Analytics::writeFramesToFile, engine, file, count), "record frames");
     context.console.line(count == 0 ? "Engine '" + base::printable(engine) + "' records no longer."
                                     : "Engine '" + base::printable(engine) + "' records " + std::to_string(count) +
@@ -163,8 +180,12 @@ int record(Context& context)
 
 int replay(Context& context)
 {
-    const std::string engine = context.arguments.text("ENGINE");
     const std::string file = fileOf(context);
+    const std::string engine = loadedEngine(context);
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(file, error)) {
+        throw CameraError("there is no file '" + base::printable(file) + "'; camera frames record makes one");
+    }
     succeed(context.client().ask(&Analytics::readFramesFromFile, engine, file, context.arguments.has("--forget")),
             "replay frames");
     context.console.line("Engine '" + base::printable(engine) + "' sees the frames of '" + base::printable(file) +

@@ -294,21 +294,36 @@ TEST_F(CameraCommandsTest, framesGoWithAbsolutePathsIntoTheStateFolder)
     fake->serve();
     const std::string walk = (state / "frames" / "walk").string();
     EXPECT_EQ(callOf({"frames", "record", "Motion", "walk"}),
-              "onvif_analytic_service.writeFramesToFile Motion " + walk + " 100");
+              "pipeline.engines; onvif_analytic_service.writeFramesToFile Motion " + walk + " 100");
     EXPECT_EQ(callOf({"frames", "record", "Motion", walk, "7"}),
-              "onvif_analytic_service.writeFramesToFile Motion " + walk + " 7");
+              "pipeline.engines; onvif_analytic_service.writeFramesToFile Motion " + walk + " 7");
+    folder.write("s/frames/walk", "frames");
     EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk"}),
-              "onvif_analytic_service.readFramesFromFile Motion " + walk + " false");
+              "pipeline.engines; onvif_analytic_service.readFramesFromFile Motion " + walk + " false");
     EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk", "--forget"}),
-              "onvif_analytic_service.readFramesFromFile Motion " + walk + " true");
+              "pipeline.engines; onvif_analytic_service.readFramesFromFile Motion " + walk + " true");
     const std::string other = (fs::canonical(folder.path()) / "o" / "walk").string();
+    fs::create_directory(folder / "o");
+    folder.write("o/walk", "frames");
     EXPECT_EQ(callOf({"frames", "replay", "Motion", "walk", "--frames-dir", (folder / "o").string()}),
-              "onvif_analytic_service.readFramesFromFile Motion " + other + " false");
+              "pipeline.engines; onvif_analytic_service.readFramesFromFile Motion " + other + " false");
     const std::size_t before = fake->calls().size();
     EXPECT_THAT(failureOf({"frames", "record", "Motion", "/tmp/walk"}), HasSubstr("does not lie in"));
     EXPECT_EQ(fake->calls().size(), before);
     fake->change()->result = 1;
     EXPECT_THAT(failureOf({"frames", "record", "Motion", "walk"}), HasSubstr("the camera cannot record frames"));
+}
+
+TEST_F(CameraCommandsTest, framesOfAnEngineOrAFileThatIsNotThereAreRefusedBeforeTheServiceIsAsked)
+{
+    fake->serve();
+    for (const char* command : {"record", "replay"}) {
+        EXPECT_EQ(failureOf({"frames", command, "Nobody", "walk"}),
+                  "camera: there is no engine 'Nobody'; the camera has Simple and Motion.\n");
+    }
+    EXPECT_THAT(failureOf({"frames", "replay", "Motion", "walk"}),
+                HasSubstr("there is no file '" + (state / "frames" / "walk").string() + "'"));
+    EXPECT_THAT(fake->calls(), testing::Each("pipeline.engines"));
 }
 
 TEST_F(CameraCommandsTest, statusIsOneScreen)

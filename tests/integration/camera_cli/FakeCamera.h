@@ -27,6 +27,7 @@ struct FakeAnswers {
     std::uint32_t status = 0;
     std::int32_t result = 0;
     Texts rules = {"<tt:Rule Name=\"Gate\" Type=\"tt:X\"/>"};
+    std::string engine = "Motion"; ///< the name of the second one
     Texts ruleTypes = {"tt:X", "tt:Y"};
     std::string configuration = "<tt:VideoAnalyticsConfiguration/>";
     Texts without; ///< services that nobody serves
@@ -307,20 +308,22 @@ private:
         property(pipeline, "pipeline", "Input", std::string("a.mp4"));
         property(pipeline, "pipeline", "MissingEngines", Texts{"/e.so"});
         const std::pair<const char*, T> counters[] = {
-            {"Frames", 250},  {"FramesFailed", 1},   {"Events", 7},           {"EventsDropped", 2},
-            {"Documents", 9}, {"DocumentsTaken", 6}, {"DocumentsDropped", 3}, {"ControlFailures", 0},
+            {"Frames", 250},         {"FramesFailed", 1},    {"Events", 7},
+            {"EventsDropped", 2},    {"Documents", 9},       {"DocumentsTaken", 6},
+            {"DocumentsDropped", 3}, {"ControlFailures", 0}, {"SourceLosses", 0},
         };
         for (const auto& [name, value] : counters) {
             property(pipeline, "pipeline", name, value);
         }
+        property(pipeline, "pipeline", "SourceGone", false);
         property(pipeline, "pipeline", "FramesPerSecond", 24.94);
         property(pipeline, "pipeline", "LongestFrameMs", 1.25);
         property(pipeline, "pipeline", "Orientation", U{0});
         using Engine = sdbus::Struct<std::string, std::string, Texts, Texts, T, T, T, double, double, std::vector<T>>;
-        method<std::vector<Engine>>(pipeline, "pipeline", "engines", takes<>(), [] {
+        method<std::vector<Engine>>(pipeline, "pipeline", "engines", takes<>(), [this] {
             return std::make_tuple(std::vector<Engine>{
                 {"Simple", "Door", Texts{"Any"}, Texts{"M"}, T{260}, T{2}, T{250}, 0.126, 3.04, std::vector<T>{249, 1}},
-                {"Motion", "", Texts{}, Texts{}, T{9}, T{0}, T{0}, 0.0, 0.0, std::vector<T>{0, 0}}});
+                {_answers.engine, "", Texts{}, Texts{}, T{9}, T{0}, T{0}, 0.0, 0.0, std::vector<T>{0, 0}}});
         });
         method<std::vector<Version>>(pipeline, "pipeline", "history", takes<std::string>(), [] {
             return std::make_tuple(
