@@ -107,6 +107,7 @@ Command videoCommand(const std::string& name, const std::string& summary)
                    "as fast as the video, or as fast as possible; without it real");
     command.flag("--loop", "begin again at the end of the input; at real speed this is the default");
     command.flag("--oneshot", "end with the input; at full speed this is the default");
+    command.flag("--wait-source", "wait for an input that cannot be opened at the start, instead of ending with 1");
     command.option("--size", readBy(sizeOf, "WxH"),
                    "the size of the picture for the plug-in; without it chosen by the input");
     command.option("--place", readBy(placeOf, "NAME=PAN,TILT,ZOOM"),
@@ -188,6 +189,7 @@ RunOptions runOptions(const Arguments& arguments)
     options.frames = arguments.whole("--frames");
     options.realSpeed = arguments.text("--speed") != "max";
     options.oneshot = arguments.has("--oneshot");
+    options.waitSource = arguments.has("--wait-source");
     options.loop = arguments.has("--loop") || (options.realSpeed && !options.oneshot);
     if (arguments.has("--restarts")) {
         options.restarts = static_cast<unsigned int>(arguments.whole("--restarts"));

@@ -45,9 +45,10 @@ struct RunOptions {
     int width = 0;                    ///< of the picture that the plug-in gets; 0: chosen by the input
     int height = 0;
     int orientation = 0;
-    long long frames = 0; ///< 0: to the end
-    bool loop = false;    ///< begin again at the end of the input
-    bool oneshot = false; ///< end with the input
+    long long frames = 0;    ///< 0: to the end
+    bool loop = false;       ///< begin again at the end of the input
+    bool oneshot = false;    ///< end with the input
+    bool waitSource = false; ///< wait for an input that cannot be opened at the start
     bool realSpeed = true;
     std::optional<unsigned int> restarts; ///< after crashes; nothing: as usual
     int watchdogSeconds = 10;             ///< a process that is silent for so long hangs; 0: nobody watches

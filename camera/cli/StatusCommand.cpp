@@ -90,7 +90,8 @@ Json::Value pipeline(CameraClient& client)
         std::pair("eventsDropped", &Pipeline::EventsDropped), std::pair("documents", &Pipeline::Documents),
         std::pair("documentsTaken", &Pipeline::DocumentsTaken),
         std::pair("documentsDropped", &Pipeline::DocumentsDropped),
-        std::pair("controlFailures", &Pipeline::ControlFailures), std::pair("orientation", &Pipeline::Orientation));
+        std::pair("controlFailures", &Pipeline::ControlFailures), std::pair("orientation", &Pipeline::Orientation),
+        std::pair("sourceGone", &Pipeline::SourceGone), std::pair("sourceLosses", &Pipeline::SourceLosses));
     value["engines"] = part([&] { return engines(client); });
     value["missingEngines"] = Json::arrayValue;
     for (const std::string& path : client.ask(&Pipeline::MissingEngines)) {
@@ -213,7 +214,10 @@ void showPipeline(Context& context, const Json::Value& pipeline)
     if (!answers(context, "frames", pipeline)) {
         return;
     }
-    line(context, "input", textOf(pipeline["input"]));
+    const std::string losses = textOf(pipeline["sourceLosses"]);
+    line(context, "input",
+         textOf(pipeline["input"]) + (losses == "0" ? "" : "  gone " + losses + " times") +
+             (pipeline["sourceGone"] == true ? ", waiting for it" : ""));
     line(context, "frames",
          textOf(pipeline["frames"]) + "  " + number(pipeline["framesPerSecond"], 1) + "/s  failed " +
              textOf(pipeline["framesFailed"]) + "  longest " + number(pipeline["longestFrameMs"], 1) + " ms");

@@ -24,6 +24,14 @@ public:
         _stop.waitUntil(*_start + time);
     }
 
+    /// The next frames' times are so much later because a clock was set: they are due when they were before.
+    void timesStepped(std::int64_t nanoseconds)
+    {
+        if (_start) {
+            *_start -= std::chrono::nanoseconds(nanoseconds);
+        }
+    }
+
 private:
     const base::StopSignal& _stop;
     std::optional<std::chrono::steady_clock::time_point> _start; ///< when a frame of the time 0 would have been due

@@ -54,6 +54,9 @@ private:
     std::uint64_t controlFailures() override { return _report.status().controlFailures; }
     std::uint32_t orientation() override { return _report.status().orientation; }
 
+    bool sourceGone() override { return _report.status().sourceGone; }
+    std::uint64_t sourceLosses() override { return _report.status().sourceLosses; }
+
     Device& _device;
     const Report _report;
 };

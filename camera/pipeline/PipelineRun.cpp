@@ -8,8 +8,10 @@
 #include "camera/pipeline/PipelineRun.h"
 
 #include "camera/base/Activity.h"
+#include "camera/base/Contained.h"
 #include "camera/base/Log.h"
 #include "camera/base/StopSignal.h"
+#include "camera/base/Text.h"
 #include "camera/onvif/EventText.h"
 #include "camera/pipeline/CameraBuilder.h"
 #include "camera/pipeline/DeviceServicesClient.h"
@@ -30,6 +32,7 @@
 #include "camera/store/StateFolder.h"
 #include "camera/video/LibavLog.h"
 #include "camera/video/OpenSource.h"
+#include "camera/video/Timestamp.h"
 
 #include <algorithm>
 #include <chrono>
@@ -44,6 +47,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kPatienceAtTheEnd(2);
+constexpr std::int64_t kFutureThatIsBelieved = 3600LL * 1000000000; ///< a run at full speed ends ahead of the clock
 constexpr double kWholeScene = 90; ///< any angle: a fixed camera sees as much as there is
 
 video::PictureSize pictureSize(const base::RunOptions& run, video::PictureSize source)
@@ -165,10 +169,21 @@ private:
     {
         video::SourceOptions options;
         options.loop = _run.loop;
-        options.notBefore = std::max(_state.lastFrameTime(), _counts->lastTime);
+        options.wait = _run.waitSource || (_counts->restarted() && _counts->liveSource);
+        options.followClock = _run.realSpeed;
+        options.notBefore = notBefore();
         options.stop = &_stop.flag();
+        options.clock.wait = [this](std::chrono::seconds time) { _stop.waitUntil(Clock::now() + time); };
+        options.tell = [this](const std::string& sentence) { _console.error(sentence); };
+        options.gone = [this](bool gone) { _report.sourceGone(gone); };
+        options.whileGone = [this](std::int64_t time) {
+            _outputs.drawGone(time);
+            _console.status(_report.status());
+        };
+        options.stepped = [this](std::int64_t nanoseconds) { _pacer.timesStepped(nanoseconds); };
         try {
             _source = video::openSource(_run.input, options);
+            _counts->liveSource = _source->live();
             return true;
         } catch (const std::exception&) {
             if (_stop.stopped()) {
@@ -176,6 +191,22 @@ private:
             }
             throw;
         }
+    }
+
+    // Later than this are the times of the frames: within a run always, and after another one unless that had a clock
+    // that was wrong.
+    std::int64_t notBefore()
+    {
+        if (_counts->lastTime != 0) {
+            return _counts->lastTime;
+        }
+        const std::int64_t last = _state.lastFrameTime();
+        if (last <= video::wallClockNanoseconds() + kFutureThatIsBelieved) {
+            return last;
+        }
+        _console.error("the last run on '" + _state.path().string() + "' ended at " + base::utcText(last / 1000000000) +
+                       ", which is in the future; the times of this run begin with the clock");
+        return 0;
     }
 
     // The run goes on, without what has failed.
@@ -187,27 +218,25 @@ private:
 
     void runFrames()
     {
-        FramePacer pacer(_stop);
         std::optional<ptz::PositioningDriver> driver;
         if (_run.realSpeed) {
             driver.emplace(_device->positioning());
         }
-        FrameLoop loop({_run.realSpeed, _run.frames == 0 ? 0 : framesLeft()}, std::move(_view), frameSteps(pacer),
-                       _report);
+        FrameLoop loop({_run.realSpeed, _run.frames == 0 ? 0 : framesLeft()}, std::move(_view), frameSteps(), _report);
         try {
             loop.run();
-        } catch (const std::exception& error) {
-            _failures.emplace_back(error.what()); // for the end, where it is the last that is read
+        } catch (...) {
+            _failures.push_back(base::reasonOfException()); // for the end, where it is the last that is read
         }
         _lastFrameTime = loop.lastFrameTime();
     }
 
-    FrameLoop::Steps frameSteps(FramePacer& pacer)
+    FrameLoop::Steps frameSteps()
     {
         FrameLoop::Steps steps;
         steps.mayContinue = [this] { return !_stop.stopped() && _console.writable(); };
         steps.read = [this] { return _source->next(); };
-        steps.waitUntilDue = [&pacer](std::int64_t nanoseconds) { pacer.waitUntilDue(nanoseconds); };
+        steps.waitUntilDue = [this](std::int64_t nanoseconds) { _pacer.waitUntilDue(nanoseconds); };
         steps.advanceCamera = [this](std::chrono::nanoseconds time) { _device->positioning().advance(time); };
         steps.drainControl = [this] { _device->control().drain(); };
         steps.direction = [this] { return direction(); };
@@ -292,7 +321,8 @@ private:
         _services->finishBy(Clock::now() + (_stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
         _device->drain();
         _outputs.finish();
-        const std::vector<ActiveRules> active = _device->activeRules();
+        std::vector<ActiveRules> active;
+        base::contained("device", "the active rules cannot be read", [&] { active = _device->activeRules(); });
         _device->shutdown();
         _service.reset();
         const Statistics statistics = _device->statistics();
@@ -332,6 +362,7 @@ private:
     base::Console& _console;
     const Scenario _scenario;
     base::StopSignal _stop;
+    FramePacer _pacer{_stop};
     store::StateFolder _state;
     std::vector<std::string> _failures; ///< to be printed at the end
     bool _failed = false;               ///< something was lost, and that was printed
@@ -366,12 +397,9 @@ int runPipeline(base::PipelineOptions options, base::Console& console)
         console.clearStatus();
         console.error(error.what());
         code = 2;
-    } catch (const std::exception& error) {
+    } catch (...) {
         console.clearStatus();
-        console.error(error.what());
-    } catch (...) { // an engine may throw anything
-        console.clearStatus();
-        console.error("the run ends by an exception of an unknown type");
+        console.error(base::reasonOfException());
     }
     tellOutcome(bus, code);
     return code;

@@ -19,6 +19,8 @@ PipelineStatus pipelineStatus(Device& device, const RunReport& report)
     status.documents = statistics.documents;
     status.documentsDropped = statistics.documentsDropped;
     status.controlFailures = statistics.controlFailures;
+    status.sourceGone = report.isSourceGone();
+    status.sourceLosses = report.sourceLosses();
     return status;
 }
 

@@ -24,6 +24,8 @@ struct PipelineStatus {
     std::uint64_t documentsDropped = 0;
     std::uint64_t controlFailures = 0;
     std::uint32_t orientation = 0;
+    bool sourceGone = false; ///< a live source that is waited for
+    std::uint64_t sourceLosses = 0;
 };
 
 /// What device and report know of it; the other fields are the caller's. Uses only what is thread-safe.

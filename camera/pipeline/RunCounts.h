@@ -42,6 +42,9 @@ struct RunCounts {
     std::int64_t lastTime;
     std::array<Restart, kMostRestarts> restarts; ///< the first ones
 
+    bool liveSource;            ///< it is waited for, also by the next process
+    std::uint64_t sourceLosses; ///< how often it went away
+
     bool metadataBegun;
     bool metadataFailed;
     std::uint32_t videos;       ///< files of the overlay that were begun

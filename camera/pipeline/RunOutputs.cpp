@@ -80,6 +80,13 @@ void RunOutputs::draw(const video::Frame& upright, const video::Drawing& drawing
     }
 }
 
+void RunOutputs::drawGone(std::int64_t time)
+{
+    if (_overlay) {
+        _overlay->addDimmed(time, "waiting for the source");
+    }
+}
+
 void RunOutputs::finish()
 {
     if (_overlay) {

@@ -37,6 +37,9 @@ public:
     bool draws() const { return _overlay.has_value(); }
     void draw(const video::Frame& upright, const video::Drawing& drawing, const std::string& caption);
 
+    /// While the source is gone, at that time.
+    void drawGone(std::int64_t time);
+
     /// Completes overlay and picture.
     void finish();
 

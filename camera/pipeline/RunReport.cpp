@@ -89,6 +89,25 @@ double RunReport::takeLongestFrameMilliseconds()
         .count();
 }
 
+void RunReport::sourceGone(bool gone)
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    _counts->sourceLosses += gone && !_sourceGone ? 1 : 0;
+    _sourceGone = gone;
+}
+
+bool RunReport::isSourceGone() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _sourceGone;
+}
+
+std::uint64_t RunReport::sourceLosses() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    return _counts->sourceLosses;
+}
+
 void RunReport::drawing(const video::Drawing& drawing)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
@@ -129,7 +148,7 @@ double RunReport::seconds() const
 std::string RunReport::status() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    return "frames " + std::to_string(_counts->frames) + "  " +
+    return (_sourceGone ? "waiting for the source  frames " : "frames ") + std::to_string(_counts->frames) + "  " +
            base::decimals(static_cast<double>(_frames) / seconds(), 1) + "/s  objects " + std::to_string(_objectsNow) +
            "  events " + std::to_string(_counts->events);
 }
@@ -147,6 +166,9 @@ std::vector<std::string> RunReport::summary() const
     std::vector<std::string> lines;
     lines.push_back(summaryLine("frames", framesText));
     restartsSummary(lines);
+    if (_counts->sourceLosses != 0) {
+        lines.push_back(summaryLine("source", "gone " + std::to_string(_counts->sourceLosses) + " times"));
+    }
     lines.push_back(summaryLine("objects", std::to_string(_counts->objects) + ", at most " +
                                                std::to_string(_counts->objectsAtOnce) + " at once"));
     lines.push_back(summaryLine("events", std::to_string(_counts->events)));

@@ -45,6 +45,11 @@ public:
 
     /// How long the plug-in had a frame at most since this was last asked, or since the start.
     double takeLongestFrameMilliseconds();
+    /// The source went away, or is there again.
+    void sourceGone(bool gone);
+    bool isSourceGone() const;
+    std::uint64_t sourceLosses() const;
+
     void drawing(const video::Drawing& drawing);
     void event(const base::Event& event);
 
@@ -68,6 +73,7 @@ private:
     const std::shared_ptr<RunCounts> _counts;
     const std::chrono::steady_clock::time_point _start;
     std::uint64_t _frames = 0;
+    bool _sourceGone = false;
     std::size_t _objectsNow = 0;
     std::unordered_set<std::uint32_t> _objectIds; ///< of this generation
     std::unordered_set<std::uint32_t> _olderIds;

@@ -1,10 +1,12 @@
 #include "camera/store/StateFolder.h"
 
 #include "camera/base/AtomicFile.h"
+#include "camera/base/Log.h"
 
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
+#include <string>
 
 namespace camera::store {
 
@@ -45,9 +47,18 @@ StateFolder::~StateFolder()
 std::int64_t StateFolder::lastFrameTime() const
 {
     std::ifstream file(_folder / kClock);
+    if (!file) {
+        return 0;
+    }
     std::int64_t nanoseconds = 0;
+    std::string more;
     file >> nanoseconds;
-    return file && nanoseconds > 0 && nanoseconds < kLatest ? nanoseconds : 0;
+    const bool isTime = file && nanoseconds > 0 && nanoseconds < kLatest && !(file >> more);
+    if (!isTime) {
+        base::Log::instance().write(base::LogLevel::error, "state",
+                                    "the file '" + (_folder / kClock).string() + "' holds no time and is not used");
+    }
+    return isTime ? nanoseconds : 0;
 }
 
 void StateFolder::keepLastFrameTime(std::int64_t nanoseconds) const

@@ -136,6 +136,8 @@ void Demuxer::findStream(const std::string& input)
         throw std::runtime_error("there is no video stream in " + quoted(input) + " (" + _context->iformat->long_name +
                                  "); name a file with pictures.");
     }
+    const bool seeks = _context->pb != nullptr && _context->pb->seekable != 0;
+    _live = isVideoDevice(input) || (isUrl(input) && !seeks && _context->duration <= 0);
     for (unsigned int i = 0; i < _context->nb_streams; ++i) {
         if (static_cast<int>(i) != _streamIndex) {
             _context->streams[i]->discard = AVDISCARD_ALL;

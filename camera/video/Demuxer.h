@@ -29,6 +29,9 @@ public:
     /// Back to the first packet; false where the input cannot do that, as a live one.
     bool rewind();
 
+    /// Whether it gives what happens now: a device, or what comes without an end from another side and cannot go back.
+    bool live() const { return _live; }
+
     const AVStream& stream() const { return *_context->streams[_streamIndex]; }
     double framesPerSecond() const;
 
@@ -42,6 +45,7 @@ private:
     DemuxerPtr _context;
     const std::atomic<bool>* _stop;
     int _streamIndex = -1;
+    bool _live = false;
     std::string _errorText;
 };
 

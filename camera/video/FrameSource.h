@@ -18,6 +18,9 @@ public:
     virtual int width() const = 0;  ///< pixels
     virtual int height() const = 0; ///< pixels
     virtual double framesPerSecond() const = 0;
+
+    /// Whether it gives what happens now, and has neither an end nor a beginning to go back to.
+    virtual bool live() const { return false; }
 };
 
 } // namespace camera::video

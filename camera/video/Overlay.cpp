@@ -60,6 +60,19 @@ void Overlay::add(const Frame& upright, const Drawing& drawing, const std::strin
     writeVideo([&](Mp4Writer& video) { video.add(_canvas, time); });
 }
 
+void Overlay::addDimmed(std::int64_t time, const std::string& caption)
+{
+    if (!_video || _canvas.pixels.empty()) {
+        return;
+    }
+    RgbPicture dimmed = _canvas;
+    for (std::uint8_t& value : dimmed.pixels) {
+        value = static_cast<std::uint8_t>(value / 3);
+    }
+    _painter.paint(dimmed, Drawing(), time, caption);
+    writeVideo([&](Mp4Writer& video) { video.add(dimmed, time); });
+}
+
 void Overlay::writeVideo(const std::function<void(Mp4Writer&)>& action)
 {
     if (!_video) {

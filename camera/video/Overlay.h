@@ -7,6 +7,7 @@
 #include "camera/video/RgbPicture.h"
 #include "camera/video/TravelledObjects.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -35,6 +36,9 @@ public:
     /// Draws on one upright frame what the engines wrote for it.
     /// @param caption the text of the foot line next to time and counts.
     void add(const Frame& upright, const Drawing& drawing, const std::string& caption);
+
+    /// The last frame once more, dimmed, for a time at which there is none. Nothing before the first frame.
+    void addDimmed(std::int64_t time, const std::string& caption);
 
     /// Completes the files. No picture is written when there was no frame.
     void finish();

@@ -9,6 +9,9 @@ namespace {
 // A longer gap is taken for a jump of the input's clock, not for a pause.
 constexpr std::int64_t kLongestGap = 10000000000;
 
+// A century. A number beyond is no time.
+constexpr std::int64_t kMost = 100LL * 366 * 24 * 3600 * 1000000000;
+
 } // namespace
 
 PresentationClock::PresentationClock(std::int64_t startNanoseconds, std::int64_t frameNanoseconds)
@@ -19,7 +22,7 @@ PresentationClock::PresentationClock(std::int64_t startNanoseconds, std::int64_t
 std::int64_t PresentationClock::next(std::optional<std::int64_t> inputNanoseconds)
 {
     std::int64_t time = _expected;
-    if (inputNanoseconds) {
+    if (inputNanoseconds && *inputNanoseconds > -kMost && *inputNanoseconds < kMost) {
         if (!_offset) {
             _offset = _expected - *inputNanoseconds;
         }

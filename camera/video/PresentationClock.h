@@ -15,8 +15,12 @@ public:
     /// The time of the next frame, from the input's time for it, if there is one.
     std::int64_t next(std::optional<std::int64_t> inputNanoseconds);
 
-    /// The input begins again: its next time, whatever it is, is one frame after the last one.
-    void restart() { _offset.reset(); }
+    /// The input begins again: its next time, whatever it is, is one frame after the last one, and so much later.
+    void restart(std::int64_t laterNanoseconds = 0)
+    {
+        _offset.reset();
+        _expected += laterNanoseconds;
+    }
 
 private:
     std::int64_t _frameNanoseconds;

@@ -17,6 +17,12 @@ std::int64_t wallClockNanoseconds()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch).count();
 }
 
+std::int64_t steadyNanoseconds()
+{
+    const auto time = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
+}
+
 void stamp(Frame& frame, std::int64_t nanosecondsSince1970)
 {
     const std::int64_t time = std::max<std::int64_t>(nanosecondsSince1970, 0);

@@ -40,6 +40,14 @@ VideoInput::VideoInput(const std::string& input, const VideoInputOptions& option
         throw std::runtime_error("the pictures of '" + input + "' are too small (" + std::to_string(_picture->width) +
                                  "x" + std::to_string(_picture->height) + "); 16x16 is the least.");
     }
+    const PictureSize own{_evenWidth, _evenHeight};
+    if (_options.size.width != 0 && !(_options.size == own)) {
+        _options.tell("the pictures of '" + input + "' are " + std::to_string(own.width) + "x" +
+                      std::to_string(own.height) + " now; they are scaled to " + std::to_string(_options.size.width) +
+                      "x" + std::to_string(_options.size.height));
+        _evenWidth = _options.size.width;
+        _evenHeight = _options.size.height;
+    }
     _converter.emplace(_evenWidth, _evenHeight);
 }
 
@@ -118,7 +126,7 @@ bool VideoInput::beginAgain()
         return false;
     }
     avcodec_flush_buffers(_decoder.get());
-    _clock.restart();
+    _clock.restart(_options.clockStep());
     _deliveredThisRound = 0;
     return decodeNext();
 }
@@ -156,6 +164,10 @@ std::optional<Frame> VideoInput::next()
 
 void VideoInput::reportDamage()
 {
+    if (_damages != 0 && live()) {
+        throw std::runtime_error("'" + _input + "' broke off (" + _firstDamage + ") after " +
+                                 std::to_string(_delivered) + " frames");
+    }
     if (_damages != 0) {
         throw std::runtime_error("'" + _input + "' is damaged (" + _firstDamage + "): " + std::to_string(_delivered) +
                                  " frames of it could be analysed; copy or convert it again.");

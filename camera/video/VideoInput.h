@@ -4,9 +4,11 @@
 #include "camera/video/FrameSource.h"
 #include "camera/video/Nv12Converter.h"
 #include "camera/video/PresentationClock.h"
+#include "camera/video/View.h"
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace camera::video {
@@ -15,6 +17,10 @@ struct VideoInputOptions {
     bool loop = false;                       ///< begin again at the end, where the input can
     std::int64_t startNanoseconds = 0;       ///< time of the first frame, since 1970; 0: the wall clock
     const std::atomic<bool>* stop = nullptr; ///< borrowed; once true, blocked reads give up and next() ends
+    PictureSize size = {};                   ///< what the pictures are scaled to; 0x0: as they are, even
+    std::function<void(const std::string& sentence)> tell = [](const std::string&) {};
+    /// By how many nanoseconds times are later after the input has begun again.
+    std::function<std::int64_t()> clockStep = [] { return 0; };
 };
 
 /**
@@ -35,6 +41,7 @@ public:
     int width() const override { return _evenWidth; }
     int height() const override { return _evenHeight; }
     double framesPerSecond() const override { return _demuxer.framesPerSecond(); }
+    bool live() const override { return _demuxer.live(); }
 
 private:
     void openDecoder();

@@ -25,6 +25,15 @@ TEST(FramePacerTest, aFrameComesNoEarlierThanItsTimeSays)
     pacer.waitUntilDue(first - kYear); // a frame that is late already
 }
 
+TEST(FramePacerTest, framesWhoseTimesFollowAClockThatWasSetAreDueAsBefore)
+{
+    const StopSignal stop;
+    FramePacer pacer(stop);
+    pacer.waitUntilDue(0);
+    pacer.timesStepped(kYear);
+    pacer.waitUntilDue(kYear); // else a year from now
+}
+
 TEST(FramePacerTest, aSignalEndsTheWait)
 {
     const StopSignal stop;

@@ -1,8 +1,9 @@
 #include "camera/store/StateFolder.h"
 
+#include "kit/LogLines.h"
 #include "kit/TemporaryFolder.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace {
 
@@ -16,9 +17,11 @@ TEST(StateFolder, keepsTheTimeOfTheLastFrame)
     EXPECT_EQ(0, state.lastFrameTime());
     state.keepLastFrameTime(1700000000123456789);
     EXPECT_EQ(1700000000123456789, StateFolder(folder.path().string()).lastFrameTime());
-    for (const std::string damaged : {"", "x", "-4", "99999999999999999999", "9000000000000000000"}) {
+    for (const std::string damaged : {"", "x", "-4", "12x", "12 13", "99999999999999999999", "9000000000000000000"}) {
         folder.write("last-frame-time", damaged);
+        const kit::LogLines log;
         EXPECT_EQ(0, state.lastFrameTime()) << damaged;
+        EXPECT_THAT(log.lines(), testing::ElementsAre(testing::HasSubstr("holds no time"))) << damaged;
     }
 }
 

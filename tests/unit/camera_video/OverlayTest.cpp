@@ -4,6 +4,7 @@
 #include "camera/video/OverlayPainter.h"
 #include "camera/video/PngWriter.h"
 #include "camera/video/Scene.h"
+#include "camera/video/Timestamp.h"
 #include "camera/video/VideoInput.h"
 #include "kit/FileSizeLimit.h"
 #include "kit/Refusal.h"
@@ -362,6 +363,25 @@ TEST_F(OverlayTest, itsVideoPlaysUpToTheLastFrameAtAnyMoment)
         }
         EXPECT_EQ(added, frames);
     }
+}
+
+TEST_F(OverlayTest, showsTheLastFrameDimmedWhileThereIsNone)
+{
+    const OverlayFiles files{(folder / "o.mp4").string(), ""};
+    Overlay overlay(files, 320, 180, 25, failed);
+    overlay.addDimmed(1, "");
+    Scene scene(kScene);
+    const Frame frame = *scene.next();
+    draw(overlay, frame, {});
+    overlay.addDimmed(nanosecondsOf(frame) + 1000000000, "waiting");
+    overlay.finish();
+    VideoInput video(files.video);
+    const Frame bright = *video.next();
+    const Frame dimmed = *video.next();
+    EXPECT_FALSE(video.next());
+    const auto luma = [](const Frame& of) { return of.data.get()[90 * of.strideBytes + 160]; };
+    EXPECT_LT(luma(dimmed), luma(bright) * 2 / 3);
+    EXPECT_NEAR(1e9, static_cast<double>(nanosecondsOf(dimmed) - nanosecondsOf(bright)), 1e6);
 }
 
 TEST_F(OverlayTest, picturesTheFrameWithTheMostToSee)

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace camera::video {
 namespace {
 
@@ -40,6 +42,23 @@ TEST(PresentationClock, takesAJumpOfHoursForABrokenClock)
     clock.next(0);
     EXPECT_EQ(kStart + kFrame, clock.next(7200000000000));
     EXPECT_EQ(kStart + 2 * kFrame, clock.next(7200000000000 + kFrame));
+}
+
+TEST(PresentationClock, takesANumberThatIsNoTimeForNone)
+{
+    PresentationClock clock(kStart, kFrame);
+    EXPECT_EQ(kStart, clock.next(std::numeric_limits<std::int64_t>::min() + 1));
+    EXPECT_EQ(kStart + kFrame, clock.next(0));
+    EXPECT_EQ(kStart + 2 * kFrame, clock.next(std::numeric_limits<std::int64_t>::max()));
+    EXPECT_EQ(kStart + 3 * kFrame, clock.next(2 * kFrame));
+}
+
+TEST(PresentationClock, isLaterAfterARestartByWhatItIsTold)
+{
+    PresentationClock clock(kStart, kFrame);
+    clock.next(0);
+    clock.restart(7 * kFrame);
+    EXPECT_EQ(kStart + 8 * kFrame, clock.next(0));
 }
 
 TEST(PresentationClock, goesOnAfterARestartOfTheInput)

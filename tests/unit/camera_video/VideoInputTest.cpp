@@ -4,6 +4,7 @@
 #include "camera/video/LibavLog.h"
 #include "camera/video/OpenSource.h"
 #include "camera/video/Timestamp.h"
+#include "kit/DamagedVideo.h"
 #include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
@@ -177,12 +178,11 @@ TEST_F(VideoInputTest, refusesASoundFileForItHasNoPictures)
     EXPECT_THAT(refusal(path), HasSubstr("there is no video stream in '" + path + "'"));
 }
 
-TEST_F(VideoInputTest, refusesAVideoWhoseIndexIsCutOff)
+TEST_F(VideoInputTest, refusesAVideoWithoutItsIndex)
 {
-    const std::string whole = kit::contentOf(sceneVideo());
-    const std::string path = folder.write("cut.mp4", whole.substr(0, whole.find("moov") - 4));
+    const std::string path = folder.write("cut.mp4", kit::withoutIndex(kit::contentOf(sceneVideo())));
     EXPECT_THAT(refusal(path),
-                AllOf(HasSubstr("'" + path + "' is not a video that can be read"), HasSubstr("moov atom not found")));
+                AllOf(HasSubstr("'" + path + "' is not a video that can be read"), HasSubstr("error reading header")));
 }
 
 TEST_F(VideoInputTest, refusesAnAddressWhereNobodyAnswers)
@@ -207,11 +207,8 @@ TEST_F(VideoInputTest, acceptsAFileNameWithAColon)
 
 TEST_F(VideoInputTest, deliversWhatDecodesOfADamagedVideoAndThenSaysSo)
 {
-    std::string video = kit::contentOf(sceneVideo("scene:size=320x180,frames=60,objects=2,noise=1"));
-    for (std::size_t i = video.size() / 2; i < video.size() / 2 + 3000; ++i) {
-        video[i] = static_cast<char>(~video[i]);
-    }
-    const std::string path = folder.write("damaged.mp4", video);
+    const std::string video = kit::contentOf(sceneVideo("scene:size=320x180,frames=60,objects=2,noise=1"));
+    const std::string path = folder.write("damaged.mp4", kit::withDamagedPictures(video));
     VideoInput input(path);
     std::size_t frames = 0;
     const std::string message = kit::refusalOf([&] {
@@ -230,7 +227,7 @@ TEST_F(VideoInputTest, keepsLibavQuietOnStderr)
     testing::internal::CaptureStderr();
     refusal(folder.write("a.mp4", "no video at all, just text"));
     const std::string whole = kit::contentOf(sceneVideo());
-    refusal(folder.write("cut.mp4", whole.substr(0, whole.find("moov") - 4)));
+    refusal(folder.write("cut.mp4", kit::withoutIndex(whole)));
     EXPECT_EQ("", testing::internal::GetCapturedStderr());
 }
 
@@ -239,9 +236,60 @@ TEST_F(VideoInputTest, printsWhatLibavSaysWhenAsked)
     routeLibavLog(true);
     testing::internal::CaptureStderr();
     const std::string whole = kit::contentOf(sceneVideo());
-    refusal(folder.write("cut.mp4", whole.substr(0, whole.find("moov") - 4)));
+    refusal(folder.write("cut.mp4", kit::withoutIndex(whole)));
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("libav: "));
     routeLibavLog(false);
+}
+
+TEST_F(VideoInputTest, scalesToTheSizeThatIsWantedAndSaysSo)
+{
+    VideoInputOptions options;
+    std::vector<std::string> told;
+    options.tell = [&told](const std::string& sentence) { told.push_back(sentence); };
+    options.size = {160, 90};
+    VideoInput input(sceneVideo(), options);
+    EXPECT_EQ(160, input.width());
+    EXPECT_EQ(160, input.next()->width);
+    EXPECT_THAT(told, ElementsAre(HasSubstr("are 320x180 now; they are scaled to 160x90")));
+    EXPECT_FALSE(input.live());
+    options.size = {320, 180};
+    VideoInput same(sceneVideo(), options);
+    EXPECT_EQ(1u, told.size());
+}
+
+TEST_F(VideoInputTest, followsAClockThatIsSetForwardAtItsNextBeginning)
+{
+    constexpr std::int64_t kHour = 3600000000000;
+    std::int64_t wall = wallClockNanoseconds();
+    std::vector<std::string> told;
+    std::vector<std::int64_t> steps;
+    SourceOptions options;
+    options.loop = true;
+    options.followClock = true;
+    options.clock.wall = [&wall] { return wall; };
+    options.clock.steady = [] { return 0; };
+    options.tell = [&told](const std::string& sentence) { told.push_back(sentence); };
+    options.stepped = [&steps](std::int64_t step) { steps.push_back(step); };
+    const auto source = openSource(sceneVideo("scene:size=64x64,objects=0,frames=3,fps=25"), options);
+    const auto gaps = [&source] {
+        std::vector<std::int64_t> between;
+        static std::int64_t last = 0;
+        for (int i = 0; i < 3; ++i) {
+            const std::int64_t time = nanosecondsOf(*source->next());
+            between.push_back(last == 0 ? 0 : (time - last) / 60000000000);
+            last = time;
+        }
+        return between;
+    };
+    EXPECT_THAT(gaps(), ElementsAre(0, 0, 0));
+    wall += kHour;
+    EXPECT_THAT(gaps(), ElementsAre(60, 0, 0));
+    wall += kHour;
+    EXPECT_THAT(gaps(), ElementsAre(60, 0, 0));
+    wall -= kHour / 2;
+    EXPECT_THAT(gaps(), ElementsAre(0, 0, 0)) << "times only grow";
+    EXPECT_THAT(steps, ElementsAre(kHour, kHour));
+    EXPECT_THAT(told, ElementsAre(HasSubstr("was set forward by 3600 s"), HasSubstr("was set back by 1800 s")));
 }
 
 TEST_F(VideoInputTest, openSourceContinuesAfterAnEarlierRun)
