@@ -7,8 +7,8 @@ namespace camera::bus {
 namespace {
 
 // The library notes a call only after it was sent. When the answer is quicker, the library keeps the call for as long
-// as the proxy lives: under load about every fiftieth, 400 bytes each. To cancel a call that has ended takes it out of the
-// notes.
+// as the proxy lives: under load about every fiftieth, 400 bytes each. To cancel a call that has ended takes it out of
+// the notes.
 class NotedCall {
 public:
     explicit NotedCall(sdbus::PendingAsyncCall call) : _call(std::move(call)) {}
