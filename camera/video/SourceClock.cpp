@@ -6,7 +6,7 @@ namespace camera::video {
 
 namespace {
 
-constexpr std::int64_t kSecond = 1000000000; ///< less is no step but a clock that is adjusted
+constexpr std::int64_t kLeastStep = 1000000000; ///< less is no step but a clock that is adjusted
 
 } // namespace
 
@@ -18,12 +18,12 @@ ClockSteps::ClockSteps(SourceClock clock, Tell tell)
 std::int64_t ClockSteps::take()
 {
     const std::int64_t step = offset() - _offset;
-    const std::string seconds = std::to_string((step < 0 ? -step : step) / kSecond) + " s";
-    if (step <= -kSecond && !std::exchange(_toldBack, true)) {
+    const std::string seconds = std::to_string((step < 0 ? -step : step) / kLeastStep) + " s";
+    if (step <= -kLeastStep && !std::exchange(_toldBack, true)) {
         _tell("the clock was set back by " + seconds +
               "; the times of the frames, which only grow, follow it with the next camera run");
     }
-    if (step < kSecond) {
+    if (step < kLeastStep) {
         return 0;
     }
     _offset += step;

@@ -14,12 +14,6 @@ namespace {
 constexpr std::size_t kMostGlyphs = 4096; ///< names come from outside: the store of drawn characters is bounded
 constexpr char32_t kEllipsis = 0x2026;
 
-struct FontDeleter {
-    void operator()(FcConfig* config) const { FcConfigDestroy(config); }
-    void operator()(FcPattern* pattern) const { FcPatternDestroy(pattern); }
-    void operator()(FcFontSet* fonts) const { FcFontSetDestroy(fonts); }
-};
-
 bool isOutline(FcPattern* font)
 {
     FcBool scalable = FcFalse;
@@ -52,10 +46,16 @@ Glyph emptyBox(int pixels)
 
 /// The fonts in the order in which they are asked for a character; a file is opened when it is needed first.
 struct TextPainter::Library {
+    struct Deleter {
+        void operator()(FcConfig* settings) const { FcConfigDestroy(settings); }
+        void operator()(FcPattern* pattern) const { FcPatternDestroy(pattern); }
+        void operator()(FcFontSet* found) const { FcFontSetDestroy(found); }
+    };
+
     Library()
     {
         config.reset(FcInitLoadConfigAndFonts());
-        const std::unique_ptr<FcPattern, FontDeleter> wanted(FcPatternCreate());
+        const std::unique_ptr<FcPattern, Deleter> wanted(FcPatternCreate());
         if (FT_Init_FreeType(&freetype) != 0 || !wanted) {
             throw std::bad_alloc();
         }
@@ -93,8 +93,8 @@ struct TextPainter::Library {
                 FT_New_Face(freetype, reinterpret_cast<const char*>(file), index, &faces[i]) == 0);
     }
 
-    std::unique_ptr<FcConfig, FontDeleter> config;
-    std::unique_ptr<FcFontSet, FontDeleter> fonts;
+    std::unique_ptr<FcConfig, Deleter> config;
+    std::unique_ptr<FcFontSet, Deleter> fonts;
     FT_Library freetype = nullptr;
     std::vector<FT_Face> faces;
 };

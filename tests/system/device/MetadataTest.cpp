@@ -1,6 +1,7 @@
 #include "DeviceTest.h"
 
 #include <csignal>
+#include <fstream>
 #include <sstream>
 
 namespace camera::system_tests {
@@ -91,8 +92,9 @@ TEST_F(FramesFileTest, recordsIntoTheFolderOfTheStateAndReplaysFromThere)
 TEST_F(FramesFileTest, givesEnginesAbsolutePaths)
 {
     ASSERT_EQ(0, camera.command({"frames", "record", "Journal", "a/../walk.frames", "7"}).exitCode);
-    ASSERT_EQ(0, camera.command({"frames", "replay", "Journal", "walk.frames"}).exitCode);
     const std::string file = std::filesystem::canonical(state()).string() + "/frames/walk.frames";
+    std::ofstream(file) << "recorded by nobody"; // the engine of this test only notes what it is asked
+    ASSERT_EQ(0, camera.command({"frames", "replay", "Journal", "walk.frames"}).exitCode);
     EXPECT_THAT(journal("write"), testing::ElementsAre(file + " 7"));
     EXPECT_THAT(journal("read"), testing::ElementsAre(file + " 0"));
 }
