@@ -36,7 +36,11 @@ SettingsStore::SettingsStore(std::filesystem::path folder, std::int64_t maxBytes
 
 SettingsStore::~SettingsStore()
 {
-    hurry();
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _ending = true;
+        _wake.notify_all();
+    }
     _queue.stop();
 }
 
@@ -139,10 +143,11 @@ bool SettingsStore::restore(const std::string& key, std::int64_t sequence)
 
 void SettingsStore::drain()
 {
-    hurry();
-    _queue.drain();
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _hurry = false;
+    std::unique_lock<std::mutex> lock(_mutex);
+    const std::uint64_t mine = ++_drainsAsked;
+    _wake.notify_all();
+    _wake.wait(lock, [&] { return _drainsDone >= mine || !_scheduled; });
+    _drainsDone = std::max(_drainsDone, mine);
 }
 
 void SettingsStore::store(const std::string& key, const std::string& document)
@@ -182,21 +187,17 @@ void SettingsStore::schedule()
     _wake.notify_all();
 }
 
-void SettingsStore::hurry()
-{
-    const std::lock_guard<std::mutex> lock(_mutex);
-    _hurry = true;
-    _wake.notify_all();
-}
-
 // One item of the queue is in it or runs as long as anything is due. It waits for that, unless somebody is in a hurry.
 void SettingsStore::work()
 {
     std::unique_lock<std::mutex> lock(_mutex);
-    while (!_hurry && Clock::now() < due()) {
+    const auto hurries = [this] { return _ending || _drainsAsked != _drainsDone; };
+    while (!hurries() && Clock::now() < due()) {
         _wake.wait_until(lock, due());
     }
-    const auto isDue = [this](Clock::time_point time) { return time != kNever && (_hurry || time <= Clock::now()); };
+    const std::uint64_t drains = _drainsAsked; // a later one wants what is due then
+    const bool hurry = hurries();
+    const auto isDue = [hurry](Clock::time_point time) { return time != kNever && (hurry || time <= Clock::now()); };
     if (isDue(_retryDue)) {
         tryAgain();
     }
@@ -206,6 +207,7 @@ void SettingsStore::work()
         copy();
     }
     lock.lock();
+    _drainsDone = std::max(_drainsDone, drains);
     _scheduled = false;
     schedule();
 }

@@ -117,7 +117,6 @@ private:
 
     void work();
     void copy();
-    void hurry();
     [[noreturn]] void fail(const std::string& what, const DatabaseError& error, const std::string& after = "") const;
 
     const std::filesystem::path _folder;
@@ -137,7 +136,9 @@ private:
     Clock::time_point _retryDue = Clock::time_point::max();
     std::string _copyFailure; ///< of the last copy
     bool _scheduled = false;  ///< an item is in the queue
-    bool _hurry = false;
+    bool _ending = false;
+    std::uint64_t _drainsAsked = 0;
+    std::uint64_t _drainsDone = 0;
     std::condition_variable _wake;
     base::SerialQueue<Work> _queue; // its thread uses everything above
 };
