@@ -39,7 +39,7 @@ if(DETECTION_BUILD_CAMERA)
     COMPONENT camera)
   # The models, and what a new camera begins with.
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/camera/cameras" "${PROJECT_SOURCE_DIR}/camera/factory"
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/detection" COMPONENT camera OPTIONAL)
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/detection" COMPONENT camera)
   set(camera_documents "${CMAKE_INSTALL_DATADIR}/doc/virtual-camera")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/" DESTINATION "${camera_documents}/examples" COMPONENT camera
     FILES_MATCHING PATTERN "*.xml" PATTERN "host" EXCLUDE PATTERN "engine" EXCLUDE)

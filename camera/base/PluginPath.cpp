@@ -29,6 +29,18 @@ std::filesystem::path pluginPath(const std::string& path, const std::filesystem:
                              "' nor in ../lib beside it; build or install it there, or name it with --plugin.");
 }
 
+std::filesystem::path sharedFile(const std::filesystem::path& file, const std::filesystem::path& programFolder)
+{
+    for (const char* place : {".", "../share/detection", "../share"}) {
+        std::error_code ignored;
+        fs::path candidate = (programFolder / place / file).lexically_normal();
+        if (fs::is_regular_file(candidate, ignored)) {
+            return candidate;
+        }
+    }
+    return {};
+}
+
 std::filesystem::path programFolder()
 {
     return fs::read_symlink("/proc/self/exe").parent_path();

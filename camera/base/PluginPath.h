@@ -12,6 +12,10 @@ namespace camera::base {
  */
 std::filesystem::path pluginPath(const std::string& path, const std::filesystem::path& programFolder);
 
+/// A file that belongs to the programs, "cameras/fixed.json" for instance: beside them, where an installation or where
+/// the build tree has it. Empty when there is none.
+std::filesystem::path sharedFile(const std::filesystem::path& file, const std::filesystem::path& programFolder);
+
 /// The folder of the running program.
 std::filesystem::path programFolder();
 

@@ -100,6 +100,7 @@ Command videoCommand(const std::string& name, const std::string& summary)
     command.takes(inputValue(), "a video file, a URL (rtsp://...), a video device (/dev/video0), or a generated scene "
                                 "(scene:name=value,...)");
     command.option("--config", {"FILE.xml", Offer::files}, "store this configuration at the start", kRepeatable);
+    command.flag("--no-factory", "a new camera begins without the modules of the factory configuration");
     command.option("--orientation", choiceValue("DEGREES", {"0", "90", "180", "270"}),
                    "how the camera is mounted, in degrees");
     command.option("--frames", wholeValue("N", 1, 1000000000000), "end after N frames");
@@ -169,6 +170,7 @@ RunOptions runOptions(const Arguments& arguments)
     camera.engines = arguments.all("--engine");
     camera.model = arguments.text("--model");
     camera.preset = arguments.text("--preset");
+    camera.factory = !arguments.has("--no-factory");
     camera.verbosity = static_cast<int>(arguments.count("-v"));
     // Only a camera that can move has a model, stands at a preset, or has places and tours.
     for (const char* name : {"--ptz", "--model", "--preset", "--place", "--tour"}) {

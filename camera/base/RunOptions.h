@@ -15,9 +15,10 @@ struct CameraOptions {
     std::vector<std::string> engines; ///< engine modules; "none": not even those that the state folder remembers
     bool enginesRemembered = false;   ///< they come from the state folder; one that is gone is left out
     bool ptz = false;
-    std::string model;  ///< a camera description: a name or a file; empty: the usual one
-    std::string preset; ///< empty: at none
-    int verbosity = 0;  ///< 0 errors, 1 information, 2 everything
+    std::string model;   ///< a camera description: a name or a file; empty: the usual one
+    std::string preset;  ///< empty: at none
+    bool factory = true; ///< a new camera's engines get their factory configuration
+    int verbosity = 0;   ///< 0 errors, 1 information, 2 everything
 };
 
 /// A preset that a run begins with; degrees and magnification.

@@ -7,8 +7,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <json/reader.h>
-#include <memory>
 
 namespace camera::cli {
 
@@ -24,18 +22,11 @@ void append(Components& all, const std::string& xml)
     all.insert(all.end(), found.begin(), found.end());
 }
 
-// The plug-in's document is a list of objects, each with a key and a configuration.
 Components componentsOfDocument(const std::string& document)
 {
     Components all;
-    Json::Value list;
-    const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-    try {
-        reader->parse(document.data(), document.data() + document.size(), &list, nullptr);
-        for (const Json::Value& entry : list) {
-            append(all, entry["config"].asString());
-        }
-    } catch (const Json::Exception&) { // the plug-in cannot read what follows either
+    for (const onvif::StoredConfiguration& stored : onvif::storedConfigurations(document)) {
+        append(all, stored.xml);
     }
     return all;
 }
@@ -66,10 +57,10 @@ std::vector<std::string> componentTypes(CameraClient& client, bool rules)
 std::vector<StoredVersion> storedVersions(CameraClient& client)
 {
     const Texts keys = client.ask(&bus::PipelineClient::storedKeys);
-    if (std::find(keys.begin(), keys.end(), kAnalyticsKey) == keys.end()) {
+    if (std::find(keys.begin(), keys.end(), onvif::kAnalyticsKey) == keys.end()) {
         return {};
     }
-    return client.ask(&bus::PipelineClient::history, kAnalyticsKey);
+    return client.ask(&bus::PipelineClient::history, onvif::kAnalyticsKey);
 }
 
 StoredComponents storedComponents(CameraClient& client)
@@ -81,7 +72,7 @@ StoredComponents storedComponents(CameraClient& client)
     if (newest == versions.end()) {
         return stored;
     }
-    const std::string document = client.ask(&bus::PipelineClient::document, kAnalyticsKey, newest->get<0>());
+    const std::string document = client.ask(&bus::PipelineClient::document, onvif::kAnalyticsKey, newest->get<0>());
     const Texts ruleTypes = componentTypes(client, true);
     const Texts moduleTypes = componentTypes(client, false);
     for (onvif::ComponentName& component : componentsOfDocument(document)) {

@@ -2,6 +2,7 @@
 
 #include "camera/cli/Command.h"
 #include "camera/onvif/ConfigurationFile.h"
+#include "camera/onvif/StoredConfigurations.h"
 
 #include <cstdint>
 #include <string>
@@ -13,9 +14,6 @@ namespace camera::cli {
 
 /// How long the camera may take to store something.
 constexpr std::chrono::seconds kWritePatience(120);
-
-/// The key of the settings under which the plug-in keeps its configurations.
-constexpr const char* kAnalyticsKey = "OnvifAnalytics";
 
 /// Rules, or else modules: the elements themselves, or their types.
 std::vector<std::string> componentsNow(CameraClient& client, bool rules);

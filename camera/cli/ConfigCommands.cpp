@@ -80,7 +80,7 @@ int restore(Context& context)
 {
     const std::int64_t number = context.arguments.whole("N");
     CameraClient& client = context.client();
-    client.askWithin(context.patience(kWritePatience), &bus::PipelineClient::restore, kAnalyticsKey, number);
+    client.askWithin(context.patience(kWritePatience), &bus::PipelineClient::restore, onvif::kAnalyticsKey, number);
     if (!context.startedForCommand()) {
         client.ask(&bus::SupervisorClient::restartPipeline);
     }

@@ -40,7 +40,7 @@ supervisor::SupervisorOptions FolderCamera::plan()
     plan.services = [](const supervisor::RuntimeFolder& runtime, bool /*first*/) { return servicesProgram(runtime); };
     plan.pipeline = [](const supervisor::RuntimeFolder& runtime, bool /*first*/) {
         std::vector<std::string> words = pipelineProgram(runtime);
-        words.insert(words.end(), {"--state=" + runtime.stateDir().string(), base::kNoInput});
+        words.insert(words.end(), {"--state=" + runtime.stateDir().string(), "--no-factory", base::kNoInput});
         return words;
     };
     plan.ready = [this](const std::string& address) {

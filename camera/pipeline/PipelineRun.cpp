@@ -10,11 +10,13 @@
 #include "camera/base/Activity.h"
 #include "camera/base/Contained.h"
 #include "camera/base/Log.h"
+#include "camera/base/PluginPath.h"
 #include "camera/base/StopSignal.h"
 #include "camera/base/Text.h"
 #include "camera/onvif/EventText.h"
 #include "camera/pipeline/CameraBuilder.h"
 #include "camera/pipeline/DeviceServicesClient.h"
+#include "camera/pipeline/FactoryConfiguration.h"
 #include "camera/pipeline/FrameLoop.h"
 #include "camera/pipeline/FramePacer.h"
 #include "camera/pipeline/PipelineService.h"
@@ -140,15 +142,43 @@ private:
             _report.event(event);
             _console.line(onvif::describeEvent(event));
         });
-        for (const std::string& notice : _scenario.begin(*_device, _options.again)) {
-            _console.line(notice);
-        }
+        begin();
         tellBegun(_options.bus);
         _service = std::make_unique<PipelineService>(
             _options.bus, *_device,
             PipelineObject::Report{[this] { return status(); },
                                    [this] { return _report.takeLongestFrameMilliseconds(); }});
         return true;
+    }
+
+    void begin()
+    {
+        for (const std::string& notice : _scenario.configure(*_device)) {
+            _console.line(notice);
+        }
+        if (_run.camera.factory) {
+            giveFactoryConfiguration();
+        }
+        try {
+            _scenario.startTour(*_device);
+        } catch (const std::exception& error) {
+            if (!_options.again) { // after a crash a preset of the tour may have been removed
+                throw;
+            }
+            _console.line(std::string("The tour of the command line is not started again: ") + error.what() + ".");
+        }
+    }
+
+    // A start that dies before the file says that it is given gives it again; after that nobody gives it.
+    void giveFactoryConfiguration()
+    {
+        const std::vector<std::string> refused =
+            pipeline::giveFactoryConfiguration(*_device, _run.camera.ptz, base::programFolder());
+        for (const std::string& sentence : refused) {
+            _console.error(sentence);
+        }
+        _options.run.camera.factory = !refused.empty();
+        rememberCamera(_run.camera, _state.path());
     }
 
     DeviceOptions deviceOptions()

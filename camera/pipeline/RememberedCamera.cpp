@@ -2,6 +2,7 @@
 
 #include "camera/base/AtomicFile.h"
 #include "camera/base/JsonText.h"
+#include "camera/onvif/StoredConfigurations.h"
 #include "camera/ptz/PositioningDocument.h"
 #include "camera/store/SettingsStore.h"
 #include "camera/store/StateLock.h"
@@ -26,6 +27,7 @@ struct Remembered {
     bool movable = false;
     std::string model;
     std::vector<std::string> engines;
+    bool factoryDue = false; ///< a new camera, whose engines did not get their factory configuration yet
 };
 
 std::optional<std::string> contentOf(const fs::path& file)
@@ -45,6 +47,9 @@ std::string write(const Remembered& camera)
     for (const std::string& engine : camera.engines) {
         value["engines"].append(engine);
     }
+    if (camera.factoryDue) {
+        value["factoryDue"] = true;
+    }
     return base::oneLineJson(value) + "\n";
 }
 
@@ -59,7 +64,7 @@ std::optional<Remembered> read(const std::string& text)
     if (!value.isObject() || !value["movable"].isBool() || !value["model"].isString() || !value["engines"].isArray()) {
         return std::nullopt;
     }
-    Remembered camera{value["movable"].asBool(), value["model"].asString(), {}};
+    Remembered camera{value["movable"].asBool(), value["model"].asString(), {}, value["factoryDue"] == true};
     for (const Json::Value& engine : value["engines"]) {
         if (!engine.isString()) {
             return std::nullopt;
@@ -69,14 +74,17 @@ std::optional<Remembered> read(const std::string& text)
     return camera;
 }
 
-// Earlier versions did not keep the file. Only a camera that moves stored presets.
-Remembered olderCamera(const fs::path& stateDir)
+// A new camera, or one that died before it was remembered, or one of an earlier version, which did not keep the file.
+// Only a camera that moves stored presets.
+Remembered cameraWithoutFile(const fs::path& stateDir)
 {
     Remembered camera;
+    camera.factoryDue = true;
     if (fs::exists(stateDir / "settings.db")) {
         const store::StateLock lock(stateDir);
         const std::vector<std::string> keys = store::SettingsStore(stateDir).keys();
         camera.movable = std::find(keys.begin(), keys.end(), ptz::kPositioningKey) != keys.end();
+        camera.factoryDue = std::find(keys.begin(), keys.end(), onvif::kAnalyticsKey) == keys.end();
     }
     return camera;
 }
@@ -85,14 +93,16 @@ Remembered cameraOf(const fs::path& stateDir, base::Console& console)
 {
     const std::optional<std::string> text = contentOf(stateDir / kFile);
     if (!text) {
-        return olderCamera(stateDir);
+        return cameraWithoutFile(stateDir);
     }
-    const std::optional<Remembered> camera = read(*text);
+    std::optional<Remembered> camera = read(*text);
     if (!camera) {
+        camera = cameraWithoutFile(stateDir);
+        camera->factoryDue = false;
         console.error("the file '" + (stateDir / kFile).string() +
                       "' is damaged: model and engine modules of the camera are not known");
     }
-    return camera ? *camera : olderCamera(stateDir);
+    return *camera;
 }
 
 std::string absolute(const std::string& path)
@@ -112,6 +122,7 @@ base::CameraOptions rememberedCamera(base::CameraOptions options, const fs::path
     const Remembered camera = cameraOf(stateDir, console);
     options.ptz = options.ptz || camera.movable;
     options.model = options.model.empty() ? camera.model : options.model;
+    options.factory = options.factory && camera.factoryDue;
     if (options.engines == std::vector<std::string>{"none"}) {
         options.engines.clear();
     } else if (options.engines.empty()) {
@@ -123,7 +134,8 @@ base::CameraOptions rememberedCamera(base::CameraOptions options, const fs::path
 
 void rememberCamera(const base::CameraOptions& options, const fs::path& stateDir)
 {
-    Remembered camera{options.ptz, isFile(options.model) ? absolute(options.model) : options.model, {}};
+    const std::string model = isFile(options.model) ? absolute(options.model) : options.model;
+    Remembered camera{options.ptz, model, {}, options.factory};
     std::transform(options.engines.begin(), options.engines.end(), std::back_inserter(camera.engines), absolute);
     const std::string text = write(camera);
     const fs::path file = stateDir / kFile;

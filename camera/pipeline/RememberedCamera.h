@@ -9,8 +9,9 @@
 
 namespace camera::pipeline {
 
-// What camera a state folder belongs to: the file camera.json in it keeps whether the camera moves, its model and its
-// engine modules. (Its orientation is kept by the process camera-services.)
+// What camera a state folder belongs to: the file camera.json in it keeps whether the camera moves, its model, its
+// engine modules, and whether they are still to get their factory configuration. (Its orientation is kept by the
+// process camera-services.)
 
 /// What a camera on this folder is made of: what the options do not say is what the folder remembers.
 /// A file that cannot be read is reported in one line.

@@ -57,23 +57,13 @@ PtzOption Scenario::positioning(const base::RunOptions& options)
     return result;
 }
 
-std::vector<std::string> Scenario::begin(Device& device, bool again) const
+std::vector<std::string> Scenario::configure(Device& device) const
 {
     std::vector<std::string> notices;
     for (const File& file : _files) {
-        const bool active = configure(device, file.xml, file.name);
+        const bool active = pipeline::configure(device, file.xml, file.name);
         if (!active && _options.tour.empty()) {
             notices.push_back("'" + file.name + "' is stored for another place than the one where the camera stands.");
-        }
-    }
-    if (!_options.tour.empty()) {
-        try {
-            startTour(device);
-        } catch (const std::exception& error) {
-            if (!again) {
-                throw;
-            }
-            notices.push_back(std::string("The tour of the command line is not started again: ") + error.what() + ".");
         }
     }
     return notices;
@@ -81,6 +71,9 @@ std::vector<std::string> Scenario::begin(Device& device, bool again) const
 
 void Scenario::startTour(Device& device) const
 {
+    if (_options.tour.empty()) {
+        return;
+    }
     ptz::PositioningUnit& unit = device.positioning();
     ptz::Tour tour;
     tour.name = kTourName;

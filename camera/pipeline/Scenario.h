@@ -17,12 +17,14 @@ public:
     explicit Scenario(const base::RunOptions& options);
 
     /**
-     * Gives the device its configurations and starts the tour.
-     * @param again  after a crash: a preset of the tour may have been removed since, which does not end the run.
+     * Gives the device its configurations.
      * @return sentences for people about what will not be active where the camera stands.
      * @throws std::runtime_error with one sentence when the camera refuses one.
      */
-    std::vector<std::string> begin(Device& device, bool again = false) const;
+    std::vector<std::string> configure(Device& device) const;
+
+    /// If there is one. @throws std::exception with one sentence when a preset is not there.
+    void startTour(Device& device) const;
 
     /// The positioning of a camera that begins like this.
     static PtzOption positioning(const base::RunOptions& options);
@@ -32,8 +34,6 @@ private:
         std::string name;
         std::string xml;
     };
-
-    void startTour(Device& device) const;
 
     const base::RunOptions& _options;
     std::vector<File> _files;

@@ -1,12 +1,12 @@
 #include "camera/ptz/CameraDescription.h"
 
 #include "camera/base/JsonText.h"
+#include "camera/base/PluginPath.h"
 #include "camera/base/Text.h"
 #include "camera/base/Utf8.h"
 #include "camera/ptz/PositioningNames.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <fstream>
 #include <initializer_list>
@@ -245,13 +245,9 @@ CameraDescription findDescription(const std::string& nameOrPath, const std::file
     if (isPath) {
         return readDescription(nameOrPath);
     }
-    const std::array<const char*, 3> places = {"cameras", "../share/detection/cameras", "../share/cameras"};
-    for (const char* place : places) {
-        const auto candidate = programFolder / place / (nameOrPath + ".json");
-        std::error_code ignored;
-        if (std::filesystem::is_regular_file(candidate, ignored)) {
-            return readDescription(candidate);
-        }
+    const auto file = base::sharedFile("cameras/" + nameOrPath + ".json", programFolder);
+    if (!file.empty()) {
+        return readDescription(file);
     }
     throw std::invalid_argument("there is no camera description '" + nameOrPath + "' in '" +
                                 (programFolder / "cameras").string() +

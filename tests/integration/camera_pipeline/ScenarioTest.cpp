@@ -49,7 +49,8 @@ protected:
         const Scenario scenario(run);
         options.ptz = Scenario::positioning(run);
         start();
-        auto notices = scenario.begin(*device);
+        auto notices = scenario.configure(*device);
+        scenario.startTour(*device);
         device->drain();
         return notices;
     }

@@ -13,6 +13,9 @@ Words cameraWords(const Words& arguments)
 {
     Words words = {CAMERA_PROGRAM};
     words.insert(words.end(), arguments.begin(), arguments.end());
+    if (!arguments.empty() && arguments.front() == "run") {
+        words.emplace(words.begin() + 2, "--no-factory");
+    }
     return words;
 }
 

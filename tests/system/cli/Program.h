@@ -13,7 +13,7 @@ using kit::eventually;
 using kit::Finished;
 using Words = std::vector<std::string>;
 
-/// Runs the camera's program to its end.
+/// Runs the camera's program to its end. A camera that it starts has only what a test gives it.
 Finished camera(const Words& arguments, const ChildSettings& settings = {});
 
 /// Runs any other program to its end.

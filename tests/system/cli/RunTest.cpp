@@ -51,6 +51,64 @@ TEST_F(RunTest, analysesASceneAndReportsEventsFilesAndSummary)
     EXPECT_EQ("ftyp", read(path("o.mp4")).substr(4, 4));
 }
 
+class FactoryTest : public RunTest {
+protected:
+    /// Without the --no-factory that the cameras of other tests have.
+    std::string summaryOf(Words arguments) const
+    {
+        arguments.insert(arguments.begin(), {CAMERA_PROGRAM, "run", kScene, "--speed", "max"});
+        const Finished done = system_tests::run(arguments);
+        EXPECT_EQ(0, done.exitCode) << done.err;
+        return done.out;
+    }
+};
+
+TEST_F(FactoryTest, aNewCameraShowsObjectsAtOnce)
+{
+    EXPECT_THAT(summaryOf({"--metadata", path("m.xml")}),
+                AllOf(ContainsRegex("objects   [1-9][0-9]*, at most [1-9]"), HasSubstr("module 'Objects'"),
+                      HasSubstr("module 'Cells'"), Not(HasSubstr("rule '")), HasSubstr("  events    0")));
+    EXPECT_LT(0U, count(read(path("m.xml")), "<tt:Object "));
+}
+
+TEST_F(FactoryTest, aNewCameraThatMovesShowsObjectsWhereItBegins)
+{
+    EXPECT_THAT(summaryOf({"--ptz"}), ContainsRegex("objects   [1-9]"));
+    EXPECT_THAT(summaryOf({"--place", "Door=0,0,1", "--preset", "Door"}), ContainsRegex("objects   [1-9]"));
+}
+
+TEST_F(FactoryTest, beginsEmptyWhereThatIsAskedAndStaysEmpty)
+{
+    EXPECT_THAT(summaryOf({"--no-factory", "--state", state()}), HasSubstr("active    none;"));
+    EXPECT_THAT(summaryOf({"--state", state()}), HasSubstr("active    none;"));
+}
+
+TEST_F(FactoryTest, whatIsDeletedStaysDeleted)
+{
+    EXPECT_THAT(summaryOf({"--state", state()}), HasSubstr("module 'Objects'"));
+    must({"modules", "delete", "Objects"});
+    EXPECT_THAT(summaryOf({"--state", state()}),
+                AllOf(HasSubstr("module 'Cells'"), Not(HasSubstr("module 'Objects'"))));
+}
+
+TEST_F(FactoryTest, aConfigurationForTheSameEngineWinsAlsoForAPreset)
+{
+    EXPECT_THAT(summaryOf({"--config", motion("Path"), "--state", state()}),
+                AllOf(HasSubstr("rule 'Path'"), HasSubstr("module 'Cells'")));
+    const Finished stored =
+        system_tests::run({CAMERA_PROGRAM, "run", kScene, "--frames", "5", "--speed", "max", "--place", "Door=0,0,1",
+                           "--config", motion("Path", "Door"), "--state", path("ptz")});
+    EXPECT_EQ(0, stored.exitCode) << stored.err;
+    EXPECT_THAT(stored.out, AllOf(HasSubstr("module 'Cells'"), Not(HasSubstr("module 'Objects'"))));
+}
+
+TEST_F(FactoryTest, aFolderThatACommandConfiguredIsNotNew)
+{
+    must({"config", "set", simple()});
+    EXPECT_THAT(summaryOf({"--state", state()}),
+                AllOf(HasSubstr("rule 'Anything'"), Not(HasSubstr("module 'Objects'"))));
+}
+
 TEST_F(RunTest, itsOverlayVideoIsAnInputLikeAnyOther)
 {
     ASSERT_EQ(0, camera({"run", kScene, "--frames", "30", "--speed", "max", "--overlay", path("o.mp4")}).exitCode);

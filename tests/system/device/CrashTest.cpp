@@ -46,6 +46,19 @@ TEST_F(CrashTest, aFirstStartThatDiesIsStillTheFirstStart)
     EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
 }
 
+TEST_F(CrashTest, aFirstStartThatDiesStillBeginsWithTheFactoryConfiguration)
+{
+    for (const std::string where : {"create", "configure"}) {
+        fails(where, "crash", true);
+        const Finished done = system_tests::run({CAMERA_PROGRAM, "run", kScene, "--speed", "max", "--engine",
+                                                 FAULTY_ENGINE, "--restarts", "1", "--state", path(where)});
+        EXPECT_EQ(0, done.exitCode) << done.err;
+        EXPECT_THAT(done.err, HasSubstr("starting it again"));
+        EXPECT_THAT(done.out, AllOf(HasSubstr("module 'Objects'"), HasSubstr("module 'Cells'")));
+        std::filesystem::remove(path("failed"));
+    }
+}
+
 // Only what the pipeline says of itself is an outcome.
 TEST_F(CrashTest, exitCalledByAnEngineIsACrash)
 {

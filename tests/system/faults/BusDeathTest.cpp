@@ -90,8 +90,8 @@ TEST_F(BusDeathTest, framesGoOnWhileThereIsNoBusAndEverythingComesBackWithIt)
 TEST_F(BusDeathTest, aPipelineWithoutABusAppearsOnceThereIsOne)
 {
     bus.kill();
-    pipeline.emplace(Words{PIPELINE_PROGRAM, kLively, "--bus", bus.address(), "--state", path("state"), "-v", "-v",
-                           "--config", config},
+    pipeline.emplace(Words{PIPELINE_PROGRAM, kLively, "--no-factory", "--bus", bus.address(), "--state", path("state"),
+                           "-v", "-v", "--config", config},
                      kit::bothOutputs(path("pipeline.log")));
     ASSERT_TRUE(eventually([this] { return lines(kNoDayNight) == 1 || !pipeline->runs(); }));
     bus.start();
@@ -106,7 +106,8 @@ class SupervisedBusDeathTest : public BusDeathTest {
 protected:
     void SetUp() override
     {
-        camera.emplace(Words{CAMERA_PROGRAM, "run", kLively, "--state", path("state"), "--metadata", path("m.xml")},
+        camera.emplace(Words{CAMERA_PROGRAM, "run", kLively, "--no-factory", "--state", path("state"), "--metadata",
+                             path("m.xml")},
                        kit::bothOutputs(path("camera.log")));
         ASSERT_TRUE(eventually([this] { return !address().empty() || !camera->runs(); }));
         owner.emplace(address());

@@ -42,8 +42,8 @@ protected:
     void startPipeline(const Words& more = {})
     {
         // Engines with rules write a document for each frame, also when nothing moves.
-        Words words = {PIPELINE_PROGRAM, kLively,    "--bus", bus.address(), "--state",
-                       path("state"),    "--config", config,  "-v",          "-v"};
+        Words words = {PIPELINE_PROGRAM, kLively,    "--no-factory", "--bus", bus.address(), "--state",
+                       path("state"),    "--config", config,         "-v",    "-v"};
         words.insert(words.end(), more.begin(), more.end());
         pipeline.emplace(words, kit::bothOutputs(path("pipeline.log")));
         ASSERT_TRUE(eventually([this] { return client.frames() > 0 || !pipeline->runs(); }));

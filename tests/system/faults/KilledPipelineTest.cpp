@@ -46,8 +46,8 @@ class KilledPipelineTest : public FaultTest {
 protected:
     void startTiny()
     {
-        pipeline.emplace(Words{PIPELINE_PROGRAM, "scene:size=64x64,fps=10,frames=0,objects=0", "--bus", bus.address(),
-                               "--state", path("state")},
+        pipeline.emplace(Words{PIPELINE_PROGRAM, "scene:size=64x64,fps=10,frames=0,objects=0", "--no-factory", "--bus",
+                               bus.address(), "--state", path("state")},
                          kit::bothOutputs(path("pipeline.log")));
     }
 

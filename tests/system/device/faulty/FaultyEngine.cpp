@@ -1,5 +1,5 @@
-// An engine that fails where FAULTY_WHERE says (create, frame, rules), as FAULTY_HOW says (exit, crash, hang). With
-// FAULTY_ONCE it makes that file first, and does not fail when the file is there.
+// An engine that fails where FAULTY_WHERE says (create, configure, frame, rules), as FAULTY_HOW says (exit, crash,
+// hang). With FAULTY_ONCE it makes that file first, and does not fail when the file is there.
 #include "camera/kit/EngineModule.h"
 #include "kit/FakeEngine.h"
 
@@ -48,6 +48,12 @@ public:
             failHere("frame");
             return true;
         };
+    }
+
+    bool isEngineConfiguration(const std::string& config) override
+    {
+        failHere("configure");
+        return FakeEngine::isEngineConfiguration(config);
     }
 
     std::vector<std::string> getSupportedRules() override
