@@ -235,6 +235,16 @@ Value choiceValue(const std::string& name, const Words& choices)
             }};
 }
 
+Value outputValue(const std::string& name, const Words& endings)
+{
+    return {name, Offer::files, {}, [endings](const std::string& what, const std::string& text) {
+                if (!endsIn(text, endings)) {
+                    throw UsageError(what + " takes a file whose name ends in " + joined(endings, " or ") + ", not '" +
+                                     text + "'.");
+                }
+            }};
+}
+
 Value wholeValue(const std::string& name, long long lowest, long long highest)
 {
     return {name, Offer::nothing, {}, [=](const std::string& what, const std::string& text) {

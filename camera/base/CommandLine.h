@@ -39,6 +39,8 @@ struct Value {
 Value nameValue(const std::string& name, Offer offer = Offer::nothing);
 Value choiceValue(const std::string& name, const std::vector<std::string>& choices);
 Value wholeValue(const std::string& name, long long lowest, long long highest);
+/// A file to be written, whose name ends in one of these, ".png" for instance.
+Value outputValue(const std::string& name, const std::vector<std::string>& endings);
 Value decimalValue(const std::string& name, double lowest, double highest);
 
 /// What the arguments of one command said, all of it checked.

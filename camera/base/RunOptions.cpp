@@ -114,9 +114,9 @@ Command videoCommand(const std::string& name, const std::string& summary)
     command.option("--place", readBy(placeOf, "NAME=PAN,TILT,ZOOM"),
                    "a preset of a PTZ camera, in degrees and magnification", kRepeatable);
     command.option("--tour", readBy(tourOf, "NAME[:SECONDS],..."), "start a tour of these presets");
-    command.option("--metadata", {"FILE", Offer::files}, "write the metadata documents");
-    command.option("--overlay", {"FILE.mp4", Offer::files}, "write the video with what the engines see");
-    command.option("--picture", {"FILE.png", Offer::files}, "write the frame with the most to see");
+    command.option("--metadata", outputValue("FILE.xml", {".xml"}), "write the metadata documents");
+    command.option("--overlay", outputValue("FILE.mp4", {".mp4"}), "write the video with what the engines see");
+    command.option("--picture", outputValue("FILE.png|FILE.jpg", {".png", ".jpg", ".jpeg"}), "write the frame with the most to see");
     command.option("--state", {"DIR", Offer::folders}, "keep settings in this folder over restarts");
     command.flag("--ptz", "a PTZ camera instead of a fixed one");
     command.option("--model", {"NAME|FILE.json", Offer::models}, "the model of a PTZ camera");

@@ -1,8 +1,10 @@
 #include "camera/base/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <sstream>
 
 namespace camera::base {
@@ -58,6 +60,14 @@ std::string joined(const std::vector<std::string>& words, const std::string& las
         text += (i == 0 ? "" : i + 1 == words.size() ? last : ", ") + words[i];
     }
     return text;
+}
+
+bool endsIn(const std::string& path, const std::vector<std::string>& endings)
+{
+    std::string ending = std::filesystem::path(path).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return std::find(endings.begin(), endings.end(), ending) != endings.end();
 }
 
 std::string utcText(std::int64_t seconds, const char* format)

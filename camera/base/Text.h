@@ -24,6 +24,9 @@ std::string shortNumber(double number);
 /// The words with commas between them; last stands between the last two: "a, b or c".
 std::string joined(const std::vector<std::string>& words, const std::string& last = ", ");
 
+/// Whether the name of a file ends in one of these, ".jpg" for instance, in small letters or capitals.
+bool endsIn(const std::string& path, const std::vector<std::string>& endings);
+
 /// A time in UTC, given in seconds since 1970, in a format of std::strftime: "2024-06-30 12:00:00 UTC" for instance.
 std::string utcText(std::int64_t seconds, const char* format = "%Y-%m-%d %H:%M:%S UTC");
 

@@ -1,6 +1,6 @@
 #include "camera/video/Overlay.h"
 
-#include "camera/video/PngWriter.h"
+#include "camera/video/PictureWriter.h"
 #include "camera/video/Timestamp.h"
 
 #include <cerrno>
@@ -91,7 +91,7 @@ void Overlay::finish()
 {
     if (_bestInterest && !_wrotePicture) {
         try {
-            writePng(_best, _files.picture);
+            writePicture(_best, _files.picture);
             _wrotePicture = true;
         } catch (const std::runtime_error& error) {
             _failed(error.what());

@@ -17,7 +17,7 @@ namespace camera::video {
 /// Where the overlay goes; an empty name leaves it out.
 struct OverlayFiles {
     std::string video;   ///< MP4
-    std::string picture; ///< PNG of the frame with the most to see
+    std::string picture; ///< PNG or JPEG of the frame with the most to see
 };
 
 /**

@@ -61,6 +61,14 @@ TEST(RunOptionsTest, readsEveryOptionInBothForms)
     EXPECT_EQ(2, options.camera.verbosity);
 }
 
+TEST(RunOptionsTest, takesOutputsOfEachKind)
+{
+    for (const std::string name : {"a.png", "a.JPG", "b.x.jpeg"}) {
+        EXPECT_EQ(name, parseRun({"a", "--picture", name}).picture);
+    }
+    EXPECT_EQ("A.MP4", parseRun({"a", "--overlay", "A.MP4"}).overlay);
+}
+
 TEST(RunOptionsTest, takesAPresetForACameraThatCanMove)
 {
     EXPECT_TRUE(parseRun({"a", "--preset", "Door"}).camera.ptz);
@@ -150,6 +158,13 @@ INSTANTIATE_TEST_SUITE_P(
                    "--frames takes a whole number from 1 to 1000000000000, not '99999999999999999999'."},
         RefusedRun{{"a", "--frames= 1"}, "--frames takes a whole number from 1 to 1000000000000, not ' 1'."},
         RefusedRun{{"a", "--frames=1 "}, "--frames takes a whole number from 1 to 1000000000000, not '1 '."},
+        RefusedRun{{"a", "--picture", "p.gif"},
+                   "--picture takes a file whose name ends in .png, .jpg or .jpeg, not 'p.gif'."},
+        RefusedRun{{"a", "--picture", ".png"},
+                   "--picture takes a file whose name ends in .png, .jpg or .jpeg, not '.png'."},
+        RefusedRun{{"a", "--overlay=o.avi"}, "--overlay takes a file whose name ends in .mp4, not 'o.avi'."},
+        RefusedRun{{"a", "--overlay="}, "--overlay takes a file whose name ends in .mp4, not ''."},
+        RefusedRun{{"a", "--metadata", "m"}, "--metadata takes a file whose name ends in .xml, not 'm'."},
         RefusedRun{{"a", "--state="}, "camera run: --state is given an empty value; see camera run --help."},
         RefusedRun{{"a", "--frames", "-1"}, "--frames takes a whole number from 1 to 1000000000000, not '-1'."}),
     [](const auto& info) { return kit::rowName(info.index, testing::PrintToString(info.param.words)); });

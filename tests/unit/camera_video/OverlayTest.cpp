@@ -2,7 +2,7 @@
 
 #include "camera/video/LibavLog.h"
 #include "camera/video/OverlayPainter.h"
-#include "camera/video/PngWriter.h"
+#include "camera/video/PictureWriter.h"
 #include "camera/video/Scene.h"
 #include "camera/video/Timestamp.h"
 #include "camera/video/VideoInput.h"
@@ -15,6 +15,7 @@
 
 #include <array>
 #include <filesystem>
+#include <map>
 
 namespace camera::video {
 namespace {
@@ -497,8 +498,30 @@ TEST_F(OverlayTest, saysWhenThereIsNoRoomForThePictureAndLeavesNoHalfOfIt)
     }
     const std::string path = (folder / "o.png").string();
     const ::kit::FileSizeLimit limit(500);
-    EXPECT_THROW(writePng(noisy, path), std::runtime_error);
+    EXPECT_THROW(writePicture(noisy, path), std::runtime_error);
     EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(OverlayTest, thePictureHasTheFormatThatItsNameEndsIn)
+{
+    RgbPicture picture = grey(101, 75);
+    for (int x = 0; x < 50; ++x) { // on the left red
+        for (int y = 0; y < 75; ++y) {
+            std::uint8_t* p = picture.pixels.data() + y * picture.strideBytes() + x * 3;
+            p[0] = 255;
+            p[1] = p[2] = 0;
+        }
+    }
+    for (const auto& [name, begin] : std::map<std::string, std::string>{
+             {"a.png", "\x89PNG"}, {"a.PNG", "\x89PNG"}, {"a.jpg", "\xFF\xD8\xFF"}, {"b.JPEG", "\xFF\xD8\xFF"}}) {
+        const std::string path = folder / name;
+        writePicture(picture, path);
+        EXPECT_EQ(begin, ::kit::contentOf(path).substr(0, begin.size())) << name;
+        VideoInput input(path);
+        const Frame shown = *input.next();
+        EXPECT_NEAR(81, shown.data.get()[30 * shown.strideBytes + 20], 4) << name; // the luma of red
+        EXPECT_NEAR(102, shown.data.get()[30 * shown.strideBytes + 80], 4) << name;
+    }
 }
 
 TEST_F(OverlayTest, fallsBackToAnotherEncoder)

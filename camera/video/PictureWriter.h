@@ -6,8 +6,8 @@
 
 namespace camera::video {
 
-/// Writes the picture as a PNG file, replacing what is there.
+/// Writes the picture as a file, replacing what is there: JPEG where the name ends in .jpg or .jpeg, else PNG.
 /// @throws std::runtime_error with one sentence naming the file; an incomplete file is removed.
-void writePng(const RgbPicture& picture, const std::string& path);
+void writePicture(const RgbPicture& picture, const std::string& path);
 
 } // namespace camera::video

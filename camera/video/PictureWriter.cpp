@@ -1,7 +1,9 @@
-#include "camera/video/PngWriter.h"
+#include "camera/video/PictureWriter.h"
 
+#include "camera/base/Text.h"
 #include "camera/video/Libav.h"
 #include "camera/video/LibavLog.h"
+#include "camera/video/Yuv.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -18,22 +20,47 @@ namespace {
                              "; name a file in a folder that can be written and has room.");
 }
 
+constexpr int kJpegQuality = 3; // 2 is the best, 31 the worst
+
+bool isJpeg(const std::string& path)
+{
+    return base::endsIn(path, {".jpg", ".jpeg"});
+}
+
 CodecPtr openEncoder(const RgbPicture& picture, const std::string& path)
 {
-    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
+    const bool jpeg = isJpeg(path);
+    const AVCodec* codec = avcodec_find_encoder(jpeg ? AV_CODEC_ID_MJPEG : AV_CODEC_ID_PNG);
     if (codec == nullptr) {
-        fail(path, "libavcodec has no PNG encoder");
+        fail(path, std::string("libavcodec has no encoder for ") + (jpeg ? "JPEG" : "PNG"));
     }
     CodecPtr encoder(avcodec_alloc_context3(codec));
     encoder->width = picture.width;
     encoder->height = picture.height;
-    encoder->pix_fmt = AV_PIX_FMT_RGB24;
+    encoder->pix_fmt = jpeg ? AV_PIX_FMT_YUVJ420P : AV_PIX_FMT_RGB24;
+    if (jpeg) {
+        encoder->flags |= AV_CODEC_FLAG_QSCALE;
+        encoder->global_quality = kJpegQuality * FF_QP2LAMBDA;
+    }
     encoder->time_base = AVRational{1, 25};
     const int status = avcodec_open2(encoder.get(), codec, nullptr);
     if (status < 0) {
         fail(path, libavStatusText(status));
     }
     return encoder;
+}
+
+void fill(AVFrame& frame, const RgbPicture& picture)
+{
+    if (frame.format == AV_PIX_FMT_YUVJ420P) {
+        libyuv::RAWToJ420(picture.pixels.data(), picture.strideBytes(), frame.data[0], frame.linesize[0], frame.data[1],
+                          frame.linesize[1], frame.data[2], frame.linesize[2], picture.width, picture.height);
+        return;
+    }
+    for (int y = 0; y < picture.height; ++y) {
+        std::memcpy(frame.data[0] + static_cast<std::ptrdiff_t>(y) * frame.linesize[0], picture.at(0, y),
+                    static_cast<std::size_t>(picture.strideBytes()));
+    }
 }
 
 PacketPtr encode(const RgbPicture& picture, const std::string& path)
@@ -44,15 +71,13 @@ PacketPtr encode(const RgbPicture& picture, const std::string& path)
     if (frame == nullptr || packet == nullptr) {
         throw std::bad_alloc();
     }
-    frame->format = AV_PIX_FMT_RGB24;
+    frame->format = encoder->pix_fmt;
     frame->width = picture.width;
     frame->height = picture.height;
     int status = av_frame_get_buffer(frame.get(), 0);
-    for (int y = 0; status >= 0 && y < picture.height; ++y) {
-        std::memcpy(frame->data[0] + static_cast<std::ptrdiff_t>(y) * frame->linesize[0], picture.at(0, y),
-                    static_cast<std::size_t>(picture.strideBytes()));
-    }
     if (status >= 0) {
+        fill(*frame, picture);
+        frame->quality = encoder->global_quality;
         status = avcodec_send_frame(encoder.get(), frame.get());
     }
     if (status >= 0) {
@@ -66,7 +91,7 @@ PacketPtr encode(const RgbPicture& picture, const std::string& path)
 
 } // namespace
 
-void writePng(const RgbPicture& picture, const std::string& path)
+void writePicture(const RgbPicture& picture, const std::string& path)
 {
     const PacketPtr packet = encode(picture, path);
     std::FILE* file = std::fopen(path.c_str(), "wb");
