@@ -1,5 +1,6 @@
 #include "camera/base/RunOptions.h"
 
+#include "camera/base/InputName.h"
 #include "camera/base/SceneParameters.h"
 
 #include <tuple>
@@ -87,6 +88,9 @@ Value inputValue()
             if (isSceneUrl(text)) {
                 parseSceneParameters(text);
             }
+            if ((text.compare(0, 5, "pipe:") == 0 && !isStandardInput(text)) || pathOfInput(text).empty()) {
+                throw UsageError("cannot read '" + text + "'; of pipes - or pipe:0 is read, of files file:PATH.");
+            }
         } catch (const std::exception& error) {
             throw UsageError(error.what());
         }
@@ -97,8 +101,9 @@ Value inputValue()
 Command videoCommand(const std::string& name, const std::string& summary)
 {
     Command command(name, summary);
-    command.takes(inputValue(), "a video file, a URL (rtsp://...), a video device (/dev/video0), or a generated scene "
-                                "(scene:name=value,...)");
+    command.takes(inputValue(), "a video file, a URL (rtsp://...), a video device (/dev/video0), a generated scene "
+                                "(scene:name=value,...), or - for the standard input; a name that begins like one of "
+                                "these is a file behind file:");
     command.option("--config", {"FILE.xml", Offer::files}, "store this configuration at the start", kRepeatable);
     command.flag("--no-factory", "a new camera begins without the modules of the factory configuration");
     command.option("--orientation", choiceValue("DEGREES", {"0", "90", "180", "270"}),
@@ -116,7 +121,8 @@ Command videoCommand(const std::string& name, const std::string& summary)
     command.option("--tour", readBy(tourOf, "NAME[:SECONDS],..."), "start a tour of these presets");
     command.option("--metadata", outputValue("FILE.xml", {".xml"}), "write the metadata documents");
     command.option("--overlay", outputValue("FILE.mp4", {".mp4"}), "write the video with what the engines see");
-    command.option("--picture", outputValue("FILE.png|FILE.jpg", {".png", ".jpg", ".jpeg"}), "write the frame with the most to see");
+    command.option("--picture", outputValue("FILE.png|FILE.jpg", {".png", ".jpg", ".jpeg"}),
+                   "write the frame with the most to see");
     command.option("--state", {"DIR", Offer::folders}, "keep settings in this folder over restarts");
     command.flag("--ptz", "a PTZ camera instead of a fixed one");
     command.option("--model", {"NAME|FILE.json", Offer::models}, "the model of a PTZ camera");
@@ -216,6 +222,9 @@ PipelineOptions pipelineOptions(const Arguments& arguments)
 
 bool isBatch(const RunOptions& options)
 {
+    if (isReadOnce(options.input)) {
+        return true;
+    }
     return !options.realSpeed || options.oneshot || options.frames != 0;
 }
 

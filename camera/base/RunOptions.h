@@ -69,7 +69,7 @@ struct PipelineOptions {
     std::string counts;          ///< the file with what the processes of the run leave to each other; empty: none
 };
 
-/// Whether the run is to end by itself: a crash is then no interruption but a failure.
+/// Whether the run is to end by itself, with its input for instance: a crash is then no interruption but a failure.
 bool isBatch(const RunOptions& options);
 
 /// The commands `camera run` and camera-pipeline, which has some more options, without their functions.

@@ -1,5 +1,6 @@
 #include "camera/cli/SuperviseCommand.h"
 
+#include "camera/base/InputName.h"
 #include "camera/base/PluginPath.h"
 #include "camera/store/StateFolder.h"
 #include "camera/supervisor/Supervisor.h"
@@ -96,6 +97,11 @@ int superviseCamera(const base::Arguments& arguments, base::Console& console)
     };
     plan.plugin = options.camera.plugin.empty() ? "libdetection.so" : options.camera.plugin;
     plan.batch = base::isBatch(options);
+    plan.readOnce = base::isReadOnce(options.input);
+    if (plan.readOnce && options.restarts.value_or(0) != 0) {
+        throw base::UsageError("camera run: --restarts needs an input that can be read again, and what was read of '" +
+                               options.input + "' is gone.");
+    }
     plan.restarts = options.restarts.value_or(plan.batch ? 0 : plan.restarts);
     plan.watchdog = {std::chrono::seconds(options.watchdogSeconds),
                      std::chrono::seconds(options.watchdogFramesSeconds)};

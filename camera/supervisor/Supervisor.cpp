@@ -270,8 +270,9 @@ void Supervisor::pipelineEnded(const Exit& exit)
         return startAgain(_pipeline, what);
     }
     const std::string often = _options.batch ? "" : " before the first frame, " + std::to_string(_crashes) + " times";
-    _report(what + often + "; the run with the plug-in '" + _options.plugin +
-            "' ends (--restarts N starts the pipeline again)");
+    _report(what + often + "; the run with the plug-in '" + _options.plugin + "' ends (" +
+            (_options.readOnce ? "what was read of the input is gone" : "--restarts N starts the pipeline again") +
+            ")");
     _outcome = 1;
 }
 

@@ -38,6 +38,8 @@ struct SupervisorOptions {
     std::string plugin;
     /// A run that is to end by itself: every crash of the pipeline counts, else those before the first frame.
     bool batch = false;
+    /// What the pipeline has read of its input is gone after a crash, so it is not started again.
+    bool readOnce = false;
     /// How often a pipeline is started again before the next crash that counts ends the run.
     unsigned int restarts = 2;
     Watchdog::Options watchdog;

@@ -1,5 +1,6 @@
 #include "camera/video/Demuxer.h"
 
+#include "camera/base/InputName.h"
 #include "camera/video/LibavLog.h"
 
 #include <filesystem>
@@ -22,12 +23,12 @@ std::string quoted(const std::string& input)
 
 bool isUrl(const std::string& input)
 {
-    return input.find("://") != std::string::npos;
+    return !base::isFileUrl(input) && input.find("://") != std::string::npos;
 }
 
 bool isVideoDevice(const std::string& input)
 {
-    return input.compare(0, 10, "/dev/video") == 0;
+    return base::pathOfInput(input).compare(0, 10, "/dev/video") == 0;
 }
 
 int shouldStop(void* flag)
@@ -40,7 +41,8 @@ int shouldStop(void* flag)
 void checkFile(const std::string& input)
 {
     std::error_code error;
-    const fs::file_status status = fs::status(input, error);
+    const std::string path = base::pathOfInput(input);
+    const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) {
         const bool hidden = error && error != std::errc::no_such_file_or_directory;
         throw std::runtime_error("cannot open " + quoted(input) + ": " +
@@ -50,7 +52,7 @@ void checkFile(const std::string& input)
     if (fs::is_directory(status)) {
         throw std::runtime_error("cannot open " + quoted(input) + ": it is a directory; name one video file in it.");
     }
-    if (fs::is_regular_file(status) && fs::file_size(input, error) == 0) {
+    if (fs::is_regular_file(status) && fs::file_size(path, error) == 0) {
         throw std::runtime_error("cannot read " + quoted(input) + ": the file is empty; name a video file.");
     }
 }
@@ -72,7 +74,9 @@ std::string reason(int status)
                                  "; make the file readable for this user.");
     }
     throw std::runtime_error(quoted(input) + " is not a video that can be read: " + reason(status) +
-                             "; name a whole video file.");
+                             (base::isReadOnce(input) ? "; a pipe takes what is read from its beginning, MPEG-TS or "
+                                                        "Matroska for instance."
+                                                      : "; name a whole video file."));
 }
 
 AVDictionary* optionsFor(const std::string& input)
@@ -93,7 +97,9 @@ Demuxer::Demuxer(const std::string& input, const std::atomic<bool>* stop) : _sto
 {
     static std::once_flag registered;
     std::call_once(registered, avdevice_register_all);
-    if (!isUrl(input)) {
+    if (base::isReadOnce(input)) {
+        _pipe.emplace(input, stop);
+    } else if (!isUrl(input)) {
         checkFile(input);
     }
     open(input);
@@ -106,12 +112,14 @@ void Demuxer::open(const std::string& input)
     if (opened == nullptr) {
         throw std::bad_alloc();
     }
+    opened->pb = _pipe ? _pipe->context() : nullptr;
     opened->interrupt_callback = {shouldStop, const_cast<std::atomic<bool>*>(_stop)};
     const AVInputFormat* format = isVideoDevice(input) ? av_find_input_format("video4linux2,v4l2") : nullptr;
     AVDictionary* options = optionsFor(input);
     clearLibavError();
     // A name with a colon in it must not be taken for a protocol.
-    const std::string address = isUrl(input) || isVideoDevice(input) ? input : "file:" + input;
+    const std::string path = base::pathOfInput(input);
+    const std::string address = _pipe ? "" : isUrl(input) || isVideoDevice(input) ? path : "file:" + path;
     const int status = avformat_open_input(&opened, address.c_str(), format, &options);
     av_dict_free(&options);
     if (status < 0) {

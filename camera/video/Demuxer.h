@@ -1,15 +1,17 @@
 #pragma once
 
 #include "camera/video/Libav.h"
+#include "camera/video/PipeInput.h"
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace camera::video {
 
 /**
- * One opened file, URL or device, reduced to the packets of its best video stream. Thread-bound.
+ * One opened file, URL, device or pipe, reduced to the packets of its best video stream. Thread-bound.
  * The demuxer's library shares an XML parser with others: close it before anything cleans that parser up.
  */
 class Demuxer {
@@ -42,6 +44,7 @@ private:
     void open(const std::string& input);
     void findStream(const std::string& input);
 
+    std::optional<PipeInput> _pipe;
     DemuxerPtr _context;
     const std::atomic<bool>* _stop;
     int _streamIndex = -1;

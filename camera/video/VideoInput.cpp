@@ -1,5 +1,6 @@
 #include "camera/video/VideoInput.h"
 
+#include "camera/base/InputName.h"
 #include "camera/video/LibavLog.h"
 #include "camera/video/Timestamp.h"
 
@@ -157,6 +158,9 @@ std::optional<Frame> VideoInput::next()
     }
     _ended = true;
     if (!stopped) {
+        if (_options.loop && base::isReadOnce(_input)) {
+            _options.tell("'" + _input + "' has ended; what comes through a pipe is read once");
+        }
         reportDamage();
     }
     return std::nullopt;

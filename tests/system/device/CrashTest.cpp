@@ -95,6 +95,20 @@ TEST_F(CrashTest, aBatchThatMayRestartGoesOn)
     EXPECT_THAT(done.err, HasSubstr("starting it again"));
 }
 
+TEST_F(CrashTest, endsARunThatReadsAPipeWithOneBecauseWhatWasReadIsGone)
+{
+    const std::string film = path("film.mp4");
+    ASSERT_EQ(0, camera({"run", kScene, "--speed", "max", "--overlay", film}).exitCode);
+    fails("frame", "crash", true);
+    const Finished done = system_tests::run(
+        {"/bin/sh", "-c", "cat \"$2\" | \"$1\" run - --engine \"$3\"", "sh", CAMERA_PROGRAM, film, FAULTY_ENGINE});
+    EXPECT_EQ(1, done.exitCode);
+    EXPECT_THAT(done.err, AllOf(HasSubstr("what was read of the input is gone"), Not(HasSubstr("starting it again"))));
+    const Finished refused = camera({"run", "-", "--restarts", "1"});
+    EXPECT_EQ(2, refused.exitCode);
+    EXPECT_THAT(refused.err, HasSubstr("--restarts needs an input that can be read again"));
+}
+
 TEST_F(CrashTest, aHangingFrameIsToldWithItsEngineAndEndedWhenAsked)
 {
     fails("frame", "hang", true);

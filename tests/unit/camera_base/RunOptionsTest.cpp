@@ -78,6 +78,7 @@ TEST(RunOptionsTest, takesWhatFollowsTwoDashesForTheInput)
 {
     EXPECT_EQ("-strange.mp4", parseRun({"--", "-strange.mp4"}).input);
     EXPECT_EQ("-", parseRun({"-"}).input);
+    EXPECT_EQ("pipe:0", parseRun({"pipe:0"}).input);
 }
 
 struct RefusedRun {
@@ -165,6 +166,8 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedRun{{"a", "--overlay=o.avi"}, "--overlay takes a file whose name ends in .mp4, not 'o.avi'."},
         RefusedRun{{"a", "--overlay="}, "--overlay takes a file whose name ends in .mp4, not ''."},
         RefusedRun{{"a", "--metadata", "m"}, "--metadata takes a file whose name ends in .xml, not 'm'."},
+        RefusedRun{{"pipe:1"}, "cannot read 'pipe:1'; of pipes - or pipe:0 is read, of files file:PATH."},
+        RefusedRun{{"file:"}, "cannot read 'file:'; of pipes - or pipe:0 is read, of files file:PATH."},
         RefusedRun{{"a", "--state="}, "camera run: --state is given an empty value; see camera run --help."},
         RefusedRun{{"a", "--frames", "-1"}, "--frames takes a whole number from 1 to 1000000000000, not '-1'."}),
     [](const auto& info) { return kit::rowName(info.index, testing::PrintToString(info.param.words)); });

@@ -10,7 +10,12 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <thread>
 
 namespace camera::video {
 namespace {
@@ -98,6 +103,54 @@ TEST_F(VideoInputTest, startsAtTheWallClock)
     const std::int64_t time = nanosecondsOf(*input.next());
     EXPECT_GE(time, before);
     EXPECT_LE(time, wallClockNanoseconds());
+}
+
+TEST_F(VideoInputTest, takesAFileByItsSchemeWhateverItsName)
+{
+    std::filesystem::rename(sceneVideo(), folder / "scene:x");
+    for (const std::string scheme : {"file:", "file://"}) {
+        EXPECT_EQ(320, VideoInput(scheme + (folder / "scene:x").string()).width());
+    }
+    EXPECT_THAT(kit::refusalOf([&] { VideoInput("file:" + (folder / "none").string()); }),
+                testing::HasSubstr("there is no such file"));
+}
+
+TEST_F(VideoInputTest, readsAFifoOnceAndSaysSo)
+{
+    const std::string video = sceneVideo();
+    const std::string fifo = (folder / "fifo").string();
+    ASSERT_EQ(0, ::mkfifo(fifo.c_str(), 0600));
+    std::thread writer(
+        [&] { std::ofstream(fifo, std::ios::binary) << std::ifstream(video, std::ios::binary).rdbuf(); });
+    std::vector<std::string> told;
+    VideoInputOptions options;
+    options.loop = true;
+    options.tell = [&told](const std::string& sentence) { told.push_back(sentence); };
+    VideoInput input(fifo, options);
+    EXPECT_FALSE(input.live());
+    int frames = 0;
+    while (input.next()) {
+        ++frames;
+    }
+    writer.join();
+    int whole = 0;
+    for (VideoInput file(video); file.next();) {
+        ++whole;
+    }
+    EXPECT_EQ(whole, frames);
+    EXPECT_THAT(told, testing::ElementsAre("'" + fifo + "' has ended; what comes through a pipe is read once"));
+}
+
+TEST_F(VideoInputTest, waitsForTheWriterOfAFifoUntilItIsStopped)
+{
+    const std::string fifo = (folder / "fifo").string();
+    ASSERT_EQ(0, ::mkfifo(fifo.c_str(), 0600));
+    std::atomic<bool> stop{false};
+    VideoInputOptions options;
+    options.stop = &stop;
+    std::thread stopper([&stop] { stop = true; });
+    EXPECT_THROW(VideoInput(fifo, options), std::runtime_error);
+    stopper.join();
 }
 
 TEST_F(VideoInputTest, timesGrowOverLoops)
