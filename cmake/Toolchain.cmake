@@ -16,6 +16,10 @@ endif()
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+  # One cache then serves every clone and every build folder, also one outside of the tree that names another base.
+  if(NOT DEFINED ENV{CCACHE_BASEDIR})
+    list(PREPEND CMAKE_CXX_COMPILER_LAUNCHER env "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1)
+  endif()
 endif()
 
 # Fused operations are written as such, so every architecture computes the same integers.
