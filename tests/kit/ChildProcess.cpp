@@ -122,6 +122,18 @@ void take(int& descriptor, std::string& text)
 
 } // namespace
 
+bool hasTerminals()
+{
+    int main = -1;
+    int side = -1;
+    if (::openpty(&main, &side, nullptr, nullptr, nullptr) != 0) {
+        return false;
+    }
+    ::close(main);
+    ::close(side);
+    return true;
+}
+
 ChildProcess::ChildProcess(const std::vector<std::string>& words, const ChildSettings& settings)
 {
     std::vector<std::string> copies = words;

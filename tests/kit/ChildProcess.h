@@ -32,6 +32,9 @@ inline ChildSettings bothOutputs(const std::string& outFile = "")
     return settings;
 }
 
+/// Whether this system gives terminals: a plain container may have no /dev/pts.
+bool hasTerminals();
+
 /// What a process left that has ended.
 struct Finished {
     int exitCode = 0; ///< or minus the signal that ended it

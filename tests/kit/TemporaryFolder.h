@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -11,11 +11,14 @@
 
 namespace kit {
 
-/// The whole of a file; empty when there is none.
+/// The whole of a file; empty when there is none. What cannot be read ends it: an iterator would throw where a process
+/// ends whose file of /proc this is.
 inline std::string contentOf(const std::filesystem::path& file)
 {
     std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
 }
 
 inline std::vector<std::string> linesOf(const std::filesystem::path& file)

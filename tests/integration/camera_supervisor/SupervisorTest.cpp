@@ -8,9 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
-#include <fstream>
 #include <future>
-#include <sstream>
 
 // The library keeps a little of each attempt to connect that fails, as all do while the bus is away.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
@@ -535,10 +533,7 @@ protected:
         std::vector<std::string> found;
         std::error_code ignored;
         for (const fs::directory_entry& entry : fs::directory_iterator("/proc", ignored)) {
-            std::ifstream file(entry.path() / "cmdline");
-            std::ostringstream words; // takes nothing from a process that ends just now, where an iterator would throw
-            words << file.rdbuf();
-            if (words.str().find(folder.path().string()) != std::string::npos) {
+            if (kit::contentOf(entry.path() / "cmdline").find(folder.path().string()) != std::string::npos) {
                 found.push_back(entry.path().filename());
             }
         }

@@ -60,6 +60,16 @@ TEST(ChildProcessTest, tellsWhenAProgramIsMissing)
     EXPECT_EQ(run({"/no/such/program"}).exitCode, 127);
 }
 
+TEST(ChildProcessTest, givesItATerminal)
+{
+    if (!hasTerminals()) {
+        GTEST_SKIP() << "there are no terminals here";
+    }
+    ChildSettings settings;
+    settings.terminal = true;
+    EXPECT_EQ(run(shell("test -t 1 && echo terminal"), settings).out, "terminal\r\n");
+}
+
 TEST(ChildProcessTest, givesItWhatTheSettingsSay)
 {
     const TemporaryFolder folder;
@@ -67,9 +77,6 @@ TEST(ChildProcessTest, givesItWhatTheSettingsSay)
     settings.environment = {"KIT_WORD=value", "PATH=/nowhere:/bin:/usr/bin"};
     settings.joined = true;
     EXPECT_EQ(run(shell("echo $KIT_WORD $PATH; echo err >&2"), settings).out, "value /nowhere:/bin:/usr/bin\nerr\n");
-    settings = {};
-    settings.terminal = true;
-    EXPECT_EQ(run(shell("test -t 1 && echo terminal"), settings).out, "terminal\r\n");
     settings = {};
     settings.outFile = folder / "out";
     run(shell("echo first"), settings);
