@@ -29,13 +29,13 @@ public:
     Engines make(void* logContext, const std::shared_ptr<analytics_lib::IAnalyticsPtz>& ptz);
 
     /// One of each engine, in their order.
-    const std::vector<std::shared_ptr<const EngineRecord>>& records() const { return _records; }
+    const std::vector<std::shared_ptr<EngineRecord>>& records() const { return _records; }
 
 private:
     const EngineSource _source;
     const std::vector<EngineModule> _modules;
     const EngineRecord::Listener _activeChanged;
-    std::vector<std::shared_ptr<const EngineRecord>> _records;
+    std::vector<std::shared_ptr<EngineRecord>> _records;
 };
 
 } // namespace camera::framework

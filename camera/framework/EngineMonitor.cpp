@@ -1,5 +1,8 @@
 #include "camera/framework/EngineMonitor.h"
 
+#include "camera/base/Contained.h"
+
+#include <exception>
 #include <utility>
 
 namespace camera::framework {
@@ -99,9 +102,22 @@ auto EngineMonitor::forwarded(const char* name, const Operation& operation) cons
     return guarded(operation);
 }
 
+template <class Operation>
+void EngineMonitor::forwardedToTheEnd(const char* name, const Operation& operation) const
+{
+    const bool duringADestructor = _record->_pluginEnds || std::uncaught_exceptions() > 0; // also of a failed start
+    if (!duringADestructor) {
+        forwarded(name, operation);
+        return;
+    }
+    base::contained("engines", name + _record->_ofEngine + " failed", [&] { forwarded(name, operation); });
+}
+
 std::string EngineMonitor::getName() const
 {
-    return forwarded("getName", [&] { return _engine->getName(); });
+    std::string name = _record->_name;
+    forwardedToTheEnd("getName", [&] { name = _engine->getName(); });
+    return name;
 }
 
 bool EngineMonitor::isEngineConfiguration(const std::string& config)
@@ -172,7 +188,7 @@ void EngineMonitor::releaseRuleSet(IRuleSet* ruleSet)
     if (ruleSet == _record->_active) {
         _record->setActive(nullptr);
     }
-    forwarded("releaseRuleSet", [&] { _engine->releaseRuleSet(ruleSet); });
+    forwardedToTheEnd("releaseRuleSet", [&] { _engine->releaseRuleSet(ruleSet); });
 }
 
 bool EngineMonitor::activateRuleSet(IRuleSet* ruleSet)
@@ -187,7 +203,7 @@ bool EngineMonitor::activateRuleSet(IRuleSet* ruleSet)
 void EngineMonitor::clearAllRules()
 {
     _record->setActive(nullptr);
-    forwarded("clearAllRules", [&] { _engine->clearAllRules(); });
+    forwardedToTheEnd("clearAllRules", [&] { _engine->clearAllRules(); });
 }
 
 } // namespace camera::framework

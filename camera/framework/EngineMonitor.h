@@ -46,6 +46,10 @@ public:
     std::uint64_t exceptions() const { return _exceptions.load(std::memory_order_relaxed); }
     FrameTimes frameTimes() const;
 
+    /// The plug-in is destroyed next. From then on what the engine throws is logged and not passed on, because the
+    /// plug-in's destructor would end the process. Thread: the control thread.
+    void pluginEnds() { _pluginEnds = true; }
+
 private:
     friend class EngineMonitor;
 
@@ -57,6 +61,7 @@ private:
     const base::Activity::Label _frame;
     const Listener _activeChanged;
     analytics_lib::IRuleSet* _active = nullptr; // control thread
+    bool _pluginEnds = false;                   // control thread
     std::atomic<std::uint64_t> _calls{0};       // without onFrame
     std::atomic<std::uint64_t> _exceptions{0};
 
@@ -71,8 +76,8 @@ private:
  * can be seen from there.
  *
  * Thread: each operation on the thread that the engine interface names for it. An exception of the engine is counted
- * and passed on. A frame allocates nothing and takes no lock. What the engine is called for can be seen from outside
- * the process, see base::Activity.
+ * and passed on, but not to a destructor of the plug-in. A frame allocates nothing and takes no lock. What the engine
+ * is called for can be seen from outside the process, see base::Activity.
  */
 class EngineMonitor final : public analytics_lib::IOnvifAnalytics {
 public:
@@ -102,6 +107,8 @@ private:
     auto guarded(const Operation& operation) const; // counts an exception
     template <class Operation>
     auto forwarded(const char* name, const Operation& operation) const; // counts the call too
+    template <class Operation>
+    void forwardedToTheEnd(const char* name, const Operation& operation) const; // what the plug-in's destructor calls
 
     const std::shared_ptr<analytics_lib::IOnvifAnalytics> _engine;
     const std::shared_ptr<EngineRecord> _record;

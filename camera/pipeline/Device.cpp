@@ -284,6 +284,9 @@ void Device::Impl::destroy()
         filter->OnDisconnectSink(&_output);
     }
     _input.reset();
+    for (const auto& engine : engines->records()) {
+        engine->pluginEnds();
+    }
     _plugin.reset();
     // The plug-in leaves some of its registrations behind: their context is gone now.
     positioningAdapter->discardRegistrations();

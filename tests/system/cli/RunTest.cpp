@@ -1,6 +1,7 @@
 #include "CameraTest.h"
 
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -149,6 +150,24 @@ TEST_F(RunTest, goesOnWhereTheTimeOfItsLastFrameCannotBeKeptAndSaysSoOnce)
     EXPECT_EQ(0, done.exitCode);
     EXPECT_EQ(1U, count(done.err, "the time of the last frame cannot be kept"));
     EXPECT_THAT(done.out, HasSubstr("  frames    30 in "));
+}
+
+TEST_F(RunTest, leavesATimeBehindThatIsFarInTheFutureAndSaysSo)
+{
+    const auto lastTime = [this] { return std::stoll(read(state() + "/last-frame-time")) / 1'000'000'000; };
+    const auto runAt = [this](std::time_t time) {
+        std::filesystem::create_directories(state());
+        write("state/last-frame-time", std::to_string(time) + "000000000\n");
+        return on({"run", "scene:size=64x64,frames=3", "--speed", "max"});
+    };
+    const std::time_t now = std::time(nullptr);
+    const Finished wrong = runAt(now + 8000);
+    EXPECT_EQ(0, wrong.exitCode);
+    EXPECT_EQ(1U, count(wrong.err, "which is in the future; the times of this run begin with the clock")) << wrong.err;
+    EXPECT_LT(lastTime(), now + 7200);
+    const Finished ahead = runAt(now + 3000); // a run at full speed ends so far ahead
+    EXPECT_EQ("", ahead.err);
+    EXPECT_GE(lastTime(), now + 3000);
 }
 
 TEST_F(RunTest, keepsNothingWithoutAStateFolder)

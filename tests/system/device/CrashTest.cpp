@@ -71,6 +71,31 @@ TEST_F(CrashTest, exitCalledByAnEngineIsACrash)
     EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
 }
 
+// Also when it is no std::exception, wherever the engine is called.
+TEST_F(CrashTest, whatAnEngineThrowsIsToldAndEndsNoProcess)
+{
+    for (const std::string where : {"create", "name", "handler", "frame", "end"}) {
+        fails(where, "throw", false);
+        const Finished done = runToItsEnd({"--frames", "3", "--speed", "max"});
+        EXPECT_THAT(done.exitCode, AnyOf(0, 1)) << where;
+        EXPECT_THAT(done.err, HasSubstr("an exception of an unknown type")) << where;
+        EXPECT_THAT(done.err, AllOf(Not(HasSubstr("signal")), Not(HasSubstr("ended with exit code")))) << where;
+        EXPECT_EQ(where == "frame", done.err.find("3 frames could not be analysed") != std::string::npos) << done.err;
+    }
+}
+
+TEST_F(CrashTest, whatAnEngineThrowsIsTheAnswerToAQuestion)
+{
+    fails("rules", "throw", false);
+    RunningCamera camera(state(), {kLively, "--engine", FAULTY_ENGINE});
+    ASSERT_TRUE(camera.serves()) << camera.err();
+    const Finished asked = camera.command({"rules", "types"});
+    EXPECT_EQ(1, asked.exitCode);
+    EXPECT_EQ(1U, count(asked.err, "\n")) << asked.err;
+    EXPECT_TRUE(camera.waitForFrames(1));
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
+}
+
 TEST_F(CrashTest, theFirstCrashOfABatchEndsItWithOne)
 {
     const std::vector<Words> batches = {

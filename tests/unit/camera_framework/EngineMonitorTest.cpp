@@ -2,6 +2,7 @@
 #include "camera/framework/EngineMonitor.h"
 
 #include "kit/FakeEngine.h"
+#include "kit/LogLines.h"
 
 #include <gmock/gmock.h>
 
@@ -166,6 +167,30 @@ TEST_F(EngineMonitorTest, countsEveryExceptionAndPassesItOn)
     EXPECT_EQ(record->exceptions(), 5u);
     EXPECT_EQ(record->calls(), 6u);
     EXPECT_EQ(record->frameTimes().count, 2u) << "a frame that fails takes time too";
+}
+
+TEST_F(EngineMonitorTest, passesNoExceptionToAPluginThatIsDestroyed)
+{
+    const kit::LogLines log;
+    for (const char* call : {"getName", "clearAllRules", "releaseRuleSet"}) {
+        engine->before[call] = [] { throw 7; };
+    }
+    struct FailedStart {
+        EngineMonitor& engine;
+        ~FailedStart() { engine.clearAllRules(); }
+    };
+    EXPECT_EQ(thrown([this] {
+                  const FailedStart start{*monitor};
+                  throw 5;
+              }),
+              5);
+    record->pluginEnds();
+    EXPECT_NO_THROW(monitor->clearAllRules());
+    EXPECT_NO_THROW(monitor->releaseRuleSet(first));
+    EXPECT_EQ(monitor->getName(), record->name());
+    EXPECT_EQ(record->exceptions(), 3u);
+    EXPECT_THAT(log.lines(), testing::Contains(testing::HasSubstr("clearAllRules of engine '" + record->name() +
+                                                                  "' failed: an exception of an unknown type")));
 }
 
 TEST_F(EngineMonitorTest, measuresTheFrames)

@@ -1,5 +1,6 @@
-// An engine that fails where FAULTY_WHERE says (create, configure, frame, rules), as FAULTY_HOW says (exit, crash,
-// hang). With FAULTY_ONCE it makes that file first, and does not fail when the file is there.
+// An engine that fails where FAULTY_WHERE says (create, name, configure, handler, frame, rules, end), as FAULTY_HOW
+// says (exit, crash, hang, throw: what is no std::exception). With FAULTY_ONCE it makes that file first, and does not
+// fail when the file is there.
 #include "camera/kit/EngineModule.h"
 #include "kit/FakeEngine.h"
 
@@ -33,6 +34,9 @@ void failHere(const std::string& where)
         ::signal(SIGSEGV, SIG_DFL);
         ::raise(SIGSEGV);
     }
+    if (how == "throw") {
+        throw 7;
+    }
     for (;;) {
         ::pause();
     }
@@ -54,6 +58,24 @@ public:
     {
         failHere("configure");
         return FakeEngine::isEngineConfiguration(config);
+    }
+
+    std::string getName() const override
+    {
+        failHere("name");
+        return FakeEngine::getName();
+    }
+
+    void setEventHandler(analytics_lib::IEventHandler* handler) override
+    {
+        failHere("handler");
+        FakeEngine::setEventHandler(handler);
+    }
+
+    void clearAllRules() override
+    {
+        failHere("end");
+        FakeEngine::clearAllRules();
     }
 
     std::vector<std::string> getSupportedRules() override
