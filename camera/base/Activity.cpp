@@ -1,13 +1,11 @@
 #include "camera/base/Activity.h"
 
-#include "camera/base/FileDescriptor.h"
+#include "camera/base/MappedFile.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <stdexcept>
-#include <sys/mman.h>
 
 namespace camera::base {
 
@@ -43,30 +41,14 @@ Activity& Activity::instance()
     return activity;
 }
 
-Activity::Activity() = default;
-
-Activity::~Activity()
-{
-    if (_page != &_own) {
-        ::munmap(_page, sizeof *_page);
-    }
-}
-
 void Activity::map(const std::filesystem::path& file, int flags)
 {
-    const FileDescriptor opened(::open(file.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | flags, 0600));
-    void* memory = MAP_FAILED;
-    if (opened && ::ftruncate(opened.get(), sizeof(Page)) == 0) {
-        memory = ::mmap(nullptr, sizeof(Page), PROT_READ | PROT_WRITE, MAP_SHARED, opened.get(), 0);
-    }
-    if (memory == MAP_FAILED) {
+    const std::shared_ptr<Page> page = mapFile<Page>(file, flags);
+    if (!page) {
         throw std::runtime_error("the file '" + file.string() + "' cannot be used: " + std::strerror(errno) +
                                  "; make room on the disk");
     }
-    if (_page != &_own) {
-        ::munmap(_page, sizeof *_page);
-    }
-    _page = static_cast<Page*>(memory);
+    _page = page;
 }
 
 void Activity::create(const std::filesystem::path& file)

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -56,8 +57,7 @@ public:
     /// Of this process.
     static Activity& instance();
 
-    Activity();
-    ~Activity();
+    Activity() = default;
     Activity(const Activity&) = delete;
     Activity& operator=(const Activity&) = delete;
 
@@ -99,8 +99,7 @@ private:
     Label read(Kind kind) const;
     Slot& slot(Kind kind) const { return _page->slots[kind == Kind::frame ? 0 : 1]; }
 
-    Page _own{};
-    Page* _page = &_own;
+    std::shared_ptr<Page> _page = std::make_shared<Page>();
 };
 
 } // namespace camera::base

@@ -18,10 +18,13 @@ bool replace(const std::filesystem::path& file, const std::string& content, bool
     const std::filesystem::path unfinished = file.string() + ".new";
     ::unlink(unfinished.c_str()); // one that was left, of whatever kind
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    const FileDescriptor descriptor(::open(unfinished.c_str(), kFlags, S_IRUSR | S_IWUSR));
+    const FileDescriptor descriptor(
+        uninterrupted([&] { return ::open(unfinished.c_str(), kFlags, S_IRUSR | S_IWUSR); }));
     const auto size = static_cast<ssize_t>(content.size());
-    const bool written = descriptor && ::write(descriptor.get(), content.data(), content.size()) == size &&
-                         (!durably || ::fsync(descriptor.get()) == 0);
+    const bool written =
+        descriptor &&
+        uninterrupted([&] { return ::write(descriptor.get(), content.data(), content.size()); }) == size &&
+        (!durably || uninterrupted([&] { return ::fsync(descriptor.get()); }) == 0);
     if (!written || ::rename(unfinished.c_str(), file.c_str()) != 0) {
         ::unlink(unfinished.c_str());
         return false;
@@ -49,11 +52,11 @@ bool replaceFileDurably(const std::filesystem::path& file, const std::string& co
 
 void syncToDisk(const std::filesystem::path& path)
 {
-    const FileDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const FileDescriptor descriptor(uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
     if (!descriptor) {
         throw std::filesystem::filesystem_error("open", path, {errno, std::generic_category()});
     }
-    const int error = ::fsync(descriptor.get()) == 0 ? 0 : errno;
+    const int error = uninterrupted([&] { return ::fsync(descriptor.get()); }) == 0 ? 0 : errno;
     if (error != 0 && error != EINVAL) { // a file system that cannot sync a folder says so with EINVAL
         throw std::filesystem::filesystem_error("sync", path, {error, std::generic_category()});
     }
@@ -61,7 +64,9 @@ void syncToDisk(const std::filesystem::path& path)
 
 void renameDurably(const std::filesystem::path& from, const std::filesystem::path& to)
 {
-    std::filesystem::rename(from, to);
+    if (uninterrupted([&] { return ::rename(from.c_str(), to.c_str()); }) != 0) {
+        throw std::filesystem::filesystem_error("rename", from, to, {errno, std::generic_category()});
+    }
     syncToDisk(to.parent_path());
 }
 

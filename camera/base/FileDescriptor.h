@@ -1,9 +1,21 @@
 #pragma once
 
+#include <cerrno>
 #include <unistd.h>
 #include <utility>
 
 namespace camera::base {
+
+/// What a call of the system returns; it is made again when a signal ends it.
+template <class Call>
+auto uninterrupted(const Call& call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
 
 /// A file descriptor that is closed with its owner. Reentrant.
 class FileDescriptor {

@@ -53,7 +53,8 @@ void takeFolder(const fs::path& folder)
         takeFolder(folder.parent_path());
         return takeFolder(folder);
     }
-    const base::FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    const base::FileDescriptor descriptor(base::uninterrupted([&] { return ::open(folder.c_str(), kFlags); }));
     if (!descriptor || ::fstat(descriptor.get(), &found) != 0) {
         throwSystemError();
     }
@@ -66,8 +67,8 @@ void takeFolder(const fs::path& folder)
 base::FileDescriptor takeFile(const fs::path& file)
 {
     constexpr mode_t kMode = S_IRUSR | S_IWUSR;
-    base::FileDescriptor descriptor(
-        ::open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, kMode));
+    constexpr int kFlags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    base::FileDescriptor descriptor(base::uninterrupted([&] { return ::open(file.c_str(), kFlags, kMode); }));
     require(descriptor || errno != ELOOP, file, "is a symbolic link");
     struct stat found {};
     if (!descriptor || ::fstat(descriptor.get(), &found) != 0) {

@@ -58,15 +58,10 @@ std::string ownerOf(int descriptor)
     return owner.empty() ? "another process" : "process " + owner;
 }
 
-// 0: locked. A signal is no reason to give up.
+// 0: locked.
 int errorOfLock(int descriptor, int operation)
 {
-    while (::flock(descriptor, operation | LOCK_NB) != 0) {
-        if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
+    return base::uninterrupted([&] { return ::flock(descriptor, operation | LOCK_NB); }) == 0 ? 0 : errno;
 }
 
 // Waits for a shared lock, under which FolderCopy makes a copy of the folder, because that takes a short time only.
@@ -88,8 +83,9 @@ int errorOfTaking(int descriptor)
 bool writeOwner(int descriptor)
 {
     const std::string owner = std::to_string(::getpid()) + "\n";
-    return ::ftruncate(descriptor, 0) == 0 &&
-           ::pwrite(descriptor, owner.data(), owner.size(), 0) == static_cast<ssize_t>(owner.size());
+    const auto size = static_cast<ssize_t>(owner.size());
+    return base::uninterrupted([&] { return ::ftruncate(descriptor, 0); }) == 0 &&
+           base::uninterrupted([&] { return ::pwrite(descriptor, owner.data(), owner.size(), 0); }) == size;
 }
 
 } // namespace

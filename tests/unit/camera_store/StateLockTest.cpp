@@ -5,7 +5,28 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <cerrno>
+#include <sys/file.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+namespace {
+
+std::atomic<int> interruptions{0}; ///< calls of flock() that a signal ends
+
+} // namespace
+
+// The C library's, as this program has it.
+extern "C" __attribute__((visibility("default"))) int flock(int descriptor, int operation) noexcept
+{
+    if (interruptions > 0) {
+        --interruptions;
+        errno = EINTR;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
+}
 
 namespace {
 
@@ -31,6 +52,14 @@ TEST(StateLockTest, refusesASecondOwnerInTheSameProcess)
                     HasSubstr("is in use by process " + std::to_string(getpid())));
     }
     EXPECT_EQ(refusalOf([&] { const StateLock again(folder.path()); }), "not refused");
+}
+
+TEST(StateLockTest, takesASignalForNoOtherOwner)
+{
+    const TemporaryFolder folder;
+    interruptions = 3;
+    EXPECT_EQ(refusalOf([&] { const StateLock lock(folder.path()); }), "not refused");
+    EXPECT_EQ(interruptions, 0);
 }
 
 TEST(StateLockTest, saysInOneSentenceWhyAFolderCannotBeUsed)
