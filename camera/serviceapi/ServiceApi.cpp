@@ -3,7 +3,7 @@
 namespace camera::serviceapi {
 
 ServiceApi::ServiceApi(const ServiceApiOptions& options)
-    : settings(options.stateDir, 0, options.copyInterval),
+    : settings(options.stateDir, options.copyInterval),
       services(options.services),
       metadataStreamer(*services, options.metadataFile, options.metadataGoesOn)
 {

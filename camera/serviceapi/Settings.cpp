@@ -22,6 +22,7 @@ ravel_core_status statusOf(camera::store::DatabaseError::Kind kind)
         return camera::serviceapi::kStorageDamaged;
     case Kind::failed:
     case Kind::rejected:
+    case Kind::interrupted:
         break;
     }
     return camera::serviceapi::kStorageFailed;

@@ -20,7 +20,7 @@ std::filesystem::path runtimeFolder(const ServicesOptions& options)
 ServicesProcess::ServicesProcess(const ServicesOptions& options)
     : _folder(options.state / "services"),
       _lock(_folder),
-      _store(_folder, options.maxStoreBytes),
+      _store(_folder),
       _state(_store),
       _socket(runtimeFolder(options)),
       _connection(options.bus, kProcess)

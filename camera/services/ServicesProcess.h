@@ -23,7 +23,6 @@ struct ServicesOptions {
     std::filesystem::path runtime;                   ///< of the metadata socket; empty: the state folder
     std::optional<std::uint32_t> orientationDegrees; ///< unset: as stored
     std::optional<bool> rotationService;             ///< unset: as stored
-    std::int64_t maxStoreBytes = 0;                  ///< how large the settings file may grow; 0: as large as the disk
 };
 
 /**

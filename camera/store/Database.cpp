@@ -2,87 +2,80 @@
 
 #include <cerrno>
 #include <cstring>
-#include <sqlite3.h>
+#include <map>
 
 namespace camera::store {
 
 namespace {
 
-DatabaseError::Kind kindOf(int code, int systemError)
-{
-    if (systemError == ENOSPC || systemError == EDQUOT) {
-        return DatabaseError::Kind::full;
-    }
-    if (systemError == EROFS) {
-        return DatabaseError::Kind::readOnly;
-    }
-    if (code == SQLITE_IOERR_READ || code == SQLITE_IOERR_SHORT_READ || code == SQLITE_IOERR_CORRUPTFS) {
-        return DatabaseError::Kind::damaged;
-    }
-    switch (code & 0xff) {
-    case SQLITE_FULL:
-        return DatabaseError::Kind::full;
-    case SQLITE_READONLY:
-    case SQLITE_CANTOPEN:
-    case SQLITE_PERM:
-        return DatabaseError::Kind::readOnly;
-    case SQLITE_CORRUPT:
-    case SQLITE_NOTADB:
-        return DatabaseError::Kind::damaged;
-    case SQLITE_ERROR:
-        return DatabaseError::Kind::rejected;
-    default:
-        return DatabaseError::Kind::failed;
-    }
-}
+using Kind = DatabaseError::Kind;
 
-DatabaseError errorOf(int code, int systemError)
+const std::map<int, Kind> kOfSystem = {
+    {EINTR, Kind::interrupted}, {ENOSPC, Kind::full}, {EDQUOT, Kind::full}, {EROFS, Kind::readOnly}};
+
+// Primary codes, and extended ones that tell more.
+const std::map<int, Kind> kOfCode = {{SQLITE_FULL, Kind::full},
+                                     {SQLITE_READONLY, Kind::readOnly},
+                                     {SQLITE_CANTOPEN, Kind::readOnly},
+                                     {SQLITE_PERM, Kind::readOnly},
+                                     {SQLITE_CORRUPT, Kind::damaged},
+                                     {SQLITE_NOTADB, Kind::damaged},
+                                     {SQLITE_IOERR_READ, Kind::damaged},
+                                     {SQLITE_IOERR_SHORT_READ, Kind::damaged},
+                                     {SQLITE_IOERR_CORRUPTFS, Kind::damaged},
+                                     {SQLITE_ERROR, Kind::rejected}};
+
+Kind kindOf(int code, int systemError)
 {
-    const bool isSystems = (code & 0xff) == SQLITE_IOERR || (code & 0xff) == SQLITE_CANTOPEN;
-    const int error = isSystems ? systemError : 0;
-    const auto kind = kindOf(code, error);
-    if (kind == DatabaseError::Kind::full) {
-        return {kind, "no space is left for it"};
+    if (const auto found = kOfSystem.find(systemError); found != kOfSystem.end()) {
+        return found->second;
     }
-    const std::string reason = sqlite3_errstr(code);
-    return {kind, error == 0 ? reason : reason + " (" + std::strerror(error) + ")"};
+    auto found = kOfCode.find(code);
+    found = found == kOfCode.end() ? kOfCode.find(code & 0xff) : found;
+    return found == kOfCode.end() ? Kind::failed : found->second;
 }
 
 } // namespace
 
 Database::Database(const std::filesystem::path& file)
 {
-    const int code = sqlite3_open_v2(file.c_str(), &_handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-    if (code != SQLITE_OK) {
-        const DatabaseError error = errorOf(code, _handle != nullptr ? sqlite3_system_errno(_handle) : 0);
-        sqlite3_close_v2(_handle);
-        throw error;
+    sqlite3* handle = nullptr;
+    errno = 0;
+    const int code = sqlite3_open_v2(file.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    _handle.reset(handle);
+    check(code);
+    sqlite3_extended_result_codes(handle, 1);
+    sqlite3_busy_timeout(handle, 2000);
+}
+
+void Database::execute(const std::string& sql) const
+{
+    errno = 0;
+    check(sqlite3_exec(_handle.get(), sql.c_str(), nullptr, nullptr, nullptr));
+}
+
+void Database::transaction(const std::function<void()>& operation) const
+{
+    execute("BEGIN IMMEDIATE");
+    try {
+        operation();
+        execute("COMMIT");
+    } catch (...) { // when this fails, too, there is nothing left to undo
+        sqlite3_exec(_handle.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
     }
-    sqlite3_extended_result_codes(_handle, 1);
-    sqlite3_busy_timeout(_handle, 2000);
 }
 
-Database::~Database()
+void Database::keepLog() const
 {
-    sqlite3_close_v2(_handle);
-}
-
-void Database::keepLog()
-{
-    sqlite3_db_config(_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    sqlite3_db_config(_handle.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
 bool Database::hasMoved() const
 {
     int moved = 0;
-    sqlite3_file_control(_handle, "main", SQLITE_FCNTL_HAS_MOVED, &moved);
+    sqlite3_file_control(_handle.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved);
     return moved != 0;
-}
-
-void Database::execute(const std::string& sql)
-{
-    errno = 0;
-    check(sqlite3_exec(_handle, sql.c_str(), nullptr, nullptr, nullptr));
 }
 
 void Database::check(int code) const
@@ -92,36 +85,53 @@ void Database::check(int code) const
     }
     // After a failed COMMIT only errno has the system's error; the handle has that of the call before.
     const int last = errno;
-    throw errorOf(code, last != 0 ? last : sqlite3_system_errno(_handle));
+    const bool isSystems = (code & 0xff) == SQLITE_IOERR || (code & 0xff) == SQLITE_CANTOPEN;
+    const int systems = last != 0 || !_handle ? last : sqlite3_system_errno(_handle.get());
+    const int error = isSystems ? systems : 0;
+    const Kind kind = kindOf(code, error);
+    if (kind == Kind::full) {
+        throw DatabaseError(kind, "no space is left for it");
+    }
+    const std::string reason = sqlite3_errstr(code);
+    throw DatabaseError(kind, error == 0 ? reason : reason + " (" + std::strerror(error) + ")");
 }
 
-Statement::Statement(const Database& database, const std::string& sql) : _database(database)
+void uninterrupted(const std::function<void()>& operation)
 {
+    constexpr int kRepetitions = 20;
+    for (int left = kRepetitions;; --left) {
+        try {
+            return operation();
+        } catch (const DatabaseError& error) {
+            if (error.kind() != Kind::interrupted || left == 0) {
+                throw;
+            }
+        }
+    }
+}
+
+void Statement::prepare(const std::string& sql)
+{
+    sqlite3_stmt* statement = nullptr;
     errno = 0;
-    database.check(sqlite3_prepare_v2(database.handle(), sql.c_str(), -1, &_statement, nullptr));
+    _database.check(sqlite3_prepare_v2(_database._handle.get(), sql.c_str(), -1, &statement, nullptr));
+    _statement.reset(statement);
 }
 
-Statement::~Statement()
+void Statement::bind(int index, const std::string& bytes)
 {
-    sqlite3_finalize(_statement);
+    _database.check(sqlite3_bind_blob64(_statement.get(), index, bytes.data(), bytes.size(), SQLITE_STATIC));
 }
 
-Statement& Statement::bind(int index, const std::string& bytes)
+void Statement::bind(int index, std::int64_t value)
 {
-    _database.check(sqlite3_bind_blob64(_statement, index, bytes.data(), bytes.size(), SQLITE_STATIC));
-    return *this;
-}
-
-Statement& Statement::bind(int index, std::int64_t value)
-{
-    _database.check(sqlite3_bind_int64(_statement, index, value));
-    return *this;
+    _database.check(sqlite3_bind_int64(_statement.get(), index, value));
 }
 
 bool Statement::step()
 {
     errno = 0;
-    const int code = sqlite3_step(_statement);
+    const int code = sqlite3_step(_statement.get());
     if (code != SQLITE_ROW && code != SQLITE_DONE) {
         _database.check(code);
     }
@@ -130,32 +140,14 @@ bool Statement::step()
 
 std::string Statement::bytes(int column) const
 {
-    const void* data = sqlite3_column_blob(_statement, column);
-    const int length = sqlite3_column_bytes(_statement, column);
+    const void* data = sqlite3_column_blob(_statement.get(), column);
+    const int length = sqlite3_column_bytes(_statement.get(), column);
     return data == nullptr ? std::string() : std::string(static_cast<const char*>(data), static_cast<size_t>(length));
 }
 
 std::int64_t Statement::integer(int column) const
 {
-    return sqlite3_column_int64(_statement, column);
-}
-
-Transaction::Transaction(Database& database) : _database(database)
-{
-    _database.execute("BEGIN IMMEDIATE");
-}
-
-Transaction::~Transaction()
-{
-    if (_open) { // when this fails, too, there is nothing left to undo
-        sqlite3_exec(_database.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    }
-}
-
-void Transaction::commit()
-{
-    _database.execute("COMMIT");
-    _open = false;
+    return sqlite3_column_int64(_statement.get(), column);
 }
 
 } // namespace camera::store

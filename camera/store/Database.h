@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <memory>
+#include <sqlite3.h>
 #include <stdexcept>
 #include <string>
-
-struct sqlite3;
-struct sqlite3_stmt;
 
 namespace camera::store {
 
@@ -14,8 +14,8 @@ namespace camera::store {
 class DatabaseError : public std::runtime_error {
 public:
     /// damaged: also a file that cannot be read. rejected: the file does not have the table or column that the
-    /// statement names.
-    enum class Kind { failed, full, readOnly, damaged, rejected };
+    /// statement names. interrupted: by a signal, so it may be tried again at once.
+    enum class Kind { failed, full, readOnly, damaged, rejected, interrupted };
 
     DatabaseError(Kind kind, const std::string& reason) : std::runtime_error(reason), _kind(kind) {}
     Kind kind() const { return _kind; }
@@ -28,37 +28,39 @@ private:
 class Database {
 public:
     explicit Database(const std::filesystem::path& file);
-    ~Database();
-    Database(const Database&) = delete;
-    Database& operator=(const Database&) = delete;
 
-    void execute(const std::string& sql);
+    void execute(const std::string& sql) const;
+
+    /// All changes of the operation are stored when it returns, or, when it throws, none.
+    void transaction(const std::function<void()>& operation) const;
 
     /// Leaves the log as it is when the database is closed; otherwise the log is moved into the database and removed.
-    void keepLog();
+    void keepLog() const;
 
     /// Whether the file that is open is not the one of that name any more.
     bool hasMoved() const;
 
-    /// @throws DatabaseError when the code of a call of the database tells a failure.
-    void check(int code) const;
-    sqlite3* handle() const { return _handle; }
-
 private:
-    sqlite3* _handle = nullptr;
+    friend class Statement;
+    void check(int code) const;
+
+    std::unique_ptr<sqlite3, int (*)(sqlite3*)> _handle{nullptr, sqlite3_close_v2};
 };
 
-/// One prepared statement. Parameters count from 1, columns from 0.
+/// Repeats the operation a few times when a signal interrupted a call of the system in it.
+void uninterrupted(const std::function<void()>& operation);
+
+/// One prepared statement with the values of its parameters. Columns count from 0.
 class Statement {
 public:
-    Statement(const Database& database, const std::string& sql);
-    ~Statement();
-    Statement(const Statement&) = delete;
-    Statement& operator=(const Statement&) = delete;
-
-    /// The bytes are borrowed until the statement is gone.
-    Statement& bind(int index, const std::string& bytes);
-    Statement& bind(int index, std::int64_t value);
+    /// The values are borrowed: bytes or integers.
+    template <class... Values>
+    Statement(const Database& database, const std::string& sql, const Values&... values) : _database(database)
+    {
+        prepare(sql);
+        int index = 0;
+        (bind(++index, values), ...);
+    }
 
     /// Moves to the next row; false at the end.
     bool step();
@@ -67,22 +69,12 @@ public:
     std::int64_t integer(int column) const;
 
 private:
+    void prepare(const std::string& sql);
+    void bind(int index, const std::string& bytes);
+    void bind(int index, std::int64_t value);
+
     const Database& _database;
-    sqlite3_stmt* _statement = nullptr;
-};
-
-/// A transaction that is rolled back unless committed.
-class Transaction {
-public:
-    explicit Transaction(Database& database);
-    ~Transaction();
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
-    void commit();
-
-private:
-    Database& _database;
-    bool _open = true;
+    std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> _statement{nullptr, sqlite3_finalize};
 };
 
 } // namespace camera::store

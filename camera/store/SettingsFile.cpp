@@ -3,6 +3,7 @@
 #include "camera/base/Text.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -11,10 +12,10 @@ namespace camera::store {
 namespace {
 
 constexpr std::int64_t kLayout = 2;
+constexpr const char* kTables[] = {"documents", "history", "settings"}; ///< the last two of the older layout
 const std::string kTable = "CREATE TABLE documents (key BLOB NOT NULL, sequence INTEGER NOT NULL, "
                            "stored_at INTEGER NOT NULL, document BLOB NOT NULL, checksum INTEGER NOT NULL, "
                            "PRIMARY KEY (key, sequence)) WITHOUT ROWID";
-const std::string kColumns = "key, sequence, stored_at, document, checksum";
 
 // Each step is invertible, so two texts that differ in a single word never have the same checksum.
 std::uint64_t mix(std::uint64_t state, std::uint64_t word)
@@ -37,32 +38,38 @@ std::uint64_t mixBytes(std::uint64_t state, const std::string& bytes)
 }
 
 // In the older layout, of the tables history and settings, it covered key and document only.
-std::int64_t olderChecksum(const Row& row)
+std::int64_t olderChecksumOf(const Row& row)
 {
     return static_cast<std::int64_t>(mixBytes(mixBytes(0, row.key), row.document));
 }
 
 std::int64_t checksumOf(const Row& row)
 {
-    const auto text = static_cast<std::uint64_t>(olderChecksum(row));
+    const auto text = static_cast<std::uint64_t>(olderChecksumOf(row));
     return static_cast<std::int64_t>(
         mix(mix(text, static_cast<std::uint64_t>(row.sequence)), static_cast<std::uint64_t>(row.storedAt)));
-}
-
-// Sequences begin with 1; a row of nothing but zeros would have a checksum that fits.
-bool fits(const Row& row, std::int64_t stored, std::int64_t checksum)
-{
-    return row.sequence > 0 && stored == checksum;
-}
-
-bool isDamage(const DatabaseError& error)
-{
-    return error.kind() == DatabaseError::Kind::damaged || error.kind() == DatabaseError::Kind::rejected;
 }
 
 [[noreturn]] void damaged(const std::string& reason)
 {
     throw DatabaseError(DatabaseError::Kind::damaged, reason);
+}
+
+[[noreturn]] void damagedRow(const std::string& key)
+{
+    damaged("a checksum of \"" + base::printable(key) + "\" does not fit");
+}
+
+using Checksum = std::int64_t (*)(const Row&);
+
+void forEachRow(Statement&& rows, Checksum checksum, const OnRow& onRow)
+{
+    while (rows.step()) {
+        Row row{rows.bytes(0), rows.integer(1), rows.integer(2), rows.bytes(3)};
+        // Sequences begin with 1; a row of nothing but zeros would have a checksum that fits.
+        row.good = row.sequence > 0 && rows.integer(4) == checksum(row);
+        onRow(row);
+    }
 }
 
 std::string valueOf(const Database& database, const std::string& sql)
@@ -71,182 +78,147 @@ std::string valueOf(const Database& database, const std::string& sql)
     return row.step() ? row.bytes(0) : std::string();
 }
 
-std::int64_t numberOf(const Database& database, const std::string& sql)
-{
-    Statement row(database, sql);
-    return row.step() ? row.integer(0) : 0;
-}
-
-Contents::Layout layoutOf(const Database& database)
+bool hasPresentLayout(const Database& database)
 {
     if (valueOf(database, "PRAGMA integrity_check(1)") != "ok") {
         damaged("its structure is broken");
     }
-    if (numberOf(database, "SELECT count(*) FROM sqlite_master") == 0) {
-        return Contents::Layout::empty;
-    }
+    const std::string tables = valueOf(database, "SELECT group_concat(name) FROM sqlite_master");
     if (valueOf(database, "SELECT sql FROM sqlite_master WHERE name = 'documents'") == kTable) {
-        return Contents::Layout::present;
+        return true;
     }
-    if (numberOf(database, "SELECT count(*) FROM sqlite_master WHERE name IN ('settings', 'history')") == 2) {
-        return Contents::Layout::older;
+    const auto has = [&tables](const char* table) { return tables.find(table) != std::string::npos; };
+    if (tables.empty() || (has(kTables[1]) && has(kTables[2]))) {
+        return false;
     }
-    if (numberOf(database, "PRAGMA user_version") > kLayout) {
+    if (std::atol(valueOf(database, "PRAGMA user_version").c_str()) > kLayout) {
         throw DatabaseError(DatabaseError::Kind::failed, "it was written by a newer version of this program");
     }
     damaged("its tables are broken");
 }
 
-Row rowOf(const Statement& statement)
-{
-    return {statement.bytes(0), statement.integer(1), statement.integer(2), statement.bytes(3)};
-}
-
-using OnRow = std::function<void(const Row& row, bool good)>;
-
-// The rows of one table up to the first damage, which is returned.
-std::string scanTable(const Database& database, const std::string& table, const OnRow& onRow)
-{
-    try {
-        Statement rows(database, "SELECT " + kColumns + " FROM " + table);
-        while (rows.step()) {
-            const Row row = rowOf(rows);
-            const std::int64_t checksum = rows.integer(4);
-            onRow(row, fits(row, checksum, table == "documents" ? checksumOf(row) : olderChecksum(row)));
-        }
-    } catch (const DatabaseError& error) {
-        if (!isDamage(error)) {
-            throw;
-        }
-        return error.kind() == DatabaseError::Kind::damaged ? error.what() : ""; // else there is no such table
-    }
-    return "";
-}
-
-std::string scan(const Database& database, const OnRow& onRow)
-{
-    std::string damage;
-    for (const char* table : {"documents", "history", "settings"}) { // history of a key, older rows first
-        const std::string found = scanTable(database, table, onRow);
-        damage = damage.empty() ? found : damage;
-    }
-    return damage;
-}
-
 void insert(const Database& database, const Row& row)
 {
-    Statement(database, "INSERT OR IGNORE INTO documents (" + kColumns + ") VALUES (?, ?, ?, ?, ?)")
-        .bind(1, row.key)
-        .bind(2, row.sequence)
-        .bind(3, row.storedAt)
-        .bind(4, row.document)
-        .bind(5, checksumOf(row))
+    Statement(database, "INSERT OR IGNORE INTO documents VALUES (?, ?, ?, ?, ?)", row.key, row.sequence, row.storedAt,
+              row.document, checksumOf(row))
         .step();
-}
-
-bool isNewest(const Database& database, const Row& row)
-{
-    Statement newest(database, "SELECT document = ?2 FROM documents WHERE key = ?1 ORDER BY sequence DESC LIMIT 1");
-    newest.bind(1, row.key).bind(2, row.document);
-    return newest.step() && newest.integer(0) != 0;
 }
 
 void forgetTheOldest(const Database& database)
 {
-    Statement(database,
-              "DELETE FROM documents WHERE (key, sequence) IN (SELECT key, sequence FROM (SELECT key, sequence, "
-              "row_number() OVER (PARTITION BY key ORDER BY sequence DESC) AS place FROM documents) WHERE place > ?)")
-        .bind(1, static_cast<std::int64_t>(kHistory))
-        .step();
+    database.execute(
+        "DELETE FROM documents WHERE (key, sequence) IN (SELECT key, sequence FROM (SELECT key, sequence, row_number() "
+        "OVER (PARTITION BY key ORDER BY sequence DESC) AS place FROM documents) WHERE place > " +
+        std::to_string(kHistory) + ")");
+}
+
+// Adds what can be read of one part of the file. What is wrong with it is its damage, unless that is known already.
+void readPart(Contents& contents, bool mayBeAbsent, const std::function<void()>& operation)
+{
+    try {
+        operation();
+    } catch (const DatabaseError& error) {
+        const bool rejected = error.kind() == DatabaseError::Kind::rejected;
+        if (!rejected && error.kind() != DatabaseError::Kind::damaged) {
+            throw;
+        }
+        if (!(rejected && mayBeAbsent) && contents.damage.empty()) {
+            contents.damage = error.what();
+        }
+    }
+}
+
+void take(Contents& contents, const Row& row, bool ofOlder)
+{
+    auto& rows = contents.rows[row.key];
+    const bool twice = ofOlder && !rows.empty() && rows.rbegin()->second.document == row.document;
+    if (!twice) { // the older layout had the newest document in both tables
+        rows.emplace(row.sequence, row);
+    }
 }
 
 } // namespace
 
-StoredRows::StoredRows(const Database& database, const std::string& which, const std::string& key)
-    : _key(key), _statement(database, "SELECT " + kColumns + " FROM documents AS one " + which)
+Rows newerThan(const Rows& rows, const Rows& others)
 {
-    if (which.find('?') != std::string::npos) {
-        _statement.bind(1, _key);
+    Rows newer;
+    for (const auto& [key, versions] : rows) {
+        const auto found = others.find(key);
+        if (found == others.end() || found->second.rbegin()->first < versions.rbegin()->first) {
+            newer[key].insert(*versions.rbegin());
+        }
     }
-}
-
-bool StoredRows::next()
-{
-    if (!_statement.step()) {
-        return false;
-    }
-    _row = rowOf(_statement);
-    _good = fits(_row, _statement.integer(4), checksumOf(_row));
-    return true;
+    return newer;
 }
 
 Contents readContents(const Database& database)
 {
     Contents contents;
-    try {
-        contents.layout = layoutOf(database);
-    } catch (const DatabaseError& error) {
-        if (!isDamage(error)) {
-            throw;
-        }
-        contents.damage = error.what();
+    readPart(contents, false, [&] { contents.present = hasPresentLayout(database); });
+    for (const std::string table : kTables) { // history of a key, older rows first
+        readPart(contents, true, [&] {
+            const Checksum checksum = table == kTables[0] ? checksumOf : olderChecksumOf;
+            forEachRow(Statement(database, kSelect + table), checksum, [&](const Row& row) {
+                if (row.good) {
+                    take(contents, row, table != kTables[0]);
+                } else {
+                    contents.wrong[row.key] = std::max(contents.wrong[row.key], row.sequence);
+                }
+            });
+        });
     }
-    const std::string damage = scan(database, [&contents](const Row& row, bool good) {
-        if (good) {
-            Row& newest = contents.newest[row.key];
-            newest = row.sequence >= newest.sequence ? row : newest;
-        } else {
-            contents.wrong[row.key] = std::max(contents.wrong[row.key], row.sequence);
-        }
-    });
-    if (contents.damage.empty() && !contents.wrong.empty()) {
-        contents.damage = "a checksum of \"" + base::printable(contents.wrong.begin()->first) + "\" does not fit";
+    if (!contents.wrong.empty()) {
+        readPart(contents, false, [&] { damagedRow(contents.wrong.begin()->first); });
     }
-    contents.damage = contents.damage.empty() ? damage : contents.damage;
     return contents;
 }
 
-NewestRows readNewest(const Database& database)
+Rows readNewest(const Database& database)
 {
-    NewestRows newest;
-    StoredRows rows(database, "WHERE sequence = (SELECT max(sequence) FROM documents WHERE key = one.key)");
-    while (rows.next()) {
-        if (!rows.good()) {
-            damaged("a checksum of \"" + base::printable(rows.row().key) + "\" does not fit");
+    Rows newest;
+    const std::string all = kSelect + "documents AS one WHERE sequence = (SELECT max(sequence) FROM documents WHERE ";
+    forEachRow(Statement(database, all + "key = one.key)"), [&newest](const Row& row) {
+        if (!row.good) {
+            damagedRow(row.key);
         }
-        newest.emplace(rows.row().key, rows.row());
-    }
+        newest[row.key].emplace(row.sequence, row);
+    });
     return newest;
 }
 
-void fill(Database& database, const Database* from, const NewestRows& rows)
+void forEachRow(Statement&& rows, const OnRow& onRow)
 {
-    Transaction transaction(database);
-    if (valueOf(database, "SELECT name FROM sqlite_master WHERE name = 'documents'").empty()) {
-        database.execute(kTable);
-    }
-    if (from != nullptr) {
-        scan(*from, [&database](const Row& row, bool good) {
-            if (good && !isNewest(database, row)) { // the older layout had the newest document twice
+    forEachRow(std::move(rows), checksumOf, onRow);
+}
+
+void fill(const Database& database, const Rows& rows)
+{
+    database.transaction([&] {
+        if (valueOf(database, "SELECT name FROM sqlite_master WHERE name = 'documents'").empty()) {
+            database.execute(kTable);
+        }
+        for (const auto& [key, versions] : rows) {
+            for (const auto& [sequence, row] : versions) {
                 insert(database, row);
             }
-        });
-    }
-    for (const auto& [key, row] : rows) {
-        insert(database, row);
-    }
-    forgetTheOldest(database);
-    database.execute("DROP TABLE IF EXISTS settings; DROP TABLE IF EXISTS history");
-    database.execute("PRAGMA user_version = " + std::to_string(kLayout));
-    transaction.commit();
+        }
+        forgetTheOldest(database);
+        database.execute("DROP TABLE IF EXISTS settings; DROP TABLE IF EXISTS history; PRAGMA user_version = " +
+                         std::to_string(kLayout));
+    });
 }
 
 bool add(const Database& database, Row row)
 {
-    if (isNewest(database, row)) {
+    bool isNewest = false;
+    forEachRow(Statement(database, kSelect + kOfKey + "LIMIT 1", row.key),
+               [&](const Row& newest) { isNewest = newest.document == row.document; });
+    if (isNewest) {
         return false;
     }
-    row.sequence = numberOf(database, "SELECT max(sequence) FROM documents") + 1;
+    Statement last(database, "SELECT max(sequence) FROM documents");
+    last.step();
+    row.sequence = last.integer(0) + 1;
     insert(database, row);
     forgetTheOldest(database);
     return true;

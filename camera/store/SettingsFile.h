@@ -19,19 +19,21 @@ struct Row {
     std::int64_t sequence = 0;
     std::int64_t storedAt = 0; ///< seconds since 1970
     std::string document;
+    bool good = true; ///< its checksum fits
 };
 
-/// The newest row of each key.
-using NewestRows = std::map<std::string, Row>;
+/// The good rows of each key by their sequences, at least one of each.
+using Rows = std::map<std::string, std::map<std::int64_t, Row>>;
+
+/// The newest row of each key of rows that is newer than what the others have of the key.
+Rows newerThan(const Rows& rows, const Rows& others);
 
 /// What can be read of a settings file, however damaged it is.
 struct Contents {
-    enum class Layout { empty, older, present };
-
-    Layout layout = Layout::empty;
-    NewestRows newest;                         ///< whose checksums fit
+    Rows rows;
     std::string damage;                        ///< what is wrong with the file, in a few words; empty: nothing
     std::map<std::string, std::int64_t> wrong; ///< keys with rows whose checksums do not fit, the last of each
+    bool present = false;                      ///< it has the present layout
 };
 
 /// @throws DatabaseError when a newer program wrote the file, and when it cannot be read for another reason than
@@ -40,32 +42,22 @@ Contents readContents(const Database& database);
 
 /// The newest row of each key of a file of the present layout.
 /// @throws DatabaseError also when the checksum of one of them does not fit.
-NewestRows readNewest(const Database& database);
+Rows readNewest(const Database& database);
 
-/// Stores everything in one transaction, in the present layout: the good rows of another file, or of this one in an
-/// older layout, and these rows.
-/// @param from  borrowed; nullptr: none.
-void fill(Database& database, const Database* from, const NewestRows& rows);
+// The beginning of a statement that forEachRow() takes, the rest of it for one key, newest first.
+inline const std::string kSelect = "SELECT key, sequence, stored_at, document, checksum FROM ";
+inline const std::string kOfKey = "documents WHERE key = ? ORDER BY sequence DESC ";
+
+using OnRow = std::function<void(const Row&)>;
+
+/// Of a file of the present layout.
+void forEachRow(Statement&& rows, const OnRow& onRow);
+
+/// Stores these rows beside what the file has, in one transaction. It has the present layout afterwards, and no other.
+void fill(const Database& database, const Rows& rows);
 
 /// Adds a document of a key as its newest one and forgets the oldest beyond kHistory.
 /// @return false when its newest document is the same already; nothing is added then, which would drop an older one.
 bool add(const Database& database, Row row);
-
-/// The rows of a file of the present layout, one after the other.
-class StoredRows {
-public:
-    /// @param which  the clauses of the statement after the table, with one parameter when there is a key.
-    StoredRows(const Database& database, const std::string& which, const std::string& key = "");
-
-    bool next(); ///< false at the end
-    const Row& row() const { return _row; }
-    bool good() const { return _good; } ///< its checksum fits
-
-private:
-    const std::string _key;
-    Statement _statement;
-    Row _row;
-    bool _good = false;
-};
 
 } // namespace camera::store

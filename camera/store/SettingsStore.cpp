@@ -12,7 +12,6 @@ namespace {
 constexpr std::chrono::minutes kRetryInterval{1};
 constexpr char kInForce[] =
     "; what was changed is in force and is stored with the next change that can be stored, or in a minute";
-constexpr auto kNever = std::chrono::steady_clock::time_point::max();
 
 std::int64_t now()
 {
@@ -22,10 +21,8 @@ std::int64_t now()
 
 } // namespace
 
-SettingsStore::SettingsStore(std::filesystem::path folder, std::int64_t maxBytes,
-                             std::chrono::milliseconds copyInterval)
+SettingsStore::SettingsStore(std::filesystem::path folder, std::chrono::milliseconds copyInterval)
     : _folder(std::move(folder)),
-      _maxBytes(maxBytes),
       _copyInterval(copyInterval),
       _file(_folder / "settings.db"),
       _copy(_folder / "settings.last"),
@@ -38,10 +35,21 @@ SettingsStore::~SettingsStore()
 {
     {
         const std::lock_guard<std::mutex> lock(_mutex);
-        _ending = true;
+        ++_hurries;
         _wake.notify_all();
     }
     _queue.stop();
+}
+
+// What fails of the operation is told with what it was.
+template <class Operation>
+auto SettingsStore::told(const std::string& what, const Operation& operation, const std::string& after) const
+{
+    try {
+        return operation();
+    } catch (const DatabaseError& error) {
+        throw DatabaseError(error.kind(), what + _file.string() + ": " + error.what() + after);
+    }
 }
 
 void SettingsStore::setDefault(const std::string& key, const std::string& document)
@@ -53,73 +61,64 @@ void SettingsStore::setDefault(const std::string& key, const std::string& docume
 std::optional<std::string> SettingsStore::read(const std::string& key)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    try {
-        StoredRows rows(*_database, "WHERE key = ? ORDER BY sequence DESC LIMIT 1", key);
-        if (rows.next()) {
-            if (!rows.good()) {
+    const auto found = _defaults.find(key);
+    std::optional<std::string> document = found == _defaults.end() ? std::nullopt : std::make_optional(found->second);
+    told("the settings \"" + key + "\" could not be read from ", [&] {
+        forEachRow(Statement(*_database, kSelect + kOfKey + "LIMIT 1", key), [&document](const Row& row) {
+            if (!row.good) {
                 throw DatabaseError(DatabaseError::Kind::damaged, "its checksum does not fit");
             }
-            return rows.row().document;
-        }
-    } catch (const DatabaseError& error) {
-        fail("the settings \"" + key + "\" could not be read from ", error);
-    }
-    const auto found = _defaults.find(key);
-    return found == _defaults.end() ? std::nullopt : std::make_optional(found->second);
+            document = row.document;
+        });
+    });
+    return document;
 }
 
 void SettingsStore::write(const std::string& key, const std::string& document, Unstored unstored)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    try {
-        store(key, document);
-    } catch (const DatabaseError& error) {
-        if (unstored == Unstored::triedAgain) {
-            _unstored[key] = document;
-            _retryDue = Clock::now() + kRetryInterval;
-            schedule();
+    const auto stored = [&] {
+        try {
+            store(key, document);
+        } catch (const DatabaseError&) {
+            if (unstored == Unstored::triedAgain) {
+                _unstored[key] = document;
+                workAt(Clock::now() + kRetryInterval);
+            }
+            throw;
         }
-        fail("the settings \"" + key + "\" could not be stored in ", error,
-             unstored == Unstored::forgotten ? "" : kInForce);
-    }
+    };
+    told("the settings \"" + key + "\" could not be stored in ", stored,
+         unstored == Unstored::forgotten ? "" : kInForce);
     _unstored.erase(key);
     tryAgain();
-    schedule();
 }
 
 std::vector<std::string> SettingsStore::keys()
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    std::vector<std::string> keys;
-    try {
+    return told("the settings could not be listed from ", [this] {
+        std::vector<std::string> keys;
         Statement rows(*_database, "SELECT DISTINCT key FROM documents ORDER BY key");
         while (rows.step()) {
             keys.push_back(rows.bytes(0));
         }
-    } catch (const DatabaseError& error) {
-        fail("the settings could not be listed from ", error);
-    }
-    return keys;
+        return keys;
+    });
 }
 
-void SettingsStore::forEachRow(const std::string& key, const std::function<void(const Row&, bool good)>& onRow)
+void SettingsStore::forEachVersion(const std::string& key, const OnRow& onRow)
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    try {
-        StoredRows rows(*_database, "WHERE key = ? ORDER BY sequence DESC", key);
-        while (rows.next()) {
-            onRow(rows.row(), rows.good());
-        }
-    } catch (const DatabaseError& error) {
-        fail("the history of \"" + key + "\" could not be read from ", error);
-    }
+    told("the history of \"" + key + "\" could not be read from ",
+         [&] { forEachRow(Statement(*_database, kSelect + kOfKey, key), onRow); });
 }
 
 std::vector<SettingsStore::Version> SettingsStore::history(const std::string& key)
 {
     std::vector<Version> versions;
-    forEachRow(key, [&versions](const Row& row, bool good) {
-        versions.push_back({row.sequence, row.storedAt, row.document.size(), good});
+    forEachVersion(key, [&versions](const Row& row) {
+        versions.push_back({row.sequence, row.storedAt, row.document.size(), row.good});
     });
     return versions;
 }
@@ -127,8 +126,11 @@ std::vector<SettingsStore::Version> SettingsStore::history(const std::string& ke
 std::optional<std::string> SettingsStore::fromHistory(const std::string& key, std::int64_t sequence)
 {
     std::optional<std::string> document;
-    forEachRow(
-        key, [&](const Row& row, bool good) { document = good && row.sequence == sequence ? row.document : document; });
+    forEachVersion(key, [&](const Row& row) {
+        if (row.good && row.sequence == sequence) {
+            document = row.document;
+        }
+    });
     return document;
 }
 
@@ -143,29 +145,34 @@ bool SettingsStore::restore(const std::string& key, std::int64_t sequence)
 
 void SettingsStore::drain()
 {
-    std::unique_lock<std::mutex> lock(_mutex);
-    const std::uint64_t mine = ++_drainsAsked;
-    _wake.notify_all();
-    _wake.wait(lock, [&] { return _drainsDone >= mine || !_scheduled; });
-    _drainsDone = std::max(_drainsDone, mine);
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        ++_hurries;
+        _wake.notify_all();
+    }
+    _queue.push({});
+    _queue.drain();
+    const std::lock_guard<std::mutex> lock(_mutex);
+    --_hurries;
 }
 
 void SettingsStore::store(const std::string& key, const std::string& document)
 {
-    if (_database->hasMoved()) {
-        replaceMoved();
-    }
-    Transaction transaction(*_database);
-    const bool changed = add(*_database, {key, 0, now(), document});
-    transaction.commit();
-    if (changed) {
-        _copyDue = std::min(_copyDue, std::max(Clock::now(), _lastCopy + _copyInterval));
-    }
+    uninterrupted([&] {
+        if (_database->hasMoved()) {
+            replaceMoved();
+        }
+        bool changed = false;
+        _database->transaction([&] { changed = add(*_database, {key, 0, now(), document}); });
+        if (changed) {
+            _copyIsOlder = true;
+            workAt(std::max(Clock::now(), _lastCopy + _copyInterval));
+        }
+    });
 }
 
 void SettingsStore::tryAgain()
 {
-    _retryDue = kNever;
     try {
         while (!_unstored.empty()) {
             const auto& [key, document] = *_unstored.begin();
@@ -175,41 +182,34 @@ void SettingsStore::tryAgain()
             _unstored.erase(_unstored.begin());
         }
     } catch (const DatabaseError&) {
-        _retryDue = Clock::now() + kRetryInterval;
+        workAt(Clock::now() + kRetryInterval);
     }
 }
 
-void SettingsStore::schedule()
+void SettingsStore::workAt(Clock::time_point time)
 {
-    if (!_scheduled && due() != kNever) {
-        _scheduled = _queue.push({});
-    }
+    _due = std::min(_due, time);
+    _queue.push({});
     _wake.notify_all();
 }
 
-// One item of the queue is in it or runs as long as anything is due. It waits for that, unless somebody is in a hurry.
+// One item of the queue, at least, is in it or runs as long as anything is due. It waits for that, unless somebody is
+// in a hurry.
 void SettingsStore::work()
 {
     std::unique_lock<std::mutex> lock(_mutex);
-    const auto hurries = [this] { return _ending || _drainsAsked != _drainsDone; };
-    while (!hurries() && Clock::now() < due()) {
-        _wake.wait_until(lock, due());
+    while (_hurries == 0 && _due != kNever && Clock::now() < _due) {
+        _wake.wait_until(lock, _due);
     }
-    const std::uint64_t drains = _drainsAsked; // a later one wants what is due then
-    const bool hurry = hurries();
-    const auto isDue = [hurry](Clock::time_point time) { return time != kNever && (hurry || time <= Clock::now()); };
-    if (isDue(_retryDue)) {
-        tryAgain();
+    if (std::exchange(_due, kNever) == kNever) {
+        return;
     }
-    const bool copies = isDue(_copyDue);
-    lock.unlock();
-    if (copies) {
+    tryAgain();
+    if (std::exchange(_copyIsOlder, false)) {
+        _lastCopy = Clock::now();
+        lock.unlock();
         copy();
     }
-    lock.lock();
-    _drainsDone = std::max(_drainsDone, drains);
-    _scheduled = false;
-    schedule();
 }
 
 // The store takes changes while the copy is written.
@@ -217,11 +217,9 @@ void SettingsStore::copy()
 {
     std::string failure;
     try {
-        NewestRows newest;
+        Rows newest;
         {
             const std::lock_guard<std::mutex> lock(_mutex);
-            _copyDue = kNever;
-            _lastCopy = Clock::now();
             newest = readNewest(*_database);
         }
         writeCopy(newest);
@@ -230,7 +228,8 @@ void SettingsStore::copy()
     }
     const std::lock_guard<std::mutex> lock(_mutex);
     if (!failure.empty()) {
-        _copyDue = std::min(_copyDue, Clock::now() + kRetryInterval);
+        _copyIsOlder = true;
+        workAt(Clock::now() + kRetryInterval);
         if (failure != _copyFailure) { // one line for all copies that fail alike
             base::Log::instance().write(base::LogLevel::error, "settings",
                                         "no copy of the settings could be made in " + _folder.string() + ": " +
@@ -238,11 +237,6 @@ void SettingsStore::copy()
         }
     }
     _copyFailure = failure;
-}
-
-void SettingsStore::fail(const std::string& what, const DatabaseError& error, const std::string& after) const
-{
-    throw DatabaseError(error.kind(), what + _file.string() + ": " + error.what() + after);
 }
 
 } // namespace camera::store

@@ -3,7 +3,6 @@
 #include "camera/base/SerialQueue.h"
 #include "camera/store/SettingsFile.h"
 
-#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -54,11 +53,9 @@ public:
 
     static constexpr std::chrono::milliseconds kCopyInterval{1000};
 
-    /// @param maxBytes      how large the file may grow; 0: as large as the disk.
     /// @param copyInterval  the shortest time between two copies.
     /// @throws std::runtime_error with one sentence when the file cannot be opened or created.
-    explicit SettingsStore(std::filesystem::path folder, std::int64_t maxBytes = 0,
-                           std::chrono::milliseconds copyInterval = kCopyInterval);
+    explicit SettingsStore(std::filesystem::path folder, std::chrono::milliseconds copyInterval = kCopyInterval);
 
     /// Does first what drain() does.
     ~SettingsStore();
@@ -93,52 +90,47 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    static constexpr auto kNever = Clock::time_point::max();
     struct Work {};
 
     // Opening, in SettingsStoreOpening.cpp.
     void open();
     void openBoth();
-    Contents readCopies() const;
     Contents openFile();
-    void setUp(Database& database) const;
-    std::unique_ptr<Database> create(const Database* from, const NewestRows& rows) const;
-    void replaceDamaged(const Contents& own, const NewestRows& newest, const std::string& taken);
+    std::unique_ptr<Database> create(const Rows& rows) const;
+    void replaceDamaged(const Rows& rows, const std::string& damage, const std::string& taken);
     void replaceMoved();
-    void writeCopy(const NewestRows& newest);
+    void refreshCopy();
+    void writeCopy(const Rows& newest) const;
     void notice(const std::string& text);
 
-    void forEachRow(const std::string& key, const std::function<void(const Row&, bool good)>& onRow);
+    void forEachVersion(const std::string& key, const OnRow& onRow);
+    template <class Operation>
+    auto told(const std::string& what, const Operation& operation, const std::string& after = "") const;
 
     // With the mutex held.
     void store(const std::string& key, const std::string& document);
     void tryAgain();
-    void schedule();
-    Clock::time_point due() const { return std::min(_copyDue, _retryDue); }
+    void workAt(Clock::time_point time);
 
     void work();
     void copy();
-    [[noreturn]] void fail(const std::string& what, const DatabaseError& error, const std::string& after = "") const;
 
     const std::filesystem::path _folder;
-    const std::int64_t _maxBytes;
     const std::chrono::milliseconds _copyInterval;
     const std::filesystem::path _file;
     const std::filesystem::path _copy;
     std::vector<std::string> _notices;
-    std::map<std::string, std::int64_t> _copied; ///< the sequence of each key in the copy; of open() and the queue
 
     std::mutex _mutex;
     std::unique_ptr<Database> _database;
     std::map<std::string, std::string> _defaults;
     std::map<std::string, std::string> _unstored; ///< newest document of each key that is to be tried again
     Clock::time_point _lastCopy = Clock::now();
-    Clock::time_point _copyDue = Clock::time_point::max(); ///< max: nothing has changed
-    Clock::time_point _retryDue = Clock::time_point::max();
+    Clock::time_point _due = kNever; ///< of a copy, or of the next try of what could not be stored
+    bool _copyIsOlder = false;
     std::string _copyFailure; ///< of the last copy
-    bool _scheduled = false;  ///< an item is in the queue
-    bool _ending = false;
-    std::uint64_t _drainsAsked = 0;
-    std::uint64_t _drainsDone = 0;
+    int _hurries = 0;         ///< somebody waits for what is due
     std::condition_variable _wake;
     base::SerialQueue<Work> _queue; // its thread uses everything above
 };

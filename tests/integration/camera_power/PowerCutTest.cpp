@@ -156,6 +156,30 @@ TEST_F(PowerCutTest, keepsWhatWasHandedOverWhereverThePowerGoes)
               << " documents=" << recording->documents().size() << "\n";
 }
 
+TEST_F(PowerCutTest, leavesNoDamageBehindWhereTheFirstStartEnds)
+{
+    watch = std::make_unique<DiskWatch>(state);
+    start();
+    stop();
+    calls = watch->calls();
+    DiskModel disk(watch->before());
+    watch.reset();
+    for (std::size_t cut = 0; cut <= calls.size() && !HasFailure(); ++cut) {
+        SCOPED_TRACE("after " + std::to_string(cut) + " calls");
+        for (int time = 0; time < 12; ++time, ++cuts) {
+            writeFiles(state, disk.afterCut(random));
+            ASSERT_EQ(refusal(), std::nullopt);
+            EXPECT_THAT(notices(), testing::IsEmpty());
+            stop();
+            EXPECT_EQ(filesSetAside(readFiles(state)), 0u);
+        }
+        if (cut < calls.size()) {
+            disk.apply(calls[cut]);
+        }
+    }
+    std::cout << "power-cuts: cuts=" << cuts << "\n";
+}
+
 // The file is damaged; while the device sets it aside and reads it back the power goes.
 class RepairCutTest : public PowerCutTest {
 protected:

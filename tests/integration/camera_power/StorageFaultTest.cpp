@@ -30,8 +30,10 @@ const Case kCases[] = {
     {"ReadOnlyFromThenOn", {EROFS, true, false}, "Read-only file system"},
 };
 
-class StorageFaultTest : public PowerFixture, public testing::WithParamInterface<Case> {
+class FaultTest : public PowerFixture {
 protected:
+    explicit FaultTest(DiskWatch::Fault disksFault) : fault(disksFault) {}
+
     // A device with documents, ended in order; with a log left behind when it is not.
     void SetUp() override
     {
@@ -55,7 +57,7 @@ protected:
             writeFiles(state, ended);
             DiskWatch watch(state);
             start();
-            watch.failAfter(others, GetParam().fault);
+            watch.failAfter(others, fault);
             operation();
             const bool failed = watch.hasFailed();
             ASSERT_TRUE(deliversAFrame()) << "while the file system fails";
@@ -95,10 +97,21 @@ protected:
         EXPECT_TRUE(isNewer || (!acknowledged && document == second)) << document;
     }
 
+    const DiskWatch::Fault fault;
     std::string second;
     Files ended;
     Files leftRunning;
     std::size_t faults = 0;
+};
+
+class StorageFaultTest : public FaultTest, public testing::WithParamInterface<Case> {
+protected:
+    StorageFaultTest() : FaultTest(GetParam().fault) {}
+};
+
+class InterruptedCallTest : public FaultTest {
+protected:
+    InterruptedCallTest() : FaultTest({EINTR, false, false}) {}
 };
 
 TEST_P(StorageFaultTest, tellsTheClientThatItsConfigurationIsNotStored)
@@ -124,6 +137,35 @@ TEST_P(StorageFaultTest, storesTheNextDocumentOnceTheFileSystemTakesItAgain)
                        EXPECT_TRUE(takesAnotherDocument());
                        expectTheDiskAndTheNextStartToAgree("one more", true);
                    });
+    std::cout << "power-cuts: faults=" << faults << "\n";
+}
+
+// One case is enough: it does not last, and every call is made again.
+TEST_F(InterruptedCallTest, isMadeAgainAndNothingIsRefused)
+{
+    failEachCallOf([&] { EXPECT_TRUE(configure("third")); },
+                   [&] {
+                       EXPECT_THAT(log.lines(), Not(Contains(HasSubstr("could not be"))));
+                       expectTheDiskAndTheNextStartToAgree("third", true);
+                   });
+    std::cout << "power-cuts: faults=" << faults << "\n";
+}
+
+TEST_F(InterruptedCallTest, doesNotKeepADeviceFromStarting)
+{
+    bool failed = true;
+    for (std::size_t others = 0; failed && !HasFailure(); ++others, ++faults) {
+        SCOPED_TRACE("after " + std::to_string(others) + " calls");
+        writeFiles(state, leftRunning);
+        DiskWatch watch(state);
+        watch.failAfter(others, fault);
+        ASSERT_EQ(refusal(), std::nullopt);
+        EXPECT_EQ(storedDocument(), second);
+        EXPECT_THAT(notices(), IsEmpty());
+        failed = watch.hasFailed();
+        watch.heal();
+        stop();
+    }
     std::cout << "power-cuts: faults=" << faults << "\n";
 }
 
@@ -172,7 +214,7 @@ TEST_P(StorageFaultTest, losesNothingWhenTheDeviceEnds)
         {
             DiskWatch watch(state);
             start();
-            watch.failAfter(others, GetParam().fault);
+            watch.failAfter(others, fault);
             stop();
         }
         expectTheDiskAndTheNextStartToAgree("second", true);
@@ -192,7 +234,7 @@ TEST_P(StorageFaultTest, startsOrSaysWhyNotAndLeavesTheFilesAlone)
             writeFiles(state, files);
             {
                 DiskWatch watch(state);
-                watch.failAfter(others, GetParam().fault);
+                watch.failAfter(others, fault);
                 const auto refused = refusal();
                 failed = watch.hasFailed();
                 if (refused) {
@@ -224,7 +266,7 @@ TEST_P(StorageFaultTest, canStartForTheFirstTimeLater)
         std::filesystem::remove_all(state);
         {
             DiskWatch watch(state);
-            watch.failAfter(others, GetParam().fault);
+            watch.failAfter(others, fault);
             const auto refused = refusal();
             failed = watch.hasFailed();
             if (refused) {

@@ -1,6 +1,8 @@
 #include "integration/camera_services/ServicesFixture.h"
 #include "kit/FileSizeLimit.h"
 
+#include <optional>
+
 namespace {
 
 using namespace services_test;
@@ -28,10 +30,9 @@ TEST_F(StateTest, brokenDocumentsGiveTheDefaultsAndOneLineEach)
 
 TEST_F(StateTest, aFullDiskIsAReadableFailureAndMemoryAndDiskAgree)
 {
-    options.maxStoreBytes = 64 * 1024;
-    restart();
     Values acknowledged{{"default_analytics_rotation", 0}};
     std::string refused;
+    auto full = std::make_optional<FileSizeLimit>(64 * 1024);
     for (int i = 0; i < 1000 && refused.empty(); ++i) {
         const std::string key = std::to_string(1000 + i) + std::string(240, 'k');
         const std::string outcome = client.refusal(service::kConfiguration, "setIntValue", key, i);
@@ -44,7 +45,7 @@ TEST_F(StateTest, aFullDiskIsAReadableFailureAndMemoryAndDiskAgree)
     EXPECT_THAT(refused, StartsWith("ravel.Error.Failed|the settings \"configuration\" could not be stored in "));
     EXPECT_GT(acknowledged.size(), 2U);
     EXPECT_EQ(client.values(), acknowledged);
-    options.maxStoreBytes = 0;
+    full.reset();
     restart();
     EXPECT_EQ(client.values(), acknowledged);
 }

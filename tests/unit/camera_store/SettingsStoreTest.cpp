@@ -30,10 +30,10 @@ class SettingsStoreTest : public testing::Test {
 protected:
     SettingsStoreTest() { open(); }
 
-    void open(std::int64_t maxBytes = 0)
+    void open()
     {
         store.reset();
-        store = std::make_unique<SettingsStore>(folder.path(), maxBytes, kCopiedByHand);
+        store = std::make_unique<SettingsStore>(folder.path(), kCopiedByHand);
     }
 
     /// Closes the store without the copy that it makes at its end: a process that is killed.
@@ -343,10 +343,11 @@ TEST_F(SettingsStoreTest, saysWhatCannotBeUsedWhenTheFileIsAFolder)
 TEST_F(SettingsStoreTest, refusesAWriteThatFindsNoRoomAndKeepsWhatWasThere)
 {
     store->write("A", "small");
-    open(64 * 1024);
-    EXPECT_THAT(failureOf([this] { store->write("A", std::string(1024 * 1024, 'x')); }),
-                Pair(DatabaseError::Kind::full,
-                     "the settings \"A\" could not be stored in " + file().string() + ": no space is left for it"));
+    {
+        const kit::FileSizeLimit disk(64 * 1024);
+        EXPECT_THAT(failureOf([this] { store->write("A", std::string(1024 * 1024, 'x')); }).second,
+                    HasSubstr("the settings \"A\" could not be stored in " + file().string() + ": "));
+    }
     EXPECT_THAT(store->read("A"), Optional(std::string("small")));
     store->write("A", "small again");
     EXPECT_THAT(store->read("A"), Optional(std::string("small again")));
@@ -378,7 +379,7 @@ TEST_F(SettingsCopyTest, hasTheNewestDocumentOfEachKeyOnceItIsDue)
 TEST_F(SettingsCopyTest, isMadeWithoutAnybodyAskingAlsoWhileChangesGoOn)
 {
     store.reset();
-    SettingsStore own(folder.path(), 0, std::chrono::milliseconds(20));
+    SettingsStore own(folder.path(), std::chrono::milliseconds(20));
     own.write("A", "first");
     EXPECT_TRUE(kit::eventually([&] {
         own.write("B", std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
@@ -430,6 +431,16 @@ TEST_F(SettingsCopyTest, isMadeAgainWhenItIsDamagedAndTheDamagedOneIsKept)
     EXPECT_THAT(store->read("A"), Optional(std::string("kept")));
     EXPECT_THAT(store->notices(), ElementsAre(HasSubstr("settings.last is damaged")));
     EXPECT_THAT(copied("A"), Optional(std::string("kept")));
+}
+
+TEST_F(SettingsCopyTest, takesThePlaceOfOneOfAnEarlierVersionAlsoWhenNothingIsNewer)
+{
+    store->write("A", "kept");
+    store.reset();
+    std::filesystem::rename(folder / "settings.last", folder / "settings.last-good.db");
+    open();
+    EXPECT_THAT(copied("A"), Optional(std::string("kept")));
+    EXPECT_FALSE(std::filesystem::exists(folder / "settings.last-good.db"));
 }
 
 TEST_F(SettingsCopyTest, winsOverAnOlderDocumentThatATruncatedFileStillHas)
@@ -535,6 +546,19 @@ TEST_F(UnstoredTest, areTriedAgainWithoutAChange)
         store->drain();
         EXPECT_EQ(store->read("A"), std::nullopt) << "the disk still refuses";
     }
+    store->drain();
+    EXPECT_THAT(store->read("A"), Optional(std::string("in force")));
+}
+
+TEST_F(UnstoredTest, areThoseToldThatALockedFileDidNotTake)
+{
+    sqlite3* other = nullptr;
+    ASSERT_EQ(sqlite3_open(file().c_str(), &other), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_THAT(failureOf([this] { store->write("A", "in force", SettingsStore::Unstored::triedAgain); }).second,
+                HasSubstr("could not be stored in " + file().string() + ": database is locked"));
+    EXPECT_EQ(store->read("A"), std::nullopt);
+    sqlite3_close(other);
     store->drain();
     EXPECT_THAT(store->read("A"), Optional(std::string("in force")));
 }
