@@ -13,7 +13,8 @@ import sys
 import xml.etree.ElementTree as ElementTree
 
 BASIC = {"y": "std::uint8_t", "b": "bool", "n": "std::int16_t", "q": "std::uint16_t", "i": "std::int32_t",
-         "u": "std::uint32_t", "x": "std::int64_t", "t": "std::uint64_t", "d": "double", "s": "std::string"}
+         "u": "std::uint32_t", "x": "std::int64_t", "t": "std::uint64_t", "d": "double", "s": "std::string",
+         "h": "sdbus::UnixFd"}
 HEADER = """#pragma once
 
 #include "camera/bus/{base}.h"

@@ -53,6 +53,9 @@ std::string CameraClient::sentence(const std::string& service, const sdbus::Erro
     if (bus::isAbsence(error)) {
         return "nobody serves the camera's " + service + " now; camera status shows what runs";
     }
+    if (error.getName() == bus::error::kNoReply && error.getMessage().find("disconnected") != std::string::npos) {
+        return "the camera's " + service + " ended before it answered; camera status shows what runs";
+    }
     if (bus::isSilence(error)) {
         return "the camera's " + service + " does not answer within " + std::to_string(patience.count() / 1000) +
                " s; --timeout S waits longer";

@@ -93,6 +93,7 @@ std::vector<base::Command> serviceCommands();
 std::vector<base::Command> analyticsCommands();
 std::vector<base::Command> configCommands();
 std::vector<base::Command> followCommands();
+std::vector<base::Command> recordCommands();
 std::vector<base::Command> statusCommands();
 
 } // namespace camera::cli

@@ -47,6 +47,7 @@ std::vector<Command> commands()
     appendWithCamera(all, analyticsCommands());
     appendWithCamera(all, configCommands());
     appendWithCamera(all, followCommands());
+    appendWithCamera(all, recordCommands());
     appendWithCamera(all, serviceCommands());
     all.push_back(completion());
     return all;

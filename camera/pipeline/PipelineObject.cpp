@@ -15,12 +15,28 @@ namespace camera::pipeline {
 
 namespace {
 
-// What the engines evaluate is read on the thread that calls them. Everything else is answered while they keep it, too.
-bus::Dispatch enginesOnControl(const std::shared_ptr<bus::Session>& session, serviceapi::ControlThread& control)
+// What the engines evaluate is read on the thread that calls them, and a recording is answered when it is written.
+// Everything else is answered while they keep their threads, too.
+bus::Dispatch dispatch(const std::shared_ptr<bus::Session>& session, serviceapi::ControlThread& control,
+                       const std::shared_ptr<Recordings>& recordings)
 {
-    return [onControl = onControl(session, control)](const std::shared_ptr<bus::Request>& request) {
-        if (request->method() == std::string_view("engines")) {
+    return [onControl = onControl(session, control), weak = std::weak_ptr<bus::Session>(session),
+            recordings](const std::shared_ptr<bus::Request>& request) {
+        const std::string_view method(request->method());
+        if (method == "engines") {
             onControl(request);
+        } else if (method == "picture" || method == "record") {
+            request->perform();
+            const auto answer = [session = weak.lock(), request](const std::string& failure) {
+                if (failure.empty()) {
+                    request->answer();
+                } else {
+                    request->refuse(bus::error::kRefused, failure);
+                }
+            };
+            if (!recordings->accept(answer)) {
+                request->answer(); // that it was refused
+            }
         } else {
             bus::atOnce(request);
         }
@@ -32,6 +48,8 @@ double milliseconds(std::chrono::nanoseconds time)
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
+constexpr double kLongestRecording = 86400; ///< seconds
+
 std::string noDocument(std::int64_t sequence)
 {
     return "no good document number " + std::to_string(sequence) + " of this key is kept";
@@ -40,7 +58,7 @@ std::string noDocument(std::int64_t sequence)
 } // namespace
 
 PipelineObject::PipelineObject(const std::shared_ptr<bus::Session>& session, Device& device, Report report)
-    : PipelineServer(session->connection(), enginesOnControl(session, device.control())),
+    : PipelineServer(session->connection(), dispatch(session, device.control(), report.recordings)),
       _device(device),
       _report(std::move(report))
 {
@@ -86,6 +104,21 @@ std::vector<PipelineObject::VersionRow> PipelineObject::history(const std::strin
         throw bus::Refusal("nothing is stored under this key");
     }
     return rows;
+}
+
+void PipelineObject::picture(sdbus::UnixFd file, const std::string& name)
+{
+    _report.recordings->order({base::FileDescriptor(file.release()), name});
+}
+
+void PipelineObject::record(sdbus::UnixFd file, const std::string& name, double seconds, sdbus::UnixFd client)
+{
+    if (!(seconds > 0 && seconds <= kLongestRecording)) {
+        throw bus::Refusal("a recording takes more than 0 and at most 86400 seconds");
+    }
+    const auto length = std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));
+    _report.recordings->order({base::FileDescriptor(file.release()), name,
+                               std::max(length, std::chrono::nanoseconds(1)), base::FileDescriptor(client.release())});
 }
 
 void PipelineObject::restore(const std::string& key, std::int64_t sequence)

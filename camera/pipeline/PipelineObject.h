@@ -3,6 +3,7 @@
 #include "camera/bus/Connection.h"
 #include "camera/bus/pipeline_server.h"
 #include "camera/pipeline/PipelineStatus.h"
+#include "camera/pipeline/Recordings.h"
 
 #include <functional>
 #include <memory>
@@ -21,6 +22,7 @@ public:
     struct Report {
         std::function<PipelineStatus()> status;
         std::function<double()> takeLongestFrame; ///< in milliseconds, since the last call
+        std::shared_ptr<Recordings> recordings = std::make_shared<Recordings>();
     };
 
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. device outlives it.
@@ -35,6 +37,8 @@ private:
     std::vector<EngineRow> engines() override;
     std::string document(const std::string& key, std::int64_t sequence) override;
     std::vector<VersionRow> history(const std::string& key) override;
+    void picture(sdbus::UnixFd file, const std::string& name) override;
+    void record(sdbus::UnixFd file, const std::string& name, double seconds, sdbus::UnixFd client) override;
     void restore(const std::string& key, std::int64_t sequence) override;
     std::vector<std::string> storedKeys() override;
     double takeLongestFrame() override { return _report.takeLongestFrame(); }

@@ -137,6 +137,7 @@ private:
         }
         if (_source) {
             _outputs.openOverlay(picture, _source->framesPerSecond());
+            _recordings->begin(_source->framesPerSecond());
         }
         _events = _device->onEvent([this](const base::Event& event) {
             _report.event(event);
@@ -147,7 +148,7 @@ private:
         _service = std::make_unique<PipelineService>(
             _options.bus, *_device,
             PipelineObject::Report{[this] { return status(); },
-                                   [this] { return _report.takeLongestFrameMilliseconds(); }});
+                                   [this] { return _report.takeLongestFrameMilliseconds(); }, _recordings});
         return true;
     }
 
@@ -208,6 +209,7 @@ private:
         options.gone = [this](bool gone) { _report.sourceGone(gone); };
         options.whileGone = [this](std::int64_t time) {
             _outputs.drawGone(time);
+            _recordings->drawGone(time, "waiting for the source");
             _console.status(_report.status());
         };
         options.stepped = [this](std::int64_t nanoseconds) { _pacer.timesStepped(nanoseconds); };
@@ -276,11 +278,13 @@ private:
             countWhatTheDeviceDid(_device->statistics());
             return result;
         };
-        if (_outputs.draws()) {
-            steps.draw = [this](const video::Frame& upright, const video::Drawing& drawing) {
-                _outputs.draw(upright, drawing, caption());
-            };
-        }
+        steps.draw = [this](const video::Frame& upright, const video::Drawing& drawing) {
+            if (_outputs.draws() || _recordings->wanted()) {
+                const std::string text = caption();
+                _outputs.draw(upright, drawing, text);
+                _recordings->draw(upright, drawing, text);
+            }
+        };
         steps.showStatus = [this] { _console.status(_report.status()); };
         steps.keepTime = [this](std::int64_t nanoseconds) { keepTime(nanoseconds); };
         return steps;
@@ -351,6 +355,7 @@ private:
         _services->finishBy(Clock::now() + (_stop.stopped() ? std::chrono::seconds(0) : kPatienceAtTheEnd));
         _device->drain();
         _outputs.finish();
+        _recordings->end();
         std::vector<ActiveRules> active;
         base::contained("device", "the active rules cannot be read", [&] { active = _device->activeRules(); });
         _device->shutdown();
@@ -402,6 +407,7 @@ private:
     const RunCounts _before; ///< of the processes of this run that were the pipeline before
     RunReport _report;
     RunOutputs _outputs;
+    const std::shared_ptr<Recordings> _recordings = std::make_shared<Recordings>();
     std::optional<video::View> _view;
     const std::shared_ptr<DeviceServicesClient> _services = std::make_shared<DeviceServicesClient>(_options.bus);
     std::unique_ptr<Device> _device;

@@ -72,6 +72,9 @@ void RunOutputs::openOverlay(video::PictureSize picture, double framesPerSecond)
 
 void RunOutputs::draw(const video::Frame& upright, const video::Drawing& drawing, const std::string& caption)
 {
+    if (!_overlay) {
+        return;
+    }
     _overlay->add(upright, drawing, caption);
     if (_overlay->videoFailed()) {
         _counts->videosFailed |= bitOf(_counts->videos);

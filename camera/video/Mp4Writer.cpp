@@ -25,7 +25,7 @@ const AVCodec* chooseEncoder(const std::string& name)
 } // namespace
 
 Mp4Writer::Mp4Writer(const std::string& path, int width, int height, double framesPerSecond,
-                     const std::string& encoderName)
+                     const std::string& encoderName, int descriptor)
     : _path(path), _frame(av_frame_alloc()), _packet(av_packet_alloc())
 {
     if (_frame == nullptr || _packet == nullptr) {
@@ -36,7 +36,7 @@ Mp4Writer::Mp4Writer(const std::string& path, int width, int height, double fram
     _frame->width = width;
     _frame->height = height;
     check(av_frame_get_buffer(_frame.get(), 0));
-    openFile();
+    openFile(descriptor);
 }
 
 Mp4Writer::~Mp4Writer()
@@ -86,8 +86,9 @@ void Mp4Writer::openEncoder(int width, int height, double framesPerSecond, const
     check(avcodec_open2(_encoder.get(), codec, nullptr));
 }
 
-void Mp4Writer::openFile()
+void Mp4Writer::openFile(int descriptor)
 {
+    const std::string address = descriptor < 0 ? "file:" + _path : "pipe:" + std::to_string(descriptor);
     AVFormatContext* made = nullptr;
     check(avformat_alloc_output_context2(&made, nullptr, "mp4", _path.c_str()));
     _container = made;
@@ -97,7 +98,7 @@ void Mp4Writer::openFile()
         stream->time_base = _encoder->time_base;
         stream->avg_frame_rate = _encoder->framerate;
         check(avcodec_parameters_from_context(stream->codecpar, _encoder.get()));
-        check(avio_open(&_container->pb, ("file:" + _path).c_str(), AVIO_FLAG_WRITE));
+        check(avio_open(&_container->pb, address.c_str(), AVIO_FLAG_WRITE));
         writeHeader();
         _open = true;
     } catch (...) {

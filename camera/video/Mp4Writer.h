@@ -13,9 +13,10 @@ namespace camera::video {
 class Mp4Writer {
 public:
     /// @param encoderName for tests: one encoder instead of the choice above.
+    /// @param descriptor not negative: the file, which is empty; borrowed, and not opened by its name.
     /// @throws std::runtime_error with one sentence naming the file.
     Mp4Writer(const std::string& path, int width, int height, double framesPerSecond,
-              const std::string& encoderName = "");
+              const std::string& encoderName = "", int descriptor = -1);
 
     /// Closes the file as it is, unless finish() was called.
     ~Mp4Writer();
@@ -34,7 +35,7 @@ private:
     [[noreturn]] void fail(int status) const;
     void check(int status) const;
     void openEncoder(int width, int height, double framesPerSecond, const std::string& encoderName);
-    void openFile();
+    void openFile(int descriptor);
     void writeHeader();
     void encode(const AVFrame* frame);
 

@@ -33,11 +33,11 @@ void checkWritable(const std::string& path)
 Overlay::Overlay(OverlayFiles files, int width, int height, double framesPerSecond, Failed failed)
     : _files(std::move(files)), _failed(std::move(failed))
 {
-    if (!_files.picture.empty()) {
+    if (!_files.picture.empty() && _files.descriptor < 0) {
         checkWritable(_files.picture);
     }
     if (!_files.video.empty()) {
-        _video.emplace(_files.video, width, height, framesPerSecond);
+        _video.emplace(_files.video, width, height, framesPerSecond, "", _files.descriptor);
     }
 }
 
@@ -91,7 +91,7 @@ void Overlay::finish()
 {
     if (_bestInterest && !_wrotePicture) {
         try {
-            writePicture(_best, _files.picture);
+            writePicture(_best, _files.picture, _files.descriptor);
             _wrotePicture = true;
         } catch (const std::runtime_error& error) {
             _failed(error.what());

@@ -18,6 +18,7 @@ namespace camera::video {
 struct OverlayFiles {
     std::string video;   ///< MP4
     std::string picture; ///< PNG or JPEG of the frame with the most to see
+    int descriptor = -1; ///< not negative: the one file that is named, open and empty; borrowed
 };
 
 /**

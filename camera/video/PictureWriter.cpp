@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace camera::video {
 
@@ -91,10 +93,11 @@ PacketPtr encode(const RgbPicture& picture, const std::string& path)
 
 } // namespace
 
-void writePicture(const RgbPicture& picture, const std::string& path)
+void writePicture(const RgbPicture& picture, const std::string& path, int descriptor)
 {
     const PacketPtr packet = encode(picture, path);
-    std::FILE* file = std::fopen(path.c_str(), "wb");
+    std::FILE* file =
+        descriptor < 0 ? std::fopen(path.c_str(), "wb") : ::fdopen(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0), "wb");
     if (file == nullptr) {
         fail(path, std::strerror(errno));
     }
@@ -104,7 +107,11 @@ void writePicture(const RgbPicture& picture, const std::string& path)
         error = errno;
     }
     if (error != 0) {
-        std::remove(path.c_str());
+        if (descriptor < 0) {
+            std::remove(path.c_str());
+        } else {
+            [[maybe_unused]] const int emptied = ::ftruncate(descriptor, 0);
+        }
         fail(path, std::strerror(error));
     }
 }
