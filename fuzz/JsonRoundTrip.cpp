@@ -70,7 +70,14 @@ void checkDocument(std::string_view text)
         fuzz::check(std::strchr(error.what(), '\n') == nullptr, "a complaint is one line");
         return;
     }
-    const std::string written = json::Writer::Write(document);
+    std::string written;
+    try {
+        written = json::Writer::Write(document);
+    } catch (const json::Exception& error) { // read, but beyond what a text can say
+        fuzz::check(std::string_view(error.what()) == "A number is not finite",
+                    "only an infinite number is not written");
+        return;
+    }
     const json::Array again = json::Reader::Read(written);
     fuzz::check(sameArrays(document, again), "what was written reads alike");
     fuzz::checkSame(written, json::Writer::Write(again), "what was read writes alike");

@@ -21,6 +21,7 @@ std::unique_ptr<Json::CharReader> createParser()
     Json::CharReaderBuilder builder;
     Json::CharReaderBuilder::strictMode(&builder.settings_);
     builder["rejectDupKeys"] = false;
+    builder["allowSpecialFloats"] = true; // those that TokenCheck wrote; it refuses all others
     builder["stackLimit"] = static_cast<Json::UInt64>(kMaxDepth);
     return std::unique_ptr<Json::CharReader>(builder.newCharReader());
 }
@@ -100,8 +101,9 @@ UnknownElement convert(const Json::Value& value)
 
 Array Reader::Read(std::string_view text)
 {
-    TokenCheck(text).Run();
-    return convertArray(parse(text));
+    TokenCheck check(text);
+    check.Run();
+    return convertArray(check.HasInfinities() ? parse(check.WithInfinities()) : parse(text));
 }
 
 } // namespace json

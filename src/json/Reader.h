@@ -12,8 +12,8 @@ namespace json {
  *
  * The text is JSON with two allowances: a string may hold any byte as it is, control bytes and
  * invalid UTF-8 included, and of members with the same name the last one counts. Two things that
- * JSON leaves open are refused: an escape that is one half of a surrogate pair, and a number that
- * no double holds.
+ * JSON leaves open are decided: an escape that is one half of a surrogate pair is refused, and a
+ * number that no double holds is infinite.
  *
  * Reentrant.
  */

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <locale>
+#include <sstream>
 
 namespace json {
 
@@ -88,6 +90,7 @@ void TokenCheck::skipLiteral(std::string_view literal)
 
 void TokenCheck::skipNumber()
 {
+    const std::size_t start = position;
     if (has('-')) {
         ++position;
     }
@@ -113,6 +116,26 @@ void TokenCheck::skipNumber()
         }
         skipDigits();
     }
+    // As the parser reads it, which then refuses the whole document.
+    const std::string_view number = text.substr(start, position - start);
+    std::istringstream digits{std::string(number)};
+    digits.imbue(std::locale::classic());
+    double value = 0;
+    if (!(digits >> value)) {
+        beyondDouble.push_back(number);
+    }
+}
+
+std::string TokenCheck::WithInfinities() const
+{
+    std::string patched;
+    std::size_t done = 0;
+    for (const std::string_view number : beyondDouble) {
+        const auto start = static_cast<std::size_t>(number.data() - text.data());
+        patched.append(text.substr(done, start - done)).append(number[0] == '-' ? "-Infinity" : "Infinity");
+        done = start + number.size();
+    }
+    return patched.append(text.substr(done));
 }
 
 void TokenCheck::skipDigits()

@@ -105,6 +105,20 @@ TEST_F(OnvifSettingsLoadTest, forgetsEverythingWhenALaterReadFails)
     EXPECT_THAT(settings.GetAllKeys(), IsEmpty());
 }
 
+TEST_F(OnvifSettingsLoadTest, readsPastANumberThatNoDoubleHolds)
+{
+    const Settings settings = load(R"([{"key":"A","config":"1","more":1e400},{"key":"B","config":"2"}])");
+    EXPECT_THAT(keysOf(settings), ElementsAre("A", "B"));
+    EXPECT_THAT(takeLogs(), IsEmpty());
+}
+
+TEST_F(OnvifSettingsLoadTest, keepsWhatStandsBeforeANumberInTheWrongPlaceWhateverItsSize)
+{
+    const Settings settings = load(R"([{"key":"A","config":"1"},{"key":"B","config":1e400},{"key":"C","config":"3"}])");
+    EXPECT_THAT(keysOf(settings), ElementsAre("A"));
+    EXPECT_THAT(takeLogs(), ElementsAre("log 3 \"Caught OnvifSettings json exception: Bad cast\""));
+}
+
 TEST_F(OnvifSettingsLoadTest, reportsARootThatIsNoArrayAsAParseError)
 {
     const Settings settings = load("{}");
