@@ -116,6 +116,8 @@ public:
     int deleteBehaviorSetting(char** names, unsigned int* status);
 
 private:
+    friend class ProxyTargetPeer;
+
     struct Modification {
         std::string type;
         std::string name;
@@ -129,6 +131,7 @@ private:
 
     void* logContext;
     std::vector<Engine> analyticLibs;
+    std::shared_ptr<void> reservedOwner; // nothing reads or sets it; it stays so that the fields keep their order
     RuleSetMap ruleSetMap;
     OnvifSettings settings;
     std::string defaultPresetKey;

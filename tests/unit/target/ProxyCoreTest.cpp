@@ -1,9 +1,40 @@
 // Construction, the engine list, the event relay, restoring defaults and the end.
 
 #include "ravel/RavelApiException.h"
+#include "target/ConfigurationXml.h"
 #include "unit/target/ProxyTargetFixture.h"
 
+#include <algorithm>
+#include <string_view>
 #include <type_traits>
+
+namespace korva::meridan {
+
+/// Where the fields of a core lie, in the order of their destruction from the last to the first.
+class ProxyTargetPeer {
+public:
+    static std::vector<const void*> fields(const ProxyTarget& core)
+    {
+        return {&core.logContext,
+                &core.analyticLibs,
+                &core.reservedOwner,
+                &core.ruleSetMap,
+                &core.settings,
+                &core.defaultPresetKey,
+                &core.atPreset,
+                &core.currentPreset,
+                &core.usedPtzPresets,
+                &core.inMovement,
+                &core.windowBlankingColor,
+                &core.eventCallback,
+                &core.eventCallbackContext,
+                &core.frameOrientation};
+    }
+
+    static bool ownsNothingInReserve(const ProxyTarget& core) { return core.reservedOwner == nullptr; }
+};
+
+} // namespace korva::meridan
 
 namespace korva::meridan::tests {
 
@@ -12,11 +43,27 @@ namespace {
 static_assert(!std::is_copy_constructible_v<ProxyTarget> && !std::is_copy_assignable_v<ProxyTarget>);
 static_assert(std::is_base_of_v<analytics_lib::IEventHandler, ProxyTarget>);
 
+static_assert(std::string_view(kModuleElement) == "tt:AnalyticsModule");
+static_assert(std::string_view(kModuleOpen) == "<tt:AnalyticsModule>");
+static_assert(std::string_view(kModuleClose) == "</tt:AnalyticsModule>");
+static_assert(std::string_view(kRuleElement) == "tt:Rule");
+static_assert(std::string_view(kRuleOpen) == "<tt:Rule");
+static_assert(std::string_view(kRuleClose) == "</tt:Rule>");
+
 using ProxyCoreTest = ProxyTargetTest;
 
 void* logHandle()
 {
     return kit::Platform::logHandle();
+}
+
+TEST_F(ProxyCoreTest, hasItsFieldsInTheirOrder)
+{
+    startFixed({motion});
+    const std::vector<const void*> fields = ProxyTargetPeer::fields(*proxy);
+
+    EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end(), std::less<const void*>()));
+    EXPECT_TRUE(ProxyTargetPeer::ownsNothingInReserve(*proxy));
 }
 
 TEST_F(ProxyCoreTest, loadsTheStoredSettingsAtOnce)
@@ -25,6 +72,15 @@ TEST_F(ProxyCoreTest, loadsTheStoredSettingsAtOnce)
 
     EXPECT_THAT(takeAll(),
                 ElementsAre("settingsSetDefault OnvifAnalytics [] -> 0", "settingsGetJson OnvifAnalytics -> 0"));
+}
+
+TEST_F(ProxyCoreTest, knowsTheStatusOfAFailedCall)
+{
+    const ravel::core::RavelApiException failure("no store", 7);
+
+    EXPECT_TRUE((std::is_base_of_v<std::runtime_error, ravel::core::RavelApiException>));
+    EXPECT_EQ(failure.status(), 7);
+    EXPECT_STREQ(failure.what(), "no store (status text 7)");
 }
 
 TEST_F(ProxyCoreTest, letsAFailureOfTheStoreLeaveTheConstructor)
@@ -286,6 +342,67 @@ TEST_F(ProxyCoreDeathTest, endsTheProcessWhenAnEngineThrowsDuringDestruction)
     EXPECT_DEATH(proxy.reset(), "");
 
     motion->before.clear();
+}
+
+TEST_F(ProxyCoreTest, keepsWhereTheCameraIsWhenDefaultsAreRestored)
+{
+    startMovable({motion});
+    given(configuration("Motion").preset("P2"));
+    arriveAt("P1");
+    ASSERT_EQ(proxy->restoreDefaultSettings(), 0);
+    EXPECT_EQ(proxy->getActiveSettingsKey(motion), "MotionP1");
+    EXPECT_THAT(usedPresets(), ElementsAre("P2"));
+
+    proxy->handlePositioningMotionStateEvent(true);
+    ASSERT_EQ(proxy->restoreDefaultSettings(), 0);
+    EXPECT_EQ(proxy->getActiveSettingsKey(motion), "");
+}
+
+TEST_F(ProxyCoreTest, letsWhatAnEngineThrowsLeaveWhenDefaultsAreRestored)
+{
+    startFixed({motion});
+    motion->before["clearAllRules"] = [] { throw std::runtime_error("engine"); };
+
+    EXPECT_THROW(proxy->restoreDefaultSettings(), std::runtime_error);
+    EXPECT_THROW(proxy->setAnalyticLibs({}), std::runtime_error);
+
+    motion->before.clear();
+}
+
+TEST_F(ProxyCoreTest, keepsAllElseWhenTheEnginesAreReplaced)
+{
+    startMovable({motion});
+    given(configuration("Motion").preset("P2"));
+    arriveAt("P1");
+    proxy->setWindowBlankingColor({1, 2, 3});
+    proxy->handleOrientationChangeEvent(270);
+
+    proxy->setAnalyticLibs({line});
+
+    EXPECT_THAT(usedPresets(), ElementsAre("P2"));
+    EXPECT_EQ(proxy->getActiveSettingsKey(line), "LineP1");
+    EXPECT_EQ(proxy->getFrameOrientation(), 270U);
+    proxy->handleWindowBlankingEvent(true);
+    EXPECT_EQ(journal().count("onWindowBlankingChange Line true 1 2 3"), 1U);
+    proxy->handlePositioningMotionStateEvent(true);
+    proxy->setAnalyticLibs({motion});
+    EXPECT_EQ(proxy->getActiveSettingsKey(motion), "");
+    proxy->handlePositioningMotionStateEvent(false);
+    EXPECT_EQ(proxy->getActiveSettingsKey(motion), "MotionP1");
+    EXPECT_EQ(journal().startingWith("settingsGetJson").size(), 0U) << "the settings are those in memory";
+}
+
+TEST_F(ProxyCoreTest, replacesTheEnginesAlsoByTheSame)
+{
+    startFixed({motion});
+    given(configuration("Motion"));
+
+    proxy->setAnalyticLibs({motion});
+
+    EXPECT_THAT(takeEngineCalls(),
+                ElementsAre("clearAllRules Motion", "releaseRuleSet Motion #2", "setEventHandler Motion",
+                            "createRuleSet Motion -> #3", "#3 setFullConfig -> true", "clearAllRules Motion",
+                            "#3 getFullConfig", "activateRuleSet Motion #3 -> true"));
 }
 
 } // namespace
