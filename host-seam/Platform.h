@@ -180,6 +180,7 @@ struct Framework {
         std::string serviceName;
         void* logHandle;
         RavelApiAnalyticsTargetImplBase* target;
+        const void* runner;
     };
 
     std::vector<Served> serving; ///< targets that are served now

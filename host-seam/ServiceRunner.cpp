@@ -53,7 +53,7 @@ RavelApiAnalyticsTargetRun::RavelApiAnalyticsTargetRun(const std::string& servic
 {
     platform().reached("startServing");
     journal().add(Part::Service, "startServing ", serviceName);
-    platform().framework.serving.push_back({serviceName, logHandle, _serving->target.get()});
+    platform().framework.serving.push_back({serviceName, logHandle, _serving->target.get(), this});
 }
 
 RavelApiAnalyticsTargetRun::~RavelApiAnalyticsTargetRun()

@@ -25,8 +25,9 @@ ravel_core_status ravel_core_configuration_get_int_value(const char* key, int* v
     const auto& values = platform().settings.values;
     const auto entry = values.find(key);
     const ravel_core_status status = entry == values.end() ? platform().settings.missingValueStatus : 0;
+    const char* const given = *value == 0 ? "" : " (not zero when given)";
     *value = entry == values.end() ? -1 : entry->second;
-    journal().add(Part::Service, "configurationGetInt ", key, " -> ", status);
+    journal().add(Part::Service, "configurationGetInt ", key, " -> ", status, given);
     return status;
 }
 

@@ -96,11 +96,11 @@ void refuseNextCalloc()
     callocIsRefused = true;
 }
 
-void watchBlock(void* block)
+void watchBlock(const void* block)
 {
     const std::size_t index = watchedCount.fetch_add(1);
     if (index < watched.size()) {
-        watched[index].store(block);
+        watched[index].store(const_cast<void*>(block));
     }
 }
 

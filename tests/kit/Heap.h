@@ -62,7 +62,7 @@ public:
 void refuseNextCalloc();
 
 /// Remembers a block so that its release is noticed; at most 256 between two calls of forgetWatchedBlocks.
-void watchBlock(void* block);
+void watchBlock(const void* block);
 int watchedBlocks();
 int watchedBlocksFreed();
 void forgetWatchedBlocks();

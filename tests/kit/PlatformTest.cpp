@@ -36,4 +36,16 @@ PlatformTest::PlatformTest()
     platform().rotation.variant = variant;
 }
 
+void PlatformTest::expectFormatsWithoutNames()
+{
+    static constexpr const char* kNames[] = {"getActiveSettingsKey", "reconfigure", "handlePositioning",
+                                             "handlePreset",         "handleTour",  "initialize",
+                                             "mergeConfigurations",  "getCurrent",  "activateRuleSet"};
+    for (const std::string& format : journal().formats()) {
+        for (const char* const name : kNames) {
+            EXPECT_EQ(format.find(name), std::string::npos) << format;
+        }
+    }
+}
+
 } // namespace kit

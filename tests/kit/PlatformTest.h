@@ -26,12 +26,16 @@ protected:
 
     void TearDown() override
     {
+        expectFormatsWithoutNames();
         if (HasFailure()) {
             std::cerr << "journal:\n" << journal().dump();
         }
     }
 
     using Lines = std::vector<std::string>;
+
+    /// The function's name is an argument of a log line and never a part of its format, by which a device sorts lines.
+    static void expectFormatsWithoutNames();
 
     /// The log lines since the last call, without calls; the journal is emptied.
     static Lines takeLogs() { return taken(journal().logs()); }
@@ -42,6 +46,7 @@ protected:
 private:
     static Lines taken(Lines lines)
     {
+        expectFormatsWithoutNames();
         journal().clear();
         return lines;
     }

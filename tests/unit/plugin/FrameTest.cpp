@@ -442,4 +442,119 @@ TEST_F(FrameTest, worksOnAfterAFrameThatFailed)
     EXPECT_EQ(journal().count("onFrame Motion -> true"), 1U);
 }
 
+TEST_F(FrameTest, stampsTheAnglesOfAFailedPositionQuery)
+{
+    const auto engine = addEngine("Motion");
+    platform().positioning.available = true;
+    platform().positioning.positionKnown = false;
+    platform().positioning.position = {1000U, -2000, 3U};
+    platform().positioning.angleOfView = 60000;
+    build();
+    EXPECT_EQ(placeOf(seenBy(*engine, 1920, 1080)), Place(1000U, -2000, 3U, 60000U, 33750U));
+}
+
+TEST_F(FrameTest, readsNegativeSidesAsHugeOnesInTheVerticalAngle)
+{
+    const auto engine = addEngine("Motion");
+    platform().positioning.available = true;
+    platform().positioning.angleOfView = 60000;
+    build();
+    EXPECT_EQ(seenBy(*engine, -8, -4).verticalAngleOfView, 60000U);
+}
+
+TEST_F(FrameTest, readsTheOrientationBehindPositionAndOutputs)
+{
+    for (const char* call : {"getCurrentPosition", "getEmptyDrawingBuffer", "getEmptyMotionBuffer"}) {
+        kit::resetPlatform();
+        platform().offerAllServices();
+        platform().positioning.available = true;
+        build();
+        platform().before[call] = [] { platform().rotation.fire(90U); };
+        deliverFrame();
+        EXPECT_THAT(journal().startingWith("rotate"), ElementsAre("rotate90 8x4")) << call;
+        plugin.reset();
+    }
+}
+
+TEST_F(FrameTest, freesWhatItTurnedWhateverTheOrientationIsBySomeEngine)
+{
+    for (const auto& [before, during] : {std::pair{90U, 0U}, {0U, 90U}, {180U, 270U}, {45U, 270U}}) {
+        kit::resetPlatform();
+        platform().offerAllServices();
+        platform().rotation.angle = before;
+        const auto engine = addEngine("Motion");
+        engine->frameScript = [during = during](const analytics_lib::YuvFrame&, MetadataBuffers&) {
+            platform().rotation.fire(during);
+            return true;
+        };
+        build();
+        FrameBuffer* const buffer = FrameBuffer::image(8, 4);
+        watchBlock(buffer->payload.data());
+        int freedAtTheEnd = -1;
+        platform().before["returnFullMotionBuffer"] = [&] { freedAtTheEnd = watchedBlocksFreed(); };
+        deliver(buffer);
+        const bool turned = before % 90 == 0 && before != 0;
+        EXPECT_EQ(RotatedImages::made(), turned ? 2 : 1) << "with the image that was delivered";
+        if (RotatedImages::countsFrees()) {
+            EXPECT_EQ(freedAtTheEnd, turned ? 1 : 0) << before << " and then " << during;
+        }
+        plugin.reset();
+    }
+}
+
+TEST_F(FrameTest, freesATurnedImageBeforeEitherOutputGoesBack)
+{
+    for (const char* call : {"returnFullDrawingBuffer", "returnFullMotionBuffer"}) {
+        kit::resetPlatform();
+        orient(180);
+        build();
+        int freed = -1;
+        platform().before[call] = [&] { freed = RotatedImages::freed(); };
+        deliverFrame();
+        if (RotatedImages::countsFrees()) {
+            EXPECT_EQ(freed, 1) << call;
+        }
+        plugin.reset();
+    }
+}
+
+TEST_F(FrameTest, letsEverythingThatAFrameThrowsLeaveWithTheBufferDeleted)
+{
+    platform().offerAllServices();
+    platform().positioning.available = true;
+    const auto engine = addEngine("Motion");
+    engine->frameScript = FakeEngine::writes(1, 1, "<m/>");
+    build();
+    for (const char* call : {"isAvailable", "getCurrentPosition", "getEmptyDrawingBuffer", "getEmptyMotionBuffer",
+                             "getMaxBufferSize", "returnFullDrawingBuffer", "returnFullMotionBuffer", "streamerSend"}) {
+        platform().before = {{call, [] { throw std::runtime_error("broken"); }}};
+        EXPECT_THROW(deliverFrame(), std::runtime_error) << call;
+        EXPECT_EQ(journal().all().back(), "buffer deleted") << call;
+        platform().before = {{call, [] { throw 42; }}};
+        EXPECT_THROW(deliverFrame(), int) << call;
+        EXPECT_EQ(journal().all().back(), "buffer deleted") << call;
+    }
+    platform().before.clear();
+    engine->before["onFrame"] = [] { throw 42; };
+    EXPECT_THROW(deliverFrame(), int);
+    EXPECT_EQ(journal().all().back(), "buffer deleted");
+}
+
+TEST_F(FrameTest, takesAFrameWhileAnEngineLooksAtAnother)
+{
+    const auto engine = addEngine("Motion");
+    build();
+    bool nested = false;
+    engine->frameScript = [&](const analytics_lib::YuvFrame&, MetadataBuffers&) {
+        if (!nested) {
+            nested = true;
+            detection().OnBuffer(nullptr, FrameBuffer::image(4, 2));
+        }
+        return true;
+    };
+    deliverFrame();
+    EXPECT_EQ(journal().count("onFrame Motion -> true"), 2U);
+    EXPECT_EQ(journal().count("buffer deleted"), 2U);
+}
+
 } // namespace

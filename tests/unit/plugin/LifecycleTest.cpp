@@ -2,7 +2,10 @@
 
 #include "kit/Story.h"
 #include "korva/meridan/BasicFilterPlugin.h"
+#include "ptz/PtzShim.h"
 #include "ravel/RavelApiAnalyticsTargetImplBase.h"
+#include "ravel/RavelApiAnalyticsTargetRun.h"
+#include "target/OnvifTarget.h"
 
 #include <libxml/globals.h>
 #include <libxml/parser.h>
@@ -144,8 +147,8 @@ TEST_F(LifecycleTest, takesEverythingDownInOrder)
     plugin.reset();
     EXPECT_THAT(journal().all(),
                 ElementsAre("log 7 \"DetectionPlugin::~DetectionPlugin\"", "streamerDeinit(0)", "loggingDeinit",
-                            "stopServing onvif_analytic_service", "clearAllRules Motion", "target base destroyed",
-                            "engine Motion destroyed", "filterDestroyed"));
+                            "xmlCleanupParser", "stopServing onvif_analytic_service", "clearAllRules Motion",
+                            "target base destroyed", "engine Motion destroyed", "filterDestroyed"));
 }
 
 TEST_F(LifecycleTest, closesTheStreamThatWasOpened)
@@ -265,6 +268,54 @@ TEST_F(LifecycleTest, inheritsTheNoticeOfACompletePipeline)
     build();
     plugin->PipelinesConstructed();
     EXPECT_THAT(journal().all(), ElementsAre("pipelinesConstructed"));
+}
+
+TEST_F(LifecycleTest, holdsTheMovementAdapterUntilItsLastLine)
+{
+    platform().engineLibrary.keepsPtz = false;
+    bool alive = false;
+    platform().before["log"] = [&] { alive = !platform().engineLibrary.ptzSeen.expired(); };
+    construct();
+    EXPECT_EQ(journal().logs().back(), "log 7 \"DetectionPlugin::DetectionPlugin\"");
+    EXPECT_TRUE(alive);
+    platform().before.clear();
+}
+
+TEST_F(LifecycleTest, leavesTheXmlParserAloneWhenItCannotBeBuilt)
+{
+    for (const char* call : {"getSupportedAnalyticsLibs", "settingsGetJson", "startServing"}) {
+        platform().before = {{call, [] { throw std::runtime_error("broken"); }}};
+        EXPECT_THROW(construct(), std::runtime_error) << call;
+        EXPECT_EQ(journal().count("xmlCleanupParser"), 0U) << call;
+    }
+}
+
+TEST_F(LifecycleTest, keepsNoMemoryOfAFailedConstruction)
+{
+    if (!kit::heapIsWatched()) {
+        GTEST_SKIP() << "the sanitizer looks for leaks itself";
+    }
+    platform().before["startServing"] = [] { throw std::runtime_error("no bus"); };
+    journal().record(false);
+    EXPECT_THROW(construct(), std::runtime_error); // what is made once and stays is made now
+    const kit::HeapMeter meter;
+    EXPECT_THROW(construct(), std::runtime_error);
+    EXPECT_EQ(meter.use().keptBytes, 0);
+}
+
+// A handle and what it counts are one block, so no object is a block of its own that is freed.
+TEST_F(LifecycleTest, makesEachSharedObjectAndItsCountInOneBlock)
+{
+    if (!kit::heapIsWatched()) {
+        GTEST_SKIP() << "the sanitizer has its own allocator";
+    }
+    construct();
+    kit::watchBlock(platform().engineLibrary.ptz.get());
+    kit::watchBlock(dynamic_cast<void*>(platform().framework.serving.at(0).target));
+    kit::watchBlock(platform().framework.serving.at(0).runner);
+    plugin.reset();
+    platform().engineLibrary.ptz.reset();
+    EXPECT_EQ(kit::watchedBlocksFreed(), 0);
 }
 
 } // namespace

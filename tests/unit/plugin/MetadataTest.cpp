@@ -323,4 +323,34 @@ TEST_F(MetadataTest, letsWhatIsNoStandardExceptionLeaveWithTheBufferDeleted)
     }
 }
 
+TEST_F(MetadataTest, countsDrawingDataBeyondTheBuffer)
+{
+    const auto claims = [](std::uint32_t bytes) {
+        return [bytes](const analytics_lib::YuvFrame&, MetadataBuffers& outputs) {
+            outputs.drawingBufferUsed = bytes;
+            return true;
+        };
+    };
+    engine->frameScript = claims(2000000000U);
+    addEngine("Second")->frameScript = claims(2000000000U);
+    build();
+    deliverFrame();
+    EXPECT_THAT(platform().transmitter.drawingReturned, ElementsAre(4000000000U));
+}
+
+TEST_F(MetadataTest, countsDrawingDataWithoutABuffer)
+{
+    if (!kit::heapIsWatched()) {
+        GTEST_SKIP() << "a count on a null buffer is what a sanitizer refuses";
+    }
+    platform().transmitter.givesDrawing = false;
+    engine->frameScript = [](const analytics_lib::YuvFrame&, MetadataBuffers& outputs) {
+        outputs.drawingBufferUsed = 5;
+        return true;
+    };
+    build();
+    deliverFrame();
+    EXPECT_THAT(platform().transmitter.drawingReturned, ElementsAre(5U));
+}
+
 } // namespace
