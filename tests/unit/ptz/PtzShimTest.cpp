@@ -269,4 +269,16 @@ TEST_F(PtzShimTest, livesAsLongAsAnyHandleOfTheInterface)
     EXPECT_TRUE(watched.expired());
 }
 
+TEST_F(PtzShimTest, writesTheHeightOfTheSensorLast)
+{
+    infoFor(90000, 500, 0);
+    PtzShim shim;
+    unsigned int both = 1;
+    unsigned int other = 0;
+    unsigned int focalFirst = 0;
+    unsigned int focalSecond = 0;
+    shim.GetPtzCameraInfo(both, both, other, focalFirst, focalSecond);
+    EXPECT_EQ(both, 0U) << "the width is 1000";
+}
+
 } // namespace

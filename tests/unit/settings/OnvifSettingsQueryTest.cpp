@@ -89,6 +89,7 @@ TEST_F(OnvifSettingsQueryTest, neverReadsLoggedSettingsAsAFormat)
 
 TEST_F(OnvifSettingsQueryTest, logsNothingWithoutSettings)
 {
+    EXPECT_FALSE(std::is_polymorphic_v<korva::meridan::OnvifSettings>);
     fresh().ShortLog();
     EXPECT_THAT(takeAll(), IsEmpty());
 }

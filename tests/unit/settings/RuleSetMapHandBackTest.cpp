@@ -134,6 +134,26 @@ TEST_F(RuleSetMapHandBackTest, callsNoEngineWhenItIsDestroyed)
     EXPECT_EQ(engine.notReturned(), 1);
 }
 
+TEST_F(RuleSetMapHandBackTest, keepsTheKeyWhenHandingBackByPrefixThrows)
+{
+    given("MotionP1", "text");
+    engine.before["releaseRuleSet"] = [] { throw 5; };
+
+    EXPECT_THROW(map.deleteRulesWithPrefix(&engine, "Motion"), int);
+
+    EXPECT_THAT(keys(), ElementsAre("MotionP1"));
+}
+
+TEST_F(RuleSetMapHandBackTest, keepsTheKeyOfAFailedRestorationWhenHandingBackThrows)
+{
+    engine.setFullAnswers = {false};
+    engine.before["releaseRuleSet"] = [] { throw 5; };
+
+    EXPECT_THROW(map.restoreFullConfig(&engine, "MotionP1", "text"), int);
+
+    EXPECT_THAT(keys(), ElementsAre("MotionP1"));
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests

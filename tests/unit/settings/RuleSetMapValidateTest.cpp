@@ -11,6 +11,7 @@ using RuleSetMapRestoreTest = RuleSetMapTest;
 
 TEST_F(RuleSetMapValidateTest, beginsEmptyAndCallsNothing)
 {
+    EXPECT_FALSE(std::is_polymorphic_v<RuleSetMap>);
     EXPECT_THAT(keys(), IsEmpty());
     EXPECT_THAT(map.getAllConfigs(), IsEmpty());
     EXPECT_THAT(takeAll(), IsEmpty());
@@ -204,6 +205,40 @@ TEST_F(RuleSetMapRestoreTest, losesTheOldRuleSetOfAKeyWhoseNewTextIsRefused)
 }
 
 TEST_F(RuleSetMapRestoreTest, holdsTheKeyWhileTheTextIsTriedOut)
+{
+    engine.before["ruleSet.setFullConfig"] = [] { throw 5; };
+
+    EXPECT_THROW(map.restoreFullConfig(&engine, "MotionP1", "text"), int);
+
+    EXPECT_THAT(keys(), ElementsAre("MotionP1"));
+}
+
+TEST_F(RuleSetMapValidateTest, neitherKeepsNorHandsBackANewRuleSetWhoseValidationThrows)
+{
+    for (const char* call : {"ruleSet.validateConfig", "ruleSet.validateFullConfig"}) {
+        engine.before = {{call, [] { throw 5; }}};
+        if (std::string(call) == "ruleSet.validateConfig") {
+            EXPECT_THROW(map.validateConfig(&engine, "MotionP1", "R1", "tt:MotionRule", ""), int);
+        } else {
+            EXPECT_THROW(map.validateFullConfig(&engine, "MotionP1", "text"), int);
+        }
+        EXPECT_THAT(keys(), IsEmpty()) << call;
+        EXPECT_THAT(journal().startingWith("releaseRuleSet"), IsEmpty()) << call;
+    }
+    EXPECT_EQ(engine.notReturned(), 2);
+}
+
+TEST_F(RuleSetMapValidateTest, holdsNoNewRuleSetWhileItIsAsked)
+{
+    Lines seen{"not asked"};
+    engine.before["ruleSet.validateConfig"] = [&] { seen = keys(); };
+
+    EXPECT_TRUE(map.validateConfig(&engine, "MotionP1", "R1", "tt:MotionRule", ""));
+
+    EXPECT_THAT(seen, IsEmpty());
+}
+
+TEST_F(RuleSetMapRestoreTest, holdsTheRuleSetBeforeItTakesTheText)
 {
     engine.before["ruleSet.setFullConfig"] = [] { throw 5; };
 

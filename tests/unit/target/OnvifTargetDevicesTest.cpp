@@ -682,4 +682,132 @@ TEST_F(OnvifTargetDevicesTest, closesNothingThatWasNeverOpened)
     EXPECT_THAT(deviceLines(), ElementsAre("target base destroyed"));
 }
 
+// What events carry beside their meaning, and what engines throw
+
+TEST_F(OnvifTargetDevicesTest, takesEveryEventWhateverItCarriesBesides)
+{
+    platform().positioning.available = true;
+    platform().offerAllServices();
+    build();
+    for (unsigned int variant = 0; variant < host_seam::Positioning::kVariants; ++variant) {
+        platform().positioning.fireMotionState(false);
+        platform().positioning.fireCommandPriority(1);
+        platform().positioning.firePresetState(2, "Gate");
+        platform().positioning.fireTourState(2, 7);
+        platform().dayNight.fire(false);
+        platform().windowBlanking.fire(true);
+        platform().rotation.fire(90U);
+        const Lines lines = takeLogs();
+        for (const char* line : {"log 6 \"handlePositioningCommandPriorityEvent ---------->Stop Analytics\"",
+                                 "log 6 \"handlePresetStateEvent ---------->Start Analytics for ptz preset Gate\"",
+                                 "log 6 \"====== handleTourStateEvent(tour tourState = 2, stop type = 7) ====\"",
+                                 "log 6 \"day night change call back, movement: false\"",
+                                 "log 6 \"Window blanking event enabled true\"", "log 6 \"rotation call back\""}) {
+            EXPECT_THAT(lines, Contains(line)) << variant;
+        }
+        platform().positioning.firePresetState(0, "Gate");
+    }
+    for (unsigned int variant = 0; variant < host_seam::Positioning::kVariants; ++variant) {
+        platform().positioning.fireMotionState(false);
+        EXPECT_THAT(takeLogs(), SizeIs(2)) << variant;
+    }
+}
+
+TEST_F(OnvifTargetDevicesTest, hearsOfARemovedPresetWhateverElseBecameOfIt)
+{
+    platform().positioning.available = true;
+    build();
+    for (const bool created : {false, true}) {
+        for (const bool changed : {false, true}) {
+            platform().positioning.firePresetModified("Gate", created, changed, true);
+            EXPECT_THAT(
+                takeLogs(),
+                Contains("log 6 \"handlePresetModifiedEvent ---------->Delete Analytics ptz preset MotionGate\""))
+                << created << changed;
+        }
+    }
+}
+
+TEST_F(OnvifTargetDevicesTest, letsWhatAnEngineThrowsLeaveEveryCallback)
+{
+    const auto simple = addEngine("Simple");
+    platform().positioning.available = true;
+    platform().offerAllServices();
+    build();
+    ASSERT_TRUE(configure(kit::configuration("Motion").preset("Gate")));
+    for (const auto& engine : {motion, simple}) {
+        for (const char* call : {"clearAllRules", "releaseRuleSet", "onWindowBlankingChange", "onOrientationChanged"}) {
+            engine->before[call] = [] { throw std::runtime_error("engine"); };
+        }
+    }
+    EXPECT_THROW(platform().positioning.fireMotionState(false), std::runtime_error);
+    EXPECT_THROW(platform().positioning.fireCommandPriority(1), std::runtime_error);
+    EXPECT_THROW(platform().positioning.firePresetState(2, "Gate"), std::runtime_error);
+    EXPECT_THROW(platform().positioning.firePresetModified("Gate", false, false, true), std::runtime_error);
+    EXPECT_THROW(platform().positioning.fireTourState(1, 0), std::runtime_error);
+    EXPECT_THROW(platform().dayNight.fire(true), std::runtime_error);
+    EXPECT_THROW(platform().windowBlanking.fire(true), std::runtime_error);
+    EXPECT_THROW(platform().rotation.fire(90U), std::runtime_error);
+    motion->before.clear();
+    simple->before.clear();
+}
+
+TEST_F(OnvifTargetDevicesTest, letsWhatAnEngineThrowsAboutTheFirstOrientationLeaveTheConstructor)
+{
+    motion->before["onOrientationChanged"] = [] { throw std::runtime_error("engine"); };
+    EXPECT_THROW(construct(), std::runtime_error);
+}
+
+TEST_F(OnvifTargetDevicesTest, letsWhatAnEngineThrowsAboutTheFirstPresetStateLeaveTheConstructor)
+{
+    platform().positioning.available = true;
+    platform().before["getActivePreset"] = [this] {
+        motion->before["clearAllRules"] = [this] {
+            motion->before.clear();
+            throw std::runtime_error("engine");
+        };
+    };
+    EXPECT_THROW(construct(), std::runtime_error);
+}
+
+TEST_F(OnvifTargetDevicesTest, takesANegativeStatusOfTheConfiguredAngleAsAFailure)
+{
+    platform().settings.missingValueStatus = -2;
+    construct();
+    EXPECT_EQ(target->getFrameOrientation(), 0U);
+    EXPECT_THAT(journal().logs(), Contains("log 3 \"Failed to get default rotation position: status text -2\""));
+}
+
+TEST_F(OnvifTargetDevicesTest, asksForTheConfiguredAngleWithAZero)
+{
+    construct();
+    EXPECT_THAT(journal().startingWith("configurationGetInt"),
+                ElementsAre("configurationGetInt default_analytics_rotation -> 2"));
+}
+
+TEST_F(OnvifTargetDevicesTest, takesEventsInsideEvents)
+{
+    platform().positioning.available = true;
+    platform().offerAllServices();
+    build();
+    const auto once = [this](const char* call, const std::function<void()>& action) {
+        motion->before[call] = [this, call, action] {
+            motion->before.erase(std::string(call));
+            action();
+        };
+    };
+    once("clearAllRules", [] { platform().dayNight.fire(false); });
+    platform().dayNight.fire(true);
+    EXPECT_EQ(journal().count("clearAllRules Motion"), 2U);
+    once("onWindowBlankingChange", [] { platform().windowBlanking.fire(false); });
+    platform().windowBlanking.fire(true);
+    EXPECT_EQ(journal().startingWith("onWindowBlankingChange").size(), 2U);
+    once("onOrientationChanged", [] { platform().rotation.fire(90U); });
+    platform().rotation.fire(180U);
+    EXPECT_EQ(journal().startingWith("onOrientationChanged").size(), 2U);
+    once("onOrientationChanged", [] { platform().positioning.firePresetState(2, "Gate"); });
+    platform().rotation.fire(0U);
+    EXPECT_EQ(journal().count("clearAllRules Motion"), 3U);
+}
+
 } // namespace

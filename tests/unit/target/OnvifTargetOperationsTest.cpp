@@ -261,4 +261,59 @@ TEST_F(OnvifTargetOperationsTest, replacesTheEnginesOfItsCore)
     EXPECT_THAT(takeEngineCalls(), ElementsAre("clearAllRules Motion", "setEventHandler Other", "clearAllRules Other"));
 }
 
+TEST_F(OnvifTargetOperationsTest, letsWhatAnEngineThrowsLeaveEveryRequest)
+{
+    build();
+    ASSERT_TRUE(configure(configuration("Motion")));
+    for (const char* call : {"isEngineConfiguration", "clearAllRules", "ruleSet.deleteBehavior",
+                             "ruleSet.getFullConfig", "getSupportedRules", "getSupportedEngines"}) {
+        motion->before[call] = [] { throw std::runtime_error("engine"); };
+    }
+    char** list = nullptr;
+    unsigned int status = 99;
+    unsigned char failed = 9;
+    InputList rules{rule("Motion", "R1")};
+    InputList modules{module("Motion", "M1")};
+    InputList names{"R1"};
+    EXPECT_THROW(target->setConfiguration("<a/>", &failed), std::runtime_error);
+    for (const ListChange operation : {&Base::createRules, &Base::modifyRules}) {
+        EXPECT_THROW((static_cast<Base&>(*target).*operation)(rules, &status), std::runtime_error);
+    }
+    for (const ListChange operation : {&Base::createEngines, &Base::modifyEngines}) {
+        EXPECT_THROW((static_cast<Base&>(*target).*operation)(modules, &status), std::runtime_error);
+    }
+    for (const ListChange operation : {&Base::deleteRules, &Base::deleteEngines}) {
+        EXPECT_THROW((static_cast<Base&>(*target).*operation)(names, &status), std::runtime_error);
+    }
+    for (const ListQuery query :
+         {&Base::getCurrentRules, &Base::getCurrentEngines, &Base::getSupportedRules, &Base::getSupportedEngines}) {
+        EXPECT_THROW((static_cast<Base&>(*target).*query)(&list), std::runtime_error);
+    }
+    EXPECT_THROW(target->restoreDefaultSettings(), std::runtime_error);
+    motion->before.clear();
+}
+
+TEST_F(OnvifTargetOperationsTest, takesRequestsInsideRequests)
+{
+    build();
+    ASSERT_TRUE(configure(configuration("Motion").add(rule("Motion", "R1")).add(rule("Motion", "R2"))));
+    const auto once = [this](const char* call, const std::function<void()>& action) {
+        motion->before[call] = [this, call, action] {
+            motion->before.erase(std::string(call));
+            action();
+        };
+    };
+    once("isEngineConfiguration", [this] { EXPECT_TRUE(configure(configuration("Motion"))); });
+    EXPECT_TRUE(configure(configuration("Motion").add(rule("Motion", "R1")).add(rule("Motion", "R2"))));
+    once("clearAllRules", [this] { EXPECT_EQ(change(&Base::createRules, rule("Motion", "R4")), 0U); });
+    EXPECT_EQ(change(&Base::createRules, rule("Motion", "R3")), 0U);
+    once("clearAllRules", [this] { EXPECT_EQ(change(&Base::deleteRules, "R1"), 0U); });
+    EXPECT_EQ(change(&Base::deleteRules, "R2"), 0U);
+    once("getSupportedRules", [this] { EXPECT_THAT(ask(&Base::getSupportedRules), IsEmpty()); });
+    EXPECT_THAT(ask(&Base::getSupportedRules), IsEmpty());
+    once("clearAllRules", [this] { EXPECT_EQ(change(&Base::deleteRules, "R3"), 0U); });
+    EXPECT_EQ(change(&Base::createRules, rule("Motion", "R5")), 0U);
+    EXPECT_THAT(rulesNow(), ElementsAre(rule("Motion", "R4").text(), rule("Motion", "R5").text()));
+}
+
 } // namespace

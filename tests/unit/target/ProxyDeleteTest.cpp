@@ -185,6 +185,72 @@ TEST_F(ProxyDeleteTest, letsAFailedWriteReachTheCaller)
     EXPECT_THROW(proxy->deleteBehaviorSetting(names, &status), std::runtime_error);
 }
 
+TEST_F(ProxyDeleteTest, leavesTheStatusAloneWhateverIsThrown)
+{
+    startFixed({motion});
+    given(configuration("Motion"));
+    InputList names{"R1"};
+    for (const char* call : {"ruleSet.deleteBehavior", "clearAllRules"}) {
+        unsigned int status = 99;
+        motion->before = {{call, [] { throw std::runtime_error("engine"); }}};
+
+        EXPECT_THROW(proxy->deleteBehaviorSetting(names, &status), std::runtime_error) << call;
+
+        EXPECT_EQ(status, 99U) << call;
+        motion->before.clear();
+    }
+}
+
+TEST_F(ProxyDeleteTest, storesNothingWhenOneOfThreeNamesIsUnknown)
+{
+    startMovable({motion});
+    given(configuration("Motion").preset("P1"));
+    given(configuration("Motion").preset("P2"));
+    const std::string before = storedNow();
+
+    EXPECT_EQ(remove({"R1", "R7", "R1"}), 5U);
+
+    EXPECT_EQ(storedNow(), before);
+    EXPECT_THAT(currentRules(), IsEmpty()) << "both are gone from the live rule sets";
+}
+
+TEST_F(ProxyDeleteTest, looksEveryKeyOfAPartlyFailedDeleteUp)
+{
+    startFixed({motion, line});
+    // Both keys are live without a setting: a refused call left them.
+    motion->emptyContent = document({}, {rule("Motion", "R1")});
+    line->emptyContent = document({}, {rule("Line", "R2")});
+    ASSERT_EQ(modify({rule("Motion", "A"), rule("Line", "B"), "<broken"}), 4U);
+    journal().clear();
+
+    EXPECT_EQ(remove({"R2", "R1", "R7"}), 5U);
+
+    EXPECT_THAT(journal().startingWith("log 7 \"Could not"),
+                ElementsAre("log 7 \"Could not find setting Line\"", "log 7 \"Could not find setting Motion\""));
+}
+
+TEST_F(ProxyDeleteTest, keepsTheRuleSetOfAPreset)
+{
+    startMovable({motion});
+    given(configuration("Motion").preset("P1"));
+
+    EXPECT_EQ(remove({"R1"}), 0U);
+
+    EXPECT_EQ(journal().startingWith("releaseRuleSet").size(), 0U);
+    arriveAt("P1");
+    EXPECT_EQ(motion->activeRuleSet(), 2);
+}
+
+TEST_F(ProxyDeleteTest, takesAnEmptyNameForAnUnknownOne)
+{
+    startFixed({motion});
+    given(configuration("Motion"));
+
+    EXPECT_EQ(remove({"", "R1"}), 5U);
+
+    EXPECT_THAT(currentRules(), IsEmpty()) << "the list goes on behind it";
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests

@@ -328,6 +328,44 @@ TEST_F(ProxyFollowingTest, handsRuleSetsOfALongerNameToTheEngineOfTheShorterOne)
                                                "clearAllRules Simple"));
 }
 
+TEST_F(ProxyFollowingTest, reconfiguresWithEveryEventAlsoWhenNothingChanges)
+{
+    const std::pair<const char*, std::function<void()>> events[] = {
+        {"tour", [this] { proxy->handleTourStateEvent(1, 0); }},
+        {"other preset state", [this] { proxy->handlePresetStateEvent(1, "P1"); }},
+        {"command", [this] { proxy->handlePositioningCommandPriorityEvent(1); }},
+        {"night", [this] { proxy->handleDayNightChangeEvent(true); }},
+        {"day", [this] { proxy->handleDayNightChangeEvent(false); }},
+        {"arrival", [this] { proxy->handlePresetStateEvent(2, "P1"); }},
+        {"stop away", [this] {
+             proxy->handlePresetStateEvent(0, "P1");
+             proxy->handlePositioningMotionStateEvent(false);
+         }}};
+    for (const auto& [name, happens] : events) {
+        happens();
+        journal().clear();
+        happens();
+        EXPECT_EQ(journal().count("clearAllRules Simple"), 1U) << name;
+    }
+}
+
+TEST_F(ProxyFollowingTest, resumesWithTheDayWhateverSuspended)
+{
+    proxy->handlePositioningMotionStateEvent(true);
+
+    proxy->handleDayNightChangeEvent(false);
+
+    EXPECT_EQ(motionKey(), std::string("Motion") + kAway);
+    EXPECT_EQ(active(*motion), "<away/>");
+}
+
+TEST_F(ProxyFollowingTest, countsOnlyConfiguredPresetsAsUsed)
+{
+    arriveAt("P1");
+
+    EXPECT_THAT(usedPresets(), IsEmpty());
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests

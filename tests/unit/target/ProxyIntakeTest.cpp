@@ -270,6 +270,41 @@ TEST_F(ProxyIntakeTest, letsAFailedWriteReachTheCallerWithTheFailureStillReporte
     EXPECT_EQ(failed, 1);
 }
 
+TEST_F(ProxyIntakeTest, givesEnginesTheTextAsItCame)
+{
+    startFixed({motion});
+    const std::string text = "\n" + configuration("Motion").spacious().text() + "<!-- end -->\n";
+    std::string asked;
+    motion->claims = [&](const std::string& config) {
+        asked = config;
+        return true;
+    };
+
+    EXPECT_THAT(setConfiguration(text), Pair(0, 0));
+
+    EXPECT_EQ(asked, text);
+    EXPECT_EQ(motion->ruleSet(1)->lastFullConfig, text) << "validated";
+    EXPECT_EQ(motion->ruleSet(2)->lastFullConfig, text) << "kept";
+}
+
+TEST_F(ProxyIntakeTest, storesTextAndRawTextWholeAndNothingBesides)
+{
+    startFixed({motion});
+    const std::string start = "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration>";
+    const std::string open = "<tt:Rule Name=\"R1\" Type=\"tt:MotionRule\"><tt:Parameters>";
+    const std::string close = "</tt:Parameters></tt:Rule>";
+    const std::string end = "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+
+    EXPECT_THAT(setConfiguration("<?xml version=\"1.0\"?>\r\n<?note a?><!-- c -->" + start + "\r\n " + open +
+                                 kEveryConstruct + close + end),
+                Pair(0, 0));
+
+    const std::string line = "log 6 \"Analytics Setting Key Motion: ";
+    EXPECT_THAT(journal().startingWith(line),
+                ElementsAre(line + start + open + kEveryConstructCompact + close + end + "\""));
+    EXPECT_THAT(currentRules(), ElementsAre(open + kEveryConstructCompact + close));
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests

@@ -313,6 +313,87 @@ TEST_F(ProxyModifyTest, forgetsTheRuleSetOfTheEmptyKeyWhenDefaultsAreRestored)
     EXPECT_EQ(motion->notReturned(), 1);
 }
 
+TEST_F(ProxyModifyTest, handsTextAndRawTextOnWholeAndNothingBesides)
+{
+    startFixed({motion});
+
+    EXPECT_EQ(modify({"<tt:Rule Name=\"R1\" Type=\"tt:MotionRule\"><tt:Parameters>" + kEveryConstruct +
+                      "</tt:Parameters></tt:Rule>"}),
+              0U);
+
+    EXPECT_EQ(motion->ruleSet(1)->lastComponent.parameters,
+              "<tt:Parameters>" + kEveryConstructCompact + "</tt:Parameters>");
+}
+
+TEST_F(ProxyModifyTest, takesAnItemOnlyFromTheTopOfItsText)
+{
+    startFixed({motion});
+    std::string name;
+    motion->accepts = [&](const kit::Component& component) {
+        name = component.name;
+        return true;
+    };
+    const auto nameOf = [&](const std::string& item) {
+        EXPECT_EQ(modify({item}), 0U);
+        return name;
+    };
+
+    EXPECT_EQ(nameOf("<more>" + rule("Motion", "R1").text() + "</more>"), "");
+    EXPECT_EQ(nameOf("<more/>" + rule("Motion", "R2").text()), "R2") << "not the first element";
+    EXPECT_EQ(nameOf(rule("Motion", "R3").text() + rule("Motion", "R4").text()), "R3");
+}
+
+TEST_F(ProxyModifyTest, takesTheFirstParametersOfAnItem)
+{
+    startFixed({motion});
+
+    EXPECT_EQ(modify({"<tt:Rule Name=\"R1\" Type=\"tt:MotionRule\"><more/>" + rule("", "").item("A", "1").parameters() +
+                      rule("", "").item("A", "2").parameters() + "</tt:Rule>"}),
+              0U);
+
+    EXPECT_EQ(motion->ruleSet(1)->lastComponent.parameters, rule("", "").item("A", "1").parameters());
+}
+
+TEST_F(ProxyModifyTest, refusesAnEmptyItem)
+{
+    startFixed({motion});
+
+    EXPECT_EQ(modify({"", rule("Motion", "R1")}), 4U);
+    EXPECT_EQ(modify({rule("Motion", "R1"), ""}), 4U);
+    EXPECT_THAT(platform().settings.written, IsEmpty());
+}
+
+TEST_F(ProxyModifyTest, leavesTheStatusAtOneWhateverIsThrown)
+{
+    startFixed({motion});
+    InputList items{rule("Motion", "R1").text()};
+    const auto statusWhen = [&](const char* call) {
+        unsigned int status = 99;
+        motion->before = {{call, [] { throw std::runtime_error("engine"); }}};
+        EXPECT_THROW(proxy->modifyConfiguration(items, &status, false), std::runtime_error) << call;
+        motion->before.clear();
+        return status;
+    };
+
+    EXPECT_EQ(statusWhen("ruleSet.validateConfig"), 1U);
+    EXPECT_EQ(statusWhen("createRuleSet"), 1U);
+    EXPECT_EQ(statusWhen("ruleSet.setConfig"), 1U);
+    EXPECT_EQ(statusWhen("clearAllRules"), 1U) << "although it is stored";
+}
+
+TEST_F(ProxyModifyTest, letsAStoreThatThrowsReachTheCaller)
+{
+    startFixed({motion});
+    InputList items{rule("Motion", "R1").text()};
+    unsigned int status = 99;
+    platform().before["settingsSetJson"] = [] { throw std::runtime_error("disk full"); };
+
+    EXPECT_THROW(proxy->modifyConfiguration(items, &status, false), std::runtime_error);
+
+    EXPECT_EQ(status, 1U);
+    EXPECT_EQ(journal().count("clearAllRules Motion"), 0U);
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests

@@ -98,6 +98,29 @@ TEST_F(ProxyPresetModifiedTest, keepsTheDocumentWhenTheLastSettingGoes)
     EXPECT_EQ(motion->notReturned(), 1);
 }
 
+TEST_F(ProxyPresetModifiedTest, deletesTheSettingBeforeTheRuleSetGoesBack)
+{
+    ASSERT_EQ(modify({rule("Motion", "R1").preset("P7"), "<broken"}), 4U) << "a rule set without a setting";
+    journal().clear();
+
+    proxy->handlePresetModifiedEvent("P7");
+
+    const Lines lines = takeAll();
+    EXPECT_THAT(Lines(lines.begin(), lines.begin() + 4),
+                ElementsAre("log 6 \"handlePresetModifiedEvent ---------->Delete Analytics ptz preset MotionP7\"",
+                            "log 7 \"Could not find setting MotionP7\"", "#6 detach", "releaseRuleSet Motion #6"));
+}
+
+TEST_F(ProxyPresetModifiedTest, takesAPresetWithoutANameForTheEngineAlone)
+{
+    given(configuration("Motion"));
+
+    proxy->handlePresetModifiedEvent("");
+
+    EXPECT_EQ(journal().startingWith("releaseRuleSet Motion").size(), 1U);
+    EXPECT_EQ(journal().count("log 6 \"handlePresetModifiedEvent ---------->Delete Analytics ptz preset Motion\""), 1U);
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests

@@ -253,6 +253,21 @@ TEST_F(ProxyQueriesTest, mergesThroughTheOperationThatBothQueriesUse)
     EXPECT_EQ(takeText(proxy->mergeConfigurations("P1")), kit::merged(configuration("Motion").preset("P1")));
 }
 
+TEST_F(ProxyQueriesTest, takesTheFirstListOfADocument)
+{
+    startFixed({motion});
+    const std::string first = rule("Motion", "R1");
+    const std::string second = rule("Motion", "R2");
+    const std::string lists = "<tt:RuleEngineConfiguration>" + first + "</tt:RuleEngineConfiguration>" +
+                              "<tt:RuleEngineConfiguration>" + second + "</tt:RuleEngineConfiguration>";
+    given("<tt:VideoAnalyticsConfiguration>" + lists + "</tt:VideoAnalyticsConfiguration>");
+    EXPECT_THAT(currentRules(), ElementsAre(first));
+    given("<more/><tt:VideoAnalyticsConfiguration>" + lists + "</tt:VideoAnalyticsConfiguration>");
+    EXPECT_THAT(currentRules(), ElementsAre(first)) << "behind another top element";
+    given("<more>" + lists + "</more>");
+    EXPECT_THAT(currentRules(), IsEmpty());
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests

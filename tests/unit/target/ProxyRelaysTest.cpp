@@ -177,6 +177,16 @@ TEST_F(ProxyFrameFilesTest, succeedsWithoutEngines)
     EXPECT_EQ(proxy->readFramesFromFile("Motion", "p", 1), 0);
 }
 
+TEST_F(ProxyRelaysTest, findsAnEngineWithoutANameByTheEmptyName)
+{
+    startFixed({std::make_shared<FakeEngine>(""), motion});
+
+    EXPECT_EQ(proxy->writeFramesToFile("", "p", 1), 0);
+    EXPECT_EQ(proxy->readFramesFromFile("", "p", 1), 0);
+
+    EXPECT_THAT(takeAll(), ElementsAre("writeFramesToFile  p 1", "readFramesFromFile  p true"));
+}
+
 } // namespace
 
 } // namespace korva::meridan::tests

@@ -36,6 +36,15 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
+/// What XML has besides elements: comments, instructions, line ends, references, blanks at the ends and raw text. It
+/// stands between two tags.
+inline const std::string kEveryConstruct =
+    "<!-- c --><?note b?><A v=\"1&#10;2&lt;\n3\">  &lt;blanks&gt;\r\n end  </A>\r\n "
+    "<B><![CDATA[ <raw> ]]></B>";
+/// The same as it is stored and listed.
+inline const std::string kEveryConstructCompact =
+    "<A v=\"1&#10;2&lt; 3\">  &lt;blanks&gt;\n end  </A><B><![CDATA[ <raw> ]]></B>";
+
 /// A core over the engines "Motion", "Line" and "Simple"; a test says which of them are installed.
 class ProxyTargetTest : public kit::PlatformTest {
 protected:
