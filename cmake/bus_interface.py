@@ -47,7 +47,7 @@ private:
 """
 VIRTUAL = "    virtual {result} {function}({parameters}) = 0;\n"
 EMIT = """    void emit{camel}({parameters}) noexcept
-    {{ emitting("{name}", [&] {{ _adaptor.emit{camel}({sendable}); }}); }}
+    {{ emitting("{name}", [&] {{ checkSize("the signal {name}"{sized}); _adaptor.emit{camel}({sendable}); }}); }}
 """
 METHOD = """        void {name}(sdbus::Result<{out}>&& result{copies}) override
         {{
@@ -118,6 +118,7 @@ def words(member):
             "copies": "".join(f", {kind} {argument}" for kind, argument in ins),
             "captures": "".join(f", {argument} = std::move({argument})" for _, argument in ins),
             "checks": "".join(f'check({argument}, "{argument}"); ' for _, argument in ins),
+            "sized": "".join(f", {argument}" for _, argument in ins),
             "sendable": ", ".join(f"sendable({argument})" for _, argument in ins)}
 
 

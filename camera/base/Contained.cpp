@@ -2,7 +2,10 @@
 
 #include "camera/base/Log.h"
 
+#include <cerrno>
 #include <exception>
+#include <new>
+#include <system_error>
 
 namespace camera::base {
 
@@ -21,6 +24,17 @@ std::string reasonOfException()
 {
     try {
         throw;
+    } catch (const std::bad_alloc&) {
+        return std::string(program_invocation_short_name) + " has too little memory; end other programs, or raise its "
+                                                            "limit (ulimit -v, MemoryMax of its service, the "
+                                                            "memory of its container)";
+    } catch (const std::system_error& error) {
+        if (error.code() == std::errc::resource_unavailable_try_again) {
+            return std::string(program_invocation_short_name) + " cannot start a thread; end other programs, or raise "
+                                                                "its limit (ulimit -u, TasksMax of its service, the "
+                                                                "pids limit of its container)";
+        }
+        return error.what();
     } catch (const std::exception& error) {
         return error.what();
     } catch (...) {

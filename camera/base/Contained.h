@@ -9,7 +9,8 @@ namespace camera::base {
 /// @return whether it ended without an exception.
 bool contained(const char* component, const std::string& what, const std::function<void()>& operation);
 
-/// What the exception says that is being handled; call it in a catch block.
+/// What the exception says that is being handled, in a sentence where it is too little memory or too few threads; call
+/// it in a catch block.
 std::string reasonOfException();
 
 } // namespace camera::base

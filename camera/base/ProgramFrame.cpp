@@ -1,5 +1,6 @@
 #include "camera/base/ProgramFrame.h"
 
+#include "camera/base/Contained.h"
 #include "camera/base/Log.h"
 
 #include <csignal>
@@ -21,8 +22,8 @@ int runProgram(int argc, char** argv, const Program& program)
     } catch (const UsageError& error) {
         console.error(error.what());
         code = kUsage;
-    } catch (const std::exception& error) {
-        console.error(error.what());
+    } catch (const std::exception&) {
+        console.error(reasonOfException());
     }
     Log::instance().setWriter({}); // it may write to the console, which ends here
     if (code == 0 && console.readerGone()) {

@@ -58,6 +58,9 @@ private:
     const std::size_t _bytes;
 };
 
+/// Gives the log of this process the level of that name. @throws Refusal when there is none.
+void setLogLevel(const std::string& name);
+
 /// Decides on which thread a request is performed, and when it is answered. Called on the bus thread; returns at once.
 using Dispatch = std::function<void(const std::shared_ptr<Request>&)>;
 
@@ -92,8 +95,8 @@ protected:
     void handle(const char* method, sdbus::Result<Out...>&& result, std::size_t bytes, Operation operation)
     {
         guarded([&] {
-            _dispatch(
-                std::make_shared<Call<Operation, Out...>>(method, std::move(result), std::move(operation), bytes));
+            _dispatch(std::make_shared<Call<Operation, Out...>>(*this, method, std::move(result), std::move(operation),
+                                                                bytes));
         });
     }
 
@@ -112,6 +115,10 @@ protected:
         }
     }
 
+    /// Whose texts make an answer large, for the refusal of one that no message can carry: "" or ", most of it of
+    /// engine 'Motion'". On the thread of the operation.
+    virtual std::string whoseAnswer() const { return ""; }
+
     /// Sends a signal; one that the bus does not take is logged.
     static void emitting(const char* signal, const std::function<void()>& emit) noexcept;
 
@@ -119,8 +126,9 @@ private:
     template <class Operation, class... Out>
     class Call final : public Request {
     public:
-        Call(const char* method, sdbus::Result<Out...>&& result, Operation operation, std::size_t bytes)
-            : Request(method, bytes), _result(std::move(result)), _operation(std::move(operation))
+        Call(const Server& server, const char* method, sdbus::Result<Out...>&& result, Operation operation,
+             std::size_t bytes)
+            : Request(method, bytes), _server(server), _result(std::move(result)), _operation(std::move(operation))
         {
         }
 
@@ -131,6 +139,9 @@ private:
                     _operation();
                 } else {
                     _values = sendable(std::tuple<Out...>(_operation()));
+                    if (bytesOf(_values) > base::kLargestMessage) {
+                        checkSize(std::string("the answer to ") + method() + _server.whoseAnswer(), _values);
+                    }
                 }
             } catch (...) {
                 _failure = currentError();
@@ -149,6 +160,7 @@ private:
         }
 
     private:
+        const Server& _server;
         const sdbus::Result<Out...> _result;
         Operation _operation;
         std::tuple<Out...> _values;

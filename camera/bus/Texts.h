@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/base/MessageLimit.h"
 #include "camera/base/Utf8.h"
 #include "camera/bus/Names.h"
 
@@ -80,13 +81,63 @@ void check(Value& value, const char* what)
     });
 }
 
-/// How many bytes the texts of the values hold.
+/// How many bytes the texts of a value hold, however deep they are.
+struct TextBytes {
+    static std::size_t of(const std::string& text) { return text.size(); }
+
+    template <class Value>
+    static std::size_t of(const std::vector<Value>& values)
+    {
+        std::size_t bytes = 0;
+        for (const auto& value : values) {
+            bytes += of(value);
+        }
+        return bytes;
+    }
+
+    template <class Key, class Value>
+    static std::size_t of(const std::map<Key, Value>& values)
+    {
+        std::size_t bytes = 0;
+        for (const auto& [key, value] : values) {
+            bytes += of(key) + of(value);
+        }
+        return bytes;
+    }
+
+    template <class... Values>
+    static std::size_t of(const std::tuple<Values...>& values)
+    {
+        return std::apply([](const Values&... value) { return (std::size_t{0} + ... + of(value)); }, values);
+    }
+
+    template <class... Values>
+    static std::size_t of(const sdbus::Struct<Values...>& values)
+    {
+        return of(static_cast<const std::tuple<Values...>&>(values));
+    }
+
+    template <class Number>
+    static std::size_t of(const Number& /*number*/)
+    {
+        return 0;
+    }
+};
+
+/// The same of all these values.
 template <class... Values>
-std::size_t bytesOf(Values&... values)
+std::size_t bytesOf(const Values&... values)
 {
-    std::size_t bytes = 0;
-    (Texts::each(values, [&bytes](const std::string& text) { bytes += text.size(); }), ...);
-    return bytes;
+    return (std::size_t{0} + ... + TextBytes::of(values));
+}
+
+/// @throws sdbus::Error kTooLarge, naming what they are, when a message cannot hold the values.
+template <class... Values>
+void checkSize(const std::string& what, const Values&... values)
+{
+    if (const std::size_t bytes = bytesOf(values...); bytes > base::kLargestMessage) {
+        throw sdbus::Error(error::kTooLarge, base::tooLarge(what, bytes));
+    }
 }
 
 } // namespace camera::bus

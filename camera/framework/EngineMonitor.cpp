@@ -1,6 +1,8 @@
 #include "camera/framework/EngineMonitor.h"
 
 #include "camera/base/Contained.h"
+#include "camera/base/Log.h"
+#include "camera/base/MessageLimit.h"
 
 #include <exception>
 #include <utility>
@@ -26,6 +28,12 @@ std::size_t bucketOf(std::chrono::nanoseconds took)
         ++bucket;
     }
     return bucket;
+}
+
+void refuse(const EngineRecord& record, const std::string& what, std::size_t bytes)
+{
+    base::Log::instance().write(base::LogLevel::error, "engines",
+                                base::tooLarge(what + " of engine '" + record.name() + "'", bytes) + "; it is refused");
 }
 
 } // namespace
@@ -71,8 +79,17 @@ FrameTimes EngineRecord::frameTimes() const
 
 EngineMonitor::EngineMonitor(std::shared_ptr<analytics_lib::IOnvifAnalytics> engine,
                              std::shared_ptr<EngineRecord> record)
-    : _engine(std::move(engine)), _record(std::move(record))
+    : _record(std::move(record)), _engine(std::move(engine))
 {
+}
+
+void EngineMonitor::Events::OnEvent(const std::string& topic, const std::string& source, const std::string& data)
+{
+    const std::size_t bytes = topic.size() + source.size() + data.size();
+    if (bytes > base::kLargestMessage) {
+        return refuse(_record, "an event", bytes);
+    }
+    handler.load()->OnEvent(topic, source, data);
 }
 
 EngineMonitor::~EngineMonitor()
@@ -127,7 +144,10 @@ bool EngineMonitor::isEngineConfiguration(const std::string& config)
 
 void EngineMonitor::setEventHandler(analytics_lib::IEventHandler* handler)
 {
-    forwarded("setEventHandler", [&] { _engine->setEventHandler(handler); });
+    if (handler != nullptr) {
+        _events.handler = handler; // an engine may still have the one before in a thread of its own
+    }
+    forwarded("setEventHandler", [&] { _engine->setEventHandler(handler != nullptr ? &_events : nullptr); });
 }
 
 bool EngineMonitor::onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs)
@@ -139,7 +159,12 @@ bool EngineMonitor::onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffer
     };
     const Timer timer{*_record};
     const base::Activity::Scope scope(base::Activity::Kind::frame, _record->_frame);
-    return guarded([&] { return _engine->onFrame(frame, outputs); });
+    const bool analysed = guarded([&] { return _engine->onFrame(frame, outputs); });
+    if (outputs.metadataXml.size() > base::kLargestMessage) {
+        refuse(*_record, "the metadata of a frame", outputs.metadataXml.size());
+        outputs.metadataXml.clear(); // with what other engines wrote: the text is one document
+    }
+    return analysed;
 }
 
 void EngineMonitor::onWindowBlankingChange(bool enabled, const analytics_lib::ColorYuv& color)

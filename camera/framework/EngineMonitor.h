@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/base/Activity.h"
+#include "plugin/analytics/IEventHandler.h"
 #include "plugin/analytics/IOnvifAnalytics.h"
 
 #include <array>
@@ -76,8 +77,9 @@ private:
  * can be seen from there.
  *
  * Thread: each operation on the thread that the engine interface names for it. An exception of the engine is counted
- * and passed on, but not to a destructor of the plug-in. A frame allocates nothing and takes no lock. What the engine
- * is called for can be seen from outside the process, see base::Activity.
+ * and passed on, but not to a destructor of the plug-in. An event, or the metadata of a frame, that no message can carry
+ * is refused with the engine's name. A frame allocates nothing and takes no lock. What the engine is called for can be
+ * seen from outside the process, see base::Activity.
  */
 class EngineMonitor final : public analytics_lib::IOnvifAnalytics {
 public:
@@ -103,6 +105,18 @@ public:
     void clearAllRules() override;
 
 private:
+    /// Passes an engine's events on, those apart that are too large for the bus.
+    class Events final : public analytics_lib::IEventHandler {
+    public:
+        explicit Events(const EngineRecord& record) : _record(record) {}
+        void OnEvent(const std::string& topic, const std::string& source, const std::string& data) override;
+
+        std::atomic<analytics_lib::IEventHandler*> handler{nullptr};
+
+    private:
+        const EngineRecord& _record;
+    };
+
     template <class Operation>
     auto guarded(const Operation& operation) const; // counts an exception
     template <class Operation>
@@ -110,8 +124,9 @@ private:
     template <class Operation>
     void forwardedToTheEnd(const char* name, const Operation& operation) const; // what the plug-in's destructor calls
 
-    const std::shared_ptr<analytics_lib::IOnvifAnalytics> _engine;
     const std::shared_ptr<EngineRecord> _record;
+    Events _events{*_record};
+    const std::shared_ptr<analytics_lib::IOnvifAnalytics> _engine; ///< last: it may raise events until it is gone
 };
 
 } // namespace camera::framework

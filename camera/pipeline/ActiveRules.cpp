@@ -27,6 +27,21 @@ std::vector<ActiveRules> activeRules(const framework::EngineFactory& engines)
     return all;
 }
 
+std::string engineOfLongestText(const framework::EngineFactory& engines)
+{
+    std::size_t longest = 0;
+    std::string engine;
+    for (const auto& record : engines.records()) {
+        analytics_lib::IRuleSet* ruleSet = record->activeRuleSet();
+        const std::size_t length = ruleSet != nullptr ? ruleSet->getFullConfig().size() : 0;
+        if (length > longest) {
+            longest = length;
+            engine = ", most of it of engine '" + record->name() + "',";
+        }
+    }
+    return engine;
+}
+
 std::string describe(const std::vector<ActiveRules>& rules)
 {
     std::string text;

@@ -23,6 +23,10 @@ struct ActiveRules {
 /// Reads the text of each engine's active rule set. Thread: the control thread. Throws what an engine throws.
 std::vector<ActiveRules> activeRules(const framework::EngineFactory& engines);
 
+/// The engine whose active rule set has the longest text: ", most of it of engine 'Motion'"; empty when none has a
+/// text. Thread: the control thread.
+std::string engineOfLongestText(const framework::EngineFactory& engines);
+
 inline constexpr char kNoRules[] = "none";
 
 /// "Simple, Motion at Gate", or "none"

@@ -2,11 +2,15 @@
 
 #include "camera/pipeline/ControlAnswer.h"
 
+#include <utility>
+
 namespace camera::pipeline {
 
 AnalyticsObject::AnalyticsObject(const std::shared_ptr<bus::Session>& session, TargetClient& client,
-                                 serviceapi::ControlThread& control)
-    : OnvifAnalyticServiceServer(session->connection(), onControl(session, control)), _client(client)
+                                 serviceapi::ControlThread& control, std::function<std::string()> whose)
+    : OnvifAnalyticServiceServer(session->connection(), onControl(session, control)),
+      _client(client),
+      _whose(std::move(whose))
 {
     takeName();
 }

@@ -5,6 +5,7 @@
 #include "camera/bus/onvif_analytic_service_server.h"
 #include "camera/pipeline/TargetClient.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -21,8 +22,9 @@ namespace camera::pipeline {
 class AnalyticsObject final : public bus::OnvifAnalyticServiceServer {
 public:
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. client and control outlive it.
+    /// @param whose  what whoseAnswer() says; called on the control thread.
     AnalyticsObject(const std::shared_ptr<bus::Session>& session, TargetClient& client,
-                    serviceapi::ControlThread& control);
+                    serviceapi::ControlThread& control, std::function<std::string()> whose);
 
     /// Emits one event; what the bus refuses is logged. Any thread.
     void emit(const base::Event& event) { emitAnalyticsEvent(event.topic, event.source, event.data); }
@@ -36,6 +38,7 @@ private:
         return {answer.result, static_cast<std::uint32_t>(answer.outcome)};
     }
 
+    std::string whoseAnswer() const override { return _whose(); }
     Names getEventTopics() override { return _client.eventTopics(); }
     Names getSupportedRules() override { return _client.supportedRules(); }
     Names getCurrentRules() override { return _client.currentRules(); }
@@ -59,6 +62,7 @@ private:
     std::int32_t writeFramesToFile(const std::string& engine, const std::string& path, std::uint32_t count) override;
 
     TargetClient& _client;
+    const std::function<std::string()> _whose;
 };
 
 } // namespace camera::pipeline

@@ -1,5 +1,7 @@
 #include "camera/pipeline/PipelineService.h"
 
+#include "camera/framework/EngineFactory.h"
+#include "camera/pipeline/ActiveRules.h"
 #include "camera/ptz/PositioningUnit.h"
 
 #include <utility>
@@ -11,7 +13,8 @@ using bus::Session;
 PipelineService::PipelineService(const std::string& address, Device& device, PipelineObject::Report report)
     : _connection(address, "the pipeline"),
       _analytics(_connection.add<AnalyticsObject>([&device](const std::shared_ptr<Session>& session) {
-          return std::make_shared<AnalyticsObject>(session, device.target(), device.control());
+          return std::make_shared<AnalyticsObject>(session, device.target(), device.control(),
+                                                   [&device] { return engineOfLongestText(device.engines()); });
       })),
       _positioning(_connection.add<PositioningObject>([&device](const std::shared_ptr<Session>& session) {
           return std::make_shared<PositioningObject>(session, device.positioning());

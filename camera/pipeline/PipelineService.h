@@ -6,6 +6,7 @@
 #include "camera/pipeline/PipelineObject.h"
 #include "camera/pipeline/PositioningObject.h"
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -25,6 +26,10 @@ public:
     PipelineService& operator=(const PipelineService&) = delete;
 
     bool connected() const { return _connection.connected(); }
+    void waitUntilConnected(std::chrono::steady_clock::time_point deadline) const
+    {
+        _connection.waitUntilConnected(deadline);
+    }
     std::uint64_t sessions() const { return _connection.sessions(); }
 
 private:

@@ -14,7 +14,7 @@ namespace camera::services {
 class MetadataSocket;
 class ServiceState;
 
-constexpr std::size_t kLargestDocumentBytes = 16 * 1024 * 1024; ///< of metadata, in one call
+constexpr std::size_t kLargestDocumentBytes = base::kLargestMessage; ///< of metadata, in one call
 
 /// What the process has in every session of the bus. Borrowed.
 struct ProcessContext {

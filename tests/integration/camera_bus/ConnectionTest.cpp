@@ -7,7 +7,7 @@
 #include "kit/PrivateBus.h"
 #include "kit/Refusal.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <future>
@@ -48,7 +48,11 @@ private:
         }
     }
 
-    std::string say(const std::string& text) override { return text.empty() ? "a\xFFz" : text; }
+    std::string say(const std::string& text) override
+    {
+        return text == "much" ? std::string(camera::base::kLargestMessage + 1, 'x') : text.empty() ? "a\xFFz" : text;
+    }
+    std::string whoseAnswer() const override { return " of the echo"; }
     std::tuple<Lists, Pair> swap(const Pair& first, const Lists& second) override { return {second, first}; }
     void wait() override {}
     std::string word() override { return "b\xFFz"; }
@@ -87,6 +91,20 @@ protected:
             return std::make_shared<EchoClient>(session->connection(), patience, EchoSignals{hear});
         });
 };
+
+TEST_F(ConnectionTest, whatNoMessageCanCarryIsRefusedAndTheConnectionStays)
+{
+    startBoth();
+    const auto proxy = client->get();
+    EXPECT_EQ(
+        kit::refusalOf<sdbus::Error>([&] { proxy->say("much"); }),
+        "[ravel.Error.TooLarge] the answer to say of the echo has 16777217 bytes; a message has at most 16777216");
+    object->get()->emit(std::string(camera::base::kLargestMessage + 1, 'x'));
+    object->get()->emit("after it");
+    EXPECT_THAT(heard.lines(1), testing::ElementsAre("after it"));
+    EXPECT_EQ(proxy->say("hello"), "hello");
+    EXPECT_EQ(serving.sessions(), 1U);
+}
 
 // One processor for this thread and for those that it starts.
 void stayOnOneProcessor()

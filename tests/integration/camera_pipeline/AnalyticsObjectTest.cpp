@@ -152,6 +152,26 @@ TEST_F(AnalyticsObjectTest, bytesThatCannotBeSentLeaveAsReplacementCharactersAnd
     EXPECT_EQ(pipelineService->sessions(), 1u);
 }
 
+TEST_F(AnalyticsObjectTest, whatNoMessageCanCarryIsRefusedWithTheEnginesName)
+{
+    const std::string large(camera::base::kLargestMessage, 'a');
+    hosted.events.load()->OnEvent("topic", "rule", large);
+    hosted.events.load()->OnEvent("after it", "", "");
+    EXPECT_THAT(client.journal.lines(1), ElementsAre("event after it||"));
+    ASSERT_TRUE(device->target().setConfiguration(
+        "<tt:VideoAnalyticsConfiguration for=\"Simple\"><tt:RuleEngineConfiguration><tt:Rule Name=\"Big\" "
+        "Type=\"valid\">"
+        "<tt:Parameters><tt:SimpleItem Name=\"V\" Value=\"" +
+        large + "\"/></tt:Parameters></tt:Rule></tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>"));
+    EXPECT_THAT(
+        client.refusal<std::string>(service::kOnvifAnalyticService, "getCurrentConfiguration"),
+        AllOf(testing::StartsWith("ravel.Error.TooLarge|the answer to getCurrentConfiguration, most of it of engine "
+                                  "'Simple', has "),
+              testing::EndsWith(" bytes; a message has at most 16777216")));
+    EXPECT_EQ(analytics<Texts>("getSupportedEngines").size(), 2U);
+    EXPECT_EQ(pipelineService->sessions(), 1U);
+}
+
 TEST_F(AnalyticsObjectTest, aDocumentOfTenMegabytesIsTakenAndGivenBack)
 {
     const std::string value(10 * 1024 * 1024, 'a');

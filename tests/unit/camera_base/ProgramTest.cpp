@@ -1,5 +1,6 @@
 // What every program of the camera has: its outputs, the signals that end it, the plug-in that it loads.
 #include "camera/base/Console.h"
+#include "camera/base/Contained.h"
 #include "camera/base/PluginPath.h"
 #include "camera/base/StopSignal.h"
 #include "kit/Refusal.h"
@@ -8,6 +9,9 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <new>
+#include <stdexcept>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -122,6 +126,23 @@ TEST(StopSignal, startsAnewWithEveryObject)
         std::raise(SIGINT);
     }
     EXPECT_FALSE(StopSignal().stopped());
+}
+
+TEST(ReasonOfException, saysWhatToDoWhereMemoryOrThreadsAreTooFew)
+{
+    const auto reasonOf = [](const auto& thrown) {
+        try {
+            throw thrown;
+        } catch (...) {
+            return reasonOfException();
+        }
+    };
+    EXPECT_THAT(reasonOf(std::bad_alloc()),
+                HasSubstr("unit_camera_base has too little memory; end other programs, or raise"));
+    EXPECT_THAT(reasonOf(std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again))),
+                HasSubstr("unit_camera_base cannot start a thread; end other programs, or raise"));
+    EXPECT_EQ("a sentence", reasonOf(std::runtime_error("a sentence")));
+    EXPECT_EQ("an exception of an unknown type", reasonOf(1));
 }
 
 } // namespace

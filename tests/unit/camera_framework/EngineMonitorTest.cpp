@@ -1,8 +1,10 @@
 // What stands between the plug-in and an engine.
 #include "camera/framework/EngineMonitor.h"
 
+#include "camera/base/MessageLimit.h"
 #include "kit/FakeEngine.h"
 #include "kit/LogLines.h"
+#include "plugin/analytics/IEventHandler.h"
 
 #include <gmock/gmock.h>
 
@@ -17,6 +19,7 @@ using camera::framework::EngineRecord;
 using camera::framework::FrameTimes;
 using kit::journal;
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 class EngineMonitorTest : public testing::Test {
 protected:
@@ -243,6 +246,32 @@ TEST_F(EngineMonitorTest, mayBeAskedWhileFramesCome)
     }
     frames.join();
     EXPECT_EQ(record->calls(), 2000u);
+}
+
+TEST_F(EngineMonitorTest, refusesWhatNoMessageCanCarryWithTheEnginesName)
+{
+    struct Heard final : analytics_lib::IEventHandler {
+        void OnEvent(const std::string& topic, const std::string& /*source*/, const std::string& /*data*/) override
+        {
+            topics.push_back(topic);
+        }
+        std::vector<std::string> topics;
+    } heard;
+    const kit::LogLines log;
+    const std::string large(camera::base::kLargestMessage, 'x');
+    monitor->setEventHandler(&heard);
+    engine->handler()->OnEvent("larger", "", large);
+    engine->handler()->OnEvent("", "", large);
+    engine->frameScript = kit::FakeEngine::writes(0, 0, large + "x", true);
+    MetadataBuffers outputs;
+    EXPECT_TRUE(monitor->onFrame({}, outputs));
+    EXPECT_EQ("", outputs.metadataXml);
+    EXPECT_THAT(heard.topics, ElementsAre(""));
+    EXPECT_THAT(
+        log.lines(),
+        ElementsAre(HasSubstr("error engines: an event of engine 'Motion' has 16777222 bytes; a message has at most "
+                              "16777216; it is refused"),
+                    HasSubstr("error engines: the metadata of a frame of engine 'Motion' has 16777217 bytes;")));
 }
 
 } // namespace
