@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace camera::video {
 
@@ -31,6 +32,14 @@ double signedDegrees(unsigned int pan)
 {
     const double degrees = pan / 1000.0;
     return degrees > 180.0 ? degrees - 360.0 : degrees;
+}
+
+// What the camera looks at, in pixels of the source, which may lie beyond it.
+std::pair<double, double> middleOf(const ptz::Position& position, double sceneAngleDegrees, PictureSize source)
+{
+    const double pixelsPerDegree = source.width / sceneAngleDegrees;
+    return {source.width / 2.0 + signedDegrees(position.pan) * pixelsPerDegree,
+            source.height / 2.0 - position.tilt / 1000.0 * pixelsPerDegree};
 }
 
 int placed(double middle, int length, int whole)
@@ -63,12 +72,23 @@ Rectangle viewOf(const ptz::Position& position, unsigned int angleOfView, double
     const auto side = [](double length, int whole) {
         return std::clamp(evenNearest(length), std::min(kSmallestSide, evenFloor(whole)), evenFloor(whole));
     };
+    const auto [middleX, middleY] = middleOf(position, sceneAngleDegrees, source);
     Rectangle seen;
     seen.width = side(width, source.width);
     seen.height = side(width * shape, source.height);
-    seen.x = placed(source.width / 2.0 + signedDegrees(position.pan) * pixelsPerDegree, seen.width, source.width);
-    seen.y = placed(source.height / 2.0 - position.tilt / 1000.0 * pixelsPerDegree, seen.height, source.height);
+    seen.x = placed(middleX, seen.width, source.width);
+    seen.y = placed(middleY, seen.height, source.height);
     return seen;
+}
+
+bool isBeyondEdge(const ptz::Position& position, unsigned int angleOfView, double sceneAngleDegrees, PictureSize source,
+                  PictureSize output)
+{
+    constexpr double kRounding = 2; // pixels: sides and places of the part are even
+    const Rectangle seen = viewOf(position, angleOfView, sceneAngleDegrees, source, output);
+    const auto [middleX, middleY] = middleOf(position, sceneAngleDegrees, source);
+    return std::abs(seen.x + seen.width / 2.0 - middleX) > kRounding ||
+           std::abs(seen.y + seen.height / 2.0 - middleY) > kRounding;
 }
 
 View::View(double sceneAngleDegrees, PictureSize output) : _sceneAngleDegrees(sceneAngleDegrees), _output(output)

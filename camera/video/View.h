@@ -43,6 +43,10 @@ PictureSize defaultSize(PictureSize source);
 Rectangle viewOf(const ptz::Position& position, unsigned int angleOfView, double sceneAngleDegrees, PictureSize source,
                  PictureSize output);
 
+/// Whether the part stays at an edge, away from what the camera looks at. Arguments as viewOf().
+bool isBeyondEdge(const ptz::Position& position, unsigned int angleOfView, double sceneAngleDegrees, PictureSize source,
+                  PictureSize output);
+
 /// A window on the source's picture that moves with the camera. Thread-bound; the frames it makes are not.
 class View {
 public:

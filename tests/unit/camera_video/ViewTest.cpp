@@ -173,6 +173,21 @@ TEST(View, isTheSourceItselfWhenItSeesAllOfIt)
     EXPECT_NE(view.of(source, Position(), kHalf).data, source.data);
 }
 
+TEST(View, knowsWhereTheSourceEnds)
+{
+    const auto beyond = [](unsigned int pan, int tilt) {
+        return isBeyondEdge({pan, tilt, 100}, 30000, 90, {900, 450}, {640, 320});
+    };
+    EXPECT_FALSE(beyond(0, 0));
+    EXPECT_FALSE(beyond(29500, 0));
+    EXPECT_FALSE(beyond(360000 - 29500, 0));
+    EXPECT_TRUE(beyond(31000, 0));
+    EXPECT_TRUE(beyond(360000 - 31000, 0));
+    EXPECT_TRUE(beyond(180000, 0));
+    EXPECT_FALSE(beyond(0, 14500));
+    EXPECT_TRUE(beyond(0, -16000));
+}
+
 TEST(View, usesTheMemoryOfEarlierFramesAgain)
 {
     FramePool pool;
