@@ -1,11 +1,16 @@
 #include "camera/base/JsonText.h"
 
+#include "camera/base/Utf8.h"
+
 #include <json/reader.h>
 #include <json/writer.h>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <memory>
 #include <stdexcept>
+#include <vector>
 
 namespace camera::base {
 
@@ -25,6 +30,20 @@ std::string firstProblem(const std::string& messages)
     }
     return "it is no JSON document: " + messages.substr(place, placeEnd - place) + ": " +
            messages.substr(reason, std::min(messages.find('\n', reason) - reason, kLongestReason));
+}
+
+constexpr std::array<const char*, 7> kFirstFields = {"time", "part", "topic", "rule", "module", "preset", "state"};
+
+std::string fieldText(const Json::Value& value)
+{
+    if (value.isString()) {
+        return oneLineJson(sendable(value.asString()));
+    }
+    if (value.type() != Json::realValue) {
+        return oneLineJson(value);
+    }
+    std::array<char, 32> text{};
+    return {text.data(), std::to_chars(text.begin(), text.end(), value.asDouble()).ptr};
 }
 
 } // namespace
@@ -57,6 +76,23 @@ std::string oneLineJson(const Json::Value& value)
     builder["indentation"] = "";
     builder["emitUTF8"] = true;
     return Json::writeString(builder, value);
+}
+
+std::string jsonLine(const Json::Value& object)
+{
+    std::vector<std::string> names(kFirstFields.begin(), kFirstFields.end());
+    for (const std::string& name : object.getMemberNames()) {
+        if (std::find(kFirstFields.begin(), kFirstFields.end(), name) == kFirstFields.end()) {
+            names.push_back(name);
+        }
+    }
+    std::string line;
+    for (const std::string& name : names) {
+        if (object.isMember(name)) {
+            line += (line.empty() ? "{" : ",") + fieldText(name) + ":" + fieldText(object[name]);
+        }
+    }
+    return line.empty() ? "{}" : line + "}";
 }
 
 } // namespace camera::base

@@ -17,4 +17,8 @@ Json::Value readStrictJson(const std::string& document, std::size_t mostBytes);
 /// A JSON document in one line without blanks. Bytes of texts stay as they are, also where they are not UTF-8.
 std::string oneLineJson(const Json::Value& value);
 
+/// How every program prints an object for programs: one flat object in one line that is UTF-8. Time, part, topic, rule,
+/// module, preset and state come first, the other fields by their names; a number has as many digits as it needs.
+std::string jsonLine(const Json::Value& object);
+
 } // namespace camera::base

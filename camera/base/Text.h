@@ -28,6 +28,7 @@ std::string joined(const std::vector<std::string>& words, const std::string& las
 bool endsIn(const std::string& path, const std::vector<std::string>& endings);
 
 /// A time in UTC, given in seconds since 1970, in a format of std::strftime: "2024-06-30 12:00:00 UTC" for instance.
+inline constexpr char kIsoTime[] = "%Y-%m-%dT%H:%M:%SZ";
 std::string utcText(std::int64_t seconds, const char* format = "%Y-%m-%d %H:%M:%S UTC");
 
 } // namespace camera::base

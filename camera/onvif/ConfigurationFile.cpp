@@ -23,6 +23,7 @@ constexpr char kModules[] = "tt:AnalyticsEngineConfiguration";
 constexpr char kRules[] = "tt:RuleEngineConfiguration";
 constexpr char kModule[] = "tt:AnalyticsModule";
 constexpr char kRule[] = "tt:Rule";
+constexpr char kPreset[] = "PtzPreset";
 
 std::string readWhole(const std::string& path)
 {
@@ -66,17 +67,47 @@ std::string rootOf(const std::string& text)
     return colon == std::string::npos ? name : name.substr(colon + 1);
 }
 
-void collect(const pugi::xml_node& list, bool rules, std::vector<ComponentName>& out)
+void collect(const pugi::xml_node& list, bool rules, std::vector<pugi::xml_node>& out)
 {
     for (const pugi::xml_node& node : list.children(rules ? kRule : kModule)) {
-        ComponentName component{rules, node.attribute("Name").value(), node.attribute("Type").value(), ""};
-        for (const pugi::xml_node& item : node.child("tt:Parameters").children("tt:SimpleItem")) {
-            if (std::string(item.attribute("Name").value()) == "PtzPreset") {
-                component.preset = item.attribute("Value").value();
-            }
-        }
-        out.push_back(std::move(component));
+        out.push_back(node);
     }
+}
+
+// The rules and modules of a configuration or of one element.
+std::vector<pugi::xml_node> componentNodes(const pugi::xml_document& document)
+{
+    std::vector<pugi::xml_node> found;
+    collect(document, false, found);
+    collect(document, true, found);
+    const pugi::xml_node root = document.child(kConfiguration);
+    collect(root.child(kModules), false, found);
+    collect(root.child(kRules), true, found);
+    return found;
+}
+
+auto parametersOf(const pugi::xml_node& component)
+{
+    return component.child("tt:Parameters").children("tt:SimpleItem");
+}
+
+ComponentName nameOf(const pugi::xml_node& node)
+{
+    ComponentName component{std::string(node.name()) == kRule, node.attribute("Name").value(),
+                            node.attribute("Type").value(), ""};
+    for (const pugi::xml_node& item : parametersOf(node)) {
+        if (std::string(item.attribute("Name").value()) == kPreset) {
+            component.preset = item.attribute("Value").value();
+        }
+    }
+    return component;
+}
+
+std::string textOf(const pugi::xml_node& node)
+{
+    std::ostringstream out;
+    node.print(out, "", pugi::format_raw);
+    return out.str();
 }
 
 } // namespace
@@ -99,9 +130,7 @@ std::vector<std::string> readComponents(const std::string& path, bool rules)
     std::vector<std::string> components;
     const pugi::xml_node list = document.child(kConfiguration).child(rules ? kRules : kModules);
     for (const pugi::xml_node& node : list.children(wanted)) {
-        std::ostringstream out;
-        node.print(out, "", pugi::format_raw);
-        components.push_back(out.str());
+        components.push_back(textOf(node));
     }
     if (components.empty()) {
         throw std::runtime_error("there is no " + std::string(wanted) + " in '" + path +
@@ -115,13 +144,40 @@ std::vector<ComponentName> componentsOf(const std::string& xml)
     std::vector<ComponentName> found;
     pugi::xml_document document;
     if (document.load_buffer(xml.data(), xml.size())) {
-        collect(document, false, found);
-        collect(document, true, found);
-        const pugi::xml_node root = document.child(kConfiguration);
-        collect(root.child(kModules), false, found);
-        collect(root.child(kRules), true, found);
+        for (const pugi::xml_node& node : componentNodes(document)) {
+            found.push_back(nameOf(node));
+        }
     }
     return found;
+}
+
+std::vector<Json::Value> componentObjects(const std::string& xml)
+{
+    std::vector<Json::Value> found;
+    pugi::xml_document document;
+    if (document.load_buffer(xml.data(), xml.size())) {
+        for (const pugi::xml_node& node : componentNodes(document)) {
+            Json::Value object = componentObject(nameOf(node));
+            object["xml"] = textOf(node);
+            for (const pugi::xml_node& item : parametersOf(node)) {
+                const std::string name = item.attribute("Name").value();
+                if (name != kPreset && !object.isMember(name)) {
+                    object[name] = item.attribute("Value").value();
+                }
+            }
+            found.push_back(std::move(object));
+        }
+    }
+    return found;
+}
+
+Json::Value componentObject(const ComponentName& component)
+{
+    Json::Value object(Json::objectValue);
+    object[component.isRule ? "rule" : "module"] = component.name;
+    object["type"] = component.type;
+    object["preset"] = component.preset;
+    return object;
 }
 
 std::string refusalReason(const std::vector<ComponentName>& components, const std::vector<std::string>& ruleTypes,

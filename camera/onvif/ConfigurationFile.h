@@ -1,5 +1,7 @@
 #pragma once
 
+#include <json/value.h>
+
 #include <string>
 #include <vector>
 
@@ -23,6 +25,11 @@ struct ComponentName {
     std::string preset; ///< of its PtzPreset parameter, else empty
 };
 std::vector<ComponentName> componentsOf(const std::string& xml);
+
+/// The same for programs: an object each with its rule or module, type, preset, xml (the element itself), and each
+/// other simple parameter by its name.
+std::vector<Json::Value> componentObjects(const std::string& xml);
+Json::Value componentObject(const ComponentName& component);
 
 /**
  * Why no engine takes a configuration of these components, as far as the types that the engines know tell.

@@ -5,6 +5,8 @@
 
 #include <pugixml.hpp>
 
+#include <utility>
+
 namespace camera::onvif {
 
 namespace {
@@ -27,6 +29,57 @@ void appendItems(const pugi::xml_node& list, std::string& out)
         }
     }
 }
+
+Json::Value valueOf(const std::string& text)
+{
+    return text == "true" || text == "false" ? Json::Value(text == "true") : Json::Value(text);
+}
+
+// A rule that watches cells calls its state IsMotion.
+void appendFields(const pugi::xml_node& list, Json::Value& object)
+{
+    for (const pugi::xml_node& item : list.children()) {
+        const std::string name = item.attribute("Name").value();
+        if (isNamed(item, "SimpleItem") && !name.empty()) {
+            object[name == "State" || name == "IsMotion" ? "state" : name] = valueOf(item.attribute("Value").value());
+        }
+    }
+}
+
+// Goes through a document of any depth without calls that nest.
+class SeenThings final : public pugi::xml_tree_walker {
+public:
+    std::vector<Json::Value> things;
+
+    bool for_each(pugi::xml_node& node) override
+    {
+        if (isNamed(node, "Frame")) {
+            _time = node.attribute("UtcTime").value();
+        } else if (isNamed(node, "Object")) {
+            begin()["object"] = Json::Int64(node.attribute("ObjectId").as_llong());
+        } else if (isNamed(node, "MotionInCells")) {
+            Json::Value& cells = begin();
+            cells["columns"] = node.attribute("Columns").as_int();
+            cells["rows"] = node.attribute("Rows").as_int();
+            cells["cells"] = node.attribute("Cells").value();
+        } else if (!things.empty() && (isNamed(node, "BoundingBox") || isNamed(node, "CenterOfGravity"))) {
+            for (const pugi::xml_attribute& attribute : node.attributes()) {
+                things.back()[attribute.name()] = attribute.as_double();
+            }
+        }
+        return true;
+    }
+
+private:
+    Json::Value& begin()
+    {
+        things.emplace_back(Json::objectValue);
+        things.back()["time"] = _time;
+        return things.back();
+    }
+
+    std::string _time;
+};
 
 std::string messageText(const pugi::xml_node& message)
 {
@@ -62,6 +115,45 @@ std::string describeEvent(const base::Event& event)
         line += "  " + event.source;
     }
     return base::printable(line + details);
+}
+
+Json::Value eventObject(const base::Event& event, const std::string& preset)
+{
+    pugi::xml_document document;
+    const bool parsed = static_cast<bool>(document.load_buffer(event.data.data(), event.data.size()));
+    const pugi::xml_node message = document.document_element();
+    Json::Value object(Json::objectValue);
+    if (parsed && isNamed(message, "Message")) {
+        for (const pugi::xml_node& part : message.children()) {
+            if (isNamed(part, "Key") || isNamed(part, "Data")) {
+                appendFields(part, object);
+            }
+        }
+        object["time"] = message.attribute("UtcTime").value();
+        if (const pugi::xml_attribute operation = message.attribute("PropertyOperation")) {
+            object["operation"] = operation.value();
+        }
+    } else if (!event.data.empty()) {
+        object["data"] = event.data;
+    }
+    object["topic"] = event.topic;
+    object["rule"] = event.source;
+    object["preset"] = preset;
+    return object;
+}
+
+std::vector<Json::Value> metadataObjects(const std::string& text)
+{
+    pugi::xml_document document;
+    SeenThings seen;
+    if (document.load_buffer(text.data(), text.size())) {
+        document.traverse(seen);
+    }
+    if (seen.things.empty()) {
+        seen.things.emplace_back(Json::objectValue);
+        seen.things.back()["data"] = text;
+    }
+    return std::move(seen.things);
 }
 
 } // namespace camera::onvif

@@ -7,6 +7,7 @@
 
 namespace {
 
+using camera::base::jsonLine;
 using camera::base::oneLineJson;
 using camera::base::readStrictJson;
 using testing::HasSubstr;
@@ -38,6 +39,19 @@ TEST(StrictJson, saysWhatIsWrongAndWhere)
     EXPECT_EQ(problem(std::string(900, '[')), "it is no JSON document");
     EXPECT_EQ(problem(std::string(1001, ' ')), "it is larger than 1000 bytes");
     EXPECT_LT(problem("[1" + std::string(900, 'x')).size(), 300u);
+}
+
+TEST(JsonLine, isOneLineOfUtf8WithTheCommonFieldsFirst)
+{
+    Json::Value object;
+    object["Alpha"] = 0.1;
+    object["zoom"] = 2.0;
+    object["count"] = Json::UInt64(18446744073709551615U);
+    object["state"] = true;
+    object["time"] = "\xff\n";
+    EXPECT_EQ("{\"time\":\"\xef\xbf\xbd\\n\",\"state\":true,\"Alpha\":0.1,\"count\":18446744073709551615,\"zoom\":2}",
+              jsonLine(object));
+    EXPECT_EQ("{}", jsonLine(Json::Value(Json::objectValue)));
 }
 
 } // namespace

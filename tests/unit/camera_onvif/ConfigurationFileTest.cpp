@@ -85,5 +85,19 @@ TEST_F(ConfigurationFileTest, namesComponentsForPeople)
     EXPECT_THAT(componentsOf("no xml"), IsEmpty());
 }
 
+TEST(ComponentObjects, areFlatWithAFieldForEachSimpleParameter)
+{
+    const std::vector<Json::Value> objects = componentObjects(
+        "<tt:Rule Name=\"A\" Type=\"tt:T\"><tt:Parameters><tt:SimpleItem Name=\"PtzPreset\" Value=\"Way\" />"
+        "<tt:SimpleItem Name=\"Delay\" Value=\"5\" /></tt:Parameters></tt:Rule>");
+    ASSERT_EQ(1U, objects.size());
+    EXPECT_EQ("A", objects[0]["rule"].asString());
+    EXPECT_EQ("tt:T", objects[0]["type"].asString());
+    EXPECT_EQ("Way", objects[0]["preset"].asString());
+    EXPECT_EQ("5", objects[0]["Delay"].asString());
+    EXPECT_FALSE(objects[0].isMember("PtzPreset"));
+    EXPECT_EQ(0U, objects[0]["xml"].asString().find("<tt:Rule Name=\"A\""));
+}
+
 } // namespace
 } // namespace camera::onvif
