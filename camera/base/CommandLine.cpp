@@ -61,7 +61,14 @@ private:
         const std::size_t equals = word.compare(0, 2, "--") == 0 ? word.find('=') : std::string::npos;
         const std::string name = word.substr(0, equals);
         const Option* found = optionNamed(_command, name);
-        if (found == nullptr) {
+        // "-vv" is "-v" twice.
+        if (found == nullptr && name.size() > 2 && name.find_first_not_of(name[1], 1) == std::string::npos) {
+            found = optionNamed(_command, name.substr(0, 2));
+            for (std::size_t more = 2; found != nullptr && !found->value && more < name.size(); ++more) {
+                _arguments.add(found->name, "");
+            }
+        }
+        if (found == nullptr || (found->value && found->name != name)) {
             refuseAndPointToHelp("there is no option " + name);
         }
         const Option& option = *found;

@@ -14,6 +14,9 @@ namespace camera::base {
 // The command line of a program is one table: Program, with a Command for each thing that it does, with the
 // arguments and options of each. Parsing, refusals, help, completion and man pages all come from this table.
 
+/// The help of --json, which is the same everywhere.
+inline constexpr char kJsonHelp[] = "print JSON for programs, one flat object a line";
+
 /// Wrong arguments: one sentence; the program exits with 2.
 class UsageError : public std::runtime_error {
 public:

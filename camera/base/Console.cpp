@@ -1,5 +1,6 @@
 #include "camera/base/Console.h"
 
+#include "camera/base/Log.h"
 #include "camera/base/Text.h"
 
 #include <cerrno>
@@ -24,7 +25,7 @@ std::size_t columnsOf(std::FILE* stream)
 } // namespace
 
 Console::Console(std::FILE* out, std::FILE* err)
-    : _out(out), _err(err), _onTerminal(isatty(fileno(out)) != 0), _lastQuietLine(std::chrono::steady_clock::now())
+    : _out(out), _err(err), _onTerminal(isatty(fileno(err)) != 0), _lastQuietLine(std::chrono::steady_clock::now())
 {
 }
 
@@ -47,7 +48,10 @@ void Console::error(const std::string& text)
     const std::lock_guard<std::mutex> lock(_mutex);
     // Exceptions of all folders come here; their sentences get a full stop when they have none.
     const bool ended = !text.empty() && text.back() == '.';
-    print(_err, "camera: " + printable(text) + (ended ? "\n" : ".\n"));
+    const std::string sentence = text + (ended ? "" : ".");
+    const Log& log = Log::instance();
+    print(_err, log.format() == LogFormat::json ? log.lineOf(LogLevel::error, "camera", sentence)
+                                                : "camera: " + printable(sentence) + "\n");
 }
 
 void Console::log(const std::string& text)
@@ -58,17 +62,20 @@ void Console::log(const std::string& text)
 
 void Console::status(const std::string& text)
 {
+    if (Log::instance().format() == LogFormat::json) {
+        return; // who reads the stream as JSON finds nothing else there
+    }
     const std::lock_guard<std::mutex> lock(_mutex);
     if (_onTerminal) {
         eraseStatus();
-        _status = text.substr(0, columnsOf(_out));
+        _status = text.substr(0, columnsOf(_err));
         drawStatus();
         return;
     }
     const auto now = std::chrono::steady_clock::now();
     if (now - _lastQuietLine >= kQuietInterval) {
         _lastQuietLine = now;
-        print(_out, text + "\n");
+        print(_err, text + "\n");
     }
 }
 
@@ -94,16 +101,16 @@ bool Console::readerGone() const
 void Console::eraseStatus()
 {
     if (_onTerminal && !_status.empty()) {
-        std::fputs("\r\x1b[K", _out);
-        std::fflush(_out);
+        std::fputs("\r\x1b[K", _err);
+        std::fflush(_err);
     }
 }
 
 void Console::drawStatus()
 {
     if (_onTerminal && !_status.empty()) {
-        std::fputs(_status.c_str(), _out);
-        std::fflush(_out);
+        std::fputs(_status.c_str(), _err);
+        std::fflush(_err);
     }
 }
 

@@ -8,12 +8,12 @@
 namespace camera::base {
 
 /**
- * The program's output: lines, and on a terminal one status line below them, which is replaced in place.
- * Thread-safe.
+ * The program's output: lines on one stream; errors, log and progress on the other, where on a terminal the progress is
+ * one status line below, which is replaced in place. Thread-safe.
  */
 class Console {
 public:
-    /// @param out lines and status, @param err refusals and log; both borrowed.
+    /// @param out lines, @param err refusals, log and status; both borrowed.
     Console(std::FILE* out, std::FILE* err);
     ~Console() { clearStatus(); }
     Console(const Console&) = delete;
@@ -25,7 +25,7 @@ public:
     /// Text with its line break, as the log writes it.
     void log(const std::string& text);
 
-    /// Replaces the status line; when out is not a terminal, prints a line every ten seconds instead.
+    /// Replaces the status line; when err is not a terminal, prints a line every ten seconds instead.
     void status(const std::string& text);
     void clearStatus();
 
@@ -46,7 +46,7 @@ private:
     mutable std::mutex _mutex;
     bool _readerGone = false;
     std::string _status;                                  ///< the line that a terminal shows
-    std::chrono::steady_clock::time_point _lastQuietLine; ///< of a status, where out is not a terminal
+    std::chrono::steady_clock::time_point _lastQuietLine; ///< of a status, where err is not a terminal
 };
 
 } // namespace camera::base

@@ -1,10 +1,13 @@
 #include "camera/base/Log.h"
 
+#include "camera/base/JsonText.h"
 #include "camera/base/Text.h"
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <unistd.h>
 
@@ -23,17 +26,21 @@ const char* levelName(int priority)
     return priority >= static_cast<int>(LogLevel::debug) ? "debug" : "info";
 }
 
-std::string timeOfDay()
+// ISO 8601 with the distance from UTC.
+std::string localTime()
 {
     const auto now = std::chrono::system_clock::now();
     const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
     const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
     std::tm local{};
     localtime_r(&seconds, &local);
-    char text[32];
-    std::snprintf(text, sizeof text, "%02d:%02d:%02d.%03d", local.tm_hour, local.tm_min, local.tm_sec,
-                  static_cast<int>(sinceEpoch.count() % 1000));
-    return text;
+    const long minutes = std::labs(local.tm_gmtoff) / 60;
+    std::array<char, 96> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03d%c%02ld:%02ld", local.tm_year + 1900,
+                  local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
+                  static_cast<int>(sinceEpoch.count() % 1000), local.tm_gmtoff < 0 ? '-' : '+', minutes / 60,
+                  minutes % 60);
+    return text.data();
 }
 
 std::string onOneLine(const std::string& text)
@@ -60,6 +67,29 @@ std::uintptr_t number(void* handle)
 }
 
 } // namespace
+
+std::optional<LogLevel> logLevelNamed(const std::string& name)
+{
+    for (const LogLevel level : {LogLevel::error, LogLevel::info, LogLevel::debug}) {
+        if (name == levelName(static_cast<int>(level))) {
+            return level;
+        }
+    }
+    return std::nullopt;
+}
+
+int verbosityOf(LogLevel level)
+{
+    return level == LogLevel::debug ? 2 : level == LogLevel::info ? 1 : 0;
+}
+
+LogLevel levelOfVerbosity(int verbosity)
+{
+    if (verbosity <= 0) {
+        return LogLevel::error;
+    }
+    return verbosity == 1 ? LogLevel::info : LogLevel::debug;
+}
 
 Log& Log::instance()
 {
@@ -122,12 +152,26 @@ void Log::write(LogLevel level, const std::string& component, const std::string&
     emit(static_cast<int>(level), component, text);
 }
 
+std::string Log::lineOf(LogLevel level, const std::string& component, const std::string& text) const
+{
+    const char* const name = levelName(static_cast<int>(level));
+    if (_format == LogFormat::text) {
+        return localTime() + " " + name + " " + component + ": " + onOneLine(text) + "\n";
+    }
+    Json::Value object;
+    object["time"] = localTime();
+    object["level"] = name;
+    object["component"] = component;
+    object["text"] = onOneLine(text);
+    return jsonLine(object) + "\n";
+}
+
 void Log::emit(int priority, const std::string& component, const std::string& text)
 {
     if (priority > static_cast<int>(_level.load())) {
         return;
     }
-    const std::string line = timeOfDay() + " " + levelName(priority) + " " + component + ": " + onOneLine(text) + "\n";
+    const std::string line = lineOf(static_cast<LogLevel>(priority), component, text);
     const std::lock_guard<std::mutex> lock(_writerMutex);
     if (_writer) {
         _writer(line);

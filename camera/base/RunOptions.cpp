@@ -1,6 +1,7 @@
 #include "camera/base/RunOptions.h"
 
 #include "camera/base/InputName.h"
+#include "camera/base/Log.h"
 #include "camera/base/SceneParameters.h"
 
 #include <tuple>
@@ -130,7 +131,9 @@ Command videoCommand(const std::string& name, const std::string& summary)
     command.option("--plugin", {"PATH", Offer::files}, "the plug-in, if not the one beside the program");
     command.option("--engine", {"PATH.so", Offer::files},
                    "load an engine module; none: forget those that the state folder remembers", kRepeatable);
-    command.flag("-v", "log more; given twice, log everything");
+    command.flag("--json", kJsonHelp);
+    command.flag("--quiet", "print nothing but errors, and with --json the events");
+    withLogOptions(command);
     command.details = "A generated scene has:\n" + sceneHelp();
     return command;
 }
@@ -162,6 +165,28 @@ Command pipelineCommand()
     command.option("--activity", {"FILE", Offer::files}, "tell the process that started this one what is being done");
     command.option("--counts", {"FILE", Offer::files}, "what a process that dies leaves to the next one of this run");
     return command;
+}
+
+Command& withLogOptions(Command& command)
+{
+    return command.flag("-v", "log more; -vv: log everything")
+        .option("--log-format", choiceValue("FORMAT", {"text", "json"}),
+                "json: print errors and log as one JSON object a line; without it text");
+}
+
+void setLog(const Arguments& arguments)
+{
+    Log::instance().setLevel(levelOfVerbosity(static_cast<int>(arguments.count("-v"))));
+    Log::instance().setFormat(arguments.text("--log-format") == "json" ? LogFormat::json : LogFormat::text);
+}
+
+std::vector<std::string> logWords()
+{
+    std::vector<std::string> words(static_cast<std::size_t>(verbosityOf(Log::instance().level())), "-v");
+    if (Log::instance().format() == LogFormat::json) {
+        words.emplace_back("--log-format=json");
+    }
+    return words;
 }
 
 RunOptions runOptions(const Arguments& arguments)
@@ -207,6 +232,8 @@ RunOptions runOptions(const Arguments& arguments)
     options.metadata = arguments.text("--metadata");
     options.overlay = arguments.text("--overlay");
     options.picture = arguments.text("--picture");
+    options.json = arguments.has("--json");
+    options.quiet = arguments.has("--quiet");
     return options;
 }
 

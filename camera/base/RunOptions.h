@@ -57,6 +57,8 @@ struct RunOptions {
     std::string metadata;
     std::string overlay;
     std::string picture;
+    bool json = false;  ///< what is printed is for programs
+    bool quiet = false; ///< only errors are printed, and events for programs
 };
 
 /// The options of the pipeline process.
@@ -75,6 +77,13 @@ bool isBatch(const RunOptions& options);
 /// The commands `camera run` and camera-pipeline, which has some more options, without their functions.
 Command runCommand();
 Command pipelineCommand();
+
+/// Adds -v and --log-format to a command, and gives the log of this process what they say.
+Command& withLogOptions(Command& command);
+void setLog(const Arguments& arguments);
+
+/// What gives another program of the camera the level and the format of this process' log.
+std::vector<std::string> logWords();
 
 /// Reads the arguments. @throws UsageError when two of them exclude each other.
 RunOptions runOptions(const Arguments& arguments);

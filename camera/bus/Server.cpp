@@ -25,6 +25,15 @@ void Request::refuse(const char* error, const std::string& text) noexcept
     answer();
 }
 
+void setLogLevel(const std::string& name)
+{
+    const std::optional<base::LogLevel> level = base::logLevelNamed(name);
+    if (!level) {
+        throw Refusal("there is no log level '" + name + "'; there are error, info and debug");
+    }
+    base::Log::instance().setLevel(*level);
+}
+
 void atOnce(const std::shared_ptr<Request>& request)
 {
     request->perform();

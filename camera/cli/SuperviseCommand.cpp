@@ -34,7 +34,8 @@ Words servicesWords(const base::Arguments& arguments, const RuntimeFolder& folde
     if (first && arguments.has("--orientation")) {
         words.insert(words.end(), {"--rotation", arguments.text("--orientation")});
     }
-    words.insert(words.end(), arguments.count("-v"), "-v");
+    const Words log = base::logWords();
+    words.insert(words.end(), log.begin(), log.end());
     return words;
 }
 
@@ -45,8 +46,10 @@ Words pipelineWords(const store::StateFolder& state, const base::Arguments& argu
     if (!state.kept()) {
         words.insert(words.end(), {"--state=" + state.path().string(), "--temporary-state"});
     }
-    const Words rest = pipelineArguments(arguments, first);
-    words.insert(words.end(), rest.begin(), rest.end());
+    // The level may be another one by now than the command line gives.
+    for (const Words& more : {base::logWords(), pipelineArguments(arguments, first)}) {
+        words.insert(words.end(), more.begin(), more.end());
+    }
     return words;
 }
 
@@ -68,7 +71,8 @@ std::vector<std::string> pipelineArguments(const base::Arguments& arguments, boo
 {
     Words words;
     for (const base::Option& option : base::pipelineCommand().options) {
-        if (first || !isForFirstStart(option.name)) {
+        const bool ofLog = option.name == "-v" || option.name == "--log-format";
+        if (!ofLog && (first || !isForFirstStart(option.name))) {
             for (const std::string& text : arguments.all(option.name)) {
                 words.push_back(option.name + (option.value ? "=" + text : ""));
             }
@@ -87,6 +91,7 @@ std::vector<std::string> pipelineArguments(const base::Arguments& arguments, boo
 
 int superviseCamera(const base::Arguments& arguments, base::Console& console)
 {
+    base::setLog(arguments);
     const base::RunOptions options = base::runOptions(arguments);
     const store::StateFolder state(options.camera.stateDir);
     supervisor::SupervisorOptions plan;

@@ -12,8 +12,8 @@ namespace camera::cli {
 /// @return the exit code. @throws base::UsageError, std::exception with one sentence.
 int superviseCamera(const base::Arguments& arguments, base::Console& console);
 
-/// The arguments for the pipeline. Once a start has taken them, a restart gets no configurations, places and preset:
-/// the camera has stored these, and they may have changed since.
+/// The arguments for the pipeline, without those of its log. Once a start has taken them, a restart gets no
+/// configurations, places and preset: the camera has stored these, and they may have changed since.
 std::vector<std::string> pipelineArguments(const base::Arguments& arguments, bool first);
 
 // The camera's programs, which are found beside this one, with the arguments that they always need.

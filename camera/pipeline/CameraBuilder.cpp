@@ -11,18 +11,6 @@
 
 namespace camera::pipeline {
 
-namespace {
-
-base::LogLevel logLevel(int verbosity)
-{
-    if (verbosity == 0) {
-        return base::LogLevel::error;
-    }
-    return verbosity == 1 ? base::LogLevel::info : base::LogLevel::debug;
-}
-
-} // namespace
-
 DeviceOptions deviceOptions(const base::CameraOptions& options, const std::filesystem::path& stateDir)
 {
     DeviceOptions result;
@@ -34,7 +22,7 @@ DeviceOptions deviceOptions(const base::CameraOptions& options, const std::files
     }
     result.engines = [](void* log, const auto& /*ptz*/) { return engines::referenceEngines(log); };
     result.engineCount = engines::kReferenceEngines + options.engines.size();
-    result.logLevel = logLevel(options.verbosity);
+    result.logLevel = base::levelOfVerbosity(options.verbosity);
     return result;
 }
 

@@ -133,6 +133,15 @@ std::vector<std::string> PipelineObject::storedKeys()
     return _device.serviceApi().settings.keys();
 }
 
+bool PipelineObject::showsElsewhere(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom)
+{
+    ptz::Position position;
+    position.pan = pan;
+    position.tilt = tilt;
+    position.zoom = zoom;
+    return _report.showsElsewhere && _report.showsElsewhere(position);
+}
+
 std::uint32_t PipelineObject::pid()
 {
     return static_cast<std::uint32_t>(::getpid());

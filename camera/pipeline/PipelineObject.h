@@ -4,6 +4,7 @@
 #include "camera/bus/pipeline_server.h"
 #include "camera/pipeline/PipelineStatus.h"
 #include "camera/pipeline/Recordings.h"
+#include "camera/ptz/Position.h"
 
 #include <functional>
 #include <memory>
@@ -23,6 +24,7 @@ public:
         std::function<PipelineStatus()> status;
         std::function<double()> takeLongestFrame; ///< in milliseconds, since the last call
         std::shared_ptr<Recordings> recordings = std::make_shared<Recordings>();
+        std::function<bool(const ptz::Position&)> showsElsewhere = {};
     };
 
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. device outlives it.
@@ -41,6 +43,8 @@ private:
     void record(sdbus::UnixFd file, const std::string& name, double seconds, sdbus::UnixFd client) override;
     void restore(const std::string& key, std::int64_t sequence) override;
     std::vector<std::string> storedKeys() override;
+    void setLogLevel(const std::string& level) override { bus::setLogLevel(level); }
+    bool showsElsewhere(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom) override;
     double takeLongestFrame() override { return _report.takeLongestFrame(); }
 
     std::uint32_t pid() override;

@@ -8,6 +8,7 @@ int main(int argc, char** argv)
 {
     using namespace camera;
     const auto run = [](const base::Arguments& arguments, base::Console& console) {
+        base::setLog(arguments);
         return pipeline::runPipeline(base::pipelineOptions(arguments), console);
     };
     return base::runProgram(

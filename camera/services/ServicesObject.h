@@ -24,6 +24,7 @@ private:
 
     void setFault(const std::string& service, const std::string& fault, double seconds) override;
     std::map<std::string, std::string> faults() override;
+    void setLogLevel(const std::string& level) override { bus::setLogLevel(level); }
 
     std::uint32_t pid() override;
     std::string state() override { return _process.folder; }

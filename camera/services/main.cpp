@@ -1,7 +1,7 @@
 // The process of the device services.
 
-#include "camera/base/Log.h"
 #include "camera/base/ProgramFrame.h"
+#include "camera/base/RunOptions.h"
 #include "camera/base/StopSignal.h"
 #include "camera/services/ServicesProcess.h"
 
@@ -34,9 +34,7 @@ services::ServicesOptions servicesOptions(const base::Arguments& arguments)
 int serve(const base::Arguments& arguments, base::Console& /*console*/)
 {
     const services::ServicesOptions options = servicesOptions(arguments);
-    if (arguments.has("-v")) {
-        base::Log::instance().setLevel(arguments.count("-v") > 1 ? base::LogLevel::debug : base::LogLevel::info);
-    }
+    base::setLog(arguments);
     const base::StopSignal stop;
     const services::ServicesProcess process(options);
     while (!stop.stopped()) {
@@ -57,8 +55,8 @@ base::Program program()
         .option("--rotation", base::choiceValue("DEGREES", {"0", "90", "180", "270"}),
                 "rotate the picture by this angle, which is also the default from now on")
         .flag("--no-rotation-service", "from now on a camera without a rotation service: the default decides")
-        .flag("--rotation-service", "from now on a camera with a rotation service, as it is at first")
-        .flag("-v", "log more; given twice, log everything");
+        .flag("--rotation-service", "from now on a camera with a rotation service, as it is at first");
+    base::withLogOptions(command);
     return {"camera-services", "the device services of a virtual camera", "", {command.does(serve)}};
 }
 

@@ -32,6 +32,7 @@ private:
     std::string address() override { return _operations.status().address; }
     std::vector<ProcessRow> processes() override;
     void stop() override { _operations.stop(); }
+    void setLogLevel(const std::string& level) override { bus::setLogLevel(level); }
     void restartPipeline() override { _operations.restartPipeline(); }
     void pipelineBegun() override { _operations.pipelineBegun(); }
     void pipelineEnds(std::uint32_t pid, std::int32_t code) override

@@ -66,6 +66,7 @@ TEST(CommandLineTest, readsOptionsAndArgumentsInAnyOrder)
     EXPECT_THAT(arguments.all("--with"), ElementsAre("a=b", "c"));
     EXPECT_EQ(parsed("open", {"left"}).whole("--for", 3), 3);
     EXPECT_EQ(parsed("lock go", {"-v", "x", "-v"}).count("-v"), 2U);
+    EXPECT_EQ(parsed("lock go", {"x", "-vvv"}).count("-v"), 3U);
     EXPECT_THAT(parsed("paint", {"--pot", "p", "a", "--", "--pot"}).all("PART"), ElementsAre("a", "--pot"));
 }
 
@@ -101,6 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"open", {"left", "--for", "--with=x"}, "door open: --for needs S after it."},
         Refused{"open", {"left", "--with", "\xff"}, "--with: '\xff' is not UTF-8 text; write it in UTF-8."},
         Refused{"open", {"left", "-x"}, "door open: there is no option -x; see door open --help."},
+        Refused{"open", {"left", "-xx"}, "door open: there is no option -xx; see door open --help."},
         Refused{"lock list", {"--json=1"}, "door lock list: --json takes no value."},
         Refused{"paint", {"a"}, "door paint: --pot FILE is missing; see door paint --help."},
         Refused{"paint", {"a", "--pot="}, "door paint: --pot is given an empty value; see door paint --help."}),

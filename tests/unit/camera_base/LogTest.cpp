@@ -37,8 +37,29 @@ TEST_F(LogTest, writesTimeLevelComponentAndText)
 {
     ravel_core_logging_log(handle, RAVEL_CORE_LOG_ERROR, "%s: %d of %s", "frame", 3, "five");
     ASSERT_EQ(lines.size(), 1u);
-    EXPECT_THAT(lines[0], MatchesRegex("[0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9] error DETECTION: "
-                                       "frame: 3 of five\n"));
+    EXPECT_THAT(lines[0], MatchesRegex("[0-9]+-[0-9][0-9]-[0-9][0-9]T[0-9][0-9]:[0-9][0-9]:[0-9][0-9]\\.[0-9][0-9][0-9]"
+                                       "[-+][0-9][0-9]:[0-9][0-9] error DETECTION: frame: 3 of five\n"));
+}
+
+TEST_F(LogTest, writesAnObjectALineForPrograms)
+{
+    Log::instance().setFormat(camera::base::LogFormat::json);
+    Log::instance().write(LogLevel::info, "a", "b\n\xff");
+    Log::instance().setFormat(camera::base::LogFormat::text);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_THAT(lines[0],
+                MatchesRegex("[{]\"time\":\"[-0-9]+T[-+:.0-9]+\",\"component\":\"a\",\"level\":\"info\",\"text\":"
+                             "\"b\\\\\\\\n\xef\xbf\xbd\"[}]\n"));
+}
+
+TEST_F(LogTest, knowsTheLevelsByTheirNames)
+{
+    EXPECT_EQ(LogLevel::debug, camera::base::logLevelNamed("debug"));
+    EXPECT_EQ(std::nullopt, camera::base::logLevelNamed("loud"));
+    for (const std::string& name : camera::base::kLogLevels) {
+        const LogLevel level = *camera::base::logLevelNamed(name);
+        EXPECT_EQ(level, camera::base::levelOfVerbosity(camera::base::verbosityOf(level))) << name;
+    }
 }
 
 TEST_F(LogTest, namesTheThreeLevels)

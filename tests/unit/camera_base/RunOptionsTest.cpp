@@ -1,5 +1,7 @@
 // What the arguments of a run say.
 #include "camera/base/RunOptions.h"
+
+#include "camera/base/Log.h"
 #include "kit/Refusal.h"
 #include "kit/RowName.h"
 
@@ -239,6 +241,17 @@ TEST(RunOptionsTest, thePipelineProcessTakesABusAndARunDoesNot)
     EXPECT_THAT(refused({"a", "--bus", "unix:path=/run/bus"}), HasSubstr("there is no option --bus"));
     EXPECT_THROW(parsePipeline({"clip.mp4"}), UsageError);
     EXPECT_THROW(parsePipeline({"clip.mp4", "--bus"}), UsageError);
+}
+
+TEST(LogOptionsTest, areGivenOnAsTheLogHasThemNow)
+{
+    setLog(*parseArguments({"camera", "", "", {}}, runCommand(), {"a", "-v", "--log-format", "json"}));
+    EXPECT_EQ(LogLevel::info, Log::instance().level());
+    EXPECT_THAT(logWords(), ElementsAre("-v", "--log-format=json"));
+    Log::instance().setLevel(LogLevel::debug);
+    EXPECT_THAT(logWords(), ElementsAre("-v", "-v", "--log-format=json"));
+    setLog(*parseArguments({"camera", "", "", {}}, runCommand(), {"a"}));
+    EXPECT_THAT(logWords(), ElementsAre());
 }
 
 } // namespace
