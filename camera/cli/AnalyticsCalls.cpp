@@ -1,5 +1,6 @@
 #include "camera/cli/AnalyticsCalls.h"
 
+#include "camera/base/MessageLimit.h"
 #include "camera/base/Text.h"
 #include "camera/base/Utf8.h"
 #include "camera/cli/JsonOutput.h"
@@ -88,6 +89,9 @@ const std::string& sendableText(const std::string& text, const std::string& file
     if (!base::isSendable(text)) {
         throw CameraError("the configuration '" + file + "' is refused: it is not UTF-8 text; save it as UTF-8");
     }
+    if (text.size() > base::kLargestMessage) {
+        throw CameraError(base::tooLarge("the configuration '" + file + "'", text.size()) + "; make several of it");
+    }
     return text;
 }
 
@@ -110,13 +114,12 @@ int change(CommandContext& context, const std::function<void(CameraClient&)>& pe
     return 0;
 }
 
-int printTexts(CommandContext& context, const std::vector<std::string>& texts)
+int printTexts(CommandContext& context, const char* field, const std::vector<std::string>& texts)
 {
-    ListOutput list(context);
     for (const std::string& text : texts) {
-        list.add(text, base::printable(text));
+        context.print(jsonObject({field}, text), base::printable(text));
     }
-    return list.end();
+    return 0;
 }
 
 } // namespace camera::cli

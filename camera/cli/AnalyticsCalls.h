@@ -36,7 +36,7 @@ const std::string& sendableText(const std::string& text, const std::string& file
 /// Performs a change and prints what a restart will change again, also when the change failed.
 int change(CommandContext& context, const std::function<void(CameraClient&)>& perform);
 
-/// Prints a list, a text a line, or as JSON. @return the exit code 0.
-int printTexts(CommandContext& context, const std::vector<std::string>& texts);
+/// Prints a list, a text a line, or as JSON with the text in that field. @return the exit code 0.
+int printTexts(CommandContext& context, const char* field, const std::vector<std::string>& texts);
 
 } // namespace camera::cli

@@ -20,27 +20,27 @@ using Change = decltype(&Analytics::createRules);
 
 using Count = base::Argument::Count;
 
-Json::Value jsonOf(const onvif::ComponentName& component, bool loaded)
-{
-    return jsonObject({"name", "type", "preset", "loaded"}, component.name, component.type, component.preset, loaded);
-}
-
 int listComponents(Context& context, bool rules)
 {
-    ListOutput list(context);
     for (const std::string& element : componentsNow(context.client(), rules)) {
-        const std::vector<onvif::ComponentName> names = onvif::componentsOf(element);
-        Json::Value item = jsonOf(names.empty() ? onvif::ComponentName() : names[0], true);
-        item["xml"] = element;
-        list.add(item, base::printable(element));
+        if (!context.json()) {
+            context.console.line(base::printable(element));
+            continue;
+        }
+        for (Json::Value& object : onvif::componentObjects(element)) {
+            object["loaded"] = true;
+            object["xml"] = element;
+            context.print(object);
+        }
     }
     for (const onvif::ComponentName& component : storedComponents(context.client()).ofOthers) {
         if (component.isRule == rules) {
-            list.add(jsonOf(component, false),
-                     base::printable(onvif::describe(component)) + ", of an engine that is not loaded");
+            Json::Value object = onvif::componentObject(component);
+            object["loaded"] = false;
+            context.print(object, base::printable(onvif::describe(component)) + ", of an engine that is not loaded");
         }
     }
-    return list.end();
+    return 0;
 }
 
 std::string countOf(std::size_t count, bool rules)
@@ -112,7 +112,7 @@ std::vector<Command> componentCommands(const std::string& kind, bool rules)
             [rules](Context& context) { return listComponents(context, rules); }, FolderUse::look),
         listing(
             kind + " types", "Lists the types of " + kind + " that the engines support.",
-            [rules](Context& context) { return printTexts(context, componentTypes(context.client(), rules)); },
+            [rules](Context& context) { return printTexts(context, "type", componentTypes(context.client(), rules)); },
             FolderUse::look),
         storing(" create", "Creates the " + kind + " of XML files.",
                 rules ? &Analytics::createRules : &Analytics::createEngines),
@@ -127,7 +127,7 @@ std::vector<Command> componentCommands(const std::string& kind, bool rules)
 
 int listTopics(Context& context)
 {
-    return printTexts(context, context.client().ask(&Analytics::getEventTopics));
+    return printTexts(context, "topic", context.client().ask(&Analytics::getEventTopics));
 }
 
 // A command about an engine and a file of frames.

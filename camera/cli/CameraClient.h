@@ -16,6 +16,8 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -35,8 +37,11 @@ public:
     /// @param patience  for connecting, and for each call.
     CameraClient(const std::string& address, std::chrono::milliseconds patience);
 
-    /// Sets the function that gets the camera's analytics events, on a thread of this object. Before connect().
-    void onEvent(std::function<void(const base::Event&)> hear);
+    /// Gets the camera's analytics events, with the preset at which it stands meanwhile, empty at none.
+    using Hear = std::function<void(const base::Event&, const std::string& preset)>;
+
+    /// Before connect(). The function is called on a thread of this object.
+    void onEvent(Hear hear);
 
     /// @throws CameraError when the bus does not answer.
     void connect();
@@ -77,12 +82,16 @@ private:
                            bus::OnvifMetadataStreamerClient, bus::PipelineClient, bus::PositioningClient,
                            bus::RotateClient, bus::ServicesClient, bus::SupervisorClient, bus::WindowBlankingClient>;
 
-    std::shared_ptr<Clients> makeClients(sdbus::IConnection& connection) const;
+    std::shared_ptr<Clients> makeClients(sdbus::IConnection& connection);
+    void hear(const base::Event& event);
+    void presetIs(const std::string& preset, bool beforeSignals = false);
     static std::string sentence(const std::string& service, const sdbus::Error& error,
                                 std::chrono::milliseconds patience);
 
     std::chrono::milliseconds _patience;
-    std::function<void(const base::Event&)> _hear;
+    Hear _hear;
+    std::mutex _mutex;                  ///< of the preset
+    std::optional<std::string> _preset; ///< as the camera said last, for events
     bus::Connection _connection;
     std::shared_ptr<bus::CurrentObject<Clients>> _clients;
 };

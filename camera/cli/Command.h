@@ -46,7 +46,7 @@ public:
     const std::filesystem::path& stateDir();
 
     /// Set before the first use of client().
-    void onEvent(std::function<void(const base::Event&)> hear) { _hear = std::move(hear); }
+    void onEvent(CameraClient::Hear hear) { _hear = std::move(hear); }
 
     /// Whether the camera chosen still runs.
     bool cameraRuns() const;
@@ -57,14 +57,17 @@ public:
     /// Whether the output is for programs.
     bool json() const { return arguments.has("--json"); }
 
-    /// Prints a JSON value as one line.
-    void print(const Json::Value& value);
+    /// Prints an object for programs.
+    void print(const Json::Value& object);
+
+    /// Prints one of several things: for programs the object, else the line, which is printable.
+    void print(const Json::Value& object, const std::string& line);
 
 private:
     void choose();
 
     const FolderUse _use;
-    std::function<void(const base::Event&)> _hear;
+    CameraClient::Hear _hear;
     std::filesystem::path _stateDir;
     std::string _address;
     std::unique_ptr<FolderCamera> _started;

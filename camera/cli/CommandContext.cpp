@@ -5,7 +5,7 @@
 #include "camera/cli/FolderCamera.h"
 #include "camera/supervisor/RuntimeFolder.h"
 
-#include <json/writer.h>
+#include <json/value.h>
 
 namespace camera::cli {
 
@@ -99,9 +99,14 @@ std::chrono::milliseconds CommandContext::patience(std::chrono::seconds usual) c
     return std::chrono::seconds(arguments.whole("--timeout", usual.count()));
 }
 
-void CommandContext::print(const Json::Value& value)
+void CommandContext::print(const Json::Value& object)
 {
-    console.line(base::oneLineJson(value));
+    console.line(base::jsonLine(object));
+}
+
+void CommandContext::print(const Json::Value& object, const std::string& line)
+{
+    console.line(json() ? base::jsonLine(object) : line);
 }
 
 } // namespace camera::cli

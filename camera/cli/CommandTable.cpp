@@ -77,7 +77,7 @@ base::Command onFolder(base::Command command, FolderUse use, std::function<int(C
 base::Command listing(const std::string& name, const std::string& summary, std::function<int(CommandContext&)> perform,
                       FolderUse use)
 {
-    Command command = Command(name, summary).flag("--json", "print JSON, for programs");
+    Command command = Command(name, summary).flag("--json", base::kJsonHelp);
     return use == FolderUse::none ? command.does(onCamera(std::move(perform)))
                                   : onFolder(std::move(command), use, std::move(perform));
 }

@@ -23,8 +23,15 @@ std::string currentConfiguration(CameraClient& client)
 int get(Context& context)
 {
     const std::string preset = context.arguments.text("--preset");
-    context.console.line(preset.empty() ? currentConfiguration(context.client())
-                                        : context.client().ask(&Analytics::getPtzPresetConfiguration, preset));
+    const std::string xml = preset.empty() ? currentConfiguration(context.client())
+                                           : context.client().ask(&Analytics::getPtzPresetConfiguration, preset);
+    if (!context.json()) {
+        context.console.line(xml);
+        return 0;
+    }
+    for (const Json::Value& object : onvif::componentObjects(xml)) {
+        context.print(object);
+    }
     return 0;
 }
 
@@ -63,17 +70,18 @@ int set(Context& context)
 
 int history(Context& context)
 {
-    ListOutput list(context);
-    for (const StoredVersion& version : storedVersions(context.client())) {
+    const std::vector<StoredVersion> versions = storedVersions(context.client());
+    for (const StoredVersion& version : versions) {
         const auto& [number, storedAt, bytes, good] = columns(version);
-        list.add(jsonRow({"number", "storedAt", "bytes", "good"}, version),
-                 std::to_string(number) + "  " + base::utcText(storedAt) + "  " + base::sizeText(bytes) +
-                     (good ? "" : "  damaged"));
+        context.print(jsonObject({"document", "time", "bytes", "good"}, number, base::utcText(storedAt, base::kIsoTime),
+                                 bytes, good),
+                      std::to_string(number) + "  " + base::utcText(storedAt) + "  " + base::sizeText(bytes) +
+                          (good ? "" : "  damaged"));
     }
-    if (list.empty() && !context.json()) {
+    if (versions.empty() && !context.json()) {
         context.console.line("Nothing was ever stored.");
     }
-    return list.end();
+    return 0;
 }
 
 int restore(Context& context)
@@ -111,7 +119,7 @@ int presets(Context& context)
             names.insert(component.preset);
         }
     }
-    return printTexts(context, {names.begin(), names.end()});
+    return printTexts(context, "preset", {names.begin(), names.end()});
 }
 
 } // namespace
@@ -121,10 +129,10 @@ std::vector<base::Command> configCommands()
     using base::Command;
     using base::Offer;
     return {
-        onFolder(Command("config get", "Prints the active configuration.")
-                     .option("--preset", base::nameValue("NAME", Offer::presets),
-                             "the configuration that is stored for this preset"),
-                 FolderUse::look, get),
+        listing("config get", "Prints the active configuration; with --json its rules and modules.", get,
+                FolderUse::look)
+            .option("--preset", base::nameValue("NAME", Offer::presets),
+                    "the configuration that is stored for this preset"),
         onFolder(Command("config set", "Stores whole configurations.")
                      .takes({"FILE.xml", Offer::files}, "a configuration", base::Argument::Count::oneOrMore),
                  FolderUse::change, set),

@@ -31,16 +31,8 @@ bool hasEnded(Context& context)
 int followEvents(Context& context)
 {
     const base::StopSignal stop;
-    context.onEvent([&context](const base::Event& event) {
-        if (!context.json()) {
-            context.console.line(onvif::describeEvent(event));
-            return;
-        }
-        Json::Value object;
-        object["topic"] = event.topic;
-        object["source"] = event.source;
-        object["data"] = event.data;
-        context.print(object);
+    context.onEvent([&context](const base::Event& event, const std::string& preset) {
+        context.print(onvif::eventObject(event, preset), onvif::describeEvent(event));
     });
     context.client();
     while (!stop.stopped() && context.console.writable()) {
@@ -68,12 +60,19 @@ base::FileDescriptor connectTo(const std::string& path)
 }
 
 // Prints the whole lines and leaves the rest in text.
-void printLines(std::string& text, base::Console& console)
+void printLines(std::string& text, Context& context)
 {
     std::size_t begin = 0;
     for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', begin)) {
-        console.line(text.substr(begin, end - begin));
+        const std::string document = text.substr(begin, end - begin);
         begin = end + 1;
+        if (!context.json()) {
+            context.console.line(document);
+            continue;
+        }
+        for (const Json::Value& object : onvif::metadataObjects(document)) {
+            context.print(object);
+        }
     }
     text.erase(0, begin);
 }
@@ -100,7 +99,7 @@ int followMetadata(Context& context)
                                        : kEnded;
         }
         text.append(part.data(), static_cast<std::size_t>(length));
-        printLines(text, context.console);
+        printLines(text, context);
     }
     return 0;
 }
@@ -111,8 +110,9 @@ std::vector<base::Command> followCommands()
 {
     return {
         listing("events", "Prints analytics events when they happen, until Ctrl-C.", followEvents),
-        base::Command("metadata", "Prints the metadata documents of the frames, until Ctrl-C.")
-            .does(onCamera(followMetadata)),
+        listing("metadata",
+                "Prints the metadata documents of the frames, with --json what was seen in them, until Ctrl-C.",
+                followMetadata),
     };
 }
 

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <json/value.h>
-#include <map>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -45,46 +44,5 @@ Json::Value jsonRows(const std::array<const char*, sizeof...(Values)>& names,
     }
     return array;
 }
-
-/// A JSON object of a dictionary of the bus.
-template <class Value>
-Json::Value jsonMap(const std::map<std::string, Value>& dictionary)
-{
-    Json::Value object(Json::objectValue);
-    for (const auto& [name, value] : dictionary) {
-        object[name] = value;
-    }
-    return object;
-}
-
-/// The output of a command that lists something: a line an item, or with --json one array.
-class ListOutput {
-public:
-    explicit ListOutput(CommandContext& context) : _context(context) {}
-
-    /// @param line  printable.
-    void add(const Json::Value& item, const std::string& line)
-    {
-        _items.append(item);
-        if (!_context.json()) {
-            _context.console.line(line);
-        }
-    }
-
-    bool empty() const { return _items.empty(); }
-
-    /// Prints the array. @return the exit code 0.
-    int end()
-    {
-        if (_context.json()) {
-            _context.print(_items);
-        }
-        return 0;
-    }
-
-private:
-    CommandContext& _context;
-    Json::Value _items{Json::arrayValue};
-};
 
 } // namespace camera::cli

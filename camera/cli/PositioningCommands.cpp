@@ -1,8 +1,10 @@
 #include "camera/base/Text.h"
 #include "camera/cli/JsonOutput.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <set>
 
 namespace camera::cli {
 
@@ -45,13 +47,12 @@ std::string quoted(const std::string& name)
 
 int listPresets(Context& context)
 {
-    ListOutput list(context);
     for (const auto& row : context.client().ask(&Positioning::listPresets)) {
         const auto& [name, pan, tilt, zoom] = columns(row);
-        list.add(jsonObject({"name", "pan", "tilt", "zoom"}, name, pan / 1e3, tilt / 1e3, zoom / 1e2),
-                 base::printable(name) + "  " + placeText(pan, tilt, zoom));
+        context.print(jsonObject({"preset", "pan", "tilt", "zoom"}, name, pan / 1e3, tilt / 1e3, zoom / 1e2),
+                      base::printable(name) + "  " + placeText(pan, tilt, zoom));
     }
-    return list.end();
+    return 0;
 }
 
 int goToPreset(Context& context)
@@ -63,20 +64,23 @@ int goToPreset(Context& context)
 
 int listTours(Context& context)
 {
-    ListOutput list(context);
     for (const auto& row : context.client().ask(&Positioning::listTours)) {
         const auto& [name, stops] = columns(row);
         std::string line = base::printable(name);
-        Json::Value items(Json::arrayValue);
-        for (const StopRow& stop : stops) {
-            const auto& [preset, dwell, speed] = columns(stop);
-            items.append(jsonObject({"preset", "dwell", "speed"}, preset, dwell / 1e3, speed));
+        for (std::size_t i = 0; i < stops.size(); ++i) {
+            const auto& [preset, dwell, speed] = columns(stops[i]);
+            if (context.json()) {
+                context.print(jsonObject({"tour", "tourStop", "preset", "seconds", "speedPercent"}, name,
+                                         Json::UInt64(i), preset, dwell / 1e3, speed));
+            }
             line += "  " + base::printable(preset) + " " + base::decimals(dwell / 1e3, 1) + " s " +
                     std::to_string(speed) + " %";
         }
-        list.add(jsonObject({"name", "stops"}, name, items), line);
+        if (!context.json()) {
+            context.console.line(line);
+        }
     }
-    return list.end();
+    return 0;
 }
 
 // PRESET[:SECONDS[:PERCENT]]; of three colons and more the first belong to the name.
@@ -115,10 +119,36 @@ int createTour(Context& context)
                    name, stops);
 }
 
+// The stops of a tour whose presets have been removed, which the camera leaves out.
+std::vector<std::string> removedPresets(CameraClient& client, const std::string& tour)
+{
+    std::set<std::string> presets;
+    for (const auto& row : client.ask(&Positioning::listPresets)) {
+        presets.insert(std::get<0>(row));
+    }
+    std::vector<std::string> removed;
+    for (const auto& row : client.ask(&Positioning::listTours)) {
+        const auto& [name, stops] = columns(row);
+        for (const StopRow& stop : stops) {
+            const std::string& preset = std::get<0>(stop);
+            if (name == tour && presets.count(preset) == 0 &&
+                std::find(removed.begin(), removed.end(), quoted(preset)) == removed.end()) {
+                removed.push_back(quoted(preset));
+            }
+        }
+    }
+    return removed;
+}
+
 int startTour(Context& context)
 {
     const std::string name = context.arguments.text("NAME");
-    return command(context, &Positioning::startTour, "Tour " + quoted(name) + " runs.", name, priorityOf(context));
+    command(context, &Positioning::startTour, "Tour " + quoted(name) + " runs.", name, priorityOf(context));
+    const std::vector<std::string> removed = removedPresets(context.client(), name);
+    if (!removed.empty()) {
+        context.console.line("It leaves out what is no preset any more: " + base::joined(removed, " and ") + ".");
+    }
+    return 0;
 }
 
 int moveTo(Context& context)
@@ -128,8 +158,12 @@ int moveTo(Context& context)
     const auto panUnits = static_cast<std::uint32_t>(turn);
     const auto tiltUnits = static_cast<std::int32_t>(std::llround(arguments.decimal("TILT") * 1e3));
     const auto zoomUnits = static_cast<std::uint32_t>(std::llround(arguments.decimal("ZOOM") * 1e2));
-    return command(context, &Positioning::moveTo, "On its way to " + placeText(panUnits, tiltUnits, zoomUnits) + ".",
-                   panUnits, tiltUnits, zoomUnits, priorityOf(context));
+    command(context, &Positioning::moveTo, "On its way to " + placeText(panUnits, tiltUnits, zoomUnits) + ".", panUnits,
+            tiltUnits, zoomUnits, priorityOf(context));
+    if (context.client().ask(&bus::PipelineClient::showsElsewhere, panUnits, tiltUnits, zoomUnits)) {
+        context.console.line("The picture of the input ends before that; the camera will show its edge.");
+    }
+    return 0;
 }
 
 int drive(Context& context)

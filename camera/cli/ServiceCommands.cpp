@@ -98,13 +98,8 @@ int setFault(Context& context)
 
 int listFaults(Context& context)
 {
-    const auto faults = context.client().ask(&bus::ServicesClient::faults);
-    if (context.json()) {
-        context.print(jsonMap(faults));
-        return 0;
-    }
-    for (const auto& [service, fault] : faults) {
-        context.console.line(base::printable(service + "  " + fault));
+    for (const auto& [service, fault] : context.client().ask(&bus::ServicesClient::faults)) {
+        context.print(jsonObject({"service", "fault"}, service, fault), base::printable(service + "  " + fault));
     }
     return 0;
 }

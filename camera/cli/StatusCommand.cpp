@@ -1,3 +1,4 @@
+#include "camera/base/Log.h"
 #include "camera/base/RunOptions.h"
 #include "camera/base/StopSignal.h"
 #include "camera/base/Text.h"
@@ -43,23 +44,23 @@ Json::Value supervisor(CameraClient& client)
 {
     using Supervisor = bus::SupervisorClient;
     Json::Value value =
-        properties(client, std::pair("state", &Supervisor::State), std::pair("address", &Supervisor::Address));
-    value["processes"] = jsonRows({"name", "pid", "restarts", "since", "lastExit"}, client.ask(&Supervisor::Processes));
+        properties(client, std::pair("folder", &Supervisor::State), std::pair("bus", &Supervisor::Address));
+    for (const auto& row : client.ask(&Supervisor::Processes)) {
+        const auto& [name, pid, restarts, since, lastExit] = columns(row);
+        value["processes"].append(jsonObject({"process", "pid", "restarts", "started", "lastExit"}, name, pid, restarts,
+                                             base::utcText(since, base::kIsoTime), lastExit));
+    }
     return value;
 }
 
-// "preset 'Gate', rule 'A', module 'B'", or "none"
-std::string activeText(const std::string& preset, const std::vector<std::string>& rules,
-                       const std::vector<std::string>& modules)
+template <class Value>
+Json::Value jsonArray(const std::vector<Value>& values)
 {
-    std::string text = preset.empty() ? "" : "preset '" + preset + "'";
-    for (const std::string& rule : rules) {
-        text += (text.empty() ? "rule '" : ", rule '") + rule + "'";
+    Json::Value array(Json::arrayValue);
+    for (const Value& value : values) {
+        array.append(Json::Value(value));
     }
-    for (const std::string& module : modules) {
-        text += (text.empty() ? "module '" : ", module '") + module + "'";
-    }
-    return text.empty() ? "none" : text;
+    return array;
 }
 
 // The camera answers this on the thread that calls its engines, so it can fail where the rest does not.
@@ -69,11 +70,11 @@ Json::Value engines(CameraClient& client)
     for (const auto& row : client.ask(&bus::PipelineClient::engines)) {
         const auto& [name, preset, rules, modules, calls, exceptions, frames, mean, longest, histogram] = columns(row);
         Json::Value engine =
-            jsonObject({"name", "active", "calls", "exceptions", "frames", "meanFrameMs", "longestFrameMs"}, name,
-                       activeText(preset, rules, modules), calls, exceptions, frames, mean, longest);
-        for (const std::uint64_t count : histogram) {
-            engine["frameTimes"].append(Json::UInt64(count));
-        }
+            jsonObject({"engine", "preset", "calls", "exceptions", "frames", "meanFrameMs", "longestFrameMs"}, name,
+                       preset, calls, exceptions, frames, mean, longest);
+        engine["rules"] = jsonArray(rules);
+        engine["modules"] = jsonArray(modules);
+        engine["frameTimes"] = jsonArray(histogram);
         all.append(engine);
     }
     return all;
@@ -93,10 +94,7 @@ Json::Value pipeline(CameraClient& client)
         std::pair("controlFailures", &Pipeline::ControlFailures), std::pair("orientation", &Pipeline::Orientation),
         std::pair("sourceGone", &Pipeline::SourceGone), std::pair("sourceLosses", &Pipeline::SourceLosses));
     value["engines"] = part([&] { return engines(client); });
-    value["missingEngines"] = Json::arrayValue;
-    for (const std::string& path : client.ask(&Pipeline::MissingEngines)) {
-        value["missingEngines"].append(path);
-    }
+    value["missingEngines"] = jsonArray(client.ask(&Pipeline::MissingEngines));
     return value;
 }
 
@@ -104,11 +102,20 @@ Json::Value services(CameraClient& client)
 {
     using Services = bus::ServicesClient;
     Json::Value value =
-        properties(client, std::pair("pid", &Services::Pid), std::pair("state", &Services::State),
+        properties(client, std::pair("pid", &Services::Pid), std::pair("folder", &Services::State),
                    std::pair("moving", &Services::Moving), std::pair("orientation", &Services::Orientation),
                    std::pair("rotationServed", &Services::RotationServed), std::pair("blanking", &Services::Blanking));
     value["subscribers"] = jsonRows({"delivered", "lost", "queuedBytes"}, client.ask(&Services::Subscribers));
     return value;
+}
+
+Json::Value faults(CameraClient& client)
+{
+    Json::Value all(Json::arrayValue);
+    for (const auto& [service, fault] : client.ask(&bus::ServicesClient::faults)) {
+        all.append(jsonObject({"service", "fault"}, service, fault));
+    }
+    return all;
 }
 
 Json::Value position(CameraClient& client)
@@ -151,7 +158,7 @@ void line(Context& context, const std::string& label, const std::string& text)
 
 bool answers(Context& context, const std::string& label, const Json::Value& value)
 {
-    if (value.isMember("error")) {
+    if (value.isObject() && value.isMember("error")) {
         line(context, label, textOf(value["error"]));
         return false;
     }
@@ -165,7 +172,7 @@ void showProcesses(Context& context, const Json::Value& supervisor)
     }
     std::string label = "processes";
     for (const Json::Value& process : supervisor["processes"]) {
-        std::string text = textOf(process["name"]);
+        std::string text = textOf(process["process"]);
         text.resize(std::max<std::size_t>(text.size(), 16), ' ');
         text += textOf(process["pid"]) == "0" ? "  does not run" : "  pid " + textOf(process["pid"]);
         if (textOf(process["restarts"]) != "0") {
@@ -174,7 +181,7 @@ void showProcesses(Context& context, const Json::Value& supervisor)
         line(context, label, text);
         label.clear();
     }
-    line(context, "bus", textOf(supervisor["address"]));
+    line(context, "bus", textOf(supervisor["bus"]));
 }
 
 void showPosition(Context& context, const Json::Value& at)
@@ -189,20 +196,37 @@ void showPosition(Context& context, const Json::Value& at)
              (preset.empty() ? "" : "  at preset '" + preset + "'"));
 }
 
+// "preset 'Gate', rule 'A', module 'B'", or "none"
+std::string activeText(const Json::Value& engine)
+{
+    const std::string preset = textOf(engine["preset"]);
+    std::vector<std::string> words;
+    if (!preset.empty()) {
+        words.push_back("preset '" + preset + "'");
+    }
+    for (const Json::Value& rule : engine["rules"]) {
+        words.push_back("rule '" + textOf(rule) + "'");
+    }
+    for (const Json::Value& module : engine["modules"]) {
+        words.push_back("module '" + textOf(module) + "'");
+    }
+    return words.empty() ? "none" : base::joined(words);
+}
+
 void showEngines(Context& context, const Json::Value& engines)
 {
-    if (engines.isObject() && !answers(context, "active", engines)) {
+    if (!answers(context, "active", engines)) {
         return;
     }
     std::string label = "active";
     for (const Json::Value& engine : engines) {
-        line(context, label, textOf(engine["name"]) + ": " + textOf(engine["active"]));
+        line(context, label, textOf(engine["engine"]) + ": " + activeText(engine));
         label.clear();
     }
     label = "engines";
     for (const Json::Value& engine : engines) {
         line(context, label,
-             textOf(engine["name"]) + ": calls " + textOf(engine["calls"]) + "  exceptions " +
+             textOf(engine["engine"]) + ": calls " + textOf(engine["calls"]) + "  exceptions " +
                  textOf(engine["exceptions"]) + "  frames " + textOf(engine["frames"]) + "  mean " +
                  number(engine["meanFrameMs"], 2) + " ms  longest " + number(engine["longestFrameMs"], 1) + " ms");
         label.clear();
@@ -238,13 +262,87 @@ void showServices(Context& context, const Json::Value& metadata, const Json::Val
     }
     if (answers(context, "faults", faults)) {
         std::string text;
-        for (const std::string& service : faults.getMemberNames()) {
-            if (textOf(faults[service]) != "off") {
-                text += (text.empty() ? "" : ", ") + base::printable(service) + " " + textOf(faults[service]);
+        for (const Json::Value& each : faults) {
+            if (textOf(each["fault"]) != "off") {
+                text += (text.empty() ? "" : ", ") + textOf(each["service"]) + " " + textOf(each["fault"]);
             }
         }
         line(context, "faults", text.empty() ? "none" : text);
     }
+}
+
+// Prints a part for programs; what it has several of follows elsewhere.
+void printPart(Context& context, const char* part, const Json::Value& value)
+{
+    Json::Value object(Json::objectValue);
+    object["part"] = part;
+    for (const std::string& name : value.getMemberNames()) {
+        if (!value[name].isArray() && !value[name].isObject()) {
+            object[name] = value[name];
+        }
+    }
+    context.print(object);
+}
+
+// Several things of one kind, or why they cannot be told.
+void printEach(Context& context, const char* part, const Json::Value& values)
+{
+    if (values.isObject()) {
+        return printPart(context, part, values);
+    }
+    for (const Json::Value& value : values) {
+        printPart(context, part, value);
+    }
+}
+
+void printEngine(Context& context, const Json::Value& engine)
+{
+    printPart(context, "engine", engine);
+    const auto of = [&engine](const char* field, const Json::Value& value) {
+        Json::Value object = jsonObject({"engine"}, engine["engine"]);
+        object[field] = value;
+        return object;
+    };
+    for (const auto& [field, names] : {std::pair("rule", "rules"), std::pair("module", "modules")}) {
+        for (const Json::Value& name : engine[names]) {
+            Json::Value active = of(field, name);
+            active["preset"] = engine["preset"];
+            printPart(context, "active", active);
+        }
+    }
+    const Json::Value& times = engine["frameTimes"]; // less than 2 us, and each following one twice as long
+    for (Json::ArrayIndex i = 0; i < times.size(); ++i) {
+        if (times[i] != 0) {
+            Json::Value count = of("frames", times[i]);
+            if (i + 1 < times.size()) {
+                count["belowMs"] = 0.002 * static_cast<double>(std::uint64_t{1} << i);
+            }
+            printPart(context, "frameTimes", count);
+        }
+    }
+}
+
+void printParts(Context& context, const Json::Value& all)
+{
+    printPart(context, "supervisor", all["supervisor"]);
+    printEach(context, "process", all["supervisor"]["processes"]);
+    printPart(context, "position", all["position"]);
+    const Json::Value& pipeline = all["pipeline"];
+    printPart(context, "pipeline", pipeline);
+    if (pipeline["engines"].isObject()) {
+        printPart(context, "engine", pipeline["engines"]);
+    } else {
+        for (const Json::Value& engine : pipeline["engines"]) {
+            printEngine(context, engine);
+        }
+    }
+    for (const Json::Value& path : pipeline["missingEngines"]) {
+        printPart(context, "missingEngine", jsonObject({"file"}, path));
+    }
+    printPart(context, "services", all["services"]);
+    printEach(context, "subscriber", all["services"]["subscribers"]);
+    printPart(context, "metadata", all["metadata"]);
+    printEach(context, "fault", all["faults"]);
 }
 
 // All parts are asked at the same time: the whole takes no longer than its slowest part.
@@ -259,7 +357,7 @@ Json::Value statusOf(CameraClient& client)
     auto ofMetadata = begin(metadata);
     Json::Value all;
     all["services"] = part([&] { return services(client); });
-    all["faults"] = part([&] { return jsonMap(client.ask(&bus::ServicesClient::faults)); });
+    all["faults"] = part([&] { return faults(client); });
     all["supervisor"] = ofSupervisor.get();
     all["pipeline"] = ofPipeline.get();
     all["position"] = ofPosition.get();
@@ -271,7 +369,7 @@ Json::Value statusOf(CameraClient& client)
 std::string silenceIn(const Json::Value& all)
 {
     for (const Json::Value& each : all) {
-        const Json::Value& engines = each["engines"];
+        const Json::Value& engines = each.isObject() ? each["engines"] : each;
         for (const Json::Value* asked : {&each, &engines}) {
             if (asked->isObject() && asked->isMember("error")) {
                 return (*asked)["error"].asString();
@@ -317,10 +415,10 @@ int status(Context& context)
     const Json::Value all = context.arguments.has(kWait) ? readyStatus(context) : statusOf(context.client());
     const int code = silenceIn(all).empty() ? 0 : 1;
     if (context.json()) {
-        context.print(all);
+        printParts(context, all);
         return code;
     }
-    line(context, "camera", context.stateDir().string());
+    line(context, "camera", base::printable(context.stateDir().string()));
     showProcesses(context, all["supervisor"]);
     showPosition(context, all["position"]);
     showPipeline(context, all["pipeline"]);
@@ -335,13 +433,24 @@ int list(Context& context)
     for (const supervisor::RunningCamera& camera :
          all ? RuntimeFolder::runningOfAllUsers() : RuntimeFolder::running()) {
         const std::string user = all ? "  user " + std::to_string(camera.user) : "";
-        if (context.json()) {
-            context.print(jsonObject({"state", "pid", "user", "address"}, camera.stateDir.string(),
-                                     std::atoi(camera.pid.c_str()), camera.user, camera.address));
-        } else {
-            context.console.line(base::printable(camera.stateDir.string() + "  pid " + camera.pid + user));
-        }
+        context.print(jsonObject({"folder", "pid", "user", "bus"}, camera.stateDir.string(),
+                                 std::atoi(camera.pid.c_str()), camera.user, camera.address),
+                      base::printable(camera.stateDir.string() + "  pid " + camera.pid + user));
     }
+    return 0;
+}
+
+// The supervisor first: what it starts again from now on gets the new level.
+int setLogLevel(Context& context)
+{
+    const std::string level = context.arguments.text("LEVEL");
+    CameraClient& client = context.client();
+    client.ask(&bus::SupervisorClient::setLogLevel, level);
+    client.ask(&bus::ServicesClient::setLogLevel, level);
+    client.ask(&bus::PipelineClient::setLogLevel, level);
+    context.console.line("Every process of the camera logs " + std::string(level == "debug"  ? "everything."
+                                                                           : level == "info" ? "more."
+                                                                                             : "errors only."));
     return 0;
 }
 
@@ -358,7 +467,7 @@ base::Command listCommand()
 {
     return base::Command("list", "Lists the cameras that run.")
         .flag("--all", "those of all users, as far as they can be seen")
-        .flag("--json", "print JSON, one object a line")
+        .flag("--json", base::kJsonHelp)
         .does(onCamera(list));
 }
 
@@ -369,6 +478,9 @@ std::vector<base::Command> statusCommands()
                 status)
             .option(kWait, base::wholeValue("SECONDS", 1, 86400),
                     "wait until the camera runs, all its parts answer and a frame has come"),
+        base::Command("log", "Changes what a running camera logs.")
+            .takes(base::choiceValue("LEVEL", base::kLogLevels), "the least important lines that are written")
+            .does(onCamera(setLogLevel)),
         base::Command("shutdown", "Ends the camera.").does(onCamera(shutDown)),
     };
 }

@@ -9,6 +9,7 @@
 
 #include "camera/base/Activity.h"
 #include "camera/base/Contained.h"
+#include "camera/base/JsonText.h"
 #include "camera/base/Log.h"
 #include "camera/base/PluginPath.h"
 #include "camera/base/StopSignal.h"
@@ -38,9 +39,12 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace camera::pipeline {
 
@@ -49,6 +53,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kPatienceAtTheEnd(2);
+constexpr std::chrono::seconds kPatienceForTheBus(1);
 constexpr std::int64_t kFutureThatIsBelieved = 3600LL * 1000000000; ///< a run at full speed ends ahead of the clock
 constexpr double kWholeScene = 90; ///< any angle: a fixed camera sees as much as there is
 
@@ -69,6 +74,14 @@ std::optional<video::View> viewOf(const std::optional<PtzOption>& ptz, video::Pi
         return std::nullopt;
     }
     return video::View(ptz ? ptz->description.sceneAngleDegrees : kWholeScene, picture);
+}
+
+Json::Value noticeObject(const std::string& notice)
+{
+    Json::Value object(Json::objectValue);
+    object["part"] = "notice";
+    object["text"] = notice;
+    return object;
 }
 
 class PipelineRun {
@@ -102,9 +115,7 @@ public:
         }
         const RunSummary summary = end();
         if (hasInput()) {
-            for (const std::string& line : summary.lines()) {
-                _console.line(line);
-            }
+            print([&] { return summary.objects(); }, [&] { return summary.lines(); });
         }
         for (const std::string& failure : _failures) {
             _console.error(failure);
@@ -141,21 +152,39 @@ private:
         }
         _events = _device->onEvent([this](const base::Event& event) {
             _report.event(event);
-            _console.line(onvif::describeEvent(event));
+            printEvent(event);
         });
         begin();
         tellBegun(_options.bus);
         _service = std::make_unique<PipelineService>(
             _options.bus, *_device,
             PipelineObject::Report{[this] { return status(); },
-                                   [this] { return _report.takeLongestFrameMilliseconds(); }, _recordings});
+                                   [this] { return _report.takeLongestFrameMilliseconds(); }, _recordings,
+                                   showsElsewhere(options.ptz, picture)});
+        if (_source) {
+            keepStart(picture);
+        }
         return true;
+    }
+
+    // Empty for a camera without frames, and for one that does not move.
+    std::function<bool(const ptz::Position&)> showsElsewhere(const std::optional<PtzOption>& ptz,
+                                                             video::PictureSize picture)
+    {
+        if (!_source || !ptz) {
+            return {};
+        }
+        const video::PictureSize source{_source->width(), _source->height()};
+        return [this, source, picture, scene = ptz->description.sceneAngleDegrees](const ptz::Position& position) {
+            const unsigned int angle = _device->positioning().optics().angleOfView(position.zoom);
+            return video::isBeyondEdge(position, angle, scene, source, picture);
+        };
     }
 
     void begin()
     {
         for (const std::string& notice : _scenario.configure(*_device)) {
-            _console.line(notice);
+            printNotice(notice);
         }
         if (_run.camera.factory) {
             giveFactoryConfiguration();
@@ -166,7 +195,7 @@ private:
             if (!_options.again) { // after a crash a preset of the tour may have been removed
                 throw;
             }
-            _console.line(std::string("The tour of the command line is not started again: ") + error.what() + ".");
+            printNotice(std::string("The tour of the command line is not started again: ") + error.what() + ".");
         }
     }
 
@@ -180,6 +209,68 @@ private:
         }
         _options.run.camera.factory = !refused.empty();
         rememberCamera(_run.camera, _state.path());
+    }
+
+    // What is told when the first frame has come. Frames do not wait for it then.
+    void keepStart(video::PictureSize picture)
+    {
+        _service->waitUntilConnected(Clock::now() + kPatienceForTheBus);
+        _start.emplace();
+        _start->input = _run.input;
+        _start->width = picture.width;
+        _start->height = picture.height;
+        _start->framesPerSecond = _source->framesPerSecond();
+        base::contained("device", "the active rules cannot be read", [&] { _start->engines = _device->activeRules(); });
+        _start->stateFolder = _state.path().string();
+        _start->runtimeFolder = std::filesystem::path(_options.counts).parent_path().string();
+    }
+
+    void tellStart()
+    {
+        if (std::optional<RunStart> start = std::exchange(_start, std::nullopt)) {
+            start->ready = _service->connected();
+            print([&] { return start->objects(); }, [&] { return std::vector{start->line()}; });
+        }
+    }
+
+    // For programs or for people, as the options say.
+    void print(const std::function<std::vector<Json::Value>()>& objects,
+               const std::function<std::vector<std::string>()>& lines)
+    {
+        if (_run.quiet) {
+            return;
+        }
+        if (_run.json) {
+            for (const Json::Value& object : objects()) {
+                _console.line(base::jsonLine(object));
+            }
+            return;
+        }
+        for (const std::string& line : lines()) {
+            _console.line(line);
+        }
+    }
+
+    void printNotice(const std::string& notice)
+    {
+        print([&] { return std::vector{noticeObject(notice)}; }, [&] { return std::vector{base::printable(notice)}; });
+    }
+
+    void printEvent(const base::Event& event)
+    {
+        if (_run.json) {
+            const std::string preset = _run.camera.ptz ? _device->positioning().activePreset() : std::string();
+            _console.line(base::jsonLine(onvif::eventObject(event, preset)));
+        } else if (!_run.quiet) {
+            _console.line(onvif::describeEvent(event));
+        }
+    }
+
+    void showStatus()
+    {
+        if (!_run.quiet) {
+            _console.status(_report.status());
+        }
     }
 
     DeviceOptions deviceOptions()
@@ -210,7 +301,7 @@ private:
         options.whileGone = [this](std::int64_t time) {
             _outputs.drawGone(time);
             _recordings->drawGone(time, "waiting for the source");
-            _console.status(_report.status());
+            showStatus();
         };
         options.stepped = [this](std::int64_t nanoseconds) { _pacer.timesStepped(nanoseconds); };
         try {
@@ -285,7 +376,10 @@ private:
                 _recordings->draw(upright, drawing, text);
             }
         };
-        steps.showStatus = [this] { _console.status(_report.status()); };
+        steps.showStatus = [this] {
+            tellStart();
+            showStatus();
+        };
         steps.keepTime = [this](std::int64_t nanoseconds) { keepTime(nanoseconds); };
         return steps;
     }
@@ -379,6 +473,7 @@ private:
         RunSummary summary;
         summary.input = _run.input;
         summary.report = _report.summary();
+        summary.counted = _report.counted();
         summary.eventsDropped = _counts->eventsDropped;
         summary.documents = _counts->documents;
         for (const ActiveRules& rules : active) {
@@ -408,6 +503,7 @@ private:
     RunReport _report;
     RunOutputs _outputs;
     const std::shared_ptr<Recordings> _recordings = std::make_shared<Recordings>();
+    std::optional<RunStart> _start; ///< until it has been told
     std::optional<video::View> _view;
     const std::shared_ptr<DeviceServicesClient> _services = std::make_shared<DeviceServicesClient>(_options.bus);
     std::unique_ptr<Device> _device;
@@ -421,7 +517,7 @@ private:
 
 int runPipeline(base::PipelineOptions options, base::Console& console)
 {
-    video::routeLibavLog(options.run.camera.verbosity > 0);
+    video::routeLibavLog();
     const std::string bus = options.bus;
     int code = 1;
     try {
@@ -437,7 +533,7 @@ int runPipeline(base::PipelineOptions options, base::Console& console)
         console.clearStatus();
         console.error(base::reasonOfException());
     }
-    tellOutcome(bus, code);
+    base::contained("pipeline", "the supervisor was not told", [&] { tellOutcome(bus, code); }); // it needs a thread
     return code;
 }
 

@@ -148,18 +148,38 @@ double RunReport::seconds() const
 std::string RunReport::status() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    return (_sourceGone ? "waiting for the source  frames " : "frames ") + std::to_string(_counts->frames) + "  " +
+    return (_sourceGone ? "source gone  frames " : "frames ") + std::to_string(_counts->frames) + "  " +
            base::decimals(static_cast<double>(_frames) / seconds(), 1) + "/s  objects " + std::to_string(_objectsNow) +
            "  events " + std::to_string(_counts->events);
+}
+
+// The whole run, with the processes before this one.
+double RunReport::lasted() const
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    return std::max(static_cast<double>(now - _counts->startedAt) / 1e9, 0.001);
+}
+
+Json::Value RunReport::counted() const
+{
+    const std::lock_guard<std::mutex> lock(_mutex);
+    Json::Value object(Json::objectValue);
+    object["seconds"] = lasted();
+    object["frames"] = Json::UInt64(_counts->frames);
+    object["framesFailed"] = Json::UInt64(_counts->failed);
+    object["restarts"] = _counts->starts - 1;
+    object["sourceLosses"] = Json::UInt64(_counts->sourceLosses);
+    object["objects"] = Json::UInt64(_counts->objects);
+    object["objectsAtOnce"] = Json::UInt64(_counts->objectsAtOnce);
+    object["events"] = Json::UInt64(_counts->events);
+    return object;
 }
 
 std::vector<std::string> RunReport::summary() const
 {
     const std::lock_guard<std::mutex> lock(_mutex);
-    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-    const double lasted = std::max(static_cast<double>(now - _counts->startedAt) / 1e9, 0.001);
-    std::string framesText = std::to_string(_counts->frames) + " in " + base::decimals(lasted, 1) + " s, " +
-                             base::decimals(static_cast<double>(_counts->frames) / lasted, 1) + " frames/s";
+    std::string framesText = std::to_string(_counts->frames) + " in " + base::decimals(lasted(), 1) + " s, " +
+                             base::decimals(static_cast<double>(_counts->frames) / lasted(), 1) + " frames/s";
     if (_counts->failed != 0) {
         framesText += ", " + std::to_string(_counts->failed) + " of them failed";
     }

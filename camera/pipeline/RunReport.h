@@ -5,6 +5,8 @@
 #include "camera/pipeline/RunCounts.h"
 #include "camera/video/Drawing.h"
 
+#include <json/value.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -59,8 +61,12 @@ public:
     /// The lines of the summary that are about frames, objects and events.
     std::vector<std::string> summary() const;
 
+    /// The same numbers for programs.
+    Json::Value counted() const;
+
 private:
     double seconds() const;
+    double lasted() const;
     void restartsSummary(std::vector<std::string>& lines) const;
     void rulesSummary(std::vector<std::string>& lines) const;
 

@@ -25,11 +25,100 @@ std::vector<std::string> activeLines(const std::vector<onvif::ComponentName>& ac
     return lines;
 }
 
+Json::Value partOf(const char* part)
+{
+    Json::Value object(Json::objectValue);
+    object["part"] = part;
+    return object;
+}
+
+Json::Value activeObject(const onvif::ComponentName& component)
+{
+    Json::Value object = onvif::componentObject(component);
+    object["part"] = "active";
+    return object;
+}
+
+// "preset 'Gate', rule 'A', module 'B'", or "none"
+std::string componentsText(const ActiveRules& active)
+{
+    std::vector<std::string> words;
+    if (const std::string preset = active.preset(); !preset.empty()) {
+        words.push_back("preset '" + preset + "'");
+    }
+    for (const bool rules : {true, false}) {
+        for (const onvif::ComponentName& component : active.components) {
+            if (component.isRule == rules) {
+                words.push_back((rules ? "rule '" : "module '") + component.name + "'");
+            }
+        }
+    }
+    return words.empty() ? kNoRules : base::joined(words);
+}
+
 } // namespace
+
+std::string RunStart::line() const
+{
+    std::string text = input + "  " + std::to_string(width) + "x" + std::to_string(height) + "  " +
+                       base::shortNumber(framesPerSecond) + " frames/s  ";
+    for (const ActiveRules& engine : engines) {
+        text += engine.engine + ": " + componentsText(engine) + "  ";
+    }
+    text += "state folder " + stateFolder + "  ";
+    text += runtimeFolder.empty() ? "" : "runtime folder " + runtimeFolder + "  ";
+    return base::printable(text + (ready ? "ready" : "its bus does not answer"));
+}
+
+std::vector<Json::Value> RunStart::objects() const
+{
+    std::vector<Json::Value> objects{partOf("camera")};
+    Json::Value& camera = objects.back();
+    camera["input"] = input;
+    camera["width"] = width;
+    camera["height"] = height;
+    camera["framesPerSecond"] = framesPerSecond;
+    camera["folder"] = stateFolder;
+    camera["runtimeFolder"] = runtimeFolder;
+    for (const ActiveRules& engine : engines) {
+        objects.push_back(partOf("engine"));
+        objects.back()["engine"] = engine.engine;
+        objects.back()["preset"] = engine.preset();
+        for (const onvif::ComponentName& component : engine.components) {
+            objects.push_back(activeObject(component));
+            objects.back()["engine"] = engine.engine;
+        }
+    }
+    objects.push_back(partOf("start"));
+    objects.back()["ready"] = ready;
+    return objects;
+}
+
+std::vector<Json::Value> RunSummary::objects() const
+{
+    std::vector<Json::Value> objects{counted};
+    Json::Value& all = objects.back();
+    all["part"] = "summary";
+    all["input"] = input;
+    all["eventsDropped"] = Json::UInt64(eventsDropped);
+    all["documents"] = Json::UInt64(documents);
+    all["folder"] = settings;
+    all["ended"] = ended;
+    for (const onvif::ComponentName& component : active) {
+        objects.push_back(activeObject(component));
+    }
+    for (const WrittenFile& file : files) {
+        objects.push_back(partOf("file"));
+        objects.back()["file"] = file.path;
+        objects.back()["bytes"] = Json::UInt64(file.bytes);
+        objects.back()["complete"] = file.complete;
+    }
+    return objects;
+}
 
 std::vector<std::string> RunSummary::lines() const
 {
-    std::vector<std::string> lines{"", summaryLine("input", input)};
+    std::vector<std::string> lines{"", summaryLine("input", base::printable(input))};
     lines.insert(lines.end(), report.begin(), report.end());
     if (eventsDropped != 0) {
         lines.push_back(summaryLine("", std::to_string(eventsDropped) + " were lost: the queue was full"));
@@ -37,10 +126,11 @@ std::vector<std::string> RunSummary::lines() const
     lines.push_back(summaryLine("metadata", std::to_string(documents) + " documents"));
     const std::vector<std::string> ofActive = activeLines(active);
     lines.insert(lines.end(), ofActive.begin(), ofActive.end());
-    lines.push_back(summaryLine("settings", settings.empty() ? "not kept; --state DIR keeps them" : settings));
+    lines.push_back(
+        summaryLine("settings", settings.empty() ? "not kept; --state DIR keeps them" : base::printable(settings)));
     for (const WrittenFile& file : files) {
-        lines.push_back(
-            summaryLine(file.complete ? "written" : "incomplete", file.path + " (" + base::sizeText(file.bytes) + ")"));
+        lines.push_back(summaryLine(file.complete ? "written" : "incomplete",
+                                    base::printable(file.path) + " (" + base::sizeText(file.bytes) + ")"));
     }
     if (!ended.empty()) {
         lines.push_back(summaryLine("ended", ended));

@@ -1,17 +1,16 @@
 #include "camera/video/LibavLog.h"
 
+#include "camera/base/Log.h"
 #include "camera/video/Libav.h"
 
 #include <array>
-#include <atomic>
 #include <cstdarg>
-#include <cstdio>
+#include <regex>
 
 namespace camera::video {
 
 namespace {
 
-std::atomic<bool> loudLog{false};
 thread_local std::string lastError;
 
 std::string oneLine(void* context, int level, const char* format, va_list arguments)
@@ -23,7 +22,9 @@ std::string oneLine(void* context, int level, const char* format, va_list argume
     while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) {
         line.pop_back();
     }
-    return line;
+    // "[mov @ 0x5581...] text": the address says nothing to a reader.
+    static const std::regex address(" @ 0x[0-9a-f]+\\]");
+    return std::regex_replace(line, address, "]");
 }
 
 void takeLine(void* context, int level, const char* format, va_list arguments)
@@ -35,16 +36,13 @@ void takeLine(void* context, int level, const char* format, va_list arguments)
     if (level <= AV_LOG_ERROR) {
         lastError = line;
     }
-    if (loudLog) {
-        std::fprintf(stderr, "libav: %s\n", line.c_str());
-    }
+    base::Log::instance().write(base::LogLevel::info, "libav", line);
 }
 
 } // namespace
 
-void routeLibavLog(bool loud)
+void routeLibavLog()
 {
-    loudLog = loud;
     av_log_set_callback(takeLine);
 }
 

@@ -5,10 +5,10 @@
 namespace camera::video {
 
 /**
- * Takes the libav libraries' log away from stderr, for the whole process. With loud set its warnings and
- * errors are printed there, one line each, marked with "libav".
+ * Takes the log of the libav libraries away from stderr, for the whole process: warnings and errors are information of
+ * the component "libav" in the camera's log.
  */
-void routeLibavLog(bool loud);
+void routeLibavLog();
 
 /// The last error line that libav logged on this thread since clearLibavError(); empty when there was none.
 std::string lastLibavError();

@@ -119,19 +119,33 @@ TEST_F(CameraCommandsTest, positioningCommandsAskForWhatTheyWereToldInTheCameras
     EXPECT_EQ(callOf({"preset", "remove", "Door"}), "positioning.removePreset Door");
     EXPECT_EQ(callOf({"tour", "create", "Walk", "Door", "Gate:1.5", "Yard:0:50"}),
               "positioning.createTour Walk Door/5000/100 Gate/1500/100 Yard/0/50");
-    EXPECT_EQ(callOf({"tour", "start", "Walk", "--priority=400"}), "positioning.startTour Walk 400");
+    EXPECT_EQ(changeOf({"tour", "start", "Walk", "--priority=400"}), "positioning.startTour Walk 400");
     EXPECT_EQ(callOf({"tour", "stop"}), "positioning.stopTour");
     EXPECT_EQ(callOf({"tour", "pause"}), "positioning.pauseTour");
     EXPECT_EQ(callOf({"tour", "resume"}), "positioning.resumeTour");
     EXPECT_EQ(callOf({"tour", "remove", "Walk"}), "positioning.removeTour Walk");
-    EXPECT_EQ(callOf({"move", "12.5", "-3", "2.0"}), "positioning.moveTo 12500 -3000 200 100");
-    EXPECT_EQ(callOf({"move", "-12.5", ".25", "1", "--priority", "0"}), "positioning.moveTo 347500 250 100 0");
-    EXPECT_EQ(callOf({"move", "360", "0", "1"}), "positioning.moveTo 0 0 100 100");
-    EXPECT_EQ(callOf({"move", "-360", "0", "1"}), "positioning.moveTo 0 0 100 100");
+    EXPECT_EQ(changeOf({"move", "12.5", "-3", "2.0"}), "positioning.moveTo 12500 -3000 200 100");
+    EXPECT_EQ(changeOf({"move", "-12.5", ".25", "1", "--priority", "0"}), "positioning.moveTo 347500 250 100 0");
+    EXPECT_EQ(changeOf({"move", "360", "0", "1"}), "positioning.moveTo 0 0 100 100");
+    EXPECT_EQ(changeOf({"move", "-360", "0", "1"}), "positioning.moveTo 0 0 100 100");
     EXPECT_EQ(callOf({"stop"}), "positioning.stop 100");
     EXPECT_EQ(callOf({"drive", "-100", "0", "7", "--for", "250"}), "positioning.drive -100 0 7 250 100");
     EXPECT_EQ(callOf({"drive", "1", "2", "3"}), "positioning.drive 1 2 3 0 100");
     EXPECT_EQ(complained(), "");
+}
+
+TEST_F(CameraCommandsTest, aTourThatLeavesPresetsOutAndAMoveBeyondThePictureSaySo)
+{
+    fake->serve();
+    EXPECT_EQ(outputOf({"tour", "start", "Walk"}), "Tour 'Walk' runs.\n");
+    EXPECT_EQ(outputOf({"move", "12.5", "-3", "2.0"}), "On its way to pan 12.500  tilt -3.000  zoom 2.00.\n");
+    fake->change()->tourPreset = "Gone";
+    fake->change()->elsewhere = true;
+    EXPECT_EQ(outputOf({"tour", "start", "Walk"}),
+              "Tour 'Walk' runs.\nIt leaves out what is no preset any more: 'Gone'.\n");
+    EXPECT_EQ(outputOf({"move", "90", "0", "1"}), "On its way to pan 90.000  tilt 0.000  zoom 1.00.\n"
+                                                  "The picture of the input ends before that; the camera will show its "
+                                                  "edge.\n");
 }
 
 TEST_F(CameraCommandsTest, deviceCommandsReachTheirServices)
@@ -148,6 +162,8 @@ TEST_F(CameraCommandsTest, deviceCommandsReachTheirServices)
     EXPECT_EQ(callOf({"fault", "day_night", "slow", "1.5"}), "services.setFault day_night slow 1.5");
     EXPECT_EQ(callOf({"fault", "rotate", "off"}), "services.setFault rotate off 0");
     EXPECT_EQ(callOf({"shutdown"}), "supervisor.stop");
+    EXPECT_EQ(callOf({"log", "debug"}),
+              "supervisor.setLogLevel debug; services.setLogLevel debug; pipeline.setLogLevel debug");
 }
 
 TEST_F(CameraCommandsTest, listingsArePrintedForPeopleAndForPrograms)
@@ -155,25 +171,30 @@ TEST_F(CameraCommandsTest, listingsArePrintedForPeopleAndForPrograms)
     fake->serve();
     EXPECT_EQ(outputOf({"preset", "list"}),
               "Door  pan 12.500  tilt -3.000  zoom 2.00\nGate  pan 0.000  tilt 0.000  zoom 1.00\n");
-    EXPECT_EQ(outputOf({"preset", "list", "--json"}), "[{\"name\":\"Door\",\"pan\":12.5,\"tilt\":-3.0,\"zoom\":2.0},"
-                                                      "{\"name\":\"Gate\",\"pan\":0.0,\"tilt\":0.0,\"zoom\":1.0}]\n");
+    EXPECT_EQ(outputOf({"preset", "list", "--json"}), "{\"preset\":\"Door\",\"pan\":12.5,\"tilt\":-3,\"zoom\":2}\n"
+                                                      "{\"preset\":\"Gate\",\"pan\":0,\"tilt\":0,\"zoom\":1}\n");
     EXPECT_EQ(outputOf({"tour", "list"}), "Walk  Door 1.5 s 50 %\n");
     EXPECT_EQ(outputOf({"tour", "list", "--json"}),
-              "[{\"name\":\"Walk\",\"stops\":[{\"dwell\":1.5,\"preset\":\"Door\",\"speed\":50}]}]\n");
+              "{\"preset\":\"Door\",\"seconds\":1.5,\"speedPercent\":50,\"tour\":\"Walk\",\"tourStop\":0}\n");
     EXPECT_EQ(outputOf({"rules", "list"}), "<tt:Rule Name=\"Gate\" Type=\"tt:X\"/>\n");
     EXPECT_EQ(
         outputOf({"rules", "list", "--json"}),
-        "[{\"loaded\":true,\"name\":\"Gate\",\"preset\":\"\",\"type\":\"tt:X\",\"xml\":\"<tt:Rule Name=\\\"Gate\\\" "
-        "Type=\\\"tt:X\\\"/>\"}]\n");
+        "{\"rule\":\"Gate\",\"preset\":\"\",\"loaded\":true,\"type\":\"tt:X\",\"xml\":\"<tt:Rule Name=\\\"Gate\\\" "
+        "Type=\\\"tt:X\\\"/>\"}\n");
     EXPECT_EQ(outputOf({"rules", "types"}), "tt:X\ntt:Y\n");
-    EXPECT_EQ(outputOf({"modules", "types", "--json"}), "[\"tt:M\"]\n");
+    EXPECT_EQ(outputOf({"modules", "types", "--json"}), "{\"type\":\"tt:M\"}\n");
     EXPECT_THAT(outputOf({"modules", "list"}), StartsWith("<tt:AnalyticsModule "));
     EXPECT_EQ(outputOf({"topics"}), "tns1:A\ntns1:B\n");
-    EXPECT_EQ(outputOf({"config", "presets", "--json"}), "[\"Door\"]\n");
+    EXPECT_EQ(outputOf({"config", "presets", "--json"}), "{\"preset\":\"Door\"}\n");
     EXPECT_EQ(outputOf({"faults"}), "day_night  slow\nrotate  off\n");
-    EXPECT_EQ(outputOf({"faults", "--json"}), "{\"day_night\":\"slow\",\"rotate\":\"off\"}\n");
+    EXPECT_EQ(outputOf({"faults", "--json"}), "{\"fault\":\"slow\",\"service\":\"day_night\"}\n"
+                                              "{\"fault\":\"off\",\"service\":\"rotate\"}\n");
     fake->change()->rules.clear();
-    EXPECT_EQ(outputOf({"rules", "list", "--json"}), "[]\n");
+    EXPECT_EQ(outputOf({"rules", "list", "--json"}), "");
+    fake->change()->configuration = "<tt:VideoAnalyticsConfiguration><tt:RuleEngineConfiguration><tt:Rule Name=\"A\" "
+                                    "Type=\"tt:X\"/></tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
+    EXPECT_THAT(outputOf({"config", "get", "--json"}),
+                StartsWith("{\"rule\":\"A\",\"preset\":\"\",\"type\":\"tt:X\",\"xml\":"));
 }
 
 TEST_F(CameraCommandsTest, rulesComeFromFilesUnderTheirUsualNames)
@@ -228,8 +249,8 @@ TEST_F(CameraCommandsTest, configurationsAreStoredAndSaidToBeActiveOrNot)
               "4  1970-01-02 00:00:00 UTC  1.5 kB\n3  1970-01-01 00:00:00 UTC  20 bytes  damaged\n");
     EXPECT_EQ(fake->calls().back(), "pipeline.history OnvifAnalytics");
     EXPECT_EQ(outputOf({"config", "history", "--json"}),
-              "[{\"bytes\":1500,\"good\":true,\"number\":4,\"storedAt\":86400},"
-              "{\"bytes\":20,\"good\":false,\"number\":3,\"storedAt\":0}]\n");
+              "{\"time\":\"1970-01-02T00:00:00Z\",\"bytes\":1500,\"document\":4,\"good\":true}\n"
+              "{\"time\":\"1970-01-01T00:00:00Z\",\"bytes\":20,\"document\":3,\"good\":false}\n");
     EXPECT_EQ(callOf({"config", "restore", "3"}), "pipeline.restore OnvifAnalytics 3; supervisor.restartPipeline");
     EXPECT_THAT(printed(), HasSubstr("Document 3 is the newest again; the camera's pipeline starts again with it.\n"));
 }
@@ -241,7 +262,7 @@ TEST_F(CameraCommandsTest, whatIsStoredForAnEngineThatIsNotLoadedIsListedAsSuch)
     fake->serve();
     EXPECT_EQ(outputOf({"rules", "list"}), "rule 'Gate' (tt:X), of an engine that is not loaded\n");
     EXPECT_EQ(outputOf({"rules", "list", "--json"}),
-              "[{\"loaded\":false,\"name\":\"Gate\",\"preset\":\"\",\"type\":\"tt:X\"}]\n");
+              "{\"rule\":\"Gate\",\"preset\":\"\",\"loaded\":false,\"type\":\"tt:X\"}\n");
     EXPECT_EQ(outputOf({"config", "presets"}), "Door\n");
     EXPECT_EQ(outputOf({"config", "reset"}),
               "The engines have no rules now; what is stored comes back when the camera starts again.\n");
@@ -347,16 +368,28 @@ TEST_F(CameraCommandsTest, statusIsOneScreen)
                   "not loaded  engine module '/e.so'\n"
                   "metadata    received 9  delivered 8  lost 1  subscribers 2\n"
                   "faults      day_night slow\n");
-    Json::Value all;
-    std::istringstream(outputOf({"status", "--json"})) >> all;
-    EXPECT_EQ(all["pipeline"]["frames"].asInt(), 250);
-    EXPECT_EQ(all["position"]["pan"].asDouble(), 12.5);
-    EXPECT_EQ(all["supervisor"]["processes"][0]["pid"].asInt(), 11);
-    const Json::Value& engine = all["pipeline"]["engines"][0];
-    EXPECT_EQ(engine["active"].asString(), "preset 'Door', rule 'Any', module 'M'");
-    EXPECT_EQ(engine["exceptions"].asInt(), 2);
-    EXPECT_EQ(engine["longestFrameMs"].asDouble(), 3.04);
-    EXPECT_EQ(engine["frameTimes"][0].asInt(), 249);
+}
+
+TEST_F(CameraCommandsTest, statusForProgramsIsAFlatObjectALineForEachPart)
+{
+    fake->serve();
+    EXPECT_THAT(
+        outputOf({"status", "--json"}),
+        AllOf(HasSubstr("{\"part\":\"supervisor\",\"bus\":\"unix:path=/b\",\"folder\":"),
+              HasSubstr("{\"part\":\"process\",\"lastExit\":\"\",\"pid\":11,\"process\":\"dbus-daemon\",\"restarts\":0,"
+                        "\"started\":\"1970-01-01T00:00:05Z\"}\n"),
+              HasSubstr(
+                  "{\"part\":\"position\",\"preset\":\"Door\",\"angleOfView\":34.7,\"available\":true,\"moving\":true,"
+                  "\"pan\":12.5,\"tilt\":-3,\"zoom\":2}\n"),
+              HasSubstr("\"frames\":250,\"framesFailed\":1,\"framesPerSecond\":24.94,\"input\":\"a.mp4\","),
+              HasSubstr("{\"part\":\"engine\",\"preset\":\"Door\",\"calls\":260,\"engine\":\"Simple\",\"exceptions\":2,"
+                        "\"frames\":250,\"longestFrameMs\":3.04,\"meanFrameMs\":0.126}\n"
+                        "{\"part\":\"active\",\"rule\":\"Any\",\"preset\":\"Door\",\"engine\":\"Simple\"}\n"
+                        "{\"part\":\"active\",\"module\":\"M\",\"preset\":\"Door\",\"engine\":\"Simple\"}\n"
+                        "{\"part\":\"frameTimes\",\"belowMs\":0.002,\"engine\":\"Simple\",\"frames\":249}\n"
+                        "{\"part\":\"frameTimes\",\"engine\":\"Simple\",\"frames\":1}\n"),
+              HasSubstr("{\"part\":\"missingEngine\",\"file\":\"/e.so\"}\n"),
+              HasSubstr("{\"part\":\"fault\",\"fault\":\"slow\",\"service\":\"day_night\"}\n")));
 }
 
 TEST_F(CameraCommandsTest, statusShowsWhatDoesNotAnswerAsSuch)
@@ -378,10 +411,8 @@ TEST_F(CameraCommandsTest, aPartOfTheStatusThatDoesNotAnswerIsAFailureForProgram
     fake->change()->without = {"onvif_metadata_streamer"};
     fake->serve();
     EXPECT_EQ(perform({"status", "--json"}), 1);
-    Json::Value all;
-    std::istringstream(printed()) >> all;
-    EXPECT_THAT(all["metadata"]["error"].asString(), HasSubstr("nobody serves"));
-    EXPECT_EQ(all["pipeline"]["frames"].asInt(), 250);
+    EXPECT_THAT(printed(),
+                AllOf(HasSubstr("{\"part\":\"metadata\",\"error\":\"nobody serves"), HasSubstr("\"frames\":250,")));
 }
 
 TEST_F(CameraCommandsTest, statusWaitsUntilTheCameraIsReady)
@@ -406,7 +437,7 @@ TEST_F(CameraCommandsTest, theRunningCamerasAreListed)
     EXPECT_EQ(outputOf({"list"}), state.string() + "  pid " + pid + "\n");
     Json::Value one;
     std::istringstream(outputOf({"list", "--json"})) >> one;
-    EXPECT_EQ(one["state"].asString(), state.string());
+    EXPECT_EQ(one["folder"].asString(), state.string());
     EXPECT_EQ(one["pid"].asInt(), ::getpid());
     EXPECT_EQ(one["user"].asUInt(), ::geteuid());
     EXPECT_THAT(fake->calls(), IsEmpty());
@@ -475,7 +506,8 @@ TEST_F(CameraCommandsTest, eventsForProgramsAreOneObjectALineAndTheirEndIsTold)
     auto code = std::async(std::launch::async, [this] { return perform({"events", "--json"}); });
     EXPECT_TRUE(kit::eventually([&] {
         fake->emitEvent("t", "a\nb", "<x/>");
-        return printed().find("{\"data\":\"<x/>\",\"source\":\"a\\nb\",\"topic\":\"t\"}\n") != std::string::npos;
+        return printed().find("{\"topic\":\"t\",\"rule\":\"a\\nb\",\"preset\":\"Door\",\"data\":\"<x/>\"}\n") !=
+               std::string::npos;
     }));
     fake.reset();
     ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
@@ -513,6 +545,17 @@ TEST_F(MetadataCommandTest, printsDocumentsUntilTheStreamerEnds)
     ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     EXPECT_EQ(code.get(), 1);
     EXPECT_THAT(complained(), HasSubstr("the camera's metadata streamer has ended"));
+}
+
+TEST_F(MetadataCommandTest, forProgramsItIsAnObjectALine)
+{
+    auto code = std::async(std::launch::async, [this] { return perform({"metadata", "--json"}); });
+    base::FileDescriptor reader(::accept(listener.get(), nullptr, nullptr));
+    const std::string document = "<tt:Frame UtcTime='T'><tt:Object ObjectId='1'/></tt:Frame>\n";
+    EXPECT_EQ(::write(reader.get(), document.data(), document.size()), static_cast<ssize_t>(document.size()));
+    EXPECT_TRUE(kit::eventually([&] { return printed() == "{\"time\":\"T\",\"object\":1}\n"; }));
+    reader.reset();
+    ASSERT_EQ(code.wait_for(std::chrono::seconds(30)), std::future_status::ready);
 }
 
 TEST_F(MetadataCommandTest, endsAtCtrlC)

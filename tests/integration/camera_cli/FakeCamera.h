@@ -30,7 +30,9 @@ struct FakeAnswers {
     std::string engine = "Motion"; ///< the name of the second one
     Texts ruleTypes = {"tt:X", "tt:Y"};
     std::string configuration = "<tt:VideoAnalyticsConfiguration/>";
-    Texts without; ///< services that nobody serves
+    std::string tourPreset = "Door"; ///< of the one stop of the tour
+    bool elsewhere = false;          ///< the picture ends before the place of a move
+    Texts without;                   ///< services that nobody serves
 };
 
 /// A camera that can be found by its state folder, with a bus of its own and services that answer what a test
@@ -243,8 +245,9 @@ private:
             return std::make_tuple(
                 std::vector<Preset>{{"Door", U{12500}, I{-3000}, U{200}}, {"Gate", U{0}, I{0}, U{100}}});
         });
-        method<std::vector<Tour>>(o, s, "listTours", takes<>(), [] {
-            return std::make_tuple(std::vector<Tour>{{"Walk", std::vector<Stop>{{"Door", U{1500}, U{50}}}}});
+        method<std::vector<Tour>>(o, s, "listTours", takes<>(), [this] {
+            return std::make_tuple(
+                std::vector<Tour>{{"Walk", std::vector<Stop>{{_answers.tourPreset, U{1500}, U{50}}}}});
         });
     }
 
@@ -348,6 +351,11 @@ private:
                  std::vector<Process>{{"dbus-daemon", U{11}, U{0}, std::int64_t{5}, ""},
                                       {"camera-pipeline", U{0}, U{2}, std::int64_t{5}, "signal 9 (Killed)"}});
         command(supervisor, "supervisor", "stop", takes<>());
+        command(supervisor, "supervisor", "setLogLevel", takes<std::string>());
+        command(services, "services", "setLogLevel", takes<std::string>());
+        command(pipeline, "pipeline", "setLogLevel", takes<std::string>());
+        method<bool>(pipeline, "pipeline", "showsElsewhere", takes<U, I, U>(),
+                     [this] { return std::make_tuple(_answers.elsewhere); });
         command(supervisor, "supervisor", "restartPipeline", takes<>());
         sdbus::IObject& metadata = object(objects, session, "onvif_metadata_streamer");
         text(metadata, "onvif_metadata_streamer", "getSocket", [this] { return _answers.socket; });

@@ -30,7 +30,7 @@ TEST_F(RunTest, analysesASceneAndReportsEventsFilesAndSummary)
         camera({"run", kScene, "--config", simple(), "--config", motion(), "--speed", "max", "--state", state(),
                 "--metadata", path("m.xml"), "--overlay", path("o.mp4"), "--picture", path("p.png")});
     EXPECT_EQ(0, done.exitCode) << done.err;
-    EXPECT_EQ("", done.err);
+    EXPECT_THAT(done.err, Not(HasSubstr("camera: ")));
     for (const std::string topic : {kCellTopic, kRegionTopic}) {
         EXPECT_THAT(done.out, HasSubstr(topic));
     }
@@ -244,6 +244,7 @@ TEST_F(RunTest, showsALiveStatusLineOnATerminal)
     }
     ChildSettings settings;
     settings.terminal = true;
+    settings.joined = true;
     const Finished done = camera({"run", kScene, "--config", simple(), "--speed", "max"}, settings);
     EXPECT_EQ(0, done.exitCode);
     EXPECT_THAT(done.out, ContainsRegex("frames [0-9]+  [0-9.]+/s  objects [0-9]+  events [0-9]+"));
@@ -251,20 +252,63 @@ TEST_F(RunTest, showsALiveStatusLineOnATerminal)
     EXPECT_THAT(done.out, HasSubstr("event  "));
 }
 
+TEST_F(RunTest, tellsInOneLineAtTheStartWhatRunsAndWhere)
+{
+    const Finished done = camera({"run", kScene, "--config", simple(), "--frames", "2", "--speed", "max", "--size",
+                                  "320x180", "--state", state()});
+    EXPECT_THAT(done.out.substr(0, done.out.find('\n')),
+                AllOf(StartsWith(kScene + "  320x180  25 frames/s  Simple: rule 'Anything', module '"),
+                      HasSubstr("  Motion: none  "), HasSubstr("  state folder " + state() + "  "),
+                      ContainsRegex("  runtime folder " + runtime() + "/virtual-camera/[0-9a-f]+  ready$")));
+}
+
+TEST_F(RunTest, printsNothingWhenItIsToBeQuiet)
+{
+    const Finished done = camera({"run", kScene, "--config", simple(), "--speed", "max", "--quiet"});
+    EXPECT_EQ(0, done.exitCode);
+    EXPECT_EQ("", done.out + done.err);
+    const Finished events = camera({"run", kScene, "--config", simple(), "--speed", "max", "--quiet", "--json"});
+    EXPECT_THAT(events.out, StartsWith("{\"time\":\"2023-11-14T22:13:2"));
+    EXPECT_THAT(events.out, Not(HasSubstr("\"part\"")));
+}
+
+TEST_F(RunTest, printsAFlatObjectALineForPrograms)
+{
+    const Finished done =
+        camera({"run", kScene, "--config", simple(), "--speed", "max", "--json", "--overlay", path("o.mp4")});
+    EXPECT_THAT(done.out, StartsWith("{\"part\":\"camera\",\"folder\":\""));
+    std::istringstream lines(done.out);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_THAT(line, MatchesRegex("[{]\"(part|time)\":[^{}]*[}]"));
+    }
+    EXPECT_THAT(done.out, HasSubstr("{\"part\":\"start\",\"ready\":true}\n"));
+    EXPECT_THAT(done.out,
+                ContainsRegex("[{]\"time\":\"2023-11-14T22:13:2[0-9.]+Z\",\"topic\":\"" + std::string(kCellTopic) +
+                              "\",\"rule\":\"Anything\",\"preset\":\"\",\"state\":true,\"operation\":"));
+    EXPECT_THAT(done.out, ContainsRegex("[{]\"part\":\"summary\",.*\"frames\":150,"));
+    EXPECT_THAT(done.out,
+                ContainsRegex("[{]\"part\":\"file\",\"bytes\":[0-9]+,\"complete\":true,\"file\":\"" + path("o.mp4")));
+}
+
 TEST_F(RunTest, sendsNoTerminalCodesToAFile)
 {
-    EXPECT_THAT(camera({"run", kScene, "--speed", "max"}).out, Not(HasSubstr("\x1b")));
+    EXPECT_THAT(camera({"run", kScene, "--speed", "max"}, kit::bothOutputs()).out, Not(HasSubstr("\x1b")));
 }
 
 TEST_F(RunTest, saysMoreWhenAsked)
 {
     const Finished quiet = camera({"run", kScene, "--frames", "2", "--speed", "max", "--config", simple()});
-    EXPECT_EQ("", quiet.err);
+    EXPECT_THAT(quiet.err, Not(HasSubstr(" DETECTION: ")));
     const Finished more = camera({"run", kScene, "--frames", "2", "--speed", "max", "--config", simple(), "-v"});
     EXPECT_THAT(more.err, HasSubstr("info DETECTION: "));
     EXPECT_THAT(more.err, Not(HasSubstr("debug ")));
-    const Finished all = camera({"run", kScene, "--frames", "2", "--speed", "max", "--config", simple(), "-v", "-v"});
+    const Finished all = camera({"run", kScene, "--frames", "2", "--speed", "max", "--config", simple(), "-vv"});
     EXPECT_THAT(all.err, HasSubstr("debug DETECTION: "));
+    const Finished json = camera({"run", kScene, "--frames", "2", "--speed", "max", "-v", "--log-format", "json"});
+    EXPECT_THAT(json.err,
+                ContainsRegex("^[{]\"time\":\"[-0-9]+T[:.0-9]+[-+][0-9][0-9]:[0-9][0-9]\",\"component\":\"[^\"]+\","
+                              "\"level\":\"info\",\"text\":"));
+    EXPECT_EQ(count(json.err, "{\"time\":"), count(json.err, "\n")) << json.err;
 }
 
 TEST_F(RunTest, rewritesThePrefixesOfAConfiguration)
@@ -326,7 +370,7 @@ TEST_F(RunTest, endsWhenNobodyReadsItsOutputAnyMore)
     const Finished done =
         camera({"run", "scene:size=320x180,objects=2,enter=15,frames=0", "--config", simple()}, settings);
     EXPECT_EQ(128 + SIGPIPE, done.exitCode);
-    EXPECT_EQ("", done.err);
+    EXPECT_THAT(done.err, Not(HasSubstr("camera: ")));
 }
 
 } // namespace

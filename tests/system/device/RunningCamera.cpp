@@ -47,6 +47,20 @@ Words RunningCamera::wordsFor(Words words) const
     return words;
 }
 
+Json::Value statusOf(const std::string& lines)
+{
+    Json::Value all;
+    std::istringstream text(lines);
+    for (std::string line; std::getline(text, line);) {
+        const Json::Value object = parsedJson(line);
+        const std::string part = object["part"].asString();
+        const bool several = part == "process" || part == "engine" || part == "active";
+        Json::Value& place = several ? all[part][object[part == "process" ? part : "engine"].asString()] : all[part];
+        place = object;
+    }
+    return all;
+}
+
 bool RunningCamera::serves()
 {
     return eventually([this] {
@@ -68,23 +82,20 @@ std::unique_ptr<ChildProcess> RunningCamera::follow(Words words) const
 
 Json::Value RunningCamera::status() const
 {
-    return parsedJson(command({"status", "--json"}).out);
+    return statusOf(command({"status", "--json"}).out);
 }
 
 std::string RunningCamera::rules(const std::string& engine) const
 {
     const Json::Value now = status();
-    for (const Json::Value& each : now["pipeline"]["engines"]) {
-        if (each["name"].asString() == engine) {
-            const std::string active = each["active"].asString();
-            const std::string preset = "preset '";
-            if (active.compare(0, preset.size(), preset) != 0) {
-                return active == "none" ? active : "everywhere";
-            }
-            return "at " + active.substr(preset.size(), active.find('\'', preset.size()) - preset.size());
-        }
+    if (!now["engine"].isMember(engine)) {
+        return "(no engine " + engine + ")";
     }
-    return "(no engine " + engine + ")";
+    if (!now["active"].isMember(engine)) {
+        return "none";
+    }
+    const std::string preset = now["engine"][engine]["preset"].asString();
+    return preset.empty() ? "everywhere" : "at " + preset;
 }
 
 std::string RunningCamera::preset() const
@@ -106,18 +117,12 @@ bool RunningCamera::waitForFrames(unsigned long long more) const
 
 pid_t RunningCamera::process(const std::string& name) const
 {
-    const Json::Value now = status();
-    for (const Json::Value& each : now["supervisor"]["processes"]) {
-        if (each["name"].asString() == name) {
-            return each["pid"].asInt();
-        }
-    }
-    return 0;
+    return status()["process"][name]["pid"].asInt();
 }
 
 std::string RunningCamera::address() const
 {
-    return status()["supervisor"]["address"].asString();
+    return status()["supervisor"]["bus"].asString();
 }
 
 std::string RunningCamera::out() const

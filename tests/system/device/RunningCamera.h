@@ -9,6 +9,10 @@
 
 namespace camera::system_tests {
 
+/// The lines of `camera status --json` by their parts; those of processes, engines and of what these evaluate by their
+/// names below that. Null where there is none.
+Json::Value statusOf(const std::string& lines);
+
 /// A virtual camera as a user starts it, with its own state folder, and its other commands.
 class RunningCamera {
 public:
@@ -24,7 +28,7 @@ public:
     /// The same words as a process that follows the camera.
     std::unique_ptr<ChildProcess> follow(Words words) const;
 
-    /// `camera status --json`; null while it does not answer.
+    /// As statusOf() says; null while it does not answer.
     Json::Value status() const;
 
     /// Which rules of an engine are active: "at PRESET", "everywhere" or "none".

@@ -92,7 +92,7 @@ TEST_F(StateFolderTest, remembersModelOrientationAndEngineModules)
     RunningCamera camera(state(), {kLively});
     ASSERT_TRUE(camera.serves()) << camera.err();
     EXPECT_THAT(camera.err(), HasSubstr(engine));
-    EXPECT_EQ(engine, camera.status()["pipeline"]["missingEngines"][0].asString());
+    EXPECT_EQ(engine, camera.status()["missingEngine"]["file"].asString());
     EXPECT_THAT(camera.command({"status"}).out, HasSubstr("not loaded  engine module '" + engine + "'"));
     EXPECT_EQ(0, camera.end(SIGINT));
     EXPECT_THAT(read(state() + "/camera.json"), HasSubstr(engine)) << "it may come back";

@@ -47,7 +47,7 @@ TEST_P(EndingSignalTest, endsEverythingAndLeavesNothingBehind)
     EXPECT_TRUE(gone(processes));
     EXPECT_THAT(leftBehind(), IsEmpty());
     EXPECT_THAT(camera.out(), AllOf(HasSubstr("  frames    "), HasSubstr("ended     by a signal")));
-    EXPECT_EQ("", camera.err());
+    EXPECT_THAT(camera.err(), Not(HasSubstr("camera: ")));
 
     const Finished later = camera.command({"status"});
     EXPECT_EQ(1, later.exitCode);
@@ -186,7 +186,7 @@ TEST_F(SupervisionTest, startsAgainWhatDiesAndSaysWhy)
 TEST_F(SupervisionTest, keepsThePlaceOverACrashWithoutAStateFolderToo)
 {
     ChildProcess camera(cameraWords({"run", kLively, "--place", "Door=0,0,1", "--preset", "Door"}), kit::bothOutputs());
-    const auto status = [] { return parsedJson(system_tests::camera({"status", "--json"}).out); };
+    const auto status = [] { return statusOf(system_tests::camera({"status", "--json"}).out); };
     ASSERT_TRUE(eventually([&] { return status()["position"]["preset"].asString() == "Door"; }));
     const auto pipeline = [&] { return status()["pipeline"]["pid"].asInt(); };
     const int before = pipeline();
@@ -229,6 +229,21 @@ TEST_F(SupervisionTest, keepsPlacesToursAndThePositionOverAStop)
     EXPECT_LT(built, told) << log;
     EXPECT_LT(told, there) << log;
     EXPECT_EQ(log.find("getSettingsKey :Motion"), built) << log;
+}
+
+TEST_F(SupervisionTest, changesWhatEveryProcessLogsWhileTheCameraRuns)
+{
+    RunningCamera camera(state(), {kLively, "--config", simple()});
+    ASSERT_TRUE(camera.serves()) << camera.err();
+    EXPECT_THAT(camera.err(), Not(HasSubstr(" debug ")));
+    EXPECT_EQ("Every process of the camera logs everything.\n", camera.command({"log", "debug"}).out);
+    ASSERT_EQ(0, camera.command({"config", "get"}).exitCode);
+    EXPECT_TRUE(eventually([&] { return count(camera.err(), " debug DETECTION: ") > 0; })) << camera.err();
+    // What is started again has the level that the camera has now.
+    kill(camera.process("camera-pipeline"), SIGKILL);
+    EXPECT_TRUE(eventually([&] { return count(camera.err(), " debug DETECTION: ") > 30; })) << camera.err();
+    EXPECT_EQ(2, camera.command({"log", "loud"}).exitCode);
+    EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
 }
 
 } // namespace

@@ -21,7 +21,7 @@ class RunOutputsTest : public testing::Test {
 protected:
     RunOutputsTest()
     {
-        camera::video::routeLibavLog(false);
+        camera::video::routeLibavLog();
         options.overlay = folder / "o.mp4";
         options.metadata = folder / "m.xml";
     }

@@ -7,6 +7,7 @@
 namespace {
 
 using camera::onvif::ComponentName;
+using camera::pipeline::RunStart;
 using camera::pipeline::RunSummary;
 using testing::Contains;
 using testing::ElementsAre;
@@ -30,6 +31,24 @@ TEST(RunSummaryTest, tellsTheRunFromItsInputToItsEnd)
                             testing::AllOf(HasSubstr("            module 'a module"), Not(HasSubstr("\x1b"))),
                             "  settings  /state", "  written   a.mp4 (2.0 kB)", "  incomplete m.xml (10 bytes)",
                             "  ended     by a signal"));
+}
+
+TEST(RunStartTest, isOnePrintableLine)
+{
+    RunStart start;
+    start.input = "scene:x\x1b";
+    start.width = 640;
+    start.height = 360;
+    start.framesPerSecond = 12.5;
+    start.engines = {{"Simple", {}}, {"Motion", {{false, "M", "tt:A", "Gate"}, {true, "R", "tt:B", "Gate"}}}};
+    start.stateFolder = "/s";
+    start.runtimeFolder = "/r";
+    EXPECT_EQ(start.line(),
+              "scene:x\\x1b  640x360  12.5 frames/s  Simple: none  Motion: preset 'Gate', rule 'R', module "
+              "'M'  state folder /s  runtime folder /r  its bus does not answer");
+    start.ready = true;
+    start.runtimeFolder.clear();
+    EXPECT_THAT(start.line(), testing::EndsWith("  state folder /s  ready"));
 }
 
 TEST(RunSummaryTest, ofARunThatLeavesNothing)

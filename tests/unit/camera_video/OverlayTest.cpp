@@ -303,7 +303,7 @@ TEST(TravelledObjects, countsThoseThatLeftTheirPlaceByHalfTheirSize)
 
 class OverlayTest : public testing::Test {
 protected:
-    void SetUp() override { routeLibavLog(false); }
+    void SetUp() override { routeLibavLog(); }
 
     static std::string failure(const OverlayFiles& files)
     {
