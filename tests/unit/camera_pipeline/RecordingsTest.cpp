@@ -29,7 +29,7 @@ class RecordingsTest : public testing::Test {
 protected:
     RecordingsTest()
     {
-        camera::video::routeLibavLog(false);
+        camera::video::routeLibavLog();
         recordings.begin(25);
     }
 
