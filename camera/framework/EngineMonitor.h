@@ -77,9 +77,9 @@ private:
  * can be seen from there.
  *
  * Thread: each operation on the thread that the engine interface names for it. An exception of the engine is counted
- * and passed on, but not to a destructor of the plug-in. An event, or the metadata of a frame, that no message can carry
- * is refused with the engine's name. A frame allocates nothing and takes no lock. What the engine is called for can be
- * seen from outside the process, see base::Activity.
+ * and passed on, but not to a destructor of the plug-in. An event, or the metadata of a frame, that no message can
+ * carry is refused with the engine's name. A frame allocates nothing and takes no lock. What the engine is called for
+ * can be seen from outside the process, see base::Activity.
  */
 class EngineMonitor final : public analytics_lib::IOnvifAnalytics {
 public:
