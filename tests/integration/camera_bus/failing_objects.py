@@ -52,6 +52,13 @@ inline void ask{name}(sdbus::IConnection& connection, std::chrono::milliseconds 
 """
 
 
+def arguments(member):
+    """Any values; a message takes no descriptor that is not open."""
+    if "sdbus::UnixFd" in member["types"]:
+        return ", ".join("sdbus::UnixFd(0)" if "UnixFd" in each else "{}" for each in member["types"].split(", "))
+    return ", ".join("{}" for _ in filter(None, member["names"].split(", ")))
+
+
 def text_of(path):
     interface, methods, _, properties = bus_interface.read(path)
     members = "".join(
@@ -59,7 +66,7 @@ def text_of(path):
         for each in methods + properties)
     questions = "".join(
         f"    all.emplace_back(\"{interface['name']}.{each['name']}\", [client] {{ client->{each['name']}"
-        f"({', '.join('{}' for _ in filter(None, each['names'].split(', ')))}); }});\n" for each in methods + properties)
+        f"({arguments(each)}); }});\n" for each in methods + properties)
     return interface, CLASS.format(**interface, methods=members, questions=questions)
 
 
