@@ -56,9 +56,9 @@ public:
         if (isNamed(node, "Frame")) {
             _time = node.attribute("UtcTime").value();
         } else if (isNamed(node, "Object")) {
-            begin()["object"] = Json::Int64(node.attribute("ObjectId").as_llong());
+            addThing()["object"] = Json::Int64(node.attribute("ObjectId").as_llong());
         } else if (isNamed(node, "MotionInCells")) {
-            Json::Value& cells = begin();
+            Json::Value& cells = addThing();
             cells["columns"] = node.attribute("Columns").as_int();
             cells["rows"] = node.attribute("Rows").as_int();
             cells["cells"] = node.attribute("Cells").value();
@@ -71,7 +71,7 @@ public:
     }
 
 private:
-    Json::Value& begin()
+    Json::Value& addThing()
     {
         things.emplace_back(Json::objectValue);
         things.back()["time"] = _time;
