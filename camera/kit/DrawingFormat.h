@@ -55,8 +55,8 @@ struct BoxRecord {
     PicturePoint lowerRight{};
 };
 
-/// The region of one rule and what the rule says at the moment. A region that is no polygon is one point: there the name
-/// stands.
+/// The region of one rule and what the rule says at the moment. A region that is no polygon is one point: there the
+/// name stands.
 struct RuleRecord {
     RuleState state = RuleState::kQuiet;
     std::string name{}; ///< at most 255 bytes are kept
