@@ -80,7 +80,8 @@ struct Positioning {
 /// The transmitter: memory that it hands out and takes back.
 struct Transmitter {
     std::uint32_t maxBufferSize = 1000;
-    bool givesDrawing = true; ///< false: gives null
+    std::uint32_t sizeStep = 0; ///< what maxBufferSize grows by with each question
+    bool givesDrawing = true;   ///< false: gives null
     bool givesMotion = true;
     std::vector<std::uint8_t> drawing = std::vector<std::uint8_t>(16000);
     std::vector<std::uint8_t> motion = std::vector<std::uint8_t>(1000);

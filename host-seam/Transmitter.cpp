@@ -49,7 +49,12 @@ std::uint32_t MetadataTransmitter::GetMaxBufferSize() const
         platform().reached("getMaxBufferSize");
         journal().add(Part::Transmitter, "getMaxBufferSize");
     }
-    return platform().transmitter.maxBufferSize;
+    host_seam::Transmitter& fake = platform().transmitter;
+    const std::uint32_t size = fake.maxBufferSize;
+    if (fake.sizeStep != 0) {
+        fake.maxBufferSize += fake.sizeStep;
+    }
+    return size;
 }
 
 void MetadataTransmitter::ReturnFullDrawingBuffer(unsigned int usedBytes)

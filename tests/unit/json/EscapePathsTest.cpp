@@ -124,6 +124,13 @@ TEST(EscapePath, measuresARunOfAnyLength)
     }
 }
 
+TEST(EscapePath, countsBytesOneByOneUpToAnyLimit)
+{
+    const std::string run(70'000, 'a');
+    EXPECT_EQ(json::countPlain(run.data(), run.size()), run.size());
+    EXPECT_EQ(json::countPlain(run.data(), 0), 0U);
+}
+
 TEST(EscapePath, measuresARunOfEachByteBehindTheLastBlock)
 {
     for (int value = 0; value < 256; ++value) {

@@ -220,6 +220,19 @@ TEST(Reader, saysWhereItStopped)
     EXPECT_EQ(complaintAbout("[none]"), "Line 1, Column 2: Unknown word");
 }
 
+TEST(Reader, looksAtNothingBehindTheEndOfItsText)
+{
+    const auto cut = [](std::string_view text, std::size_t length) { return complaintAbout(text.substr(0, length)); };
+    EXPECT_EQ(cut("[-1]", 2), "Line 1, Column 3: Unexpected byte");
+    EXPECT_EQ(cut("[1.5]", 2), "Line 1, Column 3: The document ends too early");
+    EXPECT_EQ(cut("[1.5]", 3), "Line 1, Column 4: A digit is missing");
+    EXPECT_EQ(cut("[true]", 3), "Line 1, Column 2: Unknown word");
+    EXPECT_EQ(cut("[\"a\"]", 3), "Line 1, Column 4: A string has no end");
+    EXPECT_EQ(cut("[\"\\n\"]", 3), "Line 1, Column 4: A string has no end");
+    EXPECT_EQ(cut("[\"\\ud800\\udc00\"]", 9), "Line 1, Column 10: Half of a surrogate pair");
+    EXPECT_EQ(cut("[]", 1), "Line 1, Column 2: The document ends too early");
+}
+
 TEST(Reader, passesOnlyTheFirstComplaintOfTheParserOn)
 {
     EXPECT_EQ(complaintAbout("[true,[1 2],[true 3]]"), "Line 1, Column 10 Missing ',' or ']' in array declaration");
@@ -237,6 +250,19 @@ TEST(Reader, readsWhatNoDoubleHoldsAsInfinite)
     EXPECT_EQ(double(numbers[4]), kInfinity);
     EXPECT_EQ(double(numbers[5]), 0);
     EXPECT_EQ(double(numbers[6]), -kInfinity);
+}
+
+TEST(Reader, readsWhatNoDoubleHoldsBehindALongText)
+{
+    const std::string text(70'000, 'a');
+    const json::Array document =
+        json::Reader::Read("[\"" + text + "\",1e400,\"" + text + "\",-1e400,\"" + text + "\"]");
+    ASSERT_EQ(document.Size(), 5U);
+    EXPECT_EQ(std::string_view(document[0]), text);
+    EXPECT_EQ(double(document[1]), std::numeric_limits<double>::infinity());
+    EXPECT_EQ(std::string_view(document[2]), text);
+    EXPECT_EQ(double(document[3]), -std::numeric_limits<double>::infinity());
+    EXPECT_EQ(std::string_view(document[4]), text);
 }
 
 TEST(Reader, throwsWhatIsAlsoAJsonException)

@@ -47,6 +47,15 @@ TEST_F(MetadataTest, startsEveryFrameWithEmptyOutputs)
     }
 }
 
+TEST_F(MetadataTest, asksForTheSizeOfEachBufferTheDrawingBufferFirst)
+{
+    platform().transmitter.sizeStep = 100;
+    build();
+    deliverFrame();
+    EXPECT_EQ(engine->outputsSeen.at(0).drawingBufferSize, 1000U);
+    EXPECT_EQ(engine->outputsSeen.at(0).motionBufferSize, 1100U);
+}
+
 TEST_F(MetadataTest, laysTheDrawingDataOneAfterAnother)
 {
     engine->frameScript = FakeEngine::writes(10);
