@@ -220,6 +220,14 @@ TEST(Reader, saysWhereItStopped)
     EXPECT_EQ(complaintAbout("[none]"), "Line 1, Column 2: Unknown word");
 }
 
+TEST(Reader, saysWhereALongTextIsWrong)
+{
+    const std::string text(70'000, 'a');
+    EXPECT_EQ(complaintAbout("[\"" + text + "\" x]"), "Line 1, Column 70005: Unexpected byte");
+    EXPECT_EQ(complaintAbout(std::string(70'000, '[') + "x"), "Line 1, Column 70001: Unexpected byte");
+    EXPECT_EQ(complaintAbout(std::string(70'000, '\n') + "x"), "Line 70001, Column 1: The document is not an array");
+}
+
 TEST(Reader, looksAtNothingBehindTheEndOfItsText)
 {
     const auto cut = [](std::string_view text, std::size_t length) { return complaintAbout(text.substr(0, length)); };
