@@ -121,9 +121,8 @@ Command videoCommand(const std::string& name, const std::string& summary)
                    "a preset of a PTZ camera, in degrees and magnification", kRepeatable);
     command.option("--tour", readBy(tourOf, "NAME[:SECONDS],..."), "start a tour of these presets");
     command.option("--metadata", outputValue("FILE.xml", {".xml"}), "write the metadata documents");
-    command.option("--overlay", outputValue("FILE.mp4", {".mp4"}), "write the video with what the engines see");
-    command.option("--picture", outputValue("FILE.png|FILE.jpg", {".png", ".jpg", ".jpeg"}),
-                   "write the frame with the most to see");
+    command.option("--overlay", videoValue(), "write the video with what the engines see");
+    command.option("--picture", pictureValue(), "write the frame with the most to see");
     command.option("--state", {"DIR", Offer::folders}, "keep settings in this folder over restarts");
     command.flag("--ptz", "a PTZ camera instead of a fixed one");
     command.option("--model", {"NAME|FILE.json", Offer::models}, "the model of a PTZ camera");
@@ -167,6 +166,16 @@ Command pipelineCommand()
     return command;
 }
 
+Value pictureValue()
+{
+    return outputValue("FILE.png|FILE.jpg", {".png", ".jpg", ".jpeg"});
+}
+
+Value videoValue()
+{
+    return outputValue("FILE.mp4", {".mp4"});
+}
+
 Command& withLogOptions(Command& command)
 {
     return command.flag("-v", "log more; -vv: log everything")
@@ -202,7 +211,6 @@ RunOptions runOptions(const Arguments& arguments)
     camera.model = arguments.text("--model");
     camera.preset = arguments.text("--preset");
     camera.factory = !arguments.has("--no-factory");
-    camera.verbosity = static_cast<int>(arguments.count("-v"));
     // Only a camera that can move has a model, stands at a preset, or has places and tours.
     for (const char* name : {"--ptz", "--model", "--preset", "--place", "--tour"}) {
         camera.ptz = camera.ptz || arguments.has(name);
@@ -249,10 +257,7 @@ PipelineOptions pipelineOptions(const Arguments& arguments)
 
 bool isBatch(const RunOptions& options)
 {
-    if (isReadOnce(options.input)) {
-        return true;
-    }
-    return !options.realSpeed || options.oneshot || options.frames != 0;
+    return isReadOnce(options.input) || !options.realSpeed || options.oneshot || options.frames != 0;
 }
 
 } // namespace camera::base

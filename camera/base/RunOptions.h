@@ -18,7 +18,6 @@ struct CameraOptions {
     std::string model;   ///< a camera description: a name or a file; empty: the usual one
     std::string preset;  ///< empty: at none
     bool factory = true; ///< a new camera's engines get their factory configuration
-    int verbosity = 0;   ///< 0 errors, 1 information, 2 everything
 };
 
 /// A preset that a run begins with; degrees and magnification.
@@ -77,6 +76,10 @@ bool isBatch(const RunOptions& options);
 /// The commands `camera run` and camera-pipeline, which has some more options, without their functions.
 Command runCommand();
 Command pipelineCommand();
+
+/// A file to be written as a picture or as a video, as the ending of its name says.
+Value pictureValue();
+Value videoValue();
 
 /// Adds -v and --log-format to a command, and gives the log of this process what they say.
 Command& withLogOptions(Command& command);

@@ -1,5 +1,6 @@
 // What a running camera sees, written to files.
 #include "camera/base/FileDescriptor.h"
+#include "camera/base/RunOptions.h"
 #include "camera/base/Text.h"
 #include "camera/base/Utf8.h"
 #include "camera/cli/Command.h"
@@ -17,8 +18,6 @@ namespace {
 using base::Command;
 using Context = CommandContext;
 
-constexpr const char* kPictureFile = "FILE.png|FILE.jpg";
-constexpr const char* kVideoFile = "FILE.mp4";
 constexpr std::chrono::seconds kFramePatience(10);
 
 // The file is opened here, as the user of the command, who may be another one than the camera's.
@@ -47,7 +46,7 @@ int writeFile(Context& context, const std::string& path,
 
 int takePicture(Context& context)
 {
-    return writeFile(context, context.arguments.text(kPictureFile),
+    return writeFile(context, context.arguments.text(base::pictureValue().name),
                      [&context](CameraClient& client, const sdbus::UnixFd& file, const std::string& name) {
                          client.askWithin(context.patience(kFramePatience), &bus::PipelineClient::picture, file, name);
                      });
@@ -64,7 +63,7 @@ int recordVideo(Context& context)
     const base::FileDescriptor writer(ends[1]); // ends with this process, which ends the recording
     const auto patience =
         context.patience(kFramePatience) + std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
-    return writeFile(context, context.arguments.text(kVideoFile),
+    return writeFile(context, context.arguments.text(base::videoValue().name),
                      [&](CameraClient& client, const sdbus::UnixFd& file, const std::string& name) {
                          client.askWithin(patience, &bus::PipelineClient::record, file, name, seconds,
                                           sdbus::UnixFd(reader.get()));
@@ -77,10 +76,10 @@ std::vector<Command> recordCommands()
 {
     return {
         Command("picture", "Writes the next frame with what the engines see as a picture.")
-            .takes(base::outputValue(kPictureFile, {".png", ".jpg", ".jpeg"}), "the picture")
+            .takes(base::pictureValue(), "the picture")
             .does(onCamera(takePicture)),
         Command("record", "Writes a video of what the engines see.")
-            .takes(base::outputValue(kVideoFile, {".mp4"}), "the video; it plays at any moment up to the last frame")
+            .takes(base::videoValue(), "the video; it plays at any moment up to the last frame")
             .option("--seconds", base::decimalValue("N", 0.1, 86400), "its length", base::Option::Count::required)
             .does(onCamera(recordVideo)),
     };

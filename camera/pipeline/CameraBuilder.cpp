@@ -22,7 +22,6 @@ DeviceOptions deviceOptions(const base::CameraOptions& options, const std::files
     }
     result.engines = [](void* log, const auto& /*ptz*/) { return engines::referenceEngines(log); };
     result.engineCount = engines::kReferenceEngines + options.engines.size();
-    result.logLevel = base::levelOfVerbosity(options.verbosity);
     return result;
 }
 

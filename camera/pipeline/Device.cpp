@@ -295,7 +295,6 @@ void Device::Impl::destroy()
 
 Device::Device(DeviceOptions options)
 {
-    base::Log::instance().setLevel(options.logLevel);
     _impl = std::make_unique<Impl>(options);
     _impl->start();
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "camera/base/Log.h"
 #include "camera/framework/EngineFactory.h"
 #include "camera/pipeline/ActiveRules.h"
 #include "camera/ptz/CameraDescription.h"
@@ -62,7 +61,6 @@ struct DeviceOptions {
     std::size_t engineCount = 1;             ///< engines that share one drawing buffer, 1 or more
     std::uint32_t metadataBytes = 64 * 1024; ///< what one engine may write for a frame, a multiple of 64
 
-    base::LogLevel logLevel = base::LogLevel::error;
     std::shared_ptr<serviceapi::DeviceServices> services; ///< day/night, window blanking and so on; not null
 };
 

@@ -20,7 +20,7 @@ protected:
     void SetUp() override
     {
         DeviceFixture::SetUp();
-        options.logLevel = camera::base::LogLevel::info;
+        camera::base::Log::instance().setLevel(camera::base::LogLevel::info);
     }
 
     void start()

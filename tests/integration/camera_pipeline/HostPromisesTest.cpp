@@ -244,7 +244,7 @@ TEST_F(HostPromisesTest, eventsRaisedThroughAWholeDestructionDoNothingOnceNobody
 
 TEST_F(HostPromisesTest, linesOnAClosedHandleAreDropped)
 {
-    options.logLevel = camera::base::LogLevel::debug;
+    camera::base::Log::instance().setLevel(camera::base::LogLevel::debug);
     start();
     device.reset(); // the plug-in closes its handle first and logs while its parts end
     EXPECT_THAT(lines(), Contains(HasSubstr("DETECTION: DetectionPlugin::~DetectionPlugin")));

@@ -35,17 +35,16 @@ TEST(RunOptionsTest, hasDefaultsForEverythingButTheInput)
     EXPECT_TRUE(options.loop);
     EXPECT_FALSE(options.camera.ptz);
     EXPECT_EQ("", options.camera.stateDir);
-    EXPECT_EQ(0, options.camera.verbosity);
 }
 
 TEST(RunOptionsTest, readsEveryOptionInBothForms)
 {
-    const RunOptions options = parseRun({"--config",  "a.xml",    "film.mp4",    "--config=b.xml", "--orientation",
-                                         "270",       "--ptz",    "--preset",    "Door",           "--state=dir",
-                                         "--frames",  "12",       "--speed=max", "--metadata",     "m.xml",
-                                         "--overlay", "o.mp4",    "--picture",   "p.png",          "--plugin",
-                                         "x.so",      "--engine", "e1.so",       "--engine",       "e2.so",
-                                         "--loop",    "-v",       "-v"});
+    const RunOptions options =
+        parseRun({"--config",    "a.xml",      "film.mp4", "--config=b.xml", "--orientation", "270",
+                  "--ptz",       "--preset",   "Door",     "--state=dir",    "--frames",      "12",
+                  "--speed=max", "--metadata", "m.xml",    "--overlay",      "o.mp4",         "--picture",
+                  "p.png",       "--plugin",   "x.so",     "--engine",       "e1.so",         "--engine",
+                  "e2.so",       "--loop"});
     EXPECT_EQ("film.mp4", options.input);
     EXPECT_THAT(options.configFiles, ElementsAre("a.xml", "b.xml"));
     EXPECT_EQ(270, options.orientation);
@@ -60,7 +59,6 @@ TEST(RunOptionsTest, readsEveryOptionInBothForms)
     EXPECT_EQ("x.so", options.camera.plugin);
     EXPECT_THAT(options.camera.engines, ElementsAre("e1.so", "e2.so"));
     EXPECT_TRUE(options.loop);
-    EXPECT_EQ(2, options.camera.verbosity);
 }
 
 TEST(RunOptionsTest, takesOutputsOfEachKind)
@@ -248,7 +246,8 @@ TEST(LogOptionsTest, areGivenOnAsTheLogHasThemNow)
     setLog(*parseArguments({"camera", "", "", {}}, runCommand(), {"a", "-v", "--log-format", "json"}));
     EXPECT_EQ(LogLevel::info, Log::instance().level());
     EXPECT_THAT(logWords(), ElementsAre("-v", "--log-format=json"));
-    Log::instance().setLevel(LogLevel::debug);
+    setLog(*parseArguments({"camera", "", "", {}}, runCommand(), {"a", "-v", "-v", "--log-format", "json"}));
+    EXPECT_EQ(LogLevel::debug, Log::instance().level());
     EXPECT_THAT(logWords(), ElementsAre("-v", "-v", "--log-format=json"));
     setLog(*parseArguments({"camera", "", "", {}}, runCommand(), {"a"}));
     EXPECT_THAT(logWords(), ElementsAre());
