@@ -3,6 +3,7 @@
 #include "camera/base/StopSignal.h"
 #include "camera/base/Text.h"
 #include "camera/cli/JsonOutput.h"
+#include "camera/onvif/ConfigurationFile.h"
 #include "camera/supervisor/RuntimeFolder.h"
 
 #include <algorithm>
@@ -196,21 +197,18 @@ void showPosition(Context& context, const Json::Value& at)
              (preset.empty() ? "" : "  at preset '" + preset + "'"));
 }
 
-// "preset 'Gate', rule 'A', module 'B'", or "none"
+std::vector<std::string> namesOf(const Json::Value& list)
+{
+    std::vector<std::string> names;
+    for (const Json::Value& name : list) {
+        names.push_back(textOf(name));
+    }
+    return names;
+}
+
 std::string activeText(const Json::Value& engine)
 {
-    const std::string preset = textOf(engine["preset"]);
-    std::vector<std::string> words;
-    if (!preset.empty()) {
-        words.push_back("preset '" + preset + "'");
-    }
-    for (const Json::Value& rule : engine["rules"]) {
-        words.push_back("rule '" + textOf(rule) + "'");
-    }
-    for (const Json::Value& module : engine["modules"]) {
-        words.push_back("module '" + textOf(module) + "'");
-    }
-    return words.empty() ? "none" : base::joined(words);
+    return onvif::describeActive(textOf(engine["preset"]), namesOf(engine["rules"]), namesOf(engine["modules"]));
 }
 
 void showEngines(Context& context, const Json::Value& engines)

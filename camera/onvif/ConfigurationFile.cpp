@@ -2,6 +2,7 @@
 
 #include "camera/base/Text.h"
 #include "camera/onvif/CanonicalNames.h"
+#include "camera/onvif/StoredConfigurations.h"
 
 #include <pugixml.hpp>
 
@@ -204,6 +205,22 @@ std::string describe(const ComponentName& component)
         text += ", preset " + component.preset;
     }
     return text + ")";
+}
+
+std::string describeActive(const std::string& preset, const std::vector<std::string>& rules,
+                           const std::vector<std::string>& modules)
+{
+    std::vector<std::string> words;
+    if (!preset.empty()) {
+        words.push_back(preset == kAwayFromPresets ? "away from presets" : "preset '" + preset + "'");
+    }
+    for (const std::string& rule : rules) {
+        words.push_back("rule '" + rule + "'");
+    }
+    for (const std::string& module : modules) {
+        words.push_back("module '" + module + "'");
+    }
+    return words.empty() ? "none" : base::joined(words);
 }
 
 bool operator==(const ComponentName& a, const ComponentName& b)

@@ -41,6 +41,11 @@ std::string refusalReason(const std::vector<ComponentName>& components, const st
 /// "rule 'Gate' (tt:CellMotionDetector, preset Door)"
 std::string describe(const ComponentName& component);
 
+/// What an engine evaluates: "preset 'Gate', rule 'A', module 'B'", or "none". Where a camera stands at no preset,
+/// "away from presets" stands in place of the preset.
+std::string describeActive(const std::string& preset, const std::vector<std::string>& rules,
+                           const std::vector<std::string>& modules);
+
 bool operator==(const ComponentName& a, const ComponentName& b);
 
 } // namespace camera::onvif

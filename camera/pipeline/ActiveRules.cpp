@@ -1,9 +1,43 @@
 #include "camera/pipeline/ActiveRules.h"
 
 #include "camera/framework/EngineFactory.h"
+#include "camera/onvif/StoredConfigurations.h"
 #include "plugin/analytics/IRuleSet.h"
 
 namespace camera::pipeline {
+
+namespace {
+
+std::vector<std::string> namesOf(const std::vector<onvif::ComponentName>& components, bool rules)
+{
+    std::vector<std::string> names;
+    for (const onvif::ComponentName& component : components) {
+        if (component.isRule == rules) {
+            names.push_back(component.name);
+        }
+    }
+    return names;
+}
+
+std::string placeOf(const std::string& preset)
+{
+    if (preset.empty()) {
+        return "";
+    }
+    return preset == onvif::kAwayFromPresets ? " away from presets" : " at " + preset;
+}
+
+} // namespace
+
+std::vector<std::string> ActiveRules::rules() const
+{
+    return namesOf(components, true);
+}
+
+std::vector<std::string> ActiveRules::modules() const
+{
+    return namesOf(components, false);
+}
 
 std::string ActiveRules::preset() const
 {
@@ -47,8 +81,7 @@ std::string describe(const std::vector<ActiveRules>& rules)
     std::string text;
     for (const ActiveRules& each : rules) {
         if (!each.components.empty()) {
-            const std::string preset = each.preset();
-            text += (text.empty() ? "" : ", ") + each.engine + (preset.empty() ? "" : " at " + preset);
+            text += (text.empty() ? "" : ", ") + each.engine + placeOf(each.preset());
         }
     }
     return text.empty() ? kNoRules : text;

@@ -18,6 +18,9 @@ struct ActiveRules {
 
     /// The preset that they are for; empty: for none.
     std::string preset() const;
+
+    std::vector<std::string> rules() const; ///< their names
+    std::vector<std::string> modules() const;
 };
 
 /// Reads the text of each engine's active rule set. Thread: the control thread. Throws what an engine throws.
@@ -29,7 +32,7 @@ std::string engineOfLongestText(const framework::EngineFactory& engines);
 
 inline constexpr char kNoRules[] = "none";
 
-/// "Simple, Motion at Gate", or "none"
+/// "Simple, Motion at Gate", "Simple away from presets", or "none"
 std::string describe(const std::vector<ActiveRules>& rules);
 
 } // namespace camera::pipeline

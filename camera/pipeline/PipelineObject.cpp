@@ -72,14 +72,9 @@ std::vector<PipelineObject::EngineRow> PipelineObject::engines()
     for (std::size_t i = 0; i < active.size(); ++i) {
         const framework::EngineRecord& record = *_device.engines().records()[i];
         const framework::FrameTimes times = record.frameTimes();
-        std::vector<std::string> rules;
-        std::vector<std::string> modules;
-        for (const onvif::ComponentName& component : active[i].components) {
-            (component.isRule ? rules : modules).push_back(component.name);
-        }
         const double mean = milliseconds(times.sum) / static_cast<double>(std::max<std::uint64_t>(times.count, 1));
-        rows.emplace_back(active[i].engine, active[i].preset(), rules, modules, record.calls(), record.exceptions(),
-                          times.count, mean, milliseconds(times.longest),
+        rows.emplace_back(active[i].engine, active[i].preset(), active[i].rules(), active[i].modules(), record.calls(),
+                          record.exceptions(), times.count, mean, milliseconds(times.longest),
                           std::vector<std::uint64_t>(times.histogram.begin(), times.histogram.end()));
     }
     return rows;

@@ -66,7 +66,7 @@ TEST_F(FactoryConfigurationTest, isForThePlaceWhereACameraThatMovesStands)
     start();
     EXPECT_THAT(give(), IsEmpty());
     EXPECT_THAT(storedKeys(), ElementsAre(std::string("Motion") + kAway, "Simple"));
-    EXPECT_EQ(describe(device->activeRules()), "Motion at " + std::string(kAway) + ", Simple");
+    EXPECT_EQ(describe(device->activeRules()), "Motion away from presets, Simple");
     device.reset();
     options.stateDir = folder / "another";
     options.ptz->arriveAt = "Gate";

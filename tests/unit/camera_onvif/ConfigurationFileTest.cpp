@@ -1,5 +1,7 @@
 #include "camera/onvif/ConfigurationFile.h"
 
+#include "camera/onvif/StoredConfigurations.h"
+
 #include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
@@ -83,6 +85,13 @@ TEST_F(ConfigurationFileTest, namesComponentsForPeople)
     EXPECT_THAT(componentsOf("<tt:Rule Name='C'/>"), ElementsAre(ComponentName{true, "C", "", ""}));
     EXPECT_EQ("rule 'C' (no type)", describe(componentsOf("<tt:Rule Name='C'/>")[0]));
     EXPECT_THAT(componentsOf("no xml"), IsEmpty());
+}
+
+TEST(ActiveComponents, areNamedForPeople)
+{
+    EXPECT_EQ("none", describeActive("", {}, {}));
+    EXPECT_EQ("preset 'Gate', rule 'A', rule 'B', module 'M'", describeActive("Gate", {"A", "B"}, {"M"}));
+    EXPECT_EQ("away from presets, module 'M'", describeActive(kAwayFromPresets, {}, {"M"}));
 }
 
 TEST(ComponentObjects, areFlatWithAFieldForEachSimpleParameter)
