@@ -93,12 +93,12 @@ AVDictionary* optionsFor(const std::string& input)
 
 } // namespace
 
-Demuxer::Demuxer(const std::string& input, const std::atomic<bool>* stop) : _stop(stop)
+Demuxer::Demuxer(const std::string& input, const std::atomic<bool>* stop, const PipeInput::Tell& tell) : _stop(stop)
 {
     static std::once_flag registered;
     std::call_once(registered, avdevice_register_all);
     if (base::isReadOnce(input)) {
-        _pipe.emplace(input, stop);
+        _pipe.emplace(input, stop, tell);
     } else if (!isUrl(input)) {
         checkFile(input);
     }

@@ -18,10 +18,11 @@ class Demuxer {
 public:
     /**
      * @param stop borrowed, may be null: when it becomes true a blocked read or connect gives up.
+     * @param tell told when a pipe is waited for.
      * @throws std::runtime_error with one sentence: no such file, a directory, not readable, not a
      *         video, no video stream in it, no answer from the other side.
      */
-    Demuxer(const std::string& input, const std::atomic<bool>* stop);
+    Demuxer(const std::string& input, const std::atomic<bool>* stop, const PipeInput::Tell& tell);
 
     enum class Read { packet, end, failed };
 

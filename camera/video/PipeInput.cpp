@@ -9,6 +9,7 @@
 #include <poll.h>
 #include <stdexcept>
 #include <unistd.h>
+#include <utility>
 
 namespace camera::video {
 
@@ -16,6 +17,7 @@ namespace {
 
 constexpr int kBufferBytes = 64 * 1024;
 constexpr int kLookForStopMs = 100;
+constexpr int kVainLooks = 20; // after which a person wants to know why nothing happens
 
 // A FIFO without a writer would block: it is waited for later, where a stop is noticed.
 int opened(const std::string& input)
@@ -26,7 +28,8 @@ int opened(const std::string& input)
 
 } // namespace
 
-PipeInput::PipeInput(const std::string& input, const std::atomic<bool>* stop) : _descriptor(opened(input)), _stop(stop)
+PipeInput::PipeInput(const std::string& input, const std::atomic<bool>* stop, Tell tell)
+    : _input(input), _descriptor(opened(input)), _stop(stop), _tell(std::move(tell))
 {
     if (!_descriptor) {
         throw std::runtime_error("cannot open '" + input + "': " + std::strerror(errno) +
@@ -54,17 +57,21 @@ PipeInput::~PipeInput()
 
 int PipeInput::read(void* self, std::uint8_t* buffer, int size)
 {
-    const auto& pipe = *static_cast<PipeInput*>(self);
+    auto& pipe = *static_cast<PipeInput*>(self);
     for (;;) {
         if (pipe._stop != nullptr && pipe._stop->load()) {
             return AVERROR_EXIT;
         }
         pollfd readable{pipe._descriptor.get(), POLLIN, 0};
         if (::poll(&readable, 1, kLookForStopMs) <= 0) {
+            if (pipe._vainLooks < kVainLooks && ++pipe._vainLooks == kVainLooks) {
+                pipe._tell("nothing has come through '" + pipe._input + "' yet; it is waited for");
+            }
             continue;
         }
         const ssize_t length = ::read(pipe._descriptor.get(), buffer, static_cast<std::size_t>(size));
         if (length > 0) {
+            pipe._vainLooks = kVainLooks;
             return static_cast<int>(length);
         }
         if (length == 0) {

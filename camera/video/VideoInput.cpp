@@ -21,7 +21,7 @@ std::int64_t frameDuration(const Demuxer& demuxer)
 VideoInput::VideoInput(const std::string& input, const VideoInputOptions& options)
     : _input(input),
       _options(options),
-      _demuxer(input, options.stop),
+      _demuxer(input, options.stop, options.tell),
       _picture(av_frame_alloc()),
       _packet(av_packet_alloc()),
       _clock(options.startNanoseconds != 0 ? options.startNanoseconds : wallClockNanoseconds(), frameDuration(_demuxer))
