@@ -30,9 +30,7 @@ std::string reasonOfException()
                                                             "memory of its container)";
     } catch (const std::system_error& error) {
         if (error.code() == std::errc::resource_unavailable_try_again) {
-            return std::string(program_invocation_short_name) + " cannot start a thread; end other programs, or raise "
-                                                                "its limit (ulimit -u, TasksMax of its service, the "
-                                                                "pids limit of its container)";
+            return std::string(program_invocation_short_name) + " cannot start a thread; " + kTaskLimitAdvice;
         }
         return error.what();
     } catch (const std::exception& error) {

@@ -5,8 +5,10 @@
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <pwd.h>
 #include <stdexcept>
 #include <sys/mman.h>
+#include <unistd.h>
 #include <utility>
 
 namespace camera::supervisor {
@@ -59,6 +61,12 @@ base::FileDescriptor boundedMemory()
 
 BusDaemon::BusDaemon(const RuntimeFolder& folder, std::string program) : _folder(folder), _program(std::move(program))
 {
+    // Without it the daemon starts, and refuses everybody.
+    if (::getpwuid(::geteuid()) == nullptr) {
+        throw std::runtime_error("the camera's bus refuses the user " + std::to_string(::geteuid()) +
+                                 ", who has no entry in the system's list of users; add one to /etc/passwd, in a "
+                                 "container too, or run it as another user");
+    }
     writeConfiguration();
 }
 

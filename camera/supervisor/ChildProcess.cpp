@@ -1,5 +1,7 @@
 #include "camera/supervisor/ChildProcess.h"
 
+#include "camera/base/Contained.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -17,9 +19,10 @@ namespace {
 
 [[noreturn]] void refuse(const std::string& program, int reason)
 {
-    const std::string advice =
-        reason == ENOENT ? "; install it, or build it beside this program" : "; make it a program that can be run";
-    throw std::runtime_error("cannot start '" + program + "': " + std::strerror(reason) + advice);
+    const std::string advice = reason == ENOENT   ? "install it, or build it beside this program"
+                               : reason == EAGAIN ? base::kTaskLimitAdvice
+                                                  : "make it a program that can be run";
+    throw std::runtime_error("cannot start '" + program + "': " + std::strerror(reason) + "; " + advice);
 }
 
 void keepAfterExec(int descriptor)

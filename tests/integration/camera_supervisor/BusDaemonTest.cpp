@@ -1,14 +1,17 @@
 #include "camera/supervisor/BusDaemon.h"
 
+#include "camera/supervisor/ChildProcess.h"
 #include "kit/EnvironmentVariable.h"
 #include "kit/Eventually.h"
 #include "kit/ForkedProcess.h"
+#include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <sdbus-c++/sdbus-c++.h>
 
 #include <grp.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace camera::supervisor {
@@ -66,6 +69,42 @@ TEST(BusDaemonTest, takesItsOwnUserAndRootAndNobodyElse)
         ::_exit(connects(*address) ? 1 : 7);
     });
     EXPECT_EQ(other.wait(), 7);
+}
+
+TEST(BusDaemonTest, refusesAUserWhomTheSystemDoesNotKnow)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be another user";
+    }
+    constexpr uid_t kUnknown = 3000000000;
+    const kit::TemporaryFolder folder;
+    const std::filesystem::path runtime = folder / "runtime";
+    std::filesystem::create_directory(runtime);
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    ASSERT_EQ(::chown(runtime.c_str(), kUnknown, kUnknown), 0);
+    const kit::EnvironmentVariable variable("XDG_RUNTIME_DIR", runtime);
+    kit::ForkedProcess user([&] {
+        become(kUnknown);
+        const RuntimeFolder own(runtime / "state");
+        const std::string refusal = kit::refusalOf([&own] { const BusDaemon daemon(own); });
+        ::_exit(refusal.find("the user 3000000000, who has no entry") != std::string::npos ? 7 : 1);
+    });
+    EXPECT_EQ(user.wait(), 7);
+}
+
+TEST(ProcessLimitTest, saysWhatToDoWhenNoProcessCanBeStarted)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can be another user";
+    }
+    kit::ForkedProcess user([] {
+        constexpr rlimit kNone{0, 0};
+        ::setrlimit(RLIMIT_NPROC, &kNone);
+        become(kOwner);
+        const std::string refusal = kit::refusalOf([] { const ChildProcess process({{"/bin/true"}}); });
+        ::_exit(refusal.find("end other programs, or raise its limit") != std::string::npos ? 7 : 1);
+    });
+    EXPECT_EQ(user.wait(), 7);
 }
 
 } // namespace
