@@ -228,7 +228,11 @@ private:
     void tellStart()
     {
         if (std::optional<RunStart> start = std::exchange(_start, std::nullopt)) {
-            start->ready = _service->connected();
+            if (!_service->connected()) {
+                start->silent = "its bus";
+            } else if (!_services->targetIds(bus::service::kOnvifMetadataStreamer)) {
+                start->silent = "camera-services";
+            }
             print([&] { return start->objects(); }, [&] { return std::vector{start->line()}; });
         }
     }

@@ -39,23 +39,6 @@ Json::Value activeObject(const onvif::ComponentName& component)
     return object;
 }
 
-// "preset 'Gate', rule 'A', module 'B'", or "none"
-std::string componentsText(const ActiveRules& active)
-{
-    std::vector<std::string> words;
-    if (const std::string preset = active.preset(); !preset.empty()) {
-        words.push_back("preset '" + preset + "'");
-    }
-    for (const bool rules : {true, false}) {
-        for (const onvif::ComponentName& component : active.components) {
-            if (component.isRule == rules) {
-                words.push_back((rules ? "rule '" : "module '") + component.name + "'");
-            }
-        }
-    }
-    return words.empty() ? kNoRules : base::joined(words);
-}
-
 } // namespace
 
 std::string RunStart::line() const
@@ -63,11 +46,11 @@ std::string RunStart::line() const
     std::string text = input + "  " + std::to_string(width) + "x" + std::to_string(height) + "  " +
                        base::shortNumber(framesPerSecond) + " frames/s  ";
     for (const ActiveRules& engine : engines) {
-        text += engine.engine + ": " + componentsText(engine) + "  ";
+        text += engine.engine + ": " + onvif::describeActive(engine.preset(), engine.rules(), engine.modules()) + "  ";
     }
     text += "state folder " + stateFolder + "  ";
     text += runtimeFolder.empty() ? "" : "runtime folder " + runtimeFolder + "  ";
-    return base::printable(text + (ready ? "ready" : "its bus does not answer"));
+    return base::printable(text + (silent.empty() ? "ready" : silent + " does not answer"));
 }
 
 std::vector<Json::Value> RunStart::objects() const
@@ -90,7 +73,7 @@ std::vector<Json::Value> RunStart::objects() const
         }
     }
     objects.push_back(partOf("start"));
-    objects.back()["ready"] = ready;
+    objects.back()["ready"] = silent.empty();
     return objects;
 }
 

@@ -20,7 +20,7 @@ struct RunStart {
     std::vector<ActiveRules> engines;
     std::string stateFolder;
     std::string runtimeFolder; ///< empty: the process was started alone
-    bool ready = false;        ///< it answers on the bus
+    std::string silent;        ///< what does not answer; empty: the camera is ready
 
     std::string line() const;
     std::vector<Json::Value> objects() const; ///< the same for programs

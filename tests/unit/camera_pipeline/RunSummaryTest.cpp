@@ -43,10 +43,11 @@ TEST(RunStartTest, isOnePrintableLine)
     start.engines = {{"Simple", {}}, {"Motion", {{false, "M", "tt:A", "Gate"}, {true, "R", "tt:B", "Gate"}}}};
     start.stateFolder = "/s";
     start.runtimeFolder = "/r";
+    start.silent = "its bus";
     EXPECT_EQ(start.line(),
               "scene:x\\x1b  640x360  12.5 frames/s  Simple: none  Motion: preset 'Gate', rule 'R', module "
               "'M'  state folder /s  runtime folder /r  its bus does not answer");
-    start.ready = true;
+    start.silent.clear();
     start.runtimeFolder.clear();
     EXPECT_THAT(start.line(), testing::EndsWith("  state folder /s  ready"));
 }
