@@ -97,6 +97,7 @@ public:
 private:
     void build();
     void destroy();
+    void discardRegistrations();
     void setUpPositioning();
     void activeRulesChanged();
 
@@ -186,6 +187,7 @@ void Device::Impl::start()
         try {
             _plugin.reset(factory(&_meridan, _configuration));
         } catch (...) {
+            discardRegistrations(); // what was built of it is gone, and events for it may be queued
             throw std::runtime_error("the plug-in " + options.pluginPath.string() +
                                      " could not be built: " + base::reasonOfException());
         }
@@ -288,7 +290,12 @@ void Device::Impl::destroy()
         engine->pluginEnds();
     }
     _plugin.reset();
-    // The plug-in leaves some of its registrations behind: their context is gone now.
+    discardRegistrations();
+}
+
+// The plug-in leaves some of its registrations behind: their context is gone.
+void Device::Impl::discardRegistrations()
+{
     positioningAdapter->discardRegistrations();
     serviceApi->discardRegistrations();
 }

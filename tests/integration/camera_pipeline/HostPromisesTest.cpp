@@ -253,6 +253,21 @@ TEST_F(HostPromisesTest, linesOnAClosedHandleAreDropped)
     camera::base::Log::instance().setLevel(camera::base::LogLevel::error);
 }
 
+TEST_F(HostPromisesTest, anEventThatWaitsWhileThePluginCannotBeBuiltReachesNobody)
+{
+    camera::base::Log::instance().setLevel(camera::base::LogLevel::info);
+    hosted.onControl = [&](const std::string& operation) {
+        if (operation == "Motion orientation 0") { // its handlers are registered by now
+            services->moveFilter(true);
+            throw std::runtime_error("no orientation");
+        }
+    };
+    EXPECT_THAT(refusal(), HasSubstr("could not be built: no orientation"));
+    EXPECT_EQ(hosted.count("Motion orientation 0"), 1U);
+    EXPECT_THAT(lines(), Not(Contains(HasSubstr("day night change call back"))));
+    camera::base::Log::instance().setLevel(camera::base::LogLevel::error);
+}
+
 TEST_F(HostPromisesTest, aFrameRunsBesideAnyOtherOperation)
 {
     std::promise<void> frameEntered;
