@@ -1,13 +1,13 @@
 // Three engines that do nothing, with and without monitors, and the clock that a monitor reads.
+#include "bench/Pairs.h"
 #include "camera/framework/EngineMonitor.h"
 #include "kit/FakeEngine.h"
 #include "kit/Heap.h"
 
-#include <benchmark/benchmark.h>
-
 #include <array>
 #include <chrono>
 #include <memory>
+#include <stdexcept>
 
 namespace {
 
@@ -31,38 +31,32 @@ Engines engines(bool watched)
 void show(const Engines& all, const analytics_lib::YuvFrame& frame, MetadataBuffers& outputs)
 {
     for (const auto& engine : all) {
-        benchmark::DoNotOptimize(engine->onFrame(frame, outputs));
+        bench::keep(engine->onFrame(frame, outputs));
     }
 }
-
-void frameWithMonitors(benchmark::State& state)
-{
-    const Engines all = engines(true);
-    const analytics_lib::YuvFrame frame;
-    MetadataBuffers outputs;
-    const std::size_t before = kit::allocationsOfThisThread();
-    for (auto _ : state) {
-        show(all, frame, outputs);
-    }
-    if (kit::allocationsOfThisThread() != before) {
-        state.SkipWithError("a frame allocates");
-    }
-}
-BENCHMARK(frameWithMonitors);
-
-// The most that a frame with monitors may take.
-void frameAndEightReadings(benchmark::State& state)
-{
-    const Engines all = engines(false);
-    const analytics_lib::YuvFrame frame;
-    MetadataBuffers outputs;
-    for (auto _ : state) {
-        show(all, frame, outputs);
-        for (int reading = 0; reading < 8; ++reading) {
-            benchmark::DoNotOptimize(std::chrono::steady_clock::now());
-        }
-    }
-}
-BENCHMARK(frameAndEightReadings);
 
 } // namespace
+
+int main(int argc, char** argv)
+{
+    const Engines watched = engines(true);
+    const Engines bare = engines(false);
+    const analytics_lib::YuvFrame frame;
+    MetadataBuffers outputs;
+    const auto showWatched = [&] { show(watched, frame, outputs); };
+    const auto showBareAndReadClock = [&] {
+        show(bare, frame, outputs);
+        for (int reading = 0; reading < 8; ++reading) {
+            bench::keep(std::chrono::steady_clock::now());
+        }
+    };
+    bench::Pairs(argc, argv)
+        .compare("one frame for three empty engines behind monitors", bench::timed(showWatched),
+                 "the same without monitors and eight readings of the steady clock", bench::timed(showBareAndReadClock),
+                 bench::atMost(1));
+    const std::size_t before = kit::allocationsOfThisThread();
+    showWatched();
+    if (kit::allocationsOfThisThread() != before) {
+        throw std::runtime_error("a frame allocates");
+    }
+}

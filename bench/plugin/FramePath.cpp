@@ -1,8 +1,9 @@
 #include "bench/plugin/BenchHost.h"
-
-#include <benchmark/benchmark.h>
+#include "bench/plugin/Rows.h"
 
 #include <cstdlib>
+
+namespace bench {
 
 namespace {
 
@@ -14,12 +15,12 @@ public:
 
 class Quiet final : public Empty {
 public:
-    void call() override { benchmark::ClobberMemory(); }
+    void call() override { asm volatile("" : : : "memory"); }
 };
 
 class Other final : public Empty {
 public:
-    void call() override { benchmark::DoNotOptimize(this); }
+    void call() override { keep(this); }
 };
 
 // The class is chosen at run time, so the compiler cannot call directly.
@@ -31,28 +32,22 @@ std::unique_ptr<Empty> makeEmpty()
     return std::make_unique<Quiet>();
 }
 
-// The yardstick: 100 empty virtual calls.
-void hundredVirtualCalls(benchmark::State& state)
+} // namespace
+
+void compareFramePath(const Pairs& pairs)
 {
+    storedDocument() = "[]";
+    const auto plugin = buildPlugin();
     const auto object = makeEmpty();
     Empty* target = object.get();
-    for (auto _ : state) {
-        for (int i = 0; i < 100; ++i) {
-            benchmark::DoNotOptimize(target);
-            target->call();
-        }
-    }
+    pairs.compare("one frame through the module", timed([&] { deliverFrame(*plugin); }), "100 empty virtual calls",
+                  timed([&] {
+                      for (int i = 0; i < 100; ++i) {
+                          keep(target);
+                          target->call();
+                      }
+                  }),
+                  atMost(1));
 }
-BENCHMARK(hundredVirtualCalls);
 
-void frameThroughTheModule(benchmark::State& state)
-{
-    bench::storedDocument() = "[]";
-    const auto plugin = bench::buildPlugin();
-    for (auto _ : state) {
-        bench::deliverFrame(*plugin);
-    }
-}
-BENCHMARK(frameThroughTheModule);
-
-} // namespace
+} // namespace bench

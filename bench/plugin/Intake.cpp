@@ -3,6 +3,7 @@
 
 #include "bench/plugin/BenchHost.h"
 #include "bench/plugin/Documents.h"
+#include "bench/plugin/Rows.h"
 
 #include "target/ConfigurationXml.h"
 #include "json/Array.h"
@@ -10,9 +11,10 @@
 #include "json/UnknownElement.h"
 #include "json/Writer.h"
 
-#include <benchmark/benchmark.h>
-
 #include <map>
+#include <stdexcept>
+
+namespace bench {
 
 namespace {
 
@@ -23,19 +25,17 @@ struct Case {
     std::map<std::string, std::string> stored; ///< all keys, the accepted one among them
 };
 
-Case makeCase(const benchmark::State& state)
+Case makeCase(std::size_t size, int keys, bool active)
 {
-    const auto size = static_cast<std::size_t>(state.range(0));
-    const bool active = state.range(2) != 0;
     Case made;
-    made.text = bench::configuration(size, active ? bench::kCurrentPreset : "P0");
+    made.text = configuration(size, active ? kCurrentPreset : "P0");
     pugi::xml_document document;
-    for (int i = 1; i < state.range(1); ++i) {
-        document.load_string(bench::configuration(size, "P" + std::to_string(i)).c_str());
+    for (int i = 1; i < keys; ++i) {
+        document.load_string(configuration(size, "P" + std::to_string(i)).c_str());
         made.stored["StubP" + std::to_string(i)] = korva::meridan::printRaw(document);
     }
     document.load_string(made.text.c_str());
-    made.stored[active ? std::string("Stub") + bench::kCurrentPreset : "StubP0"] = korva::meridan::printRaw(document);
+    made.stored[active ? std::string("Stub") + kCurrentPreset : "StubP0"] = korva::meridan::printRaw(document);
     return made;
 }
 
@@ -51,59 +51,59 @@ json::Array toArray(const std::map<std::string, std::string>& stored)
     return array;
 }
 
-void acceptedConfiguration(benchmark::State& state)
+void needPasses(const std::string& text, const json::Array& stored, bool active)
 {
-    const Case given = makeCase(state);
-    bench::storedDocument() = json::Writer::Write(toArray(given.stored));
-    const auto plugin = bench::buildPlugin();
-    RavelApiAnalyticsTargetImplBase& target = bench::servedTarget();
-    unsigned char failed = 1;
-    for (auto _ : state) {
+    pugi::xml_document keyed;
+    keyed.load_string(text.c_str());
+    keep(keyed.select_nodes(kPresetItems).size());
+
+    pugi::xml_document printed;
+    printed.load_string(text.c_str());
+    keep(korva::meridan::printRaw(printed, text.size()).size());
+
+    storedDocument() = json::Writer::Write(stored);
+    if (active) {
+        pugi::xml_document logged;
+        logged.load_string(text.c_str());
+        keep(logged.select_nodes("//tt:Rule").size());
+        keep(logged.select_nodes("//*[local-name() = 'SimpleItem']").size());
+    }
+}
+
+void compareOne(const Pairs& pairs, const std::string& title, const Case& given, bool active)
+{
+    const json::Array array = toArray(given.stored);
+    storedDocument() = json::Writer::Write(array);
+    const auto plugin = buildPlugin();
+    RavelApiAnalyticsTargetImplBase& target = servedTarget();
+    const auto accept = [&] {
+        unsigned char failed = 1;
         target.setConfiguration(given.text.c_str(), &failed);
         if (failed != 0) {
-            state.SkipWithError("refused");
-            break;
+            throw std::runtime_error(title + ": refused");
         }
-    }
+    };
+    pairs.compare(title, timed(accept), "the passes it needs", timed([&] { needPasses(given.text, array, active); }),
+                  atMost(1.3));
     target.restoreDefaultSettings();
 }
 
-void neededPasses(benchmark::State& state)
+} // namespace
+
+void compareIntake(const Pairs& pairs)
 {
-    const Case given = makeCase(state);
-    const json::Array array = toArray(given.stored);
-    const bool active = state.range(2) != 0;
-    for (auto _ : state) {
-        pugi::xml_document keyed;
-        keyed.load_string(given.text.c_str());
-        benchmark::DoNotOptimize(keyed.select_nodes(kPresetItems).size());
-
-        pugi::xml_document stored;
-        stored.load_string(given.text.c_str());
-        benchmark::DoNotOptimize(korva::meridan::printRaw(stored, given.text.size()).size());
-
-        bench::storedDocument() = json::Writer::Write(array);
-        if (active) {
-            pugi::xml_document logged;
-            logged.load_string(given.text.c_str());
-            benchmark::DoNotOptimize(logged.select_nodes("//tt:Rule").size());
-            benchmark::DoNotOptimize(logged.select_nodes("//*[local-name() = 'SimpleItem']").size());
-        }
-    }
-}
-
-void sizesAndKeys(benchmark::internal::Benchmark* bench)
-{
-    for (const int size : {2 << 10, 50 << 10, 1 << 20}) {
+    for (const auto& [size, name] :
+         {std::pair<std::size_t, std::string>{2 << 10, "2 KB"}, {50 << 10, "50 KB"}, {1 << 20, "1 MB"}}) {
         for (const int keys : {1, 100}) {
-            for (const int active : {0, 1}) {
-                bench->Args({size, keys, active});
+            for (const bool active : {false, true}) {
+                const std::string stored = std::to_string(keys) + (keys == 1 ? " stored key, " : " stored keys, ");
+                compareOne(pairs,
+                           "accepted configuration, " + name + ", " + stored +
+                               (active ? "active" : "for another preset"),
+                           makeCase(size, keys, active), active);
             }
         }
     }
-    bench->Unit(benchmark::kMicrosecond);
 }
-BENCHMARK(acceptedConfiguration)->Apply(sizesAndKeys);
-BENCHMARK(neededPasses)->Apply(sizesAndKeys);
 
-} // namespace
+} // namespace bench

@@ -1,10 +1,12 @@
+#include "bench/Pairs.h"
 #include "plugin/analytics/frame_utils.h"
 
-#include <benchmark/benchmark.h>
 #include <opencv2/core.hpp>
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
+#include <numeric>
 #include <vector>
 
 namespace {
@@ -12,31 +14,29 @@ namespace {
 using analytics_lib::YuvFrame;
 using Rotation = void (*)(const YuvFrame&, YuvFrame&);
 
+namespace rotations = analytics_lib::frame_utils;
+
 /**
- * The pictures that one run turns, one after another; its arguments are width, height and stride.
- * There are enough of them that each comes from memory, as a camera's do, and not from a cache that
- * the round before filled.
+ * The pictures that a row turns, one after another. There are enough of them that each comes from memory, as a
+ * camera's do, and not from a cache that the round before filled.
  */
 class Source {
 public:
-    explicit Source(const benchmark::State& state)
-        : _pictureBytes(static_cast<std::size_t>(state.range(2) * state.range(1) * 3 / 2)),
+    Source(unsigned width, unsigned height, unsigned stride)
+        : _pictureBytes(std::size_t{stride} * height * 3 / 2),
           _count(kPoolBytes / _pictureBytes),
           _bytes(_pictureBytes * _count, 0x55)
     {
-        frame.width = static_cast<std::uint64_t>(state.range(0));
-        frame.height = static_cast<std::uint64_t>(state.range(1));
-        frame.bytesPerRow = static_cast<std::uint32_t>(state.range(2));
-        next();
+        _frame.width = width;
+        _frame.height = height;
+        _frame.bytesPerRow = stride;
     }
-    void next()
+    const YuvFrame& next()
     {
         _index = (_index + 1) % _count;
-        frame.data = _bytes.data() + _index * _pictureBytes;
+        _frame.data = _bytes.data() + _index * _pictureBytes;
+        return _frame;
     }
-    std::size_t pixels() const { return static_cast<std::size_t>(frame.width * frame.height); }
-
-    YuvFrame frame;
 
 private:
     static constexpr std::size_t kPoolBytes = 256 << 20;
@@ -45,119 +45,123 @@ private:
     std::size_t _count;
     std::size_t _index = 0;
     std::vector<std::uint8_t> _bytes;
+    YuvFrame _frame;
 };
 
-void finish(benchmark::State& state, const Source& source)
-{
-    state.SetBytesProcessed(static_cast<std::int64_t>(source.pixels() * 3 / 2) * state.iterations());
-}
-
 /// The yardstick: the picture's rows into new memory, as a rotation brings new memory too.
-void copy(benchmark::State& state)
+void copy(const YuvFrame& source, YuvFrame& copied)
 {
-    Source source(state);
-    const std::size_t width = source.frame.width;
-    for (auto unused : state) {
-        source.next();
-        auto* data = static_cast<std::uint8_t*>(std::malloc(source.pixels() * 3 / 2));
-        if (width == source.frame.bytesPerRow) {
-            std::memcpy(data, source.frame.data, source.pixels() * 3 / 2);
-        } else {
-            for (std::size_t row = 0; row < source.frame.height * 3 / 2; ++row) {
-                std::memcpy(data + row * width, source.frame.data + row * source.frame.bytesPerRow, width);
-            }
+    const std::size_t width = source.width;
+    const std::size_t bytes = width * source.height * 3 / 2;
+    copied.bytesPerRow = static_cast<std::uint32_t>(width);
+    copied.data = static_cast<std::uint8_t*>(std::malloc(bytes));
+    if (width == source.bytesPerRow) {
+        std::memcpy(copied.data, source.data, bytes);
+        return;
+    }
+    for (std::size_t row = 0; row < source.height * 3 / 2; ++row) {
+        std::memcpy(copied.data + row * width, source.data + row * source.bytesPerRow, width);
+    }
+}
+
+void plainLoop90(const YuvFrame& source, YuvFrame& turned)
+{
+    const std::size_t width = source.width;
+    const std::size_t height = source.height;
+    const std::size_t stride = source.bytesPerRow;
+    turned.data = static_cast<std::uint8_t*>(std::malloc(width * height * 3 / 2));
+    for (std::size_t y = 0; y < width; ++y) {
+        for (std::size_t x = 0; x < height; ++x) {
+            turned.data[y * height + x] = source.data[(height - 1 - x) * stride + y];
         }
-        benchmark::DoNotOptimize(data);
-        benchmark::ClobberMemory();
-        std::free(data);
     }
-    finish(state, source);
+    std::uint8_t* chroma = turned.data + width * height;
+    const std::uint8_t* from = source.data + stride * height;
+    for (std::size_t y = 0; y < width / 2; ++y) {
+        for (std::size_t x = 0; x < height / 2; ++x) {
+            std::memcpy(chroma + y * height + 2 * x, from + (height / 2 - 1 - x) * stride + 2 * y, 2);
+        }
+    }
 }
 
-template <Rotation rotate>
-void turn(benchmark::State& state)
+bench::Measurement turning(Source& source, Rotation rotate)
 {
-    Source source(state);
-    for (auto unused : state) {
-        source.next();
-        YuvFrame turned = source.frame;
-        rotate(source.frame, turned);
-        benchmark::DoNotOptimize(turned.data);
-        benchmark::ClobberMemory();
+    return bench::timed([&source, rotate] {
+        const YuvFrame& given = source.next();
+        YuvFrame turned = given;
+        rotate(given, turned);
+        bench::keep(turned.data);
         std::free(turned.data);
-    }
-    finish(state, source);
+    });
 }
 
-template <int code>
-void openCv(benchmark::State& state)
+/// The same, and the mean brightness of the result, as an engine reads every pixel of what it is given.
+bench::Measurement turningAndReading(Source& source, Rotation rotate)
 {
-    cv::setNumThreads(1);
-    Source source(state);
-    const auto width = static_cast<int>(source.frame.width);
-    const auto height = static_cast<int>(source.frame.height);
-    const std::size_t stride = source.frame.bytesPerRow;
-    for (auto unused : state) {
-        source.next();
-        const cv::Mat luma(height, width, CV_8UC1, source.frame.data, stride);
-        const cv::Mat chroma(height / 2, width / 2, CV_8UC2, source.frame.data + stride * source.frame.height, stride);
+    return bench::timed([&source, rotate] {
+        const YuvFrame& given = source.next();
+        YuvFrame turned = given;
+        rotate(given, turned);
+        bench::keep(turned.data);
+        bench::keep(std::accumulate(turned.data, turned.data + turned.width * turned.height, 0U));
+        std::free(turned.data);
+    });
+}
+
+bench::Measurement turningByOpenCv(Source& source, int code)
+{
+    return bench::timed([&source, code] {
+        const YuvFrame& given = source.next();
+        const auto width = static_cast<int>(given.width);
+        const auto height = static_cast<int>(given.height);
+        const std::size_t stride = given.bytesPerRow;
+        const cv::Mat luma(height, width, CV_8UC1, given.data, stride);
+        const cv::Mat chroma(height / 2, width / 2, CV_8UC2, given.data + stride * given.height, stride);
         cv::Mat turnedLuma;
         cv::Mat turnedChroma;
         cv::rotate(luma, turnedLuma, code);
         cv::rotate(chroma, turnedChroma, code);
-        benchmark::DoNotOptimize(turnedLuma.data);
-        benchmark::DoNotOptimize(turnedChroma.data);
-    }
-    finish(state, source);
+        bench::keep(turnedLuma.data);
+        bench::keep(turnedChroma.data);
+    });
 }
 
-void plainLoopQuarterTurn(benchmark::State& state)
+void compareStride(const bench::Pairs& pairs, unsigned width, unsigned height, unsigned stride)
 {
-    Source source(state);
-    const std::size_t width = source.frame.width;
-    const std::size_t height = source.frame.height;
-    const std::size_t stride = source.frame.bytesPerRow;
-    for (auto unused : state) {
-        source.next();
-        auto* data = static_cast<std::uint8_t*>(std::malloc(source.pixels() * 3 / 2));
-        for (std::size_t y = 0; y < width; ++y) {
-            for (std::size_t x = 0; x < height; ++x) {
-                data[y * height + x] = source.frame.data[(height - 1 - x) * stride + y];
-            }
-        }
-        std::uint8_t* chroma = data + source.pixels();
-        const std::uint8_t* from = source.frame.data + stride * height;
-        for (std::size_t y = 0; y < width / 2; ++y) {
-            for (std::size_t x = 0; x < height / 2; ++x) {
-                std::memcpy(chroma + y * height + 2 * x, from + (height / 2 - 1 - x) * stride + 2 * y, 2);
-            }
-        }
-        benchmark::DoNotOptimize(data);
-        benchmark::ClobberMemory();
-        std::free(data);
-    }
-    finish(state, source);
+    Source source(width, height, stride);
+    const auto title = [&](const std::string& what, int degrees) {
+        return what + " " + std::to_string(height) + "p by " + std::to_string(degrees) + ", stride " +
+               std::to_string(stride);
+    };
+    const auto limit = [&](double ratio) {
+        return height == 1080 ? std::optional(bench::atMost(ratio)) : std::nullopt;
+    };
+    const auto memcpyAlone = turning(source, copy);
+    const auto memcpyAndReading = turningAndReading(source, copy);
+    pairs.compare(title("rotate", 90), turning(source, rotations::YUV420SemiPlanar_Rotate90), "memcpy", memcpyAlone,
+                  limit(2.5));
+    pairs.compare(title("rotate", 180), turning(source, rotations::YUV420SemiPlanar_Rotate180), "memcpy", memcpyAlone,
+                  limit(1.1));
+    pairs.compare(title("rotate", 270), turning(source, rotations::YUV420SemiPlanar_Rotate270), "memcpy", memcpyAlone,
+                  limit(2.5));
+    pairs.compare(title("rotate and read", 90), turningAndReading(source, rotations::YUV420SemiPlanar_Rotate90),
+                  "memcpy and read", memcpyAndReading, bench::atMost(2));
+    pairs.compare(title("rotate and read", 270), turningAndReading(source, rotations::YUV420SemiPlanar_Rotate270),
+                  "memcpy and read", memcpyAndReading, bench::atMost(2));
+    pairs.compare(title("OpenCV,", 90), turningByOpenCv(source, cv::ROTATE_90_CLOCKWISE), "memcpy", memcpyAlone);
+    pairs.compare(title("OpenCV,", 180), turningByOpenCv(source, cv::ROTATE_180), "memcpy", memcpyAlone);
+    pairs.compare(title("plain loop,", 90), turning(source, plainLoop90), "memcpy", memcpyAlone);
 }
-
-void sizes(benchmark::internal::Benchmark* bench)
-{
-    bench->ArgNames({"width", "height", "stride"});
-    for (const auto& [width, height] : {std::pair<int, int>{1920, 1080}, {3840, 2160}}) {
-        for (const int stride : {width, width + 64, width == 1920 ? 2048 : 4096}) {
-            bench->Args({width, height, stride});
-        }
-    }
-    bench->Unit(benchmark::kMicrosecond);
-}
-
-namespace rotations = analytics_lib::frame_utils;
-
-BENCHMARK(copy)->Apply(sizes);
-BENCHMARK(turn<rotations::YUV420SemiPlanar_Rotate90>)->Name("turn90")->Apply(sizes);
-BENCHMARK(turn<rotations::YUV420SemiPlanar_Rotate180>)->Name("turn180")->Apply(sizes);
-BENCHMARK(turn<rotations::YUV420SemiPlanar_Rotate270>)->Name("turn270")->Apply(sizes);
-BENCHMARK(openCv<cv::ROTATE_90_CLOCKWISE>)->Name("openCv90")->Apply(sizes);
-BENCHMARK(openCv<cv::ROTATE_180>)->Name("openCv180")->Apply(sizes);
-BENCHMARK(plainLoopQuarterTurn)->Name("plainLoop90")->Apply(sizes);
 
 } // namespace
+
+int main(int argc, char** argv)
+{
+    const bench::Pairs pairs(argc, argv);
+    cv::setNumThreads(1);
+    for (const auto& [width, height, powerOfTwo] : {std::array<unsigned, 3>{1920, 1080, 2048}, {3840, 2160, 4096}}) {
+        for (const unsigned stride : {width, width + 64, powerOfTwo}) {
+            compareStride(pairs, width, height, stride);
+        }
+    }
+}

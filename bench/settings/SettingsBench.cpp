@@ -1,19 +1,15 @@
-// One save or load of 10, 100 or 1000 settings of 4 KiB of configuration text.
-#include "host-seam/Platform.h"
-#include "settings/OnvifSettings.h"
-#include "json/Reader.h"
+// One document of 10, 100 or 1000 settings of 4 KiB of configuration text.
+#include "bench/Pairs.h"
+#include "json/Array.h"
+#include "json/Object.h"
 #include "json/UnknownElement.h"
 #include "json/Writer.h"
 
-#include <benchmark/benchmark.h>
 #include <json/json.h>
 
-#include <cstring>
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -34,14 +30,13 @@ std::string configurationText(int number)
     return text;
 }
 
-const Settings& settings(benchmark::State& state)
+Settings settings(int count)
 {
-    static std::map<std::int64_t, Settings> made;
-    Settings& wanted = made[state.range(0)];
-    for (int number = 0; wanted.size() < static_cast<std::size_t>(state.range(0)); ++number) {
-        wanted.emplace("SimplePreset" + std::to_string(number), configurationText(number));
+    Settings made;
+    for (int number = 0; number < count; ++number) {
+        made.emplace("SimplePreset" + std::to_string(number), configurationText(number));
     }
-    return wanted;
+    return made;
 }
 
 json::Array asDocument(const Settings& all)
@@ -69,119 +64,47 @@ Json::Value asJsonCpp(const Settings& all)
     return document;
 }
 
-void countBytes(benchmark::State& state)
-{
-    state.SetBytesProcessed(state.iterations() * state.range(0) * static_cast<std::int64_t>(kTextBytes));
-}
-
 // A new block each time, as every writer needs one.
-void copyTexts(benchmark::State& state)
+std::string copyTexts(const Settings& all)
 {
-    const Settings& all = settings(state);
-    for (auto _ : state) {
-        std::string copy;
-        copy.reserve(all.size() * kTextBytes);
-        for (const auto& setting : all) {
-            copy.append(setting.second);
-        }
-        benchmark::DoNotOptimize(copy.data());
-        benchmark::ClobberMemory();
+    std::string copy;
+    copy.reserve(all.size() * kTextBytes);
+    for (const auto& setting : all) {
+        copy.append(setting.second);
     }
-    countBytes(state);
-}
-
-void copyDocumentIntoWarmMemory(benchmark::State& state)
-{
-    const std::string document = json::Writer::Write(asDocument(settings(state)));
-    std::vector<char> copy(document.size());
-    for (auto _ : state) {
-        std::memcpy(copy.data(), document.data(), document.size());
-        benchmark::DoNotOptimize(copy.data());
-        benchmark::ClobberMemory();
-    }
-    countBytes(state);
-}
-
-void writeOurs(benchmark::State& state)
-{
-    const json::Array document = asDocument(settings(state));
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(json::Writer::Write(document));
-    }
-    countBytes(state);
-}
-
-void saveOurs(benchmark::State& state)
-{
-    host_seam::platform().settings.analytics() = json::Writer::Write(asDocument(settings(state)));
-    korva::meridan::OnvifSettings stored(nullptr);
-    host_seam::platform().settings.keepsDocuments = false; // what a store does with the text is its own time
-    for (auto _ : state) {
-        stored.Save();
-    }
-    countBytes(state);
-}
-
-void writeJsonCppStream(benchmark::State& state)
-{
-    const Json::Value document = asJsonCpp(settings(state));
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(Json::writeString(builder, document));
-    }
-    countBytes(state);
+    return copy;
 }
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations" // the quickest writer that JsonCpp has
 
-void writeJsonCppFast(benchmark::State& state)
+std::string writeJsonCppFast(const Json::Value& document)
 {
-    const Json::Value document = asJsonCpp(settings(state));
-    for (auto _ : state) {
-        Json::FastWriter writer;
-        benchmark::DoNotOptimize(writer.write(document));
-    }
-    countBytes(state);
+    return Json::FastWriter().write(document);
 }
 
 #pragma GCC diagnostic pop
 
-void loadOurs(benchmark::State& state)
-{
-    host_seam::platform().settings.analytics() = json::Writer::Write(asDocument(settings(state)));
-    korva::meridan::OnvifSettings stored(nullptr);
-    for (auto _ : state) {
-        stored.Load();
-    }
-    countBytes(state);
-}
-
-void parseJsonCpp(benchmark::State& state)
-{
-    const std::string document = json::Writer::Write(asDocument(settings(state)));
-    const Json::CharReaderBuilder builder;
-    for (auto _ : state) {
-        const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-        Json::Value root;
-        benchmark::DoNotOptimize(reader->parse(document.data(), document.data() + document.size(), &root, nullptr));
-    }
-    countBytes(state);
-}
-
-void forEachSize(benchmark::internal::Benchmark* family)
-{
-    family->Arg(10)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
-}
-
 } // namespace
 
-BENCHMARK(copyDocumentIntoWarmMemory)->Apply(forEachSize);
-BENCHMARK(copyTexts)->Apply(forEachSize);
-BENCHMARK(writeOurs)->Apply(forEachSize);
-BENCHMARK(saveOurs)->Apply(forEachSize);
-BENCHMARK(writeJsonCppStream)->Apply(forEachSize);
-BENCHMARK(writeJsonCppFast)->Apply(forEachSize);
-BENCHMARK(loadOurs)->Apply(forEachSize);
-BENCHMARK(parseJsonCpp)->Apply(forEachSize);
+int main(int argc, char** argv)
+{
+    const bench::Pairs pairs(argc, argv);
+    Json::StreamWriterBuilder stream;
+    stream["indentation"] = "";
+    for (const int count : {10, 100, 1000}) {
+        const Settings all = settings(count);
+        const json::Array document = asDocument(all);
+        const Json::Value peer = asJsonCpp(all);
+        const auto writer = [&count](const std::string& whose) {
+            return whose + " writer, " + std::to_string(count) + " keys of 4 KiB";
+        };
+        const auto writeOurs = bench::timed([&] { bench::keep(json::Writer::Write(document)); });
+        pairs.compare(writer("settings"), writeOurs, "copying the texts",
+                      bench::timed([&] { bench::keep(copyTexts(all)); }));
+        pairs.compare(writer("JsonCpp's stream"), bench::timed([&] { bench::keep(Json::writeString(stream, peer)); }),
+                      "our settings writer", writeOurs, bench::atLeast(4));
+        pairs.compare(writer("JsonCpp's fast"), bench::timed([&] { bench::keep(writeJsonCppFast(peer)); }),
+                      "our settings writer", writeOurs, bench::atLeast(4));
+    }
+}
