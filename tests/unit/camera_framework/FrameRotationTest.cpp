@@ -110,6 +110,7 @@ TEST_P(FrameRotationTest, turnsCommonCameraSizes)
                                                 {1920, 1080, 2048},
                                                 {768, 576, 1024},
                                                 {640, 362, 704},
+                                                {1000, 1056, 4096}, // several bands of rows, stripes that do not fit in
                                                 {4096, 2, 4096},
                                                 {2, 4096, 2}}) {
         const Picture source(width, height, stride);
