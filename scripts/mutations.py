@@ -36,6 +36,8 @@ def squeezed(text):
 class Mutation:
     """A part of one file, and what stands there instead."""
 
+    program = None  # every one that can notice it is tried
+
     def __init__(self, kind, file, text, start, end, replacement):
         self.file, self._start, self._end, self._replacement = file, start, end, replacement
         self.name = f"{kind} in {file}:{text.count(chr(10), 0, start) + 1}"
