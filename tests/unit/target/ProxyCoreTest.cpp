@@ -5,7 +5,6 @@
 #include "unit/target/ProxyTargetFixture.h"
 
 #include <algorithm>
-#include <string_view>
 #include <type_traits>
 
 namespace korva::meridan {
@@ -43,18 +42,21 @@ namespace {
 static_assert(!std::is_copy_constructible_v<ProxyTarget> && !std::is_copy_assignable_v<ProxyTarget>);
 static_assert(std::is_base_of_v<analytics_lib::IEventHandler, ProxyTarget>);
 
-static_assert(std::string_view(kModuleElement) == "tt:AnalyticsModule");
-static_assert(std::string_view(kModuleOpen) == "<tt:AnalyticsModule>");
-static_assert(std::string_view(kModuleClose) == "</tt:AnalyticsModule>");
-static_assert(std::string_view(kRuleElement) == "tt:Rule");
-static_assert(std::string_view(kRuleOpen) == "<tt:Rule");
-static_assert(std::string_view(kRuleClose) == "</tt:Rule>");
-
 using ProxyCoreTest = ProxyTargetTest;
 
 void* logHandle()
 {
     return kit::Platform::logHandle();
+}
+
+TEST_F(ProxyCoreTest, namesTheElementsOfComponents)
+{
+    EXPECT_STREQ(kModuleElement, "tt:AnalyticsModule");
+    EXPECT_STREQ(kModuleOpen, "<tt:AnalyticsModule>");
+    EXPECT_STREQ(kModuleClose, "</tt:AnalyticsModule>");
+    EXPECT_STREQ(kRuleElement, "tt:Rule");
+    EXPECT_STREQ(kRuleOpen, "<tt:Rule");
+    EXPECT_STREQ(kRuleClose, "</tt:Rule>");
 }
 
 TEST_F(ProxyCoreTest, hasItsFieldsInTheirOrder)

@@ -16,6 +16,16 @@ TEST_F(ProxyIntakeTest, refusesNothingAndStoresNothingWithoutEngines)
     EXPECT_THAT(takeAll(), ElementsAre("log 6 \"setConfiguration config <a/>\""));
 }
 
+TEST_F(ProxyIntakeTest, countsAsFailedBeforeTheFirstLine)
+{
+    startFixed({});
+    unsigned char failed = 7;
+    unsigned char atTheLine = 7;
+    platform().before["log"] = [&] { atTheLine = failed; };
+    EXPECT_EQ(proxy->setConfiguration("<a/>", &failed), 0);
+    EXPECT_EQ(atTheLine, 1);
+}
+
 TEST_F(ProxyIntakeTest, storesNothingThatNoEngineClaims)
 {
     startFixed({motion, line});
