@@ -20,19 +20,29 @@ Activity::Label::Label(const std::string& text)
     std::memcpy(_words.data(), text.data(), std::min(text.size(), sizeof _words - 1));
 }
 
-Activity::Scope::Scope(Kind kind, const Label& label)
-    : _kind(kind), _since(instance().slot(kind).since.load(std::memory_order_relaxed)), _outer(instance().read(kind))
+Activity::Scope::Scope(Kind kind, const Label& label, Clock::time_point now)
+    : _slot(instance().slot(kind)), _depth(_slot.depth.load(std::memory_order_relaxed))
 {
-    instance().write(kind, label);
-    if (_since == 0) {
-        instance().slot(kind).since.store(Clock::now().time_since_epoch().count(), std::memory_order_release);
+    _slot.write(_depth, label);
+    _slot.depth.store(_depth + 1, std::memory_order_release);
+    if (_depth == 0) {
+        _slot.since.store(now.time_since_epoch().count(), std::memory_order_release);
+    }
+}
+
+Activity::Scope::Scope(Kind kind, const Label& label, const Label& afterwards) : Scope(kind, label)
+{
+    if (_depth != 0) {
+        _slot.write(_depth - 1, afterwards);
     }
 }
 
 Activity::Scope::~Scope()
 {
-    instance().slot(_kind).since.store(_since == 0 ? 0 : instance().slot(_kind).since.load());
-    instance().write(_kind, _outer);
+    if (_depth == 0) {
+        _slot.since.store(0, std::memory_order_release);
+    }
+    _slot.depth.store(_depth, std::memory_order_release);
 }
 
 Activity& Activity::instance()
@@ -66,24 +76,26 @@ void Activity::clear()
 {
     for (Slot& each : _page->slots) {
         each.since = 0;
+        each.depth = 0;
     }
     _page->frames = 0;
     _page->shutDown = false;
 }
 
-void Activity::write(Kind kind, const Label& label)
+void Activity::Slot::write(std::size_t scope, const Label& label)
 {
-    Slot& written = slot(kind);
+    auto& words = labels[std::min(scope, kLabels - 1)];
     for (std::size_t i = 0; i < Label::kWords; ++i) {
-        written.words[i].store(label._words[i], std::memory_order_relaxed);
+        words[i].store(label._words[i], std::memory_order_relaxed);
     }
 }
 
-Activity::Label Activity::read(Kind kind) const
+Activity::Label Activity::Slot::read(std::size_t scope) const
 {
+    const auto& words = labels[std::min(scope, kLabels - 1)];
     Label label("");
     for (std::size_t i = 0; i < Label::kWords; ++i) {
-        label._words[i] = slot(kind).words[i].load(std::memory_order_relaxed);
+        label._words[i] = words[i].load(std::memory_order_relaxed);
     }
     return label;
 }
@@ -91,11 +103,12 @@ Activity::Label Activity::read(Kind kind) const
 std::optional<Activity::Doing> Activity::doing(Kind kind) const
 {
     const std::int64_t since = slot(kind).since.load(std::memory_order_acquire);
-    if (since == 0) {
+    const std::size_t depth = slot(kind).depth.load(std::memory_order_acquire);
+    if (since == 0 || depth == 0) {
         return std::nullopt;
     }
     std::array<char, sizeof(Label::_words) + 1> text{};
-    const Label label = read(kind);
+    const Label label = slot(kind).read(depth - 1);
     std::memcpy(text.data(), label._words.data(), sizeof label._words);
     return Doing{text.data(), Clock::time_point(Clock::duration(since))};
 }

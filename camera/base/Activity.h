@@ -33,20 +33,35 @@ public:
         std::array<std::uint64_t, kWords> _words{};
     };
 
+private:
+    // Each scope writes a label of its own, so that nothing is restored when it ends: that would cost every frame of
+    // every engine. Scopes deeper than the labels share the last one.
+    struct Slot {
+        static constexpr std::size_t kLabels = 4;
+
+        void write(std::size_t scope, const Label& label);
+        Label read(std::size_t scope) const;
+
+        std::atomic<std::int64_t> since; ///< of the steady clock; 0: nothing is done
+        std::atomic<std::size_t> depth;  ///< scopes that live
+        std::array<std::array<std::atomic<std::uint64_t>, Label::kWords>, kLabels> labels;
+    };
+
+public:
     /// As long as it lives, the process does what the label says. Of scopes inside each other the innermost one is
     /// named, and the outermost one says since when. An inner scope leaves another label behind when it is told one.
     class Scope {
     public:
-        Scope(Kind kind, const Label& label);
-        Scope(Kind kind, const Label& label, const Label& afterwards) : Scope(kind, label) { _outer = afterwards; }
+        Scope(Kind kind, const Label& label, std::chrono::steady_clock::time_point now);
+        Scope(Kind kind, const Label& label) : Scope(kind, label, std::chrono::steady_clock::now()) {}
+        Scope(Kind kind, const Label& label, const Label& afterwards);
         ~Scope();
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;
 
     private:
-        const Kind _kind;
-        std::int64_t _since;
-        Label _outer;
+        Slot& _slot;
+        const std::size_t _depth; ///< scopes around this one
     };
 
     struct Doing {
@@ -84,10 +99,6 @@ public:
     std::uint64_t frames() const;
 
 private:
-    struct Slot {
-        std::atomic<std::int64_t> since; ///< of the steady clock; 0: nothing is done
-        std::array<std::atomic<std::uint64_t>, Label::kWords> words;
-    };
     struct Page {
         std::array<Slot, 2> slots;
         std::atomic<std::uint64_t> frames;
@@ -95,8 +106,6 @@ private:
     };
 
     void map(const std::filesystem::path& file, int flags);
-    void write(Kind kind, const Label& label);
-    Label read(Kind kind) const;
     Slot& slot(Kind kind) const { return _page->slots[kind == Kind::frame ? 0 : 1]; }
 
     std::shared_ptr<Page> _page = std::make_shared<Page>();

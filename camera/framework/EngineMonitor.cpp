@@ -158,7 +158,7 @@ bool EngineMonitor::onFrame(const analytics_lib::YuvFrame& frame, MetadataBuffer
         ~Timer() { record.addFrame(Clock::now() - begin); }
     };
     const Timer timer{*_record};
-    const base::Activity::Scope scope(base::Activity::Kind::frame, _record->_frame);
+    const base::Activity::Scope scope(base::Activity::Kind::frame, _record->_frame, timer.begin);
     const bool analysed = guarded([&] { return _engine->onFrame(frame, outputs); });
     if (outputs.metadataXml.size() > base::kLargestMessage) {
         refuse(*_record, "the metadata of a frame", outputs.metadataXml.size());

@@ -42,6 +42,19 @@ TEST(Activity, anInnerScopeLeavesItsOwnLabelBehindWhenItIsToldOne)
     EXPECT_EQ(Activity::instance().doing(Kind::control)->what, "what follows");
 }
 
+TEST(Activity, scopesDeeperThanItHasLabelsForNameTheDeepest)
+{
+    const Activity::Scope first(Kind::control, Activity::Label("1"));
+    const Activity::Scope second(Kind::control, Activity::Label("2"));
+    const Activity::Scope third(Kind::control, Activity::Label("3"));
+    {
+        const Activity::Scope fourth(Kind::control, Activity::Label("4"));
+        const Activity::Scope fifth(Kind::control, Activity::Label("5"));
+        EXPECT_EQ(Activity::instance().doing(Kind::control)->what, "5");
+    }
+    EXPECT_EQ(Activity::instance().doing(Kind::control)->what, "3");
+}
+
 TEST(Activity, aLongLabelIsCut)
 {
     const Activity::Scope scope(Kind::frame, Activity::Label(std::string(500, 'x')));
