@@ -84,27 +84,30 @@ void plainLoop90(const YuvFrame& source, YuvFrame& turned)
     }
 }
 
-bench::Measurement turning(Source& source, Rotation rotate)
+/// @param read what is done with the turned picture before it is freed.
+template <typename Read>
+bench::Measurement turning(Source& source, Rotation rotate, Read read)
 {
-    return bench::timed([&source, rotate] {
+    return bench::timed([&source, rotate, read] {
         const YuvFrame& given = source.next();
         YuvFrame turned = given;
         rotate(given, turned);
         bench::keep(turned.data);
+        read(turned);
         std::free(turned.data);
     });
+}
+
+bench::Measurement turning(Source& source, Rotation rotate)
+{
+    return turning(source, rotate, [](const YuvFrame& /*turned*/) {});
 }
 
 /// The same, and the mean brightness of the result, as an engine reads every pixel of what it is given.
 bench::Measurement turningAndReading(Source& source, Rotation rotate)
 {
-    return bench::timed([&source, rotate] {
-        const YuvFrame& given = source.next();
-        YuvFrame turned = given;
-        rotate(given, turned);
-        bench::keep(turned.data);
+    return turning(source, rotate, [](const YuvFrame& turned) {
         bench::keep(std::accumulate(turned.data, turned.data + turned.width * turned.height, 0U));
-        std::free(turned.data);
     });
 }
 
