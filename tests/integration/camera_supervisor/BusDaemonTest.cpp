@@ -26,6 +26,16 @@ void become(uid_t user)
     }
 }
 
+// Where that user may enter, and nobody else may write.
+std::filesystem::path runtimeFolderOf(uid_t user, const kit::TemporaryFolder& folder)
+{
+    const std::filesystem::path runtime = folder / "runtime";
+    std::filesystem::create_directory(runtime);
+    EXPECT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    EXPECT_EQ(::chown(runtime.c_str(), user, user), 0);
+    return runtime;
+}
+
 bool connects(const std::string& address)
 {
     try {
@@ -41,10 +51,7 @@ TEST(BusDaemonTest, takesItsOwnUserAndRootAndNobodyElse)
         GTEST_SKIP() << "only root can be two users";
     }
     const kit::TemporaryFolder folder;
-    const std::filesystem::path runtime = folder / "runtime";
-    std::filesystem::create_directory(runtime);
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
-    ASSERT_EQ(::chown(runtime.c_str(), kOwner, kOwner), 0);
+    const std::filesystem::path runtime = runtimeFolderOf(kOwner, folder);
     const kit::EnvironmentVariable variable("XDG_RUNTIME_DIR", runtime);
     const kit::ForkedProcess owner([&] {
         become(kOwner);
@@ -78,10 +85,7 @@ TEST(BusDaemonTest, refusesAUserWhomTheSystemDoesNotKnow)
     }
     constexpr uid_t kUnknown = 3000000000;
     const kit::TemporaryFolder folder;
-    const std::filesystem::path runtime = folder / "runtime";
-    std::filesystem::create_directory(runtime);
-    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
-    ASSERT_EQ(::chown(runtime.c_str(), kUnknown, kUnknown), 0);
+    const std::filesystem::path runtime = runtimeFolderOf(kUnknown, folder);
     const kit::EnvironmentVariable variable("XDG_RUNTIME_DIR", runtime);
     kit::ForkedProcess user([&] {
         become(kUnknown);
