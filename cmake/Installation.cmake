@@ -35,18 +35,20 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION "${dev_documents}" C
   PATTERN "images" EXCLUDE)
 
 if(DETECTION_BUILD_CAMERA)
-  install(TARGETS camera camera-pipeline camera-services RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+  install(TARGETS camera camera-gateway camera-pipeline camera-services RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
     COMPONENT camera)
-  # The models, and what a new camera begins with.
+  # The models, what a new camera begins with, and what ONVIF clients are told of the engines.
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/camera/cameras" "${PROJECT_SOURCE_DIR}/camera/factory"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/detection" COMPONENT camera)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/camera/descriptions/"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/detection/engines" COMPONENT camera)
   set(camera_documents "${CMAKE_INSTALL_DATADIR}/doc/virtual-camera")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/" DESTINATION "${camera_documents}/examples" COMPONENT camera
     FILES_MATCHING PATTERN "*.xml" PATTERN "host" EXCLUDE PATTERN "engine" EXCLUDE)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs/" DESTINATION "${camera_documents}" COMPONENT camera
     FILES_MATCHING PATTERN "service-api.md" PATTERN "images" EXCLUDE)
   if(NOT CMAKE_CROSSCOMPILING)
-    foreach(program camera camera-pipeline camera-services)
+    foreach(program camera camera-gateway camera-pipeline camera-services)
       install(FILES "${PROJECT_BINARY_DIR}/share/man/man1/${program}.1.gz"
         DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT camera)
     endforeach()

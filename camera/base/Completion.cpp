@@ -195,10 +195,10 @@ _camera() {
         folders) mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -d -- "$current") ;;
     esac
 }
-complete -F _camera camera camera-pipeline camera-services
+complete -F _camera camera camera-gateway camera-pipeline camera-services
 )";
 
-constexpr const char* kZshScript = R"(#compdef camera camera-pipeline camera-services
+constexpr const char* kZshScript = R"(#compdef camera camera-gateway camera-pipeline camera-services
 # Completion for zsh: source <(camera completion zsh), or this text as the file _camera in a folder of $fpath.
 _camera() {
     local -a found
@@ -215,7 +215,7 @@ _camera() {
 if [[ $funcstack[1] == _camera ]]; then
     _camera "$@"
 else
-    compdef _camera camera camera-pipeline camera-services
+    compdef _camera camera camera-gateway camera-pipeline camera-services
 fi
 )";
 

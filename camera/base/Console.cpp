@@ -60,7 +60,7 @@ void Console::log(const std::string& text)
     print(_err, text);
 }
 
-void Console::status(const std::string& text)
+void Console::status(const std::string& text, std::chrono::steady_clock::time_point now)
 {
     if (Log::instance().format() == LogFormat::json) {
         return; // who reads the stream as JSON finds nothing else there
@@ -72,7 +72,6 @@ void Console::status(const std::string& text)
         drawStatus();
         return;
     }
-    const auto now = std::chrono::steady_clock::now();
     if (now - _lastQuietLine >= kQuietInterval) {
         _lastQuietLine = now;
         print(_err, text + "\n");

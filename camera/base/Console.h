@@ -26,7 +26,7 @@ public:
     void log(const std::string& text);
 
     /// Replaces the status line; when err is not a terminal, prints a line every ten seconds instead.
-    void status(const std::string& text);
+    void status(const std::string& text, std::chrono::steady_clock::time_point now = std::chrono::steady_clock::now());
     void clearStatus();
 
     /// Whether lines could be written so far: false after a full disk or a closed pipe.

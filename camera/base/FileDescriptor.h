@@ -33,6 +33,9 @@ public:
     int get() const { return _descriptor; }
     explicit operator bool() const { return _descriptor >= 0; }
 
+    /// The descriptor, which from now on is the caller's to close.
+    int release() { return std::exchange(_descriptor, -1); }
+
     void reset()
     {
         if (_descriptor >= 0) {

@@ -64,8 +64,7 @@ Json::Value readStrictJson(const std::string& document, std::size_t mostBytes)
         if (reader->parse(document.data(), document.data() + document.size(), &root, &messages)) {
             return root;
         }
-    } catch (const std::exception&) { // nested too deep
-        messages.clear();
+    } catch (const std::exception&) { // nested too deep: there is no message
     }
     throw std::invalid_argument(firstProblem(messages));
 }

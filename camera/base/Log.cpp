@@ -1,5 +1,6 @@
 #include "camera/base/Log.h"
 
+#include "camera/base/ErrorLines.h"
 #include "camera/base/JsonText.h"
 #include "camera/base/Text.h"
 
@@ -59,6 +60,12 @@ void writeToStderr(const std::string& line)
         }
         written += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
+}
+
+// Whether somebody on this thread keeps error lines, whatever the level of the log is.
+bool isKept(int priority)
+{
+    return priority <= static_cast<int>(LogLevel::error) && ErrorLines::wanted();
 }
 
 std::uintptr_t number(void* handle)
@@ -129,7 +136,7 @@ void Log::close(void* handle)
 
 bool Log::wants(void* handle, int priority) const
 {
-    if (priority > static_cast<int>(_level.load())) {
+    if (priority > static_cast<int>(_level.load()) && !isKept(priority)) {
         return false;
     }
     const std::shared_lock<std::shared_mutex> lock(_handlesMutex);
@@ -168,6 +175,9 @@ std::string Log::lineOf(LogLevel level, const std::string& component, const std:
 
 void Log::emit(int priority, const std::string& component, const std::string& text)
 {
+    if (isKept(priority)) {
+        ErrorLines::add(onOneLine(text));
+    }
     if (priority > static_cast<int>(_level.load())) {
         return;
     }

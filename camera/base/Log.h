@@ -60,7 +60,7 @@ public:
     void* open(const std::string& component);
     void close(void* handle);
 
-    /// Whether a line would be written; false for a null, closed or unknown handle.
+    /// Whether a line would be written or kept (see ErrorLines); false for a null, closed or unknown handle.
     bool wants(void* handle, int priority) const;
     void write(void* handle, int priority, const std::string& text);
 

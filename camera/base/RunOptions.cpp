@@ -137,6 +137,26 @@ Command videoCommand(const std::string& name, const std::string& summary)
     return command;
 }
 
+void withNetworkOptions(Command& command)
+{
+    command.option("--http", wholeValue("PORT", 0, 65535),
+                   "serve ONVIF clients on this port, 0: on any; without it on the first free one from 8080 to 8099, "
+                   "and not at all with --speed max, --oneshot or --frames");
+    command.option("--https", wholeValue("PORT", 0, 65535), "serve them with TLS, too, on this port, 0: on any");
+    command.option("--bind", {"ADDRESS"},
+                   "the address of this computer on which they are served; without it 127.0.0.1, for programs on this "
+                   "computer only; 0.0.0.0: for all that reach it");
+    command.flag("--no-network", "serve no ONVIF clients");
+    command.option("--users", {"FILE", Offer::files},
+                   "only these users may log in: lines NAME:LEVEL:PASSWORD, where the level is administrator, operator "
+                   "or user; -: from the standard input; without it those that the state folder keeps, at first admin "
+                   "with a password that is made");
+    command.option("--user", {"NAME:PASSWORD:LEVEL"},
+                   "only this user may log in, and others that are given; for tests: everybody on this computer can "
+                   "read the password in the list of processes",
+                   kRepeatable);
+}
+
 } // namespace
 
 Command runCommand()
@@ -150,6 +170,7 @@ Command runCommand()
                    "without it 10, 0: never");
     command.option("--watchdog-frames", wholeValue("SECONDS", 1, 86400),
                    "restart the pipeline when a frame or an operation of an engine takes so long");
+    withNetworkOptions(command);
     return command;
 }
 
@@ -161,6 +182,7 @@ Command pipelineCommand()
                    Option::Count::required);
     command.flag("--temporary-state", "the state folder is removed when the camera ends");
     command.flag("--again", "started again after a crash: the tour is told when it cannot start, and no more");
+    command.option("--onvif", {"ADDRESS"}, "tell at the start that ONVIF clients begin there", kRepeatable);
     command.option("--activity", {"FILE", Offer::files}, "tell the process that started this one what is being done");
     command.option("--counts", {"FILE", Offer::files}, "what a process that dies leaves to the next one of this run");
     return command;
@@ -252,6 +274,7 @@ PipelineOptions pipelineOptions(const Arguments& arguments)
             arguments.text("--activity"),
             arguments.has("--again"),
             arguments.has("--temporary-state"),
+            arguments.all("--onvif"),
             arguments.text("--counts")};
 }
 

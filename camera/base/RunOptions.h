@@ -63,11 +63,12 @@ struct RunOptions {
 /// The options of the pipeline process.
 struct PipelineOptions {
     RunOptions run;
-    std::string bus;             ///< the address of the bus
-    std::string activity;        ///< the file that tells its supervisor what it does; empty: none
-    bool again = false;          ///< started again after a crash
-    bool temporaryState = false; ///< the state folder is removed when the camera ends, for the summary
-    std::string counts;          ///< the file with what the processes of the run leave to each other; empty: none
+    std::string bus;                ///< the address of the bus
+    std::string activity;           ///< the file that tells its supervisor what it does; empty: none
+    bool again = false;             ///< started again after a crash
+    bool temporaryState = false;    ///< the state folder is removed when the camera ends, for the summary
+    std::vector<std::string> onvif; ///< where ONVIF clients begin, for the line that tells the start
+    std::string counts;             ///< the file with what the processes of the run leave to each other; empty: none
 };
 
 /// Whether the run is to end by itself, with its input for instance: a crash is then no interruption but a failure.

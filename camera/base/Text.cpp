@@ -62,11 +62,23 @@ std::string joined(const std::vector<std::string>& words, const std::string& las
     return text;
 }
 
+std::string trimmed(const std::string& text)
+{
+    constexpr const char* kBlanks = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::string inSmallLetters(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return text;
+}
+
 bool endsIn(const std::string& path, const std::vector<std::string>& endings)
 {
-    std::string ending = std::filesystem::path(path).extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    const std::string ending = inSmallLetters(std::filesystem::path(path).extension().string());
     return std::find(endings.begin(), endings.end(), ending) != endings.end();
 }
 

@@ -24,6 +24,12 @@ std::string shortNumber(double number);
 /// The words with commas between them; last stands between the last two: "a, b or c".
 std::string joined(const std::vector<std::string>& words, const std::string& last = ", ");
 
+/// The text without blanks and line ends around it.
+std::string trimmed(const std::string& text);
+
+/// The text with small ASCII letters in place of capitals.
+std::string inSmallLetters(std::string text);
+
 /// Whether the name of a file ends in one of these, ".jpg" for instance, in small letters or capitals.
 bool endsIn(const std::string& path, const std::vector<std::string>& endings);
 

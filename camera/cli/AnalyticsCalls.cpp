@@ -5,15 +5,18 @@
 #include "camera/base/Utf8.h"
 #include "camera/cli/JsonOutput.h"
 #include "camera/cli/RestartReport.h"
+#include "camera/onvif/AnalyticsChange.h"
+#include "camera/onvif/Fault.h"
 
 #include <algorithm>
 #include <exception>
+#include <optional>
 
 namespace camera::cli {
 
 namespace {
 
-using Analytics = bus::OnvifAnalyticServiceClient;
+using Target = bus::OnvifAnalyticServiceClient;
 using Texts = std::vector<std::string>;
 using Components = std::vector<onvif::ComponentName>;
 
@@ -43,16 +46,83 @@ Components componentsNow(CameraClient& client)
     return all;
 }
 
+onvif::AnalyticsView viewOf(CameraClient& client)
+{
+    onvif::AnalyticsView view;
+    for (const auto& engine : client.ask(&bus::AnalyticsClient::engines)) {
+        view.engines.push_back({engine.get<0>(), engine.get<1>(), engine.get<2>(), engine.get<3>()});
+    }
+    const Texts rules = componentsNow(client, true);
+    view.components = onvif::placedComponents(view.engines, rules, componentsNow(client, false));
+    return view;
+}
+
+/// Nothing when the camera has performed the steps, else why it refuses one.
+std::optional<std::string> refusalOf(CameraClient& client, const std::vector<onvif::AnalyticsStep>& steps,
+                                     std::chrono::milliseconds patience)
+{
+    const auto refusal = [](std::int64_t result, std::int64_t status, const Texts& lines) {
+        const std::string text = onvif::refusalText(lines);
+        return result == 0 && status == 0 ? std::nullopt : std::optional(text.empty() ? "the camera failed" : text);
+    };
+    for (const onvif::AnalyticsStep& step : steps) {
+        std::optional<std::string> refused;
+        if (step.document.empty()) {
+            const auto [result, status, lines] =
+                client.askWithin(patience, &bus::AnalyticsClient::deleteRules, step.names);
+            refused = refusal(result, status, lines);
+        } else {
+            const auto [result, status, lines] =
+                client.askWithin(patience, &bus::AnalyticsClient::setConfiguration, step.document);
+            refused = refusal(result, status, lines);
+        }
+        if (refused) {
+            return refused;
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
+
+onvif::PlacedComponents publicComponents(CameraClient& client)
+{
+    const onvif::PlacedComponents components = viewOf(client).components;
+    const std::vector<std::string> names = onvif::publicNames(components);
+    onvif::PlacedComponents all;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        all.push_back(onvif::renamed(components[i], names[i]));
+    }
+    return all;
+}
+
+void deleteComponents(CameraClient& client, bool rules, const std::vector<std::string>& names, const std::string& what,
+                      std::chrono::milliseconds patience)
+{
+    const onvif::AnalyticsView before = viewOf(client);
+    onvif::AnalyticsChange change;
+    try {
+        change = onvif::deleted(before, rules, names);
+    } catch (const onvif::Fault& fault) {
+        throw CameraError("cannot " + what + ": " + fault.what() + "; camera " + (rules ? "rules" : "modules") +
+                          " list shows the names");
+    }
+    const auto refused = refusalOf(client, onvif::stepsOf(change, before.components), patience);
+    if (refused) {
+        refusalOf(client, onvif::stepsOf(onvif::undone(change, before.components), viewOf(client).components),
+                  patience);
+        throw CameraError("cannot " + what + ": " + *refused);
+    }
+}
 
 std::vector<std::string> componentsNow(CameraClient& client, bool rules)
 {
-    return client.ask(rules ? &Analytics::getCurrentRules : &Analytics::getCurrentEngines);
+    return client.ask(rules ? &Target::getCurrentRules : &Target::getCurrentEngines);
 }
 
 std::vector<std::string> componentTypes(CameraClient& client, bool rules)
 {
-    return client.ask(rules ? &Analytics::getSupportedRules : &Analytics::getSupportedEngines);
+    return client.ask(rules ? &Target::getSupportedRules : &Target::getSupportedEngines);
 }
 
 std::vector<StoredVersion> storedVersions(CameraClient& client)
@@ -82,6 +152,15 @@ StoredComponents storedComponents(CameraClient& client)
         (loaded ? stored.ofLoaded : stored.ofOthers).push_back(std::move(component));
     }
     return stored;
+}
+
+std::string refusalReason(CameraClient& client, const Texts& texts, const Texts& lines)
+{
+    Components all;
+    for (const std::string& text : texts) {
+        append(all, text);
+    }
+    return onvif::refusalReason(all, componentTypes(client, true), componentTypes(client, false), lines);
 }
 
 const std::string& sendableText(const std::string& text, const std::string& file)

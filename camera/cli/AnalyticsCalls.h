@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/cli/Command.h"
+#include "camera/onvif/AnalyticsState.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/onvif/StoredConfigurations.h"
 
@@ -19,6 +20,13 @@ constexpr std::chrono::seconds kWritePatience(120);
 std::vector<std::string> componentsNow(CameraClient& client, bool rules);
 std::vector<std::string> componentTypes(CameraClient& client, bool rules);
 
+/// All rules and modules, each under its public name: several that have one name are told apart.
+onvif::PlacedComponents publicComponents(CameraClient& client);
+
+/// Deletes rules, or else modules, by their public names: all or none. @param what  "delete 2 rules", for a refusal.
+void deleteComponents(CameraClient& client, bool rules, const std::vector<std::string>& names, const std::string& what,
+                      std::chrono::milliseconds patience);
+
 /// Number, time in seconds since 1970, size and whether it is undamaged; newest first.
 using StoredVersion = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
 std::vector<StoredVersion> storedVersions(CameraClient& client);
@@ -29,6 +37,10 @@ struct StoredComponents {
     std::vector<onvif::ComponentName> ofOthers;
 };
 StoredComponents storedComponents(CameraClient& client);
+
+/// Why the camera refused components, one or several in each text. @param lines  what it logged meanwhile.
+std::string refusalReason(CameraClient& client, const std::vector<std::string>& texts,
+                          const std::vector<std::string>& lines);
 
 /// The text of a file. @throws CameraError when the bus cannot carry it.
 const std::string& sendableText(const std::string& text, const std::string& file);

@@ -15,21 +15,26 @@ namespace {
 using base::Command;
 using base::Offer;
 using Context = CommandContext;
-using Analytics = bus::OnvifAnalyticServiceClient;
+using Target = bus::OnvifAnalyticServiceClient;
+using Analytics = bus::AnalyticsClient;
+using Texts = std::vector<std::string>;
 using Change = decltype(&Analytics::createRules);
 
 using Count = base::Argument::Count;
 
 int listComponents(Context& context, bool rules)
 {
-    for (const std::string& element : componentsNow(context.client(), rules)) {
-        if (!context.json()) {
-            context.console.line(base::printable(element));
+    for (const onvif::PlacedComponent& component : publicComponents(context.client())) {
+        if (component.isRule != rules) {
             continue;
         }
-        for (Json::Value& object : onvif::componentObjects(element)) {
+        if (!context.json()) {
+            context.console.line(base::printable(component.xml));
+            continue;
+        }
+        for (Json::Value& object : onvif::componentObjects(component.xml)) {
             object["loaded"] = true;
-            object["xml"] = element;
+            object["xml"] = component.xml;
             context.print(object);
         }
     }
@@ -48,6 +53,8 @@ std::string countOf(std::size_t count, bool rules)
     return std::to_string(count) + (rules ? " rule" : " module") + (count == 1 ? "" : "s");
 }
 
+constexpr std::uint32_t kRefused = 4; // of the status word
+
 std::string outcomeText(std::uint32_t status)
 {
     switch (status) {
@@ -55,47 +62,41 @@ std::string outcomeText(std::uint32_t status)
         return "the camera failed";
     case 1:
         return "interrupted: what was stored before stays";
-    case 4:
-        return "refused: one of the rules or modules is not valid";
-    case 5:
-        return "not found: one of the names is unknown";
     default:
         return "unknown outcome " + std::to_string(status);
     }
 }
 
-int changeComponents(Context& context, Change method, const std::vector<std::string>& items, const std::string& what,
-                     const std::string& done, const std::string& advice)
-{
-    return change(context, [&](CameraClient& client) {
-        const auto [result, status] = client.askWithin(context.patience(kWritePatience), method, items);
-        if (result != 0 || status != 0) {
-            throw CameraError("cannot " + what + ": " + outcomeText(status) + "; " + advice);
-        }
-        context.console.line(done);
-    });
-}
-
 int storeComponents(Context& context, bool rules, Change method)
 {
-    std::vector<std::string> items;
+    Texts items;
     for (const std::string& file : context.arguments.all("FILE.xml")) {
         for (const std::string& item : onvif::readComponents(file, rules)) {
             items.push_back(sendableText(item, file));
         }
     }
     const std::string count = countOf(items.size(), rules);
-    return changeComponents(context, method, items, "store " + count, count + " stored.",
-                            "the camera's log names the reason");
+    return change(context, [&](CameraClient& client) {
+        const auto [result, status, refusal] = client.askWithin(context.patience(kWritePatience), method, items);
+        if (result != 0 || status != 0) {
+            throw CameraError("cannot store " + count + ": " +
+                              (status == kRefused ? refusalReason(client, items, refusal)
+                                                  : outcomeText(status) + "; the camera's log names the reason"));
+        }
+        context.console.line(count + " stored.");
+    });
 }
 
 int deleteComponents(Context& context, bool rules)
 {
-    const std::vector<std::string>& names = context.arguments.all("NAME");
+    Texts names = context.arguments.all("NAME");
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
     const std::string count = countOf(names.size(), rules);
-    return changeComponents(context, rules ? &Analytics::deleteRules : &Analytics::deleteEngines, names,
-                            "delete " + count, count + " deleted.",
-                            std::string("camera ") + (rules ? "rules" : "modules") + " list shows the names");
+    return change(context, [&](CameraClient& client) {
+        deleteComponents(client, rules, names, "delete " + count, context.patience(kWritePatience));
+        context.console.line(count + " deleted.");
+    });
 }
 
 std::vector<Command> componentCommands(const std::string& kind, bool rules)
@@ -127,7 +128,7 @@ std::vector<Command> componentCommands(const std::string& kind, bool rules)
 
 int listTopics(Context& context)
 {
-    return printTexts(context, "topic", context.client().ask(&Analytics::getEventTopics));
+    return printTexts(context, "topic", context.client().ask(&Target::getEventTopics));
 }
 
 // A command about an engine and a file of frames.
@@ -171,7 +172,7 @@ int record(Context& context)
     const std::string file = fileOf(context);
     const std::string engine = loadedEngine(context);
     const auto count = static_cast<std::uint32_t>(context.arguments.whole("N", 100));
-    succeed(context.client().ask(&Analytics::writeFramesToFile, engine, file, count), "record frames");
+    succeed(context.client().ask(&Target::writeFramesToFile, engine, file, count), "record frames");
     context.console.line(count == 0 ? "Engine '" + base::printable(engine) + "' records no longer."
                                     : "Engine '" + base::printable(engine) + "' records " + std::to_string(count) +
                                           " frames into '" + base::printable(file) + "'.");
@@ -186,7 +187,7 @@ int replay(Context& context)
     if (!std::filesystem::is_regular_file(file, error)) {
         throw CameraError("there is no file '" + base::printable(file) + "'; camera frames record makes one");
     }
-    succeed(context.client().ask(&Analytics::readFramesFromFile, engine, file, context.arguments.has("--forget")),
+    succeed(context.client().ask(&Target::readFramesFromFile, engine, file, context.arguments.has("--forget")),
             "replay frames");
     context.console.line("Engine '" + base::printable(engine) + "' sees the frames of '" + base::printable(file) +
                          "'.");

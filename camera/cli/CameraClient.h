@@ -2,8 +2,10 @@
 
 #include "camera/base/Event.h"
 #include "camera/bus/Connection.h"
+#include "camera/bus/analytics_client.h"
 #include "camera/bus/configuration_client.h"
 #include "camera/bus/day_night_client.h"
+#include "camera/bus/gateway_client.h"
 #include "camera/bus/onvif_analytic_service_client.h"
 #include "camera/bus/onvif_metadata_streamer_client.h"
 #include "camera/bus/pipeline_client.h"
@@ -78,9 +80,10 @@ public:
 private:
     template <class... Client>
     using ListOf = std::tuple<std::unique_ptr<Client>...>;
-    using Clients = ListOf<bus::ConfigurationClient, bus::DayNightClient, bus::OnvifAnalyticServiceClient,
-                           bus::OnvifMetadataStreamerClient, bus::PipelineClient, bus::PositioningClient,
-                           bus::RotateClient, bus::ServicesClient, bus::SupervisorClient, bus::WindowBlankingClient>;
+    using Clients = ListOf<bus::AnalyticsClient, bus::ConfigurationClient, bus::DayNightClient, bus::GatewayClient,
+                           bus::OnvifAnalyticServiceClient, bus::OnvifMetadataStreamerClient, bus::PipelineClient,
+                           bus::PositioningClient, bus::RotateClient, bus::ServicesClient, bus::SupervisorClient,
+                           bus::WindowBlankingClient>;
 
     std::shared_ptr<Clients> makeClients(sdbus::IConnection& connection);
     void hear(const base::Event& event);

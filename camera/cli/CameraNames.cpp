@@ -4,7 +4,6 @@
 #include "camera/base/PluginPath.h"
 #include "camera/cli/AnalyticsCalls.h"
 #include "camera/cli/Command.h"
-#include "camera/onvif/ConfigurationFile.h"
 
 namespace camera::cli {
 
@@ -37,8 +36,8 @@ Names listed(CameraClient& client, Method method)
 Names components(CameraClient& client, bool rules)
 {
     Names names;
-    for (const std::string& element : componentsNow(client, rules)) {
-        for (const onvif::ComponentName& component : onvif::componentsOf(element)) {
+    for (const onvif::PlacedComponent& component : publicComponents(client)) {
+        if (component.isRule == rules) {
             names.push_back(component.name);
         }
     }

@@ -13,18 +13,18 @@ namespace {
 
 using Context = CommandContext;
 
-using Analytics = bus::OnvifAnalyticServiceClient;
+using Target = bus::OnvifAnalyticServiceClient;
 
 std::string currentConfiguration(CameraClient& client)
 {
-    return client.ask(&Analytics::getCurrentConfiguration);
+    return client.ask(&Target::getCurrentConfiguration);
 }
 
 int get(Context& context)
 {
     const std::string preset = context.arguments.text("--preset");
     const std::string xml = preset.empty() ? currentConfiguration(context.client())
-                                           : context.client().ask(&Analytics::getPtzPresetConfiguration, preset);
+                                           : context.client().ask(&Target::getPtzPresetConfiguration, preset);
     if (!context.json()) {
         context.console.line(xml);
         return 0;
@@ -37,13 +37,13 @@ int get(Context& context)
 
 void setConfiguration(Context& context, CameraClient& client, const std::string& xml, const std::string& file)
 {
-    const auto [result, failed] = client.askWithin(context.patience(kWritePatience), &Analytics::setConfiguration, xml);
-    const std::vector<onvif::ComponentName> components = onvif::componentsOf(xml);
+    const auto [result, failed, refusal] =
+        client.askWithin(context.patience(kWritePatience), &bus::AnalyticsClient::setConfiguration, xml);
     if (result != 0 || failed != 0) {
-        throw CameraError("the camera refuses the configuration '" + file + "': " +
-                          onvif::refusalReason(components, componentTypes(client, true), componentTypes(client, false),
-                                               "the camera's log names"));
+        throw CameraError("the camera refuses the configuration '" + file +
+                          "': " + refusalReason(client, {xml}, refusal));
     }
+    const std::vector<onvif::ComponentName> components = onvif::componentsOf(xml);
     const std::vector<onvif::ComponentName> active = onvif::componentsOf(currentConfiguration(client));
     const bool all =
         std::all_of(components.begin(), components.end(), [&active](const onvif::ComponentName& component) {
@@ -101,7 +101,7 @@ int restore(Context& context)
 int reset(Context& context)
 {
     return change(context, [&](CameraClient& client) {
-        if (client.askWithin(context.patience(kWritePatience), &Analytics::restoreDefaultSettings) != 0) {
+        if (client.askWithin(context.patience(kWritePatience), &Target::restoreDefaultSettings) != 0) {
             throw CameraError("the camera cannot restore its defaults; its log names the reason");
         }
         context.console.line("The engines have no rules now; what is stored comes back when the camera starts again.");

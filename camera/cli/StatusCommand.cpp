@@ -46,6 +46,9 @@ Json::Value supervisor(CameraClient& client)
     using Supervisor = bus::SupervisorClient;
     Json::Value value =
         properties(client, std::pair("folder", &Supervisor::State), std::pair("bus", &Supervisor::Address));
+    for (const std::string& address : client.ask(&Supervisor::OnvifAddresses)) {
+        value[value.isMember("onvif") ? "onvifTls" : "onvif"] = address;
+    }
     for (const auto& row : client.ask(&Supervisor::Processes)) {
         const auto& [name, pid, restarts, since, lastExit] = columns(row);
         value["processes"].append(jsonObject({"process", "pid", "restarts", "started", "lastExit"}, name, pid, restarts,
@@ -183,6 +186,11 @@ void showProcesses(Context& context, const Json::Value& supervisor)
         label.clear();
     }
     line(context, "bus", textOf(supervisor["bus"]));
+    if (supervisor.isMember("onvif")) {
+        line(context, "onvif",
+             textOf(supervisor["onvif"]) +
+                 (supervisor.isMember("onvifTls") ? "  " + textOf(supervisor["onvifTls"]) : ""));
+    }
 }
 
 void showPosition(Context& context, const Json::Value& at)
@@ -340,6 +348,9 @@ void printParts(Context& context, const Json::Value& all)
     printPart(context, "services", all["services"]);
     printEach(context, "subscriber", all["services"]["subscribers"]);
     printPart(context, "metadata", all["metadata"]);
+    if (all.isMember("gateway")) {
+        printPart(context, "gateway", all["gateway"]);
+    }
     printEach(context, "fault", all["faults"]);
 }
 
@@ -357,6 +368,9 @@ Json::Value statusOf(CameraClient& client)
     all["services"] = part([&] { return services(client); });
     all["faults"] = part([&] { return faults(client); });
     all["supervisor"] = ofSupervisor.get();
+    if (all["supervisor"].isMember("onvif")) {
+        all["gateway"] = part([&] { return properties(client, std::pair("pid", &bus::GatewayClient::Pid)); });
+    }
     all["pipeline"] = ofPipeline.get();
     all["position"] = ofPosition.get();
     all["metadata"] = ofMetadata.get();
@@ -421,6 +435,7 @@ int status(Context& context)
     showPosition(context, all["position"]);
     showPipeline(context, all["pipeline"]);
     showServices(context, all["metadata"], all["faults"]);
+    answers(context, "gateway", all["gateway"]);
     return code;
 }
 
@@ -446,6 +461,9 @@ int setLogLevel(Context& context)
     client.ask(&bus::SupervisorClient::setLogLevel, level);
     client.ask(&bus::ServicesClient::setLogLevel, level);
     client.ask(&bus::PipelineClient::setLogLevel, level);
+    if (!client.ask(&bus::SupervisorClient::OnvifAddresses).empty()) {
+        client.ask(&bus::GatewayClient::setLogLevel, level);
+    }
     context.console.line("Every process of the camera logs " + std::string(level == "debug"  ? "everything."
                                                                            : level == "info" ? "more."
                                                                                              : "errors only."));

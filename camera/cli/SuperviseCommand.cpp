@@ -2,11 +2,13 @@
 
 #include "camera/base/InputName.h"
 #include "camera/base/PluginPath.h"
+#include "camera/cli/GatewayStart.h"
 #include "camera/store/StateFolder.h"
 #include "camera/supervisor/Supervisor.h"
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace camera::cli {
 
@@ -39,10 +41,17 @@ Words servicesWords(const base::Arguments& arguments, const RuntimeFolder& folde
     return words;
 }
 
-Words pipelineWords(const store::StateFolder& state, const base::Arguments& arguments, const RuntimeFolder& folder,
-                    bool first)
+Words pipelineWords(const store::StateFolder& state, const base::Arguments& arguments, const Words& onvif,
+                    const RuntimeFolder& folder, bool first, bool again)
 {
     Words words = pipelineProgram(folder);
+    // As a first start, but what the tour needs may be gone.
+    if (first && again) {
+        words.emplace_back("--again");
+    }
+    for (const std::string& address : onvif) {
+        words.push_back("--onvif=" + address);
+    }
     if (!state.kept()) {
         words.insert(words.end(), {"--state=" + state.path().string(), "--temporary-state"});
     }
@@ -95,10 +104,16 @@ int superviseCamera(const base::Arguments& arguments, base::Console& console)
     const base::RunOptions options = base::runOptions(arguments);
     const store::StateFolder state(options.camera.stateDir);
     supervisor::SupervisorOptions plan;
+    std::optional<GatewayStart> gateway;
+    if (wantsGateway(arguments)) {
+        gateway.emplace(arguments);
+        plan.gateway = [&gateway](const RuntimeFolder& folder, bool first) { return gateway->program(folder, first); };
+        plan.onvif = gateway->addresses();
+    }
     plan.stateDir = state.path();
     plan.services = [&](const RuntimeFolder& folder, bool first) { return servicesWords(arguments, folder, first); };
-    plan.pipeline = [&](const RuntimeFolder& folder, bool first) {
-        return pipelineWords(state, arguments, folder, first);
+    plan.pipeline = [&, starts = 0](const RuntimeFolder& folder, bool first) mutable {
+        return pipelineWords(state, arguments, plan.onvif, folder, first, ++starts > 1);
     };
     plan.plugin = options.camera.plugin.empty() ? "libdetection.so" : options.camera.plugin;
     plan.batch = base::isBatch(options);

@@ -6,6 +6,8 @@
 #include "plugin/analytics/factory.h"
 #include "ravel/logging.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -31,7 +33,7 @@ bool fits(void* logContext, const Engines& engines, const Engine& engine)
     const std::string name = engine->getName();
     for (const Engine& other : engines) {
         const std::string otherName = other->getName();
-        if (name.empty() || isPrefix(name, otherName) || isPrefix(otherName, name)) {
+        if (isPrefix(name, otherName) || isPrefix(otherName, name)) { // an empty name begins every other one
             logError(logContext, "the engine '" + name + "' is left out: its name and '" + otherName + "' begin alike");
             return false;
         }
@@ -59,6 +61,13 @@ Engine create(const DetectionEngineModule& module, void* logContext, const std::
     return nullptr;
 }
 
+// The file under the name by which it was loaded.
+std::filesystem::path fileOf(EngineModule module)
+{
+    Dl_info info{};
+    return dladdr(module, &info) != 0 && info.dli_fname != nullptr ? info.dli_fname : "";
+}
+
 } // namespace
 
 EngineFactory::EngineFactory(EngineSource source, std::vector<EngineModule> modules,
@@ -70,15 +79,18 @@ EngineFactory::EngineFactory(EngineSource source, std::vector<EngineModule> modu
 Engines EngineFactory::make(void* logContext, const std::shared_ptr<IAnalyticsPtz>& ptz)
 {
     Engines engines = _source ? _source(logContext, ptz) : Engines();
-    auto firstOfTheProgram = engines.begin();
+    std::vector<std::filesystem::path> files; // of the modules' engines, which come first
     for (const EngineModule& module : _modules) {
         const Engine engine = create(*module, logContext, ptz, engines);
         if (engine) {
-            firstOfTheProgram = std::next(engines.insert(firstOfTheProgram, engine));
+            engines.insert(engines.begin() + static_cast<std::ptrdiff_t>(files.size()), engine);
+            files.push_back(fileOf(module));
         }
     }
-    for (Engine& engine : engines) {
-        auto record = std::make_shared<EngineRecord>(engine->getName(), _activeChanged);
+    files.resize(engines.size());
+    for (std::size_t i = 0; i < engines.size(); ++i) {
+        Engine& engine = engines[i];
+        auto record = std::make_shared<EngineRecord>(engine->getName(), _activeChanged, files[i]);
         _records.push_back(record);
         engine = std::make_shared<EngineMonitor>(std::move(engine), std::move(record));
     }

@@ -38,8 +38,9 @@ void refuse(const EngineRecord& record, const std::string& what, std::size_t byt
 
 } // namespace
 
-EngineRecord::EngineRecord(std::string name, Listener activeChanged)
+EngineRecord::EngineRecord(std::string name, Listener activeChanged, std::filesystem::path module)
     : _name(std::move(name)),
+      _module(std::move(module)),
       _ofEngine(" of engine '" + _name + "'"),
       _frame("onFrame" + _ofEngine),
       _activeChanged(std::move(activeChanged))
@@ -54,6 +55,12 @@ void EngineRecord::setActive(IRuleSet* ruleSet)
     if (changed && _activeChanged) {
         _activeChanged();
     }
+}
+
+EngineTypes EngineRecord::types() const
+{
+    return _monitor != nullptr ? EngineTypes{_monitor->getSupportedEngines(), _monitor->getSupportedRules()}
+                               : EngineTypes();
 }
 
 void EngineRecord::addFrame(std::chrono::nanoseconds took)
@@ -81,6 +88,7 @@ EngineMonitor::EngineMonitor(std::shared_ptr<analytics_lib::IOnvifAnalytics> eng
                              std::shared_ptr<EngineRecord> record)
     : _record(std::move(record)), _engine(std::move(engine))
 {
+    _record->_monitor = this;
 }
 
 void EngineMonitor::Events::OnEvent(const std::string& topic, const std::string& source, const std::string& data)
@@ -94,6 +102,7 @@ void EngineMonitor::Events::OnEvent(const std::string& topic, const std::string&
 
 EngineMonitor::~EngineMonitor()
 {
+    _record->_monitor = nullptr;
     _record->setActive(nullptr); // the rule sets go with the engine
 }
 

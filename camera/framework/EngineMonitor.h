@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -28,16 +29,29 @@ struct FrameTimes {
     std::array<std::uint64_t, kBuckets> histogram{};
 };
 
-/// What is known of one engine, also after it was destroyed. Thread-safe, activeRuleSet() apart.
+class EngineMonitor;
+
+/// The types of components that an engine says it supports.
+struct EngineTypes {
+    std::vector<std::string> modules;
+    std::vector<std::string> rules;
+};
+
+/// What is known of one engine, also after it was destroyed. Thread-safe, activeRuleSet() and types() apart.
 class EngineRecord {
 public:
     /// Called on the control thread, inside the operation, each time that a rule set was activated or the active one is
     /// no more. Throws nothing.
     using Listener = std::function<void()>;
 
-    EngineRecord(std::string name, Listener activeChanged);
+    /// @param module  the engine module's file; empty: it is an engine of the program.
+    EngineRecord(std::string name, Listener activeChanged, std::filesystem::path module = {});
 
     const std::string& name() const { return _name; }
+    const std::filesystem::path& module() const { return _module; }
+
+    /// Asks the engine; none when it was destroyed. Throws what the engine throws. Thread: the control thread.
+    EngineTypes types() const;
 
     /// The rule set whose activation the engine accepted last; null after clearAllRules, after the release of that rule
     /// set and without the engine. Thread: the control thread, on which it may be asked for its text.
@@ -58,9 +72,11 @@ private:
     void addFrame(std::chrono::nanoseconds took);
 
     const std::string _name;
+    const std::filesystem::path _module;
     const std::string _ofEngine;
     const base::Activity::Label _frame;
     const Listener _activeChanged;
+    EngineMonitor* _monitor = nullptr;          // control thread; null without the engine
     analytics_lib::IRuleSet* _active = nullptr; // control thread
     bool _pluginEnds = false;                   // control thread
     std::atomic<std::uint64_t> _calls{0};       // without onFrame

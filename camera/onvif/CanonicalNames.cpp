@@ -1,145 +1,146 @@
 #include "camera/onvif/CanonicalNames.h"
 
-#include "camera/onvif/NamespaceScopes.h"
+#include "camera/base/Text.h"
 
-#include <pugixml.hpp>
-
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <set>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 namespace camera::onvif {
 
 namespace {
 
-/// Walks a document once and renames on the way. It follows pointers instead of recursion, because a
-/// hostile document may be nested very deeply.
-class Rewriter {
-public:
-    explicit Rewriter(const std::string& text) : _text(text)
-    {
-        const pugi::xml_parse_result result = _document.load_buffer(
-            text.data(), text.size(), pugi::parse_default | pugi::parse_doctype, pugi::encoding_utf8);
-        if (!result) {
-            refuse(std::string("this is no well-formed XML: ") + result.description(), result.offset);
+[[noreturn]] void refuse(const std::string& text, const std::string& reason, std::ptrdiff_t offset)
+{
+    const auto end = text.begin() + std::clamp<std::ptrdiff_t>(offset, 0, static_cast<std::ptrdiff_t>(text.size()));
+    const auto line = static_cast<std::size_t>(std::count(text.begin(), end, '\n')) + 1;
+    const auto lineBegin = std::find(std::make_reverse_iterator(end), text.rend(), '\n').base();
+    throw XmlRefusal(reason, line, static_cast<std::size_t>(end - lineBegin) + 1);
+}
+
+/// Calls enter for an element, then the same for those in it, then leave. It follows pointers instead of recursion,
+/// because a hostile document may be nested very deeply.
+template <class Enter, class Leave>
+void walk(const pugi::xml_node& root, const Enter& enter, const Leave& leave)
+{
+    pugi::xml_node node = root;
+    for (;;) {
+        if (node.type() == pugi::node_element) {
+            enter(node);
         }
-        for (const pugi::xml_node& node : _document.children()) {
-            if (node.type() == pugi::node_doctype) {
-                refuse("a DOCTYPE is not accepted", node.offset_debug());
+        if (node.type() == pugi::node_element && node.first_child()) {
+            node = node.first_child();
+            continue;
+        }
+        for (;;) {
+            if (node.type() == pugi::node_element) {
+                leave(node);
             }
+            if (node == root) {
+                return;
+            }
+            if (node.next_sibling()) {
+                node = node.next_sibling();
+                break;
+            }
+            node = node.parent();
         }
     }
+}
 
-    std::string rewrite(const std::string& rootName)
+std::string prefixOf(const std::string& name)
+{
+    const std::size_t colon = name.find(':');
+    return colon == std::string::npos ? "" : name.substr(0, colon);
+}
+
+/// Whether the value of an attribute is a name itself. The type of a password is an address.
+bool isNameValue(const std::string& element, const std::string& attribute)
+{
+    if (attribute == "Name") {
+        return element == "tt:RuleDescription" || element == "tt:AnalyticsModuleDescription";
+    }
+    if (attribute == "RuleType" || attribute == "AnalyticsModule") {
+        return prefixOf(element) == "tan";
+    }
+    return attribute == "xsi:type" || (attribute == "Type" && prefixOf(element) != "wsse");
+}
+
+/// Whether what stands in an element is a name itself.
+bool isNameText(const std::string& element)
+{
+    return element == "tan:RuleType" || element == "tan:Type";
+}
+
+class Rewriter {
+public:
+    Rewriter(const std::string& text, const NamespaceTable& table, std::size_t mostDeep)
+        : _text(text), _table(table), _mostDeep(mostDeep), _scopes(table)
     {
-        const pugi::xml_node root = _document.document_element();
-        if (!root) {
-            refuse("there is no element in it", 0);
-        }
-        walk(root);
-        if (rootName != root.name()) {
-            refuse("its root element is '" + _originalRootName + "', but a configuration's is '" + rootName + "'",
-                   root.offset_debug());
-        }
-        declareOnRoot(root);
-        std::ostringstream out;
-        _document.document_element().print(out, "", pugi::format_raw);
-        return out.str();
+    }
+
+    void rewrite(const pugi::xml_node& root)
+    {
+        walk(
+            root, [this](pugi::xml_node element) { enter(element); }, [this](const pugi::xml_node&) { leave(); });
     }
 
 private:
-    [[noreturn]] void refuse(const std::string& reason, std::ptrdiff_t offset) const
-    {
-        std::size_t line = 1;
-        std::size_t column = 1;
-        for (std::ptrdiff_t i = 0; i < offset && i < static_cast<std::ptrdiff_t>(_text.size()); ++i) {
-            if (_text[static_cast<std::size_t>(i)] == '\n') {
-                ++line;
-                column = 1;
-            } else {
-                ++column;
-            }
-        }
-        throw XmlRefusal(reason, line, column);
-    }
-
-    void walk(pugi::xml_node root)
-    {
-        _originalRootName = root.name();
-        pugi::xml_node node = root;
-        for (;;) {
-            if (node.type() == pugi::node_element) {
-                enter(node);
-            }
-            if (node.type() == pugi::node_element && node.first_child()) {
-                node = node.first_child();
-                continue;
-            }
-            for (;;) {
-                if (node.type() == pugi::node_element) {
-                    _scopes.leave();
-                }
-                if (node == root) {
-                    return;
-                }
-                if (node.next_sibling()) {
-                    node = node.next_sibling();
-                    break;
-                }
-                node = node.parent();
-            }
-        }
-    }
-
     void enter(pugi::xml_node node)
     {
+        if (++_depth > _mostDeep) {
+            refuse(_text, "more than " + std::to_string(_mostDeep) + " elements stand within each other",
+                   node.offset_debug());
+        }
         _scopes.enter(node);
-        const std::string original = node.name();
-        Carried carried;
-        // Attributes first, so that a refusal names the element as its author wrote it.
+        const std::string name = renamed(node, node.name(), true);
         std::vector<pugi::xml_attribute> declarations;
         for (pugi::xml_attribute attribute : node.attributes()) {
             if (isDeclaration(attribute.name())) {
                 declarations.push_back(attribute);
+            } else {
+                renameAttribute(node, name, attribute);
             }
         }
-        for (pugi::xml_attribute attribute : node.attributes()) {
-            if (!isDeclaration(attribute.name())) {
-                renameAttribute(node, attribute, carried);
-            }
+        if (isNameText(name)) {
+            node.text().set(renamed(node, base::trimmed(node.text().get()), true).c_str());
         }
-        node.set_name(renamed(node, original, true, carried).c_str());
-        for (pugi::xml_attribute declaration : declarations) {
+        // Last, so that a refusal names the element as its author wrote it.
+        node.set_name(name.c_str());
+        for (const pugi::xml_attribute& declaration : declarations) {
             node.remove_attribute(declaration);
         }
-        for (const auto& [prefix, uri] : carried) {
+        for (const auto& [prefix, uri] : std::exchange(_carried, {})) {
             node.append_attribute(prefix.empty() ? "xmlns" : ("xmlns:" + prefix).c_str()).set_value(uri.c_str());
         }
     }
 
-    using Carried = std::map<std::string, std::string>;
-
-    void renameAttribute(const pugi::xml_node& node, pugi::xml_attribute attribute, Carried& carried)
+    void leave()
     {
-        const std::string name = attribute.name();
-        std::string localName = name;
-        if (const std::size_t colon = name.find(':'); colon != std::string::npos) {
-            localName = renamed(node, name, false, carried);
-            attribute.set_name(localName.c_str());
+        _scopes.leave();
+        --_depth;
+    }
+
+    void renameAttribute(const pugi::xml_node& node, const std::string& element, pugi::xml_attribute attribute)
+    {
+        std::string name = attribute.name();
+        if (name.find(':') != std::string::npos) {
+            name = renamed(node, name, false);
+            attribute.set_name(name.c_str());
         }
-        // The values of these two are names. A value without a prefix stays when there is no default namespace.
-        if (localName == "Type" || localName == "xsi:type") {
-            attribute.set_value(renamed(node, attribute.value(), true, carried).c_str());
+        // A value without a prefix stays when there is no default namespace.
+        if (isNameValue(element, name)) {
+            attribute.set_value(renamed(node, attribute.value(), true).c_str());
         }
     }
 
-    std::string renamed(const pugi::xml_node& node, const std::string& name, bool defaultApplies, Carried& carried)
+    std::string renamed(const pugi::xml_node& node, const std::string& name, bool defaultApplies)
     {
-        const std::size_t colon = name.find(':');
-        const std::string prefix = colon == std::string::npos ? "" : name.substr(0, colon);
-        const std::string local = colon == std::string::npos ? name : name.substr(colon + 1);
+        const std::string prefix = prefixOf(name);
         if (prefix == "xml" || (prefix.empty() && !defaultApplies)) {
             return name;
         }
@@ -148,43 +149,126 @@ private:
             if (prefix.empty()) {
                 return name;
             }
-            refuse("the element '" + std::string(node.name()) + "' uses the prefix '" + prefix +
+            refuse(_text,
+                   "the element '" + std::string(node.name()) + "' uses the prefix '" + prefix +
                        "', which stands for no namespace; declare it with xmlns:" + prefix + "=\"...\"",
                    node.offset_debug());
         }
-        if (const std::optional<std::string> canonical = canonicalPrefix(*uri)) {
-            _used.insert(*canonical);
-            return *canonical + ":" + local;
+        if (const std::optional<std::string> canonical = _table.prefixOf(*uri)) {
+            return *canonical + ":" + (prefix.empty() ? name : name.substr(prefix.size() + 1));
         }
-        if (!prefix.empty() && canonicalUri(prefix)) {
-            refuse("the element '" + std::string(node.name()) + "' uses the prefix '" + prefix + "' for '" + *uri +
-                       "', but it is kept for '" + *canonicalUri(prefix) + "'; choose another prefix",
+        if (const auto kept = _table.uriOf(prefix)) {
+            refuse(_text,
+                   "the element '" + std::string(node.name()) + "' uses the prefix '" + prefix + "' for '" + *uri +
+                       "', but it is kept for '" + *kept + "'; choose another prefix",
                    node.offset_debug());
         }
-        carried[prefix] = *uri;
+        _carried[prefix] = *uri;
         return name;
     }
 
-    void declareOnRoot(pugi::xml_node root)
-    {
-        _used.insert("tt");
-        for (auto prefix = _used.rbegin(); prefix != _used.rend(); ++prefix) {
-            root.prepend_attribute(("xmlns:" + *prefix).c_str()).set_value(canonicalUri(*prefix)->c_str());
-        }
-    }
-
     const std::string& _text;
-    pugi::xml_document _document;
+    const NamespaceTable& _table;
+    const std::size_t _mostDeep;
     NamespaceScopes _scopes;
-    std::set<std::string> _used;
-    std::string _originalRootName;
+    std::size_t _depth = 0;
+    std::map<std::string, std::string> _carried; ///< what the element that is entered must declare itself
 };
 
 } // namespace
 
+namespace {
+
+/// Where a reference to the character 0 stands, which XML forbids and which would end a text for the parser.
+std::size_t nullReference(const std::string& text)
+{
+    for (std::size_t at = text.find("&#"); at != std::string::npos; at = text.find("&#", at + 2)) {
+        const bool hexadecimal = text.compare(at + 2, 1, "x") == 0;
+        const std::size_t digits = at + (hexadecimal ? 3 : 2);
+        const std::size_t end = text.find_first_not_of('0', digits);
+        if (end != std::string::npos && end != digits && text[end] == ';') {
+            return at;
+        }
+    }
+    return std::string::npos;
+}
+
+} // namespace
+
+pugi::xml_document parsed(const std::string& text)
+{
+    if (const std::size_t at = nullReference(text); at != std::string::npos) {
+        refuse(text, "this is no well-formed XML: a reference to the character 0", static_cast<std::ptrdiff_t>(at));
+    }
+    pugi::xml_document document;
+    const pugi::xml_parse_result result =
+        document.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_doctype, pugi::encoding_utf8);
+    if (!result) {
+        refuse(text, std::string("this is no well-formed XML: ") + result.description(), result.offset);
+    }
+    for (const pugi::xml_node& node : document.children()) {
+        if (node.type() == pugi::node_doctype) {
+            refuse(text, "a DOCTYPE is not accepted", node.offset_debug());
+        }
+    }
+    if (!document.document_element()) {
+        refuse(text, "there is no element in it", 0);
+    }
+    return document;
+}
+
+std::string makeCanonical(const pugi::xml_document& document, const std::string& text, const NamespaceTable& table,
+                          std::size_t mostDeep)
+{
+    const pugi::xml_node root = document.document_element();
+    std::string original = root.name();
+    Rewriter(text, table, mostDeep).rewrite(root);
+    return original;
+}
+
+void declareUsed(pugi::xml_node element, const NamespaceTable& table)
+{
+    std::set<std::string> used;
+    const auto note = [&used, &table](const std::string& name) {
+        if (const std::string prefix = prefixOf(name); table.uriOf(prefix)) {
+            used.insert(prefix);
+        }
+    };
+    const auto noteAll = [&note](const pugi::xml_node& node) {
+        note(node.name());
+        for (const pugi::xml_attribute& attribute : node.attributes()) {
+            note(attribute.name());
+            if (isNameValue(node.name(), attribute.name())) {
+                note(attribute.value());
+            }
+        }
+        if (isNameText(node.name())) {
+            note(node.text().get());
+        }
+    };
+    walk(element, noteAll, [](const pugi::xml_node&) {});
+    for (auto prefix = used.rbegin(); prefix != used.rend(); ++prefix) {
+        const std::string name = "xmlns:" + *prefix;
+        if (!element.attribute(name.c_str())) {
+            element.prepend_attribute(name.c_str()).set_value(table.uriOf(*prefix)->c_str());
+        }
+    }
+}
+
 std::string canonicalDocument(const std::string& text, const std::string& rootName)
 {
-    return Rewriter(text).rewrite(rootName);
+    const NamespaceTable& table = NamespaceTable::ofDocuments();
+    const pugi::xml_document document = parsed(text);
+    const pugi::xml_node root = document.document_element();
+    const std::ptrdiff_t offset = root.offset_debug();
+    const std::string original = makeCanonical(document, text, table);
+    if (rootName != root.name()) {
+        refuse(text, "its root element is '" + original + "', but a configuration's is '" + rootName + "'", offset);
+    }
+    declareUsed(root, table);
+    std::ostringstream out;
+    root.print(out, "", pugi::format_raw);
+    return out.str();
 }
 
 } // namespace camera::onvif

@@ -1,6 +1,11 @@
 #pragma once
 
+#include "camera/onvif/NamespaceScopes.h"
+
+#include <pugixml.hpp>
+
 #include <cstddef>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -31,5 +36,21 @@ public:
  *         rewritten: the sentence names the element.
  */
 std::string canonicalDocument(const std::string& text, const std::string& rootName);
+
+/// Parses a text. @throws XmlRefusal when it is no XML, has a DOCTYPE or no element.
+pugi::xml_document parsed(const std::string& text);
+
+/**
+ * The same rewriting of a whole document in place, by the prefixes of a table, without declaring these.
+ *
+ * @param text     what the document was parsed from, for the place of a refusal.
+ * @param mostDeep how many elements may stand within each other.
+ * @return the root's name as its author wrote it.
+ */
+std::string makeCanonical(const pugi::xml_document& document, const std::string& text, const NamespaceTable& table,
+                          std::size_t mostDeep = std::numeric_limits<std::size_t>::max());
+
+/// Declares on an element those prefixes of the table that it and what is in it use, so that it can stand alone.
+void declareUsed(pugi::xml_node element, const NamespaceTable& table);
 
 } // namespace camera::onvif

@@ -20,11 +20,12 @@ namespace camera::onvif {
 namespace {
 
 constexpr char kConfiguration[] = "tt:VideoAnalyticsConfiguration";
-constexpr char kModules[] = "tt:AnalyticsEngineConfiguration";
-constexpr char kRules[] = "tt:RuleEngineConfiguration";
+constexpr char kModuleList[] = "tt:AnalyticsEngineConfiguration";
+constexpr char kRuleList[] = "tt:RuleEngineConfiguration";
 constexpr char kModule[] = "tt:AnalyticsModule";
 constexpr char kRule[] = "tt:Rule";
 constexpr char kPreset[] = "PtzPreset";
+constexpr char kNotValid[] = "not a valid component"; // the plug-in's line about what every engine refuses
 
 std::string readWhole(const std::string& path)
 {
@@ -82,12 +83,12 @@ std::vector<pugi::xml_node> componentNodes(const pugi::xml_document& document)
     collect(document, false, found);
     collect(document, true, found);
     const pugi::xml_node root = document.child(kConfiguration);
-    collect(root.child(kModules), false, found);
-    collect(root.child(kRules), true, found);
+    collect(root.child(kModuleList), false, found);
+    collect(root.child(kRuleList), true, found);
     return found;
 }
 
-auto parametersOf(const pugi::xml_node& component)
+auto parameterItems(const pugi::xml_node& component)
 {
     return component.child("tt:Parameters").children("tt:SimpleItem");
 }
@@ -96,7 +97,7 @@ ComponentName nameOf(const pugi::xml_node& node)
 {
     ComponentName component{std::string(node.name()) == kRule, node.attribute("Name").value(),
                             node.attribute("Type").value(), ""};
-    for (const pugi::xml_node& item : parametersOf(node)) {
+    for (const pugi::xml_node& item : parameterItems(node)) {
         if (std::string(item.attribute("Name").value()) == kPreset) {
             component.preset = item.attribute("Value").value();
         }
@@ -129,7 +130,7 @@ std::vector<std::string> readComponents(const std::string& path, bool rules)
     pugi::xml_document document;
     document.load_buffer(whole.data(), whole.size());
     std::vector<std::string> components;
-    const pugi::xml_node list = document.child(kConfiguration).child(rules ? kRules : kModules);
+    const pugi::xml_node list = document.child(kConfiguration).child(rules ? kRuleList : kModuleList);
     for (const pugi::xml_node& node : list.children(wanted)) {
         components.push_back(textOf(node));
     }
@@ -160,7 +161,7 @@ std::vector<Json::Value> componentObjects(const std::string& xml)
         for (const pugi::xml_node& node : componentNodes(document)) {
             Json::Value object = componentObject(nameOf(node));
             object["xml"] = textOf(node);
-            for (const pugi::xml_node& item : parametersOf(node)) {
+            for (const pugi::xml_node& item : parameterItems(node)) {
                 const std::string name = item.attribute("Name").value();
                 if (name != kPreset && !object.isMember(name)) {
                     object[name] = item.attribute("Value").value();
@@ -181,8 +182,21 @@ Json::Value componentObject(const ComponentName& component)
     return object;
 }
 
+std::string refusalText(std::vector<std::string> lines)
+{
+    const auto engines = std::remove(lines.begin(), lines.end(), kNotValid);
+    if (engines != lines.begin()) {
+        lines.erase(engines, lines.end());
+    }
+    std::string text;
+    for (const std::string& line : lines) {
+        text += (text.empty() ? "" : "; ") + line;
+    }
+    return text;
+}
+
 std::string refusalReason(const std::vector<ComponentName>& components, const std::vector<std::string>& ruleTypes,
-                          const std::vector<std::string>& moduleTypes, const std::string& log)
+                          const std::vector<std::string>& moduleTypes, std::vector<std::string> lines)
 {
     for (const ComponentName& component : components) {
         const std::vector<std::string>& types = component.isRule ? ruleTypes : moduleTypes;
@@ -194,7 +208,9 @@ std::string refusalReason(const std::vector<ComponentName>& components, const st
     if (components.empty()) {
         return "there is no rule and no module in it";
     }
-    return log + " the reason; without one, it mixes the types of several engines, which take a file each";
+    const std::string reason = refusalText(std::move(lines));
+    return reason.empty() ? "no engine names a reason; it mixes the types of several engines, which take a file each"
+                          : reason;
 }
 
 std::string describe(const ComponentName& component)

@@ -32,11 +32,14 @@ std::vector<Json::Value> componentObjects(const std::string& xml);
 Json::Value componentObject(const ComponentName& component);
 
 /**
- * Why no engine takes a configuration of these components, as far as the types that the engines know tell.
- * @param log what names the reason where the types do not tell it: "the camera's log names".
+ * Why no engine takes these components, as far as the types that the engines know and the error lines tell.
+ * @param lines what was logged meanwhile, in its order.
  */
 std::string refusalReason(const std::vector<ComponentName>& components, const std::vector<std::string>& ruleTypes,
-                          const std::vector<std::string>& moduleTypes, const std::string& log);
+                          const std::vector<std::string>& moduleTypes, std::vector<std::string> lines);
+
+/// What the error lines of a refusal say themselves, without what each refusal has.
+std::string refusalText(std::vector<std::string> lines);
 
 /// "rule 'Gate' (tt:CellMotionDetector, preset Door)"
 std::string describe(const ComponentName& component);

@@ -1,25 +1,53 @@
 #include "camera/onvif/NamespaceScopes.h"
 
-#include <array>
+#include <algorithm>
 #include <utility>
 
 namespace camera::onvif {
 
 namespace {
 
-const std::array<std::pair<std::string, std::string>, 8>& known()
+using Rows = std::vector<NamespaceTable::Row>;
+
+Rows documentRows()
 {
-    static const std::array<std::pair<std::string, std::string>, 8> names = {{
-        {"tt", "http://www.onvif.org/ver10/schema"},
-        {"tns1", "http://www.onvif.org/ver10/topics"},
-        {"axt", "http://www.onvif.org/ver20/analytics"},
-        {"tan", "http://www.onvif.org/ver20/analytics/wsdl"},
-        {"wsnt", "http://docs.oasis-open.org/wsn/b-2"},
-        {"xs", "http://www.w3.org/2001/XMLSchema"},
-        {"xsi", "http://www.w3.org/2001/XMLSchema-instance"},
-        {"vca", "urn:x-virtual-camera:analytics"},
-    }};
-    return names;
+    return {
+        {"tt", "http://www.onvif.org/ver10/schema"},          {"tns1", "http://www.onvif.org/ver10/topics"},
+        {"axt", "http://www.onvif.org/ver20/analytics"},      {"tan", "http://www.onvif.org/ver20/analytics/wsdl"},
+        {"wsnt", "http://docs.oasis-open.org/wsn/b-2"},       {"xs", "http://www.w3.org/2001/XMLSchema"},
+        {"xsi", "http://www.w3.org/2001/XMLSchema-instance"}, {"vca", "urn:x-virtual-camera:analytics"},
+    };
+}
+
+Rows messageRows()
+{
+    Rows rows = documentRows();
+    const Rows more = {
+        {"env", "http://www.w3.org/2003/05/soap-envelope"},
+        {"wsa", "http://www.w3.org/2005/08/addressing"},
+        {"wsse", "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-wssecurity-secext-1.0.xsd"},
+        {"wsu", "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-wssecurity-utility-1.0.xsd"},
+        {"ter", "http://www.onvif.org/ver10/error"},
+        {"tds", "http://www.onvif.org/ver10/device/wsdl"},
+        {"trt", "http://www.onvif.org/ver10/media/wsdl"},
+        {"tr2", "http://www.onvif.org/ver20/media/wsdl"},
+        {"tmd", "http://www.onvif.org/ver10/deviceIO/wsdl"},
+        {"timg", "http://www.onvif.org/ver20/imaging/wsdl"},
+    };
+    rows.insert(rows.end(), more.begin(), more.end());
+    return rows;
+}
+
+std::optional<std::string> secondOf(const Rows& rows, const std::string& first)
+{
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto& each) { return each.first == first; });
+    return row == rows.end() ? std::nullopt : std::optional(row->second);
+}
+
+std::optional<std::string> firstOf(const Rows& rows, const std::string& second)
+{
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto& each) { return each.second == second; });
+    return row == rows.end() ? std::nullopt : std::optional(row->first);
 }
 
 } // namespace
@@ -29,29 +57,38 @@ bool isDeclaration(const std::string& attributeName)
     return attributeName == "xmlns" || attributeName.compare(0, 6, "xmlns:") == 0;
 }
 
-std::optional<std::string> canonicalPrefix(const std::string& uri)
+const NamespaceTable& NamespaceTable::ofDocuments()
 {
-    for (const auto& [prefix, knownUri] : known()) {
-        if (knownUri == uri) {
-            return prefix;
-        }
-    }
-    return std::nullopt;
+    static const NamespaceTable table(documentRows());
+    return table;
 }
 
-std::optional<std::string> canonicalUri(const std::string& prefix)
+const NamespaceTable& NamespaceTable::ofMessages()
 {
-    for (const auto& [knownPrefix, uri] : known()) {
-        if (knownPrefix == prefix) {
-            return uri;
-        }
-    }
-    return std::nullopt;
+    // The last one is what a common client writes for the analytics service.
+    static const NamespaceTable table(messageRows(), {{"tan", "http://www.onvif.org/ver10/analytics"}});
+    return table;
 }
 
-NamespaceScopes::NamespaceScopes()
+NamespaceTable::NamespaceTable(std::vector<Row> rows, std::vector<Row> aliases)
+    : _rows(std::move(rows)), _aliases(std::move(aliases))
 {
-    for (const auto& [prefix, uri] : known()) {
+}
+
+std::optional<std::string> NamespaceTable::prefixOf(const std::string& uri) const
+{
+    const auto prefix = firstOf(_rows, uri);
+    return prefix ? prefix : firstOf(_aliases, uri);
+}
+
+std::optional<std::string> NamespaceTable::uriOf(const std::string& prefix) const
+{
+    return secondOf(_rows, prefix);
+}
+
+NamespaceScopes::NamespaceScopes(const NamespaceTable& table)
+{
+    for (const auto& [prefix, uri] : table.rows()) {
         _bindings[prefix].push_back(uri);
     }
 }

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace camera::onvif {
@@ -12,15 +13,33 @@ namespace camera::onvif {
 /// "xmlns" or "xmlns:..."
 bool isDeclaration(const std::string& attributeName);
 
-/// The prefix under which the analytics service knows a namespace, if it knows it.
-std::optional<std::string> canonicalPrefix(const std::string& uri);
-std::optional<std::string> canonicalUri(const std::string& prefix);
+/// Namespaces, each with the one prefix that our texts have for it.
+class NamespaceTable {
+public:
+    using Row = std::pair<std::string, std::string>; ///< prefix, namespace
 
-/// Which prefix stands for which namespace at each element of a document. The prefixes that the service knows
-/// count as declared from the start, because documents without declarations are common.
+    /// Those of the documents that the analytics service takes: it finds elements by these prefixes.
+    static const NamespaceTable& ofDocuments();
+
+    /// The same, and those of messages: SOAP, its headers, the services.
+    static const NamespaceTable& ofMessages();
+
+    explicit NamespaceTable(std::vector<Row> rows, std::vector<Row> aliases = {});
+
+    std::optional<std::string> prefixOf(const std::string& uri) const;
+    std::optional<std::string> uriOf(const std::string& prefix) const;
+    const std::vector<Row>& rows() const { return _rows; }
+
+private:
+    std::vector<Row> _rows;
+    std::vector<Row> _aliases; ///< other names of a namespace
+};
+
+/// Which prefix stands for which namespace at each element of a document. The prefixes of the table count as declared
+/// from the start, because documents without declarations are common.
 class NamespaceScopes {
 public:
-    NamespaceScopes();
+    explicit NamespaceScopes(const NamespaceTable& table);
 
     /// Adds the declarations of an element, until the matching leave().
     void enter(const pugi::xml_node& element);

@@ -1,5 +1,6 @@
 #include "camera/pipeline/AnalyticsObject.h"
 
+#include "camera/base/Contained.h"
 #include "camera/pipeline/ControlAnswer.h"
 
 #include <utility>
@@ -7,36 +8,32 @@
 namespace camera::pipeline {
 
 AnalyticsObject::AnalyticsObject(const std::shared_ptr<bus::Session>& session, TargetClient& client,
-                                 serviceapi::ControlThread& control, std::function<std::string()> whose)
-    : OnvifAnalyticServiceServer(session->connection(), onControl(session, control)),
+                                 serviceapi::ControlThread& control, const framework::EngineFactory& engines,
+                                 const std::vector<std::string>& descriptions)
+    : AnalyticsServer(session->connection(), onControl(session, control)),
       _client(client),
-      _whose(std::move(whose))
+      _engines(engines),
+      _descriptions(descriptions)
 {
     takeName();
 }
 
-std::tuple<std::int32_t, std::uint8_t> AnalyticsObject::setConfiguration(const std::string& xml)
+std::tuple<std::int32_t, std::uint8_t, AnalyticsObject::Texts> AnalyticsObject::setConfiguration(const std::string& xml)
 {
-    const auto acceptance = _client.acceptConfiguration(xml);
-    return {acceptance.result, acceptance.failed};
+    auto acceptance = _client.acceptConfiguration(xml);
+    return {acceptance.result, acceptance.failed, std::move(acceptance.refusal)};
 }
 
-std::int32_t AnalyticsObject::restoreDefaultSettings()
+std::vector<AnalyticsObject::EngineRow> AnalyticsObject::engines()
 {
-    _client.restoreDefaultSettings();
-    return 0;
-}
-
-std::int32_t AnalyticsObject::readFramesFromFile(const std::string& engine, const std::string& path, bool flag)
-{
-    _client.readFramesFromFile(engine, path, flag);
-    return 0;
-}
-
-std::int32_t AnalyticsObject::writeFramesToFile(const std::string& engine, const std::string& path, std::uint32_t count)
-{
-    _client.writeFramesToFile(engine, path, count);
-    return 0;
+    std::vector<EngineRow> rows;
+    for (const auto& engine : _engines.records()) {
+        framework::EngineTypes types; // of one that fails there are none, the others are told
+        base::contained("engines", "the types of engine '" + engine->name() + "' cannot be read",
+                        [&] { types = engine->types(); });
+        rows.emplace_back(engine->name(), types.modules, types.rules, _descriptions[rows.size()]);
+    }
+    return rows;
 }
 
 } // namespace camera::pipeline

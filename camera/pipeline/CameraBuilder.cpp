@@ -38,10 +38,11 @@ std::unique_ptr<Device> buildCamera(const DeviceOptions& deviceOptions, base::Co
 bool configure(Device& device, const std::string& xml, const std::string& origin)
 {
     const std::vector<onvif::ComponentName> given = onvif::componentsOf(xml);
-    if (!device.target().setConfiguration(xml)) {
+    const TargetClient::Acceptance acceptance = device.target().acceptConfiguration(xml);
+    if (!acceptance.ok()) {
         throw std::runtime_error("the camera refuses the configuration '" + origin + "': " +
                                  onvif::refusalReason(given, device.target().supportedRules(),
-                                                      device.target().supportedEngines(), "the log lines above name") +
+                                                      device.target().supportedEngines(), acceptance.refusal) +
                                  ".");
     }
     const std::vector<onvif::ComponentName> active = onvif::componentsOf(device.target().currentConfiguration());

@@ -137,6 +137,12 @@ bool PipelineObject::showsElsewhere(std::uint32_t pan, std::int32_t tilt, std::u
     return _report.showsElsewhere && _report.showsElsewhere(position);
 }
 
+PipelineObject::PictureRow PipelineObject::pictureFormat()
+{
+    const PictureStatus picture = _report.status().picture;
+    return {picture.width, picture.height, picture.framesPerSecond};
+}
+
 std::uint32_t PipelineObject::pid()
 {
     return static_cast<std::uint32_t>(::getpid());

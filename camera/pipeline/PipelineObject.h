@@ -32,6 +32,7 @@ public:
 
 private:
     using VersionRow = sdbus::Struct<std::int64_t, std::int64_t, std::uint64_t, bool>;
+    using PictureRow = sdbus::Struct<std::uint32_t, std::uint32_t, double>;
     using EngineRow =
         sdbus::Struct<std::string, std::string, std::vector<std::string>, std::vector<std::string>, std::uint64_t,
                       std::uint64_t, std::uint64_t, double, double, std::vector<std::uint64_t>>;
@@ -53,6 +54,7 @@ private:
     std::uint64_t frames() override { return _report.status().frames; }
     std::uint64_t framesFailed() override { return _report.status().framesFailed; }
     double framesPerSecond() override { return _report.status().framesPerSecond; }
+    PictureRow pictureFormat() override;
     double longestFrameMs() override { return _report.status().longestFrameMs; }
     std::uint64_t events() override { return _report.status().events; }
     std::uint64_t eventsDropped() override { return _report.status().eventsDropped; }

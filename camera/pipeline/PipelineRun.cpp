@@ -138,6 +138,8 @@ private:
         if (_source) {
             const video::PictureSize source{_source->width(), _source->height()};
             picture = pictureSize(_run, source);
+            _picture = {static_cast<std::uint32_t>(picture.width), static_cast<std::uint32_t>(picture.height),
+                        _source->framesPerSecond()};
             _view = viewOf(options.ptz, source, picture);
         }
         _missingEngines = loadEngineModules(_run.camera, options, _console);
@@ -160,7 +162,8 @@ private:
             _options.bus, *_device,
             PipelineObject::Report{[this] { return status(); },
                                    [this] { return _report.takeLongestFrameMilliseconds(); }, _recordings,
-                                   showsElsewhere(options.ptz, picture)});
+                                   showsElsewhere(options.ptz, picture)},
+            base::programFolder());
         if (_source) {
             keepStart(picture);
         }
@@ -222,6 +225,7 @@ private:
         _start->framesPerSecond = _source->framesPerSecond();
         base::contained("device", "the active rules cannot be read", [&] { _start->engines = _device->activeRules(); });
         _start->stateFolder = _state.path().string();
+        _start->onvif = _options.onvif;
         _start->runtimeFolder = std::filesystem::path(_options.counts).parent_path().string();
     }
 
@@ -440,6 +444,7 @@ private:
         PipelineStatus status = pipelineStatus(*_device, _report);
         status.input = _run.input;
         status.missingEngines = _missingEngines;
+        status.picture = _picture;
         status.orientation = _services->orientation();
         status.documentsTaken = _services->documentsTaken();
         status.documentsDropped += _services->documentsLost();
@@ -501,6 +506,7 @@ private:
     std::vector<std::string> _failures; ///< to be printed at the end
     bool _failed = false;               ///< something was lost, and that was printed
     bool _toldTimeNotKept = false;
+    PictureStatus _picture;
     std::vector<std::string> _missingEngines; ///< paths of modules that the folder remembers and that cannot be loaded
     const std::shared_ptr<RunCounts> _counts;
     const RunCounts _before; ///< of the processes of this run that were the pipeline before

@@ -2,6 +2,7 @@
 
 #include "camera/framework/EngineFactory.h"
 #include "camera/pipeline/ActiveRules.h"
+#include "camera/pipeline/EngineDescriptions.h"
 #include "camera/ptz/PositioningUnit.h"
 
 #include <utility>
@@ -10,11 +11,17 @@ namespace camera::pipeline {
 
 using bus::Session;
 
-PipelineService::PipelineService(const std::string& address, Device& device, PipelineObject::Report report)
-    : _connection(address, "the pipeline"),
-      _analytics(_connection.add<AnalyticsObject>([&device](const std::shared_ptr<Session>& session) {
-          return std::make_shared<AnalyticsObject>(session, device.target(), device.control(),
-                                                   [&device] { return engineOfLongestText(device.engines()); });
+PipelineService::PipelineService(const std::string& address, Device& device, PipelineObject::Report report,
+                                 const std::filesystem::path& programFolder)
+    : _descriptions(engineDescriptions(device.engines(), programFolder)),
+      _connection(address, "the pipeline"),
+      _target(_connection.add<TargetObject>([&device](const std::shared_ptr<Session>& session) {
+          return std::make_shared<TargetObject>(session, device.target(), device.control(),
+                                                [&device] { return engineOfLongestText(device.engines()); });
+      })),
+      _analytics(_connection.add<AnalyticsObject>([this, &device](const std::shared_ptr<Session>& session) {
+          return std::make_shared<AnalyticsObject>(session, device.target(), device.control(), device.engines(),
+                                                   _descriptions);
       })),
       _positioning(_connection.add<PositioningObject>([&device](const std::shared_ptr<Session>& session) {
           return std::make_shared<PositioningObject>(session, device.positioning());
@@ -28,8 +35,8 @@ PipelineService::PipelineService(const std::string& address, Device& device, Pip
               object->emit(event);
           }
       })),
-      _events(device.onEvent([analytics = _analytics](const base::Event& event) {
-          if (const auto object = analytics->get()) {
+      _events(device.onEvent([target = _target](const base::Event& event) {
+          if (const auto object = target->get()) {
               object->emit(event);
           }
       }))

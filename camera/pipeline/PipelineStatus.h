@@ -9,10 +9,18 @@ namespace camera::pipeline {
 class Device;
 class RunReport;
 
+/// The picture that engines see.
+struct PictureStatus {
+    std::uint32_t width = 0; ///< pixels
+    std::uint32_t height = 0;
+    double framesPerSecond = 0; ///< as the source has them
+};
+
 /// How the pipeline process does.
 struct PipelineStatus {
     std::string input;
     std::vector<std::string> missingEngines; ///< modules that the state folder remembers and that are not loaded
+    PictureStatus picture;                   ///< zero without an input
     std::uint64_t frames = 0;
     std::uint64_t framesFailed = 0;
     double framesPerSecond = 0;

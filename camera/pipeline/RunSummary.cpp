@@ -39,6 +39,11 @@ Json::Value activeObject(const onvif::ComponentName& component)
     return object;
 }
 
+bool isOfThisComputer(const std::string& address)
+{
+    return address.rfind("http://127.", 0) == 0 || address.rfind("http://[::1]", 0) == 0;
+}
+
 } // namespace
 
 std::string RunStart::line() const
@@ -50,6 +55,12 @@ std::string RunStart::line() const
     }
     text += "state folder " + stateFolder + "  ";
     text += runtimeFolder.empty() ? "" : "runtime folder " + runtimeFolder + "  ";
+    for (const std::string& address : onvif) {
+        text += "onvif " + address + "  ";
+    }
+    if (!onvif.empty() && isOfThisComputer(onvif.front())) {
+        text += "(for this computer only; --bind 0.0.0.0 opens it to the network)  ";
+    }
     return base::printable(text + (silent.empty() ? "ready" : silent + " does not answer"));
 }
 
@@ -63,6 +74,9 @@ std::vector<Json::Value> RunStart::objects() const
     camera["framesPerSecond"] = framesPerSecond;
     camera["folder"] = stateFolder;
     camera["runtimeFolder"] = runtimeFolder;
+    for (const std::string& address : onvif) {
+        camera[address == onvif.front() ? "onvif" : "onvifTls"] = address;
+    }
     for (const ActiveRules& engine : engines) {
         objects.push_back(partOf("engine"));
         objects.back()["engine"] = engine.engine;

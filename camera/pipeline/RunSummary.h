@@ -19,8 +19,9 @@ struct RunStart {
     double framesPerSecond = 0;
     std::vector<ActiveRules> engines;
     std::string stateFolder;
-    std::string runtimeFolder; ///< empty: the process was started alone
-    std::string silent;        ///< what does not answer; empty: the camera is ready
+    std::string runtimeFolder;      ///< empty: the process was started alone
+    std::vector<std::string> onvif; ///< where ONVIF clients begin; empty: nowhere
+    std::string silent;             ///< what does not answer; empty: the camera is ready
 
     std::string line() const;
     std::vector<Json::Value> objects() const; ///< the same for programs

@@ -1,5 +1,6 @@
 #include "camera/pipeline/TargetClient.h"
 
+#include "camera/base/ErrorLines.h"
 #include "camera/serviceapi/ControlThread.h"
 #include "camera/serviceapi/ServedTargets.h"
 
@@ -82,6 +83,18 @@ std::string TargetClient::text(const char* name, const std::function<int(Target&
     return answer.text != nullptr ? answer.text : std::string();
 }
 
+// Calls the target. The lines are those of the control thread, on which engines check what they are given.
+TargetClient::Texts TargetClient::errorsOf(const std::function<void(Target&)>& operation)
+{
+    Texts errors;
+    call([&](Target& target) {
+        const base::ErrorLines lines;
+        operation(target);
+        errors = lines.texts();
+    });
+    return errors;
+}
+
 Answer TargetClient::change(int (Target::*operation)(char**, unsigned int*), const std::vector<std::string>& items)
 {
     std::vector<char*> pointers; // the target's type says char**, it only reads
@@ -91,8 +104,11 @@ Answer TargetClient::change(int (Target::*operation)(char**, unsigned int*), con
     pointers.push_back(nullptr);
     unsigned int status = static_cast<unsigned int>(Outcome::interrupted);
     Answer answer;
-    call([&](Target& target) { answer.result = (target.*operation)(pointers.data(), &status); });
+    Texts errors = errorsOf([&](Target& target) { answer.result = (target.*operation)(pointers.data(), &status); });
     answer.outcome = static_cast<Outcome>(status);
+    if (!answer.ok()) {
+        answer.refusal = std::move(errors);
+    }
     return answer;
 }
 
@@ -113,7 +129,11 @@ TargetClient::Acceptance TargetClient::acceptConfiguration(const std::string& xm
 {
     const std::string& document = checkedText(xml);
     Acceptance answer;
-    call([&](Target& target) { answer.result = target.setConfiguration(document.c_str(), &answer.failed); });
+    Texts errors =
+        errorsOf([&](Target& target) { answer.result = target.setConfiguration(document.c_str(), &answer.failed); });
+    if (!answer.ok()) {
+        answer.refusal = std::move(errors);
+    }
     return answer;
 }
 

@@ -26,6 +26,7 @@ enum class Outcome : unsigned int {
 struct Answer {
     int result = 0;
     Outcome outcome = Outcome::done;
+    std::vector<std::string> refusal; ///< the error lines of the call, in their order; none when it succeeded
     bool ok() const { return result == 0 && outcome == Outcome::done; }
 };
 
@@ -72,7 +73,8 @@ public:
     /// What the target said of a whole configuration.
     struct Acceptance {
         int result = 1;
-        unsigned char failed = 1; ///< the flag that it wrote
+        unsigned char failed = 1;           ///< the flag that it wrote
+        std::vector<std::string> refusal{}; ///< as Answer::refusal
         bool ok() const { return result == 0 && failed == 0; }
     };
     Acceptance acceptConfiguration(const std::string& xml);
@@ -91,6 +93,7 @@ private:
     void call(const std::function<void(Target&)>& operation);
     Texts list(const char* name, int (Target::*operation)(char***));
     std::string text(const char* name, const std::function<int(Target&, char**)>& operation);
+    Texts errorsOf(const std::function<void(Target&)>& operation);
     Answer change(int (Target::*operation)(char**, unsigned int*), const Texts& items);
 
     serviceapi::ControlThread& _control;

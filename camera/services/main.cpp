@@ -37,9 +37,7 @@ int serve(const base::Arguments& arguments, base::Console& /*console*/)
     base::setLog(arguments);
     const base::StopSignal stop;
     const services::ServicesProcess process(options);
-    while (!stop.stopped()) {
-        stop.waitUntil(std::chrono::steady_clock::now() + std::chrono::hours(1));
-    }
+    stop.waitUntil(std::chrono::steady_clock::time_point::max());
     return 0;
 }
 

@@ -22,9 +22,9 @@ namespace {
 constexpr int kAttempts = 20;
 constexpr std::array<const char*, 2> kFolders = {"", "services"};
 // A fixed list, because listing a folder changes its time stamp. The database creates its file "-shm" itself.
-constexpr std::array<const char*, 8> kFiles = {"settings.last",       "settings.db",           "settings.db-wal",
-                                               "settings.db-journal", "settings.last-good.db", "settings.repaired.db",
-                                               "camera.json",         "last-frame-time"};
+constexpr std::array<const char*, 10> kFiles = {
+    "settings.last",        "settings.db", "settings.db-wal", "settings.db-journal", "settings.last-good.db",
+    "settings.repaired.db", "camera.json", "last-frame-time", "factory-default",     "factory-default.kept"};
 
 [[noreturn]] void refuse(const fs::path& file, int error)
 {

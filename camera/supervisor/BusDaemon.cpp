@@ -106,7 +106,7 @@ std::unique_ptr<ChildProcess> BusDaemon::start()
     program.words = {_program, "--config-file=" + _folder.configuration().string(), "--nofork", "--nopidfile",
                      "--print-address=" + std::to_string(writer.get())};
     program.errorOutput = _errorOutput.get();
-    program.passed = writer.get();
+    program.passed = {writer.get()};
     try {
         return std::make_unique<ChildProcess>(program);
     } catch (const std::exception& error) {

@@ -49,8 +49,8 @@ void keepAfterExec(int descriptor)
     if (program.errorOutput >= 0) {
         ::dup2(program.errorOutput, STDERR_FILENO);
     }
-    if (program.passed >= 0) {
-        keepAfterExec(program.passed);
+    for (const int descriptor : program.passed) {
+        keepAfterExec(descriptor);
     }
     ::execvp(words[0], words);
     const int reason = errno;

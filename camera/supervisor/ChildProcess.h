@@ -32,8 +32,8 @@ private:
 /// What to start.
 struct Program {
     std::vector<std::string> words; ///< the program, looked for along PATH when it has no slash, and its arguments
+    std::vector<int> passed = {};   ///< descriptors that it keeps under their numbers
     int errorOutput = -1;           ///< where its stderr goes; -1: where ours goes
-    int passed = -1;                ///< a descriptor that it keeps under its number; -1: none
 };
 
 /**

@@ -24,8 +24,9 @@ struct ProcessStatus {
 
 /// The status of the camera's processes.
 struct SupervisorStatus {
-    std::string state;   ///< the state folder
-    std::string address; ///< of the bus
+    std::string state;              ///< the state folder
+    std::string address;            ///< of the bus
+    std::vector<std::string> onvif; ///< where ONVIF clients begin; empty: there is no gateway
     std::vector<ProcessStatus> processes;
 };
 
@@ -55,6 +56,9 @@ public:
 
     /// Plans its next start and says how long it is until then.
     std::chrono::milliseconds planStart();
+
+    /// Plans none.
+    void cancelStart() { _due.reset(); }
 
     /// When it is to be started; nothing: not planned.
     std::optional<Clock::TimePoint> due() const { return _due; }

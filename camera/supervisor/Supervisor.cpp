@@ -1,7 +1,8 @@
 // How the supervisor works.
 //
-// run() starts the bus, then camera-services, then camera-pipeline. Each start waits until the one before is ready: the
-// daemon writes its address into a pipe, and camera-services takes its bus name (Phase, advance()).
+// run() starts the bus, then camera-gateway and camera-services, then camera-pipeline. Each start waits until what it
+// needs is ready: the daemon writes its address into a pipe, and camera-services takes its bus name (Phase, advance()).
+// Nothing waits for the gateway, because its sockets take connections from the beginning.
 //
 // One thread does everything. It sleeps in poll() on the descriptors of the signals, of the running processes (pidfd),
 // of the daemon's pipe and of _wakeUp, an eventfd that other threads write to. Whenever it wakes, it takes the signals,
@@ -10,11 +11,15 @@
 //
 // A process that ended is planned for a new start, unless its end is the end of the camera (ended()). shutDown() then
 // ends the processes in the opposite order, each with a deadline, and kills those that are late.
+//
+// A renewal (restart(), factoryDefault()) ends the pipeline, then the services, changes the state folder while nobody
+// works on it, and goes back to the phase that starts the services. Meanwhile the loop goes on.
 
 #include "camera/supervisor/Supervisor.h"
 
 #include "camera/bus/NameWatch.h"
 #include "camera/bus/Names.h"
+#include "camera/supervisor/FactoryDefault.h"
 #include "camera/supervisor/SupervisorObject.h"
 
 #include <algorithm>
@@ -36,6 +41,7 @@ using std::chrono::steady_clock;
 constexpr const char* kBusName = "dbus-daemon";
 constexpr const char* kServicesName = "camera-services";
 constexpr const char* kPipelineName = "camera-pipeline";
+constexpr const char* kGatewayName = "camera-gateway";
 constexpr int kInterrupted = 128 + SIGINT; // as shells report it
 
 std::string pauseText(std::chrono::milliseconds pause)
@@ -62,7 +68,9 @@ std::string busNameOf(const std::string& process)
     if (process == kBusName) {
         return "org.freedesktop.DBus";
     }
-    return bus::busName(process == kPipelineName ? bus::service::kPipeline : bus::service::kServices);
+    return bus::busName(process == kPipelineName   ? bus::service::kPipeline
+                        : process == kServicesName ? bus::service::kServices
+                                                   : bus::service::kGateway);
 }
 
 } // namespace
@@ -77,18 +85,20 @@ Supervisor::Supervisor(SupervisorOptions options, Report report, Clock& clock)
           kBusName, [this] { return _daemon->start(); }, clock),
       _services(
           kServicesName,
-          [this] {
-              return std::make_unique<ChildProcess>(Program{_options.services(*_folder, !_servicesAnswer), -1, -1});
-          },
+          [this] { return std::make_unique<ChildProcess>(Program{_options.services(*_folder, !_servicesBegun)}); },
           clock),
       _pipeline(
           kPipelineName,
           [this] {
               _activity.clear();
-              return std::make_unique<ChildProcess>(Program{_options.pipeline(*_folder, !_pipelineBegun), -1, -1});
+              return std::make_unique<ChildProcess>(Program{_options.pipeline(*_folder, !_pipelineBegun)});
           },
           clock),
-      _processes{&_bus, &_services, &_pipeline}
+      _gateway(
+          kGatewayName, [this] { return std::make_unique<ChildProcess>(_options.gateway(*_folder, !_gatewayAnswers)); },
+          clock),
+      _processes(_options.gateway ? std::vector{&_bus, &_services, &_pipeline, &_gateway}
+                                  : std::vector{&_bus, &_services, &_pipeline})
 {
     if (!_wakeUp) {
         throw std::runtime_error(std::string("the supervisor cannot be woken: ") + std::strerror(errno));
@@ -106,6 +116,29 @@ void Supervisor::stop()
 void Supervisor::restartPipeline()
 {
     _restartPipeline = true;
+    wake();
+}
+
+void Supervisor::restart()
+{
+    request(Renewal::restart);
+}
+
+void Supervisor::factoryDefault(bool hard)
+{
+    request(hard ? Renewal::hardDefault : Renewal::softDefault);
+}
+
+void Supervisor::request(Renewal renewal)
+{
+    if (_options.readOnce) {
+        throw bus::Refusal("the camera is not started again, because what it has read of its input is gone");
+    }
+    const std::lock_guard<std::mutex> lock(_mutex);
+    if (renewal != Renewal::restart && renewal >= std::max(_requested, _renewal)) {
+        beginFactoryDefault(_folder->stateDir(), renewal == Renewal::hardDefault);
+    }
+    _requested = std::max(_requested, renewal);
     wake();
 }
 
@@ -129,7 +162,7 @@ SupervisorStatus Supervisor::status() const
 
 void Supervisor::publish()
 {
-    SupervisorStatus status{_folder->stateDir().string(), _folder->address(), {}};
+    SupervisorStatus status{_folder->stateDir().string(), _folder->address(), _options.onvif, {}};
     for (const SupervisedProcess* process : _processes) {
         status.processes.push_back(process->status());
     }
@@ -144,6 +177,7 @@ int Supervisor::run()
     _daemon.emplace(*_folder, _options.busProgram);
     _activity.create(_folder->activity());
     try {
+        finishFactoryDefault(_folder->stateDir());
         supervise();
     } catch (...) {
         shutDown();
@@ -167,6 +201,7 @@ void Supervisor::supervise()
         takeWakeUps();
         collect();
         if (!_outcome && !_stopping) {
+            continueRenewal();
             startDue();
             advance();
             watch();
@@ -192,6 +227,9 @@ void Supervisor::waitForEvents()
 Supervisor::Time Supervisor::wakeUpTime() const
 {
     Time wakeUp = _phase == Phase::running ? Time::max() : _readyBy;
+    if (_renewal != Renewal::none) {
+        wakeUp = _renewedBy;
+    }
     if (_pings && _watchdog.watches()) {
         wakeUp = std::min(wakeUp, _nextLook);
     }
@@ -217,10 +255,110 @@ void Supervisor::takeWakeUps()
 {
     std::uint64_t count = 0;
     [[maybe_unused]] const ssize_t length = ::read(_wakeUp.get(), &count, sizeof count);
-    if (_restartPipeline.exchange(false) && _pipeline.runs()) {
+    if (_restartPipeline.exchange(false) && _pipeline.runs() && _renewal == Renewal::none) {
         _pipelineRestarts = true;
         _pipeline.signal(SIGTERM);
     }
+    if (_renewal == Renewal::none) {
+        beginRenewal();
+    }
+}
+
+bool Supervisor::renews(const SupervisedProcess& process) const
+{
+    return _renewal != Renewal::none && (&process == &_pipeline || &process == &_services ||
+                                         (&process == &_gateway && _renewal == Renewal::hardDefault));
+}
+
+void Supervisor::beginRenewal()
+{
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _renewal = std::exchange(_requested, Renewal::none);
+    }
+    if (_renewal == Renewal::none) {
+        return;
+    }
+    const std::string presets = _renewal == Renewal::softDefault ? ", with its presets," : "";
+    _report(_renewal == Renewal::restart
+                ? "the camera is started again"
+                : "the camera goes back to its factory settings" + presets + " and is started again");
+    _renewedBy = steady_clock::now() + _options.busAfter;
+    _pipelineRestarts = false;
+    for (SupervisedProcess* process : _processes) {
+        if (renews(*process)) {
+            process->cancelStart();
+        }
+    }
+    _pipeline.signal(SIGTERM);
+    if (!_pipeline.runs()) {
+        endTheOthers();
+    }
+}
+
+// After the pipeline, which tells the services its last.
+void Supervisor::endTheOthers()
+{
+    for (SupervisedProcess* process : _processes) {
+        if (renews(*process) && process != &_pipeline) {
+            process->signal(SIGTERM);
+        }
+    }
+}
+
+void Supervisor::continueRenewal()
+{
+    if (_renewal == Renewal::none) {
+        return;
+    }
+    const bool late = steady_clock::now() >= _renewedBy;
+    bool runs = false;
+    for (SupervisedProcess* process : _processes) {
+        if (renews(*process) && process->runs()) {
+            runs = true;
+            if (late && (process == &_pipeline || !_pipeline.runs())) {
+                _report(process->name() + " does not end in time and is killed");
+                process->signal(SIGKILL);
+            }
+        }
+    }
+    if (late) {
+        _renewedBy = steady_clock::now() + _options.busAfter;
+    }
+    if (!runs) {
+        startRenewed();
+    }
+}
+
+void Supervisor::startRenewed()
+{
+    const bool newCamera = _renewal != Renewal::restart;
+    try {
+        if (newCamera) {
+            beginFactoryDefault(_folder->stateDir(), _renewal == Renewal::hardDefault); // of another request, perhaps
+            finishFactoryDefault(_folder->stateDir());
+        }
+    } catch (const std::exception& error) {
+        _report(std::string(error.what()) + "; the next start of the camera tries it again");
+    }
+    const bool withGateway = renews(_gateway) && _options.gateway;
+    {
+        const std::lock_guard<std::mutex> lock(_mutex);
+        _renewal = Renewal::none;
+    }
+    _servicesAnswer = false;
+    if (newCamera) {
+        _servicesBegun = false;
+        _pipelineBegun = false;
+    }
+    _phase = Phase::startingServices;
+    _readyBy = steady_clock::now() + _options.readyWithin;
+    if (withGateway) {
+        _gatewayAnswers = false;
+        tryToStart(_gateway);
+    }
+    tryToStart(_services);
+    takeWakeUps(); // what was asked for meanwhile
 }
 
 void Supervisor::collect()
@@ -237,6 +375,12 @@ void Supervisor::collect()
 
 void Supervisor::ended(SupervisedProcess& process, const Exit& exit)
 {
+    if (renews(process)) {
+        if (&process == &_pipeline) {
+            endTheOthers();
+        }
+        return;
+    }
     if (&process == &_bus) {
         return busEnded(exit);
     }
@@ -244,13 +388,19 @@ void Supervisor::ended(SupervisedProcess& process, const Exit& exit)
         return pipelineEnded(exit);
     }
     const std::string what = endText(process, exit);
-    const bool gaveUp = exit.code() == 1 || exit.code() == 2;
-    if (&process == &_services && gaveUp && process.startedOnce() && !_servicesAnswer) {
+    if (gaveUp(process, exit)) {
         _report(what + "; the camera ends");
         _outcome = exit.code();
         return;
     }
     startAgain(process, what);
+}
+
+// Its first start found what no other start would mend, and the process has printed that.
+bool Supervisor::gaveUp(const SupervisedProcess& process, const Exit& exit) const
+{
+    const bool answered = &process == &_services ? _servicesBegun : _gatewayAnswers;
+    return (exit.code() == 1 || exit.code() == 2) && process.startedOnce() && !answered;
 }
 
 void Supervisor::pipelineEnded(const Exit& exit)
@@ -312,11 +462,16 @@ void Supervisor::startDue()
         if (!process->due() || _clock.now() < *process->due()) {
             continue;
         }
-        try {
-            startProcess(*process);
-        } catch (const std::exception& error) {
-            startAgain(*process, error.what());
-        }
+        tryToStart(*process);
+    }
+}
+
+void Supervisor::tryToStart(SupervisedProcess& process)
+{
+    try {
+        startProcess(process);
+    } catch (const std::exception& error) {
+        startAgain(process, error.what());
     }
 }
 
@@ -329,6 +484,9 @@ void Supervisor::startProcess(SupervisedProcess& process)
 // Goes from one phase of the start to the next.
 void Supervisor::advance()
 {
+    if (_renewal != Renewal::none) {
+        return;
+    }
     const bool late = steady_clock::now() >= _readyBy;
     if (_phase == Phase::startingBus) {
         if (_bus.runs() && _daemon->listens()) {
@@ -386,21 +544,28 @@ void Supervisor::busListens()
     };
     whenServed(bus::service::kServices, [this] {
         _servicesAnswer = true;
+        _servicesBegun = true;
         wake();
     });
-    _pings = _connection->add<Pings>([](const std::shared_ptr<bus::Session>& session) {
-        return std::make_shared<Pings>(session->connection(), std::vector{busNameOf(kBusName), busNameOf(kServicesName),
-                                                                          busNameOf(kPipelineName)});
+    whenServed(bus::service::kGateway, [this] { _gatewayAnswers = true; });
+    _pings = _connection->add<Pings>([this](const std::shared_ptr<bus::Session>& session) {
+        std::vector<std::string> names;
+        for (const SupervisedProcess* process : _processes) {
+            names.push_back(busNameOf(process->name()));
+        }
+        return std::make_shared<Pings>(session->connection(), names);
     });
     _connection->add<SupervisorObject>([this](const std::shared_ptr<bus::Session>& session) {
         return std::make_shared<SupervisorObject>(
-            session, SupervisorObject::Operations{[this] { return status(); },
-                                                  [this] {
-                                                      _activity.announceShutDown();
-                                                      stop();
-                                                  },
-                                                  [this] { restartPipeline(); }, [this] { pipelineBegun(); },
-                                                  [this](pid_t pid, int code) { pipelineEnds(pid, code); }});
+            session,
+            SupervisorObject::Operations{[this] { return status(); },
+                                         [this] {
+                                             _activity.announceShutDown();
+                                             stop();
+                                         },
+                                         [this] { restartPipeline(); }, [this] { restart(); },
+                                         [this](bool hard) { factoryDefault(hard); }, [this] { pipelineBegun(); },
+                                         [this](pid_t pid, int code) { pipelineEnds(pid, code); }});
     });
     if (_options.ready) {
         whenServed(bus::service::kPipeline, [this] { _options.ready(_folder->address()); });
@@ -413,6 +578,9 @@ void Supervisor::busListens()
     _connection->start();
     _phase = Phase::startingServices;
     _readyBy = steady_clock::now() + _options.readyWithin;
+    if (_options.gateway) {
+        startProcess(_gateway);
+    }
     startProcess(_services);
 }
 
@@ -423,7 +591,9 @@ void Supervisor::shutDown()
     const Time begin = steady_clock::now();
     const bool pipelineRan = _pipeline.runs();
     endProcess(_pipeline, begin + _options.servicesAfter);
+    _gateway.signal(SIGTERM);
     endProcess(_services, begin + _options.busAfter);
+    awaitProcess(_gateway, begin + _options.busAfter);
     if (_connection) {
         _connection->stop();
     }

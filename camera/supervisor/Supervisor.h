@@ -31,6 +31,10 @@ struct SupervisorOptions {
     std::filesystem::path stateDir;
     Words services;
     Words pipeline;
+    /// As Words, with the descriptors that the process inherits; empty: the camera has no gateway. It gets what it is
+    /// given only once until it has answered.
+    std::function<Program(const RuntimeFolder& folder, bool first)> gateway;
+    std::vector<std::string> onvif; ///< where its clients begin
     /// Called with the bus' address whenever the pipeline begins to serve, on a thread of the supervisor. Without
     /// it others find the camera by its state folder; with it only the caller knows the address.
     std::function<void(const std::string& address)> ready;
@@ -53,14 +57,14 @@ struct SupervisorOptions {
 };
 
 /**
- * Runs one virtual camera: its bus, camera-services and camera-pipeline, in this order. A process that dies is
- * started again, first at once and then after growing pauses; each such end is reported in one line. One that hangs is
- * told, and killed as Watchdog says.
+ * Runs one virtual camera: its bus, camera-gateway, camera-services and camera-pipeline, in this order. A process that
+ * dies is started again, first at once and then after growing pauses; each such end is reported in one line. One that
+ * hangs is told, and killed as Watchdog says.
  *
  * The run ends when the pipeline has said its last word over the bus and ended, when it crashed too often, when
- * camera-services gives up at its first start (1 or 2), on SIGINT, SIGTERM or SIGHUP, on stop(), or on the service's
- * method "stop". The processes are then ended in the opposite order within three seconds; a process that still runs is
- * killed, at once when a second SIGINT comes. No process and no file of the runtime folder is left.
+ * camera-gateway or camera-services gives up at its first start (1 or 2), on SIGINT, SIGTERM or SIGHUP, on stop(), or
+ * on the service's method "stop". The processes are then ended in the opposite order within three seconds; a process
+ * that still runs is killed, at once when a second SIGINT comes. No process and no file of the runtime folder is left.
  */
 class Supervisor {
 public:
@@ -76,7 +80,7 @@ public:
     /**
      * Once per object; its thread must not have others that take the signals above.
      *
-     * @return the exit code: the pipeline's, that of camera-services when it gave up, 1 when the pipeline
+     * @return the exit code: the pipeline's, that of a process that gave up, 1 when the pipeline
      *         had to be killed, 130 when a second SIGINT cut the end short.
      * @throws std::runtime_error with one sentence: the state folder is in use, the bus cannot be started.
      */
@@ -87,6 +91,15 @@ public:
 
     /// Ends the pipeline and starts it again, as after a crash. Any thread.
     void restartPipeline();
+
+    /// Ends pipeline and services and starts them again. Any thread.
+    /// @throws bus::Refusal where what was read of the input is gone.
+    void restart();
+
+    /// As restart(); in between the state folder is brought back to what a camera begins with, see FactoryDefault.h,
+    /// and they start as at first. A hard one takes the gateway, too. Returns when the folder will be brought back
+    /// whatever happens. Any thread. @throws as restart(), and std::runtime_error with one sentence.
+    void factoryDefault(bool hard);
 
     /// The pipeline has taken what only a first start is given. Any thread.
     void pipelineBegun() { _pipelineBegun = true; }
@@ -101,6 +114,7 @@ private:
     using Time = std::chrono::steady_clock::time_point;
 
     enum class Phase { startingBus, startingServices, running };
+    enum class Renewal { none, restart, softDefault, hardDefault }; ///< one includes what those before it do
 
     void supervise();
     void waitForEvents();
@@ -108,13 +122,21 @@ private:
     void takeSignals();
     void takeWakeUps();
     void wake();
+    void request(Renewal renewal);
+    bool renews(const SupervisedProcess& process) const;
+    void beginRenewal();
+    void endTheOthers();
+    void continueRenewal();
+    void startRenewed();
     void collect();
     void ended(SupervisedProcess& process, const Exit& exit);
+    bool gaveUp(const SupervisedProcess& process, const Exit& exit) const;
     void busEnded(const Exit& exit);
     void pipelineEnded(const Exit& exit);
     std::optional<int> outcomeOf(const Exit& exit);
     void startAgain(SupervisedProcess& process, const std::string& what);
     void startDue();
+    void tryToStart(SupervisedProcess& process);
     void startProcess(SupervisedProcess& process);
     void advance();
     void watch();
@@ -130,7 +152,9 @@ private:
     Clock& _clock;
     base::FileDescriptor _wakeUp;
     std::atomic<bool> _stopping{false};
-    std::atomic<bool> _servicesAnswer{false};
+    std::atomic<bool> _servicesAnswer{false}; ///< since they were started with the pipeline
+    std::atomic<bool> _servicesBegun{false};  ///< they have taken what only a first start is given
+    std::atomic<bool> _gatewayAnswers{false};
     std::atomic<bool> _restartPipeline{false};
     std::atomic<bool> _pipelineBegun{false};
 
@@ -145,6 +169,7 @@ private:
     SupervisedProcess _bus;
     SupervisedProcess _services;
     SupervisedProcess _pipeline;
+    SupervisedProcess _gateway; ///< never started where the camera has none
     const std::vector<SupervisedProcess*> _processes;
     Phase _phase = Phase::startingBus;
     Time _readyBy;
@@ -152,10 +177,14 @@ private:
     std::optional<int> _pipelineCode; ///< how it ended when it was told to end
     bool _anyFrame = false;           ///< one came through the pipeline
     unsigned int _crashes = 0;        ///< of the pipeline, those that count
+    Time _renewedBy;                  ///< what has not ended until then is killed
     bool _pipelineRestarts = false;   ///< it was told to end so that it can be started again
     bool _killAtOnce = false;         ///< a second SIGINT came
 
-    mutable std::mutex _mutex; ///< of the two below
+    mutable std::mutex _mutex; ///< of what is below
+    Renewal _requested = Renewal::none;
+    Renewal _renewal =
+        Renewal::none; ///< what is being done; only the thread of run() changes it, or reads it without the mutex
     SupervisorStatus _published;
     std::pair<pid_t, int> _lastWord; ///< of the pipeline: which process, and its exit code
 };

@@ -19,6 +19,8 @@ public:
         std::function<SupervisorStatus()> status;
         std::function<void()> stop;
         std::function<void()> restartPipeline;
+        std::function<void()> restart;
+        std::function<void(bool hard)> factoryDefault;
         std::function<void()> pipelineBegun;
         std::function<void(pid_t pid, int code)> pipelineEnds;
     };
@@ -30,10 +32,13 @@ private:
 
     std::string state() override { return _operations.status().state; }
     std::string address() override { return _operations.status().address; }
+    std::vector<std::string> onvifAddresses() override { return _operations.status().onvif; }
     std::vector<ProcessRow> processes() override;
     void stop() override { _operations.stop(); }
     void setLogLevel(const std::string& level) override { bus::setLogLevel(level); }
     void restartPipeline() override { _operations.restartPipeline(); }
+    void restart() override { _operations.restart(); }
+    void factoryDefault(bool hard) override { _operations.factoryDefault(hard); }
     void pipelineBegun() override { _operations.pipelineBegun(); }
     void pipelineEnds(std::uint32_t pid, std::int32_t code) override
     {

@@ -60,6 +60,7 @@ TEST_F(ConnectionLifeTest, whyThereIsNoBusIsLoggedOnceHoweverOftenItIsTried)
         ASSERT_TRUE(losesItsSession(4));
     }
     EXPECT_EQ(log.count("nobody has no bus: nobody listens at /nowhere/at/all"), 1U);
+    EXPECT_EQ(log.count(""), 1U);
 }
 
 TEST_F(ConnectionLifeTest, pausesAreShortEnoughForASixthAttemptToComeSoon)
@@ -104,6 +105,7 @@ TEST_F(ConnectionLifeTest, endsThoughItsSessionComesAboutJustThen)
         EXPECT_LE(connection.sessions(), 1U);
         EXPECT_FALSE(connection.connected());
     }
+    EXPECT_EQ(log.count(""), 0U) << "nothing was lost";
 }
 
 } // namespace

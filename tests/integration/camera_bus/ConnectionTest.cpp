@@ -1,4 +1,5 @@
 #include "camera/bus/Connection.h"
+#include "camera/bus/NameWatch.h"
 #include "camera/bus/echo_client.h"
 #include "camera/bus/echo_server.h"
 
@@ -37,11 +38,18 @@ public:
     void emit(const std::string& text) { emitSaid(text); }
 
     std::atomic<bool> holds{false};
+    std::atomic<bool> refuses{false};
+    std::size_t bytes = 0; ///< of the last question
+    std::string method;
 
 private:
     void take(const std::shared_ptr<Request>& request)
     {
-        if (holds.exchange(false)) {
+        bytes = request->bytes();
+        method = request->method();
+        if (refuses.exchange(false)) {
+            request->refuse(error::kUnavailable, "not \xFF now");
+        } else if (holds.exchange(false)) {
             _held.push_back(request);
         } else {
             atOnce(request);
@@ -161,6 +169,37 @@ TEST_F(ConnectionTest, textsThatCannotBeSentLeaveWithReplacementCharacters)
     EXPECT_EQ(client->get()->Word(), "b\xEF\xBF\xBDz");
     object->get()->emit("c\xFFz");
     EXPECT_EQ(heard.lines(1).at(0), "c\xEF\xBF\xBDz");
+}
+
+TEST_F(ConnectionTest, aQuestionIsMeasuredAndMayBeRefused)
+{
+    startBoth();
+    client->get()->say(std::string(70000, 'x'));
+    EXPECT_EQ(object->get()->bytes, 70000U);
+    EXPECT_EQ(object->get()->method, "say");
+    object->get()->refuses = true;
+    EXPECT_EQ(refusalOf<sdbus::Error>([&] { client->get()->say("word"); }),
+              "[ravel.Error.Unavailable] not \xEF\xBF\xBD now");
+    EXPECT_EQ(client->get()->say("next"), "next");
+}
+
+TEST_F(ConnectionTest, namesAreFollowedFromWhatTheyAreAtFirst)
+{
+    const auto watch = asking.add<NameWatch>([this](const std::shared_ptr<Session>& session) {
+        return std::make_shared<NameWatch>(
+            session->connection(), std::vector<std::string>{"ravel.echo", "ravel.other"},
+            [this](const std::string& name, bool owned) { heard.add(name + (owned ? " is there" : " is gone")); });
+    });
+    serving.start();
+    ASSERT_TRUE(serving.waitUntilConnected(soon())) << serving.reason();
+    asking.start();
+    EXPECT_THAT(heard.lines(2), testing::ElementsAre("ravel.echo is there", "ravel.other is gone"));
+    heard.clear();
+    object->get()->releaseName();
+    EXPECT_THAT(heard.lines(1), testing::ElementsAre("ravel.echo is gone"));
+    heard.clear();
+    object->get()->takeName();
+    EXPECT_THAT(heard.lines(1), testing::ElementsAre("ravel.echo is there"));
 }
 
 TEST_F(ConnectionTest, structuresListsAndMapsPassBothWays)

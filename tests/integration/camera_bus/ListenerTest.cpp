@@ -20,6 +20,8 @@ TEST(ListenerTest, onlyWhereNobodyListensItIsAnError)
     EXPECT_THROW(requireListener(bus.address()), std::system_error);
     EXPECT_THROW(requireListener("unix:path=/nowhere/at/all"), std::system_error);
     EXPECT_NO_THROW(requireListener("tcp:host=nowhere,port=1"));
+    EXPECT_THROW(requireListener("unix:path=/" + std::string(106, 'x')), std::system_error);
+    EXPECT_NO_THROW(requireListener("unix:path=/" + std::string(107, 'x'))) << "no socket has so long a path";
     bus.start();
     EXPECT_NO_THROW(requireListener(bus.address()));
 }

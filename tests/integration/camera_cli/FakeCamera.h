@@ -25,6 +25,7 @@ struct FakeAnswers {
     std::string socket; ///< of the metadata streamer
     std::uint8_t failed = 0;
     std::uint32_t status = 0;
+    Texts lines; ///< the reason of a change that is refused
     std::int32_t result = 0;
     Texts rules = {"<tt:Rule Name=\"Gate\" Type=\"tt:X\"/>"};
     std::string engine = "Motion"; ///< the name of the second one
@@ -33,6 +34,7 @@ struct FakeAnswers {
     std::string tourPreset = "Door"; ///< of the one stop of the tour
     bool elsewhere = false;          ///< the picture ends before the place of a move
     Texts without;                   ///< services that nobody serves
+    Texts onvif;                     ///< where ONVIF clients begin; empty: there is no gateway
 };
 
 /// A camera that can be found by its state folder, with a bus of its own and services that answer what a test
@@ -116,6 +118,7 @@ private:
     }
 
     static void show(std::ostream& out, const std::string& text) { out << ' ' << text; }
+    static void show(std::ostream& out, const sdbus::UnixFd& /*file*/) { out << " file"; }
     static void show(std::ostream& out, bool value) { out << (value ? " true" : " false"); }
     static void show(std::ostream& out, std::uint8_t value) { out << ' ' << static_cast<int>(value); }
     template <class Number>
@@ -201,7 +204,8 @@ private:
     void build(Objects& objects, bus::Session& session)
     {
         buildPositioning(object(objects, session, "positioning"));
-        buildAnalytics(object(objects, session, "onvif_analytic_service"));
+        buildTarget(object(objects, session, "onvif_analytic_service"));
+        buildAnalytics(object(objects, session, "analytics"));
         buildDevices(objects, session);
         for (auto& [service, object] : objects.of) {
             object->finishRegistration();
@@ -253,6 +257,23 @@ private:
 
     void buildAnalytics(sdbus::IObject& o)
     {
+        const std::string s = "analytics";
+        for (const char* name :
+             {"createRules", "modifyRules", "deleteRules", "createEngines", "modifyEngines", "deleteEngines"}) {
+            method<I, U, Texts>(o, s, name, takes<Texts>(),
+                                [this] { return std::make_tuple(_answers.result, _answers.status, _answers.lines); });
+        }
+        using Engine = sdbus::Struct<std::string, Texts, Texts, std::string>;
+        method<std::vector<Engine>>(o, s, "engines", takes<>(), [this] {
+            return std::make_tuple(std::vector<Engine>{{"Motion", Texts{"tt:M"}, _answers.ruleTypes, ""}});
+        });
+        method<I, std::uint8_t, Texts>(o, s, "setConfiguration", takes<std::string>(), [this] {
+            return std::make_tuple(_answers.result, _answers.failed, _answers.lines);
+        });
+    }
+
+    void buildTarget(sdbus::IObject& o)
+    {
         const std::string s = "onvif_analytic_service";
         const auto texts = [&](const char* name, auto answer) {
             method<Texts>(o, s, name, takes<>(), [answer] { return std::make_tuple(Texts(answer())); });
@@ -263,17 +284,10 @@ private:
         texts("getSupportedEngines", [] { return Texts{"tt:M"}; });
         texts("getCurrentEngines", [] { return Texts{kModule}; });
         texts("getUsedPtzPresets", [] { return Texts{"Door"}; });
-        for (const char* name :
-             {"createRules", "modifyRules", "deleteRules", "createEngines", "modifyEngines", "deleteEngines"}) {
-            method<I, U>(o, s, name, takes<Texts>(),
-                         [this] { return std::make_tuple(_answers.result, _answers.status); });
-        }
         method<std::string>(o, s, "getCurrentConfiguration", takes<>(),
                             [this] { return std::make_tuple(_answers.configuration); });
         method<std::string>(o, s, "getPtzPresetConfiguration", takes<std::string>(),
                             [] { return std::make_tuple(std::string("<of-preset/>")); });
-        method<I, std::uint8_t>(o, s, "setConfiguration", takes<std::string>(),
-                                [this] { return std::make_tuple(_answers.result, _answers.failed); });
         method<I>(o, s, "restoreDefaultSettings", takes<>(), [this] { return std::make_tuple(_answers.result); });
         method<I>(o, s, "readFramesFromFile", takes<std::string, std::string, bool>(),
                   [this] { return std::make_tuple(_answers.result); });
@@ -343,9 +357,15 @@ private:
                    "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>\"}]";
         });
         command(pipeline, "pipeline", "restore", takes<std::string, std::int64_t>());
+        command(pipeline, "pipeline", "picture", takes<sdbus::UnixFd, std::string>());
+        command(pipeline, "pipeline", "record", takes<sdbus::UnixFd, std::string, double, sdbus::UnixFd>());
         sdbus::IObject& supervisor = object(objects, session, "supervisor");
         property(supervisor, "supervisor", "State", std::string("/s"));
         property(supervisor, "supervisor", "Address", std::string("unix:path=/b"));
+        property(supervisor, "supervisor", "OnvifAddresses", _answers.onvif);
+        sdbus::IObject& gateway = object(objects, session, "gateway");
+        property(gateway, "gateway", "Pid", U{8});
+        command(gateway, "gateway", "setLogLevel", takes<std::string>());
         using Process = sdbus::Struct<std::string, U, U, std::int64_t, std::string>;
         property(supervisor, "supervisor", "Processes",
                  std::vector<Process>{{"dbus-daemon", U{11}, U{0}, std::int64_t{5}, ""},

@@ -1,4 +1,4 @@
-// The man pages of the three programs, read by the formatters.
+// The man pages of the programs, read by the formatters.
 #include "kit/ChildProcess.h"
 #include "kit/TemporaryFolder.h"
 
@@ -36,6 +36,7 @@ TEST_P(ManPageTest, isFormattedWithoutAWarning)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Programs, ManPageTest, testing::Values("camera", "camera-pipeline", "camera-services"));
+INSTANTIATE_TEST_SUITE_P(Programs, ManPageTest,
+                         testing::Values("camera", "camera-gateway", "camera-pipeline", "camera-services"));
 
 } // namespace

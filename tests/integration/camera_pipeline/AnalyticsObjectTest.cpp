@@ -1,205 +1,113 @@
-// The analytics target on the bus: what each method answers.
+// What the camera offers of its analytics beyond the target: changes that say why they are refused.
 #include "integration/camera_pipeline/ServedDevice.h"
 
 namespace pipeline_test {
 namespace {
 
-using testing::AllOf;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
-
-constexpr const char* kReplacement = "\xEF\xBF\xBD";
-
-std::string rule(const std::string& name, const std::string& type = "tt:Good")
-{
-    return "<tt:Rule Name=\"" + name + "\" Type=\"" + type + "\"><tt:Parameters/></tt:Rule>";
-}
-
-std::string module(const std::string& name, const std::string& type = "tt:Good")
-{
-    return "<tt:AnalyticsModule Name=\"" + name + "\" Type=\"" + type + "\"><tt:Parameters/></tt:AnalyticsModule>";
-}
 
 class AnalyticsObjectTest : public ServedDevice {
 protected:
+    using Change = std::tuple<std::int32_t, std::uint32_t, Texts>;
+    using Taken = std::tuple<std::int32_t, std::uint8_t, Texts>;
+
     void SetUp() override
     {
         ServedDevice::SetUp();
+        hosted.onRefused = [](const std::string& engine) { say(engine + ": no"); };
         serve();
     }
+
+    static void say(const std::string& text)
+    {
+        camera::base::Log::instance().write(camera::base::LogLevel::error, "engines", text);
+    }
+
+    Change changed(const std::string& method, const Texts& items)
+    {
+        return client.ask<std::int32_t, std::uint32_t, Texts>(service::kAnalytics, method, items);
+    }
+
+    Taken taken(const std::string& xml)
+    {
+        return client.ask<std::int32_t, std::uint8_t, Texts>(service::kAnalytics, "setConfiguration", xml);
+    }
+
+    const Texts kEachRefuses = {"Motion: no", "Simple: no", "not a valid component"};
 };
 
-TEST_F(AnalyticsObjectTest, everyListComesBackAsTheTargetGivesIt)
+TEST_F(AnalyticsObjectTest, everyChangeIsTheTargetsAndSaysWhyItIsRefused)
 {
-    ASSERT_TRUE(device->target().setConfiguration(documentFor("Motion")));
-    ASSERT_TRUE(device->target().setConfiguration(documentFor("Motion", "Gate")));
-    auto& target = device->target();
-    EXPECT_THAT(analytics<Texts>("getEventTopics"), ElementsAre("tns1:RuleEngine/Motion", "tns1:RuleEngine/Simple"));
-    EXPECT_EQ(analytics<Texts>("getEventTopics"), target.eventTopics());
-    EXPECT_THAT(analytics<Texts>("getSupportedRules"), Contains("tt:MotionRule"));
-    EXPECT_EQ(analytics<Texts>("getSupportedRules"), target.supportedRules());
-    EXPECT_THAT(analytics<Texts>("getSupportedEngines"), ElementsAre("tt:MotionEngine", "tt:SimpleEngine"));
-    EXPECT_EQ(analytics<Texts>("getCurrentRules"), target.currentRules());
-    EXPECT_EQ(analytics<Texts>("getCurrentEngines"), target.currentEngines());
-    EXPECT_THAT(analytics<Texts>("getUsedPtzPresets"), ElementsAre("Gate"));
-}
-
-TEST_F(AnalyticsObjectTest, listsThatAreEmptyArriveEmpty)
-{
+    EXPECT_EQ(changed("createRules", {rule("R")}), Change(0, 0, {}));
+    EXPECT_EQ(changed("createRules", {rule("R"), rule("S", "invalid")}), Change(0, 4, kEachRefuses));
+    EXPECT_EQ(changed("createRules", {"no xml"}), Change(0, 4, {"not a valid component"}));
+    EXPECT_EQ(changed("modifyRules", {rule("R")}), Change(0, 0, {}));
+    EXPECT_EQ(changed("modifyRules", {rule("R", "invalid")}), Change(0, 4, kEachRefuses));
+    EXPECT_EQ(changed("createEngines", {module("M", "tt:GoodModule")}), Change(0, 0, {}));
+    EXPECT_EQ(changed("createEngines", {module("M", "invalid")}), Change(0, 4, kEachRefuses));
+    EXPECT_EQ(changed("modifyEngines", {module("M", "tt:GoodModule")}), Change(0, 0, {}));
+    EXPECT_EQ(changed("modifyEngines", {module("M", "invalid")}), Change(0, 4, kEachRefuses));
+    EXPECT_THAT(analytics<Texts>("getCurrentRules"), ElementsAre(HasSubstr("\"R\"")));
+    EXPECT_THAT(analytics<Texts>("getCurrentEngines"), ElementsAre(HasSubstr("\"M\"")));
+    EXPECT_EQ(changed("deleteRules", {"unknown"}), Change(0, 5, {}));
+    EXPECT_EQ(changed("deleteEngines", {"unknown"}), Change(0, 5, {}));
+    EXPECT_EQ(changed("deleteRules", {"R"}), Change(0, 0, {}));
+    EXPECT_EQ(changed("deleteEngines", {"M"}), Change(0, 0, {}));
     EXPECT_THAT(analytics<Texts>("getCurrentRules"), IsEmpty());
-    EXPECT_THAT(analytics<Texts>("getUsedPtzPresets"), IsEmpty());
+    EXPECT_THAT(analytics<Texts>("getCurrentEngines"), IsEmpty());
 }
 
-TEST_F(AnalyticsObjectTest, resultAndStatusOfEveryChangeArriveUnchanged)
+TEST_F(AnalyticsObjectTest, aConfigurationSaysWhyItIsRefused)
 {
-    EXPECT_EQ(change("createRules", {rule("R")}), Outcome(0, 0));
-    EXPECT_EQ(change("createRules", {rule("R"), rule("S", "invalid")}), Outcome(0, 4));
-    EXPECT_EQ(change("createRules", {"no xml"}), Outcome(0, 4));
-    EXPECT_EQ(change("createRules", {}), Outcome(0, 0));
-    EXPECT_EQ(change("modifyRules", {rule("R")}), Outcome(0, 0));
-    EXPECT_EQ(change("modifyRules", {rule("R", "invalid")}), Outcome(0, 4));
-    EXPECT_EQ(change("deleteRules", {"unknown"}), Outcome(0, 5));
-    EXPECT_EQ(change("deleteRules", {"R"}), Outcome(0, 0));
-    EXPECT_EQ(change("createEngines", {module("M")}), Outcome(0, 0));
-    EXPECT_EQ(change("createEngines", {module("M", "invalid")}), Outcome(0, 4));
-    EXPECT_EQ(change("modifyEngines", {module("M")}), Outcome(0, 0));
-    EXPECT_EQ(change("modifyEngines", {module("M", "invalid")}), Outcome(0, 4));
-    EXPECT_EQ(change("deleteEngines", {"unknown"}), Outcome(0, 5));
-    EXPECT_EQ(change("deleteEngines", {"M"}), Outcome(0, 0));
-}
-
-TEST_F(AnalyticsObjectTest, resultAndFlagOfAConfigurationArriveUnchanged)
-{
-    EXPECT_EQ(configure(documentFor("Motion", "", "valid")), Acceptance(0, 0));
-    EXPECT_EQ(configure(documentFor("Nobody")), Acceptance(0, 1)) << "no engine claims it";
-    EXPECT_EQ(configure(documentFor("Motion", "", "invalid")), Acceptance(1, 1));
-    EXPECT_EQ(configure(""), Acceptance(0, 1));
-}
-
-TEST_F(AnalyticsObjectTest, configurationsAreReadBack)
-{
-    ASSERT_EQ(configure(documentFor("Motion", "Gate")), Acceptance(0, 0));
-    ASSERT_EQ(configure(documentFor("Motion", "ZintuInternalSimpleAnalyticsPreset")), Acceptance(0, 0));
+    EXPECT_EQ(taken(documentFor("Motion")), Taken(0, 0, {}));
+    EXPECT_EQ(taken(documentFor("Motion", "", "invalid")), Taken(1, 1, {"Motion: no"}));
+    EXPECT_EQ(taken(documentFor("Nobody")), Taken(0, 1, {})) << "no engine claims it";
+    EXPECT_THAT(std::get<2>(taken("<tt:VideoAnalyticsConfiguration for=\"Motion\">")),
+                ElementsAre(HasSubstr("Failed to parse"), HasSubstr("got non-hashable key")))
+        << "no XML";
     EXPECT_EQ(analytics<std::string>("getCurrentConfiguration"), device->target().currentConfiguration());
-    EXPECT_THAT(analytics<std::string>("getCurrentConfiguration"), HasSubstr("ZintuInternalSimpleAnalyticsPreset"));
-    const auto gate =
-        client.one<std::string>(service::kOnvifAnalyticService, "getPtzPresetConfiguration", std::string("Gate"));
-    EXPECT_EQ(gate, device->target().presetConfiguration("Gate"));
-    EXPECT_THAT(gate, HasSubstr("Value=\"Gate\""));
 }
 
-TEST_F(AnalyticsObjectTest, framesAreRecordedAndReplayedByTheEngineThatIsNamed)
+TEST_F(AnalyticsObjectTest, theReasonDoesNotDependOnWhatTheLogWrites)
 {
-    using I = std::int32_t;
-    const std::string motion = "Motion";
-    const std::string path = "/frames of mine";
-    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "writeFramesToFile", motion, path, std::uint32_t{5}), 0);
-    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "writeFramesToFile", motion, path, UINT32_MAX), 0);
-    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "readFramesFromFile", motion, path, true), 0);
-    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "readFramesFromFile", motion, path, false), 0);
-    EXPECT_EQ(client.one<I>(service::kOnvifAnalyticService, "readFramesFromFile", std::string("Nobody"), path, false),
-              0);
-    EXPECT_THAT(hosted.journal(),
-                AllOf(Contains("Motion writes /frames of mine 5"), Contains("Motion writes /frames of mine 4294967295"),
-                      Contains("Motion reads /frames of mine flagged"), Contains("Motion reads /frames of mine")));
+    camera::base::Log::instance().setLevel(camera::base::LogLevel::silent);
+    EXPECT_EQ(changed("createRules", {rule("S", "invalid")}), Change(0, 4, kEachRefuses));
+    EXPECT_THAT(lines(), IsEmpty());
 }
 
-TEST_F(AnalyticsObjectTest, theDefaultSettingsAreRestored)
+TEST_F(AnalyticsObjectTest, whatIsLoggedDuringAChangeThatSucceedsIsNoRefusal)
 {
-    ASSERT_EQ(configure(documentFor("Motion", "Gate")), Acceptance(0, 0));
-    EXPECT_EQ(analytics<std::int32_t>("restoreDefaultSettings"), 0);
-    EXPECT_EQ(hosted.count("Motion releaseRuleSet"), 1u);
+    hosted.onControl = [](const std::string& operation) {
+        if (operation == "Motion createRuleSet") {
+            say("Motion: made one more");
+        }
+    };
+    EXPECT_EQ(changed("createRules", {rule("R")}), Change(0, 0, {}));
+    EXPECT_EQ(taken(documentFor("Motion")), Taken(0, 0, {}));
+    EXPECT_THAT(lines(), testing::Contains(HasSubstr("made one more")));
+}
+
+TEST_F(AnalyticsObjectTest, aRefusalHoldsTheLinesOfItsOwnCallOnly)
+{
+    changed("createRules", {rule("S", "invalid")});
+    say("of another thread");
+    EXPECT_EQ(taken(documentFor("Simple", "", "invalid")), Taken(1, 1, {"Simple: no"}));
 }
 
 TEST_F(AnalyticsObjectTest, anOperationThatFailsIsAnErrorWithItsSentence)
 {
     hosted.onControl = [](const std::string& operation) {
-        if (operation == "Motion getEventTopics") {
-            throw std::runtime_error("the engine \xFF broke");
+        if (operation == "Motion createRuleSet") {
+            throw std::runtime_error("the engine broke");
         }
     };
-    const std::string refusal = client.refusal<Texts>(service::kOnvifAnalyticService, "getEventTopics");
-    EXPECT_THAT(refusal, testing::StartsWith("ravel.Error.Failed|"));
-    EXPECT_EQ(client.one<Texts>(service::kOnvifAnalyticService, "getSupportedEngines").size(), 2u);
-}
-
-TEST_F(AnalyticsObjectTest, eventsReachASubscriberAsThreeStrings)
-{
-    hosted.events.load()->OnEvent("tns1:RuleEngine/A", "Gate", "<tt:Message/>");
-    hosted.events.load()->OnEvent("", "", "");
-    EXPECT_THAT(client.journal.lines(2), ElementsAre("event tns1:RuleEngine/A|Gate|<tt:Message/>", "event ||"));
-}
-
-TEST_F(AnalyticsObjectTest, bytesThatCannotBeSentLeaveAsReplacementCharactersAndNothingBreaks)
-{
-    const std::string replaced = kReplacement;
-    hosted.events.load()->OnEvent("topic\xFF", "\xC0\xAFsource", std::string("da\0ta", 5).c_str());
-    hosted.events.load()->OnEvent("next", "", "");
-    EXPECT_THAT(client.journal.lines(2),
-                ElementsAre("event topic" + replaced + "|" + replaced + replaced + "source|da", "event next||"));
-    // Stored by somebody who is not on the bus.
-    ASSERT_TRUE(device->target().setConfiguration(documentFor("Motion", "G\xFF")));
-    EXPECT_THAT(analytics<Texts>("getUsedPtzPresets"), ElementsAre("G" + replaced));
-    unit().savePreset({"G\xFF", {10000, 0, 100}});
-    ASSERT_TRUE(unit().placeAt("G\xFF"));
-    unit().announceStanding();
-    device->drain();
-    EXPECT_THAT(analytics<std::string>("getCurrentConfiguration"), HasSubstr("Value=\"G" + replaced + "\""));
-    EXPECT_THAT(analytics<Texts>("getCurrentRules"), ElementsAre(HasSubstr("Value=\"G" + replaced + "\"")));
-    EXPECT_EQ(pipelineService->sessions(), 1u);
-}
-
-TEST_F(AnalyticsObjectTest, whatNoMessageCanCarryIsRefusedWithTheEnginesName)
-{
-    const std::string large(camera::base::kLargestMessage, 'a');
-    hosted.events.load()->OnEvent("topic", "rule", large);
-    hosted.events.load()->OnEvent("after it", "", "");
-    EXPECT_THAT(client.journal.lines(1), ElementsAre("event after it||"));
-    ASSERT_TRUE(device->target().setConfiguration(
-        "<tt:VideoAnalyticsConfiguration for=\"Simple\"><tt:RuleEngineConfiguration><tt:Rule Name=\"Big\" "
-        "Type=\"valid\">"
-        "<tt:Parameters><tt:SimpleItem Name=\"V\" Value=\"" +
-        large + "\"/></tt:Parameters></tt:Rule></tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>"));
     EXPECT_THAT(
-        client.refusal<std::string>(service::kOnvifAnalyticService, "getCurrentConfiguration"),
-        AllOf(testing::StartsWith("ravel.Error.TooLarge|the answer to getCurrentConfiguration, most of it of engine "
-                                  "'Simple', has "),
-              testing::EndsWith(" bytes; a message has at most 16777216")));
-    EXPECT_EQ(analytics<Texts>("getSupportedEngines").size(), 2U);
-    EXPECT_EQ(pipelineService->sessions(), 1U);
-}
-
-TEST_F(AnalyticsObjectTest, aDocumentOfTenMegabytesIsTakenAndGivenBack)
-{
-    const std::string value(10 * 1024 * 1024, 'a');
-    ASSERT_EQ(configure("<tt:VideoAnalyticsConfiguration for=\"Simple\"><tt:RuleEngineConfiguration><tt:Rule "
-                        "Name=\"Big\" Type=\"valid\"><tt:Parameters><tt:SimpleItem Name=\"V\" Value=\"" +
-                        value +
-                        "\"/></tt:Parameters></tt:Rule></tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>"),
-              Acceptance(0, 0));
-    EXPECT_NE(analytics<std::string>("getCurrentConfiguration").find(value), std::string::npos);
-    EXPECT_EQ(analytics<Texts>("getCurrentRules").size(), 1u);
-    EXPECT_EQ(pipelineService->sessions(), 1u);
-}
-
-TEST_F(AnalyticsObjectTest, anArrayOfAHundredThousandStringsIsAnswered)
-{
-    EXPECT_EQ(change("deleteRules", Texts(100000, "unknown")), Outcome(0, 5));
-    EXPECT_EQ(change("createRules", Texts(100000, "no xml")), Outcome(0, 4));
-    EXPECT_EQ(change("modifyEngines", Texts(100000)), Outcome(0, 4));
-    EXPECT_EQ(pipelineService->sessions(), 1u);
-}
-
-TEST_F(AnalyticsObjectTest, wrongArgumentsAndUnknownMethodsAreErrorsAndNothingElse)
-{
-    EXPECT_THAT(client.refusal(service::kOnvifAnalyticService, "createRules", std::string("no array")),
-                Not(HasSubstr("answered")));
-    EXPECT_THAT(client.refusal(service::kOnvifAnalyticService, "setConfiguration"), Not(HasSubstr("answered")));
-    EXPECT_THAT(client.refusal(service::kOnvifAnalyticService, "formatDisk"), HasSubstr("UnknownMethod"));
-    EXPECT_EQ(analytics<std::int32_t>("restoreDefaultSettings"), 0);
+        (client.refusal<std::int32_t, std::uint32_t, Texts>(service::kAnalytics, "createRules", Texts{rule("R")})),
+        testing::StartsWith("ravel.Error.Failed|the engine broke"));
+    hosted.onControl = nullptr;
+    EXPECT_EQ(changed("createRules", {rule("R")}), Change(0, 0, {}));
 }
 
 } // namespace

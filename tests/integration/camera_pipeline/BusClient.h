@@ -14,7 +14,9 @@ namespace error = camera::bus::error;
 class BusClient : public kit::BusClient {
 public:
     explicit BusClient(const std::string& address)
-        : kit::BusClient(address, {service::kOnvifAnalyticService, service::kPositioning, service::kPipeline}, &hear)
+        : kit::BusClient(
+              address, {service::kOnvifAnalyticService, service::kAnalytics, service::kPositioning, service::kPipeline},
+              &hear)
     {
     }
 

@@ -16,6 +16,7 @@ void Hosted::reset(std::vector<std::string> engineNames)
     const std::lock_guard<std::mutex> lock(_mutex);
     names = std::move(engineNames);
     onControl = nullptr;
+    onRefused = nullptr;
     onFrame = nullptr;
     onCreate = nullptr;
     ptz.reset();
@@ -84,8 +85,10 @@ public:
     explicit HostedEngine(const std::string& engineName) : FakeEngine(engineName)
     {
         claims = [this](const std::string& config) { return config.find("for=\"" + name + "\"") != std::string::npos; };
-        acceptsFull = [](const std::string& config) { return config.find("invalid") == std::string::npos; };
-        accepts = [](const kit::Component& component) { return component.type != "invalid"; };
+        acceptsFull = [this](const std::string& config) {
+            return config.find("invalid") == std::string::npos || refused();
+        };
+        accepts = [this](const kit::Component& component) { return component.type != "invalid" || refused(); };
         topics = {"tns1:RuleEngine/" + name};
         engines = {"tt:" + name + "Engine"};
         rules = {"tt:" + name + "Rule", "tt:Other"};
@@ -93,12 +96,21 @@ public:
             const auto& script = Hosted::instance().onFrame;
             return !script || script(name, frame, outputs);
         };
-        for (const char* call : {"isEngineConfiguration", "setEventHandler", "getEventTopics", "createRuleSet",
-                                 "releaseRuleSet", "clearAllRules"}) {
+        for (const char* call : {"isEngineConfiguration", "setEventHandler", "getEventTopics", "getSupportedEngines",
+                                 "createRuleSet", "releaseRuleSet", "clearAllRules"}) {
             before[call] = [this, call] { const Hosted::Operation noted(name + " " + call); };
         }
     }
     ~HostedEngine() override { const Hosted::Operation noted(name + " destroyed"); }
+
+    bool refused() const
+    {
+        const auto& script = Hosted::instance().onRefused;
+        if (script) {
+            script(name);
+        }
+        return false;
+    }
 
     void setEventHandler(analytics_lib::IEventHandler* handler) override
     {

@@ -35,6 +35,9 @@ public:
     /// Called inside each control operation, with "Motion activateRuleSet" and the like.
     std::function<void(const std::string& operation)> onControl;
 
+    /// Called with the engine's name when it refuses a component or a document.
+    std::function<void(const std::string& engine)> onRefused;
+
     /// Called for each frame with the engine's name.
     std::function<bool(const std::string& engine, const Frame&, MetadataBuffers&)> onFrame;
 

@@ -27,6 +27,7 @@ TEST_F(PipelineObjectTest, itsStatusIsProperties)
 {
     status.input = "a\xFF";
     status.missingEngines = {"/e.so"};
+    status.picture = {640, 360, 12.5};
     status.frames = 1;
     status.framesFailed = 2;
     status.framesPerSecond = 24.5;
@@ -46,6 +47,8 @@ TEST_F(PipelineObjectTest, itsStatusIsProperties)
     EXPECT_EQ(all.at("Frames").get<std::uint64_t>(), 1u);
     EXPECT_EQ(all.at("FramesFailed").get<std::uint64_t>(), 2u);
     EXPECT_EQ(all.at("FramesPerSecond").get<double>(), 24.5);
+    EXPECT_EQ(std::make_tuple(640U, 360U, 12.5),
+              (all.at("PictureFormat").get<sdbus::Struct<std::uint32_t, std::uint32_t, double>>()));
     EXPECT_EQ(all.at("LongestFrameMs").get<double>(), 9.0);
     EXPECT_EQ(all.at("Events").get<std::uint64_t>(), 3u);
     EXPECT_EQ(all.at("EventsDropped").get<std::uint64_t>(), 4u);

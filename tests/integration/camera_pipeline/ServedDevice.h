@@ -18,6 +18,20 @@ using Texts = std::vector<std::string>;
 using EngineRow = sdbus::Struct<std::string, std::string, Texts, Texts, std::uint64_t, std::uint64_t, std::uint64_t,
                                 double, double, std::vector<std::uint64_t>>;
 
+/// One component as a client sends it.
+inline std::string component(const std::string& element, const std::string& name, const std::string& type)
+{
+    return "<" + element + " Name=\"" + name + "\" Type=\"" + type + "\"><tt:Parameters/></" + element + ">";
+}
+inline std::string rule(const std::string& name, const std::string& type = "tt:Good")
+{
+    return component("tt:Rule", name, type);
+}
+inline std::string module(const std::string& name, const std::string& type = "tt:Good")
+{
+    return component("tt:AnalyticsModule", name, type);
+}
+
 /// A PTZ camera over the real module, served on a bus of the test's own, and a client of it.
 class ServedDevice : public PositioningDevice {
 protected:
@@ -33,7 +47,8 @@ protected:
     void serve()
     {
         start();
-        pipelineService = std::make_unique<camera::pipeline::PipelineService>(bus.address(), *device, report());
+        pipelineService =
+            std::make_unique<camera::pipeline::PipelineService>(bus.address(), *device, report(), folder.path());
         ASSERT_TRUE(client.waitForSession(1)) << client.connection.reason();
         ASSERT_TRUE(waitUntilServed());
     }
@@ -46,8 +61,8 @@ protected:
     bool waitUntilServed()
     {
         return eventually([this] {
-            return client.isServed(service::kOnvifAnalyticService) && client.isServed(service::kPositioning) &&
-                   client.isServed(service::kPipeline);
+            return client.isServed(service::kOnvifAnalyticService) && client.isServed(service::kAnalytics) &&
+                   client.isServed(service::kPositioning) && client.isServed(service::kPipeline);
         });
     }
 

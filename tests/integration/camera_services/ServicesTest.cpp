@@ -94,6 +94,8 @@ TEST_F(ServicesTest, keysThatCannotBeAreRefused)
               "ravel.Error.Refused|the key of a configuration value is not empty");
     EXPECT_EQ(client.refusal(service::kConfiguration, "setIntValue", tooLong, 1),
               "ravel.Error.Refused|the key of a configuration value has at most 256 bytes, not 257");
+    EXPECT_EQ(client.refusal(service::kConfiguration, "getIntValue", tooLong),
+              "ravel.Error.Refused|the key of a configuration value has at most 256 bytes, not 257");
     EXPECT_EQ(client.refusal(service::kConfiguration, "getIntValue", std::string("no such")),
               "ravel.Error.Refused|there is no configuration value 'no such'");
     EXPECT_EQ(client.refusal(service::kConfiguration, "removeValue", std::string("no such")),
@@ -187,7 +189,7 @@ TEST_F(ServicesTest, unknownServicesFaultsAndDelaysAreRefused)
 TEST_F(ServicesTest, itsPropertiesSayWhatHolds)
 {
     client.setAngle(90);
-    client.setFault(service::kRotate, "slow", 2.5);
+    client.setFault(service::kRotate, "slow", 0.1);
     const auto all = client.properties(service::kServices);
     EXPECT_EQ(all.at("Pid").get<std::uint32_t>(), static_cast<std::uint32_t>(getpid()));
     EXPECT_EQ(all.at("State").get<std::string>(), (folder / "services").string());
@@ -197,7 +199,7 @@ TEST_F(ServicesTest, itsPropertiesSayWhatHolds)
     EXPECT_FALSE(all.at("Blanking").get<bool>());
     using Row = sdbus::Struct<std::string, std::string, double>;
     const auto faults = all.at("FaultSettings").get<std::vector<Row>>();
-    EXPECT_THAT(faults, testing::Contains(Row("rotate", "slow", 2.5)));
+    EXPECT_THAT(faults, testing::Contains(Row("rotate", "slow", 0.1)));
     EXPECT_THAT(faults, testing::Contains(Row("day_night", "off", 0)));
 }
 

@@ -8,7 +8,9 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <csignal>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ptrace.h>
 
@@ -22,7 +24,7 @@ using testing::HasSubstr;
 
 Program shell(const std::string& script)
 {
-    return Program{{"sh", "-c", script}, -1, -1};
+    return Program{{"sh", "-c", script}};
 }
 
 TEST(ChildProcess, tellsTheExitCode)
@@ -37,7 +39,7 @@ TEST(ChildProcess, tellsTheExitCode)
 
 TEST(ChildProcess, tellsTheSignalByNumberAndName)
 {
-    ChildProcess child(Program{{"sleep", "1000"}, -1, -1});
+    ChildProcess child(Program{{"sleep", "1000"}});
     EXPECT_FALSE(child.exit());
     child.signal(SIGKILL);
     const std::optional<Exit> exit = child.waitUntil(soon());
@@ -52,15 +54,33 @@ TEST(ChildProcess, passesArgumentsAsTheyAre)
 {
     const kit::TemporaryFolder folder;
     const std::string out = folder / "out";
-    ChildProcess child(Program{{"sh", "-c", "printf '%s\\n' \"$@\" >\"$0\"", out, "a b", "", "$HOME"}, -1, -1});
+    ChildProcess child(Program{{"sh", "-c", "printf '%s\\n' \"$@\" >\"$0\"", out, "a b", "", "$HOME"}});
     ASSERT_TRUE(child.waitUntil(soon()));
     EXPECT_THAT(kit::linesOf(out), ElementsAre("a b", "", "$HOME"));
+}
+
+TEST(ChildProcess, keepsTheDescriptorsThatItIsGivenAndNoOther)
+{
+    const kit::TemporaryFolder folder;
+    std::array<base::FileDescriptor, 3> files;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const std::string file = folder.write("in" + std::to_string(i), std::to_string(i));
+        files.at(i) = base::FileDescriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    }
+    const auto script = "for i in \"$@\"; do cat /dev/fd/$i 2>/dev/null || echo none; done >\"$0\"";
+    Program program{{"sh", "-c", script, folder / "out"}, {files[0].get(), files[2].get()}};
+    for (const base::FileDescriptor& file : files) {
+        program.words.push_back(std::to_string(file.get()));
+    }
+    ChildProcess child(program);
+    ASSERT_TRUE(child.waitUntil(soon()));
+    EXPECT_EQ(kit::contentOf(folder / "out"), "0none\n2");
 }
 
 TEST(ChildProcess, refusesAProgramThatCannotBeStarted)
 {
     const auto refusal = [](const std::string& program) {
-        return kit::refusalOf([&] { ChildProcess child(Program{{program}, -1, -1}); });
+        return kit::refusalOf([&] { ChildProcess child(Program{{program}}); });
     };
     EXPECT_EQ(refusal("/nowhere/at-all"), "cannot start '/nowhere/at-all': No such file or directory; install it, or "
                                           "build it beside this program");
@@ -78,7 +98,7 @@ TEST(ChildProcess, isReadableOnceItHasEnded)
 
 TEST(ChildProcess, hasAProcessGroupOfItsOwn)
 {
-    ChildProcess child(Program{{"sleep", "1000"}, -1, -1});
+    ChildProcess child(Program{{"sleep", "1000"}});
     EXPECT_EQ(::getpgid(child.pid()), child.pid());
 }
 
@@ -89,7 +109,7 @@ TEST(ChildProcess, getsSignalsThatItsStarterBlocks)
     sigemptyset(&blocked);
     sigaddset(&blocked, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &blocked, &before);
-    ChildProcess child(Program{{"sleep", "1000"}, -1, -1});
+    ChildProcess child(Program{{"sleep", "1000"}});
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     child.signal(SIGTERM);
     const std::optional<Exit> exit = child.waitUntil(soon());
@@ -110,7 +130,7 @@ TEST(ChildProcess, isGoneWithItsOwner)
 
 TEST(ChildProcess, waitsNoLongerThanItIsAllowed)
 {
-    ChildProcess child(Program{{"sleep", "1000"}, -1, -1});
+    ChildProcess child(Program{{"sleep", "1000"}});
     EXPECT_FALSE(child.waitUntil(std::chrono::steady_clock::now() + 10ms));
 }
 
@@ -120,8 +140,7 @@ TEST(ChildProcess, doesNotOutliveAKilledStarter)
     const std::filesystem::path note = folder / "pid";
     std::optional<ChildProcess> child;
     kit::ForkedProcess starter([&] {
-        child.emplace(
-            Program{{"sh", "-c", "echo $$ >\"$0.new\"; mv \"$0.new\" \"$0\"; exec sleep 1000", note}, -1, -1});
+        child.emplace(Program{{"sh", "-c", "echo $$ >\"$0.new\"; mv \"$0.new\" \"$0\"; exec sleep 1000", note}});
     });
     ASSERT_TRUE(kit::eventually([&] { return std::filesystem::exists(note); }));
     const std::string pid = kit::linesOf(note).at(0);
@@ -135,7 +154,7 @@ TEST(ChildProcess, doesNotOutliveAKilledStarter)
 
 TEST(WatchdogInKernel, seesWhoHoldsAProcess)
 {
-    ChildProcess running({{"sleep", "100"}, -1, -1});
+    ChildProcess running({{"sleep", "100"}});
     EXPECT_EQ(Watchdog::heldInKernel(running.pid()), "");
     running.signal(SIGSTOP);
     EXPECT_TRUE(kit::eventually([&] { return Watchdog::heldInKernel(running.pid()) == "stopped by a signal"; }));

@@ -39,7 +39,11 @@ protected:
 
 TEST_F(RuntimeFolderTest, liesBelowTheUsersRuntimeDirectoryForThisUserOnly)
 {
+    const fs::path path = RuntimeFolder(state).path();
+    fs::create_directory(path);
+    fs::permissions(path, fs::perms::all);
     const RuntimeFolder runtime(state);
+    EXPECT_EQ(runtime.path(), path);
     EXPECT_EQ(runtime.path().parent_path(), common / "virtual-camera");
     EXPECT_EQ(runtime.path().filename().string().size(), 16U);
     EXPECT_EQ(fs::status(runtime.path()).permissions(), fs::perms::owner_all);
@@ -83,6 +87,7 @@ TEST_F(RuntimeFolderTest, isFoundWithoutItsNameWhicheverOfTheUsersFoldersItIsIn)
     EXPECT_THAT(RuntimeFolder::runningOfAllUsers(roots), SizeIs(2));
     const kit::EnvironmentVariable ownWorld("XDG_RUNTIME_DIR", common);
     EXPECT_THAT(RuntimeFolder::running(roots), IsEmpty());
+    EXPECT_THAT(RuntimeFolder::runningOfAllUsers(roots), SizeIs(2));
 }
 
 TEST_F(RuntimeFolderTest, ofASystemServiceIsFoundByItsStateFolderAndAmongThoseOfAllUsers)

@@ -72,6 +72,12 @@ protected:
                 return standin("pipeline", "ravel.pipeline", at, pipeline);
             };
         }
+        if (gateway) {
+            options.gateway = [this](const RuntimeFolder& at, bool first) {
+                return Program{first ? standin("gateway", "ravel.gateway", at, *gateway)
+                                     : standin("gateway again", "ravel.gateway", at, {})};
+            };
+        }
         supervisor = std::make_unique<Supervisor>(
             options, [this](const std::string& line) { reported.add(line); }, clock);
         outcome = std::async(std::launch::async, [this] {
@@ -123,7 +129,7 @@ protected:
     {
         EXPECT_TRUE(!fs::exists(folder / "x" / "virtual-camera") || fs::is_empty(folder / "x" / "virtual-camera"));
         EXPECT_EQ(RuntimeFolder::find(state), std::nullopt);
-        for (const char* name : {"dbus-daemon", "camera-services", "camera-pipeline"}) {
+        for (const char* name : kNames) {
             for (const pid_t pid : pids[name]) {
                 EXPECT_EQ(::kill(pid, 0), -1) << name;
             }
@@ -132,16 +138,21 @@ protected:
 
     void rememberPids()
     {
-        for (const char* name : {"dbus-daemon", "camera-services", "camera-pipeline"}) {
-            pids[name].push_back(pidOf(name));
+        for (const char* name : kNames) {
+            if (pidOf(name) != 0) {
+                pids[name].push_back(pidOf(name));
+            }
         }
     }
 
+    static constexpr std::array kNames = {"dbus-daemon", "camera-services", "camera-pipeline", "camera-gateway"};
     const kit::TemporaryFolder folder;
     const fs::path state = folder / "state";
     const std::string journal = folder / "journal";
     const kit::EnvironmentVariable variable{"XDG_RUNTIME_DIR", folder / "x"};
     SupervisorOptions options;
+    std::optional<std::vector<std::string>>
+        gateway;              ///< how it ends until it has answered; nothing: the camera has none
     bool ownServices = false; ///< the test's options name other services than begin() does
     bool ownPipeline = false; ///< or another pipeline
     ImpatientClock clock;
@@ -165,6 +176,75 @@ TEST_F(SupervisorTest, startsBusServicesAndPipelineAndEndsThemInTheOppositeOrder
                 ElementsAre("services started", "pipeline started", "pipeline told to end", "services told to end"));
     EXPECT_THAT(reported.lines(), IsEmpty());
     expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aGatewayStartsBeforeThePipelineAndIsToldToEndAfterIt)
+{
+    gateway.emplace();
+    begin();
+    ASSERT_TRUE(runs());
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(1, "gateway started"); }));
+    rememberPids();
+    EXPECT_GT(pidOf("camera-gateway"), 0);
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+    EXPECT_THAT(kit::linesOf(journal),
+                UnorderedElementsAre("gateway started", "services started", "pipeline started", "pipeline told to end",
+                                     "gateway told to end", "services told to end"));
+    EXPECT_EQ(kit::linesOf(journal).at(3), "pipeline told to end");
+    EXPECT_THAT(reported.lines(), IsEmpty());
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aGatewayThatGivesUpAtItsFirstStartEndsTheRun)
+{
+    for (const char* code : {"1", "2"}) {
+        fs::remove(journal);
+        reported.clear();
+        gateway = {code};
+        begin();
+        EXPECT_EQ(end(), code);
+        EXPECT_THAT(reported.lines(),
+                    Contains("camera-gateway ended with exit code " + std::string(code) + "; the camera ends"));
+        expectNothingLeft();
+    }
+}
+
+TEST_F(SupervisorTest, aGatewayIsStartedAgainAndGetsWhatIsGivenOnceUntilItHasAnswered)
+{
+    gateway = {"3,0,-"};
+    begin();
+    ASSERT_TRUE(runs());
+    EXPECT_TRUE(isReported("camera-gateway ended with exit code 3; starting it again"));
+    EXPECT_TRUE(isReported("camera-gateway ended with exit code 0; starting it again in 100 ms"));
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(3, "gateway started"); }));
+    const auto connection = sdbus::createSessionBusConnectionWithAddress(RuntimeFolder::find(state).value());
+    const auto proxy = sdbus::createProxy(*connection, "org.freedesktop.DBus", "/org/freedesktop/DBus");
+    // The supervisor may hear of the name a little later than this test.
+    EXPECT_TRUE(kit::eventually([&] {
+        bool answers = false;
+        proxy->callMethod("NameHasOwner")
+            .onInterface("org.freedesktop.DBus")
+            .withArguments("ravel.gateway")
+            .storeResultsTo(answers);
+        if (const pid_t pid = pidOf("camera-gateway"); answers && pid != 0) {
+            ::kill(pid, SIGKILL);
+        }
+        return journalHas(1, "gateway again started");
+    }));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+}
+
+TEST_F(SupervisorTest, aGatewayWhoseBusThreadHangsIsToldAndStartedAgain)
+{
+    options.watchdog.silence = 1s;
+    gateway = {"h,-"};
+    begin();
+    EXPECT_TRUE(isReported("camera-gateway ended by signal 9 (Killed); starting it again"));
+    EXPECT_THAT(reported.lines(), Contains("camera-gateway does not answer for 1 s and is killed"));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
 }
 
 TEST_F(SupervisorTest, endsWithThePipelinesCodeWithoutAWordOfItsOwn)
@@ -297,6 +377,104 @@ TEST_F(SupervisorTest, startsThePipelineAgainWhenItIsToldTo)
     expectNothingLeft();
 }
 
+TEST_F(SupervisorTest, startsPipelineAndServicesAgainInTheirOrder)
+{
+    gateway.emplace();
+    begin();
+    ASSERT_TRUE(runs());
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(1, "gateway started"); }));
+    supervisor->pipelineBegun();
+    rememberPids();
+    supervisor->restart();
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(2, "pipeline started"); }));
+    EXPECT_EQ(pidOf("camera-gateway"), pids["camera-gateway"].front()) << "it goes on";
+    EXPECT_EQ(process("camera-services").restarts, 1U);
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+    std::vector<std::string> lines = kit::linesOf(journal);
+    lines.erase(std::remove(lines.begin(), lines.end(), "gateway started"), lines.end());
+    lines.resize(6);
+    EXPECT_THAT(lines, ElementsAre("services started", "pipeline started", "pipeline told to end",
+                                   "services told to end", "services started", "pipeline started"));
+    EXPECT_THAT(reported.lines(), ElementsAre("the camera is started again"));
+    EXPECT_THAT(pipelineFirst, ElementsAre(true, false));
+    EXPECT_THAT(servicesFirst, ElementsAre(true, false));
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aFactoryDefaultChangesTheStateFolderWhileNobodyWorksOnItAndStartsAsAtFirst)
+{
+    gateway.emplace();
+    begin();
+    ASSERT_TRUE(runs());
+    supervisor->pipelineBegun();
+    const fs::path setting = state / "settings.db.damaged-1";
+    std::ofstream(setting) << "x";
+    supervisor->factoryDefault(false);
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(2, "pipeline started"); }));
+    EXPECT_TRUE(fs::exists(setting));
+    supervisor->pipelineBegun();
+    supervisor->factoryDefault(true);
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(3, "pipeline started") && journalHas(2, "gateway started"); }));
+    EXPECT_FALSE(fs::exists(setting));
+    EXPECT_FALSE(fs::exists(state / "factory-default"));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+    EXPECT_TRUE(journalHas(2, "gateway told to end"));
+    EXPECT_THAT(reported.lines(),
+                ElementsAre("the camera goes back to its factory settings, with its presets, and is started again",
+                            "the camera goes back to its factory settings and is started again"));
+    EXPECT_THAT(pipelineFirst, ElementsAre(true, true, true));
+    EXPECT_THAT(servicesFirst, ElementsAre(true, true, true));
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, whatDoesNotEndForARestartIsKilled)
+{
+    options.servicesAfter = 50ms;
+    options.busAfter = 100ms;
+    options.killAfter = 150ms;
+    begin({"-", "stubborn"}, {"-", "stubborn"});
+    ASSERT_TRUE(runs());
+    supervisor->restart();
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(2, "pipeline started"); }));
+    EXPECT_THAT(reported.lines(),
+                ElementsAre("the camera is started again", "camera-pipeline does not end in time and is killed",
+                            "camera-services does not end in time and is killed"));
+    EXPECT_FALSE(journalHas(2, "services told to end")) << "not before the pipeline has ended";
+    supervisor->stop();
+    EXPECT_EQ(end(), "1");
+    expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aRunThatReadsItsInputOnceIsNotStartedAgain)
+{
+    options.readOnce = true;
+    begin();
+    ASSERT_TRUE(runs());
+    for (const bool hard : {false, true}) {
+        EXPECT_EQ(kit::refusalOf([&] { supervisor->factoryDefault(hard); }),
+                  "the camera is not started again, because what it has read of its input is gone");
+    }
+    EXPECT_NE(kit::refusalOf([&] { supervisor->restart(); }), "");
+    EXPECT_FALSE(fs::exists(state / "factory-default"));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+}
+
+TEST_F(SupervisorTest, aFactoryDefaultThatWasCutShortIsFinishedByTheNextRun)
+{
+    fs::create_directories(state);
+    const fs::path setting = state / "settings.db.damaged-1";
+    std::ofstream(setting) << "x";
+    std::ofstream(state / "factory-default") << "hard\n";
+    begin();
+    ASSERT_TRUE(runs());
+    EXPECT_FALSE(fs::exists(setting));
+    supervisor->stop();
+    EXPECT_EQ(end(), "0");
+}
+
 TEST_F(SupervisorTest, tellsItsAddressToOneListenerInsteadOfToAll)
 {
     std::promise<std::string> ready;
@@ -408,13 +586,16 @@ TEST_F(SupervisorTest, killsWhatDoesNotEndAndLeavesNothing)
     options.servicesAfter = 30ms;
     options.busAfter = 60ms;
     options.killAfter = 90ms;
+    gateway = {"-", "stubborn"};
     begin({"-", "stubborn"}, {"-", "stubborn"});
     ASSERT_TRUE(runs());
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(1, "gateway started"); }));
     rememberPids();
     supervisor->stop();
     EXPECT_EQ(end(), "1");
     EXPECT_THAT(reported.lines(), IsSupersetOf({"camera-services does not end in time and is killed",
-                                                "camera-pipeline does not end in time and is killed"}));
+                                                "camera-pipeline does not end in time and is killed",
+                                                "camera-gateway does not end in time and is killed"}));
     expectNothingLeft();
 }
 
@@ -433,6 +614,7 @@ TEST_F(SupervisorTest, aPipelineThatCouldNotHandleItsSignalYetHasNotFailed)
 
 TEST_F(SupervisorTest, isAskedAndEndedOverTheBus)
 {
+    gateway.emplace();
     begin();
     ASSERT_TRUE(runs());
     const auto connection = sdbus::createSessionBusConnectionWithAddress(RuntimeFolder::find(state).value());
@@ -444,13 +626,17 @@ TEST_F(SupervisorTest, isAskedAndEndedOverTheBus)
     EXPECT_EQ(property("Address").get<std::string>(), RuntimeFolder::find(state).value());
     using Row = sdbus::Struct<std::string, std::uint32_t, std::uint32_t, std::int64_t, std::string>;
     const auto processes = property("Processes").get<std::vector<Row>>();
-    ASSERT_EQ(processes.size(), 3U);
+    ASSERT_EQ(processes.size(), kNames.size());
     for (const Row& process : processes) {
         EXPECT_GT(process.get<1>(), 0U);
         EXPECT_EQ(process.get<2>(), 0U);
         EXPECT_GT(process.get<3>(), 0);
         EXPECT_EQ(process.get<4>(), "");
     }
+    proxy->callMethod("restart").onInterface("ravel.supervisor");
+    EXPECT_TRUE(kit::eventually([&] { return journalHas(2, "pipeline started"); }));
+    proxy->callMethod("factoryDefault").onInterface("ravel.supervisor").withArguments(false);
+    EXPECT_TRUE(kit::eventually([&] { return journalHas(3, "pipeline started"); }));
     proxy->callMethod("stop").onInterface("ravel.supervisor");
     EXPECT_EQ(end(), "0");
     expectNothingLeft();
@@ -507,7 +693,22 @@ TEST_F(SupervisorTest, aProgramThatIsMissingIsOneSentence)
     options.services = [](const RuntimeFolder&, bool) { return std::vector<std::string>{"/nowhere/camera-services"}; };
     begin();
     EXPECT_THAT(end(), StartsWith("cannot start '/nowhere/camera-services': "));
+    EXPECT_EQ(process("camera-pipeline").restarts, 0U);
     expectNothingLeft();
+}
+
+TEST_F(SupervisorTest, aProgramThatCannotBeStartedAgainIsTriedUntilItCan)
+{
+    ownPipeline = true;
+    options.pipeline = [this, starts = 0](const RuntimeFolder& at, bool) mutable {
+        return ++starts == 2 ? std::vector<std::string>{"/nowhere/camera-pipeline"}
+                             : standin("pipeline", "ravel.pipeline", at, {"f3,e0"});
+    };
+    begin();
+    EXPECT_EQ(end(), "0");
+    EXPECT_THAT(reported.lines(), ElementsAre("camera-pipeline ended with exit code 3; starting it again",
+                                              AllOf(StartsWith("cannot start '/nowhere/camera-pipeline': "),
+                                                    EndsWith("; starting it again in 100 ms"))));
 }
 
 /// A supervisor as a process of its own.
@@ -515,7 +716,7 @@ class SupervisingProcessTest : public SupervisorTest {
 protected:
     void start(const std::vector<std::string>& pipeline = {})
     {
-        Program program{{SUPERVISING, state, STANDIN, journal}, -1, -1};
+        Program program{{SUPERVISING, state, STANDIN, journal}};
         program.words.insert(program.words.end(), pipeline.begin(), pipeline.end());
         process_ = std::make_unique<ChildProcess>(program);
         ASSERT_TRUE(runs());

@@ -1,4 +1,5 @@
-// Plays camera-services or camera-pipeline. usage: NAME JOURNAL ADDRESS BUS-NAME|- [EXIT-CODES [stubborn]]
+// Plays camera-services, camera-pipeline or camera-gateway. usage: NAME JOURNAL ADDRESS BUS-NAME|- [EXIT-CODES
+// [stubborn]]
 //
 // Writes "NAME started" and "NAME told to end" into the journal. The n-th of EXIT-CODES ("3,0,...") ends its n-th
 // start at once; "-", or none, means that it runs until it is told to end. A stubborn one does not end then. One that

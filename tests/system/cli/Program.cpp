@@ -1,11 +1,18 @@
 #include "Program.h"
 
+#include <algorithm>
+
 namespace camera::system_tests {
 
 namespace {
 
 // Far more than any of these runs takes: it ends a process that hangs, it measures nothing.
 constexpr std::chrono::minutes kLongestRun(5);
+
+bool isForOnvifClients(const std::string& word)
+{
+    return word == "--http" || word == "--https";
+}
 
 } // namespace
 
@@ -15,6 +22,9 @@ Words cameraWords(const Words& arguments)
     words.insert(words.end(), arguments.begin(), arguments.end());
     if (!arguments.empty() && arguments.front() == "run") {
         words.emplace(words.begin() + 2, "--no-factory");
+        if (std::none_of(arguments.begin(), arguments.end(), isForOnvifClients)) {
+            words.emplace(words.begin() + 2, "--no-network");
+        }
     }
     return words;
 }

@@ -334,7 +334,7 @@ TEST_F(RunTest, readsTheStandardInput)
     ASSERT_EQ(0, camera({"run", kScene, "--frames", "30", "--speed", "max", "--overlay", path("film.mp4")}).exitCode);
     for (const std::string input : {"-", "pipe:0"}) {
         const Finished done = system_tests::run(
-            {"/bin/sh", "-c", "cat \"$2\" | \"$1\" run " + input, "sh", CAMERA_PROGRAM, path("film.mp4")});
+            {"/bin/sh", "-c", "cat \"$2\" | \"$1\" run --no-network " + input, "sh", CAMERA_PROGRAM, path("film.mp4")});
         EXPECT_EQ(0, done.exitCode) << done.err;
         EXPECT_THAT(done.out, HasSubstr("  frames    30 in "));
         EXPECT_THAT(done.err, HasSubstr("'" + input + "' has ended; what comes through a pipe is read once"));

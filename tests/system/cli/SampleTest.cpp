@@ -82,6 +82,21 @@ TEST_F(SampleTest, whatReadmeShowsOfTheFirstRunIsWhatTheFirstRunPrints)
     }
 }
 
+TEST_F(SampleTest, theLiveTourIsADeviceForOnvifClientsUntilItIsEnded)
+{
+    if (run({CLIP_SCRIPT}).exitCode != 0) {
+        GTEST_SKIP() << "the clip cannot be had";
+    }
+    ChildProcess camera({kSource + "/scripts/demo", CAMERA_PROGRAM, path("out"), "--live", "--http", "0"});
+    EXPECT_TRUE(eventually([&] {
+        return camera.out().find("  onvif http://127.0.0.1:") != std::string::npos || !camera.runs();
+    })) << camera.err();
+    EXPECT_THAT(system_tests::camera({"preset", "list"}).out, AllOf(HasSubstr("Bend"), HasSubstr("Way")));
+    EXPECT_TRUE(camera.runs());
+    EXPECT_EQ(camera.end(SIGINT), 0) << camera.err();
+    EXPECT_THAT(camera.out(), HasSubstr("  settings  " + path("out/live")));
+}
+
 // Typed as it stands there, but for where the programs of this build and the example lie.
 TEST_F(SampleTest, theFirstCommandsOfTheEngineGuideShowEvents)
 {

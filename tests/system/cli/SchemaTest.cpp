@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 namespace camera::system_tests {
@@ -90,6 +91,55 @@ TEST_F(SchemaTest, acceptsTheMergedConfigurationOfACameraWithoutAny)
     const std::string merged = write("merged.xml", camera({"config", "get", "--state", state()}).out);
     const Finished done = validate({merged});
     EXPECT_EQ(0, done.exitCode) << done.err;
+}
+
+// The description of an engine: what it holds are the elements of the analytics service's answers.
+class DescriptionSchemaTest : public SchemaTest {
+protected:
+    void SetUp() override
+    {
+        SchemaTest::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        const std::string tan = "http://www.onvif.org/ver20/analytics/wsdl";
+        const std::string begin =
+            "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' elementFormDefault='qualified' "
+            "xmlns:tan='" +
+            tan + "' xmlns:tt='http://www.onvif.org/ver10/schema' targetNamespace='";
+        write("onvif/xsd-libxml2/tan-all.xsd",
+              begin + tan +
+                  "'><xs:import namespace='http://www.onvif.org/ver10/schema' schemaLocation='tt-all.xsd'/>"
+                  "<xs:import namespace='http://www.onvif.org/ver20/analytics' "
+                  "schemaLocation='ver20/analytics/rules.xsd'/>"
+                  "<xs:include schemaLocation='ver20/analytics/wsdl/analytics.types.xsd'/>"
+                  "<xs:element name='SupportedRules' type='tt:SupportedRules'/>"
+                  "<xs:element name='SupportedAnalyticsModules' type='tt:SupportedAnalyticsModules'/>"
+                  "<xs:element name='RuleOptions' type='tan:ConfigOptions'/>"
+                  "<xs:element name='Options' type='tan:ConfigOptions'/>"
+                  "<xs:element name='AnalyticsModule' type='tan:MetadataInfo'/></xs:schema>");
+        schema = write(
+            "onvif/xsd-libxml2/description.xsd",
+            begin + "urn:x-virtual-camera:analytics'><xs:import namespace='" + tan +
+                "' schemaLocation='tan-all.xsd'/><xs:element name='EngineDescription'><xs:complexType><xs:sequence>"
+                "<xs:element ref='tan:SupportedRules'/><xs:element ref='tan:SupportedAnalyticsModules'/>"
+                "<xs:element ref='tan:RuleOptions' minOccurs='0' maxOccurs='unbounded'/>"
+                "<xs:element ref='tan:Options' minOccurs='0' maxOccurs='unbounded'/>"
+                "<xs:element ref='tan:AnalyticsModule' minOccurs='0' maxOccurs='unbounded'/>"
+                "</xs:sequence></xs:complexType></xs:element></xs:schema>");
+    }
+};
+
+TEST_F(DescriptionSchemaTest, acceptsTheDescriptionOfEachEngine)
+{
+    for (const std::string engine : {"Simple", "Motion"}) {
+        const std::string file = SOURCE_FOLDER "/camera/descriptions/" + engine + ".onvif.xml";
+        const Finished done = validate({file});
+        EXPECT_EQ(0, done.exitCode) << done.err;
+        const std::string bad =
+            std::regex_replace(read(file), std::regex(" Name=\"Sensitivity\" minOccurs"), " minOccurs");
+        EXPECT_THAT(validate({write("bad.xml", bad)}).err, HasSubstr("'Name' is required"));
+    }
 }
 
 } // namespace

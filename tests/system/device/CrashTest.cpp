@@ -66,8 +66,9 @@ TEST_F(CrashTest, exitCalledByAnEngineIsACrash)
     RunningCamera camera(state(), {kLively, "--engine", FAULTY_ENGINE, "--config", simple("Anything")});
     ASSERT_TRUE(camera.serves()) << camera.err();
     EXPECT_TRUE(camera.waitForRules("Simple", "everywhere"));
-    EXPECT_THAT(camera.err(), HasSubstr("camera-pipeline ended with exit code 0 during onFrame of engine 'Faulty'; "
-                                        "starting it again"));
+    // Its other threads may be at work meanwhile.
+    EXPECT_THAT(camera.err(), ContainsRegex("camera-pipeline ended with exit code 0 during onFrame of engine 'Faulty'"
+                                            "( and an operation of the control thread)?; starting it again"));
     EXPECT_EQ(0, camera.end(SIGINT)) << camera.err();
 }
 
@@ -125,8 +126,8 @@ TEST_F(CrashTest, endsARunThatReadsAPipeWithOneBecauseWhatWasReadIsGone)
     const std::string film = path("film.mp4");
     ASSERT_EQ(0, camera({"run", kScene, "--speed", "max", "--overlay", film}).exitCode);
     fails("frame", "crash", true);
-    const Finished done = system_tests::run(
-        {"/bin/sh", "-c", "cat \"$2\" | \"$1\" run - --engine \"$3\"", "sh", CAMERA_PROGRAM, film, FAULTY_ENGINE});
+    const Finished done = system_tests::run({"/bin/sh", "-c", "cat \"$2\" | \"$1\" run - --no-network --engine \"$3\"",
+                                             "sh", CAMERA_PROGRAM, film, FAULTY_ENGINE});
     EXPECT_EQ(1, done.exitCode);
     EXPECT_THAT(done.err, AllOf(HasSubstr("what was read of the input is gone"), Not(HasSubstr("starting it again"))));
     const Finished refused = camera({"run", "-", "--restarts", "1"});

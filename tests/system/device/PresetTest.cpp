@@ -110,5 +110,19 @@ TEST_F(PresetTest, saysWhichPresetThereIsNot)
     EXPECT_EQ("at Door", camera.rules("Motion"));
 }
 
+TEST_F(PresetTest, saysWhyARuleIsRefused)
+{
+    const std::string bad =
+        write("bad.xml", "<tt:Rule Name=\"R\" Type=\"tt:CellMotionDetector\"><tt:Parameters>"
+                         "<tt:SimpleItem Name=\"MinCount\" Value=\"-5\"/></tt:Parameters></tt:Rule>");
+    const Finished done = camera.command({"rules", "create", bad});
+    EXPECT_EQ(1, done.exitCode);
+    EXPECT_EQ(
+        "camera: cannot store 1 rule: Simple: component 'R', parameter 'MinCount' with value '-5': it takes a whole "
+        "number from 1 to 16384.\n",
+        done.err);
+    EXPECT_THAT(active(), AllOf(HasSubstr("Anything"), Not(HasSubstr("\"R\""))));
+}
+
 } // namespace
 } // namespace camera::system_tests

@@ -12,10 +12,9 @@ namespace {
 
 Words runWords(const std::string& state, Words arguments)
 {
-    Words words = cameraWords({"run"});
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    words.insert(words.end(), {"--state", state});
-    return words;
+    arguments.insert(arguments.begin(), "run");
+    arguments.insert(arguments.end(), {"--state", state});
+    return cameraWords(arguments);
 }
 
 ChildSettings outputsBeside(const std::string& state)

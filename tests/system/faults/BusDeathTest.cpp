@@ -106,8 +106,8 @@ class SupervisedBusDeathTest : public BusDeathTest {
 protected:
     void SetUp() override
     {
-        camera.emplace(Words{CAMERA_PROGRAM, "run", kLively, "--no-factory", "--state", path("state"), "--metadata",
-                             path("m.xml")},
+        camera.emplace(Words{CAMERA_PROGRAM, "run", kLively, "--no-factory", "--no-network", "--state", path("state"),
+                             "--metadata", path("m.xml")},
                        kit::bothOutputs(path("camera.log")));
         ASSERT_TRUE(eventually([this] { return !address().empty() || !camera->runs(); }));
         owner.emplace(address());

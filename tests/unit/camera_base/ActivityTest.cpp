@@ -71,9 +71,12 @@ TEST(Activity, isReadThroughTheFile)
     const Activity::Scope scope(Kind::frame, Activity::Label("onFrame of engine 'Motion'"));
     EXPECT_EQ(reader.text(), " during onFrame of engine 'Motion'");
     EXPECT_EQ(reader.frames(), 1U);
+    reader.announceShutDown();
+    EXPECT_TRUE(Activity::instance().shutDownAnnounced());
     reader.clear();
     EXPECT_EQ(reader.text(), "");
     EXPECT_EQ(reader.frames(), 0U);
+    EXPECT_FALSE(Activity::instance().shutDownAnnounced());
 }
 
 TEST(Activity, refusesWhatIsNoFileOfThisUser)

@@ -9,8 +9,10 @@
 
 namespace {
 
+using camera::base::renameDurably;
 using camera::base::replaceFile;
 using camera::base::replaceFileDurably;
+using camera::base::syncToDisk;
 using camera::base::uninterrupted;
 using kit::contentOf;
 using kit::TemporaryFolder;
@@ -24,6 +26,27 @@ TEST(AtomicFile, replacesTheContent)
     EXPECT_TRUE(replaceFileDurably(folder / "file", "newer"));
     EXPECT_EQ(contentOf(folder / "file"), "newer");
     EXPECT_FALSE(std::filesystem::exists(folder / "file.new"));
+}
+
+TEST(AtomicFile, isReplacedAlsoWhereItsFolderCannotBeSynced)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    EXPECT_TRUE(replaceFileDurably("file", "x")) << "no folder is named";
+    std::filesystem::current_path(before);
+    EXPECT_EQ(contentOf(folder / "file"), "x");
+}
+
+TEST(AtomicFile, isRenamedOrTheCallerIsTold)
+{
+    const TemporaryFolder folder;
+    renameDurably(folder.write("file", "x"), folder / "other");
+    EXPECT_EQ(contentOf(folder / "other"), "x");
+    EXPECT_FALSE(std::filesystem::exists(folder / "file"));
+    EXPECT_THROW(renameDurably(folder / "file", folder / "third"), std::filesystem::filesystem_error);
+    EXPECT_THROW(syncToDisk(folder / "file"), std::filesystem::filesystem_error);
+    EXPECT_NO_THROW(syncToDisk(folder.path()));
 }
 
 TEST(FileDescriptor, makesACallAgainThatASignalEnded)

@@ -1,13 +1,19 @@
 // One small table: what is parsed, refused, printed and completed by it.
 #include "camera/base/CommandLine.h"
+#include "camera/base/Log.h"
+#include "camera/base/ProgramFrame.h"
 #include "kit/Refusal.h"
 #include "kit/RowName.h"
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <new>
+#include <stdexcept>
 #include <unistd.h>
+#include <utility>
 
 namespace camera::base {
 namespace {
@@ -103,6 +109,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"open", {"left", "--with", "\xff"}, "--with: '\xff' is not UTF-8 text; write it in UTF-8."},
         Refused{"open", {"left", "-x"}, "door open: there is no option -x; see door open --help."},
         Refused{"open", {"left", "-xx"}, "door open: there is no option -xx; see door open --help."},
+        Refused{"lock go", {"x", "-vx"}, "door lock go: there is no option -vx; see door lock go --help."},
         Refused{"lock list", {"--json=1"}, "door lock list: --json takes no value."},
         Refused{"paint", {"a"}, "door paint: --pot FILE is missing; see door paint --help."},
         Refused{"paint", {"a", "--pot="}, "door paint: --pot is given an empty value; see door paint --help."}),
@@ -113,6 +120,8 @@ TEST(CommandLineTest, takesNumbersWithDigitsOnly)
     for (const std::string text : {"", "nan", "inf", "0x1", "1e0", "1-0", "0.1.2", " 1", "1 ", "--1", "+-1"}) {
         EXPECT_THROW(decimalNumber("N", text, -9, 9), UsageError) << text;
     }
+    EXPECT_THROW(decimalNumber("N", "0.100000001", -0.1, 0.1), UsageError);
+    EXPECT_THROW(decimalNumber("N", "-0.100000001", -0.1, 0.1), UsageError);
     EXPECT_EQ(decimalNumber("N", "+2.5", -9, 9), 2.5);
     EXPECT_EQ(decimalNumber("N", "-.5", -9, 9), -0.5);
     EXPECT_EQ(decimalNumber("N", "5.", -9, 9), 5);
@@ -182,22 +191,34 @@ TEST(CommandLineTest, completesNothingByNamingEveryCommand)
     EXPECT_THAT(completions(door(), {}), testing::Contains("lock"));
 }
 
+/// Standard output is this descriptor as long as it lives.
+class OutputTo {
+public:
+    explicit OutputTo(int descriptor) : _before(::dup(STDOUT_FILENO))
+    {
+        std::fflush(stdout);
+        ::dup2(descriptor, STDOUT_FILENO);
+        ::close(descriptor);
+    }
+    ~OutputTo()
+    {
+        std::clearerr(stdout);
+        ::dup2(_before, STDOUT_FILENO);
+        ::close(_before);
+    }
+
+private:
+    const int _before;
+};
+
 // What is printed without a command, with standard output being this file.
 class StandardOutputTest : public testing::TestWithParam<Words> {
 protected:
-    static int codeOf(const std::string& file)
+    static int codeOf(const char* file)
     {
-        std::fflush(stdout);
-        const int before = ::dup(STDOUT_FILENO);
-        const int other = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        ::dup2(other, STDOUT_FILENO);
-        ::close(other);
+        const OutputTo output(::open(file, O_WRONLY | O_CLOEXEC));
         Console console(stdout, stderr);
-        const int code = performProgram(door(), GetParam(), console);
-        std::clearerr(stdout);
-        ::dup2(before, STDOUT_FILENO);
-        ::close(before);
-        return code;
+        return performProgram(door(), GetParam(), console);
     }
 };
 
@@ -227,8 +248,69 @@ TEST(CommandLineTest, performsTheCommandThatTheWordsName)
     EXPECT_EQ(done, "lock list");
     EXPECT_EQ(performProgram(program, {"open", "left"}, console), 7);
     EXPECT_EQ(done, "open");
-    EXPECT_THROW(performProgram(program, {}, console), UsageError);
-    EXPECT_THROW(performProgram(program, {"lock"}, console), UsageError);
+    const auto refusal = [&](const Words& words) {
+        return kit::refusalOf<UsageError>([&] { performProgram(program, words, console); });
+    };
+    EXPECT_EQ(refusal({}), "a command is missing; see door --help.");
+    EXPECT_EQ(refusal({"walk"}), "there is no command 'walk'; see door --help.");
+    EXPECT_EQ(refusal({"lock"}), "door lock: what to do is missing: one of go, list.");
+    EXPECT_EQ(refusal({"lock", "x"}), "door lock: 'x' is none of go, list.");
+}
+
+/// The exit code of a program with one command, and what it said.
+std::string endingOf(const char* file, const std::function<int(Console&)>& does)
+{
+    Command command("", "Opens it.");
+    command.does([&does](const Arguments&, Console& console) { return does(console); });
+    std::string name = "door";
+    char* const words[] = {name.data(), nullptr};
+    int ends[2] = {::open(file, O_WRONLY | O_CLOEXEC), -1};
+    if (ends[0] < 0) { // a pipe that nobody reads
+        EXPECT_EQ(::pipe(ends), 0);
+        ::close(std::exchange(ends[0], ends[1]));
+    }
+    const OutputTo output(ends[0]);
+    testing::internal::CaptureStderr();
+    const int code = runProgram(1, const_cast<char**>(words), {"door", "A door.", "", {command}});
+    EXPECT_EQ(std::signal(SIGPIPE, SIG_DFL), SIG_IGN);
+    EXPECT_EQ(std::signal(SIGXFSZ, SIG_DFL), SIG_IGN);
+    return std::to_string(code) + " " + testing::internal::GetCapturedStderr();
+}
+
+TEST(RunProgramTest, endsWithACodeAndSaysWhatFailed)
+{
+    EXPECT_EQ(endingOf("/dev/null", [](Console&) { return 0; }), "0 ");
+    EXPECT_EQ(endingOf("/dev/null", [](Console&) { return 7; }), "7 ");
+    EXPECT_EQ(endingOf("/dev/null", [](Console&) -> int { throw UsageError("wrong"); }), "2 camera: wrong.\n");
+    EXPECT_EQ(endingOf("/dev/null", [](Console&) -> int { throw std::runtime_error("no"); }), "1 camera: no.\n");
+    EXPECT_THAT(endingOf("/dev/null", [](Console&) -> int { throw std::bad_alloc(); }), HasSubstr("too little memory"));
+}
+
+TEST(RunProgramTest, saysWhenItsOutputIsLostUnlessNobodyReadsItOrMoreHasFailed)
+{
+    const auto line = [](int code) {
+        return [code](Console& console) {
+            console.line("open");
+            return code;
+        };
+    };
+    EXPECT_EQ(endingOf("/dev/full", line(0)), "1 camera: the output could not be written; make room where it goes.\n");
+    EXPECT_EQ(endingOf("/dev/full", line(3)), "3 ");
+    EXPECT_EQ(endingOf("", line(0)), "141 ");
+    EXPECT_EQ(endingOf("", line(3)), "3 ");
+}
+
+TEST(RunProgramTest, theLogIsNoLongerWrittenByTheConsole)
+{
+    std::string written;
+    endingOf("/dev/null", [&written](Console&) {
+        Log::instance().setWriter([&written](const std::string& line) { written += line; });
+        return 0;
+    });
+    testing::internal::CaptureStderr();
+    Log::instance().write(LogLevel::error, "door", "late");
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("door: late"));
+    EXPECT_EQ(written, "");
 }
 
 TEST(CommandLineTest, theManPageEscapesWhatRoffWouldRead)
@@ -236,6 +318,8 @@ TEST(CommandLineTest, theManPageEscapesWhatRoffWouldRead)
     const std::string page = manPage({"door", "A door.", ".TP\n'x \\n\n", door().commands});
     EXPECT_THAT(page, HasSubstr(".SS \"door open left|right [WIDTH]\"\nOpens it.\n"));
     EXPECT_THAT(page, HasSubstr(".TP\n.B \\-\\-for S\nseconds\n"));
+    EXPECT_THAT(manPage({"door", std::string(65, 'x') + " door that opens.", "", {Command("", "Opens it.")}}),
+                HasSubstr(std::string(65, 'x') + " door\nthat opens.\n.SH SYNOPSIS\ndoor [OPTION]...\n"));
     EXPECT_THAT(page, HasSubstr(".nf\n\\&.TP\n\\&'x \\en\n.fi\n"));
 }
 

@@ -78,6 +78,7 @@ TEST_F(LogTest, dropsLinesBelowTheLevel)
     ravel_core_logging_log(handle, RAVEL_CORE_LOG_INFO, "said");
     Log::instance().setLevel(LogLevel::silent);
     ravel_core_logging_log(handle, RAVEL_CORE_LOG_ERROR, "nothing");
+    Log::instance().write(LogLevel::error, "a", "nothing");
     EXPECT_THAT(lines, ElementsAre(EndsWith(": said\n")));
 }
 

@@ -4,8 +4,11 @@
 #include "camera/base/Log.h"
 #include "kit/Refusal.h"
 #include "kit/RowName.h"
+#include "kit/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+
+#include <sys/stat.h>
 
 namespace camera::base {
 namespace {
@@ -34,17 +37,56 @@ TEST(RunOptionsTest, hasDefaultsForEverythingButTheInput)
     EXPECT_TRUE(options.realSpeed);
     EXPECT_TRUE(options.loop);
     EXPECT_FALSE(options.camera.ptz);
+    EXPECT_TRUE(options.camera.factory);
     EXPECT_EQ("", options.camera.stateDir);
+    EXPECT_FALSE(options.oneshot);
+    EXPECT_FALSE(options.waitSource);
+    EXPECT_EQ(std::nullopt, options.restarts);
+    EXPECT_EQ(10, options.watchdogSeconds) << "as the help of --watchdog says";
+    EXPECT_EQ(0, options.watchdogFramesSeconds);
+    EXPECT_FALSE(options.json);
+    EXPECT_FALSE(options.quiet);
 }
 
 TEST(RunOptionsTest, readsEveryOptionInBothForms)
 {
-    const RunOptions options =
-        parseRun({"--config",    "a.xml",      "film.mp4", "--config=b.xml", "--orientation", "270",
-                  "--ptz",       "--preset",   "Door",     "--state=dir",    "--frames",      "12",
-                  "--speed=max", "--metadata", "m.xml",    "--overlay",      "o.mp4",         "--picture",
-                  "p.png",       "--plugin",   "x.so",     "--engine",       "e1.so",         "--engine",
-                  "e2.so",       "--loop"});
+    const RunOptions options = parseRun({"--config",
+                                         "a.xml",
+                                         "film.mp4",
+                                         "--config=b.xml",
+                                         "--orientation",
+                                         "270",
+                                         "--ptz",
+                                         "--preset",
+                                         "Door",
+                                         "--state=dir",
+                                         "--frames",
+                                         "12",
+                                         "--speed=max",
+                                         "--metadata",
+                                         "m.xml",
+                                         "--overlay",
+                                         "o.mp4",
+                                         "--picture",
+                                         "p.png",
+                                         "--plugin",
+                                         "x.so",
+                                         "--engine",
+                                         "e1.so",
+                                         "--engine",
+                                         "e2.so",
+                                         "--loop",
+                                         "--restarts",
+                                         "3",
+                                         "--watchdog",
+                                         "86400",
+                                         "--json",
+                                         "--quiet",
+                                         "--watchdog-frames",
+                                         "8",
+                                         "--wait-source",
+                                         "--no-factory",
+                                         "--model=long"});
     EXPECT_EQ("film.mp4", options.input);
     EXPECT_THAT(options.configFiles, ElementsAre("a.xml", "b.xml"));
     EXPECT_EQ(270, options.orientation);
@@ -59,6 +101,54 @@ TEST(RunOptionsTest, readsEveryOptionInBothForms)
     EXPECT_EQ("x.so", options.camera.plugin);
     EXPECT_THAT(options.camera.engines, ElementsAre("e1.so", "e2.so"));
     EXPECT_TRUE(options.loop);
+    EXPECT_EQ(3U, options.restarts);
+    EXPECT_EQ(86400, options.watchdogSeconds);
+    EXPECT_EQ(8, options.watchdogFramesSeconds);
+    EXPECT_TRUE(options.json);
+    EXPECT_TRUE(options.quiet);
+    EXPECT_TRUE(options.waitSource);
+    EXPECT_FALSE(options.camera.factory);
+    EXPECT_EQ("long", options.camera.model);
+}
+
+TEST(RunOptionsTest, theHelpListsTheOptionsByWhatTheyAreFor)
+{
+    const auto namesOf = [](const Command& command) {
+        Words names;
+        for (const Option& option : command.options) {
+            names.push_back(option.name);
+        }
+        return names;
+    };
+    const Words video = {"--config",  "--no-factory",  "--orientation", "--frames", "--speed", "--loop",
+                         "--oneshot", "--wait-source", "--size",        "--place",  "--tour",  "--metadata",
+                         "--overlay", "--picture",     "--state",       "--ptz",    "--model", "--preset",
+                         "--plugin",  "--engine",      "--json",        "--quiet",  "-v",      "--log-format"};
+    Words run = video;
+    run.insert(run.end(), {"--restarts", "--watchdog", "--watchdog-frames", "--http", "--https", "--bind",
+                           "--no-network", "--users", "--user"});
+    EXPECT_EQ(namesOf(runCommand()), run);
+    Words pipeline = video;
+    pipeline.insert(pipeline.end(), {"--bus", "--temporary-state", "--again", "--onvif", "--activity", "--counts"});
+    EXPECT_EQ(namesOf(pipelineCommand()), pipeline);
+    EXPECT_THAT(commandHelp({"camera", "", "", {}}, runCommand()),
+                HasSubstr("\nA generated scene has:\n  size          picture size"));
+}
+
+TEST(RunOptionsTest, aRunThatEndsByItselfIsABatch)
+{
+    const auto batch = [](const Words& words) { return isBatch(parseRun(words)); };
+    EXPECT_FALSE(batch({"film.mp4"}));
+    EXPECT_FALSE(batch({"file:-"}));
+    EXPECT_TRUE(batch({"-"}));
+    EXPECT_TRUE(batch({"pipe:0"}));
+    EXPECT_TRUE(batch({"film.mp4", "--speed=max"}));
+    EXPECT_TRUE(batch({"film.mp4", "--oneshot"}));
+    EXPECT_TRUE(batch({"film.mp4", "--frames=1"}));
+    const kit::TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+    EXPECT_TRUE(batch({folder / "fifo"}));
+    EXPECT_TRUE(batch({"file:" + (folder / "fifo").string()}));
 }
 
 TEST(RunOptionsTest, takesOutputsOfEachKind)
@@ -168,6 +258,10 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedRun{{"a", "--metadata", "m"}, "--metadata takes a file whose name ends in .xml, not 'm'."},
         RefusedRun{{"pipe:1"}, "cannot read 'pipe:1'; of pipes - or pipe:0 is read, of files file:PATH."},
         RefusedRun{{"file:"}, "cannot read 'file:'; of pipes - or pipe:0 is read, of files file:PATH."},
+        RefusedRun{{"scene:noise=31"}, "scene parameter 'noise=31' is refused: noise takes a number from 0 to 30."},
+        RefusedRun{{"a", "--restarts=1000001"}, "--restarts takes a whole number from 0 to 1000000, not '1000001'."},
+        RefusedRun{{"a", "--watchdog=86401"}, "--watchdog takes a whole number from 0 to 86400, not '86401'."},
+        RefusedRun{{"a", "--watchdog-frames=0"}, "--watchdog-frames takes a whole number from 1 to 86400, not '0'."},
         RefusedRun{{"a", "--state="}, "camera run: --state is given an empty value; see camera run --help."},
         RefusedRun{{"a", "--frames", "-1"}, "--frames takes a whole number from 1 to 1000000000000, not '-1'."}),
     [](const auto& info) { return kit::rowName(info.index, testing::PrintToString(info.param.words)); });
@@ -237,6 +331,12 @@ TEST(RunOptionsTest, thePipelineProcessTakesABusAndARunDoesNot)
     EXPECT_EQ(options.run.places.size(), 1u);
     EXPECT_FALSE(parsePipeline({"clip.mp4", "--bus=unix:path=/run/bus"}).temporaryState);
     EXPECT_THAT(refused({"a", "--bus", "unix:path=/run/bus"}), HasSubstr("there is no option --bus"));
+    EXPECT_FALSE(options.again);
+    const PipelineOptions again =
+        parsePipeline({"clip.mp4", "--bus=b", "--again", "--activity", "/run/a", "--counts", "/run/c"});
+    EXPECT_TRUE(again.again);
+    EXPECT_EQ(again.activity, "/run/a");
+    EXPECT_EQ(again.counts, "/run/c");
     EXPECT_THROW(parsePipeline({"clip.mp4"}), UsageError);
     EXPECT_THROW(parsePipeline({"clip.mp4", "--bus"}), UsageError);
 }

@@ -1,10 +1,12 @@
 #include "camera/base/Text.h"
+#include "camera/base/MessageLimit.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using camera::base::decimals;
+using camera::base::inSmallLetters;
 using camera::base::joined;
 using camera::base::printable;
 using camera::base::shortNumber;
@@ -35,6 +37,11 @@ TEST(JoinedTextTest, putsTheLastSeparatorBetweenTheLastTwo)
     EXPECT_EQ(joined({"a", "b", "c"}), "a, b, c");
 }
 
+TEST(SmallLettersTest, changesAsciiLettersOnly)
+{
+    EXPECT_EQ(inSmallLetters("AZaz@[`{ 09\xc3\x84"), "azaz@[`{ 09\xc3\x84");
+}
+
 TEST(UtcText, writesATimeInUtc)
 {
     EXPECT_EQ(utcText(0), "1970-01-01 00:00:00 UTC");
@@ -42,11 +49,25 @@ TEST(UtcText, writesATimeInUtc)
     EXPECT_EQ(utcText(-1), "1969-12-31 23:59:59 UTC");
 }
 
+TEST(SizeText, namesTheMostThatAMessageHolds)
+{
+    EXPECT_EQ(camera::base::tooLarge("an event", camera::base::kLargestMessage + 1),
+              "an event has 16777217 bytes; a message has at most 16777216");
+}
+
 TEST(SizeText, isForPeople)
 {
     EXPECT_EQ("999 bytes", sizeText(999));
     EXPECT_EQ("1.5 kB", sizeText(1500));
     EXPECT_EQ("2.0 MB", sizeText(2000000));
+}
+
+TEST(TrimmedTextTest, losesTheBlanksAroundIt)
+{
+    EXPECT_EQ("a b", camera::base::trimmed(" \t\r\na b\n "));
+    EXPECT_EQ("a", camera::base::trimmed("a"));
+    EXPECT_EQ("", camera::base::trimmed(" \n"));
+    EXPECT_EQ("", camera::base::trimmed(""));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "camera/cli/Command.h"
 #include "camera/cli/FramesFile.h"
+#include "camera/cli/GatewayStart.h"
 #include "camera/cli/SuperviseCommand.h"
 #include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
@@ -160,6 +161,68 @@ TEST_F(PipelineArgumentsTest, keepACameraMovable)
     EXPECT_THAT(after({"a", "--preset", "Door"}, false), ElementsAre("--ptz", "--again", "--", "a"));
     EXPECT_THAT(after({"--ptz", "--place=Door=1,2,3", "a", "--tour", "Door"}, false),
                 ElementsAre("--tour=Door", "--ptz", "--again", "--", "a"));
+}
+
+class WantsGatewayTest : public testing::Test {
+protected:
+    static base::Arguments parsed(Words words)
+    {
+        words.insert(words.begin(), "a");
+        return *parseArguments(cameraProgram(), runCommand(), words);
+    }
+    static bool wants(const Words& words) { return wantsGateway(parsed(words)); }
+    static std::string refusal(const Words& words)
+    {
+        return kit::refusalOf<base::UsageError>([&] { wants(words); });
+    }
+};
+
+TEST_F(WantsGatewayTest, aRunServesOnvifClientsUnlessItIsToEndByItself)
+{
+    for (const Words& words : {Words{}, {"--bind", "::1"}, {"--user", "a:b:administrator"}, {"--speed", "real"}}) {
+        EXPECT_TRUE(wants(words)) << testing::PrintToString(words);
+    }
+    for (const Words& words :
+         {Words{"--no-network"}, {"--speed", "max"}, {"--oneshot"}, {"--frames", "5"}, {"--no-network", "--oneshot"}}) {
+        EXPECT_FALSE(wants(words)) << testing::PrintToString(words);
+    }
+    EXPECT_TRUE(wants({"--speed", "max", "--http", "0"}));
+    EXPECT_TRUE(wants({"--oneshot", "--https", "0", "--users", "u"}));
+}
+
+TEST_F(WantsGatewayTest, whatExcludesEachOtherIsRefused)
+{
+    for (const char* option : {"--http=0", "--https=0", "--bind=::1", "--users=u", "--user=a:b:user"}) {
+        const std::string name = std::string(option).substr(0, std::string(option).find('='));
+        EXPECT_EQ(refusal({option, "--no-network"}),
+                  "camera run: --no-network and " + name + " exclude each other; keep one of them.");
+    }
+    for (const char* option : {"--bind=::1", "--users=u", "--user=a:b:user"}) {
+        const std::string name = std::string(option).substr(0, std::string(option).find('='));
+        EXPECT_EQ(refusal({option, "--frames", "1"}),
+                  "camera run: " + name +
+                      " needs --http or --https in a run with --speed max, --oneshot or --frames, "
+                      "which otherwise serves no ONVIF clients.");
+    }
+}
+
+TEST_F(WantsGatewayTest, theStandardInputIsReadForOneThingOnly)
+{
+    for (const std::string input : {"-", "pipe:0"}) {
+        const auto both = parseArguments(cameraProgram(), runCommand(), {input, "--users", "-"});
+        EXPECT_EQ(kit::refusalOf<base::UsageError>([&] { wantsGateway(*both); }),
+                  "camera run: --users - and the input '" + input +
+                      "' both read the standard input; write the users into a file.");
+    }
+    EXPECT_TRUE(wants({"--users", "-"}));
+}
+
+TEST(CommandTable, aPortThatIsNoneIsRefused)
+{
+    for (const char* option : {"--http", "--https"}) {
+        EXPECT_EQ(refused({"run", "a", option, "65536"}),
+                  std::string(option) + " takes a whole number from 0 to 65535, not '65536'.");
+    }
 }
 
 class FramesFileTest : public testing::Test {

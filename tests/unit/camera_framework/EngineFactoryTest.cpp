@@ -76,6 +76,17 @@ TEST_F(EngineFactoryTest, thoseOfModulesComeFirstInTheirOrder)
     EXPECT_THAT(lines.lines(), IsEmpty());
 }
 
+TEST_F(EngineFactoryTest, knowsTheFileOfAModulesEngine)
+{
+    static const DetectionEngineModule ofThisProgram = module("a", make<'a'>);
+    EngineFactory factory([](void*, const auto&) { return Engines{std::make_shared<kit::FakeEngine>("Simple")}; },
+                          {&ofThisProgram}, {});
+    const Engines engines = factory.make(log, nullptr);
+    ASSERT_EQ(factory.records().size(), 2u);
+    EXPECT_EQ(factory.records()[0]->module().filename(), std::filesystem::read_symlink("/proc/self/exe").filename());
+    EXPECT_EQ(factory.records()[1]->module(), "") << "an engine of the program";
+}
+
 TEST_F(EngineFactoryTest, leavesOutAnEngineWhoseNameBeginsLikeAnotherOne)
 {
     const auto same = [](const char* name) {

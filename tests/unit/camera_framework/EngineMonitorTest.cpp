@@ -54,6 +54,20 @@ protected:
     analytics_lib::IRuleSet* second = engine->createRuleSet();
 };
 
+TEST_F(EngineMonitorTest, theRecordAsksTheEngineForItsTypesAsLongAsItExists)
+{
+    engine->engines = {"a module type"};
+    engine->rules = {"a rule type", "another"};
+    EXPECT_THAT(record->types().modules, ElementsAre("a module type"));
+    EXPECT_THAT(record->types().rules, ElementsAre("a rule type", "another"));
+    engine->before["getSupportedRules"] = [] { throw 7; };
+    EXPECT_EQ(thrown([this] { record->types(); }), 7);
+    EXPECT_EQ(record->exceptions(), 1u);
+    monitor.reset();
+    EXPECT_THAT(record->types().modules, testing::IsEmpty());
+    EXPECT_THAT(record->types().rules, testing::IsEmpty());
+}
+
 TEST_F(EngineMonitorTest, forwardsEachOperationOnceWithItsArgumentsAndItsAnswer)
 {
     engine->releaseRuleSet(first);

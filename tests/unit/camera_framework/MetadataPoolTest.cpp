@@ -46,6 +46,7 @@ protected:
 
 TEST_F(MetadataPoolTest, handsOutSpaceForEveryEngineAndPassesOnWhatTheyWrote)
 {
+    EXPECT_EQ(MetadataPool(1, 65536).bytesPerEngine(), 65536u);
     bind(3, 64);
     EXPECT_EQ(transmitter.GetMaxBufferSize(), 64u);
     std::uint8_t* drawing = transmitter.GetEmptyDrawingBuffer();
@@ -90,7 +91,10 @@ TEST_F(MetadataPoolTest, cutsACountThatIsLargerThanTheBufferAndSaysSo)
     transmitter.ReturnFullDrawingBuffer(129);
     transmitter.ReturnFullMotionBuffer(128);
     EXPECT_EQ(outputs().first.size(), 128u);
-    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("129 bytes of drawing data, the buffer has 128")));
+    transmitter.ReturnFullMotionBuffer(65537);
+    EXPECT_EQ(outputs().second.size(), 128u);
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("129 bytes of drawing data, the buffer has 128"),
+                                         HasSubstr("65537 bytes of motion data, the buffer has 128")));
 }
 
 TEST_F(MetadataPoolTest, handsOutNothingWithoutADevice)

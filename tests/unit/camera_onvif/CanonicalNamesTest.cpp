@@ -138,6 +138,7 @@ TEST(CanonicalNames, refusesAnUndeclaredPrefixNamingTheElement)
               element.what);
     EXPECT_EQ(2U, element.line);
     EXPECT_EQ(5U, element.column);
+    EXPECT_EQ(70011U, refused("<tt:Rule>" + std::string(70000, ' ') + "<foo:Bar/></tt:Rule>").column);
     EXPECT_THAT(refused("<tt:Rule Type='foo:X'/>").what, HasSubstr("the element 'tt:Rule' uses the prefix 'foo'"));
     EXPECT_THAT(refused("<tt:Rule foo:x='1'/>").what, HasSubstr("the element 'tt:Rule' uses the prefix 'foo'"));
 }

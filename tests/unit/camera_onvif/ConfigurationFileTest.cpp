@@ -87,6 +87,60 @@ TEST_F(ConfigurationFileTest, namesComponentsForPeople)
     EXPECT_THAT(componentsOf("no xml"), IsEmpty());
 }
 
+TEST(RefusalReason, isTheFirstTypeThatNoEngineKnowsOrWhatWasLogged)
+{
+    const std::vector<ComponentName> components = componentsOf(kDocument);
+    const std::vector<std::string> modules = {"tt:Other", "tt:CellMotionEngine"};
+    EXPECT_EQ(refusalReason(components, {"tt:X"}, modules, {"a line"}),
+              "no engine knows the type of its rule 'B' (tt:Y); camera rules types lists those that there are");
+    EXPECT_EQ(refusalReason(components, modules, {"tt:X"}, {"a line"}),
+              "no engine knows the type of its module 'M' (tt:CellMotionEngine); camera modules types lists those that "
+              "there are");
+    EXPECT_EQ(refusalReason({}, {}, {}, {"a line"}), "there is no rule and no module in it");
+    EXPECT_EQ(refusalReason(components, {"tt:X", "tt:Y"}, modules, {"a line"}), "a line");
+}
+
+TEST(RefusalReason, theLinesSayIt)
+{
+    const std::vector<ComponentName> gate = {{true, "Gate", "tt:X", ""}};
+    const auto reason = [&gate](std::vector<std::string> lines) {
+        return refusalReason(gate, {"tt:X"}, {}, std::move(lines));
+    };
+    EXPECT_EQ(reason({"Simple: no", "not a valid component"}), "Simple: no");
+    EXPECT_EQ(reason({"Simple: no", "not a valid component", "Motion: neither"}), "Simple: no; Motion: neither");
+    EXPECT_EQ(reason({"not a valid component"}), "not a valid component") << "the only line";
+    EXPECT_EQ(reason({}), "no engine names a reason; it mixes the types of several engines, which take a file each");
+}
+
+TEST(StoredConfigurations, areReadAsFarAsThePluginCanReadThem)
+{
+    const auto keysOf = [](const std::string& document) {
+        std::vector<std::string> keys;
+        for (const StoredConfiguration& each : storedConfigurations(document)) {
+            keys.push_back(each.key + "=" + each.xml);
+        }
+        return keys;
+    };
+    EXPECT_THAT(keysOf(R"([{"key":"Motion","config":"<a/>"},{"key":"MotionGate","config":""}])"),
+                ElementsAre("Motion=<a/>", "MotionGate="));
+    EXPECT_THAT(keysOf(R"([{"key":"Motion","config":"<a/>"},{"key":[],"config":""},{"key":"x"}])"),
+                ElementsAre("Motion=<a/>"));
+    EXPECT_THAT(keysOf("[5]"), IsEmpty());
+    EXPECT_THAT(keysOf("no json"), IsEmpty());
+    EXPECT_THAT(keysOf(""), IsEmpty());
+}
+
+TEST(ComponentNames, areTheSameWhenAllOfThemIs)
+{
+    const ComponentName name{true, "A", "tt:T", "Gate"};
+    EXPECT_EQ(name, (ComponentName{true, "A", "tt:T", "Gate"}));
+    for (const ComponentName& other :
+         {ComponentName{false, "A", "tt:T", "Gate"}, ComponentName{true, "B", "tt:T", "Gate"},
+          ComponentName{true, "A", "tt:U", "Gate"}, ComponentName{true, "A", "tt:T", ""}}) {
+        EXPECT_FALSE(name == other);
+    }
+}
+
 TEST(ActiveComponents, areNamedForPeople)
 {
     EXPECT_EQ("none", describeActive("", {}, {}));
@@ -98,7 +152,8 @@ TEST(ComponentObjects, areFlatWithAFieldForEachSimpleParameter)
 {
     const std::vector<Json::Value> objects = componentObjects(
         "<tt:Rule Name=\"A\" Type=\"tt:T\"><tt:Parameters><tt:SimpleItem Name=\"PtzPreset\" Value=\"Way\" />"
-        "<tt:SimpleItem Name=\"Delay\" Value=\"5\" /></tt:Parameters></tt:Rule>");
+        "<tt:SimpleItem Name=\"Delay\" Value=\"5\" /><tt:SimpleItem Name=\"type\" Value=\"6\" "
+        "/></tt:Parameters></tt:Rule>");
     ASSERT_EQ(1U, objects.size());
     EXPECT_EQ("A", objects[0]["rule"].asString());
     EXPECT_EQ("tt:T", objects[0]["type"].asString());

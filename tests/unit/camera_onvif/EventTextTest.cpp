@@ -31,7 +31,9 @@ TEST(EventText, showsWhatIsNoMessageAsItIsButHarmless)
 {
     EXPECT_EQ("event  topic  source  plain \\x1b[2J\\n", describeEvent({"topic", "source", "plain \x1b[2J\n"}));
     EXPECT_EQ("event  topic", describeEvent({"topic", "", ""}));
-    EXPECT_THAT(describeEvent({"topic", "", std::string(500, 'a')}), HasSubstr("aaa..."));
+    EXPECT_EQ("event  topic  " + std::string(120, 'a'), describeEvent({"topic", "", std::string(120, 'a')}));
+    EXPECT_EQ("event  topic  " + std::string(120, 'a') + "...", describeEvent({"topic", "", std::string(121, 'a')}));
+    EXPECT_EQ("event  topic  <m:Other/>", describeEvent({"topic", "", "<m:Other/>"}));
     EXPECT_LT(describeEvent({"topic", "", std::string(500, 'a')}).size(), 200U);
 }
 
@@ -67,6 +69,9 @@ TEST(MetadataText, isOneFlatObjectForEachThingThatWasSeen)
                                             "\"x\":0.1,\"y\":0}",
                                      time + "\"object\":5}", time + "\"cells\":\"gA==\",\"columns\":2,\"rows\":1}"));
     EXPECT_EQ("{\"data\":\"<a/>\"}", base::jsonLine(metadataObjects("<a/>").at(0)));
+    EXPECT_EQ("{\"data\":\"<BoundingBox left='1'/>\"}",
+              base::jsonLine(metadataObjects("<BoundingBox left='1'/>").at(0)))
+        << "of nothing";
 }
 
 } // namespace

@@ -52,6 +52,24 @@ TEST(RunStartTest, isOnePrintableLine)
     EXPECT_THAT(start.line(), testing::EndsWith("  state folder /s  ready"));
 }
 
+TEST(RunStartTest, tellsWhereOnvifClientsBeginAndHowToOpenTheCameraToOthers)
+{
+    RunStart start;
+    EXPECT_FALSE(start.objects().front().isMember("onvif"));
+    for (const std::string here : {"http://127.0.0.1:8080/o", "http://[::1]:8080/o"}) {
+        start.onvif = {here};
+        EXPECT_THAT(start.line(), testing::EndsWith("  onvif " + here +
+                                                    "  (for this computer only; --bind 0.0.0.0 "
+                                                    "opens it to the network)  ready"));
+        EXPECT_EQ(start.objects().front()["onvif"], here);
+    }
+    start.onvif = {"http://192.0.2.1:8080/o", "https://192.0.2.1:8443/o"};
+    EXPECT_THAT(start.line(),
+                testing::EndsWith("  onvif http://192.0.2.1:8080/o  onvif https://192.0.2.1:8443/o  ready"));
+    EXPECT_EQ(start.objects().front()["onvif"], start.onvif[0]);
+    EXPECT_EQ(start.objects().front()["onvifTls"], start.onvif[1]);
+}
+
 TEST(RunSummaryTest, ofARunThatLeavesNothing)
 {
     EXPECT_THAT(RunSummary().lines(), ElementsAre("", "  input     ", "  metadata  0 documents",

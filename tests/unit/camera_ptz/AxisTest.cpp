@@ -141,6 +141,7 @@ TEST(Axis, knowsAPlaceOnTheOtherSideByItsOtherName)
     EXPECT_EQ(axis.placeOf(270000), -90000);
     EXPECT_EQ(axis.placeOf(269999), std::nullopt);
     EXPECT_EQ(Axis(kEndless, 0).placeOf(359999), 359999);
+    EXPECT_EQ(axis.speed(), 0);
 }
 
 TEST(Axis, isNeverInPlaceWithoutATolerance)

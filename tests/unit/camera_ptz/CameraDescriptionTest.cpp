@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iomanip>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -26,6 +28,11 @@ std::string json(std::string text)
     return text;
 }
 
+std::vector<double> valuesOf(const camera::ptz::AxisDescription& axis)
+{
+    return {axis.lowest, axis.highest, axis.fullTurn, axis.greatestSpeed, axis.acceleration, axis.tolerance};
+}
+
 std::string refusal(const std::string& text)
 {
     return kit::refusalOf<std::invalid_argument>([&] { parseDescription(text, "x.json"); });
@@ -39,6 +46,62 @@ TEST(CameraDescription, isAPtzCameraUnlessSomethingElseIsSaid)
     EXPECT_EQ(camera.zoom.highest, 3000);
     EXPECT_EQ(camera.optics.angleOfView(100), CameraDescription().optics.angleOfView(100));
     EXPECT_EQ(camera.stableFor.count(), 300);
+    EXPECT_EQ(camera.arrivalMargin.count(), 3000);
+    EXPECT_EQ(camera.holdFor.count(), 5000);
+    EXPECT_EQ(camera.driveFor.count(), 60000);
+    EXPECT_EQ(camera.sceneAngleDegrees, 128);
+    EXPECT_THAT(valuesOf(camera.pan), ElementsAre(0, 0, 360000, 120000, 240000, 50));
+    EXPECT_THAT(valuesOf(camera.tilt), ElementsAre(-90000, 90000, 0, 90000, 180000, 50));
+    EXPECT_THAT(valuesOf(camera.zoom), ElementsAre(100, 3000, 0, 1000, 2000, 1));
+    EXPECT_EQ(camera.optics.shortestFocalLength, 4300u);
+    EXPECT_EQ(camera.optics.largestZoom, 3000u);
+    EXPECT_EQ(camera.optics.sensorWidth, 5376u);
+    EXPECT_EQ(camera.optics.sensorHeight, 3024u);
+}
+
+TEST(CameraDescription, takesTheEndsOfTheRangesAndNothingBeyond)
+{
+    struct Range {
+        const char* section;
+        const char* key;
+        double lowest;
+        double highest;
+        const char* numbers;
+    };
+    const Range ranges[] = {{"", "scene_angle", 10, 360, "10 to 360"},
+                            {"lens", "focal_length", 0.5, 1000, "0.5 to 1000"},
+                            {"lens", "sensor_width", 0.5, 100, "0.5 to 100"},
+                            {"lens", "sensor_height", 0.5, 100, "0.5 to 100"},
+                            {"pan", "speed", 0.1, 1000, "0.1 to 1000"},
+                            {"pan", "acceleration", 0.1, 20000, "0.1 to 20000"},
+                            {"pan", "tolerance", 0.001, 5, "0.001 to 5"},
+                            {"tilt", "speed", 0.1, 1000, "0.1 to 1000"},
+                            {"tilt", "tolerance", 0.001, 5, "0.001 to 5"},
+                            {"zoom", "largest", 1, 100, "1 to 100"},
+                            {"zoom", "speed", 0.1, 100, "0.1 to 100"},
+                            {"zoom", "acceleration", 0.1, 2000, "0.1 to 2000"},
+                            {"zoom", "tolerance", 0.01, 1, "0.01 to 1"},
+                            {"timing", "stable_ms", 10, 60000, "10 to 60000"},
+                            {"timing", "arrival_margin_ms", 100, 600000, "100 to 600000"},
+                            {"timing", "hold_ms", 0, 3600000, "0 to 3.6e+06"},
+                            {"timing", "drive_ms", 100, 3600000, "100 to 3.6e+06"}};
+    for (const Range& range : ranges) {
+        const std::string section = range.section;
+        const auto refusalOf = [&](double value) {
+            std::ostringstream number;
+            number << std::setprecision(10) << value;
+            const std::string pair = "'" + std::string(range.key) + "':" + number.str();
+            return refusal(json(section.empty() ? "{" + pair + "}" : "{'" + section + "':{" + pair + "}}"));
+        };
+        EXPECT_EQ(refusalOf(range.lowest), "not refused") << range.key;
+        EXPECT_EQ(refusalOf(range.highest), "not refused") << range.key;
+        const std::string sentence = "x.json: '" + section + (section.empty() ? "" : ".") + range.key +
+                                     "' must be a number from " + range.numbers;
+        EXPECT_EQ(refusalOf(range.lowest - 0.0005), sentence);
+        EXPECT_EQ(refusalOf(range.highest + 0.0005), sentence);
+    }
+    EXPECT_EQ(refusal(json("{'pan':{'lowest':-180,'highest':180},'tilt':{'lowest':-90,'highest':90}}")), "not refused");
+    EXPECT_EQ(refusal(json("{'pan':{'lowest':0,'highest':0},'model':'" + std::string(64, 'a') + "'}")), "not refused");
 }
 
 TEST(CameraDescription, readsEveryKey)
@@ -117,6 +180,9 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"{'pan':{'lowest':-1}}", "'pan.highest' must be there: the axis is not endless"},
         Refused{"{'tilt':{'lowest':1}}", "'tilt.lowest' must be at most 0: straight ahead is home"},
         Refused{"{'tilt':{'highest':-1}}", "'tilt.highest' must be at least 0: straight ahead is home"},
+        Refused{"{'pan':{'lowest':-181,'highest':0}}", "'pan.lowest' must be a number from -180 to 180"},
+        Refused{"{'pan':{'lowest':0,'highest':181}}", "'pan.highest' must be a number from -180 to 180"},
+        Refused{"{'tilt':{'lowest':-91}}", "'tilt.lowest' must be a number from -90 to 90"},
         Refused{"{'tilt':{'highest':91}}", "'tilt.highest' must be a number from -90 to 90"},
         Refused{"{'zoom':{'largest':101}}", "'zoom.largest' must be a number from 1 to 100"},
         Refused{"{'timing':{'stable_ms':0}}", "'timing.stable_ms' must be a number from 10 to 60000"},

@@ -39,6 +39,58 @@ TEST_F(MotionTest, arrivesExactlyAtThePlaceAndStands)
     EXPECT_FALSE(motion.moving());
 }
 
+TEST_F(MotionTest, beginsStraightAheadWithTheWidestView)
+{
+    EXPECT_EQ(motion.position(), (Position{0, 0, 100}));
+    for (const Position& other : {Position{1, 0, 100}, Position{0, 1, 100}, Position{0, 0, 101}}) {
+        EXPECT_NE(motion.position(), other);
+    }
+}
+
+TEST_F(MotionTest, mayTakeAsLongAsItsSlowestAxisNeeds)
+{
+    description.arrivalMargin = milliseconds(500);
+    for (const Position& far : {Position{180000, 0, 100}, Position{0, 80000, 100}, Position{0, 0, 3000}}) {
+        Motion slow(description);
+        slow.goTo(far, 0.1);
+        EXPECT_EQ(end(slow), Progress::arrived);
+        slow.placeAt({});
+        slow.zoomTo(3000);
+        EXPECT_EQ(end(slow), Progress::arrived);
+    }
+}
+
+TEST_F(MotionTest, endsExactlyAtThePlaceHoweverWideTheTolerance)
+{
+    description.pan.tolerance = 5000;
+    description.stableFor = kStep;
+    Motion coarse(description);
+    coarse.goTo({90000, 0, 100}, 1.0);
+    EXPECT_EQ(end(coarse), Progress::arrived);
+    EXPECT_EQ(coarse.position(), (Position{90000, 0, 100}));
+}
+
+TEST_F(MotionTest, keepsTheOtherAxesOfADriveAndBrakesThoseOfAWayToAPlace)
+{
+    const auto panIn = [this](milliseconds time) {
+        const unsigned before = motion.position().pan;
+        for (milliseconds passed(0); passed < time; passed += kStep) {
+            motion.step();
+        }
+        return motion.position().pan - before;
+    };
+    motion.drive({50, {}, {}, {}});
+    panIn(milliseconds(2000));
+    motion.drive({{}, 10, {}, {}});
+    EXPECT_EQ(panIn(milliseconds(1000)), 60000U) << "half of its greatest speed";
+    motion.placeAt({});
+    motion.goTo({170000, 0, 100}, 1.0);
+    panIn(milliseconds(1000));
+    motion.drive({{}, 10, {}, {}});
+    panIn(milliseconds(1000));
+    EXPECT_EQ(panIn(milliseconds(100)), 0U);
+}
+
 TEST_F(MotionTest, needsTheStableTimeAlsoWhereItStands)
 {
     motion.goTo({}, 1.0);

@@ -269,6 +269,13 @@ TEST_F(PositioningMovementTest, takesNoTimeBackwardsAndNoMoreThanAnHourAtOnce)
     EXPECT_EQ(unit->activePreset(), "Gate");
 }
 
+TEST_F(PositioningMovementTest, standsAsSoonAsItHasBeenInPlaceForTheStableTime)
+{
+    unit->moveTo(unit->position(), operator1);
+    unit->advance(options.description.stableFor);
+    EXPECT_FALSE(unit->moving());
+}
+
 TEST_F(PositioningMovementTest, refusesWhatItCannotDoWithASentence)
 {
     const auto unknown = unit->goToPreset("Cellar", operator1);

@@ -89,6 +89,7 @@ TEST_F(PositioningPresetsTest, keepsNoMoreThanItHasRoomFor)
         ASSERT_TRUE(unit->savePreset({"P" + std::to_string(index), {}}));
     }
     EXPECT_EQ(unit->savePreset({"P256", {}}).status, Status::tooMany);
+    EXPECT_EQ(unit->presets().size(), 256u);
     EXPECT_TRUE(unit->savePreset({"P255", {1, 0, 100}})) << "changed";
 }
 

@@ -235,6 +235,22 @@ INSTANTIATE_TEST_SUITE_P(
                     RefusedTour{"ofTooGreatASpeed", {"T", {{"Gate", {}, 101}}}, Refusal::badRequest}),
     [](const auto& info) { return std::string(info.param.name); });
 
+TEST_F(PositioningToursTest, hasOneTo64StopsOfUpToADayAtOneTo100Percent)
+{
+    const auto statusOf = [this](std::size_t stops, Milliseconds dwell, int percent) {
+        return unit->createTour({"T", std::vector<camera::ptz::TourStop>(stops, {"Gate", dwell, percent})}).status;
+    };
+    constexpr Milliseconds kDay = std::chrono::hours(24);
+    EXPECT_EQ(statusOf(1, Milliseconds(0), 1), Status::done);
+    EXPECT_EQ(statusOf(64, kDay, 100), Status::done);
+    EXPECT_EQ(statusOf(0, kDay, 100), Status::badRequest);
+    EXPECT_EQ(statusOf(65, kDay, 100), Status::badRequest);
+    EXPECT_EQ(statusOf(1, Milliseconds(-1), 100), Status::badRequest);
+    EXPECT_EQ(statusOf(1, kDay + Milliseconds(1), 100), Status::badRequest);
+    EXPECT_EQ(statusOf(1, kDay, 0), Status::badRequest);
+    EXPECT_EQ(statusOf(1, kDay, 101), Status::badRequest);
+}
+
 TEST_F(PositioningToursTest, refusesToursThatAreNotThereAndMoreThanItKeeps)
 {
     EXPECT_EQ(unit->startTour("T", operator1).status, Status::unknownTour);
@@ -246,6 +262,7 @@ TEST_F(PositioningToursTest, refusesToursThatAreNotThereAndMoreThanItKeeps)
         EXPECT_TRUE(unit->createTour({"T" + std::to_string(index), {{"Gate", {}, 100}}}));
     }
     EXPECT_EQ(unit->createTour({"T64", {{"Gate", {}, 100}}}).status, Status::tooMany);
+    EXPECT_EQ(unit->tours().size(), 64u);
     EXPECT_TRUE(unit->createTour({"T1", {{"Yard", {}, 100}}})) << "replaced";
     EXPECT_THAT(reported(), IsEmpty());
 }

@@ -2,6 +2,7 @@
 
 #include "camera/serviceapi/Status.h"
 #include "kit/FakeDeviceServices.h"
+#include "kit/FileSizeLimit.h"
 #include "kit/LogLines.h"
 #include "kit/TemporaryFolder.h"
 
@@ -48,6 +49,25 @@ TEST_F(MetadataStreamerTest, writesEachDocumentOnALineOfItsOwn)
     EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), "<a/>\n<b  x=\"1\">  </b>\n");
     EXPECT_EQ(streamer->counters().received, 2u);
     EXPECT_EQ(streamer->counters().written, 2u);
+}
+
+TEST_F(MetadataStreamerTest, keepsWholeDocumentsOnlyWhenTheDiskIsFull)
+{
+    open(folder / "metadata.xml");
+    const std::string large(100000, 'x');
+    send(large);
+    send("<b/>");
+    streamer->drain();
+    {
+        const kit::FileSizeLimit disk(100010);
+        send(large);
+        send("<c/>");
+        streamer->drain();
+    }
+    EXPECT_EQ(kit::contentOf(folder / "metadata.xml"), large + "\n<b/>\n");
+    EXPECT_EQ(streamer->counters().written, 2u);
+    EXPECT_EQ(streamer->counters().dropped, 2u);
+    EXPECT_THAT(streamer->counters().error, testing::EndsWith("metadata.xml is incomplete: File too large"));
 }
 
 TEST_F(MetadataStreamerTest, emptiesAnOlderFileBeforeItWrites)

@@ -228,7 +228,6 @@ TEST_F(ServiceApiTest, forgetsTheHandlersOfAClosedConnection)
 TEST_F(ServiceApiTest, answersWindowBlankingQueriesAndPostsItsEvents)
 {
     start();
-    services->color({10, 20, 30});
     void* cookie = nullptr;
     ASSERT_EQ(ravel_api_window_blanking_initiator_init(nullptr, nullptr, &cookie, 1, nullptr), 0);
     ASSERT_EQ(ravel_api_window_blanking_settings_changed_register_event_handler(cookie, &onBlanking, nullptr), 0);
@@ -236,6 +235,9 @@ TEST_F(ServiceApiTest, answersWindowBlankingQueriesAndPostsItsEvents)
     std::uint8_t green = 0;
     std::uint8_t blue = 0;
     std::uint8_t enabled = 9;
+    EXPECT_EQ(ravel_api_window_blanking_get_region_color_send(cookie, "main", &red, &green, &blue), 0);
+    EXPECT_EQ(std::vector<int>({red, green, blue}), std::vector<int>({128, 128, 128})) << "grey at first";
+    services->color({10, 20, 30});
     EXPECT_EQ(ravel_api_window_blanking_get_region_color_send(cookie, "main", &red, &green, &blue), 0);
     EXPECT_EQ(std::vector<int>({red, green, blue}), std::vector<int>({10, 20, 30}));
     EXPECT_EQ(ravel_api_window_blanking_get_enable_send(cookie, "main", &enabled), 0);
@@ -342,9 +344,21 @@ TEST_F(ServiceApiTest, discardsWhatAPluginLeftRegistered)
     void* cookie = nullptr;
     ravel_api_rotate_initiator_init(nullptr, nullptr, &cookie, 1, nullptr);
     ravel_api_rotate_orientation_changed_register_event_handler(cookie, &onRotation, nullptr);
-    EXPECT_EQ(api->rotation.handlers(), 1u);
+    void* dayNight = nullptr;
+    ravel_api_day_night_initiator_init(nullptr, nullptr, &dayNight, 1, nullptr);
+    ravel_api_day_night_movement_change_register_event_handler(dayNight, &onDayNight, nullptr);
+    void* blanking = nullptr;
+    ravel_api_window_blanking_initiator_init(nullptr, nullptr, &blanking, 1, nullptr);
+    ravel_api_window_blanking_settings_changed_register_event_handler(blanking, &onBlanking, nullptr);
+    const std::uintptr_t stream = api->metadataStreamer.open();
+    const auto handlers = [this] {
+        return std::vector<std::size_t>{api->rotation.handlers(), api->dayNight.handlers(),
+                                        api->windowBlanking.handlers()};
+    };
+    EXPECT_THAT(handlers(), ElementsAre(1u, 1u, 1u));
     api->discardRegistrations();
-    EXPECT_EQ(api->rotation.handlers(), 0u);
+    EXPECT_THAT(handlers(), ElementsAre(0u, 0u, 0u));
+    EXPECT_NE(api->metadataStreamer.send(stream, "<a/>"), 0);
     services->turn(90);
     api->control.drain();
     EXPECT_THAT(calls, IsEmpty());
@@ -479,6 +493,26 @@ TEST_F(ServiceApiTest, writesTheTargetsLinesOnItsOwnHandle)
     const SilentTarget target(log);
     target.log(RAVEL_CORE_LOG_ERROR, "%d of %s", 2, "three");
     EXPECT_THAT(lines.lines(), ElementsAre(HasSubstr("error TARGET: 2 of three")));
+    target.log(RAVEL_CORE_LOG_ERROR, "%ls", L"\x20ac");
+    EXPECT_EQ(lines.count(""), 1U) << "what cannot be converted is left out";
+    target.log(RAVEL_CORE_LOG_ERROR, "%s", std::string(70000, 'x').c_str());
+    EXPECT_EQ(lines.count("xxx... (70000 bytes)"), 1U);
+    EXPECT_EQ(ravel_core_logging_init(nullptr, &log), camera::serviceapi::kInvalidArgument);
+    EXPECT_EQ(ravel_core_logging_init("TARGET", nullptr), camera::serviceapi::kInvalidArgument);
+}
+
+TEST(ServedTargetsTest, loseTheOneThatIsNamedOnly)
+{
+    const auto first = boost::make_shared<SilentTarget>(nullptr);
+    const auto second = boost::make_shared<SilentTarget>(nullptr);
+    camera::serviceapi::ServedTargets targets;
+    EXPECT_TRUE(targets.add("a", first));
+    targets.remove("a", second.get());
+    EXPECT_EQ(targets.find("a"), first);
+    EXPECT_TRUE(targets.serves(first.get()));
+    EXPECT_FALSE(targets.serves(second.get()));
+    targets.remove("a", first.get());
+    EXPECT_EQ(targets.find("a"), nullptr);
 }
 
 TEST(StatusTest, hasATextForEveryStatus)

@@ -1,5 +1,6 @@
 #include "camera/store/SettingsStore.h"
 
+#include "camera/store/Database.h"
 #include "camera/store/StateLock.h"
 #include "kit/Eventually.h"
 #include "kit/FileSizeLimit.h"
@@ -140,6 +141,7 @@ TEST_F(SettingsStoreTest, keepsTheLastTenDocumentsOfEachKey)
     EXPECT_EQ(store->fromHistory("A", history.back().sequence - 1), std::nullopt);
     EXPECT_TRUE(history.front().good);
     EXPECT_EQ(history.front().sizeBytes, 11u);
+    EXPECT_EQ(history.front().sequence, 13) << "every write counts, whatever its key";
     EXPECT_GT(history.front().storedAt, 1700000000);
 }
 
@@ -317,9 +319,84 @@ TEST_F(SettingsStoreTest, neverOverwritesAnEarlierFileThatWasSetAside)
 TEST_F(SettingsStoreTest, refusesAFileOfANewerProgram)
 {
     store.reset();
-    change("PRAGMA user_version = 99; DROP TABLE documents; CREATE TABLE others (key)");
+    change("PRAGMA user_version = 3; DROP TABLE documents; CREATE TABLE others (key)");
     EXPECT_THAT(refusalOf([this] { open(); }), HasSubstr("written by a newer version of this program"));
     EXPECT_EQ(filesSetAside(), 0u);
+}
+
+TEST_F(SettingsStoreTest, noticesThatHalfOfAnEarlierLayoutIsGone)
+{
+    store.reset();
+    change("PRAGMA user_version = 1; DROP TABLE documents; CREATE TABLE history (key)");
+    open();
+    EXPECT_THAT(store->notices(), ElementsAre(HasSubstr("is damaged (its tables are broken)")));
+}
+
+// The checksum was computed once: a store that computes another one would take every file for a damaged one.
+TEST_F(SettingsStoreTest, readsWhatAnotherProcessOfThisVersionHasStored)
+{
+    store.reset();
+    change("INSERT INTO documents VALUES (CAST('A' AS BLOB), 5000000000, 6000000000, CAST('a document' AS BLOB), "
+           "-5379557888520394314)");
+    open();
+    EXPECT_THAT(store->notices(), IsEmpty());
+    EXPECT_THAT(store->read("A"), Optional(std::string("a document")));
+    EXPECT_EQ(store->history("A").front().sequence, 5000000000);
+    EXPECT_EQ(store->history("A").front().storedAt, 6000000000);
+    store->write("A", std::string(70000, 'x'));
+    EXPECT_EQ(store->history("A").front().sizeBytes, 70000U);
+    EXPECT_EQ(store->history("A").front().sequence, 5000000001);
+}
+
+TEST_F(SettingsStoreTest, goesOnAfterAChangeThatTheFileRefused)
+{
+    change("CREATE TRIGGER refusal BEFORE INSERT ON documents WHEN NEW.key = CAST('B' AS BLOB) "
+           "BEGIN SELECT RAISE(FAIL, 'no'); END");
+    EXPECT_THROW(store->write("B", "refused"), DatabaseError);
+    store->write("A", "taken");
+    EXPECT_THAT(store->keys(), ElementsAre("A"));
+}
+
+TEST_F(SettingsStoreTest, leavesNoEmptyFileWhereTheDiskIsFull)
+{
+    store->write("A", "kept");
+    store.reset();
+    removeAll();
+    {
+        const kit::FileSizeLimit disk(1);
+        EXPECT_THAT(refusalOf([this] { open(); }), HasSubstr("cannot be used: "));
+    }
+    EXPECT_FALSE(std::filesystem::exists(file()));
+    open();
+    EXPECT_THAT(store->notices(), ElementsAre(HasSubstr("settings.db is missing")));
+}
+
+TEST_F(SettingsStoreTest, cannotWriteToAFileOfAnotherNameAndCannotReadAFolder)
+{
+    const camera::store::Database database(folder / "other.db");
+    database.execute("CREATE TABLE one (key)");
+    std::filesystem::rename(folder / "other.db", folder / "moved.db");
+    EXPECT_EQ(failureOf([&] { database.execute("DROP TABLE one"); }).first, DatabaseError::Kind::readOnly);
+    EXPECT_EQ(failureOf([&] { camera::store::Database(folder.path()); }).first, DatabaseError::Kind::readOnly);
+}
+
+TEST(Uninterrupted, triesTwentyTimesAgainWhatASignalEndedAndNothingElse)
+{
+    int calls = 0;
+    const auto failsWith = [&calls](DatabaseError::Kind kind, int times) {
+        calls = 0;
+        return kit::refusalOf([&] {
+            camera::store::uninterrupted([&] {
+                if (++calls <= times) {
+                    throw DatabaseError(kind, "failed");
+                }
+            });
+        });
+    };
+    EXPECT_EQ(failsWith(DatabaseError::Kind::interrupted, 20), "not refused");
+    EXPECT_EQ(failsWith(DatabaseError::Kind::interrupted, 21), "failed");
+    EXPECT_EQ(failsWith(DatabaseError::Kind::full, 1), "failed");
+    EXPECT_EQ(calls, 1);
 }
 
 TEST_F(SettingsStoreTest, doesNotTakeADamagedLayoutNumberForANewerProgram)
@@ -361,7 +438,9 @@ protected:
     {
         const kit::TemporaryFolder other;
         other.write("settings.db", kit::contentOf(folder / "settings.last"));
-        return SettingsStore(other.path()).read(key);
+        SettingsStore store(other.path());
+        EXPECT_THAT(store.notices(), IsEmpty());
+        return store.read(key);
     }
 };
 
@@ -374,6 +453,34 @@ TEST_F(SettingsCopyTest, hasTheNewestDocumentOfEachKeyOnceItIsDue)
     store->drain();
     EXPECT_THAT(copied("A"), Optional(std::string("two")));
     EXPECT_THAT(copied("B"), Optional(std::string("of B")));
+    for (int document = 0; document < 10; ++document) {
+        store->write("A", "later " + std::to_string(document));
+    }
+    EXPECT_THAT(copied("A"), Optional(std::string("two"))) << "the next one is due in an interval";
+}
+
+TEST_F(SettingsCopyTest, isTriedAgainAndItsFailureToldOnce)
+{
+    store->write("A", "one");
+    std::filesystem::create_directories(folder / "settings.last.new/full");
+    store->drain();
+    store->drain();
+    EXPECT_EQ(log.count("no copy of the settings could be made in " + folder.path().string() + ": "), 1U);
+    std::filesystem::remove_all(folder / "settings.last.new");
+    store->drain();
+    EXPECT_THAT(copied("A"), Optional(std::string("one")));
+}
+
+TEST_F(SettingsCopyTest, isNoConditionOfAStart)
+{
+    kill([this] { store->write("A", "one"); });
+    std::filesystem::create_directories(folder / "settings.last.new/full");
+    open();
+    EXPECT_THAT(store->notices(), ElementsAre(HasSubstr("no copy of the settings could be made in ")));
+    EXPECT_THAT(store->read("A"), Optional(std::string("one")));
+    std::filesystem::remove_all(folder / "settings.last.new");
+    store->drain();
+    EXPECT_THAT(copied("A"), Optional(std::string("one")));
 }
 
 TEST_F(SettingsCopyTest, isMadeWithoutAnybodyAskingAlsoWhileChangesGoOn)
@@ -545,6 +652,18 @@ TEST_F(UnstoredTest, areTriedAgainWithoutAChange)
         refusedInForce();
         store->drain();
         EXPECT_EQ(store->read("A"), std::nullopt) << "the disk still refuses";
+        EXPECT_EQ(log.count("stored now"), 0U);
+    }
+    store->drain();
+    EXPECT_THAT(store->read("A"), Optional(std::string("in force")));
+}
+
+TEST_F(UnstoredTest, areKeptWhenANewerOneIsRefused)
+{
+    {
+        const FullDisk disk;
+        refusedInForce();
+        EXPECT_THROW(store->write("A", "refused"), DatabaseError);
     }
     store->drain();
     EXPECT_THAT(store->read("A"), Optional(std::string("in force")));

@@ -17,7 +17,12 @@ TEST(StateFolder, keepsTheTimeOfTheLastFrame)
     EXPECT_EQ(0, state.lastFrameTime());
     state.keepLastFrameTime(1700000000123456789);
     EXPECT_EQ(1700000000123456789, StateFolder(folder.path().string()).lastFrameTime());
-    for (const std::string damaged : {"", "x", "-4", "12x", "12 13", "99999999999999999999", "9000000000000000000"}) {
+    for (const std::int64_t time : {std::int64_t{1}, 4294967294999999999}) {
+        state.keepLastFrameTime(time);
+        EXPECT_EQ(time, state.lastFrameTime());
+    }
+    for (const std::string damaged :
+         {"", "x", "-4", "12x", "12 13", "99999999999999999999", "4294967295000000000", "0"}) {
         folder.write("last-frame-time", damaged);
         const kit::LogLines log;
         EXPECT_EQ(0, state.lastFrameTime()) << damaged;

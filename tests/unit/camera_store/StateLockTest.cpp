@@ -1,5 +1,6 @@
 #include "camera/store/StateLock.h"
 
+#include "camera/store/FolderCopy.h"
 #include "kit/Refusal.h"
 #include "kit/TemporaryFolder.h"
 
@@ -14,6 +15,7 @@
 namespace {
 
 std::atomic<int> interruptions{0}; ///< calls of flock() that a signal ends
+std::atomic<int> shared{0};        ///< calls of flock() for a shared lock
 
 } // namespace
 
@@ -25,6 +27,7 @@ extern "C" __attribute__((visibility("default"))) int flock(int descriptor, int 
         errno = EINTR;
         return -1;
     }
+    shared += (operation & LOCK_SH) != 0 ? 1 : 0;
     return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
 }
 
@@ -52,6 +55,17 @@ TEST(StateLockTest, refusesASecondOwnerInTheSameProcess)
                     HasSubstr("is in use by process " + std::to_string(getpid())));
     }
     EXPECT_EQ(refusalOf([&] { const StateLock again(folder.path()); }), "not refused");
+}
+
+TEST(StateLockTest, keepsTheFoldersWhileTheyAreCopied)
+{
+    const TemporaryFolder folder;
+    for (const std::filesystem::path& path : {folder.path(), folder / "services"}) {
+        const StateLock lock(path);
+    }
+    shared = 0;
+    const camera::store::FolderCopy copy(folder.path());
+    EXPECT_EQ(shared, 2);
 }
 
 TEST(StateLockTest, takesASignalForNoOtherOwner)

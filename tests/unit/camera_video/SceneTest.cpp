@@ -1,6 +1,5 @@
 #include "camera/video/Scene.h"
 #include "camera/video/Timestamp.h"
-#include "kit/Refusal.h"
 
 #include <gmock/gmock.h>
 
@@ -11,8 +10,6 @@ namespace camera::video {
 namespace {
 
 using namespace camera::base;
-
-using testing::HasSubstr;
 
 std::vector<std::uint8_t> pixels(const Frame& frame)
 {
@@ -42,11 +39,6 @@ double meanLuma(const Frame& frame)
         }
     }
     return sum / frame.width / frame.height;
-}
-
-std::string refusal(const std::string& url)
-{
-    return kit::refusalOf([&] { parseSceneParameters(url); });
 }
 
 TEST(Scene, makesTheSamePixelsForTheSameParameters)
@@ -284,81 +276,6 @@ TEST(Scene, framesOutliveTheScene)
         frame = scene.next();
     }
     EXPECT_EQ(64U * 96U, pixels(*frame).size());
-}
-
-TEST(SceneParameters, hasDefaultsForEverything)
-{
-    const SceneParameters parameters = parseSceneParameters("scene:");
-    EXPECT_EQ(1280, parameters.width);
-    EXPECT_EQ(500, parameters.frames);
-    EXPECT_EQ(3, parameters.objects);
-}
-
-TEST(SceneParameters, readsEveryName)
-{
-    const SceneParameters p = parseSceneParameters(
-        "scene:size=64x128,fps=5,frames=9,seed=18446744073709551615,objects=1,area=3.5,aspect=1,speed=0.5,contrast=30,"
-        "shape=ellipse,enter=1,leave=8,noise=0.5,light=3,lightperiod=9,switch=4,switchlevels=20,sway=2,shadows=1,"
-        "start=77");
-    EXPECT_EQ(128, p.height);
-    EXPECT_DOUBLE_EQ(5, p.framesPerSecond);
-    EXPECT_EQ(9, p.frames);
-    EXPECT_EQ(UINT64_MAX, p.seed);
-    EXPECT_EQ(1, p.objects);
-    EXPECT_DOUBLE_EQ(3.5, p.areaPercent);
-    EXPECT_DOUBLE_EQ(1, p.aspect);
-    EXPECT_DOUBLE_EQ(0.5, p.speed);
-    EXPECT_DOUBLE_EQ(30, p.contrast);
-    EXPECT_EQ(SceneShape::ellipse, p.shape);
-    EXPECT_EQ(1, p.enterFrame);
-    EXPECT_EQ(8, p.leaveFrame);
-    EXPECT_DOUBLE_EQ(0.5, p.noise);
-    EXPECT_DOUBLE_EQ(3, p.light);
-    EXPECT_DOUBLE_EQ(9, p.lightPeriodSeconds);
-    EXPECT_EQ(4, p.switchFrame);
-    EXPECT_DOUBLE_EQ(20, p.switchLevels);
-    EXPECT_DOUBLE_EQ(2, p.swayPixels);
-    EXPECT_TRUE(p.shadows);
-    EXPECT_EQ(77, p.startSeconds);
-}
-
-TEST(SceneParameters, refusesWhatItDoesNotKnowNamingWhatItHas)
-{
-    EXPECT_THAT(refusal("scene:wind=3"), HasSubstr("scene parameter 'wind=3' is unknown: a scene has size, fps,"));
-    EXPECT_THAT(refusal("scene:objects=1,,noise=1"), HasSubstr("scene parameter '' is unknown"));
-    EXPECT_THAT(refusal("clip.mp4"), HasSubstr("'clip.mp4' is no scene"));
-}
-
-TEST(SceneParameters, refusesWhatIsOutOfRangeNamingTheRange)
-{
-    EXPECT_EQ("scene parameter 'objects=33' is refused: objects takes a whole number from 0 to 32.",
-              refusal("scene:objects=33"));
-    EXPECT_EQ("scene parameter 'fps=0' is refused: fps takes a number from 0.1 to 240.", refusal("scene:fps=0"));
-    for (const std::string part : {"objects=-1",       "objects=2.5",
-                                   "objects=two",      "objects=",
-                                   "objects",          "objects=3x",
-                                   "noise=nan",        "noise=inf",
-                                   "fps=1e9",          "size=63x64",
-                                   "size=65x64",       "size=64",
-                                   "size=64x",         "size=x64",
-                                   "size=64x65",       "size=99999x64",
-                                   "size=64x64x64",    "shape=cat",
-                                   "shadows=2",        "shadows=yes",
-                                   "seed=-1",          "seed=18446744073709551616",
-                                   "frames=-1",        "area=0",
-                                   "aspect=0",         "speed=-0.1",
-                                   "contrast=200",     "sway=17",
-                                   "light=61",         "lightperiod=0",
-                                   "switchlevels=101", "start=4294967296",
-                                   "noise= 1",         "noise=1 "}) {
-        EXPECT_THAT(refusal("scene:" + part), HasSubstr("scene parameter '" + part + "' is refused: ")) << part;
-    }
-}
-
-TEST(SceneParameters, refusesObjectsThatDoNotFitAndThatLeaveBeforeTheyEnter)
-{
-    EXPECT_THAT(refusal("scene:area=25,aspect=0.2"), HasSubstr("does not fit into 1280x720"));
-    EXPECT_THAT(refusal("scene:enter=5,leave=4"), HasSubstr("cannot leave before enter=5"));
 }
 
 } // namespace

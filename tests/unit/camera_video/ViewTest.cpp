@@ -210,7 +210,11 @@ TEST(View, refusesWhatIsNoPicture)
     EXPECT_THROW(View(kScene, {641, 360}), std::invalid_argument);
     EXPECT_THROW(View(kScene, {640, -2}), std::invalid_argument);
     EXPECT_THROW(View(0, {640, 360}), std::invalid_argument);
+    EXPECT_NO_THROW(View(1, {640, 360}));
     EXPECT_THROW(View(kScene, {640, 360}).of(Frame(), Position(), kHalf), std::invalid_argument);
+    FramePool pool;
+    EXPECT_THROW(View(kScene, {640, 360}).of(pool.take(1, 360), Position(), kHalf), std::invalid_argument);
+    EXPECT_THROW(View(kScene, {640, 360}).of(pool.take(640, 1), Position(), kHalf), std::invalid_argument);
 }
 
 } // namespace

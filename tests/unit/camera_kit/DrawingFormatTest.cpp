@@ -1,9 +1,5 @@
 #include "camera/kit/DrawingFormat.h"
 
-#include "Stage.h"
-
-#include "camera/engines/CellMask.h"
-
 #include <gmock/gmock.h>
 
 #include <random>
@@ -82,8 +78,95 @@ TEST(DrawingFormatTest, bytesAreFixed)
     std::vector<std::uint8_t> bytes(64);
     DrawingWriter writer(bytes.data(), bytes.size());
     ASSERT_TRUE(writer.add(BoxRecord{0x01020304, BoxKind::kMoving, {0, 1}, {-3, 7}}));
+    ASSERT_TRUE(writer.add(RuleRecord{RuleState::kDisarmed, "ab", {{0.5, 0}}}));
+    CellsRecord cells = someCells();
+    cells.columns = 258;
+    cells.rows = 1;
+    cells.bits.assign(33, 0x5a);
+    ASSERT_TRUE(writer.add(FrameRecord{0x01020304, 0x05060708, "x"}));
     bytes.resize(writer.usedBytes());
-    EXPECT_THAT(bytes, ElementsAre('D', 1, 2, 0, 14, 0, 0, 0, 4, 3, 2, 1, 1, 0, 0, 0, 0xff, 0xff, 0, 0, 0xff, 0xff));
+    EXPECT_THAT(bytes, ElementsAre('D', 1, 2, 0, 14, 0, 0, 0, 4, 3, 2, 1, 1, 0, 0, 0, 0xff, 0xff, 0, 0, 0xff, 0xff, //
+                                   'D', 1, 3, 0, 10, 0, 0, 0, 3, 2, 'a', 'b', 1, 0, 0, 0x80, 0, 0,                  //
+                                   'D', 1, 1, 0, 9, 0, 0, 0, 4, 3, 2, 1, 8, 7, 6, 5, 'x'));
+    std::vector<std::uint8_t> wide(47);
+    DrawingWriter exact(wide.data(), wide.size());
+    ASSERT_TRUE(exact.add(cells));
+    EXPECT_EQ(exact.usedBytes(), 47U);
+    wide.resize(15);
+    EXPECT_THAT(wide, ElementsAre('D', 1, 4, 0, 39, 0, 0, 0, 2, 0, 2, 1, 1, 0, 0x5a));
+}
+
+TEST(DrawingFormatTest, takesManyPointsAndLongNames)
+{
+    std::vector<std::uint8_t> bytes(1000000);
+    DrawingWriter writer(bytes.data(), bytes.size());
+    ASSERT_TRUE(writer.add(
+        RuleRecord{RuleState::kQuiet, std::string(256, 'n'), std::vector<PicturePoint>(0x10000, PicturePoint{1, 1})}));
+    ASSERT_TRUE(writer.add(FrameRecord{1, 2, std::string(70000, 's')}));
+    EXPECT_EQ(writer.usedBytes(), 8 + 4 + 255 + 4 * 0xffff + 8 + 8 + 70000U);
+    bool damaged = true;
+    const auto records = readAll(bytes, writer.usedBytes(), damaged);
+    EXPECT_FALSE(damaged);
+    ASSERT_EQ(records.size(), 2U);
+    EXPECT_EQ(std::get<RuleRecord>(records[0]).name, std::string(255, 'n'));
+    ASSERT_EQ(std::get<RuleRecord>(records[0]).points.size(), 0xffffU);
+    EXPECT_EQ(std::get<RuleRecord>(records[0]).points.back().y, 1);
+    EXPECT_EQ(std::get<FrameRecord>(records[1]).source.size(), 70000U);
+}
+
+TEST(DrawingFormatTest, refusesCellsThatDoNotFitTheirGrid)
+{
+    std::vector<std::uint8_t> bytes(100);
+    DrawingWriter writer(bytes.data(), bytes.size());
+    CellsRecord cells = someCells();
+    cells.bits.push_back(0);
+    EXPECT_FALSE(writer.add(cells));
+    EXPECT_EQ(writer.usedBytes(), 0U);
+    for (unsigned cell = 0; cell < 15; ++cell) {
+        CellsRecord one;
+        one.columns = 5;
+        one.rows = 3;
+        one.set(cell % 5, cell / 5);
+        one.set(5, 0);
+        one.set(0, 4);
+        for (unsigned other = 0; other < 15; ++other) {
+            EXPECT_EQ(one.at(other % 5, other / 5), other == cell);
+        }
+        EXPECT_FALSE(one.at(0, 4)) << "outside";
+    }
+}
+
+// A record of which one byte says what no writer writes.
+TEST(DrawingFormatTest, takesAnUnknownKindForDamage)
+{
+    const auto damagedBy = [](const auto& record, std::size_t at, unsigned value) {
+        std::vector<std::uint8_t> bytes(100);
+        DrawingWriter writer(bytes.data(), bytes.size());
+        EXPECT_TRUE(writer.add(record));
+        bytes[at] = static_cast<std::uint8_t>(value);
+        bool damaged = false;
+        const std::size_t records = readAll(bytes, writer.usedBytes(), damaged).size();
+        EXPECT_EQ(records, damaged ? 0U : 1U);
+        return damaged;
+    };
+    for (const unsigned kind : {1U, 2U}) {
+        EXPECT_FALSE(damagedBy(BoxRecord{1}, 12, kind));
+        EXPECT_FALSE(damagedBy(someCells(), 8, kind));
+    }
+    for (const unsigned state : {1U, 2U, 3U}) {
+        EXPECT_FALSE(damagedBy(RuleRecord{}, 8, state));
+    }
+    for (const unsigned wrong : {0U, 4U}) {
+        EXPECT_TRUE(damagedBy(BoxRecord{1}, 12, wrong));
+        EXPECT_TRUE(damagedBy(someCells(), 8, wrong));
+        EXPECT_TRUE(damagedBy(RuleRecord{}, 8, wrong));
+    }
+    EXPECT_TRUE(damagedBy(BoxRecord{1}, 0, 'E'));
+    EXPECT_TRUE(damagedBy(BoxRecord{1}, 1, 2)) << "another version";
+    EXPECT_TRUE(damagedBy(BoxRecord{1}, 4, 13)) << "a byte is missing";
+    DrawingReader nothing(nullptr, 100);
+    EXPECT_FALSE(nothing.next());
+    EXPECT_FALSE(nothing.damaged());
 }
 
 TEST(DrawingFormatTest, leavesOutARecordThatDoesNotFit)
@@ -95,6 +178,11 @@ TEST(DrawingFormatTest, leavesOutARecordThatDoesNotFit)
     EXPECT_TRUE(writer.add(BoxRecord{2}));
     EXPECT_EQ(writer.usedBytes(), 44U);
     EXPECT_EQ(bytes[45], 0xee);
+    DrawingWriter narrow(bytes.data(), 21);
+    EXPECT_FALSE(narrow.add(BoxRecord{1}));
+    DrawingWriter exact(bytes.data(), 22);
+    EXPECT_TRUE(exact.add(BoxRecord{1}));
+    EXPECT_FALSE(exact.add(BoxRecord{1}));
     DrawingWriter nowhere(nullptr, 1000);
     EXPECT_FALSE(nowhere.add(BoxRecord{1}));
     EXPECT_EQ(nowhere.usedBytes(), 0U);
@@ -131,54 +219,6 @@ TEST(DrawingFormatTest, isSafeOnAnyBytes)
         bool damaged = false;
         EXPECT_LE(readAll(bytes, bytes.size(), damaged).size(), 4U);
     }
-}
-
-TEST(DrawingFormatTest, enginesDescribeWhatTheySee)
-{
-    engine_test::EngineBench motion("Motion");
-    engine_test::EngineBench simple("Simple");
-    engine_test::Stage stage;
-    motion.activate(engine_test::motionConfig());
-    simple.activate(engine_test::simpleConfig());
-    stage.learn(motion);
-    engine_test::Stage again;
-    again.learn(simple);
-    stage.show(motion, 5, 100, 40, 40, 60);
-    again.show(simple, 5, 100, 40, 40, 60);
-    bool damaged = true;
-    const auto objects = readAll(motion.drawing, motion.drawing.size(), damaged);
-    EXPECT_FALSE(damaged);
-    ASSERT_EQ(objects.size(), 3U); // frame, rule, box
-    EXPECT_EQ(std::get<FrameRecord>(objects[0]).source, "Motion");
-    EXPECT_EQ(std::get<RuleRecord>(objects[1]).state, RuleState::kAlarm);
-    EXPECT_NEAR(std::get<BoxRecord>(objects[2]).upperLeft.x, 100.0 / 320, 0.01);
-    EXPECT_NEAR(std::get<BoxRecord>(objects[2]).lowerRight.y, 100.0 / 180, 0.02);
-    EXPECT_EQ(readAll(motion.motion, motion.motion.size(), damaged).size(), 2U); // frame, box
-
-    const auto cells = readAll(simple.drawing, simple.drawing.size(), damaged);
-    ASSERT_EQ(cells.size(), 4U); // frame, watched cells, moving cells, rule
-    EXPECT_TRUE(std::get<CellsRecord>(cells[1]).at(21, 17));
-    EXPECT_TRUE(std::get<CellsRecord>(cells[2]).at(8, 7));
-    EXPECT_FALSE(std::get<CellsRecord>(cells[2]).at(1, 1));
-    EXPECT_EQ(std::get<RuleRecord>(cells[3]).points.size(), 1U);
-    EXPECT_EQ(readAll(simple.motion, simple.motion.size(), damaged).size(), 2U);
-}
-
-TEST(DrawingFormatTest, theNameOfACellRuleStandsAtItsFirstCell)
-{
-    engine_test::EngineBench simple("Simple");
-    engine_test::Stage stage;
-    std::vector<std::uint8_t> cells(50);
-    cells[(3 * 22 + 11) / 8] = 0x80U >> ((3 * 22 + 11) % 8); // row 3, column 11
-    simple.activate(
-        engine_test::simpleConfig("", engine_test::simpleItem("ActiveCells", camera::engines::encodeCells(cells))));
-    stage.learn(simple);
-    bool damaged = true;
-    const auto records = readAll(simple.drawing, simple.drawing.size(), damaged);
-    const auto& rule = std::get<RuleRecord>(records.back());
-    ASSERT_EQ(rule.points.size(), 1U);
-    EXPECT_NEAR(rule.points[0].x, 0.5, 1e-4);
-    EXPECT_NEAR(rule.points[0].y, 3 / 18.0, 1e-4);
 }
 
 } // namespace

@@ -1,0 +1,238 @@
+#include "camera/gateway/Gateway.h"
+
+#include "camera/base/ListeningSocket.h"
+#include "camera/base/Log.h"
+#include "camera/gateway/AnalyticsLink.h"
+#include "camera/gateway/CameraActions.h"
+#include "camera/gateway/Certificate.h"
+#include "camera/gateway/GatewayObject.h"
+#include "camera/onvif/DeviceIo.h"
+
+#include <boost/asio/ip/host_name.hpp>
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <future>
+#include <ifaddrs.h>
+#include <memory>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <utility>
+
+namespace camera::gateway {
+
+namespace {
+
+constexpr const char* kProcess = "camera-gateway";
+constexpr const char* kRealm = "camera";
+
+/// The first IPv4 address of this computer by which others can reach it; without one the computer's own.
+std::string outwardAddress()
+{
+    ifaddrs* list = nullptr;
+    if (::getifaddrs(&list) != 0) {
+        return "127.0.0.1";
+    }
+    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> all(list, ::freeifaddrs);
+    for (const ifaddrs* each = list; each != nullptr; each = each->ifa_next) {
+        const bool outward = (each->ifa_flags & IFF_UP) != 0 && (each->ifa_flags & IFF_LOOPBACK) == 0;
+        if (outward && each->ifa_addr != nullptr && each->ifa_addr->sa_family == AF_INET) {
+            std::array<char, INET_ADDRSTRLEN> text{};
+            const auto* const address = reinterpret_cast<const sockaddr_in*>(each->ifa_addr);
+            return ::inet_ntop(AF_INET, &address->sin_addr, text.data(), text.size());
+        }
+    }
+    return "127.0.0.1";
+}
+
+std::string hostOf(const GatewayOptions& options)
+{
+    const std::string bound = base::addressOf((options.http ? options.http : options.https).get());
+    return bound == "0.0.0.0" || bound == "::" ? outwardAddress() : bound;
+}
+
+std::vector<std::pair<std::string, int>> protocolsOf(const GatewayOptions& options)
+{
+    std::vector<std::pair<std::string, int>> protocols;
+    for (const auto& [name, listener] : {std::pair("HTTP", &options.http), std::pair("HTTPS", &options.https)}) {
+        if (*listener) {
+            protocols.emplace_back(name, base::portOf(listener->get()));
+        }
+    }
+    return protocols;
+}
+
+std::string addressOf(const std::string& host, const std::pair<std::string, int>& protocol)
+{
+    const std::string name = host.find(':') == std::string::npos ? host : "[" + host + "]";
+    return (protocol.first == "HTTP" ? "http://" : "https://") + name + ":" + std::to_string(protocol.second) +
+           "/onvif/device_service";
+}
+
+std::vector<std::string> namesForCertificate(const std::string& host)
+{
+    std::vector<std::string> names = {"localhost", "127.0.0.1"};
+    boost::system::error_code error;
+    for (const std::string& name : {host, boost::asio::ip::host_name(error)}) {
+        if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end()) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+} // namespace
+
+Gateway::Gateway(GatewayOptions options)
+    : _host(hostOf(options)),
+      _protocols(protocolsOf(options)),
+      _address(addressOf(_host, _protocols.front())),
+      _state(options.state, options.wanted, _disk, _context),
+      _administrator(_state.firstAdministrator()),
+      _bus(options.bus, kProcess),
+      _link(_bus, _context),
+      _deviceService(facts(), _state.users(), _state.device(), deviceActions(options.log), {}),
+      _analyticsService(analyticsActions(_link), _state.intended()),
+      _mediaService(_state.media(), mediaActions()),
+      _imagingService(imagingActions(_link, _state.filter())),
+      _soap(_operations, _state.users().value(), onvif::DigestAccess(kRealm))
+{
+    if (!options.check.empty()) {
+        _check.emplace(options.check);
+    }
+    addServices();
+    listen(std::move(options.http), std::move(options.https), options.state);
+    _bus.add<GatewayObject>([this](const std::shared_ptr<bus::Session>& session) {
+        return std::make_shared<GatewayObject>(session->connection(), _address);
+    });
+    _bus.start();
+    _thread = std::thread([this] { run(); });
+}
+
+void Gateway::run()
+{
+    for (;;) {
+        try {
+            _context.run();
+            return;
+        } catch (const std::exception& error) { // of one client's request; the others are answered all the same
+            base::Log::instance().write(base::LogLevel::error, kProcess, error.what());
+        }
+    }
+}
+
+Gateway::~Gateway()
+{
+    endRequests();
+    _disk.stop();
+    _bus.stop();
+    _context.stop();
+    _thread.join();
+}
+
+// The client that asked for what ends this process, a factory default for instance, gets its answer.
+void Gateway::endRequests()
+{
+    const auto ended = std::make_shared<std::promise<void>>();
+    boost::asio::post(_context, [this, ended] { _http->end([ended] { ended->set_value(); }); });
+    ended->get_future().wait_for(CameraLink::kLimit); // by then the bus answers all
+}
+
+onvif::DeviceFacts Gateway::facts() const
+{
+    onvif::DeviceFacts facts;
+    facts.manufacturer = "Virtual camera";
+    facts.model = "Virtual camera";
+    facts.firmware = DETECTION_VERSION;
+    facts.serial = _state.uuid().substr(0, 8);
+    facts.hardware = "Virtual";
+    facts.uuid = _state.uuid();
+    return facts;
+}
+
+onvif::DeviceActions Gateway::deviceActions(std::function<std::string()> log)
+{
+    onvif::DeviceActions actions;
+    actions.log = std::move(log);
+    actions.fixedScopes = [] {
+        return std::vector<std::string>{"onvif://www.onvif.org/type/Network_Video_Transmitter",
+                                        "onvif://www.onvif.org/hardware/Virtual"};
+    };
+    actions.protocols = [this] { return _protocols; };
+    actions.address = [this] { return _host.find(':') == std::string::npos ? _host : "127.0.0.1"; };
+    actions.reboot = [this](const onvif::Done& done) { _link.perform(bus::service::kSupervisor, "restart", done); };
+    actions.factoryDefault = [this](bool hard, const onvif::Done& done) {
+        // Of a hard one the supervisor does everything: it takes the folder from a gateway that has ended.
+        const auto reset = [this, hard, done](const std::optional<onvif::Fault>& failure) {
+            if (failure || hard) {
+                done(failure);
+            } else {
+                _state.reset(done);
+            }
+        };
+        _link.perform(bus::service::kSupervisor, "factoryDefault", reset, hard);
+    };
+    return actions;
+}
+
+onvif::MediaActions Gateway::mediaActions()
+{
+    onvif::MediaActions actions = gateway::mediaActions(_link);
+    actions.analytics = [this](const auto& then) { _analyticsService.content(then); };
+    actions.setAnalytics = [this](const pugi::xml_node& configuration, const onvif::Done& done) {
+        _analyticsService.replace(configuration, done);
+    };
+    return actions;
+}
+
+/// Each service of the device adds itself here.
+void Gateway::addServices()
+{
+    _deviceService.addTo(_operations, _directory);
+    _mediaService.addTo(_operations, _directory);
+    _analyticsService.addTo(_operations, _directory);
+    _imagingService.addTo(_operations, _directory);
+    onvif::addDeviceIo(_operations, _directory);
+}
+
+void Gateway::listen(base::FileDescriptor http, base::FileDescriptor https, const std::filesystem::path& state)
+{
+    const auto handle = [this](const onvif::HttpRequest& request, const HttpServer::Reply& reply) {
+        _soap.handle(request, [this, reply, who = request.peer + " " + request.method](onvif::HttpAnswer answer) {
+            const std::string line = who + " " + std::to_string(answer.status);
+            base::Log::instance().write(base::LogLevel::debug, kProcess, line);
+            checkAnswer(answer.body);
+            reply(std::move(answer));
+        });
+    };
+    _http.emplace(_context, handle, HttpServer::Limits());
+    if (http) {
+        _http->listen(std::move(http));
+    }
+    if (https) {
+        _tls.emplace(boost::asio::ssl::context::tls_server);
+        use(*_tls, keptCertificate(state / "gateway" / "certificate.pem", namesForCertificate(_host)));
+        _http->listen(std::move(https), &*_tls);
+    }
+}
+
+void Gateway::checkAnswer(const std::string& message) const
+{
+    const std::string faults = _check ? _check->faultsOf(message) : "";
+    if (!faults.empty()) {
+        base::Log::instance().write(base::LogLevel::error, kProcess, "an answer is not valid: " + faults);
+    }
+}
+
+std::string Gateway::login(bool confidential) const
+{
+    const std::string file = _state.usersFile().string();
+    const std::string begin = "Log in as \"" + _administrator + "\" with the password ";
+    if (confidential && !_state.firstPassword().empty()) {
+        return begin + "\"" + _state.firstPassword() + "\", which " + file + " keeps.";
+    }
+    return begin + "in " + file + ".";
+}
+
+} // namespace camera::gateway

@@ -1,0 +1,153 @@
+#include "camera/onvif/Envelope.h"
+
+#include "camera/base/Text.h"
+#include "camera/onvif/CanonicalNames.h"
+#include "camera/onvif/Fault.h"
+
+#include <sstream>
+#include <string_view>
+
+namespace camera::onvif {
+
+namespace {
+
+constexpr const char* kSoap11 = "http://schemas.xmlsoap.org/soap/envelope/";
+
+Fault unreadable(const std::string& reason)
+{
+    return Fault::sender({"ter:WellFormed"}, reason);
+}
+
+/// The namespace of an element before its names are made ours.
+std::string namespaceOfRoot(const pugi::xml_node& root)
+{
+    const std::string_view name(root.name());
+    const std::size_t colon = name.find(':');
+    const std::string declaration =
+        colon == std::string_view::npos ? "xmlns" : "xmlns:" + std::string(name.substr(0, colon));
+    return root.attribute(declaration.c_str()).value();
+}
+
+pugi::xml_document canonical(const std::string& text)
+{
+    if (text.size() > Envelope::kMostBytes) {
+        throw unreadable("the request has " + std::to_string(text.size()) + " bytes; it may have at most " +
+                         std::to_string(Envelope::kMostBytes));
+    }
+    try {
+        pugi::xml_document document = parsed(text);
+        if (namespaceOfRoot(document.document_element()) == kSoap11) {
+            throw Fault(Fault::Code::versionMismatch, {}, "the request is SOAP 1.1; this camera speaks SOAP 1.2");
+        }
+        makeCanonical(document, text, NamespaceTable::ofMessages(), Envelope::kMostDeep);
+        return document;
+    } catch (const XmlRefusal& refusal) {
+        throw unreadable("line " + std::to_string(refusal.line) + ", column " + std::to_string(refusal.column) + ": " +
+                         refusal.what());
+    }
+}
+
+pugi::xml_node onlyElement(const pugi::xml_node& parent)
+{
+    pugi::xml_node only;
+    for (const pugi::xml_node& node : parent.children()) {
+        if (node.type() == pugi::node_element) {
+            if (only) {
+                return {};
+            }
+            only = node;
+        }
+    }
+    return only;
+}
+
+pugi::xml_node newEnvelope(pugi::xml_document& document)
+{
+    pugi::xml_node envelope = document.append_child("env:Envelope");
+    for (const auto& [prefix, uri] : NamespaceTable::ofMessages().rows()) {
+        envelope.append_attribute(("xmlns:" + prefix).c_str()).set_value(uri.c_str());
+    }
+    return envelope.append_child("env:Body");
+}
+
+std::string printed(pugi::xml_document& document, const std::string& relatesTo)
+{
+    if (!relatesTo.empty()) {
+        pugi::xml_node header = document.document_element().prepend_child("env:Header");
+        header.append_child("wsa:RelatesTo").text().set(relatesTo.c_str());
+    }
+    std::ostringstream out;
+    out << R"(<?xml version="1.0" encoding="UTF-8"?>)";
+    document.document_element().print(out, "", pugi::format_raw);
+    return out.str();
+}
+
+const char* nameOf(Fault::Code code)
+{
+    switch (code) {
+    case Fault::Code::sender:
+        return "env:Sender";
+    case Fault::Code::versionMismatch:
+        return "env:VersionMismatch";
+    case Fault::Code::mustUnderstand:
+        return "env:MustUnderstand";
+    case Fault::Code::receiver:
+        break;
+    }
+    return "env:Receiver";
+}
+
+} // namespace
+
+Envelope::Envelope(const std::string& text) : _document(canonical(text))
+{
+    const pugi::xml_node root = _document.document_element();
+    if (std::string_view(root.name()) != "env:Envelope") {
+        throw unreadable("the root element of the request is not a SOAP 1.2 envelope");
+    }
+    _header = root.child("env:Header");
+    _request = onlyElement(root.child("env:Body"));
+    if (!_request) {
+        throw unreadable("the body of the request does not have exactly one element");
+    }
+    checkHeaders();
+}
+
+void Envelope::checkHeaders() const
+{
+    for (const pugi::xml_node& block : _header.children()) {
+        const std::string_view name(block.name());
+        const bool understood = name == "wsse:Security" || name.substr(0, 4) == "wsa:";
+        if (!understood && block.attribute("env:mustUnderstand").as_bool()) {
+            throw Fault(Fault::Code::mustUnderstand, {},
+                        "the header '" + std::string(name) + "' must be understood, and is not");
+        }
+    }
+}
+
+Answer::Answer(const std::string& name) : _body(newEnvelope(_document).append_child(name.c_str()))
+{
+}
+
+std::string Answer::text(const std::string& relatesTo)
+{
+    return printed(_document, relatesTo);
+}
+
+std::string faultText(const Fault& fault, const std::string& relatesTo)
+{
+    pugi::xml_document document;
+    pugi::xml_node body = newEnvelope(document).append_child("env:Fault");
+    pugi::xml_node code = body.append_child("env:Code");
+    code.append_child("env:Value").text().set(nameOf(fault.code));
+    for (const std::string& subcode : fault.subcodes) {
+        code = code.append_child("env:Subcode");
+        code.append_child("env:Value").text().set(subcode.c_str());
+    }
+    pugi::xml_node text = body.append_child("env:Reason").append_child("env:Text");
+    text.append_attribute("xml:lang").set_value("en");
+    text.text().set(base::printable(fault.what()).c_str());
+    return printed(document, relatesTo);
+}
+
+} // namespace camera::onvif

@@ -1,0 +1,141 @@
+"""Three clients of npm connect, and rules and modules live through them at two presets, over a restart.
+
+Every answer of the camera is valid by the official schemas. What clients send and is not is listed, and was served.
+"""
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import unittest
+
+import kit
+
+TOKEN = f"<tan:ConfigurationToken>{kit.TOKEN}</tan:ConfigurationToken>"
+
+
+def installed():
+    """The folder in which the clients are; they are installed as the lock file says when that has changed."""
+    folder = pathlib.Path(os.environ["NODE_FOLDER"])
+    if not shutil.which("node") or not shutil.which("npm"):
+        kit.skip("node and npm are not installed")
+    lock = (kit.HERE / "package-lock.json").read_bytes()
+    done = folder / "installed-lock.json"
+    if not done.exists() or done.read_bytes() != lock:
+        folder.mkdir(parents=True, exist_ok=True)
+        for name in ("package.json", "package-lock.json"):
+            shutil.copyfile(kit.HERE / name, folder / name)
+        result = subprocess.run(["npm", "ci", "--ignore-scripts", "--no-audit", "--no-fund"], cwd=folder, capture_output=True,
+                                text=True, timeout=300, check=False)  # fmt: skip
+        if result.returncode != 0:
+            if re.search("EINTEGRITY|EUSAGE|ELOCKVERIFY", result.stderr):
+                raise AssertionError(f"npm does not accept the lock file: {result.stderr}")
+            kit.skip(f"the clients cannot be installed: {result.stderr[-1000:]}")
+        done.write_bytes(lock)
+    return folder
+
+
+class Client:
+    """One of them as a process."""
+
+    def __init__(self, folder, name, address, who):
+        host, port = address.rsplit("/", 1)[1].split(":")
+        self.process = subprocess.Popen(["node", str(kit.HERE / "clients.js"), name, host, port, *who], cwd=folder, text=True,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)  # fmt: skip
+        self.found = json.loads(self.process.stdout.readline())
+
+    def call(self, operation, content=""):
+        self.process.stdin.write(json.dumps({"operation": operation, "content": TOKEN + content}) + "\n")
+        self.process.stdin.flush()
+        said = json.loads(self.process.stdout.readline())
+        if "error" in said:
+            raise AssertionError(f"{operation}: {said['error']}")
+        return said["answer"]
+
+    def end(self):
+        self.process.stdin.close()
+        self.process.stdout.close()
+        self.process.wait(kit.PATIENCE)
+
+
+# The prefix stands on the component, as clients write it that know no other place for it.
+def component(element, name, kind, items):
+    parameters = "".join(f'<t:SimpleItem Name="{item}" Value="{value}"/>' for item, value in items)
+    return (
+        f'<tan:{element} xmlns:t="{kit.TT}" xmlns:v="{kit.VCA}" Name="{name}" Type="{kind}"><t:Parameters>{parameters}'
+        f"</t:Parameters></tan:{element}>"
+    )
+
+
+class NpmClients(kit.CameraTest):
+    ARGUMENTS = ("--no-factory", *kit.PLACES)
+    CLIENTS = ("onvif", "node-onvif", "onvif-nvt")
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = installed()
+        super().setUpClass()
+
+    def client(self, name, who=kit.OPERATOR):
+        self.recorder.client = name
+        client = Client(self.folder, name, self.address, who)
+        self.addCleanup(client.end)
+        return client
+
+    def listed(self):
+        return {kind: self.camera.components(kind) for kind in ("rules", "modules")}
+
+    def connects(self, name):
+        client = self.client(name)
+        self.assertNotIn("error", client.found)
+        self.assertTrue(client.found["model"])
+        self.assertIn("Profile_1", client.found["profiles"])
+        self.assertIn("VideoSource_1", client.found["sources"])
+        self.assertIn("error", self.client(name, (kit.OPERATOR[0], "guess")).found)
+
+    def lives(self, name):
+        client = self.client(name)
+        for preset in ("Gate", "Door"):
+            client.call("CreateAnalyticsModules", component("AnalyticsModule", "m" + preset, "v:MotionRegionEngine",
+                                                            [("PresetToken", preset), ("Sensitivity", "70")]))  # fmt: skip
+            client.call("CreateRules", component("Rule", "r" + preset, "t:CellMotionDetector",
+                                                 [("PresetToken", preset), ("MinCount", "4")]))  # fmt: skip
+        both = {"rules": [("Door", "rDoor"), ("Gate", "rGate")], "modules": [("Door", "mDoor"), ("Gate", "mGate")]}
+        self.assertEqual(self.listed(), both)
+        self.camera.restart()
+        client = self.client(name)
+        self.assertEqual(self.listed(), both)
+        client.call("ModifyRules", component("Rule", "rGate", "t:CellMotionDetector", [("MinCount", "9")]))
+        answer = client.call("GetRules")
+        self.assertIn('Name="MinCount" Value="9"', answer)
+        self.assertIn('Name="MinCount" Value="4"', answer)
+        client.call("ModifyAnalyticsModules", component("AnalyticsModule", "mDoor", "v:MotionRegionEngine", [("PresetToken", "")]))
+        self.assertEqual(self.listed()["modules"], [("", "mDoor"), ("Gate", "mGate")])
+        client.call("DeleteRules", "<tan:RuleName>rGate</tan:RuleName>")
+        self.assertEqual(self.listed()["rules"], [("Door", "rDoor")])
+        client.call("DeleteRules", "<tan:RuleName>rDoor</tan:RuleName>")
+        client.call("DeleteAnalyticsModules",
+                    "<tan:AnalyticsModuleName>mGate</tan:AnalyticsModuleName><tan:AnalyticsModuleName>mDoor</tan:AnalyticsModuleName>")
+        self.assertEqual(self.listed(), {"rules": [], "modules": []})
+        self.assertNotIn("<tan:Rule ", client.call("GetRules"))
+        self.assertIn("CellMotionDetector", client.call("GetSupportedRules"))
+
+
+def make(name):
+    def connects(self):
+        self.connects(name)
+
+    def lives(self):
+        self.lives(name)
+
+    word = name.replace("-", "_")
+    setattr(NpmClients, f"test_{word}_connects", connects)
+    setattr(NpmClients, f"test_{word}_creates_changes_moves_and_deletes_at_two_presets", lives)
+
+
+for each_client in NpmClients.CLIENTS:
+    make(each_client)
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
