@@ -2,6 +2,7 @@
 
 #include "camera/base/AtomicFile.h"
 #include "camera/base/Log.h"
+#include "camera/onvif/Uuid.h"
 
 #include <algorithm>
 #include <fstream>
@@ -15,19 +16,6 @@ namespace {
 
 constexpr const char* kUuidKey = "uuid";
 constexpr onvif::IrCutFilter kFirstFilter = onvif::IrCutFilter::automatic;
-
-/// A random UUID (RFC 4122, version 4).
-std::string newUuid()
-{
-    onvif::Bytes bytes = onvif::randomBytes(16);
-    bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0fU) | 0x40U);
-    bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3fU) | 0x80U);
-    std::string text = onvif::hexText(bytes);
-    for (const std::size_t place : {20U, 16U, 12U, 8U}) {
-        text.insert(place, "-");
-    }
-    return text;
-}
 
 std::string contentOf(const std::filesystem::path& file)
 {
@@ -47,7 +35,7 @@ GatewayState::GatewayState(const std::filesystem::path& stateDir, const Wanted& 
 {
     _uuid = readOr(kUuidKey, std::string(), [](const std::string& text) { return std::optional(text); });
     if (_uuid.empty()) {
-        _uuid = newUuid();
+        _uuid = onvif::newUuid();
         _store.write(kUuidKey, _uuid);
     }
     _users = std::make_unique<StoredValue<onvif::Users>>(

@@ -1,6 +1,6 @@
 #include "camera/onvif/CanonicalNames.h"
 
-#include "camera/base/Text.h"
+#include "camera/base/Words.h"
 
 #include <algorithm>
 #include <map>
@@ -70,10 +70,10 @@ bool isNameValue(const std::string& element, const std::string& attribute)
     return attribute == "xsi:type" || (attribute == "Type" && prefixOf(element) != "wsse");
 }
 
-/// Whether what stands in an element is a name itself.
+/// Whether what stands in an element is a list of names, often of one.
 bool isNameText(const std::string& element)
 {
-    return element == "tan:RuleType" || element == "tan:Type";
+    return element == "tan:RuleType" || element == "tan:Type" || element == "wsd:Types";
 }
 
 class Rewriter {
@@ -107,7 +107,10 @@ private:
             }
         }
         if (isNameText(name)) {
-            node.text().set(renamed(node, base::trimmed(node.text().get()), true).c_str());
+            std::vector<std::string> names = base::wordsIn(node.text().get());
+            std::transform(names.begin(), names.end(), names.begin(),
+                           [&](const std::string& each) { return renamed(node, each, true); });
+            node.text().set(base::spaced(names).c_str());
         }
         // Last, so that a refusal names the element as its author wrote it.
         node.set_name(name.c_str());
@@ -243,7 +246,9 @@ void declareUsed(pugi::xml_node element, const NamespaceTable& table)
             }
         }
         if (isNameText(node.name())) {
-            note(node.text().get());
+            for (const std::string& name : base::wordsIn(node.text().get())) {
+                note(name);
+            }
         }
     };
     walk(element, noteAll, [](const pugi::xml_node&) {});

@@ -3,8 +3,8 @@
 #include "camera/base/Text.h"
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/Fault.h"
+#include "camera/onvif/XmlText.h"
 
-#include <sstream>
 #include <string_view>
 
 namespace camera::onvif {
@@ -47,20 +47,6 @@ pugi::xml_document canonical(const std::string& text)
     }
 }
 
-pugi::xml_node onlyElement(const pugi::xml_node& parent)
-{
-    pugi::xml_node only;
-    for (const pugi::xml_node& node : parent.children()) {
-        if (node.type() == pugi::node_element) {
-            if (only) {
-                return {};
-            }
-            only = node;
-        }
-    }
-    return only;
-}
-
 pugi::xml_node newEnvelope(pugi::xml_document& document)
 {
     pugi::xml_node envelope = document.append_child("env:Envelope");
@@ -76,10 +62,7 @@ std::string printed(pugi::xml_document& document, const std::string& relatesTo)
         pugi::xml_node header = document.document_element().prepend_child("env:Header");
         header.append_child("wsa:RelatesTo").text().set(relatesTo.c_str());
     }
-    std::ostringstream out;
-    out << R"(<?xml version="1.0" encoding="UTF-8"?>)";
-    document.document_element().print(out, "", pugi::format_raw);
-    return out.str();
+    return wholeText(document);
 }
 
 const char* nameOf(Fault::Code code)

@@ -1,5 +1,6 @@
 #include "camera/base/Text.h"
 #include "camera/base/MessageLimit.h"
+#include "camera/base/Words.h"
 
 #include <gtest/gtest.h>
 
@@ -35,6 +36,19 @@ TEST(JoinedTextTest, putsTheLastSeparatorBetweenTheLastTwo)
     EXPECT_EQ(joined({"a", "b"}, " or "), "a or b");
     EXPECT_EQ(joined({"a", "b", "c"}, " or "), "a, b or c");
     EXPECT_EQ(joined({"a", "b", "c"}), "a, b, c");
+}
+
+TEST(WordsTest, arePartedByBlanksAndLineEnds)
+{
+    using camera::base::spaced;
+    using camera::base::wordsIn;
+    using Words = std::vector<std::string>;
+    EXPECT_EQ(wordsIn(""), Words());
+    EXPECT_EQ(wordsIn(" \n"), Words());
+    EXPECT_EQ(wordsIn("a"), Words{"a"});
+    EXPECT_EQ(wordsIn("\ta b\r\n  c "), (Words{"a", "b", "c"}));
+    EXPECT_EQ(spaced({}), "");
+    EXPECT_EQ(spaced({"a", "b"}), "a b");
 }
 
 TEST(SmallLettersTest, changesAsciiLettersOnly)
