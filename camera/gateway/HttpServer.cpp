@@ -2,6 +2,7 @@
 
 #include "camera/base/ListeningSocket.h"
 
+#include <boost/asio/dispatch.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
@@ -161,6 +162,20 @@ private:
 
     void readBody()
     {
+        // A short body mostly came with the header: then there is nothing to wait for.
+        beast::error_code failed;
+        if (_buffer.size() > 0 && !_parser->is_done()) {
+            _parser->eager(true);
+            _buffer.consume(_parser->put(_buffer.data(), failed));
+        }
+        if (failed && failed != http::error::need_more) {
+            refuse(failed);
+            return;
+        }
+        if (_parser->is_done()) {
+            answerRequest();
+            return;
+        }
         lowest().expires_after(limits().body);
         http::async_read(_stream, _buffer, *_parser,
                          [self = this->shared_from_this()](beast::error_code error, std::size_t /*bytes*/) {
@@ -185,8 +200,8 @@ private:
         request.peer = _place->address();
         // The context outlives the session: its answer may come from another thread.
         _place->all().handler(request, [self = this->shared_from_this()](HttpAnswer answer) {
-            asio::post(self->_place->all().context,
-                       [self, answer = std::move(answer)]() mutable { self->write(std::move(answer)); });
+            asio::dispatch(self->_place->all().context,
+                           [self, answer = std::move(answer)]() mutable { self->write(std::move(answer)); });
         });
     }
 
