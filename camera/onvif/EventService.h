@@ -1,0 +1,85 @@
+#pragma once
+
+#include "camera/onvif/AnalyticsChange.h"
+#include "camera/onvif/Notification.h"
+#include "camera/onvif/Operations.h"
+#include "camera/onvif/ServiceDirectory.h"
+#include "camera/onvif/SoapService.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace camera::onvif {
+
+/// A message to a consumer, to be posted with the content type of SOAP 1.2.
+struct PushMessage {
+    std::string address;  ///< of the consumer: "http://192.168.1.9:5000/events"
+    std::string onlyHost; ///< the numeric address that it must have; empty: any
+    std::string action;   ///< the SOAP action
+    std::string text;     ///< the whole envelope
+};
+
+/// What the event service asks of the device around it. Each is called on the thread of the service.
+struct EventActions {
+    /// The last state of every live property, each as a message with the operation initialized. What tell() was given
+    /// before the answer is in it, and what it is given afterwards is not.
+    Ask<std::vector<Notification>> live;
+    /// What the engines are and whether the camera moves, for the topics.
+    Ask<AnalyticsView> view;
+    /// Posts a message; done gets a failure when the consumer did not take it within the sender's limit of time.
+    std::function<void(const PushMessage&, Done)> push;
+    /// Asks for one call of EventService::wake() at that time or a little later. A newer call replaces an older one.
+    std::function<void(std::chrono::steady_clock::time_point)> wakeAt;
+    std::function<void(const std::string& line)> log;
+    /// Whether a consumer may be at another address than the client that subscribes it.
+    bool consumersAnywhere = false;
+};
+
+/// How much the event service takes.
+struct EventLimits {
+    std::size_t queue = 1000;         ///< messages that wait for one subscriber; the oldest goes for a new one
+    std::size_t inOneAnswer = 250;    ///< messages
+    std::size_t pullPoints = 32;      ///< of one user; of all users twice as many
+    std::size_t consumers = 16;       ///< of one user; of all users twice as many
+    std::chrono::minutes timeout{10}; ///< of a pull
+    std::chrono::hours lifetime{24};  ///< until a subscription is renewed
+};
+
+/**
+ * The ONVIF event service (namespace tev, and wsnt for what all subscriptions have): pull points, consumers that
+ * messages are pushed to, and the topics of the device.
+ *
+ * A subscription begins with the state of every live property that it wants, then gets each message that is told.
+ * Thread-bound; it lives until all that it asked has answered.
+ */
+class EventService {
+public:
+    explicit EventService(EventActions actions, Clocks clocks = {}, EventLimits limits = {});
+    ~EventService();
+    EventService(const EventService&) = delete;
+    EventService& operator=(const EventService&) = delete;
+
+    /// Adds its operations, and itself to the directory.
+    void addTo(Operations& operations, ServiceDirectory& directory);
+
+    /// Something happened: gives it to all who want it.
+    void tell(const Notification& notification);
+
+    /// To be called when the time for it has come, see EventActions::wakeAt; at any other time it does nothing.
+    void wake();
+
+    /// How many subscriptions there are.
+    std::size_t subscriptions() const;
+
+private:
+    class Subscriptions;
+
+    const std::shared_ptr<Subscriptions> _subscriptions;
+};
+
+} // namespace camera::onvif
