@@ -4,23 +4,16 @@
 
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/Fault.h"
+#include "camera/onvif/XmlText.h"
 #include "support/Check.h"
 
 #include <cstdint>
-#include <sstream>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
 
 using namespace camera::onvif;
-
-std::string printed(const pugi::xml_node& node)
-{
-    std::ostringstream out;
-    node.print(out, "", pugi::format_raw);
-    return out.str();
-}
 
 /// What an operation may put into a document, alone.
 void checkRequest(const Envelope& envelope)

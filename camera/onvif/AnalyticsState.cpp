@@ -3,10 +3,10 @@
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/onvif/StoredConfigurations.h"
+#include "camera/onvif/XmlText.h"
 
 #include <algorithm>
 #include <map>
-#include <sstream>
 
 namespace camera::onvif {
 
@@ -14,13 +14,6 @@ namespace {
 
 constexpr const char* kModuleElement = "tt:AnalyticsModule";
 constexpr const char* kRuleElement = "tt:Rule";
-
-std::string printedElement(const pugi::xml_node& element)
-{
-    std::ostringstream out;
-    element.print(out, "", pugi::format_raw);
-    return out.str();
-}
 
 void append(PlacedComponents& all, const std::vector<EngineTypes>& engines, bool rules,
             const std::vector<std::string>& elements)
@@ -64,7 +57,7 @@ PlacedComponents placedComponents(const std::vector<EngineTypes>& engines, const
 PlacedComponent placedComponent(const pugi::xml_node& element, const std::string& engine)
 {
     const bool isRule = std::string(element.name()) == kRuleElement;
-    std::string xml = printedElement(element);
+    std::string xml = printed(element);
     const std::vector<ComponentName> found = componentsOf(xml);
     const std::string preset = found.empty() ? "" : found.front().preset;
     return {
@@ -109,7 +102,7 @@ PlacedComponent renamed(PlacedComponent component, const std::string& name)
         document.load_buffer(component.xml.data(), component.xml.size());
         document.document_element().attribute("Name").set_value(name.c_str());
         component.name = name;
-        component.xml = printedElement(document.document_element());
+        component.xml = printed(document.document_element());
     }
     return component;
 }
@@ -148,7 +141,7 @@ std::string documentOf(const PlacedComponents& components)
         list.append_buffer(component.xml.data(), component.xml.size());
     }
     declareUsed(root, NamespaceTable::ofDocuments());
-    return printedElement(root);
+    return printed(root);
 }
 
 } // namespace camera::onvif

@@ -1,4 +1,5 @@
 #include "camera/onvif/CanonicalNames.h"
+#include "camera/onvif/XmlText.h"
 
 #include "camera/base/Words.h"
 
@@ -6,7 +7,6 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -271,9 +271,7 @@ std::string canonicalDocument(const std::string& text, const std::string& rootNa
         refuse(text, "its root element is '" + original + "', but a configuration's is '" + rootName + "'", offset);
     }
     declareUsed(root, table);
-    std::ostringstream out;
-    root.print(out, "", pugi::format_raw);
-    return out.str();
+    return printed(root);
 }
 
 } // namespace camera::onvif

@@ -3,6 +3,7 @@
 #include "camera/base/Text.h"
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/StoredConfigurations.h"
+#include "camera/onvif/XmlText.h"
 
 #include <pugixml.hpp>
 
@@ -12,7 +13,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 
 namespace camera::onvif {
@@ -105,13 +105,6 @@ ComponentName nameOf(const pugi::xml_node& node)
     return component;
 }
 
-std::string textOf(const pugi::xml_node& node)
-{
-    std::ostringstream out;
-    node.print(out, "", pugi::format_raw);
-    return out.str();
-}
-
 } // namespace
 
 std::string readConfiguration(const std::string& path)
@@ -132,7 +125,7 @@ std::vector<std::string> readComponents(const std::string& path, bool rules)
     std::vector<std::string> components;
     const pugi::xml_node list = document.child(kConfiguration).child(rules ? kRuleList : kModuleList);
     for (const pugi::xml_node& node : list.children(wanted)) {
-        components.push_back(textOf(node));
+        components.push_back(printed(node));
     }
     if (components.empty()) {
         throw std::runtime_error("there is no " + std::string(wanted) + " in '" + path +
@@ -160,7 +153,7 @@ std::vector<Json::Value> componentObjects(const std::string& xml)
     if (document.load_buffer(xml.data(), xml.size())) {
         for (const pugi::xml_node& node : componentNodes(document)) {
             Json::Value object = componentObject(nameOf(node));
-            object["xml"] = textOf(node);
+            object["xml"] = printed(node);
             for (const pugi::xml_node& item : parameterItems(node)) {
                 const std::string name = item.attribute("Name").value();
                 if (name != kPreset && !object.isMember(name)) {

@@ -47,22 +47,26 @@ pugi::xml_document canonical(const std::string& text)
     }
 }
 
-pugi::xml_node newEnvelope(pugi::xml_document& document)
+/// What each of our messages begins with: the declarations of all prefixes.
+std::string beginOfMessages()
 {
-    pugi::xml_node envelope = document.append_child("env:Envelope");
+    std::string begin = std::string(kXmlDeclaration) + "<env:Envelope";
     for (const auto& [prefix, uri] : NamespaceTable::ofMessages().rows()) {
-        envelope.append_attribute(("xmlns:" + prefix).c_str()).set_value(uri.c_str());
+        begin += " xmlns:" + prefix + "=\"" + uri + "\"";
     }
-    return envelope.append_child("env:Body");
+    return begin + ">";
 }
 
-std::string printed(pugi::xml_document& document, const std::string& relatesTo)
+std::string message(const pugi::xml_document& body, const std::string& relatesTo)
 {
+    static const std::string begin = beginOfMessages();
+    std::string text = begin;
     if (!relatesTo.empty()) {
-        pugi::xml_node header = document.document_element().prepend_child("env:Header");
-        header.append_child("wsa:RelatesTo").text().set(relatesTo.c_str());
+        pugi::xml_document header;
+        header.append_child("env:Header").append_child("wsa:RelatesTo").text().set(relatesTo.c_str());
+        text += printed(header.document_element());
     }
-    return wholeText(document);
+    return text + printed(body.document_element()) + "</env:Envelope>";
 }
 
 const char* nameOf(Fault::Code code)
@@ -108,19 +112,19 @@ void Envelope::checkHeaders() const
     }
 }
 
-Answer::Answer(const std::string& name) : _body(newEnvelope(_document).append_child(name.c_str()))
+Answer::Answer(const std::string& name) : _body(_document.append_child("env:Body").append_child(name.c_str()))
 {
 }
 
 std::string Answer::text(const std::string& relatesTo)
 {
-    return printed(_document, relatesTo);
+    return message(_document, relatesTo);
 }
 
 std::string faultText(const Fault& fault, const std::string& relatesTo)
 {
     pugi::xml_document document;
-    pugi::xml_node body = newEnvelope(document).append_child("env:Fault");
+    pugi::xml_node body = document.append_child("env:Body").append_child("env:Fault");
     pugi::xml_node code = body.append_child("env:Code");
     code.append_child("env:Value").text().set(nameOf(fault.code));
     for (const std::string& subcode : fault.subcodes) {
@@ -130,7 +134,7 @@ std::string faultText(const Fault& fault, const std::string& relatesTo)
     pugi::xml_node text = body.append_child("env:Reason").append_child("env:Text");
     text.append_attribute("xml:lang").set_value("en");
     text.text().set(base::printable(fault.what()).c_str());
-    return printed(document, relatesTo);
+    return message(document, relatesTo);
 }
 
 } // namespace camera::onvif

@@ -86,13 +86,6 @@ std::optional<std::string> NamespaceTable::uriOf(const std::string& prefix) cons
     return secondOf(_rows, prefix);
 }
 
-NamespaceScopes::NamespaceScopes(const NamespaceTable& table)
-{
-    for (const auto& [prefix, uri] : table.rows()) {
-        _bindings[prefix].push_back(uri);
-    }
-}
-
 void NamespaceScopes::enter(const pugi::xml_node& element)
 {
     std::vector<std::string> declared;
@@ -118,10 +111,10 @@ void NamespaceScopes::leave()
 std::optional<std::string> NamespaceScopes::find(const std::string& prefix) const
 {
     const auto found = _bindings.find(prefix);
-    if (found == _bindings.end() || found->second.empty() || found->second.back().empty()) {
-        return std::nullopt;
+    if (found == _bindings.end() || found->second.empty()) {
+        return _table.uriOf(prefix);
     }
-    return found->second.back();
+    return found->second.back().empty() ? std::nullopt : std::optional(found->second.back());
 }
 
 } // namespace camera::onvif

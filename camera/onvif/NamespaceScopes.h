@@ -39,7 +39,8 @@ private:
 /// from the start, because documents without declarations are common.
 class NamespaceScopes {
 public:
-    explicit NamespaceScopes(const NamespaceTable& table);
+    /// @param table  borrowed
+    explicit NamespaceScopes(const NamespaceTable& table) : _table(table) {}
 
     /// Adds the declarations of an element, until the matching leave().
     void enter(const pugi::xml_node& element);
@@ -49,6 +50,7 @@ public:
     std::optional<std::string> find(const std::string& prefix) const;
 
 private:
+    const NamespaceTable& _table;
     std::map<std::string, std::vector<std::string>> _bindings; ///< innermost last; empty text: undeclared again
     std::vector<std::vector<std::string>> _entered;            ///< prefixes declared by each open element
 };

@@ -1,6 +1,6 @@
 #include "camera/onvif/XmlText.h"
 
-#include <sstream>
+#include <utility>
 
 namespace camera::onvif {
 
@@ -18,12 +18,19 @@ pugi::xml_node onlyElement(const pugi::xml_node& parent)
     return only;
 }
 
+std::string printed(const pugi::xml_node& node)
+{
+    struct Writer final : pugi::xml_writer {
+        void write(const void* data, std::size_t size) override { text.append(static_cast<const char*>(data), size); }
+        std::string text;
+    } writer;
+    node.print(writer, "", pugi::format_raw);
+    return std::move(writer.text);
+}
+
 std::string wholeText(const pugi::xml_document& document)
 {
-    std::ostringstream out;
-    out << R"(<?xml version="1.0" encoding="UTF-8"?>)";
-    document.document_element().print(out, "", pugi::format_raw);
-    return out.str();
+    return std::string(kXmlDeclaration) + printed(document.document_element());
 }
 
 } // namespace camera::onvif

@@ -1,4 +1,5 @@
 #include "camera/onvif/AnalyticsService.h"
+#include "camera/onvif/XmlText.h"
 
 #include "AskedOperation.h"
 #include "FakeAnalyticsService.h"
@@ -486,9 +487,7 @@ std::string contentNow(AnalyticsService& service)
     service.content([&text](const Outcome<AnalyticsContent>& outcome) {
         pugi::xml_document document;
         std::get<AnalyticsContent>(outcome)(document.append_child("tt:Configuration"));
-        std::ostringstream out;
-        document.print(out, "", pugi::format_raw | pugi::format_no_declaration);
-        text = out.str();
+        text = printed(document.document_element());
     });
     return text;
 }

@@ -2,11 +2,11 @@
 
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/Fault.h"
+#include "camera/onvif/XmlText.h"
 
 #include <gmock/gmock.h>
 
 #include <optional>
-#include <sstream>
 
 namespace camera::onvif {
 namespace {
@@ -38,13 +38,6 @@ std::string reasonOf(const std::string& text)
 {
     const auto fault = faultOf(text);
     return fault ? fault->what() : "accepted";
-}
-
-std::string printed(const pugi::xml_node& node)
-{
-    std::ostringstream out;
-    node.print(out, "", pugi::format_raw);
-    return out.str();
 }
 
 TEST(EnvelopeTest, namesTheOperationWithOurPrefixWhateverTheClientCallsIt)

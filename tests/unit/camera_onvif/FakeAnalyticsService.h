@@ -2,13 +2,13 @@
 
 #include "camera/onvif/AnalyticsChange.h"
 #include "camera/onvif/AnalyticsState.h"
+#include "camera/onvif/XmlText.h"
 #include "kit/TemporaryFolder.h"
 
 #include <pugixml.hpp>
 
 #include <algorithm>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -40,9 +40,7 @@ public:
         std::vector<std::string> elements[2];
         for (const bool rules : {false, true}) {
             for (const auto& found : document.select_nodes(rules ? "//tt:Rule" : "//tt:AnalyticsModule")) {
-                std::ostringstream out;
-                found.node().print(out, "", pugi::format_raw);
-                elements[rules ? 1 : 0].push_back(out.str());
+                elements[rules ? 1 : 0].push_back(printed(found.node()));
             }
         }
         const PlacedComponents components = placedComponents(engines, elements[1], elements[0]);
