@@ -4,7 +4,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <ifaddrs.h>
 #include <memory>
+#include <net/if.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <stdexcept>
@@ -95,6 +97,42 @@ std::string addressOf(int descriptor)
     ::getnameinfo(reinterpret_cast<const sockaddr*>(&endpoint), sizeof endpoint, text.data(), text.size(), nullptr, 0,
                   NI_NUMERICHOST);
     return text.data();
+}
+
+std::string outwardAddress(int family, const std::string& otherwise)
+{
+    ifaddrs* all = nullptr;
+    if (::getifaddrs(&all) != 0) {
+        return otherwise;
+    }
+    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> list(all, ::freeifaddrs);
+    for (const ifaddrs* each = all; each != nullptr; each = each->ifa_next) {
+        std::array<char, NI_MAXHOST> text{};
+        if (each->ifa_addr != nullptr && each->ifa_addr->sa_family == family &&
+            (each->ifa_flags & (IFF_UP | IFF_LOOPBACK)) == IFF_UP &&
+            ::getnameinfo(each->ifa_addr, family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6), text.data(),
+                          text.size(), nullptr, 0, NI_NUMERICHOST) == 0 &&
+            std::strchr(text.data(), '%') == nullptr) { // one of a link needs the link's name
+            return text.data();
+        }
+    }
+    return otherwise;
+}
+
+std::string reachableAddress(int descriptor)
+{
+    const std::string address = addressOf(descriptor);
+    if (address == "0.0.0.0") {
+        return outwardAddress(AF_INET, "127.0.0.1");
+    }
+    return address == "::" ? outwardAddress(AF_INET6, "::1") : address;
+}
+
+std::string baseAddress(const std::string& scheme, int descriptor)
+{
+    const std::string host = reachableAddress(descriptor);
+    const bool brackets = host.find(':') != std::string::npos;
+    return scheme + "://" + (brackets ? "[" + host + "]" : host) + ":" + std::to_string(portOf(descriptor));
 }
 
 } // namespace camera::base

@@ -21,4 +21,14 @@ std::uint16_t portOf(int descriptor);
 /// The numeric address on which it listens.
 std::string addressOf(int descriptor);
 
+/// The first numeric address of a family, AF_INET for instance, by which others can reach this computer.
+/// @param otherwise  what it is when there is none.
+std::string outwardAddress(int family, const std::string& otherwise);
+
+/// The numeric address by which others reach such a socket: the outward one when it listens on every address.
+std::string reachableAddress(int descriptor);
+
+/// Where a client reaches such a socket: "http://192.168.1.2:8080", "https://[2001:db8::2]:8443"
+std::string baseAddress(const std::string& scheme, int descriptor);
+
 } // namespace camera::base

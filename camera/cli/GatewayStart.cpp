@@ -4,19 +4,14 @@
 #include "camera/base/ListeningSocket.h"
 #include "camera/base/PluginPath.h"
 #include "camera/base/RunOptions.h"
+#include "camera/onvif/HttpExchange.h"
 #include "camera/onvif/Users.h"
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <ifaddrs.h>
 #include <iostream>
-#include <memory>
-#include <net/if.h>
-#include <netdb.h>
-#include <netinet/in.h>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
@@ -52,38 +47,9 @@ FileDescriptor socketFor(const base::Arguments& arguments, const char* option, c
     return base::listeningSocket(address, static_cast<std::uint16_t>(arguments.whole(option)));
 }
 
-// Where others reach a socket that listens on every address: the first that is not for this computer alone.
-std::string outerAddress(int family, const std::string& otherwise)
-{
-    ifaddrs* all = nullptr;
-    if (::getifaddrs(&all) != 0) {
-        return otherwise;
-    }
-    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> list(all, ::freeifaddrs);
-    for (const ifaddrs* each = all; each != nullptr; each = each->ifa_next) {
-        std::array<char, NI_MAXHOST> text{};
-        if (each->ifa_addr != nullptr && each->ifa_addr->sa_family == family &&
-            (each->ifa_flags & (IFF_UP | IFF_LOOPBACK)) == IFF_UP &&
-            ::getnameinfo(each->ifa_addr, family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6), text.data(),
-                          text.size(), nullptr, 0, NI_NUMERICHOST) == 0 &&
-            std::strchr(text.data(), '%') == nullptr) { // one of a link needs the link's name
-            return text.data();
-        }
-    }
-    return otherwise;
-}
-
 std::string serviceAddress(const char* scheme, const FileDescriptor& socket)
 {
-    std::string host = base::addressOf(socket.get());
-    if (host == "0.0.0.0") {
-        host = outerAddress(AF_INET, "127.0.0.1");
-    } else if (host == "::") {
-        host = outerAddress(AF_INET6, "::1");
-    }
-    const bool brackets = host.find(':') != std::string::npos;
-    return std::string(scheme) + "://" + (brackets ? "[" + host + "]" : host) + ":" +
-           std::to_string(base::portOf(socket.get())) + "/onvif/device_service";
+    return base::baseAddress(scheme, socket.get()) + onvif::kDeviceServicePath;
 }
 
 std::vector<onvif::User> usersOfFile(const std::string& file)

@@ -11,13 +11,10 @@
 #include <boost/asio/ip/host_name.hpp>
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <array>
 #include <future>
-#include <ifaddrs.h>
 #include <memory>
-#include <net/if.h>
-#include <netinet/in.h>
+#include <sys/socket.h>
 #include <utility>
 
 namespace camera::gateway {
@@ -27,29 +24,9 @@ namespace {
 constexpr const char* kProcess = "camera-gateway";
 constexpr const char* kRealm = "camera";
 
-/// The first IPv4 address of this computer by which others can reach it; without one the computer's own.
-std::string outwardAddress()
+int listenerOf(const GatewayOptions& options)
 {
-    ifaddrs* list = nullptr;
-    if (::getifaddrs(&list) != 0) {
-        return "127.0.0.1";
-    }
-    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> all(list, ::freeifaddrs);
-    for (const ifaddrs* each = list; each != nullptr; each = each->ifa_next) {
-        const bool outward = (each->ifa_flags & IFF_UP) != 0 && (each->ifa_flags & IFF_LOOPBACK) == 0;
-        if (outward && each->ifa_addr != nullptr && each->ifa_addr->sa_family == AF_INET) {
-            std::array<char, INET_ADDRSTRLEN> text{};
-            const auto* const address = reinterpret_cast<const sockaddr_in*>(each->ifa_addr);
-            return ::inet_ntop(AF_INET, &address->sin_addr, text.data(), text.size());
-        }
-    }
-    return "127.0.0.1";
-}
-
-std::string hostOf(const GatewayOptions& options)
-{
-    const std::string bound = base::addressOf((options.http ? options.http : options.https).get());
-    return bound == "0.0.0.0" || bound == "::" ? outwardAddress() : bound;
+    return (options.http ? options.http : options.https).get();
 }
 
 std::vector<std::pair<std::string, int>> protocolsOf(const GatewayOptions& options)
@@ -63,18 +40,16 @@ std::vector<std::pair<std::string, int>> protocolsOf(const GatewayOptions& optio
     return protocols;
 }
 
-std::string addressOf(const std::string& host, const std::pair<std::string, int>& protocol)
+bool isIpv4(const std::string& address)
 {
-    const std::string name = host.find(':') == std::string::npos ? host : "[" + host + "]";
-    return (protocol.first == "HTTP" ? "http://" : "https://") + name + ":" + std::to_string(protocol.second) +
-           "/onvif/device_service";
+    return address.find(':') == std::string::npos;
 }
 
-std::vector<std::string> namesForCertificate(const std::string& host)
+std::vector<std::string> namesForCertificate(const std::string& host, const std::string& ipv4)
 {
     std::vector<std::string> names = {"localhost", "127.0.0.1"};
     boost::system::error_code error;
-    for (const std::string& name : {host, boost::asio::ip::host_name(error)}) {
+    for (const std::string& name : {host, ipv4, boost::asio::ip::host_name(error)}) {
         if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end()) {
             names.push_back(name);
         }
@@ -85,9 +60,10 @@ std::vector<std::string> namesForCertificate(const std::string& host)
 } // namespace
 
 Gateway::Gateway(GatewayOptions options)
-    : _host(hostOf(options)),
+    : _host(base::reachableAddress(listenerOf(options))),
+      _ipv4(isIpv4(_host) ? _host : base::outwardAddress(AF_INET, "127.0.0.1")),
       _protocols(protocolsOf(options)),
-      _address(addressOf(_host, _protocols.front())),
+      _address(base::baseAddress(options.http ? "http" : "https", listenerOf(options)) + onvif::kDeviceServicePath),
       _state(options.state, options.wanted, _disk, _context),
       _administrator(_state.firstAdministrator()),
       _bus(options.bus, kProcess),
@@ -160,7 +136,7 @@ onvif::DeviceActions Gateway::deviceActions(std::function<std::string()> log)
                                         "onvif://www.onvif.org/hardware/Virtual"};
     };
     actions.protocols = [this] { return _protocols; };
-    actions.address = [this] { return _host.find(':') == std::string::npos ? _host : "127.0.0.1"; };
+    actions.address = [this] { return _ipv4; };
     actions.reboot = [this](const onvif::Done& done) { _link.perform(bus::service::kSupervisor, "restart", done); };
     actions.factoryDefault = [this](bool hard, const onvif::Done& done) {
         // Of a hard one the supervisor does everything: it takes the folder from a gateway that has ended.
@@ -212,7 +188,7 @@ void Gateway::listen(base::FileDescriptor http, base::FileDescriptor https, cons
     }
     if (https) {
         _tls.emplace(boost::asio::ssl::context::tls_server);
-        use(*_tls, keptCertificate(state / "gateway" / "certificate.pem", namesForCertificate(_host)));
+        use(*_tls, keptCertificate(state / "gateway" / "certificate.pem", namesForCertificate(_host, _ipv4)));
         _http->listen(std::move(https), &*_tls);
     }
 }

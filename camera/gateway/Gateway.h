@@ -73,6 +73,7 @@ private:
     boost::asio::io_context _context{1};
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> _work = make_work_guard(_context);
     const std::string _host; ///< the numeric address that others reach it by
+    const std::string _ipv4; ///< the same of that family
     std::vector<std::pair<std::string, int>> _protocols;
     std::string _address;
     DiskThread _disk;

@@ -266,7 +266,7 @@ DeviceService::DeviceService(DeviceFacts facts, Kept<Users>& users, Kept<DeviceS
 
 void DeviceService::addTo(Operations& operations, ServiceDirectory& directory)
 {
-    directory.add({"tds", "/onvif/device_service", 24, 12, putCapabilities, "Device", putOldCapabilities}, operations);
+    directory.add({"tds", kDeviceServicePath, 24, 12, putCapabilities, "Device", putOldCapabilities}, operations);
     addDirectory(operations, directory);
     addSystem(operations);
     addScopes(operations);

@@ -5,6 +5,9 @@
 
 namespace camera::onvif {
 
+/// Where clients begin.
+constexpr const char* kDeviceServicePath = "/onvif/device_service";
+
 /// A request whose whole body was read.
 struct HttpRequest {
     std::string method;        ///< "POST"

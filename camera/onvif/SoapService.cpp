@@ -58,7 +58,7 @@ SoapService::SoapService(const Operations& operations, const Users& users, Diges
 void SoapService::handle(const HttpRequest& request, const Answered& answered)
 {
     if (!isSoapAddress(request.target)) {
-        answered(plain(404, "There is nothing here; the device service is at /onvif/device_service."));
+        answered(plain(404, std::string("There is nothing here; the device service is at ") + kDeviceServicePath + "."));
         return;
     }
     if (request.method != "POST") {

@@ -30,6 +30,27 @@ TEST(ListeningSocketTest, takesConnectionsOnThePortThatItTells)
     EXPECT_TRUE(canConnect(portOf(listener.get())));
 }
 
+TEST(ListeningSocketTest, tellsWhereOthersReachIt)
+{
+    const FileDescriptor bound = listeningSocket("127.0.0.1", 0);
+    EXPECT_EQ("127.0.0.1", reachableAddress(bound.get()));
+    EXPECT_EQ("https://127.0.0.1:" + std::to_string(portOf(bound.get())), baseAddress("https", bound.get()));
+    const FileDescriptor everywhere = listeningSocket("0.0.0.0", 0);
+    EXPECT_EQ(outwardAddress(AF_INET, "127.0.0.1"), reachableAddress(everywhere.get()));
+    EXPECT_EQ("nowhere", outwardAddress(AF_UNIX, "nowhere"));
+}
+
+TEST(ListeningSocketTest, putsAnAddressWithColonsIntoBrackets)
+{
+    FileDescriptor bound;
+    try {
+        bound = listeningSocket("::1", 0);
+    } catch (const std::runtime_error& error) {
+        GTEST_SKIP() << "this computer has no IPv6: " << error.what();
+    }
+    EXPECT_EQ("http://[::1]:" + std::to_string(portOf(bound.get())), baseAddress("http", bound.get()));
+}
+
 TEST(ListeningSocketTest, takesAPortAgainOnWhichAConnectionEnds)
 {
     std::uint16_t port = 0;
