@@ -2,12 +2,14 @@
 
 #include "camera/base/FileDescriptor.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace camera::base {
 
@@ -39,6 +41,25 @@ bool replace(const std::filesystem::path& file, const std::string& content, bool
 }
 
 } // namespace
+
+std::optional<std::string> readFile(const std::filesystem::path& file)
+{
+    const FileDescriptor descriptor(uninterrupted([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC); }));
+    return readFile(descriptor.get());
+}
+
+std::optional<std::string> readFile(int descriptor)
+{
+    std::string content;
+    std::array<char, 4096> part{};
+    for (;;) {
+        const ssize_t size = uninterrupted([&] { return ::read(descriptor, part.data(), part.size()); });
+        if (size <= 0) {
+            return size == 0 ? std::optional(std::move(content)) : std::nullopt;
+        }
+        content.append(part.data(), static_cast<std::size_t>(size));
+    }
+}
 
 bool replaceFile(const std::filesystem::path& file, const std::string& content)
 {

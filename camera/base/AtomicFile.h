@@ -1,9 +1,16 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace camera::base {
+
+/// The whole content of a file; nothing when it cannot be read, and of a folder.
+std::optional<std::string> readFile(const std::filesystem::path& file);
+
+/// The same of what is left in a file that is open, in a pipe for instance up to its end.
+std::optional<std::string> readFile(int descriptor);
 
 // Each replaces the content of a file: at any moment a reader finds the old or the new content, never a part. False
 // when it could not be written; the file then has the old content. Only this user may read the new one.

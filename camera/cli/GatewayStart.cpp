@@ -1,5 +1,6 @@
 #include "camera/cli/GatewayStart.h"
 
+#include "camera/base/AtomicFile.h"
 #include "camera/base/InputName.h"
 #include "camera/base/ListeningSocket.h"
 #include "camera/base/PluginPath.h"
@@ -9,13 +10,10 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace camera::cli {
 
@@ -55,19 +53,13 @@ std::string serviceAddress(const char* scheme, const FileDescriptor& socket)
 std::vector<onvif::User> usersOfFile(const std::string& file)
 {
     const bool standardInput = file == "-";
-    std::ifstream opened;
-    if (!standardInput) {
-        opened.open(file, std::ios::binary);
-    }
-    std::istream& in = standardInput ? std::cin : static_cast<std::istream&>(opened);
-    std::ostringstream text;
-    text << in.rdbuf();
     const std::string name = standardInput ? "the standard input" : "'" + file + "'";
-    if (!in || (!standardInput && std::filesystem::is_directory(file))) {
+    const std::optional<std::string> text = standardInput ? base::readFile(STDIN_FILENO) : base::readFile(file);
+    if (!text) {
         throw std::runtime_error("the users cannot be read from " + name + "; name a file that can be read");
     }
     try {
-        return onvif::readUsers(text.str()).all();
+        return onvif::readUsers(*text).all();
     } catch (const std::exception& error) {
         throw std::runtime_error("the users cannot be read from " + name + ": " + error.what() +
                                  "; write lines NAME:LEVEL:PASSWORD");

@@ -11,8 +11,7 @@
 #include <openssl/x509v3.h>
 
 #include <array>
-#include <fstream>
-#include <iterator>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 
@@ -117,8 +116,7 @@ Certificate newCertificate(const std::vector<std::string>& names)
 Certificate keptCertificate(const std::filesystem::path& file, const std::vector<std::string>& names)
 {
     if (std::filesystem::exists(file)) {
-        std::ifstream in(file);
-        const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+        const std::string text = base::readFile(file).value_or("");
         const std::size_t end = text.find(kEndOfKey);
         if (end == std::string::npos) {
             throw std::runtime_error("'" + file.string() + "' holds no key and certificate; remove it");

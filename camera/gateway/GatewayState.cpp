@@ -5,8 +5,7 @@
 #include "camera/onvif/Uuid.h"
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -16,16 +15,6 @@ namespace {
 
 constexpr const char* kUuidKey = "uuid";
 constexpr onvif::IrCutFilter kFirstFilter = onvif::IrCutFilter::automatic;
-
-std::string contentOf(const std::filesystem::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::string content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (!in) {
-        throw std::runtime_error("cannot read '" + file.string() + "'");
-    }
-    return content;
-}
 
 } // namespace
 
@@ -69,7 +58,11 @@ onvif::Users GatewayState::usersAtStart(const Wanted& wanted)
     }
     if (std::filesystem::exists(_usersFile)) {
         try {
-            return onvif::readUsers(contentOf(_usersFile));
+            const std::optional<std::string> text = base::readFile(_usersFile);
+            if (!text) {
+                throw std::runtime_error("cannot read '" + _usersFile.string() + "'");
+            }
+            return onvif::readUsers(*text);
         } catch (const std::exception& error) {
             throw std::runtime_error("the users in '" + _usersFile.string() + "' cannot be read: " + error.what() +
                                      "; mend or remove the file");

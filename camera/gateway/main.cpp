@@ -1,5 +1,6 @@
 // The process that answers ONVIF clients.
 
+#include "camera/base/AtomicFile.h"
 #include "camera/base/ListeningSocket.h"
 #include "camera/base/Log.h"
 #include "camera/base/ProgramFrame.h"
@@ -9,8 +10,7 @@
 #include "camera/gateway/LogTail.h"
 
 #include <chrono>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -47,13 +47,12 @@ std::optional<onvif::Users> users(const base::Arguments& arguments)
         return std::nullopt;
     }
     const std::string file = arguments.text("--users");
-    std::ifstream in(file, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (!in) {
+    const std::optional<std::string> text = base::readFile(file);
+    if (!text) {
         throw base::UsageError("camera-gateway: the users in '" + file + "' cannot be read.");
     }
     try {
-        return onvif::readUsers(text);
+        return onvif::readUsers(*text);
     } catch (const std::runtime_error& refusal) {
         throw base::UsageError("camera-gateway: the users in '" + file + "': " + refusal.what() + ".");
     }

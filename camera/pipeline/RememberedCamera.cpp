@@ -8,10 +8,8 @@
 #include "camera/store/StateLock.h"
 
 #include <algorithm>
-#include <fstream>
 #include <json/value.h>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 
 namespace camera::pipeline {
@@ -29,14 +27,6 @@ struct Remembered {
     std::vector<std::string> engines;
     bool factoryDue = false; ///< a new camera, whose engines did not get their factory configuration yet
 };
-
-std::optional<std::string> contentOf(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return in ? std::make_optional(text.str()) : std::nullopt;
-}
 
 std::string write(const Remembered& camera)
 {
@@ -91,7 +81,7 @@ Remembered cameraWithoutFile(const fs::path& stateDir)
 
 Remembered cameraOf(const fs::path& stateDir, base::Console& console)
 {
-    const std::optional<std::string> text = contentOf(stateDir / kFile);
+    const std::optional<std::string> text = base::readFile(stateDir / kFile);
     if (!text) {
         return cameraWithoutFile(stateDir);
     }
@@ -139,7 +129,7 @@ void rememberCamera(const base::CameraOptions& options, const fs::path& stateDir
     std::transform(options.engines.begin(), options.engines.end(), std::back_inserter(camera.engines), absolute);
     const std::string text = write(camera);
     const fs::path file = stateDir / kFile;
-    const std::optional<std::string> before = contentOf(file);
+    const std::optional<std::string> before = base::readFile(file);
     if (before == text) {
         return;
     }

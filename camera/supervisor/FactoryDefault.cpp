@@ -11,10 +11,8 @@
 #include "camera/store/StateLock.h"
 
 #include <chrono>
-#include <fstream>
 #include <json/value.h>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -31,14 +29,6 @@ constexpr const char* kSoft = "soft\n";
 constexpr const char* kKept = "factory-default.kept";
 constexpr const char* kCamera = "camera.json";
 constexpr std::size_t kMostBytes = 64 * 1024;
-
-std::optional<std::string> contentOf(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return in ? std::make_optional(text.str()) : std::nullopt;
-}
 
 void write(const fs::path& file, const std::string& content)
 {
@@ -87,7 +77,7 @@ void removeSettings(const fs::path& folder, bool damagedToo)
 // A file that cannot be read is left to the pipeline, which tells and replaces it.
 void makeFactoryConfigurationDue(const fs::path& stateDir)
 {
-    const std::optional<std::string> text = contentOf(stateDir / kCamera);
+    const std::optional<std::string> text = base::readFile(stateDir / kCamera);
     try {
         Json::Value camera = text ? base::readStrictJson(*text, kMostBytes) : Json::Value();
         if (camera.isObject()) {
@@ -108,7 +98,7 @@ void beginFactoryDefault(const fs::path& stateDir, bool hard)
 
 void finishFactoryDefault(const fs::path& stateDir)
 {
-    const std::optional<std::string> note = contentOf(stateDir / kNote);
+    const std::optional<std::string> note = base::readFile(stateDir / kNote);
     if (!note) {
         return;
     }
@@ -126,7 +116,7 @@ void finishFactoryDefault(const fs::path& stateDir)
     }
     if (hard) {
         fs::remove_all(stateDir / "gateway");
-    } else if (const std::string presets = contentOf(kept).value_or(""); !presets.empty()) {
+    } else if (const std::string presets = base::readFile(kept).value_or(""); !presets.empty()) {
         store::SettingsStore(stateDir).write(ptz::kPositioningKey, presets);
     }
     makeFactoryConfigurationDue(stateDir);

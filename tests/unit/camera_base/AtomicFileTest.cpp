@@ -6,9 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <optional>
+#include <string>
 
 namespace {
 
+using camera::base::readFile;
 using camera::base::renameDurably;
 using camera::base::replaceFile;
 using camera::base::replaceFileDurably;
@@ -26,6 +29,17 @@ TEST(AtomicFile, replacesTheContent)
     EXPECT_TRUE(replaceFileDurably(folder / "file", "newer"));
     EXPECT_EQ(contentOf(folder / "file"), "newer");
     EXPECT_FALSE(std::filesystem::exists(folder / "file.new"));
+}
+
+TEST(AtomicFile, isReadWholeOrNotAtAll)
+{
+    const TemporaryFolder folder;
+    const std::string text(10000, 'x');
+    EXPECT_EQ(readFile(folder.write("file", text)), text);
+    EXPECT_EQ(readFile(folder.write("empty", "")), "");
+    EXPECT_EQ(readFile(folder / "none"), std::nullopt);
+    EXPECT_EQ(readFile(folder.path()), std::nullopt);
+    EXPECT_EQ(readFile(-1), std::nullopt);
 }
 
 TEST(AtomicFile, isReplacedAlsoWhereItsFolderCannotBeSynced)
