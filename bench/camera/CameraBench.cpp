@@ -1,17 +1,14 @@
+#include "bench/JsonLines.h"
 #include "bench/Pairs.h"
 #include "camera/video/VideoInput.h"
 
-#include <json/json.h>
 #include <libyuv.h>
 #include <opencv2/video/background_segm.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
-#include <memory>
-#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -24,15 +21,7 @@ double cameraSecondsPerFrame(const std::string& clip)
 {
     const std::string command =
         CAMERA_PROGRAM " run '" + clip + "' --speed max --json --frames " + std::to_string(kFrames) + " 2>/dev/null";
-    const std::unique_ptr<FILE, int (*)(FILE*)> output(popen(command.c_str(), "r"), &pclose);
-    std::string text;
-    for (int character = 0; output && (character = std::fgetc(output.get())) != EOF;) {
-        text += static_cast<char>(character);
-    }
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        Json::Value object;
-        std::istringstream(line) >> object;
+    for (const Json::Value& object : bench::jsonLinesOf(command)) {
         if (object["part"] == "summary" && object["frames"] == kFrames && object["framesFailed"] == 0) {
             return object["seconds"].asDouble() / kFrames;
         }

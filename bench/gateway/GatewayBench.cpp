@@ -1,3 +1,4 @@
+#include "bench/JsonLines.h"
 #include "bench/Pairs.h"
 #include "camera/bus/Names.h"
 #include "camera/onvif/AnalyticsState.h"
@@ -16,13 +17,14 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -56,8 +58,11 @@ bench::Measurement waited(Work work)
 /// One connection that stays, as clients have it.
 class HttpConnection {
 public:
-    explicit HttpConnection(std::uint16_t port) : _socket(_context)
+    /// @param from  where it comes from, an address of this computer
+    explicit HttpConnection(std::uint16_t port, const std::string& from = "127.0.0.1") : _socket(_context)
     {
+        _socket.open(tcp::v4());
+        _socket.bind({asio::ip::make_address(from), 0});
         _socket.connect({asio::ip::address_v4::loopback(), port});
         _socket.set_option(tcp::no_delay(true));
     }
@@ -151,20 +156,12 @@ public:
     Camera(const Camera&) = delete;
     Camera& operator=(const Camera&) = delete;
 
-    /// What it tells of itself, when it is ready.
-    Json::Value status() const
+    /// What a part tells of itself, when the camera is ready.
+    Json::Value status(const std::string& part) const
     {
         const std::string command = std::string(CAMERA_PROGRAM) + " status --wait 60 --json --camera " + _folder;
-        const std::unique_ptr<FILE, int (*)(FILE*)> output(popen(command.c_str(), "r"), &pclose);
-        std::string text;
-        for (int character = 0; output && (character = std::fgetc(output.get())) != EOF;) {
-            text += static_cast<char>(character);
-        }
-        std::istringstream lines(text);
-        for (std::string line; std::getline(lines, line);) {
-            Json::Value object;
-            std::istringstream(line) >> object;
-            if (object["part"] == "supervisor") {
+        for (const Json::Value& object : bench::jsonLinesOf(command)) {
+            if (object["part"] == part) {
                 return object;
             }
         }
@@ -273,18 +270,50 @@ private:
     std::unique_ptr<sdbus::IProxy> _plugin;
 };
 
+/// Memory that a process alone has, in MiB.
+double megabytesOf(const std::string& process)
+{
+    std::ifstream in("/proc/" + process + "/smaps_rollup");
+    for (std::string word; in >> word;) {
+        if (double kilobytes = 0; (word == "Pss:") && in >> kilobytes) {
+            return kilobytes / 1024;
+        }
+    }
+    throw std::runtime_error("the memory of process " + process + " cannot be read");
+}
+
+/// Prints a sentence for scripts/bench: what as many clients as the gateway takes cost it.
+void tellMemory(const std::string& process, std::uint16_t port, const std::string& request)
+{
+    constexpr int kConnections = 64; // 16 from one address at most, and one is open
+    const double atRest = megabytesOf(process);
+    std::vector<std::unique_ptr<HttpConnection>> connections;
+    while (connections.size() + 1 < kConnections) {
+        const std::string from = "127.0.0." + std::to_string(2 + connections.size() % 4);
+        connections.push_back(std::make_unique<HttpConnection>(port, from));
+        connections.back()->post(request);
+    }
+    std::printf(
+        "note\tThe gateway takes %.1f MiB of memory (its share of what others use too) with one connection, and "
+        "%.1f MiB with %d.\n",
+        atRest, megabytesOf(process), kConnections);
+    std::fflush(stdout);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     const bench::Pairs pairs(argc, argv);
     const Camera camera;
-    const Json::Value status = camera.status();
+    const Json::Value status = camera.status("supervisor");
     const std::string onvif = status["onvif"].asString();
-    HttpConnection client(static_cast<std::uint16_t>(std::stoi(onvif.substr(onvif.find(':', 6) + 1))));
+    const auto port = static_cast<std::uint16_t>(std::stoi(onvif.substr(onvif.find(':', 6) + 1)));
+    HttpConnection client(port);
     Bus bus(status["bus"].asString());
     const std::string getServices =
         envelope("", "<tds:GetServices><tds:IncludeCapability>false</tds:IncludeCapability></tds:GetServices>");
+    tellMemory(camera.status("gateway")["pid"].asString(), port, getServices);
     const BareServer bare(client.post(getServices));
     HttpConnection bareClient(bare.port());
     pairs.compare("bare HTTP server with an answer as large", waited([&] { bareClient.post(getServices); }),
