@@ -70,9 +70,8 @@ std::filesystem::path fileOf(EngineModule module)
 
 } // namespace
 
-EngineFactory::EngineFactory(EngineSource source, std::vector<EngineModule> modules,
-                             EngineRecord::Listener activeChanged)
-    : _source(std::move(source)), _modules(std::move(modules)), _activeChanged(std::move(activeChanged))
+EngineFactory::EngineFactory(EngineSource source, std::vector<EngineModule> modules, EngineListeners listeners)
+    : _source(std::move(source)), _modules(std::move(modules)), _listeners(std::move(listeners))
 {
 }
 
@@ -90,7 +89,7 @@ Engines EngineFactory::make(void* logContext, const std::shared_ptr<IAnalyticsPt
     files.resize(engines.size());
     for (std::size_t i = 0; i < engines.size(); ++i) {
         Engine& engine = engines[i];
-        auto record = std::make_shared<EngineRecord>(engine->getName(), _activeChanged, files[i]);
+        auto record = std::make_shared<EngineRecord>(engine->getName(), _listeners, files[i]);
         _records.push_back(record);
         engine = std::make_shared<EngineMonitor>(std::move(engine), std::move(record));
     }

@@ -22,7 +22,7 @@ using EngineSource = std::function<Engines(void* logContext, std::shared_ptr<ana
  */
 class EngineFactory {
 public:
-    EngineFactory(EngineSource source, std::vector<EngineModule> modules, EngineRecord::Listener activeChanged);
+    EngineFactory(EngineSource source, std::vector<EngineModule> modules, EngineListeners listeners);
 
     /// A module's engine whose name begins like another one's, or the other way round, is left out with a log line:
     /// stored configurations are found by the engine's name at the front of their keys.
@@ -34,7 +34,7 @@ public:
 private:
     const EngineSource _source;
     const std::vector<EngineModule> _modules;
-    const EngineRecord::Listener _activeChanged;
+    const EngineListeners _listeners;
     std::vector<std::shared_ptr<EngineRecord>> _records;
 };
 

@@ -38,12 +38,12 @@ void refuse(const EngineRecord& record, const std::string& what, std::size_t byt
 
 } // namespace
 
-EngineRecord::EngineRecord(std::string name, Listener activeChanged, std::filesystem::path module)
+EngineRecord::EngineRecord(std::string name, EngineListeners listeners, std::filesystem::path module)
     : _name(std::move(name)),
       _module(std::move(module)),
       _ofEngine(" of engine '" + _name + "'"),
       _frame("onFrame" + _ofEngine),
-      _activeChanged(std::move(activeChanged))
+      _listeners(std::move(listeners))
 {
 }
 
@@ -52,8 +52,23 @@ void EngineRecord::setActive(IRuleSet* ruleSet)
 {
     const bool changed = ruleSet != nullptr || _active != nullptr;
     _active = ruleSet;
-    if (changed && _activeChanged) {
-        _activeChanged();
+    if (changed && _listeners.activeChanged) {
+        _listeners.activeChanged();
+    }
+}
+
+void EngineRecord::tellRaised(const base::Event& event) const
+{
+    if (_listeners.raised) {
+        base::contained("engines", "an event" + _ofEngine + " is not kept", [&] { _listeners.raised(_name, event); });
+    }
+}
+
+void EngineRecord::tellCleared() const
+{
+    if (_listeners.cleared) {
+        base::contained("engines", "the end of the rules" + _ofEngine + " is not told",
+                        [&] { _listeners.cleared(_name); });
     }
 }
 
@@ -97,6 +112,7 @@ void EngineMonitor::Events::OnEvent(const std::string& topic, const std::string&
     if (bytes > base::kLargestMessage) {
         return refuse(_record, "an event", bytes);
     }
+    _record.tellRaised({topic, source, data});
     handler.load()->OnEvent(topic, source, data);
 }
 
@@ -219,9 +235,11 @@ IRuleSet* EngineMonitor::createRuleSet()
 // The record forgets it before the engine destroys it, because a reader of the record asks the rule set for its text.
 void EngineMonitor::releaseRuleSet(IRuleSet* ruleSet)
 {
-    if (ruleSet == _record->_active) {
+    const bool active = ruleSet == _record->_active;
+    if (active) {
         _record->setActive(nullptr);
     }
+    const TellsCleared end{active ? _record.get() : nullptr};
     forwardedToTheEnd("releaseRuleSet", [&] { _engine->releaseRuleSet(ruleSet); });
 }
 
@@ -237,6 +255,7 @@ bool EngineMonitor::activateRuleSet(IRuleSet* ruleSet)
 void EngineMonitor::clearAllRules()
 {
     _record->setActive(nullptr);
+    const TellsCleared end{_record.get()};
     forwardedToTheEnd("clearAllRules", [&] { _engine->clearAllRules(); });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/base/Activity.h"
+#include "camera/base/Event.h"
 #include "plugin/analytics/IEventHandler.h"
 #include "plugin/analytics/IOnvifAnalytics.h"
 
@@ -37,15 +38,25 @@ struct EngineTypes {
     std::vector<std::string> rules;
 };
 
+/// Who is told what an engine does. Each may be empty.
+struct EngineListeners {
+    /// Called on the control thread, inside the operation, each time that a rule set was activated or the active one is
+    /// no more. Throws nothing.
+    std::function<void()> activeChanged = {};
+
+    /// The engine raised an event, which the plug-in gets next. Called on the engine's thread.
+    std::function<void(const std::string& engine, const base::Event& event)> raised = {};
+
+    /// The engine was told to clear its rules or to give the active rule set back, and has done so: it has no rules,
+    /// and every event that it raised for them was told. Called on the control thread.
+    std::function<void(const std::string& engine)> cleared = {};
+};
+
 /// What is known of one engine, also after it was destroyed. Thread-safe, activeRuleSet() and types() apart.
 class EngineRecord {
 public:
-    /// Called on the control thread, inside the operation, each time that a rule set was activated or the active one is
-    /// no more. Throws nothing.
-    using Listener = std::function<void()>;
-
     /// @param module  the engine module's file; empty: it is an engine of the program.
-    EngineRecord(std::string name, Listener activeChanged, std::filesystem::path module = {});
+    EngineRecord(std::string name, EngineListeners listeners, std::filesystem::path module = {});
 
     const std::string& name() const { return _name; }
     const std::filesystem::path& module() const { return _module; }
@@ -69,13 +80,15 @@ private:
     friend class EngineMonitor;
 
     void setActive(analytics_lib::IRuleSet* ruleSet);
+    void tellRaised(const base::Event& event) const;
+    void tellCleared() const;
     void addFrame(std::chrono::nanoseconds took);
 
     const std::string _name;
     const std::filesystem::path _module;
     const std::string _ofEngine;
     const base::Activity::Label _frame;
-    const Listener _activeChanged;
+    const EngineListeners _listeners;
     EngineMonitor* _monitor = nullptr;          // control thread; null without the engine
     analytics_lib::IRuleSet* _active = nullptr; // control thread
     bool _pluginEnds = false;                   // control thread
@@ -131,6 +144,17 @@ private:
 
     private:
         const EngineRecord& _record;
+    };
+
+    /// At the end of an operation, also when the engine throws: then it has no active rules either.
+    struct TellsCleared {
+        const EngineRecord* record; ///< null: of nothing
+        ~TellsCleared()
+        {
+            if (record != nullptr) {
+                record->tellCleared();
+            }
+        }
     };
 
     template <class Operation>

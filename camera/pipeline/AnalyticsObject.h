@@ -2,7 +2,6 @@
 
 #include "camera/bus/Connection.h"
 #include "camera/bus/analytics_server.h"
-#include "camera/framework/EngineFactory.h"
 #include "camera/pipeline/TargetClient.h"
 
 #include <memory>
@@ -11,24 +10,26 @@
 #include <utility>
 #include <vector>
 
-namespace camera::serviceapi {
-class ControlThread;
-}
-
 namespace camera::pipeline {
 
+class Device;
+
 /// What the camera offers of its analytics beyond the target, ravel.analytics: changes that say why they are refused,
-/// and the engines. Its operations run on the control thread, one at a time.
+/// the engines, and the properties that live. Its operations run on the control thread, one at a time; the properties
+/// are told at once.
 class AnalyticsObject final : public bus::AnalyticsServer {
 public:
     /// Takes the bus name last. @throws sdbus::Error. Thread: the bus thread. What it borrows outlives it.
     /// @param descriptions  of the engines, in their order.
-    AnalyticsObject(const std::shared_ptr<bus::Session>& session, TargetClient& client,
-                    serviceapi::ControlThread& control, const framework::EngineFactory& engines,
+    AnalyticsObject(const std::shared_ptr<bus::Session>& session, Device& device,
                     const std::vector<std::string>& descriptions);
+
+    /// Emits the signal; what the bus refuses is logged. Any thread.
+    void tellConfigurationChanged() { emitConfigurationChanged(); }
 
 private:
     using Texts = std::vector<std::string>;
+    using PropertyRow = sdbus::Struct<std::string, std::string, std::string>;
     using EngineRow = sdbus::Struct<std::string, Texts, Texts, std::string>;
     using Change = std::tuple<std::int32_t, std::uint32_t, Texts>;
 
@@ -45,9 +46,10 @@ private:
     Change deleteEngines(const Texts& names) override { return asBus(_client.deleteEngines(names)); }
     std::tuple<std::int32_t, std::uint8_t, Texts> setConfiguration(const std::string& xml) override;
     std::vector<EngineRow> engines() override;
+    std::vector<PropertyRow> properties() override;
 
+    Device& _device;
     TargetClient& _client;
-    const framework::EngineFactory& _engines;
     const std::vector<std::string>& _descriptions;
 };
 

@@ -11,7 +11,10 @@
 #include "camera/framework/PluginLoader.h"
 #include "camera/framework/PositioningAdapter.h"
 #include "camera/framework/SinksAndSources.h"
+#include "camera/onvif/ConfigurationFile.h"
 #include "camera/pipeline/KeptPositions.h"
+#include "camera/pipeline/LiveProperties.h"
+#include "camera/ptz/PositioningEvent.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
 #include "camera/store/StateLock.h"
@@ -23,6 +26,7 @@
 #include <exception>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -90,16 +94,23 @@ public:
     const base::Current<framework::PositioningAdapter>::Binding positioningBinding;
     const std::shared_ptr<framework::MetadataPool> pool;
     const base::Current<framework::MetadataPool>::Binding poolBinding;
+    LiveProperties liveProperties; ///< before the engines, which tell it
     const std::shared_ptr<framework::EngineFactory> engines;
     const base::Current<framework::EngineFactory>::Binding enginesBinding;
     TargetClient target;
+    const std::chrono::system_clock::time_point startTime = std::chrono::system_clock::now();
+    base::Subscribers<ConfigurationChange> configurationListeners;
 
 private:
     void build();
     void destroy();
     void discardRegistrations();
     void setUpPositioning();
+    framework::EngineListeners engineListeners();
     void activeRulesChanged();
+    void configurationChanged();
+    void configurationChangeEnded();
+    void raise(const std::vector<base::Event>& events);
 
     korva::meridan::MeridanEnv _meridan;
     const korva::meridan::IPluginConfiguration _configuration{kPluginName};
@@ -118,7 +129,9 @@ private:
 
     // Control thread.
     bool _rulesWillBeRead = false;
+    bool _configurationWillBeRead = false;
     bool _rulesEnd = false;
+    base::Subscription _presetEvents;
 
     std::mutex _shutdownMutex;
     bool _ended = false;
@@ -137,10 +150,9 @@ Device::Impl::Impl(const DeviceOptions& deviceOptions)
       positioningBinding(positioningAdapter),
       pool(std::make_shared<framework::MetadataPool>(options.engineCount, options.metadataBytes)),
       poolBinding(pool),
-      engines(std::make_shared<framework::EngineFactory>(options.engines, options.engineModules,
-                                                         [this] { activeRulesChanged(); })),
+      engines(std::make_shared<framework::EngineFactory>(options.engines, options.engineModules, engineListeners())),
       enginesBinding(engines),
-      target(serviceApi->control, serviceApi->analyticsTargets, kAnalyticsService)
+      target(serviceApi->control, serviceApi->analyticsTargets, kAnalyticsService, [this] { configurationChanged(); })
 {
     if (options.ptz) {
         setUpPositioning();
@@ -179,6 +191,53 @@ void Device::Impl::activeRulesChanged()
     });
 }
 
+framework::EngineListeners Device::Impl::engineListeners()
+{
+    framework::EngineListeners listeners;
+    listeners.activeChanged = [this] { activeRulesChanged(); };
+    listeners.raised = [this](const std::string& engine, const base::Event& event) {
+        liveProperties.raised(engine, event);
+    };
+    listeners.cleared = [this](const std::string& engine) { raise(liveProperties.closing(engine)); };
+    return listeners;
+}
+
+// The engine's own way to the listeners ends with the plug-in; nothing is raised after that.
+void Device::Impl::raise(const std::vector<base::Event>& events)
+{
+    for (const base::Event& event : events) {
+        if (!_rulesEnd) {
+            serviceApi->events.publish(event);
+        }
+    }
+}
+
+// A request that changes several components does so in several steps. They are told once, after its task.
+void Device::Impl::configurationChanged()
+{
+    if (!_configurationWillBeRead && !_rulesEnd) {
+        _configurationWillBeRead = serviceApi->control.post([this] { configurationChangeEnded(); });
+    }
+}
+
+void Device::Impl::configurationChangeEnded()
+{
+    _configurationWillBeRead = false;
+    if (_rulesEnd) {
+        return;
+    }
+    if (!liveProperties.empty()) {
+        std::set<std::string> rules;
+        for (const std::string& rule : target.currentRules()) {
+            for (const onvif::ComponentName& component : onvif::componentsOf(rule)) {
+                rules.insert(component.name);
+            }
+        }
+        raise(liveProperties.deleting(rules));
+    }
+    configurationListeners.tell({ConfigurationChange()});
+}
+
 void Device::Impl::start()
 {
     serviceApi->startServices();
@@ -197,6 +256,13 @@ void Device::Impl::start()
         const std::lock_guard<std::mutex> frame(_frameMutex);
         _accepting = true;
     }
+    // After the plug-in's own subscription: it has forgotten the rules of a removed preset by then.
+    _presetEvents = positioning->onEvent([this](const ptz::PositioningEvent& event) {
+        const auto* const modified = std::get_if<ptz::PresetModified>(&event);
+        if (modified != nullptr && modified->change == ptz::PresetChange::removed) {
+            configurationChanged();
+        }
+    });
     positioning->announceStanding();
     serviceApi->control.drain(); // the first frame finds the camera where it is said to stand
 }
@@ -321,6 +387,21 @@ TargetClient& Device::target()
 serviceapi::EventBus::Subscription Device::onEvent(serviceapi::EventBus::Listener listener)
 {
     return _impl->serviceApi->events.subscribe(std::move(listener));
+}
+
+base::Subscription Device::onConfigurationChange(std::function<void(const ConfigurationChange&)> listener)
+{
+    return _impl->configurationListeners.add(std::move(listener));
+}
+
+std::vector<base::Event> Device::liveProperties() const
+{
+    return _impl->liveProperties.all();
+}
+
+std::chrono::system_clock::time_point Device::startTime() const
+{
+    return _impl->startTime;
 }
 
 void Device::drain()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/base/Subscribers.h"
 #include "camera/pipeline/ActiveRules.h"
 #include "camera/pipeline/DeviceOptions.h"
 #include "camera/pipeline/FrameResult.h"
@@ -7,6 +8,7 @@
 #include "camera/serviceapi/EventBus.h"
 #include "camera/video/Frame.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -85,6 +87,19 @@ public:
 
     /// Called for each analytics event, on the event thread, in order.
     [[nodiscard]] serviceapi::EventBus::Subscription onEvent(serviceapi::EventBus::Listener listener);
+
+    /// The rules or modules of the analytics configuration are others now.
+    struct ConfigurationChange {};
+
+    /// Called on the control thread, after the task that changed them; several changes of one task are told once. The
+    /// events of properties whose rules went were raised before.
+    [[nodiscard]] base::Subscription onConfigurationChange(std::function<void(const ConfigurationChange&)> listener);
+
+    /// The last event of each property, see LiveProperties.
+    std::vector<base::Event> liveProperties() const;
+
+    /// When it was built.
+    std::chrono::system_clock::time_point startTime() const;
 
     /// Returns when everything posted to the control thread, every raised event and every sent
     /// document has been dealt with. Not from a callback.

@@ -143,6 +143,11 @@ PipelineObject::PictureRow PipelineObject::pictureFormat()
     return {picture.width, picture.height, picture.framesPerSecond};
 }
 
+std::int64_t PipelineObject::startTime()
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(_device.startTime().time_since_epoch()).count();
+}
+
 std::uint32_t PipelineObject::pid()
 {
     return static_cast<std::uint32_t>(::getpid());

@@ -49,6 +49,7 @@ private:
     double takeLongestFrame() override { return _report.takeLongestFrame(); }
 
     std::uint32_t pid() override;
+    std::int64_t startTime() override;
     std::string input() override { return _report.status().input; }
     std::vector<std::string> missingEngines() override { return _report.status().missingEngines; }
     std::uint64_t frames() override { return _report.status().frames; }

@@ -20,8 +20,7 @@ PipelineService::PipelineService(const std::string& address, Device& device, Pip
                                                 [&device] { return engineOfLongestText(device.engines()); });
       })),
       _analytics(_connection.add<AnalyticsObject>([this, &device](const std::shared_ptr<Session>& session) {
-          return std::make_shared<AnalyticsObject>(session, device.target(), device.control(), device.engines(),
-                                                   _descriptions);
+          return std::make_shared<AnalyticsObject>(session, device, _descriptions);
       })),
       _positioning(_connection.add<PositioningObject>([&device](const std::shared_ptr<Session>& session) {
           return std::make_shared<PositioningObject>(session, device.positioning());
@@ -38,6 +37,11 @@ PipelineService::PipelineService(const std::string& address, Device& device, Pip
       _events(device.onEvent([target = _target](const base::Event& event) {
           if (const auto object = target->get()) {
               object->emit(event);
+          }
+      })),
+      _configurationChanges(device.onConfigurationChange([analytics = _analytics](const Device::ConfigurationChange&) {
+          if (const auto object = analytics->get()) {
+              object->tellConfigurationChanged();
           }
       }))
 {

@@ -45,6 +45,7 @@ private:
     std::shared_ptr<bus::CurrentObject<PipelineObject>> _pipeline;
     base::Subscription _positioningEvents;
     base::Subscription _events;
+    base::Subscription _configurationChanges;
 };
 
 } // namespace camera::pipeline

@@ -49,8 +49,9 @@ void requireSuccess(const std::string& operation, int result)
 
 } // namespace
 
-TargetClient::TargetClient(serviceapi::ControlThread& control, serviceapi::ServedTargets& targets, std::string service)
-    : _control(control), _targets(targets), _service(std::move(service))
+TargetClient::TargetClient(serviceapi::ControlThread& control, serviceapi::ServedTargets& targets, std::string service,
+                           std::function<void()> changed)
+    : _control(control), _targets(targets), _service(std::move(service)), _changed(std::move(changed))
 {
 }
 
@@ -83,7 +84,8 @@ std::string TargetClient::text(const char* name, const std::function<int(Target&
     return answer.text != nullptr ? answer.text : std::string();
 }
 
-// Calls the target. The lines are those of the control thread, on which engines check what they are given.
+// Calls the target for a change. The lines are those of the control thread, on which engines check what they are given.
+// One that is refused may have changed something as well: a delete with an unknown name does.
 TargetClient::Texts TargetClient::errorsOf(const std::function<void(Target&)>& operation)
 {
     Texts errors;
@@ -91,6 +93,7 @@ TargetClient::Texts TargetClient::errorsOf(const std::function<void(Target&)>& o
         const base::ErrorLines lines;
         operation(target);
         errors = lines.texts();
+        _changed();
     });
     return errors;
 }
@@ -139,7 +142,11 @@ TargetClient::Acceptance TargetClient::acceptConfiguration(const std::string& xm
 
 void TargetClient::restoreDefaultSettings()
 {
-    call([](Target& target) { requireSuccess("restoreDefaultSettings", target.restoreDefaultSettings()); });
+    call([this](Target& target) {
+        const int result = target.restoreDefaultSettings();
+        _changed();
+        requireSuccess("restoreDefaultSettings", result);
+    });
 }
 
 void TargetClient::readFramesFromFile(const std::string& engine, const std::string& path, bool flag)

@@ -46,7 +46,9 @@ class TargetClient {
     using Texts = std::vector<std::string>;
 
 public:
-    TargetClient(serviceapi::ControlThread& control, serviceapi::ServedTargets& targets, std::string service);
+    /// @param changed  called on the control thread when an operation has changed the configuration, or may have.
+    TargetClient(serviceapi::ControlThread& control, serviceapi::ServedTargets& targets, std::string service,
+                 std::function<void()> changed);
     TargetClient(const TargetClient&) = delete;
     TargetClient& operator=(const TargetClient&) = delete;
 
@@ -99,6 +101,7 @@ private:
     serviceapi::ControlThread& _control;
     serviceapi::ServedTargets& _targets;
     std::string _service;
+    const std::function<void()> _changed;
 };
 
 } // namespace camera::pipeline

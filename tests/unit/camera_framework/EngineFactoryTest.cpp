@@ -144,7 +144,7 @@ TEST_F(EngineFactoryTest, theSeamsFunctionAsksTheCurrentOne)
             given = context;
             return Engines{engine};
         },
-        std::vector<EngineModule>(), [&] { ++changes; });
+        std::vector<EngineModule>(), camera::framework::EngineListeners{[&] { ++changes; }, {}, {}});
     const camera::base::Current<EngineFactory>::Binding binding(factory);
     const auto engines = analytics_lib::GetSupportedAnalyticsLibs(log, nullptr);
     ASSERT_EQ(engines.size(), 1u);

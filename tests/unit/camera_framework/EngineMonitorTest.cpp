@@ -46,9 +46,21 @@ protected:
         return 0;
     }
 
+    camera::framework::EngineListeners listeners()
+    {
+        camera::framework::EngineListeners all;
+        all.activeChanged = [this] { ++changes; };
+        all.raised = [this](const std::string& name, const camera::base::Event& event) {
+            told.push_back(name + " raised " + event.topic + "|" + event.source + "|" + event.data);
+        };
+        all.cleared = [this](const std::string& name) { told.push_back(name + " is cleared"); };
+        return all;
+    }
+
     int changes = 0;
+    std::vector<std::string> told; ///< what the engine raised, and when it was cleared
     std::shared_ptr<kit::FakeEngine> engine = std::make_shared<kit::FakeEngine>("Motion");
-    std::shared_ptr<EngineRecord> record = std::make_shared<EngineRecord>("Motion", [this] { ++changes; });
+    std::shared_ptr<EngineRecord> record = std::make_shared<EngineRecord>("Motion", listeners());
     std::shared_ptr<EngineMonitor> monitor = std::make_shared<EngineMonitor>(engine, record);
     analytics_lib::IRuleSet* first = engine->createRuleSet();
     analytics_lib::IRuleSet* second = engine->createRuleSet();
@@ -260,6 +272,31 @@ TEST_F(EngineMonitorTest, mayBeAskedWhileFramesCome)
     }
     frames.join();
     EXPECT_EQ(record->calls(), 2000u);
+}
+
+TEST_F(EngineMonitorTest, tellsWhatTheEngineRaisesAndThenThatItIsCleared)
+{
+    struct Heard final : analytics_lib::IEventHandler {
+        void OnEvent(const std::string& topic, const std::string& /*source*/, const std::string& /*data*/) override
+        {
+            told.push_back("the plug-in gets " + topic);
+        }
+        explicit Heard(std::vector<std::string>& told) : told(told) {}
+        std::vector<std::string>& told;
+    } heard(told);
+    monitor->setEventHandler(&heard);
+    monitor->activateRuleSet(first);
+    engine->before["clearAllRules"] = [this] { engine->handler()->OnEvent("closed", "R", "<tt:Message/>"); };
+    monitor->clearAllRules();
+    EXPECT_THAT(told,
+                ElementsAre("Motion raised closed|R|<tt:Message/>", "the plug-in gets closed", "Motion is cleared"));
+    told.clear();
+    monitor->activateRuleSet(first);
+    monitor->releaseRuleSet(second);
+    EXPECT_THAT(told, testing::IsEmpty()) << "that one is not active";
+    engine->before["releaseRuleSet"] = [] { throw 7; };
+    EXPECT_EQ(thrown([this] { monitor->releaseRuleSet(first); }), 7);
+    EXPECT_THAT(told, ElementsAre("Motion is cleared")) << "also when it failed: it has no active rules any more";
 }
 
 TEST_F(EngineMonitorTest, refusesWhatNoMessageCanCarryWithTheEnginesName)
