@@ -1,6 +1,7 @@
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/XmlText.h"
 
+#include "camera/base/Text.h"
 #include "camera/base/Words.h"
 
 #include <algorithm>
@@ -76,6 +77,42 @@ bool isNameText(const std::string& element)
     return element == "tan:RuleType" || element == "tan:Type" || element == "wsd:Types";
 }
 
+/// Whether what stands in an element is a topic or a filter, whose names have prefixes.
+bool isExpressionText(const std::string& element)
+{
+    return element == "wsnt:TopicExpression" || element == "wsnt:MessageContent" || element == "tt:ParentTopic";
+}
+
+bool isNameCharacter(char character)
+{
+    const bool letter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+    return letter || (character >= '0' && character <= '9') || character == '_' || character == '-' ||
+           character == '.' || (static_cast<unsigned char>(character) & 0x80U) != 0;
+}
+
+/// An expression with other prefixes: each that stands outside of quotes is replaced.
+template <class Replace>
+std::string withPrefixes(const std::string& expression, const Replace& replace)
+{
+    std::string out;
+    for (std::size_t at = 0; at < expression.size();) {
+        std::size_t end = at + 1;
+        if (expression[at] == '"' || expression[at] == '\'') {
+            const std::size_t quote = expression.find(expression[at], end);
+            end = quote == std::string::npos ? expression.size() : quote + 1;
+        }
+        while (isNameCharacter(expression[at]) && end < expression.size() && isNameCharacter(expression[end])) {
+            ++end;
+        }
+        const std::string piece = expression.substr(at, end - at);
+        const bool isPrefix =
+            isNameCharacter(piece[0]) && expression.compare(end, 1, ":") == 0 && expression.compare(end, 2, "::") != 0;
+        out += isPrefix ? replace(piece) : piece;
+        at = end;
+    }
+    return out;
+}
+
 class Rewriter {
 public:
     Rewriter(const std::string& text, const NamespaceTable& table, std::size_t mostDeep)
@@ -112,6 +149,10 @@ private:
                            [&](const std::string& each) { return renamed(node, each, true); });
             node.text().set(base::spaced(names).c_str());
         }
+        if (isExpressionText(name)) {
+            const auto ours = [this](const std::string& prefix) { return expressionPrefix(prefix); };
+            node.text().set(withPrefixes(base::trimmed(node.text().get()), ours).c_str());
+        }
         // Last, so that a refusal names the element as its author wrote it.
         node.set_name(name.c_str());
         for (const pugi::xml_attribute& declaration : declarations) {
@@ -139,6 +180,22 @@ private:
         if (isNameValue(element, name)) {
             attribute.set_value(renamed(node, attribute.value(), true).c_str());
         }
+    }
+
+    /// A prefix that is not declared stays: the operation refuses the expression.
+    std::string expressionPrefix(const std::string& prefix)
+    {
+        const std::optional<std::string> uri = _scopes.find(prefix);
+        if (const auto ours = uri ? _table.prefixOf(*uri) : std::nullopt) {
+            return *ours;
+        }
+        if (_table.uriOf(prefix)) {
+            return "other"; // the client gives one of our prefixes another meaning
+        }
+        if (uri) {
+            _carried[prefix] = *uri;
+        }
+        return prefix;
     }
 
     std::string renamed(const pugi::xml_node& node, const std::string& name, bool defaultApplies)
@@ -249,6 +306,12 @@ void declareUsed(pugi::xml_node element, const NamespaceTable& table)
             for (const std::string& name : base::wordsIn(node.text().get())) {
                 note(name);
             }
+        }
+        if (isExpressionText(node.name())) {
+            withPrefixes(node.text().get(), [&note](const std::string& prefix) {
+                note(prefix + ":");
+                return prefix;
+            });
         }
     };
     walk(element, noteAll, [](const pugi::xml_node&) {});

@@ -33,6 +33,10 @@ Rows messageRows()
         {"tr2", "http://www.onvif.org/ver20/media/wsdl"},
         {"tmd", "http://www.onvif.org/ver10/deviceIO/wsdl"},
         {"timg", "http://www.onvif.org/ver20/imaging/wsdl"},
+        {"tev", "http://www.onvif.org/ver10/events/wsdl"},
+        {"wstop", "http://docs.oasis-open.org/wsn/t-1"},
+        {"wsrf-bf", "http://docs.oasis-open.org/wsrf/bf-2"},
+        {"wsrf-r", "http://docs.oasis-open.org/wsrf/r-2"},
     };
     rows.insert(rows.end(), more.begin(), more.end());
     return rows;
