@@ -3,6 +3,7 @@
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/Requests.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace camera::onvif {
@@ -136,6 +137,26 @@ void AnalyticsDescriptions::putMetadata(pugi::xml_node parent, const std::string
             }
         }
     }
+}
+
+std::vector<pugi::xml_node> AnalyticsDescriptions::messages() const
+{
+    std::vector<pugi::xml_node> messages;
+    for (const EngineTypes& engine : _engines) {
+        for (const bool rules : {true, false}) {
+            for (const std::string& type : engine.types(rules)) {
+                const auto ofType = found(rules, type).children("tt:Messages");
+                messages.insert(messages.end(), ofType.begin(), ofType.end());
+            }
+        }
+    }
+    return messages;
+}
+
+bool AnalyticsDescriptions::areComplete() const
+{
+    return std::all_of(_documents.begin(), _documents.end(),
+                       [](const auto& document) { return static_cast<bool>(document->document_element()); });
 }
 
 } // namespace camera::onvif

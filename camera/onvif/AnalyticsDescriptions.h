@@ -29,6 +29,12 @@ public:
     /// Adds tan:AnalyticsModule with its frame for a type of modules, or for all for the empty one.
     void putMetadata(pugi::xml_node parent, const std::string& type) const;
 
+    /// The tt:Messages of all types. They live as long as this object.
+    std::vector<pugi::xml_node> messages() const;
+
+    /// Whether every engine has a description that can be read.
+    bool areComplete() const;
+
     TypeLimits limitsOf(bool rules, const std::string& type) const;
 
     /// Whether an engine has that type.

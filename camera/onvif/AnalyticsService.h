@@ -20,6 +20,9 @@ public:
     /// Adds its operations, and itself to the directory.
     void addTo(Operations& operations, ServiceDirectory& directory);
 
+    /// How all is now.
+    void view(std::function<void(Outcome<AnalyticsView>)> done) { _transactions.read(std::move(done)); }
+
     /// What a video analytics configuration has.
     void content(std::function<void(Outcome<AnalyticsContent>)> done);
 

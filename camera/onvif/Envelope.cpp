@@ -57,16 +57,21 @@ std::string beginOfMessages()
     return begin + ">";
 }
 
-std::string message(const pugi::xml_document& body, const std::string& relatesTo)
+/// @param header  without an element: there is none.
+std::string message(const pugi::xml_document& body, const pugi::xml_document& header)
 {
     static const std::string begin = beginOfMessages();
-    std::string text = begin;
+    return begin + (!header.document_element() ? "" : printed(header.document_element())) +
+           printed(body.document_element()) + "</env:Envelope>";
+}
+
+std::string message(const pugi::xml_document& body, const std::string& relatesTo)
+{
+    pugi::xml_document header;
     if (!relatesTo.empty()) {
-        pugi::xml_document header;
         header.append_child("env:Header").append_child("wsa:RelatesTo").text().set(relatesTo.c_str());
-        text += printed(header.document_element());
     }
-    return text + printed(body.document_element()) + "</env:Envelope>";
+    return message(body, header);
 }
 
 const char* nameOf(Fault::Code code)
@@ -121,6 +126,15 @@ std::string Answer::text(const std::string& relatesTo)
     return message(_document, relatesTo);
 }
 
+std::string Answer::messageText(const std::string& to, const std::string& action)
+{
+    pugi::xml_document header;
+    pugi::xml_node blocks = header.append_child("env:Header");
+    blocks.append_child("wsa:To").text().set(to.c_str());
+    blocks.append_child("wsa:Action").text().set(action.c_str());
+    return message(_document, header);
+}
+
 std::string faultText(const Fault& fault, const std::string& relatesTo)
 {
     pugi::xml_document document;
@@ -134,6 +148,9 @@ std::string faultText(const Fault& fault, const std::string& relatesTo)
     pugi::xml_node text = body.append_child("env:Reason").append_child("env:Text");
     text.append_attribute("xml:lang").set_value("en");
     text.text().set(base::printable(fault.what()).c_str());
+    if (!fault.detail.empty()) {
+        body.append_child("env:Detail").append_buffer(fault.detail.data(), fault.detail.size());
+    }
     return message(document, relatesTo);
 }
 

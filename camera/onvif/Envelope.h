@@ -42,7 +42,7 @@ private:
     pugi::xml_node _request;
 };
 
-/// The envelope of an answer, to be filled.
+/// The envelope of an answer, or of a message of the camera's own, to be filled.
 class Answer {
 public:
     /// @param name  of the element in the body, "tds:GetUsersResponse"
@@ -54,6 +54,9 @@ public:
 
     /// The whole text, once. @param relatesTo  the id of the request; empty: it had none.
     std::string text(const std::string& relatesTo);
+
+    /// The whole text of a message that is no answer, with where it goes and what it is.
+    std::string messageText(const std::string& to, const std::string& action);
 
 private:
     pugi::xml_document _document;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/onvif/AnalyticsChange.h"
+#include "camera/onvif/EventSubscription.h"
 #include "camera/onvif/Notification.h"
 #include "camera/onvif/Operations.h"
 #include "camera/onvif/ServiceDirectory.h"
@@ -11,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -60,9 +62,6 @@ struct EventLimits {
 class EventService {
 public:
     explicit EventService(EventActions actions, Clocks clocks = {}, EventLimits limits = {});
-    ~EventService();
-    EventService(const EventService&) = delete;
-    EventService& operator=(const EventService&) = delete;
 
     /// Adds its operations, and itself to the directory.
     void addTo(Operations& operations, ServiceDirectory& directory);
@@ -73,13 +72,49 @@ public:
     /// To be called when the time for it has come, see EventActions::wakeAt; at any other time it does nothing.
     void wake();
 
+    /// Answers all requests that wait, because the device ends.
+    void end();
+
     /// How many subscriptions there are.
-    std::size_t subscriptions() const;
+    std::size_t subscriptions() const { return _subscriptions.size(); }
 
 private:
-    class Subscriptions;
+    using Shared = std::shared_ptr<const Call>;
+    using Time = std::chrono::steady_clock::time_point;
+    using Subscriptions = std::map<std::string, EventSubscription>;
 
-    const std::shared_ptr<Subscriptions> _subscriptions;
+    void describe(const Shared& call, const Reply& reply);
+    void subscribe(const Shared& call, const Reply& reply);
+    void create(const Shared& call, const Reply& reply, EventSubscription wanted);
+    Answer created(const Call& call, const std::string& id, const EventSubscription& wanted,
+                   const std::vector<Notification>& live);
+    EventSubscription wantedSubscription(const Call& call) const;
+    void checkRoom(const std::string& user, bool pushes) const;
+    void pull(const Shared& call, const Reply& reply);
+    void answer(EventSubscription& subscription, const WaitingPull& pull);
+    void endPull(EventSubscription& subscription);
+    void clientIsGone(const std::string& id, std::uint64_t pull);
+    void synchronize(const Shared& call, const Reply& reply);
+    Answer renew(const Call& call);
+    Answer unsubscribe(const Call& call);
+
+    EventSubscription& subscriptionOf(const Call& call);
+    void give(const std::string& id, EventSubscription& subscription, const SharedNotification& notification);
+    void push(const std::string& id, EventSubscription& subscription);
+    void pushed(const std::string& id, const std::optional<Fault>& failure);
+    void removeEnded();
+    void planWake();
+    void reportDropped(EventSubscription& subscription);
+    Fault fault(const char* name, const std::string& reason, const std::string& more = "") const;
+    std::string timeText(Time time) const;
+    std::chrono::milliseconds lifetimeIn(const pugi::xml_node& parent, const char* name, const char* fault) const;
+
+    const EventActions _actions;
+    const Clocks _clocks;
+    const EventLimits _limits;
+    Subscriptions _subscriptions; ///< by their ids
+    std::uint64_t _pulls = 0;
+    std::optional<Time> _wakeAt;
 };
 
 } // namespace camera::onvif

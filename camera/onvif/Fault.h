@@ -55,6 +55,7 @@ public:
 
     Code code;
     Subcodes subcodes;
+    std::string detail = {}; ///< one element with prefixes of NamespaceTable::ofMessages(); empty: none
 };
 
 } // namespace camera::onvif

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,9 @@ namespace camera::onvif {
 /// Where clients begin.
 constexpr const char* kDeviceServicePath = "/onvif/device_service";
 
+/// Takes what shall be called once, on the thread of the services, when the client goes away before it has its answer.
+using WhenGone = std::function<void(std::function<void()> gone)>;
+
 /// A request whose whole body was read.
 struct HttpRequest {
     std::string method;        ///< "POST"
@@ -15,7 +19,8 @@ struct HttpRequest {
     std::string base;          ///< how the client reached this server: "http://192.168.1.2:8080"
     std::string authorization; ///< the header of that name, else empty
     std::string body;
-    std::string peer; ///< the client's address without its port
+    std::string peer;       ///< the client's address without its port
+    WhenGone whenGone = {}; ///< empty: nobody knows
 };
 
 struct HttpAnswer {

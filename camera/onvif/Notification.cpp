@@ -2,10 +2,10 @@
 
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/Times.h"
+#include "camera/onvif/XmlText.h"
 
 #include <algorithm>
 #include <array>
-#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -39,13 +39,6 @@ std::vector<MessageItem> simpleItems(const pugi::xml_node& list)
         items.push_back({item.attribute("Name").value(), item.attribute("Value").value()});
     }
     return items;
-}
-
-std::string printedNode(const pugi::xml_node& node)
-{
-    std::ostringstream out;
-    node.print(out, "", pugi::format_raw);
-    return out.str();
 }
 
 /// Adds items to an id, each with its length before it: no two lists of items give the same text. The order of items in
@@ -122,7 +115,7 @@ std::optional<Notification> notificationOf(const base::Event& event)
         made.key = simpleItems(message.child("tt:Key"));
         made.data = simpleItems(message.child("tt:Data"));
         for (const pugi::xml_node& element : message.child("tt:Data").children("tt:ElementItem")) {
-            made.dataElements.push_back(printedNode(element));
+            made.dataElements.push_back(printed(element));
         }
         return made;
     } catch (const XmlRefusal&) {

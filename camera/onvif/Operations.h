@@ -3,6 +3,7 @@
 #include "camera/onvif/AccessPolicy.h"
 #include "camera/onvif/Envelope.h"
 #include "camera/onvif/Fault.h"
+#include "camera/onvif/HttpExchange.h"
 
 #include <functional>
 #include <map>
@@ -21,6 +22,9 @@ struct Call {
     std::string base;      ///< how the client reached the device: "http://192.168.1.2:8080"
     std::string user = {}; ///< empty: it did not log in
     UserLevel level = UserLevel::anonymous;
+    std::string target = {}; ///< the path of the address that it was sent to
+    std::string peer = {};   ///< the client's address without its port
+    WhenGone whenGone = {};  ///< empty: nobody knows
 
     pugi::xml_node request() const { return envelope.request(); }
 

@@ -68,6 +68,9 @@ void SoapService::handle(const HttpRequest& request, const Answered& answered)
     std::shared_ptr<Call> call;
     try {
         call = std::make_shared<Call>(Call{Envelope(request.body), request.base});
+        call->target = request.target;
+        call->peer = request.peer;
+        call->whenGone = request.whenGone;
         perform(request, call, answered);
     } catch (...) {
         answered(faultAnswer(Fault::current(), call ? call->envelope.messageId() : ""));

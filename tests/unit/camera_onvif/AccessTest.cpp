@@ -24,6 +24,13 @@ std::string lineBegin(UserLevel level)
     return "- " + levelText(level) + ":";
 }
 
+/// The operations of subscriptions are those of another standard, and so is their prefix.
+bool isOf(const ServiceEntry& service, const std::string& operation)
+{
+    return operation.rfind(service.prefix + ":", 0) == 0 ||
+           (service.prefix == "tev" && operation.rfind("wsnt:", 0) == 0);
+}
+
 /// Services with their operations by the lowest level that may call them, as docs/onvif.md has them.
 std::string operationsPage()
 {
@@ -35,8 +42,9 @@ std::string operationsPage()
         for (const UserLevel level : kLevels) {
             std::string names;
             for (const auto& [name, operation] : device.operations.all()) {
-                if (name.rfind(service.prefix + ":", 0) == 0 && lowestLevel(operation.access) == level) {
-                    names += " " + name.substr(service.prefix.size() + 1);
+                if (isOf(service, name) && lowestLevel(operation.access) == level) {
+                    const std::string prefix = service.prefix + ":";
+                    names += " " + (name.rfind(prefix, 0) == 0 ? name.substr(prefix.size()) : name);
                 }
             }
             if (!names.empty()) {
@@ -79,7 +87,7 @@ std::map<std::string, UserLevel> documentedLevels()
             if (line.rfind(lineBegin(level), 0) == 0) {
                 std::istringstream names(line.substr(lineBegin(level).size()));
                 for (std::string name; names >> name;) {
-                    levels.emplace(prefix + ":" + name, level);
+                    levels.emplace(name.find(':') == std::string::npos ? prefix + ":" + name : name, level);
                 }
             }
         }

@@ -9,18 +9,32 @@
 
 namespace camera::onvif {
 
-/// What comes of an operation that everybody may call: nothing when it has not answered yet.
-inline std::optional<Outcome<std::string>> performed(const Operations& operations, const std::string& name,
-                                                     const std::string& content)
+/// Who asks, and where.
+struct Asking {
+    std::string target = {};
+    std::string user = {};
+    UserLevel level = UserLevel::anonymous;
+    std::string peer = {};
+    WhenGone whenGone = {};
+};
+
+/// Nothing before the operation has answered.
+using AskedOutcome = std::shared_ptr<std::optional<Outcome<std::string>>>;
+
+/// Begins an operation.
+inline AskedOutcome begun(const Operations& operations, const std::string& name, const std::string& content,
+                          const Asking& asking = {})
 {
     const std::string text =
         "<env:Envelope><env:Body><" + name + ">" + content + "</" + name + "></env:Body></env:Envelope>";
-    const auto call = std::make_shared<const Call>(Call{Envelope(text), "http://camera"});
+    const auto answered = std::make_shared<std::optional<Outcome<std::string>>>();
+    const auto call = std::make_shared<const Call>(
+        Call{Envelope(text), "http://camera", asking.user, asking.level, asking.target, asking.peer, asking.whenGone});
     const Operation* const operation = operations.find(name);
     if (operation == nullptr) {
-        return Fault::receiver({"ter:ActionNotSupported"}, "no such operation");
+        *answered = Fault::receiver({"ter:ActionNotSupported"}, "no such operation");
+        return answered;
     }
-    const auto answered = std::make_shared<std::optional<Outcome<std::string>>>();
     const Reply reply = [answered](Outcome<Answer> outcome) {
         if (auto* const fault = std::get_if<Fault>(&outcome)) {
             *answered = *fault;
@@ -35,15 +49,21 @@ inline std::optional<Outcome<std::string>> performed(const Operations& operation
             reply(std::get<Operation::AtOnce>(operation->perform)(*call));
         }
     } catch (const Fault& fault) {
-        return fault;
+        *answered = fault;
     }
-    return *answered;
+    return answered;
+}
+
+/// What comes of an operation that everybody may call: nothing when it has not answered yet.
+inline std::optional<Outcome<std::string>> performed(const Operations& operations, const std::string& name,
+                                                     const std::string& content)
+{
+    return *begun(operations, name, content);
 }
 
 /// The body of the answer, or the fault as "Sender ter:InvalidArgVal/ter:NoProfile: its reason".
-inline std::string ask(const Operations& operations, const std::string& name, const std::string& content = "")
+inline std::string outcomeText(const std::optional<Outcome<std::string>>& outcome)
 {
-    const auto outcome = performed(operations, name, content);
     if (!outcome) {
         return "nothing";
     }
@@ -57,6 +77,11 @@ inline std::string ask(const Operations& operations, const std::string& name, co
     const std::string& answer = std::get<std::string>(*outcome);
     const std::size_t begin = answer.find("<env:Body>") + 10;
     return answer.substr(begin, answer.find("</env:Body>") - begin);
+}
+
+inline std::string ask(const Operations& operations, const std::string& name, const std::string& content = "")
+{
+    return outcomeText(performed(operations, name, content));
 }
 
 } // namespace camera::onvif

@@ -1,10 +1,9 @@
 #include "camera/onvif/Notification.h"
 
-#include "camera/onvif/CanonicalNames.h"
+#include "camera/onvif/XmlText.h"
 
 #include <gmock/gmock.h>
 
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -29,9 +28,7 @@ std::string messageText(const Notification& notification)
 {
     pugi::xml_document document;
     putMessage(document, notification);
-    std::ostringstream out;
-    document.print(out, "", pugi::format_raw | pugi::format_no_declaration);
-    return out.str();
+    return printed(document.document_element());
 }
 
 TEST(NotificationTest, hasTheItemsOfTheMessageWhateverItsPrefixes)

@@ -5,6 +5,7 @@
 #include "camera/onvif/AnalyticsService.h"
 #include "camera/onvif/DeviceIo.h"
 #include "camera/onvif/DeviceService.h"
+#include "camera/onvif/EventService.h"
 #include "camera/onvif/ImagingService.h"
 #include "camera/onvif/MediaService.h"
 
@@ -18,13 +19,16 @@ namespace camera::onvif {
 class WholeDevice {
 public:
     explicit WholeDevice(bool moves)
-        : _analyticsService(analyticsActions(moves), _intended), _mediaService(_mediaSettings, mediaActions(moves))
+        : _analyticsService(analyticsActions(moves), _intended),
+          _mediaService(_mediaSettings, mediaActions(moves)),
+          _eventService(eventActions())
     {
         _deviceService.addTo(operations, services);
         _mediaService.addTo(operations, services);
         _analyticsService.addTo(operations, services);
         _imagingService.addTo(operations, services);
         addDeviceIo(operations, services);
+        _eventService.addTo(operations, services);
     }
 
     Operations operations;
@@ -63,6 +67,22 @@ private:
         return actions;
     }
 
+    EventActions eventActions()
+    {
+        EventActions actions;
+        actions.live = [](const auto& answer) {
+            Notification motion{"tns1:VideoSource/MotionAlarm", "2024-06-30T12:00:00Z", PropertyOperation::initialized};
+            motion.source = {{"Source", "VideoSource_1"}};
+            motion.data = {{"State", "false"}};
+            answer(std::vector<Notification>{motion});
+        };
+        actions.view = [this](const auto& done) { _analyticsService.view(done); };
+        actions.push = [](const PushMessage&, const Done& done) { done(std::nullopt); };
+        actions.wakeAt = [](auto) {};
+        actions.log = [](const std::string&) {};
+        return actions;
+    }
+
     static DeviceActions deviceActions()
     {
         return {[](const Done& done) { done(std::nullopt); },
@@ -84,6 +104,7 @@ private:
     KeptInMemory<IntendedChange> _intended{IntendedChange()};
     AnalyticsService _analyticsService;
     MediaService _mediaService;
+    EventService _eventService;
     ImagingService _imagingService{{[](const auto& answer) { answer(IrCutFilter::automatic); },
                                     [](IrCutFilter, const Done& done) { done(std::nullopt); }}};
 };
