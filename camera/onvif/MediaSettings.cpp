@@ -182,6 +182,47 @@ const EncoderSettings& encoderOf(const MediaSettings& settings, const std::strin
     return settings.encoders[indexOfEncoder(token)];
 }
 
+MediaDifference differenceOf(const MediaSettings& before, const MediaSettings& after)
+{
+    MediaDifference difference;
+    const auto contentOf = [](const MediaSettings& settings) {
+        std::map<std::string, Json::Value> content;
+        for (const MediaProfile& profile : settings.profiles) {
+            content.emplace(profile.token, jsonOf(profile));
+        }
+        return content;
+    };
+    const std::map<std::string, Json::Value> was = contentOf(before);
+    const std::map<std::string, Json::Value> is = contentOf(after);
+    for (const auto& [token, content] : was) {
+        if (is.count(token) == 0) {
+            difference.profiles.push_back(token);
+        }
+    }
+    for (const auto& [token, content] : is) {
+        const auto found = was.find(token);
+        if (found == was.end() || found->second != content) {
+            difference.profiles.push_back(token);
+        }
+    }
+    const auto settingsOf = [](const MediaSettings& settings, MediaKind kind, const std::string& token) {
+        const Json::Value nothing;
+        const auto name = settings.names.find(token);
+        return std::pair(name != settings.names.end() ? name->second : "",
+                         kind == MediaKind::videoEncoder ? jsonOf(encoderOf(settings, token))
+                         : kind == MediaKind::metadata   ? jsonOf(settings.metadata)
+                                                         : nothing);
+    };
+    for (const MediaKindNames& each : kMediaKinds) {
+        for (const std::string& token : configurationTokens(each.kind)) {
+            if (settingsOf(before, each.kind, token) != settingsOf(after, each.kind, token)) {
+                difference.configurations.emplace_back(token, each.kind);
+            }
+        }
+    }
+    return difference;
+}
+
 std::string format(const MediaSettings& settings)
 {
     Json::Value object;

@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace camera::onvif {
@@ -89,6 +90,13 @@ struct MediaSettings {
 /// The settings of an encoder by its token. The token exists.
 EncoderSettings& encoderOf(MediaSettings& settings, const std::string& token);
 const EncoderSettings& encoderOf(const MediaSettings& settings, const std::string& token);
+
+/// What is not the same.
+struct MediaDifference {
+    std::vector<std::string> profiles; ///< tokens of those that are new, gone or others
+    std::vector<std::pair<std::string, MediaKind>> configurations;
+};
+MediaDifference differenceOf(const MediaSettings& before, const MediaSettings& after);
 
 /// As a JSON document and back. Nothing when it is none of this kind.
 std::string format(const MediaSettings& settings);
