@@ -39,6 +39,10 @@ public:
     onvif::Kept<onvif::Users>& users() { return *_users; }
     onvif::Kept<onvif::DeviceSettings>& device() { return *_device; }
     onvif::Kept<onvif::MediaSettings>& media() { return *_media; }
+    void whenMediaChanged(StoredValue<onvif::MediaSettings>::Changed changed)
+    {
+        _media->whenChanged(std::move(changed));
+    }
     onvif::Kept<onvif::IrCutFilter>& filter() { return *_filter; }
     onvif::Kept<onvif::IntendedChange>& intended() { return *_intended; }
 

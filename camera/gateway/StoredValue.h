@@ -35,6 +35,10 @@ public:
     {
     }
 
+    /// Called after each change that is durable, before it is answered.
+    using Changed = std::function<void(const T& before, const T& after)>;
+    void whenChanged(Changed changed) { _changed = std::move(changed); }
+
     void change(Edit edit, Done done) override
     {
         _waiting.push_back({std::move(edit), std::move(done)});
@@ -89,7 +93,10 @@ private:
         const Done done = std::exchange(_done, {});
         _writes = false;
         if (failure.empty()) {
-            this->_value = std::move(wanted);
+            const T before = std::exchange(this->_value, std::move(wanted));
+            if (_changed) {
+                _changed(before, this->_value);
+            }
             done(std::nullopt);
         } else {
             done(failed(failure));
@@ -102,6 +109,7 @@ private:
     static onvif::Fault failed(const std::string& reason) { return onvif::Fault::receiver({"ter:Action"}, reason); }
 
     const Write _write;
+    Changed _changed;
     DiskThread& _disk;
     boost::asio::io_context& _context;
     std::deque<Change> _waiting;

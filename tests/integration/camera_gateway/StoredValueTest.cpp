@@ -79,6 +79,17 @@ TEST_F(StoredValueTest, beginsEachChangeWithWhatTheOneBeforeLeft)
     EXPECT_THAT(_written, ElementsAre(10, 15, 30));
 }
 
+TEST_F(StoredValueTest, aChangeThatIsDurableIsToldBeforeItIsAnswered)
+{
+    _value.whenChanged(
+        [this](int before, int after) { _answers.push_back(std::to_string(before) + " to " + std::to_string(after)); });
+    _failure = "the disk is full";
+    _value.change([](int& value) { value = 9; }, noted("a"));
+    _value.change([](int& value) { value = 2; }, noted("b"));
+    runUntilAnswered(3);
+    EXPECT_THAT(_answers, ElementsAre("a: the disk is full", "1 to 2", "b: done"));
+}
+
 TEST_F(StoredValueTest, staysAsItWasWhenItCannotBeWritten)
 {
     _failure = "the disk is full";
