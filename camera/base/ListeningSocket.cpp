@@ -130,9 +130,18 @@ std::string reachableAddress(int descriptor)
 
 std::string baseAddress(const std::string& scheme, int descriptor)
 {
-    const std::string host = reachableAddress(descriptor);
+    return baseAddress(scheme, reachableAddress(descriptor), portOf(descriptor));
+}
+
+std::string baseAddress(const std::string& scheme, const std::string& host, int port)
+{
     const bool brackets = host.find(':') != std::string::npos;
-    return scheme + "://" + (brackets ? "[" + host + "]" : host) + ":" + std::to_string(portOf(descriptor));
+    return scheme + "://" + (brackets ? "[" + host + "]" : host) + ":" + std::to_string(port);
+}
+
+bool isOfThisComputer(const std::string& address)
+{
+    return address.rfind("127.", 0) == 0 || address == "::1";
 }
 
 } // namespace camera::base

@@ -30,5 +30,10 @@ std::string reachableAddress(int descriptor);
 
 /// Where a client reaches such a socket: "http://192.168.1.2:8080", "https://[2001:db8::2]:8443"
 std::string baseAddress(const std::string& scheme, int descriptor);
+/// The same of a host, a name or a numeric address, and a port.
+std::string baseAddress(const std::string& scheme, const std::string& host, int port);
+
+/// Whether only programs of this computer reach a numeric address.
+bool isOfThisComputer(const std::string& address);
 
 } // namespace camera::base

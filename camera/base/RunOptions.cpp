@@ -146,6 +146,10 @@ void withNetworkOptions(Command& command)
     command.option("--bind", {"ADDRESS"},
                    "the address of this computer on which they are served; without it 127.0.0.1, for programs on this "
                    "computer only; 0.0.0.0: for all that reach it");
+    command.option("--advertise-host", hostValue(),
+                   "where ONVIF discovery tells others to reach the camera, a name or an address; without it the "
+                   "address of their link");
+    command.flag("--no-discovery", "do not let others on the network find the camera by themselves");
     command.flag("--no-network", "serve no ONVIF clients");
     command.option("--users", {"FILE", Offer::files},
                    "only these users may log in: lines NAME:LEVEL:PASSWORD, where the level is administrator, operator "
@@ -281,6 +285,17 @@ PipelineOptions pipelineOptions(const Arguments& arguments)
 bool isBatch(const RunOptions& options)
 {
     return isReadOnce(options.input) || !options.realSpeed || options.oneshot || options.frames != 0;
+}
+
+Value hostValue()
+{
+    return {"HOST", Offer::nothing, {}, [](const std::string& what, const std::string& text) {
+                constexpr const char* kOfHosts = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-.:";
+                constexpr std::size_t kLongest = 253;
+                if (text.size() > kLongest || text.find_first_not_of(kOfHosts) != std::string::npos) {
+                    throw UsageError(what + " takes the name or the address of a host, not '" + text + "'.");
+                }
+            }};
 }
 
 } // namespace camera::base

@@ -82,6 +82,9 @@ Command pipelineCommand();
 Value pictureValue();
 Value videoValue();
 
+/// The name or the numeric address of a host.
+Value hostValue();
+
 /// Adds -v and --log-format to a command, and gives the log of this process what they say.
 Command& withLogOptions(Command& command);
 void setLog(const Arguments& arguments);

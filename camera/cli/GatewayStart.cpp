@@ -22,6 +22,7 @@ namespace {
 using base::FileDescriptor;
 using base::UsageError;
 
+constexpr const char* kThisComputer = "127.0.0.1";
 constexpr int kFirstPort = 8080;
 constexpr int kLastPort = 8099;
 
@@ -102,7 +103,8 @@ bool wantsGateway(const base::Arguments& arguments)
     const bool port = arguments.has("--http") || arguments.has("--https");
     const base::RunOptions run = base::runOptions(arguments);
     const bool limited = !run.realSpeed || run.oneshot || run.frames != 0;
-    for (const char* option : {"--http", "--https", "--bind", "--users", "--user"}) {
+    for (const char* option :
+         {"--http", "--https", "--bind", "--users", "--user", "--advertise-host", "--no-discovery"}) {
         if (!arguments.has(option)) {
             continue;
         }
@@ -120,10 +122,17 @@ bool wantsGateway(const base::Arguments& arguments)
         throw UsageError("camera run: --users - and the input '" + run.input +
                          "' both read the standard input; write the users into a file.");
     }
+    if (arguments.has("--advertise-host") && arguments.has("--no-discovery")) {
+        throw UsageError("camera run: --no-discovery and --advertise-host exclude each other; keep one of them.");
+    }
+    if (arguments.has("--advertise-host") && base::isOfThisComputer(arguments.text("--bind", kThisComputer))) {
+        throw UsageError("camera run: --advertise-host needs --bind with an address that others reach, 0.0.0.0 for "
+                         "instance; without it there is no discovery.");
+    }
     return !arguments.has("--no-network") && (port || !limited);
 }
 
-GatewayStart::GatewayStart(const base::Arguments& arguments) : _bind(arguments.text("--bind", "127.0.0.1"))
+GatewayStart::GatewayStart(const base::Arguments& arguments) : _bind(arguments.text("--bind", kThisComputer))
 {
     const std::optional<onvif::Users> users = usersOf(arguments);
     _http = arguments.has("--http") ? socketFor(arguments, "--http", _bind) : firstFreePort(_bind);
@@ -131,6 +140,11 @@ GatewayStart::GatewayStart(const base::Arguments& arguments) : _bind(arguments.t
     if (arguments.has("--https")) {
         _https = socketFor(arguments, "--https", _bind);
         _addresses.push_back(serviceAddress("https", _https));
+    }
+    if (arguments.has("--advertise-host")) {
+        _discovery = {"--advertise-host", arguments.text("--advertise-host")};
+    } else if (arguments.has("--no-discovery")) {
+        _discovery = {"--no-discovery"};
     }
     if (users) {
         _users = inMemory(onvif::usersText(*users));
@@ -161,6 +175,7 @@ supervisor::Program GatewayStart::program(const supervisor::RuntimeFolder& folde
         add({"--users", "/dev/fd/" + std::to_string(_users.get())});
         program.passed.push_back(_users.get());
     }
+    add(_discovery);
     if (first) {
         add({"--announce"});
     }

@@ -33,6 +33,7 @@ private:
     base::FileDescriptor _https; ///< none: no TLS
     base::FileDescriptor _users; ///< none: those that the state folder keeps
     std::vector<std::string> _addresses;
+    std::vector<std::string> _discovery; ///< what the gateway is told about it
 };
 
 } // namespace camera::cli

@@ -2,6 +2,7 @@
 
 #include "camera/base/ListeningSocket.h"
 #include "camera/base/Log.h"
+#include "camera/base/Text.h"
 #include "camera/gateway/AnalyticsLink.h"
 #include "camera/gateway/CameraActions.h"
 #include "camera/gateway/Certificate.h"
@@ -12,6 +13,8 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <future>
 #include <memory>
 #include <sys/socket.h>
@@ -43,6 +46,12 @@ std::vector<std::pair<std::string, int>> protocolsOf(const GatewayOptions& optio
 bool isIpv4(const std::string& address)
 {
     return address.find(':') == std::string::npos;
+}
+
+/// What a camera says of itself that no client changes.
+std::vector<std::string> fixedScopes()
+{
+    return {"onvif://www.onvif.org/type/Network_Video_Transmitter", "onvif://www.onvif.org/hardware/Virtual"};
 }
 
 std::vector<std::string> namesForCertificate(const std::string& host, const std::string& ipv4)
@@ -78,7 +87,11 @@ Gateway::Gateway(GatewayOptions options)
         _check.emplace(options.check);
     }
     addServices();
+    const std::string bound = base::addressOf(listenerOf(options));
     listen(std::move(options.http), std::move(options.https), options.state);
+    if (options.discovery && !base::isOfThisComputer(bound)) {
+        beFound(bound, options.advertisedHost);
+    }
     _bus.add<GatewayObject>([this](const std::shared_ptr<bus::Session>& session) {
         return std::make_shared<GatewayObject>(session->connection(), _address);
     });
@@ -111,7 +124,12 @@ Gateway::~Gateway()
 void Gateway::endRequests()
 {
     const auto ended = std::make_shared<std::promise<void>>();
-    boost::asio::post(_context, [this, ended] { _http->end([ended] { ended->set_value(); }); });
+    boost::asio::post(_context, [this, ended] {
+        if (_discovery) {
+            _discovery->end();
+        }
+        _http->end([ended] { ended->set_value(); });
+    });
     ended->get_future().wait_for(CameraLink::kLimit); // by then the bus answers all
 }
 
@@ -131,10 +149,7 @@ onvif::DeviceActions Gateway::deviceActions(std::function<std::string()> log)
 {
     onvif::DeviceActions actions;
     actions.log = std::move(log);
-    actions.fixedScopes = [] {
-        return std::vector<std::string>{"onvif://www.onvif.org/type/Network_Video_Transmitter",
-                                        "onvif://www.onvif.org/hardware/Virtual"};
-    };
+    actions.fixedScopes = fixedScopes;
     actions.protocols = [this] { return _protocols; };
     actions.address = [this] { return _ipv4; };
     actions.reboot = [this](const onvif::Done& done) { _link.perform(bus::service::kSupervisor, "restart", done); };
@@ -150,6 +165,37 @@ onvif::DeviceActions Gateway::deviceActions(std::function<std::string()> log)
         _link.perform(bus::service::kSupervisor, "factoryDefault", reset, hard);
     };
     return actions;
+}
+
+onvif::DiscoveryFacts Gateway::discoveryFacts()
+{
+    const onvif::DeviceSettings& settings = _state.device().value();
+    onvif::DiscoveryFacts facts{fixedScopes(), settings.discoverable};
+    facts.scopes.insert(facts.scopes.end(), settings.scopes.begin(), settings.scopes.end());
+    return facts;
+}
+
+std::vector<std::string> Gateway::addressesOf(const std::string& host) const
+{
+    std::vector<std::string> addresses;
+    for (const auto& [name, port] : _protocols) {
+        addresses.push_back(base::baseAddress(base::inSmallLetters(name), host, port) + onvif::kDeviceServicePath);
+    }
+    return addresses;
+}
+
+/// On the links of the address that it is bound to.
+void Gateway::beFound(const std::string& bound, const std::string& advertised)
+{
+    DiscoverySocket::Place place;
+    place.links = [bound] { return linksOf(bound); };
+    place.addresses = [this, advertised](const std::string& host) {
+        return addressesOf(advertised.empty() ? host : advertised);
+    };
+    const auto started = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
+    _discovery.emplace(_context, onvif::Discovery(_state.uuid(), static_cast<std::uint32_t>(started), discoveryFacts()),
+                       place);
+    _state.whenDeviceChanged([this] { _discovery->tell(discoveryFacts()); });
 }
 
 onvif::MediaActions Gateway::mediaActions()

@@ -4,6 +4,7 @@
 #include "camera/bus/Connection.h"
 #include "camera/gateway/AnswerCheck.h"
 #include "camera/gateway/CameraLink.h"
+#include "camera/gateway/DiscoverySocket.h"
 #include "camera/gateway/GatewayState.h"
 #include "camera/gateway/HttpServer.h"
 #include "camera/onvif/AnalyticsService.h"
@@ -35,6 +36,8 @@ struct GatewayOptions {
     base::FileDescriptor http;   ///< a TCP socket that listens; none: no HTTP
     base::FileDescriptor https;  ///< the same with TLS
     GatewayState::Wanted wanted;
+    bool discovery = true;      ///< others find the camera, where it is not bound to an address of this computer only
+    std::string advertisedHost; ///< by which they are told to reach it; empty: the address of their link
     std::function<std::string()> log; ///< its newest lines
     std::filesystem::path check;      ///< each answer is checked against the schemas in this folder; empty: none is
 };
@@ -65,6 +68,9 @@ private:
     onvif::DeviceActions deviceActions(std::function<std::string()> log);
     onvif::MediaActions mediaActions();
     void addServices();
+    onvif::DiscoveryFacts discoveryFacts();
+    std::vector<std::string> addressesOf(const std::string& host) const;
+    void beFound(const std::string& bound, const std::string& advertised);
     void endRequests();
     void checkAnswer(const std::string& message) const;
     void run();
@@ -91,6 +97,7 @@ private:
     std::optional<AnswerCheck> _check;
     std::optional<boost::asio::ssl::context> _tls;
     std::optional<HttpServer> _http;
+    std::optional<DiscoverySocket> _discovery;
     std::thread _thread; // uses everything above
 };
 

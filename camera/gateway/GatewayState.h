@@ -13,9 +13,11 @@
 #include <boost/asio/io_context.hpp>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace camera::gateway {
 
@@ -45,6 +47,12 @@ public:
     }
     onvif::Kept<onvif::IrCutFilter>& filter() { return *_filter; }
     onvif::Kept<onvif::IntendedChange>& intended() { return *_intended; }
+
+    /// Has a function called after each change of the device's settings.
+    void whenDeviceChanged(const std::function<void()>& function)
+    {
+        _device->whenChanged([function](const auto& /*before*/, const auto& /*after*/) { function(); });
+    }
 
     /// Makes everything as it was at first, but users and network answers. @param done  called when it is durable.
     void reset(const onvif::Done& done);

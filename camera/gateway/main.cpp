@@ -77,6 +77,8 @@ int serve(const base::Arguments& arguments, base::Console& console)
     options.http = listener(arguments, "--http");
     options.https = listener(arguments, "--https");
     options.check = arguments.text("--check");
+    options.discovery = !arguments.has("--no-discovery");
+    options.advertisedHost = arguments.text("--advertise-host");
     options.log = [&tail] { return tail.text(); };
     ::prctl(PR_SET_DUMPABLE, 0); // passwords are in its memory, and would be in a core file
     const gateway::Gateway gateway(std::move(options));
@@ -104,6 +106,9 @@ base::Program program()
                 "or user")
         .option("--check", {"DIR", base::Offer::folders},
                 "check each answer against the ONVIF schemas in this folder, and log what is wrong")
+        .option("--advertise-host", base::hostValue(),
+                "where discovery tells others to reach the camera; without it the address of their link")
+        .flag("--no-discovery", "do not let others find the camera by themselves")
         .flag("--announce", "say how to log in, where the users are not given");
     base::withLogOptions(command);
     return {"camera-gateway", "ONVIF clients of a virtual camera", "", {command.does(serve)}};

@@ -59,7 +59,7 @@ std::string RunStart::line() const
         text += "onvif " + address + "  ";
     }
     if (!onvif.empty() && isOfThisComputer(onvif.front())) {
-        text += "(for this computer only; --bind 0.0.0.0 opens it to the network)  ";
+        text += "(for this computer only, not found by discovery; --bind 0.0.0.0 opens it to the network)  ";
     }
     return base::printable(text + (silent.empty() ? "ready" : silent + " does not answer"));
 }

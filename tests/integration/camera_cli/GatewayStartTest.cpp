@@ -144,6 +144,18 @@ TEST_F(GatewayStartTest, givesUsersInMemoryAndOnlyUntilTheyAreTaken)
     EXPECT_EQ(after(wordsOf(start({"--http", "0"})), "--users"), "(none)");
 }
 
+TEST_F(GatewayStartTest, tellsEachGatewayHowOthersFindIt)
+{
+    const GatewayStart named = start({"--http", "0", "--bind", "0.0.0.0", "--advertise-host", "camera.example"});
+    const GatewayStart hidden = start({"--http", "0", "--no-discovery"});
+    for (const bool first : {true, false}) {
+        EXPECT_EQ(after(wordsOf(named, first), "--advertise-host"), "camera.example");
+        EXPECT_THAT(wordsOf(named, first), Not(Contains("--no-discovery")));
+        EXPECT_THAT(wordsOf(hidden, first), Contains("--no-discovery"));
+    }
+    EXPECT_THAT(wordsOf(start({"--http", "0"})), Not(Contains("--no-discovery")));
+}
+
 TEST_F(GatewayStartTest, usersThatCannotBeUsedAreRefusedWithoutTheirPasswords)
 {
     const std::string file = folder.write("users", "root:administrator:a\nview:boss:hidden\n");

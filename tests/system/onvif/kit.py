@@ -3,6 +3,9 @@
 The environment names the program (CAMERA_PROGRAM), the folder of the official schemas (ONVIF_SCHEMAS) and, where the
 programs of npm are used, the folder in which they are installed (NODE_FOLDER).
 """
+import base64
+import datetime
+import hashlib
 import http.client
 import http.server
 import json
@@ -30,6 +33,8 @@ TAN = "http://www.onvif.org/ver20/analytics/wsdl"
 VCA = "urn:x-virtual-camera:analytics"
 TOKEN = "AnalyticsConfiguration_1"
 
+SECURITY = "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-"
+
 ADMINISTRATOR = ("root", "tools-9-river")
 OPERATOR = ("operator", "tools-8-river")
 USER = ("viewer", "tools-7-river")
@@ -43,6 +48,19 @@ PLACES = ["--place", "Gate=-10,5,1.5", "--place", "Door=20,0,2"]
 def skip(reason):
     print(reason)
     sys.exit(SKIPPED)
+
+
+def token(who, ahead=0, with_nonce=True):
+    """A UsernameToken whose time is so many seconds ahead of the clock."""
+    created = (datetime.datetime.now(datetime.timezone.utc) + datetime.timedelta(seconds=ahead)).strftime("%Y-%m-%dT%H:%M:%SZ")
+    nonce = os.urandom(16) if with_nonce else b""
+    digest = base64.b64encode(hashlib.sha1(nonce + created.encode() + who[1].encode()).digest()).decode()
+    nonce_element = f"<Nonce>{base64.b64encode(nonce).decode()}</Nonce>" if with_nonce else ""
+    return (
+        f'<Security xmlns="{SECURITY}wssecurity-secext-1.0.xsd" xmlns:u="{SECURITY}wssecurity-utility-1.0.xsd"><UsernameToken>'
+        f'<Username>{who[0]}</Username><Password Type="{SECURITY}username-token-profile-1.0#PasswordDigest">{digest}'
+        f"</Password>{nonce_element}<u:Created>{created}</u:Created></UsernameToken></Security>"
+    )
 
 
 def eventually(condition, what):
@@ -74,11 +92,15 @@ class VirtualCamera:
         self.start()
 
     def start(self):
-        command = [os.environ["CAMERA_PROGRAM"], "run", SCENE, "--state", str(self.folder / "state"), "--http", "0",
+        command = [*self.prefix(), os.environ["CAMERA_PROGRAM"], "run", SCENE, "--state", str(self.folder / "state"), "--http", "0",
                    "--users", str(self.users), *self.arguments]  # fmt: skip
         with open(self.folder / "out", "w", encoding="utf-8") as out, open(self.folder / "err", "w", encoding="utf-8") as err:
             self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=out, stderr=err, env=self.environment())
         self.address = eventually(self.told, "the address of the camera")
+
+    def prefix(self):
+        """The words before those of the camera."""
+        return []
 
     def told(self):
         """The address that the start line tells, without the path of a service."""

@@ -38,6 +38,8 @@ TEST(ListeningSocketTest, tellsWhereOthersReachIt)
     const FileDescriptor everywhere = listeningSocket("0.0.0.0", 0);
     EXPECT_EQ(outwardAddress(AF_INET, "127.0.0.1"), reachableAddress(everywhere.get()));
     EXPECT_EQ("nowhere", outwardAddress(AF_UNIX, "nowhere"));
+    EXPECT_EQ("http://camera.example:80", baseAddress("http", "camera.example", 80));
+    EXPECT_EQ("https://[2001:db8::2]:443", baseAddress("https", "2001:db8::2", 443));
 }
 
 TEST(ListeningSocketTest, putsAnAddressWithColonsIntoBrackets)

@@ -126,7 +126,7 @@ TEST(RunOptionsTest, theHelpListsTheOptionsByWhatTheyAreFor)
                          "--plugin",  "--engine",      "--json",        "--quiet",  "-v",      "--log-format"};
     Words run = video;
     run.insert(run.end(), {"--restarts", "--watchdog", "--watchdog-frames", "--http", "--https", "--bind",
-                           "--no-network", "--users", "--user"});
+                           "--advertise-host", "--no-discovery", "--no-network", "--users", "--user"});
     EXPECT_EQ(namesOf(runCommand()), run);
     Words pipeline = video;
     pipeline.insert(pipeline.end(), {"--bus", "--temporary-state", "--again", "--onvif", "--activity", "--counts"});

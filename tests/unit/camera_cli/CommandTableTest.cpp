@@ -192,17 +192,37 @@ TEST_F(WantsGatewayTest, aRunServesOnvifClientsUnlessItIsToEndByItself)
 
 TEST_F(WantsGatewayTest, whatExcludesEachOtherIsRefused)
 {
-    for (const char* option : {"--http=0", "--https=0", "--bind=::1", "--users=u", "--user=a:b:user"}) {
+    for (const char* option : {"--http=0", "--https=0", "--bind=::1", "--users=u", "--user=a:b:user",
+                               "--advertise-host=a", "--no-discovery"}) {
         const std::string name = std::string(option).substr(0, std::string(option).find('='));
         EXPECT_EQ(refusal({option, "--no-network"}),
                   "camera run: --no-network and " + name + " exclude each other; keep one of them.");
     }
-    for (const char* option : {"--bind=::1", "--users=u", "--user=a:b:user"}) {
+    for (const char* option : {"--bind=::1", "--users=u", "--user=a:b:user", "--advertise-host=a", "--no-discovery"}) {
         const std::string name = std::string(option).substr(0, std::string(option).find('='));
         EXPECT_EQ(refusal({option, "--frames", "1"}),
                   "camera run: " + name +
                       " needs --http or --https in a run with --speed max, --oneshot or --frames, "
                       "which otherwise serves no ONVIF clients.");
+    }
+}
+
+TEST_F(WantsGatewayTest, aHostIsAdvertisedWhereThereIsDiscovery)
+{
+    EXPECT_TRUE(wants({"--advertise-host", "a", "--bind", "0.0.0.0"}));
+    EXPECT_TRUE(wants({"--no-discovery"}));
+    EXPECT_EQ(refusal({"--advertise-host=a", "--no-discovery", "--bind=0.0.0.0"}),
+              "camera run: --no-discovery and --advertise-host exclude each other; keep one of them.");
+    for (const Words& words : {Words{"--advertise-host=a"},
+                               {"--advertise-host=a", "--bind=127.0.0.2"},
+                               {"--advertise-host=a", "--bind=::1"}}) {
+        EXPECT_EQ(refusal(words),
+                  "camera run: --advertise-host needs --bind with an address that others reach, 0.0.0.0 "
+                  "for instance; without it there is no discovery.");
+    }
+    for (const char* host : {"a b", "a/", "<", "a\n"}) {
+        EXPECT_EQ(refused({"run", "a", "--advertise-host", host}),
+                  "--advertise-host takes the name or the address of a host, not '" + std::string(host) + "'.");
     }
 }
 

@@ -59,7 +59,7 @@ TEST(RunStartTest, tellsWhereOnvifClientsBeginAndHowToOpenTheCameraToOthers)
     for (const std::string here : {"http://127.0.0.1:8080/o", "http://[::1]:8080/o"}) {
         start.onvif = {here};
         EXPECT_THAT(start.line(), testing::EndsWith("  onvif " + here +
-                                                    "  (for this computer only; --bind 0.0.0.0 "
+                                                    "  (for this computer only, not found by discovery; --bind 0.0.0.0 "
                                                     "opens it to the network)  ready"));
         EXPECT_EQ(start.objects().front()["onvif"], here);
     }

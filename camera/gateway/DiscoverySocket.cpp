@@ -1,0 +1,279 @@
+#include "camera/gateway/DiscoverySocket.h"
+
+#include "camera/base/Log.h"
+
+#include <boost/asio/ip/udp.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/system/system_error.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <netinet/in.h>
+#include <optional>
+#include <sys/socket.h>
+#include <utility>
+
+namespace camera::gateway {
+
+namespace asio = boost::asio;
+using udp = asio::ip::udp;
+
+namespace {
+
+constexpr const char* kGroup = "239.255.255.250";
+constexpr std::size_t kMostAddresses = 4; // of a link, that are told to all
+
+std::string hostText(std::uint32_t address)
+{
+    return asio::ip::address_v4(address).to_string();
+}
+
+template <class Value>
+void setOption(udp::socket& socket, int option, const Value& value)
+{
+    if (::setsockopt(socket.native_handle(), IPPROTO_IP, option, &value, sizeof value) != 0) {
+        throw boost::system::system_error(errno, boost::system::generic_category());
+    }
+}
+
+/// A socket that gets what is sent to the group on one link, and sends to all there. @throws
+/// boost::system::system_error
+udp::socket joined(asio::io_context& context, const Link& link, std::uint16_t port)
+{
+    const auto group = asio::ip::make_address_v4(kGroup);
+    udp::socket socket(context, udp::v4());
+    socket.set_option(udp::socket::reuse_address(true)); // other programs of this computer may be found, too
+    setOption(socket, IP_MULTICAST_ALL, 0);              // nothing of links that other sockets have joined
+    socket.bind({group, port});
+    ip_mreqn membership{};
+    membership.imr_multiaddr.s_addr = htonl(group.to_uint());
+    membership.imr_address.s_addr = htonl(link.addresses.front().address);
+    membership.imr_ifindex = static_cast<int>(link.index);
+    setOption(socket, IP_ADD_MEMBERSHIP, membership);
+    setOption(socket, IP_MULTICAST_IF, membership);
+    setOption(socket, IP_MULTICAST_TTL, 1);
+    socket.non_blocking(true);
+    return socket;
+}
+
+} // namespace
+
+/// All that outlives nobody but the handlers that wait.
+class DiscoverySocket::Sockets : public std::enable_shared_from_this<Sockets> {
+public:
+    Sockets(asio::io_context& context, onvif::Discovery discovery, Place place)
+        : _context(context), _discovery(std::move(discovery)), _place(std::move(place)), _timer(context)
+    {
+    }
+
+    void look();
+    void tell(onvif::DiscoveryFacts facts);
+    void end();
+    void answer(OfLink& from, const std::string& datagram, const udp::endpoint& sender);
+
+private:
+    std::shared_ptr<OfLink> opened(const Link& link);
+    void sayHello(OfLink& link);
+    void sayBye();
+
+    asio::io_context& _context;
+    onvif::Discovery _discovery;
+    const Place _place;
+    asio::steady_timer _timer;
+    std::vector<std::shared_ptr<OfLink>> _links;
+    bool _failureTold = false;
+    bool _ended = false;
+};
+
+/// The socket of one link.
+class DiscoverySocket::OfLink : public std::enable_shared_from_this<OfLink> {
+public:
+    OfLink(udp::socket socket, Link link, Sockets& owner)
+        : link(std::move(link)), _socket(std::move(socket)), _owner(owner)
+    {
+    }
+
+    void receive()
+    {
+        _socket.async_receive_from(asio::buffer(_buffer), _sender,
+                                   [self = shared_from_this()](const auto& error, std::size_t size) {
+                                       if (error) {
+                                           self->close(); // the next look opens another one
+                                       } else if (self->isOpen()) {
+                                           self->received(size);
+                                       }
+                                   });
+    }
+
+    bool isOpen() const { return _socket.is_open(); }
+
+    void close()
+    {
+        boost::system::error_code ignored;
+        _socket.close(ignored);
+    }
+
+    /// What cannot be sent is lost, as any datagram may be.
+    void send(const std::string& datagram, const udp::endpoint& to)
+    {
+        boost::system::error_code ignored;
+        _socket.send_to(asio::buffer(datagram), to, 0, ignored);
+    }
+
+    Link link;
+
+private:
+    void received(std::size_t size)
+    {
+        const std::string datagram(_buffer.data(), size);
+        const udp::endpoint sender = _sender;
+        receive(); // first: whatever happens to this one, the next one comes
+        _owner.answer(*this, datagram, sender);
+    }
+
+    udp::socket _socket;
+    Sockets& _owner; ///< lives as long as the socket is open
+    udp::endpoint _sender;
+    std::array<char, onvif::Discovery::kMostBytes + 1> _buffer{}; ///< one more: what is too long is seen as such
+};
+
+void DiscoverySocket::Sockets::look()
+{
+    const std::vector<Link> there = _place.links();
+    std::vector<std::shared_ptr<OfLink>> kept;
+    bool failed = false;
+    for (const Link& link : there) {
+        const auto known = std::find_if(_links.begin(), _links.end(), [&link](const auto& each) {
+            return each->link.index == link.index && each->isOpen();
+        });
+        const bool isNew = known == _links.end() || !((*known)->link.addresses == link.addresses);
+        const std::shared_ptr<OfLink> ofLink = known == _links.end() ? opened(link) : std::exchange(*known, nullptr);
+        _links.erase(std::remove(_links.begin(), _links.end(), nullptr), _links.end());
+        failed = failed || !ofLink;
+        if (ofLink) {
+            ofLink->link = link;
+            kept.push_back(ofLink);
+            if (isNew && _discovery.discoverable()) {
+                sayHello(*ofLink);
+            }
+        }
+    }
+    for (const std::shared_ptr<OfLink>& gone : _links) {
+        gone->close();
+    }
+    _links = std::move(kept);
+    _failureTold = failed;
+    _timer.expires_after(_place.betweenLooks);
+    _timer.async_wait([self = weak_from_this()](const auto& error) {
+        if (const auto sockets = self.lock(); sockets && !error && !sockets->_ended) {
+            sockets->look();
+        }
+    });
+}
+
+std::shared_ptr<DiscoverySocket::OfLink> DiscoverySocket::Sockets::opened(const Link& link)
+{
+    try {
+        const auto ofLink = std::make_shared<OfLink>(joined(_context, link, _place.port), link, *this);
+        ofLink->receive();
+        return ofLink;
+    } catch (const boost::system::system_error& error) {
+        if (!_failureTold) {
+            base::Log::instance().write(base::LogLevel::error, "camera-gateway",
+                                        "discovery cannot use the UDP port " + std::to_string(_place.port) + " on '" +
+                                            link.name + "': " + error.code().message() +
+                                            "; others do not find this camera there by themselves; end the program "
+                                            "that has the port, or start with --no-discovery");
+            _failureTold = true;
+        }
+        return nullptr;
+    }
+}
+
+void DiscoverySocket::Sockets::answer(OfLink& from, const std::string& datagram, const udp::endpoint& sender)
+{
+    const auto near = addressNear(from.link, sender.address().to_v4().to_uint());
+    if (!near || sender.port() == 0) {
+        return;
+    }
+    const std::string who = sender.address().to_string();
+    const auto text =
+        _discovery.answer(datagram, who, _place.addresses(hostText(*near)), onvif::Discovery::Clock::now());
+    if (text) {
+        from.send(*text, sender);
+        base::Log::instance().write(base::LogLevel::debug, "camera-gateway", who + " looks for cameras");
+    }
+}
+
+void DiscoverySocket::Sockets::sayHello(OfLink& link)
+{
+    std::vector<std::string> addresses;
+    for (const LinkAddress& each : link.link.addresses) {
+        for (const std::string& address : _place.addresses(hostText(each.address))) {
+            if (std::find(addresses.begin(), addresses.end(), address) == addresses.end() &&
+                addresses.size() < kMostAddresses) {
+                addresses.push_back(address);
+            }
+        }
+    }
+    link.send(_discovery.hello(addresses), {asio::ip::make_address_v4(kGroup), _place.port});
+}
+
+void DiscoverySocket::Sockets::sayBye()
+{
+    for (const std::shared_ptr<OfLink>& link : _links) {
+        link->send(_discovery.bye(), {asio::ip::make_address_v4(kGroup), _place.port});
+    }
+}
+
+void DiscoverySocket::Sockets::tell(onvif::DiscoveryFacts facts)
+{
+    const bool was = _discovery.discoverable();
+    if (!_discovery.tell(std::move(facts))) {
+        return;
+    }
+    if (was && !_discovery.discoverable()) {
+        sayBye();
+    }
+    for (const std::shared_ptr<OfLink>& link : _links) {
+        if (_discovery.discoverable()) {
+            sayHello(*link);
+        }
+    }
+}
+
+void DiscoverySocket::Sockets::end()
+{
+    if (_discovery.discoverable()) {
+        sayBye();
+    }
+    for (const std::shared_ptr<OfLink>& link : std::exchange(_links, {})) {
+        link->close();
+    }
+    _ended = true;
+    _timer.cancel();
+}
+
+DiscoverySocket::DiscoverySocket(asio::io_context& context, onvif::Discovery discovery, Place place)
+    : _sockets(std::make_shared<Sockets>(context, std::move(discovery), std::move(place)))
+{
+    _sockets->look();
+}
+
+DiscoverySocket::~DiscoverySocket()
+{
+    _sockets->end();
+}
+
+void DiscoverySocket::tell(onvif::DiscoveryFacts facts)
+{
+    _sockets->tell(std::move(facts));
+}
+
+void DiscoverySocket::end()
+{
+    _sockets->end();
+}
+
+} // namespace camera::gateway

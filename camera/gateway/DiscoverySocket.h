@@ -1,0 +1,56 @@
+#pragma once
+
+#include "camera/gateway/Links.h"
+#include "camera/onvif/Discovery.h"
+
+#include <boost/asio/io_context.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace camera::gateway {
+
+/**
+ * Sends and takes the datagrams of discovery: IPv4 multicast to 239.255.255.250 on each link of the camera.
+ *
+ * Links come and go; the camera says hello on each that comes. Only those are answered that ask from a network of the
+ * link on which their question came. A port that cannot be had is logged once, and tried again.
+ *
+ * Thread-bound: that of the io_context, or any before this runs.
+ */
+class DiscoverySocket {
+public:
+    static constexpr std::uint16_t kPort = 3702;
+
+    struct Place {
+        std::function<std::vector<Link>()> links; ///< those that are there now
+        /// Where those who reach the camera by that host find the device service.
+        std::function<std::vector<std::string>(const std::string& host)> addresses;
+        std::uint16_t port = kPort;
+        std::chrono::milliseconds betweenLooks{3000}; ///< at the links
+    };
+
+    /// Says hello.
+    DiscoverySocket(boost::asio::io_context& context, onvif::Discovery discovery, Place place);
+    ~DiscoverySocket();
+    DiscoverySocket(const DiscoverySocket&) = delete;
+    DiscoverySocket& operator=(const DiscoverySocket&) = delete;
+
+    /// What is told from now on. Says hello when that is something else, and bye when the camera is not to be found.
+    void tell(onvif::DiscoveryFacts facts);
+
+    /// Says bye, and is silent afterwards. Idempotent.
+    void end();
+
+private:
+    class OfLink;
+    class Sockets;
+
+    const std::shared_ptr<Sockets> _sockets;
+};
+
+} // namespace camera::gateway

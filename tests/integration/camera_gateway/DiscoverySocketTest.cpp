@@ -1,0 +1,349 @@
+// Discovery over real datagrams, on the link of this computer alone.
+#include "camera/gateway/DiscoverySocket.h"
+
+#include "kit/Eventually.h"
+#include "kit/LogLines.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/ip/multicast.hpp>
+#include <boost/asio/ip/udp.hpp>
+#include <boost/asio/post.hpp>
+
+#include <array>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <net/if.h>
+#include <optional>
+#include <poll.h>
+#include <thread>
+
+namespace camera::gateway {
+namespace {
+
+using boost::asio::ip::make_address_v4;
+using boost::asio::ip::udp;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+constexpr std::uint32_t kHere = 0x7f000001;
+constexpr std::uint32_t kEighth = 0xff000000;
+
+std::string probe(const std::string& id)
+{
+    return "<e:Envelope xmlns:e='http://www.w3.org/2003/05/soap-envelope' "
+           "xmlns:a='http://schemas.xmlsoap.org/ws/2004/08/addressing' "
+           "xmlns:d='http://schemas.xmlsoap.org/ws/2005/04/discovery'><e:Header><a:MessageID>" +
+           id + "</a:MessageID></e:Header><e:Body><d:Probe/></e:Body></e:Envelope>";
+}
+
+/// Somebody who listens on the link and asks there.
+class Stranger {
+public:
+    explicit Stranger(std::uint16_t port = 0, const char* address = "127.0.0.1")
+    {
+        _socket.open(udp::v4());
+        _socket.set_option(udp::socket::reuse_address(true));
+        _socket.bind({port == 0 ? make_address_v4(address) : make_address_v4("239.255.255.250"), port});
+        if (port != 0) {
+            _socket.set_option(boost::asio::ip::multicast::join_group(make_address_v4("239.255.255.250"),
+                                                                      make_address_v4("127.0.0.1")));
+        }
+        _socket.set_option(boost::asio::ip::multicast::outbound_interface(make_address_v4("127.0.0.1")));
+    }
+
+    std::uint16_t port() const { return _socket.local_endpoint().port(); }
+
+    void send(const std::string& text, std::uint16_t port)
+    {
+        _socket.send_to(boost::asio::buffer(text), {make_address_v4("239.255.255.250"), port});
+    }
+
+    /// The next datagram that contains the word; empty when the patience ends before.
+    std::string next(const std::string& word)
+    {
+        std::array<char, 65536> buffer{};
+        for (;;) {
+            pollfd readable{_socket.native_handle(), POLLIN, 0};
+            const auto patience = std::chrono::duration_cast<std::chrono::milliseconds>(::kit::kPatience);
+            if (::poll(&readable, 1, static_cast<int>(patience.count())) != 1) {
+                return "";
+            }
+            const std::string text(buffer.data(), _socket.receive(boost::asio::buffer(buffer)));
+            if (text.find(word) != std::string::npos) {
+                return text;
+            }
+            others.push_back(text);
+        }
+    }
+
+    std::vector<std::string> others; ///< what was not waited for
+
+private:
+    boost::asio::io_context _context;
+    udp::socket _socket{_context};
+};
+
+/// A port of this computer that nobody has.
+std::uint16_t freePort()
+{
+    boost::asio::io_context context;
+    return udp::socket(context, udp::endpoint(make_address_v4("127.0.0.1"), 0)).local_endpoint().port();
+}
+
+Link loopback(std::vector<LinkAddress> addresses = {{kHere, kEighth}})
+{
+    return {"lo", ::if_nametoindex("lo"), std::move(addresses)};
+}
+
+class DiscoverySocketTest : public testing::Test {
+protected:
+    ~DiscoverySocketTest() override
+    {
+        run([this] { _discovery.reset(); });
+        _context.stop();
+        _thread.join();
+    }
+
+    void begin(bool discoverable = true)
+    {
+        run([this, discoverable] {
+            DiscoverySocket::Place place;
+            place.links = [this] {
+                const std::lock_guard<std::mutex> lock(_mutex);
+                ++_looks;
+                return _links;
+            };
+            place.addresses = [](const std::string& host) { return std::vector<std::string>{"http://" + host + "/"}; };
+            place.port = port;
+            place.betweenLooks = std::chrono::milliseconds(1);
+            _discovery = std::make_unique<DiscoverySocket>(
+                _context, onvif::Discovery("u-u-i-d", 1, {{"onvif://www.onvif.org/name/a"}, discoverable}), place);
+        });
+    }
+
+    /// On the thread of the sockets.
+    void run(const std::function<void()>& what)
+    {
+        const auto done = std::make_shared<std::promise<void>>();
+        boost::asio::post(_context, [what, done] {
+            what();
+            done->set_value();
+        });
+        done->get_future().wait();
+    }
+
+    /// Returns when what has come is read.
+    void settle()
+    {
+        constexpr int kTurns = 4; // the sockets are looked at between each two
+        for (int turn = 0; turn < kTurns; ++turn) {
+            run([] {});
+        }
+    }
+
+    void tell(const std::string& scope, bool discoverable)
+    {
+        run([&] { _discovery->tell({{scope}, discoverable}); });
+    }
+
+    /// Before begin().
+    void startWith(std::vector<Link> links) { _links = std::move(links); }
+
+    /// Returns when a look has seen them.
+    void setLinks(std::vector<Link> links)
+    {
+        int looks = 0;
+        {
+            const std::lock_guard<std::mutex> lock(_mutex);
+            _links = std::move(links);
+            looks = _looks;
+        }
+        EXPECT_TRUE(::kit::eventually([&] {
+            const std::lock_guard<std::mutex> lock(_mutex);
+            return _looks > looks + 1;
+        }));
+    }
+
+    const ::kit::LogLines errors;
+    const std::uint16_t port = freePort();
+
+private:
+    std::mutex _mutex;
+    std::vector<Link> _links{loopback()};
+    int _looks = 0;
+    boost::asio::io_context _context;
+    boost::asio::executor_work_guard<boost::asio::io_context::executor_type> _work = make_work_guard(_context);
+
+protected:
+    std::unique_ptr<DiscoverySocket> _discovery;
+
+private:
+    std::thread _thread{[this] { _context.run(); }};
+};
+
+TEST_F(DiscoverySocketTest, saysHelloAndByeToAll)
+{
+    Stranger all(port);
+    begin();
+    EXPECT_THAT(all.next("discovery/Hello"), AllOf(HasSubstr("urn:uuid:u-u-i-d"), HasSubstr(">http://127.0.0.1/<")));
+    run([this] {
+        _discovery->end();
+        _discovery->end();
+    });
+    EXPECT_THAT(all.next("discovery/Bye"), HasSubstr("urn:uuid:u-u-i-d"));
+    run([this] { _discovery.reset(); });
+    all.send("the last one", port);
+    all.next("the last one");
+    EXPECT_THAT(all.others, IsEmpty()) << "once";
+}
+
+TEST_F(DiscoverySocketTest, answersWhoAsksAndNobodyElse)
+{
+    Stranger all(port);
+    begin();
+    Stranger one;
+    one.send(std::string(60000, 'x'), port);
+    one.send("", port);
+    one.send(probe("urn:1"), port);
+    EXPECT_THAT(one.next("ProbeMatches"), AllOf(HasSubstr("RelatesTo>urn:1<"), HasSubstr(">http://127.0.0.1/<")));
+    one.send(probe("urn:1"), port);
+    one.send(probe("urn:2"), port);
+    EXPECT_THAT(one.next("ProbeMatches"), HasSubstr("RelatesTo>urn:2<"));
+    one.send("the last one", port);
+    all.next("the last one");
+    EXPECT_THAT(all.others, Not(Contains(HasSubstr("ProbeMatches"))));
+}
+
+TEST_F(DiscoverySocketTest, answersOnlyFromANetworkOfTheLink)
+{
+    startWith({loopback({{0x7f000001, 0xffffff00}, {0x7f000201, 0xffffff00}})});
+    begin();
+    Stranger off(0, "127.0.1.1");
+    off.send(probe("urn:off"), port);
+    settle();
+    Stranger second(0, "127.0.2.7");
+    second.send(probe("urn:second"), port);
+    EXPECT_THAT(second.next("ProbeMatches"), HasSubstr(">http://127.0.2.1/<")) << "by the address of its network";
+    setLinks({loopback({{0x7f000101, 0xffffff00}})});
+    off.send(probe("urn:on"), port);
+    EXPECT_THAT(off.next("ProbeMatches"), HasSubstr("RelatesTo>urn:on<")) << "not the earlier one";
+}
+
+TEST_F(DiscoverySocketTest, saysHelloAgainWhenWhatIsToldChanges)
+{
+    Stranger all(port);
+    begin();
+    all.next("discovery/Hello");
+    tell("onvif://www.onvif.org/name/a", true);
+    tell("onvif://www.onvif.org/name/b", true);
+    EXPECT_THAT(all.next("discovery/Hello"), AllOf(HasSubstr("name/b"), HasSubstr("MetadataVersion>2<")));
+    tell("onvif://www.onvif.org/name/b", false);
+    all.next("discovery/Bye");
+    all.others.clear();
+    tell("onvif://www.onvif.org/name/c", false);
+    Stranger one;
+    one.send(probe("urn:1"), port);
+    settle();
+    tell("onvif://www.onvif.org/name/c", true);
+    EXPECT_THAT(all.next("discovery/Hello"), HasSubstr("name/c"));
+    EXPECT_THAT(all.others, ElementsAre(HasSubstr("d:Probe"))) << "it is silent while it is not to be found";
+    one.send(probe("urn:2"), port);
+    EXPECT_THAT(one.next("ProbeMatches"), HasSubstr("RelatesTo>urn:2<"));
+}
+
+TEST_F(DiscoverySocketTest, aCameraThatIsNotToBeFoundSaysNothing)
+{
+    Stranger all(port);
+    begin(false);
+    run([this] { _discovery->end(); });
+    all.send("the last one", port);
+    all.next("the last one");
+    EXPECT_THAT(all.others, IsEmpty());
+}
+
+TEST_F(DiscoverySocketTest, linksComeChangeAndGo)
+{
+    startWith({});
+    Stranger all(port);
+    begin();
+    Stranger one;
+    one.send(probe("urn:1"), port);
+    settle();
+    setLinks({loopback()});
+    EXPECT_THAT(all.next("discovery/Hello"), HasSubstr(">http://127.0.0.1/<"));
+    setLinks({loopback({{0x7f000005, kEighth}})});
+    EXPECT_THAT(all.next("discovery/Hello"), HasSubstr(">http://127.0.0.5/<"));
+    one.send(probe("urn:2"), port);
+    EXPECT_THAT(one.next("ProbeMatches"), HasSubstr("RelatesTo>urn:2<"));
+    setLinks({});
+    one.send(probe("urn:3"), port);
+    settle();
+    setLinks({{"nowhere", 1000000, {{kHere, kEighth}}}});
+    setLinks({loopback()});
+    one.send(probe("urn:4"), port);
+    EXPECT_THAT(one.next("ProbeMatches"), HasSubstr("RelatesTo>urn:4<"));
+}
+
+TEST_F(DiscoverySocketTest, aPortThatCannotBeHadIsToldOnce)
+{
+    std::optional<udp::socket> other;
+    boost::asio::io_context context;
+    other.emplace(context, udp::endpoint(udp::v4(), port)); // for itself
+    begin();
+    setLinks({loopback()});
+    EXPECT_THAT(errors.lines(), ElementsAre(AllOf(HasSubstr("the UDP port " + std::to_string(port) +
+                                                            " on 'lo': Address already in use; "),
+                                                  HasSubstr("start with --no-discovery"))));
+    other.reset();
+    Stranger all(port);
+    setLinks({});
+    setLinks({loopback()});
+    EXPECT_THAT(all.next("discovery/Hello"), HasSubstr("urn:uuid:u-u-i-d"));
+    EXPECT_THAT(errors.lines(), SizeIs(1));
+}
+
+TEST(LinksTest, anAddressOfThisComputerOnlyHasNone)
+{
+    for (const char* const bound : {"127.0.0.1", "::1", "192.0.2.1", "2001:db8::1", "x", ""}) {
+        EXPECT_THAT(linksOf(bound), IsEmpty()) << bound;
+    }
+}
+
+TEST(LinksTest, areNamedWithTheirNumberAndAddresses)
+{
+    for (const Link& link : linksOf("0.0.0.0")) {
+        EXPECT_EQ(::if_nametoindex(link.name.c_str()), link.index);
+        ASSERT_FALSE(link.addresses.empty());
+        EXPECT_NE(127U, link.addresses.front().address >> 24U);
+        const std::string own = make_address_v4(link.addresses.front().address).to_string();
+        ASSERT_THAT(linksOf(own), SizeIs(1));
+        EXPECT_THAT(linksOf(own).front().addresses, SizeIs(1));
+    }
+    EXPECT_EQ(linksOf("::").size(), linksOf("0.0.0.0").size());
+}
+
+TEST(LinksTest, aStrangerIsNearInANetworkOfTheLink)
+{
+    const Link link{
+        "a", 1, {{0x0a000001, 0xffffff00}, {0x0a000181, 0xffffff80}, {0x0a000301, 0xfffffffe}, {0x0a000501, ~0U}}};
+    EXPECT_EQ(0x0a000001U, addressNear(link, 0x0a0000fe));
+    EXPECT_EQ(0x0a000181U, addressNear(link, 0x0a000182));
+    EXPECT_EQ(0x0a000001U, addressNear(link, 0x0a000001)) << "itself";
+    EXPECT_EQ(0x0a000301U, addressNear(link, 0x0a000300)) << "two of a point-to-point link";
+    EXPECT_EQ(0x0a000501U, addressNear(link, 0x0a000501));
+    for (const std::uint32_t stranger : {0x0a000000U, 0x0a0000ffU, 0x0a000101U, 0x0a000180U, 0x0a000200U, 0x0a000302U,
+                                         0x0a000502U, 0x0b000001U, 0U, ~0U}) {
+        EXPECT_EQ(std::nullopt, addressNear(link, stranger)) << std::hex << stranger;
+    }
+}
+
+} // namespace
+} // namespace camera::gateway
