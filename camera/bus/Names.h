@@ -13,6 +13,9 @@ namespace camera::bus {
 /// The id of the one target that each of this camera's services has.
 constexpr const char* kTargetId = "main";
 
+/// As a speed of ravel.positioning's drive: the axis goes on as it does.
+constexpr int kAxisGoesOn = 127;
+
 /// Errors that the camera's services answer with.
 namespace error {
 constexpr const char* kFailed = "ravel.Error.Failed";           ///< the operation itself failed

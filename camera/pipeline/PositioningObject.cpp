@@ -1,10 +1,14 @@
 #include "camera/pipeline/PositioningObject.h"
 
+#include "camera/bus/Names.h"
+#include "camera/ptz/PositioningNames.h"
 #include "camera/ptz/PositioningUnit.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -38,6 +42,12 @@ ptz::Position position(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom)
     result.tilt = tilt;
     result.zoom = zoom;
     return result;
+}
+
+/// The speed of an axis; nothing: it goes on as it does.
+std::optional<int> speedOf(std::int32_t percent)
+{
+    return percent == bus::kAxisGoesOn ? std::nullopt : std::optional<int>(percent);
 }
 
 ptz::Tour tourOf(const std::string& name, const std::vector<StopRow>& rows)
@@ -78,6 +88,23 @@ PositioningObject::Where PositioningObject::getPosition()
     return {at.pan, at.tilt, at.zoom, _unit.optics().angleOfView(at.zoom), _unit.moving(), _unit.activePreset()};
 }
 
+PositioningObject::Limits PositioningObject::getLimits()
+{
+    constexpr std::int32_t kHalfTurn = 180000;
+    const ptz::CameraDescription& camera = _unit.description();
+    const auto whole = [](double value) { return static_cast<std::int32_t>(std::lround(value)); };
+    const auto count = [](std::size_t most) { return static_cast<std::uint32_t>(most); };
+    return {camera.pan.endless ? -kHalfTurn : whole(camera.pan.lowest),
+            camera.pan.endless ? kHalfTurn : whole(camera.pan.highest),
+            camera.pan.endless,
+            whole(camera.tilt.lowest),
+            whole(camera.tilt.highest),
+            static_cast<std::uint32_t>(whole(camera.zoom.highest)),
+            count(ptz::kMostPresets),
+            count(ptz::kMostTours),
+            count(ptz::kMostStops)};
+}
+
 std::vector<PositioningObject::PresetRow> PositioningObject::listPresets()
 {
     std::vector<PresetRow> rows;
@@ -101,6 +128,17 @@ void PositioningObject::goToPreset(const std::string& name, std::uint32_t priori
     require(_unit.goToPreset(name, commander(priority)));
 }
 
+void PositioningObject::goToPresetAtSpeed(const std::string& name, std::uint32_t speed, std::uint32_t priority)
+{
+    require(_unit.goToPreset(name, commander(priority), speed));
+}
+
+void PositioningObject::moveAtSpeed(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom, std::uint32_t speed,
+                                    std::uint32_t priority)
+{
+    require(_unit.moveTo(position(pan, tilt, zoom), commander(priority), speed));
+}
+
 void PositioningObject::moveTo(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom, std::uint32_t priority)
 {
     require(_unit.moveTo(position(pan, tilt, zoom), commander(priority)));
@@ -110,9 +148,9 @@ void PositioningObject::drive(std::int32_t pan, std::int32_t tilt, std::int32_t 
                               std::uint32_t priority)
 {
     ptz::Drive drive;
-    drive.pan = pan;
-    drive.tilt = tilt;
-    drive.zoom = zoom;
+    drive.pan = speedOf(pan);
+    drive.tilt = speedOf(tilt);
+    drive.zoom = speedOf(zoom);
     if (milliseconds != 0) {
         drive.duration = std::chrono::milliseconds(milliseconds);
     }
@@ -185,6 +223,12 @@ sdbus::Struct<std::string, std::uint32_t> PositioningObject::tour()
     return progress
                ? sdbus::Struct<std::string, std::uint32_t>(progress->tour, static_cast<std::uint32_t>(progress->stop))
                : sdbus::Struct<std::string, std::uint32_t>();
+}
+
+bool PositioningObject::tourPaused()
+{
+    const auto progress = _unit.tourProgress();
+    return progress && progress->paused;
 }
 
 void PositioningObject::emit(const ptz::PositioningEvent& event)

@@ -35,10 +35,17 @@ private:
     using StopRow = sdbus::Struct<std::string, std::uint32_t, std::uint32_t>;
     using TourRow = sdbus::Struct<std::string, std::vector<StopRow>>;
 
+    using Limits = std::tuple<std::int32_t, std::int32_t, bool, std::int32_t, std::int32_t, std::uint32_t,
+                              std::uint32_t, std::uint32_t, std::uint32_t>;
+
     Where getPosition() override;
+    Limits getLimits() override;
     std::vector<PresetRow> listPresets() override;
     std::vector<TourRow> listTours() override;
     void goToPreset(const std::string& name, std::uint32_t priority) override;
+    void goToPresetAtSpeed(const std::string& name, std::uint32_t speed, std::uint32_t priority) override;
+    void moveAtSpeed(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom, std::uint32_t speed,
+                     std::uint32_t priority) override;
     void moveTo(std::uint32_t pan, std::int32_t tilt, std::uint32_t zoom, std::uint32_t priority) override;
     void drive(std::int32_t pan, std::int32_t tilt, std::int32_t zoom, std::uint32_t milliseconds,
                std::uint32_t priority) override;
@@ -55,6 +62,7 @@ private:
     void resumeTour() override;
     bool available() override;
     sdbus::Struct<std::string, std::uint32_t> tour() override;
+    bool tourPaused() override;
 
     void emitEvent(const ptz::MotionState& event);
     void emitEvent(const ptz::CommandPriority& event);

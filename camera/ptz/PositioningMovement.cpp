@@ -10,6 +10,12 @@ namespace camera::ptz {
 namespace {
 
 constexpr int kMostPercent = 100;
+constexpr const char* kSpeedOfAWay = "the speed to a place is 1 to 100 percent";
+
+bool isSpeedOfAWay(unsigned int percent)
+{
+    return percent >= 1 && percent <= static_cast<unsigned int>(kMostPercent);
+}
 
 bool speedsAllowed(const Drive& drive)
 {
@@ -35,27 +41,30 @@ void PositioningUnit::requireMayMove(const Commander& commander) const
                 ", which is more important than " + std::to_string(commander.priority));
 }
 
-CommandResult PositioningUnit::goToPreset(const std::string& name, const Commander& commander)
+CommandResult PositioningUnit::goToPreset(const std::string& name, const Commander& commander,
+                                          unsigned int speedPercent)
 {
     return transact([&] {
         requireMayMove(commander);
+        require(isSpeedOfAWay(speedPercent), CommandStatus::badRequest, kSpeedOfAWay);
         const Preset& preset = knownPreset(name);
         require(_motion.canReach(preset.position), CommandStatus::outOfLimits,
                 "preset '" + name + "' is beyond what this camera can reach");
         endTour();
-        goTo(preset, commander, 1.0);
+        goTo(preset, commander, speedPercent / 100.0);
     });
 }
 
-CommandResult PositioningUnit::moveTo(const Position& position, const Commander& commander)
+CommandResult PositioningUnit::moveTo(const Position& position, const Commander& commander, unsigned int speedPercent)
 {
     return transact([&] {
         requireMayMove(commander);
+        require(isSpeedOfAWay(speedPercent), CommandStatus::badRequest, kSpeedOfAWay);
         require(_motion.canReach(position), CommandStatus::outOfLimits,
                 "pan " + std::to_string(position.pan) + ", tilt " + std::to_string(position.tilt) + ", zoom " +
                     std::to_string(position.zoom) + " is beyond what this camera can reach");
         endTour();
-        startMove(commander, std::string(), [&] { _motion.goTo(position, 1.0); });
+        startMove(commander, std::string(), [&] { _motion.goTo(position, speedPercent / 100.0); });
     });
 }
 

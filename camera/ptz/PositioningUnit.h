@@ -73,11 +73,11 @@ public:
     /// Who holds the camera: moves it, or did so a short time ago.
     std::optional<Commander> holder() const;
 
-    // Movement.
-    CommandResult moveTo(const Position& position, const Commander& commander);
+    // Movement. Speeds on the way to a place are percent of the axes' greatest ones, 1 to 100.
+    CommandResult moveTo(const Position& position, const Commander& commander, unsigned int speedPercent = 100);
     CommandResult setZoom(unsigned int zoom, const Commander& commander);
     CommandResult drive(const Drive& drive, const Commander& commander);
-    CommandResult goToPreset(const std::string& name, const Commander& commander);
+    CommandResult goToPreset(const std::string& name, const Commander& commander, unsigned int speedPercent = 100);
 
     /// Brakes these axes. Ends a tour; ends a move to a place whichever axis is named. Also done when nothing moves.
     CommandResult stop(const Axes& axes, const Commander& commander);

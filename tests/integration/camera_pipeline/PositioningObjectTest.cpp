@@ -39,6 +39,8 @@ protected:
     }
     std::vector<TourRow> tours() { return client.one<std::vector<TourRow>>(service::kPositioning, "listTours"); }
 
+    bool paused() { return client.properties(service::kPositioning).at("TourPaused").get<bool>(); }
+
     const std::string gate = "Gate";
     const std::string yard = "Yard";
     const U most = 100;
@@ -138,6 +140,54 @@ TEST_F(PositioningObjectTest, drivesForATimeAndUntilItIsStopped)
     EXPECT_EQ(order("drive", I{0}, I{0}, I{0}, U{0}, most), "done") << "to stop a camera that stands is no mistake";
 }
 
+TEST_F(PositioningObjectTest, drivesTheAxesThatAreNamed)
+{
+    serve();
+    const I goesOn = 127;
+    ASSERT_EQ(order("drive", I{50}, I{0}, I{50}, U{0}, most), "done");
+    unit().advance(500ms);
+    ASSERT_EQ(order("drive", I{0}, I{0}, goesOn, U{0}, most), "done");
+    unit().advance(2s);
+    const auto pan = std::get<0>(where());
+    const auto zoom = std::get<2>(where());
+    unit().advance(500ms);
+    EXPECT_EQ(std::get<0>(where()), pan);
+    EXPECT_GT(std::get<2>(where()), zoom) << "only pan and tilt were stopped";
+    ASSERT_EQ(order("drive", I{50}, goesOn, goesOn, U{0}, most), "done");
+    unit().advance(100ms);
+    EXPECT_GT(std::get<0>(where()), pan);
+    EXPECT_EQ(order("drive", goesOn, goesOn, goesOn, U{0}, most), "a drive needs at least one of pan, tilt and zoom");
+}
+
+TEST_F(PositioningObjectTest, movesToAPlaceAndAPresetAtASpeed)
+{
+    serve();
+    const auto panAfter = [this](const std::string& method, const auto&... arguments) {
+        unit().placeAt("Yard");
+        EXPECT_EQ(order(method, arguments..., most), "done");
+        unit().advance(500ms);
+        const U pan = std::get<0>(where());
+        untilItStands();
+        return pan;
+    };
+    const auto half = panAfter("moveAtSpeed", U{100000}, I{0}, U{100}, U{50});
+    EXPECT_LT(half, panAfter("moveAtSpeed", U{100000}, I{0}, U{100}, U{100}));
+    EXPECT_GT(panAfter("goToPresetAtSpeed", gate, U{2}), panAfter("goToPresetAtSpeed", gate, U{100}));
+    EXPECT_EQ(std::get<5>(where()), "Gate");
+    for (const U wrong : {U{0}, U{101}, U{UINT_MAX}}) {
+        EXPECT_EQ(order("moveAtSpeed", U{0}, I{0}, U{100}, wrong, most), "the speed to a place is 1 to 100 percent");
+        EXPECT_EQ(order("goToPresetAtSpeed", gate, wrong, most), "the speed to a place is 1 to 100 percent");
+    }
+}
+
+TEST_F(PositioningObjectTest, tellsItsLimits)
+{
+    serve();
+    const auto limits = [this] { return client.ask<I, I, bool, I, I, U, U, U, U>(service::kPositioning, "getLimits"); };
+    EXPECT_EQ(limits(),
+              std::make_tuple(I{-180000}, I{180000}, true, I{-90000}, I{90000}, U{3000}, U{256}, U{64}, U{64}));
+}
+
 TEST_F(PositioningObjectTest, toursAreKeptAndRun)
 {
     serve();
@@ -147,10 +197,13 @@ TEST_F(PositioningObjectTest, toursAreKeptAndRun)
     ASSERT_EQ(order("startTour", round, most), "done");
     EXPECT_EQ(order("removeTour", round), "tour 'round' is running: stop it first");
     EXPECT_EQ(order("resumeTour"), "tour 'round' is not paused");
+    EXPECT_FALSE(paused());
     EXPECT_EQ(order("pauseTour"), "done");
+    EXPECT_TRUE(paused());
     untilItStands();
     EXPECT_EQ(std::get<5>(where()), "Gate");
     EXPECT_EQ(order("resumeTour"), "done");
+    EXPECT_FALSE(paused());
     EXPECT_EQ(order("stopTour"), "done");
     EXPECT_EQ(order("removeTour", round), "done");
     EXPECT_THAT(tours(), IsEmpty());

@@ -120,6 +120,30 @@ TEST_F(PositioningMovementTest, changesTheNamedAxesOfADriveAndReportsNoSecondSta
     EXPECT_GT(unit->position().zoom, there.zoom);
 }
 
+TEST_F(PositioningMovementTest, movesToAPlaceWithAPartOfItsSpeed)
+{
+    const auto panAfterASecond = [this](unsigned int speedPercent) {
+        unit->placeAt("Gate");
+        EXPECT_TRUE(unit->moveTo({90000, 0, 100}, operator1, speedPercent));
+        pass(Milliseconds(1000));
+        const unsigned int pan = unit->position().pan;
+        untilItStands();
+        EXPECT_EQ(unit->position(), (Position{90000, 0, 100}));
+        return pan;
+    };
+    EXPECT_LT(panAfterASecond(10), panAfterASecond(50));
+    EXPECT_TRUE(unit->goToPreset("Gate", operator1, 10));
+    pass(Milliseconds(1000));
+    EXPECT_GT(unit->position().pan, 60000u);
+    untilItStands();
+    EXPECT_EQ(unit->activePreset(), "Gate");
+    for (const unsigned int wrong : {0u, 101u, std::numeric_limits<unsigned int>::max()}) {
+        EXPECT_EQ(unit->moveTo({0, 0, 100}, operator1, wrong).status, camera::ptz::CommandStatus::badRequest);
+        EXPECT_EQ(unit->goToPreset("Yard", operator1, wrong).status, camera::ptz::CommandStatus::badRequest);
+    }
+    EXPECT_FALSE(unit->moving());
+}
+
 TEST_F(PositioningMovementTest, takesADriveWithoutSpeedForAStop)
 {
     unit->drive({20, 20, {}, {}}, operator1);
