@@ -7,6 +7,7 @@
 #include "camera/gateway/CameraActions.h"
 #include "camera/gateway/Certificate.h"
 #include "camera/gateway/GatewayObject.h"
+#include "camera/gateway/PtzLink.h"
 #include "camera/onvif/DeviceIo.h"
 
 #include <boost/asio/ip/host_name.hpp>
@@ -81,6 +82,7 @@ Gateway::Gateway(GatewayOptions options)
       _analyticsService(analyticsActions(_link), _state.intended()),
       _mediaService(_state.media(), mediaActions()),
       _imagingService(imagingActions(_link, _state.filter())),
+      _ptzService(_state.media(), _state.ptz(), ptzActions(_link), {}),
       _soap(_operations, _state.users().value(), onvif::DigestAccess(kRealm))
 {
     if (!options.check.empty()) {
@@ -215,6 +217,7 @@ void Gateway::addServices()
     _mediaService.addTo(_operations, _directory);
     _analyticsService.addTo(_operations, _directory);
     _imagingService.addTo(_operations, _directory);
+    _ptzService.addTo(_operations, _directory);
     onvif::addDeviceIo(_operations, _directory);
 }
 

@@ -12,6 +12,7 @@
 #include "camera/onvif/ImagingService.h"
 #include "camera/onvif/MediaService.h"
 #include "camera/onvif/Operations.h"
+#include "camera/onvif/PtzService.h"
 #include "camera/onvif/ServiceDirectory.h"
 #include "camera/onvif/SoapService.h"
 
@@ -93,6 +94,7 @@ private:
     onvif::AnalyticsService _analyticsService;
     onvif::MediaService _mediaService;
     onvif::ImagingService _imagingService;
+    onvif::PtzService _ptzService;
     onvif::SoapService _soap;
     std::optional<AnswerCheck> _check;
     std::optional<boost::asio::ssl::context> _tls;

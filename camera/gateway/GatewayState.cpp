@@ -38,6 +38,9 @@ GatewayState::GatewayState(const std::filesystem::path& stateDir, const Wanted& 
     _intended = stored(
         "intended", onvif::IntendedChange(), [](const auto& change) { return onvif::format(change); },
         onvif::parseIntendedChange, disk, context);
+    _ptz = stored(
+        "ptz", onvif::PtzSettings(), [](const auto& settings) { return onvif::format(settings); },
+        onvif::parsePtzSettings, disk, context);
     _filter = stored("filter", kFirstFilter, onvif::filterText, onvif::filterNamed, disk, context);
 }
 
@@ -86,8 +89,10 @@ void GatewayState::reset(const onvif::Done& done)
             }
         };
     };
+    const auto ptz = thenChange(
+        *_ptz, [](auto& wanted) { wanted = onvif::PtzSettings(); }, done);
     const auto filter = thenChange(
-        *_filter, [](auto& wanted) { wanted = kFirstFilter; }, done);
+        *_filter, [](auto& wanted) { wanted = kFirstFilter; }, ptz);
     const auto media = thenChange(
         *_media, [](auto& wanted) { wanted = onvif::MediaSettings(); }, filter);
     _device->change(

@@ -6,6 +6,7 @@
 #include "camera/onvif/IntendedChange.h"
 #include "camera/onvif/MediaSettings.h"
 #include "camera/onvif/Operations.h"
+#include "camera/onvif/PtzSettings.h"
 #include "camera/onvif/Users.h"
 #include "camera/store/SettingsStore.h"
 #include "camera/store/StateLock.h"
@@ -46,6 +47,7 @@ public:
         _media->whenChanged(std::move(changed));
     }
     onvif::Kept<onvif::IrCutFilter>& filter() { return *_filter; }
+    onvif::Kept<onvif::PtzSettings>& ptz() { return *_ptz; }
     onvif::Kept<onvif::IntendedChange>& intended() { return *_intended; }
 
     /// Has a function called after each change of the device's settings.
@@ -88,6 +90,7 @@ private:
     std::unique_ptr<StoredValue<onvif::DeviceSettings>> _device;
     std::unique_ptr<StoredValue<onvif::MediaSettings>> _media;
     std::unique_ptr<StoredValue<onvif::IrCutFilter>> _filter;
+    std::unique_ptr<StoredValue<onvif::PtzSettings>> _ptz;
     std::unique_ptr<StoredValue<onvif::IntendedChange>> _intended;
 };
 

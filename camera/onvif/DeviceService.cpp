@@ -280,6 +280,9 @@ void DeviceService::addDirectory(Operations& operations, const ServiceDirectory&
         const bool withCapabilities = requiredBool(call.request(), "tds:IncludeCapability");
         Answer answer("tds:GetServicesResponse");
         for (const ServiceEntry& entry : directory.all()) {
+            if (!entry.isThere()) {
+                continue;
+            }
             pugi::xml_node service = answer.body().append_child("tds:Service");
             put(service, "tds:Namespace", NamespaceTable::ofMessages().uriOf(entry.prefix).value_or(""));
             put(service, "tds:XAddr", call.base + entry.path);

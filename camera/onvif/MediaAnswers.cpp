@@ -2,6 +2,7 @@
 
 #include "camera/base/Text.h"
 #include "camera/onvif/MediaProfiles.h"
+#include "camera/onvif/PtzConfiguration.h"
 #include "camera/onvif/Requests.h"
 
 #include <algorithm>
@@ -201,6 +202,7 @@ void putConfiguration(pugi::xml_node parent, const std::string& name, MediaKind 
         return;
     case MediaKind::ptz:
         put(node, "tt:NodeToken", kPtzNode);
+        fillPtzConfiguration(node, view.settings.ptz);
         return;
     case MediaKind::metadata:
         fillMetadata(node, view);

@@ -2,6 +2,7 @@
 
 #include "camera/onvif/Fault.h"
 #include "camera/onvif/MediaProfiles.h"
+#include "camera/onvif/PtzConfiguration.h"
 #include "camera/onvif/Requests.h"
 
 #include <algorithm>
@@ -127,6 +128,12 @@ void setMetadata(MediaSettings& settings, const pugi::xml_node& configuration, b
         throw notPossible("CompressionType is None or GZIP");
     }
     metadata.gzip = compression == "GZIP";
+}
+
+void setPtz(MediaSettings& settings, const pugi::xml_node& configuration)
+{
+    setName(settings, configuration, MediaKind::ptz);
+    readPtzConfiguration(configuration, settings.ptz);
 }
 
 } // namespace camera::onvif

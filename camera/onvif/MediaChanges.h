@@ -14,5 +14,6 @@ namespace camera::onvif {
 void setVideoSource(MediaSettings& settings, const pugi::xml_node& configuration, const PictureFacts& picture);
 void setEncoder(MediaSettings& settings, const pugi::xml_node& configuration, const PictureFacts& picture);
 void setMetadata(MediaSettings& settings, const pugi::xml_node& configuration, bool moves);
+void setPtz(MediaSettings& settings, const pugi::xml_node& configuration);
 
 } // namespace camera::onvif

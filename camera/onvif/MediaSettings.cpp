@@ -67,6 +67,26 @@ Json::Value jsonOf(const MetadataSettings& metadata)
     return object;
 }
 
+Json::Value jsonOf(const PtzDefaults& ptz)
+{
+    Json::Value object;
+    object["absolute_space"] = ptz.absoluteSpace;
+    object["relative_space"] = ptz.relativeSpace;
+    object["pan_tilt_speed"] = ptz.panTiltSpeed;
+    object["zoom_speed"] = ptz.zoomSpeed;
+    object["timeout_ms"] = static_cast<int>(ptz.timeout.count());
+    return object;
+}
+
+PtzDefaults readPtz(const Json::Value& value)
+{
+    const Json::Value& object = jsonObject(value);
+    PtzDefaults ptz{jsonText(object["absolute_space"]), jsonText(object["relative_space"]),
+                    jsonNumber(object["pan_tilt_speed"]), jsonNumber(object["zoom_speed"]),
+                    std::chrono::milliseconds(jsonInt(object["timeout_ms"]))};
+    return isPossible(ptz) ? ptz : throw std::invalid_argument("beyond the limits");
+}
+
 MediaProfile readProfile(const Json::Value& value)
 {
     const Json::Value& object = jsonObject(value);
@@ -235,6 +255,7 @@ std::string format(const MediaSettings& settings)
         object["encoders"].append(jsonOf(encoder));
     }
     object["metadata"] = jsonOf(settings.metadata);
+    object["ptz"] = jsonOf(settings.ptz);
     object["names"] = Json::Value(Json::objectValue);
     for (const auto& [token, name] : settings.names) {
         object["names"][token] = name;
@@ -258,6 +279,7 @@ std::optional<MediaSettings> parseMediaSettings(const std::string& document)
             settings.encoders[i] = readEncoder(encoders[static_cast<Json::ArrayIndex>(i)]);
         }
         settings.metadata = readMetadata(object["metadata"]);
+        settings.ptz = object.isMember("ptz") ? readPtz(object["ptz"]) : PtzDefaults();
         for (auto& [token, name] : settings.names) {
             name = jsonText(jsonObject(object["names"])[token]);
         }

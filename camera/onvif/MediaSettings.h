@@ -1,5 +1,7 @@
 #pragma once
 
+#include "camera/onvif/PtzDefaults.h"
+
 #include <array>
 #include <map>
 #include <optional>
@@ -84,6 +86,7 @@ struct MediaSettings {
     std::vector<MediaProfile> profiles;
     std::array<EncoderSettings, 2> encoders;
     MetadataSettings metadata;
+    PtzDefaults ptz;
     std::map<std::string, std::string> names; ///< of all configurations, by their tokens
 };
 

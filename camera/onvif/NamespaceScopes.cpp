@@ -37,6 +37,7 @@ Rows messageRows()
         {"wstop", "http://docs.oasis-open.org/wsn/t-1"},
         {"wsrf-bf", "http://docs.oasis-open.org/wsrf/bf-2"},
         {"wsrf-r", "http://docs.oasis-open.org/wsrf/r-2"},
+        {"tptz", "http://www.onvif.org/ver20/ptz/wsdl"},
     };
     rows.insert(rows.end(), more.begin(), more.end());
     return rows;

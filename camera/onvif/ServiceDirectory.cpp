@@ -9,7 +9,10 @@ void ServiceDirectory::add(ServiceEntry entry, Operations& operations)
 {
     const std::string prefix = entry.prefix + ":";
     operations.add(prefix + "GetServiceCapabilities", AccessClass::preAuth,
-                   [prefix, fill = entry.capabilities](const Call& /*call*/) {
+                   [prefix, fill = entry.capabilities, missing = entry.missing](const Call& /*call*/) {
+                       if (const auto fault = missing ? missing() : std::nullopt) {
+                           throw Fault(*fault);
+                       }
                        Answer answer((prefix + "GetServiceCapabilitiesResponse").c_str());
                        fill(answer.body().append_child((prefix + "Capabilities").c_str()));
                        return answer;
@@ -19,8 +22,9 @@ void ServiceDirectory::add(ServiceEntry entry, Operations& operations)
 
 const ServiceEntry* ServiceDirectory::find(const std::string& category) const
 {
-    const auto found = std::find_if(_all.begin(), _all.end(),
-                                    [&category](const ServiceEntry& entry) { return entry.category == category; });
+    const auto found = std::find_if(_all.begin(), _all.end(), [&category](const ServiceEntry& entry) {
+        return entry.category == category && entry.isThere();
+    });
     return found == _all.end() ? nullptr : &*found;
 }
 

@@ -5,6 +5,7 @@
 #include <pugixml.hpp>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,11 @@ struct ServiceEntry {
     /// Its name in the answer to GetCapabilities, and what stands there behind its address; empty: not told there.
     std::string category = {};
     std::function<void(pugi::xml_node)> categoryContent = {};
+
+    /// Why the device does not have the service now; nothing: it has. Empty: it always has.
+    std::function<std::optional<Fault>()> missing = {};
+
+    bool isThere() const { return !missing || !missing(); }
 };
 
 /// The services that this device has. Services enter themselves before the first request.
@@ -31,9 +37,10 @@ public:
     /// Adds a service, and its operation GetServiceCapabilities to the operations.
     void add(ServiceEntry entry, Operations& operations);
 
+    /// Also those that the device does not have now.
     const std::vector<ServiceEntry>& all() const { return _all; }
 
-    /// Null when there is none.
+    /// Null when the device has none.
     const ServiceEntry* find(const std::string& category) const;
 
 private:

@@ -14,6 +14,7 @@ TEST(MediaSettingsTest, comeBackFromTheirDocument)
     settings.encoders[0] = {PictureSize{640, 360}, 12.5, 64, 1, "Baseline"};
     settings.encoders[1] = {std::nullopt, std::nullopt, 16384, 300, "High"};
     settings.metadata = {false, false, true, true, true};
+    settings.ptz = {space::kDegrees, space::kTranslation, 0.5, 0.25, std::chrono::milliseconds(100)};
     settings.names["VideoSource_1"] = "gate";
     const auto read = parseMediaSettings(format(settings));
     ASSERT_TRUE(read);
@@ -39,7 +40,9 @@ TEST(MediaSettingsTest, areNotReadOfWhatIsNoneOfTheirDocuments)
          {std::string(), std::string("[]"), std::string("{}"), std::string("null"), changed("Profile_2", "Profile_1"),
           changed("\"Profile_1\"", "\"\""), changed("\"VideoEncoder_1\"", "\"VideoEncoder_3\""),
           changed("\"Main\"", "\"Best\""), changed("\"gov_length\":50", "\"gov_length\":0"), changed("640", "\"a\""),
-          changed("\"gzip\":false", "\"gzip\":0"), changed("\"PTZ_1\":\"PTZ\"", "\"PTZ_2\":\"PTZ\"")}) {
+          changed("\"gzip\":false", "\"gzip\":0"), changed("\"zoom_speed\":1", "\"zoom_speed\":2"),
+          changed("TranslationSpaceFov", "PositionGenericSpace"), changed("60000", "50"),
+          changed("\"PTZ_1\":\"PTZ\"", "\"PTZ_2\":\"PTZ\"")}) {
         EXPECT_FALSE(parseMediaSettings(document)) << document;
     }
     MediaSettings many;

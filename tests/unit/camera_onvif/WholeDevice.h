@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FakeAnalyticsService.h"
+#include "FakePtz.h"
 #include "KeptInMemory.h"
 #include "camera/onvif/AnalyticsService.h"
 #include "camera/onvif/DeviceIo.h"
@@ -8,6 +9,7 @@
 #include "camera/onvif/EventService.h"
 #include "camera/onvif/ImagingService.h"
 #include "camera/onvif/MediaService.h"
+#include "camera/onvif/PtzService.h"
 
 #include <string>
 #include <utility>
@@ -27,6 +29,10 @@ public:
         _mediaService.addTo(operations, services);
         _analyticsService.addTo(operations, services);
         _imagingService.addTo(operations, services);
+        _ptz.moves = moves;
+        _ptz.view.tours = {{"Round", {PtzStop{"Gate"}}}};
+        _ptz.view.runningTour = "Round";
+        _ptzService.addTo(operations, services);
         addDeviceIo(operations, services);
         _eventService.addTo(operations, services);
     }
@@ -105,6 +111,9 @@ private:
     AnalyticsService _analyticsService;
     MediaService _mediaService;
     EventService _eventService;
+    FakePtz _ptz;
+    KeptInMemory<PtzSettings> _ptzSettings{{PtzPlace(), {}, {}}};
+    PtzService _ptzService{_mediaSettings, _ptzSettings, _ptz.actions(), {}};
     ImagingService _imagingService{{[](const auto& answer) { answer(IrCutFilter::automatic); },
                                     [](IrCutFilter, const Done& done) { done(std::nullopt); }}};
 };
