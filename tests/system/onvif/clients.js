@@ -1,6 +1,6 @@
 // A camera through a client of npm: connects with its own functions and prints what it found, then does what standard
-// input says, one line {"operation", "content"} after the other, as the client's own messages to the analytics service.
-// Prints one line of JSON for each; a refusal is {"error"}.
+// input says, one line after the other: {"operation", "content"} as the client's own message to the analytics service,
+// {"ptz", "options"} with the client's own function. Prints one line of JSON for each; a refusal is {"error"}.
 //
 // usage: node clients.js CLIENT HOST PORT USER PASSWORD   (in a folder in which the clients are installed)
 'use strict';
@@ -10,7 +10,13 @@ const [name, host, port, user, password] = process.argv.slice(2);
 const installed = (module) => require(path.join(process.cwd(), 'node_modules', module));
 const TAN = 'http://www.onvif.org/ver20/analytics/wsdl';
 
+const PROFILE = 'Profile_1';
+const list = (some) => (some === undefined ? [] : [].concat(some));
+const vector = ({ x, y, zoom }) => ({ x, y, z: zoom });
+const named = (preset) => ({ token: preset.$.token, name: preset.Name || preset.name });
+
 // Each: connect() gives what it found; call(operation, content) gives the answer's text. The content writes "tan:".
+// ptz has the same functions for each client; a place, way or speed is {x, y, zoom}, a timeout seconds.
 const clients = {
     onvif() {
         const { Cam } = installed('onvif');
@@ -34,6 +40,20 @@ const clients = {
                 camera._request({ service: 'analytics', body: body + camera._envelopeFooter() },
                     (error, data, xml) => (error ? failed(error) : done(xml)));
             }),
+            ptz: (name, options) => new Promise((done, failed) => {
+                const [method, given, read] = {
+                    absoluteMove: () => ['absoluteMove', options],
+                    relativeMove: () => ['relativeMove', options],
+                    continuousMove: () => ['continuousMove', { ...options, timeout: 1000 * options.timeout }],
+                    stop: () => ['stop', {}],
+                    setPreset: () => ['setPreset', { presetName: options },
+                        (data) => data[0].setPresetResponse[0].presetToken[0]],
+                    presets: () => ['getPresets', {}, (found) => Object.values(found).map(named)],
+                    gotoPreset: () => ['gotoPreset', { preset: options }],
+                    removePreset: () => ['removePreset', { presetToken: options }],
+                }[name]();
+                camera[method](given, (error, data) => (error ? failed(error) : done(read ? read(data) : 'done')));
+            }),
         };
     },
     'node-onvif'() {
@@ -55,6 +75,20 @@ const clients = {
                 const message = soap.createRequestSoap({ body, xmlns: [`xmlns:tan="${TAN}"`], diff: device.time_diff, user, pass: password });
                 return (await soap.requestCommand(require('url').parse(address.href), operation, message)).soap;
             },
+            ptz: async (name, options) => {
+                const [method, given, read] = {
+                    absoluteMove: () => ['absoluteMove', { Position: vector(options) }],
+                    relativeMove: () => ['relativeMove', { Translation: vector(options) }],
+                    continuousMove: () => ['continuousMove', { Velocity: vector(options), Timeout: options.timeout }],
+                    stop: () => ['stop', { PanTilt: true, Zoom: true }],
+                    setPreset: () => ['setPreset', { PresetName: options }, (data) => data.SetPresetResponse.PresetToken],
+                    presets: () => ['getPresets', {}, (data) => list(data.GetPresetsResponse.Preset).map(named)],
+                    gotoPreset: () => ['gotoPreset', { PresetToken: options }],
+                    removePreset: () => ['removePreset', { PresetToken: options }],
+                }[name]();
+                const { data } = await device.services.ptz[method]({ ProfileToken: PROFILE, ...given });
+                return read ? read(data) : 'done';
+            },
         };
     },
     'onvif-nvt'() {
@@ -69,6 +103,20 @@ const clients = {
                 };
             },
             call: async (operation, content) => (await camera.analytics.buildRequest(operation, content)).soap,
+            ptz: async (name, options) => {
+                const [method, given, read] = {
+                    absoluteMove: () => ['absoluteMove', [vector(options)]],
+                    relativeMove: () => ['relativeMove', [vector(options)]],
+                    continuousMove: () => ['continuousMove', [vector(options), options.timeout]],
+                    stop: () => ['stop', [true, true]],
+                    setPreset: () => ['setPreset', [null, options], (data) => data.SetPresetResponse.PresetToken],
+                    presets: () => ['getPresets', [], (data) => list(data.GetPresetsResponse.Preset).map(named)],
+                    gotoPreset: () => ['gotoPreset', [options]],
+                    removePreset: () => ['removePreset', [options]],
+                }[name]();
+                const { data } = await camera.ptz[method](PROFILE, ...given);
+                return read ? read(data) : 'done';
+            },
         };
     },
 };
@@ -87,9 +135,9 @@ const say = (object) => process.stdout.write(`${JSON.stringify(object)}\n`);
         process.exit(0);
     }
     for await (const line of readline.createInterface({ input: process.stdin })) {
-        const { operation, content } = JSON.parse(line);
+        const { operation, content, ptz, options } = JSON.parse(line);
         try {
-            say({ answer: await client.call(operation, content) });
+            say({ answer: ptz ? await client.ptz(ptz, options) : await client.call(operation, content) });
         } catch (error) {
             say(told(error));
         }

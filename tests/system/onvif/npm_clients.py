@@ -46,11 +46,17 @@ class Client:
         self.found = json.loads(self.process.stdout.readline())
 
     def call(self, operation, content=""):
-        self.process.stdin.write(json.dumps({"operation": operation, "content": TOKEN + content}) + "\n")
+        return self.ask({"operation": operation, "content": TOKEN + content})
+
+    def ptz(self, function, options=None):
+        return self.ask({"ptz": function, "options": options})
+
+    def ask(self, line):
+        self.process.stdin.write(json.dumps(line) + "\n")
         self.process.stdin.flush()
         said = json.loads(self.process.stdout.readline())
         if "error" in said:
-            raise AssertionError(f"{operation}: {said['error']}")
+            raise AssertionError(f"{line}: {said['error']}")
         return said["answer"]
 
     def end(self):
@@ -121,6 +127,38 @@ class NpmClients(kit.CameraTest):
         self.assertNotIn("<tan:Rule ", client.call("GetRules"))
         self.assertIn("CellMotionDetector", client.call("GetSupportedRules"))
 
+    def place(self):
+        """Where the camera looks, in degrees and magnification, as its own command line tells it, once it stands."""
+
+        def standing():
+            lines = [json.loads(line) for line in self.camera.command("status", "--json").splitlines()]
+            found = next(line for line in lines if line.get("part") == "position")
+            return not found.get("moving") and found
+
+        found = kit.eventually(standing, "a camera that stands")
+        return [round(found[axis], 1) for axis in ("pan", "tilt", "zoom")]
+
+    def drives(self, name):
+        client = self.client(name)
+        client.ptz("absoluteMove", {"x": 0.1, "y": 0.2, "zoom": 1})
+        self.assertEqual(self.place(), [18, 18, 30])
+        client.ptz("relativeMove", {"x": 0.0, "y": 0.0, "zoom": -1})
+        self.assertEqual(self.place(), [18, 18, 1])
+        client.ptz("continuousMove", {"x": 0.2, "y": 0.1, "zoom": 0.1, "timeout": 60})
+        kit.eventually(lambda: "moving" in self.camera.command("status"), "a camera that moves")
+        client.ptz("stop")
+        self.assertGreater(self.place()[0], 18)
+        token = client.ptz("setPreset", "Corner of " + name)
+        self.assertEqual(token, "Corner of " + name)
+        self.assertIn({"token": token, "name": token}, client.ptz("presets"))
+        there = self.place()
+        client.ptz("gotoPreset", "Gate")
+        self.assertEqual(self.place(), [350, 5, 1.5])
+        client.ptz("gotoPreset", token)
+        self.assertEqual(self.place(), there)
+        client.ptz("removePreset", token)
+        self.assertEqual(sorted(each["token"] for each in client.ptz("presets")), ["Door", "Gate"])
+
 
 def make(name):
     def connects(self):
@@ -129,7 +167,11 @@ def make(name):
     def lives(self):
         self.lives(name)
 
+    def drives(self):
+        self.drives(name)
+
     word = name.replace("-", "_")
+    setattr(NpmClients, f"test_{word}_moves_stops_and_keeps_presets", drives)
     setattr(NpmClients, f"test_{word}_connects", connects)
     setattr(NpmClients, f"test_{word}_creates_changes_moves_and_deletes_at_two_presets", lives)
 

@@ -27,6 +27,7 @@ SERVICES = {
     "rules": ("ver20/analytics/wsdl/analytics.wsdl", f"{{{kit.TAN}}}RuleEngineBinding", "analytics"),
     "modules": ("ver20/analytics/wsdl/analytics.wsdl", f"{{{kit.TAN}}}AnalyticsEngineBinding", "analytics"),
     "imaging": ("ver20/imaging/wsdl/imaging.wsdl", "{http://www.onvif.org/ver20/imaging/wsdl}ImagingBinding", "imaging"),
+    "ptz": ("ver20/ptz/wsdl/ptz.wsdl", "{http://www.onvif.org/ver20/ptz/wsdl}PTZBinding", "ptz"),
     "deviceio": ("ver10/deviceio.wsdl", "{http://www.onvif.org/ver10/deviceIO/wsdl}DeviceIOBinding", "deviceio"),
 }
 
