@@ -231,6 +231,7 @@ MediaDifference differenceOf(const MediaSettings& before, const MediaSettings& a
         return std::pair(name != settings.names.end() ? name->second : "",
                          kind == MediaKind::videoEncoder ? jsonOf(encoderOf(settings, token))
                          : kind == MediaKind::metadata   ? jsonOf(settings.metadata)
+                         : kind == MediaKind::ptz        ? jsonOf(settings.ptz)
                                                          : nothing);
     };
     for (const MediaKindNames& each : kMediaKinds) {

@@ -57,7 +57,7 @@ private:
         }
         std::ostringstream line;
         line << what;
-        (line << ... << (" " + text(arguments)));
+        ((line << ' ' << text(arguments)), ...);
         _mover.asked.add(line.str());
     }
     static std::string text(const std::string& value) { return value; }

@@ -26,6 +26,15 @@ TEST(MediaSettingsTest, comeBackFromTheirDocument)
     EXPECT_EQ("gate", read->names.at("VideoSource_1"));
 }
 
+TEST(MediaSettingsTest, tellThatThePtzConfigurationIsAnother)
+{
+    MediaSettings changed;
+    changed.ptz.timeout = std::chrono::milliseconds(500);
+    const MediaDifference difference = differenceOf(MediaSettings(), changed);
+    ASSERT_EQ(1U, difference.configurations.size());
+    EXPECT_EQ(std::pair(std::string("PTZ_1"), MediaKind::ptz), difference.configurations.front());
+}
+
 TEST(MediaSettingsTest, areNotReadOfWhatIsNoneOfTheirDocuments)
 {
     const std::string good = format(MediaSettings());
