@@ -70,6 +70,7 @@ public:
     void look();
     void tell(onvif::DiscoveryFacts facts);
     void end();
+    void close();
     void answer(OfLink& from, const std::string& datagram, const udp::endpoint& sender);
 
 private:
@@ -248,11 +249,17 @@ void DiscoverySocket::Sockets::end()
     if (_discovery.discoverable()) {
         sayBye();
     }
-    for (const std::shared_ptr<OfLink>& link : std::exchange(_links, {})) {
+    close();
+}
+
+/// No handler of a link asks this object afterwards.
+void DiscoverySocket::Sockets::close()
+{
+    for (const std::shared_ptr<OfLink>& link : _links) {
         link->close();
     }
+    _links.clear();
     _ended = true;
-    _timer.cancel();
 }
 
 DiscoverySocket::DiscoverySocket(asio::io_context& context, onvif::Discovery discovery, Place place)
@@ -263,7 +270,7 @@ DiscoverySocket::DiscoverySocket(asio::io_context& context, onvif::Discovery dis
 
 DiscoverySocket::~DiscoverySocket()
 {
-    _sockets->end();
+    _sockets->close();
 }
 
 void DiscoverySocket::tell(onvif::DiscoveryFacts facts)

@@ -36,6 +36,7 @@ public:
 
     /// Says hello.
     DiscoverySocket(boost::asio::io_context& context, onvif::Discovery discovery, Place place);
+    /// Says nothing: end() does.
     ~DiscoverySocket();
     DiscoverySocket(const DiscoverySocket&) = delete;
     DiscoverySocket& operator=(const DiscoverySocket&) = delete;

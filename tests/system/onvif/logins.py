@@ -1,4 +1,5 @@
 """Clients log in with each kind of credentials, and read what they need to connect."""
+import datetime
 import unittest
 
 import kit
