@@ -213,7 +213,7 @@ public:
         put(node, "wsd:MetadataVersion", std::to_string(owner._version));
     }
 
-    /// With as many scopes as have room. Nothing when it is larger without any.
+    /// With as many scopes as the datagram can hold. Nothing when it is larger without any.
     std::optional<std::string> text(const std::vector<std::string>& scopes, std::size_t mostBytes)
     {
         declareUsed(_document.document_element(), discoveryNames());

@@ -18,7 +18,7 @@ namespace camera::onvif {
 using SharedNotification = std::shared_ptr<const Notification>;
 using SharedNotifications = std::vector<SharedNotification>;
 
-/// The messages that wait for one subscriber. The oldest one goes for a new one when there is no more room.
+/// The messages that wait for one subscriber. A queue that is full drops its oldest one for a new one.
 class NotificationQueue {
 public:
     explicit NotificationQueue(std::size_t most) : _most(most) {}

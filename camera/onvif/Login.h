@@ -6,7 +6,7 @@
 
 namespace camera::onvif {
 
-/// What came of a login. Whoever sends wrong credentials learns nothing else: whether the user exists and whether the
+/// What came of a login. A client with wrong credentials learns nothing else: whether the user exists and whether the
 /// rest would have been right is told only to those who know the password.
 enum class LoginOutcome {
     ok,

@@ -168,7 +168,7 @@ void Users::remove(const std::vector<std::string>& names)
     take(std::move(next));
 }
 
-// Whoever may change users must be able to log in, also after this change.
+// A user who may change users must be able to log in, also after this change.
 void Users::take(std::vector<User> users)
 {
     if (std::none_of(users.begin(), users.end(),

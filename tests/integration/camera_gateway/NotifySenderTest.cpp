@@ -1,4 +1,4 @@
-// Messages to consumers that take them, and to those that harm whoever they can.
+// Messages to consumers that take them, and to those that want to harm.
 #include "camera/gateway/NotifySender.h"
 
 #include "camera/base/ListeningSocket.h"
