@@ -369,7 +369,6 @@ void EventService::pull(const Shared& call, const Reply& reply)
     }
     endPull(subscription);
     const Time now = _clocks.steady();
-    subscription.ends = std::max(subscription.ends, now + subscription.lifetime);
     const WaitingPull made{call, reply, std::min(static_cast<std::size_t>(most), _limits.inOneAnswer), now + *timeout,
                            ++_pulls};
     if (!subscription.queue.empty() || *timeout == milliseconds(0)) {
