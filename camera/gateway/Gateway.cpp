@@ -78,11 +78,15 @@ Gateway::Gateway(GatewayOptions options)
       _administrator(_state.firstAdministrator()),
       _bus(options.bus, kProcess),
       _link(_bus, _context),
+      _eventLink(_bus, _link, _context, eventHooks()),
+      _notifySender(_context),
+      _eventTimer(_context),
       _deviceService(facts(), _state.users(), _state.device(), deviceActions(options.log), {}),
       _analyticsService(analyticsActions(_link), _state.intended()),
       _mediaService(_state.media(), mediaActions()),
       _imagingService(imagingActions(_link, _state.filter())),
       _ptzService(_state.media(), _state.ptz(), ptzActions(_link), {}),
+      _eventService(eventActions()),
       _soap(_operations, _state.users().value(), onvif::DigestAccess(kRealm))
 {
     if (!options.check.empty()) {
@@ -90,6 +94,11 @@ Gateway::Gateway(GatewayOptions options)
     }
     addServices();
     const std::string bound = base::addressOf(listenerOf(options));
+    _state.whenMediaChanged([this](const onvif::MediaSettings& before, const onvif::MediaSettings& after) {
+        for (const onvif::Notification& event : onvif::mediaEvents(before, after)) {
+            _eventLink.tell(event);
+        }
+    });
     listen(std::move(options.http), std::move(options.https), options.state);
     if (options.discovery && !base::isOfThisComputer(bound)) {
         beFound(bound, options.advertisedHost);
@@ -130,6 +139,7 @@ void Gateway::endRequests()
         if (_discovery) {
             _discovery->end();
         }
+        _eventService.end();
         _http->end([ended] { ended->set_value(); });
     });
     ended->get_future().wait_for(CameraLink::kLimit); // by then the bus answers all
@@ -210,6 +220,38 @@ onvif::MediaActions Gateway::mediaActions()
     return actions;
 }
 
+EventLink::Hooks Gateway::eventHooks()
+{
+    EventLink::Hooks hooks;
+    hooks.tell = [this](const onvif::Notification& event) { _eventService.tell(event); };
+    hooks.nameOfPreset = [this](const std::string& token) {
+        const auto& names = _state.ptz().value().presetNames;
+        const auto found = names.find(token);
+        return found != names.end() ? found->second : token;
+    };
+    return hooks;
+}
+
+onvif::EventActions Gateway::eventActions()
+{
+    onvif::EventActions actions;
+    actions.live = [this](const auto& then) { then(_eventLink.live()); };
+    actions.view = analyticsActions(_link).view;
+    actions.push = [this](const onvif::PushMessage& message, const onvif::Done& done) {
+        _notifySender.post(message, done);
+    };
+    actions.wakeAt = [this](std::chrono::steady_clock::time_point time) {
+        _eventTimer.expires_at(time);
+        _eventTimer.async_wait([this](boost::system::error_code replaced) {
+            if (!replaced) {
+                _eventService.wake();
+            }
+        });
+    };
+    actions.log = [](const std::string& line) { base::Log::instance().write(base::LogLevel::info, kProcess, line); };
+    return actions;
+}
+
 /// Each service of the device adds itself here.
 void Gateway::addServices()
 {
@@ -218,6 +260,7 @@ void Gateway::addServices()
     _analyticsService.addTo(_operations, _directory);
     _imagingService.addTo(_operations, _directory);
     _ptzService.addTo(_operations, _directory);
+    _eventService.addTo(_operations, _directory);
     onvif::addDeviceIo(_operations, _directory);
 }
 

@@ -5,10 +5,13 @@
 #include "camera/gateway/AnswerCheck.h"
 #include "camera/gateway/CameraLink.h"
 #include "camera/gateway/DiscoverySocket.h"
+#include "camera/gateway/EventLink.h"
 #include "camera/gateway/GatewayState.h"
 #include "camera/gateway/HttpServer.h"
+#include "camera/gateway/NotifySender.h"
 #include "camera/onvif/AnalyticsService.h"
 #include "camera/onvif/DeviceService.h"
+#include "camera/onvif/EventService.h"
 #include "camera/onvif/ImagingService.h"
 #include "camera/onvif/MediaService.h"
 #include "camera/onvif/Operations.h"
@@ -19,6 +22,7 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ssl/context.hpp>
+#include <boost/asio/steady_timer.hpp>
 
 #include <filesystem>
 #include <functional>
@@ -68,6 +72,8 @@ private:
     onvif::DeviceFacts facts() const;
     onvif::DeviceActions deviceActions(std::function<std::string()> log);
     onvif::MediaActions mediaActions();
+    onvif::EventActions eventActions();
+    EventLink::Hooks eventHooks();
     void addServices();
     onvif::DiscoveryFacts discoveryFacts();
     std::vector<std::string> addressesOf(const std::string& host) const;
@@ -88,6 +94,9 @@ private:
     const std::string _administrator; ///< a name at the start
     bus::Connection _bus;
     CameraLink _link;
+    EventLink _eventLink;
+    NotifySender _notifySender;
+    boost::asio::steady_timer _eventTimer;
     onvif::Operations _operations;
     onvif::ServiceDirectory _directory;
     onvif::DeviceService _deviceService;
@@ -95,6 +104,7 @@ private:
     onvif::MediaService _mediaService;
     onvif::ImagingService _imagingService;
     onvif::PtzService _ptzService;
+    onvif::EventService _eventService;
     onvif::SoapService _soap;
     std::optional<AnswerCheck> _check;
     std::optional<boost::asio::ssl::context> _tls;

@@ -15,6 +15,7 @@
 #include <map>
 #include <optional>
 #include <string_view>
+#include <sys/socket.h>
 #include <type_traits>
 #include <utility>
 
@@ -198,10 +199,33 @@ private:
         request.authorization = std::string(message[http::field::authorization]);
         request.body = std::move(message.body());
         request.peer = _place->address();
+        request.whenGone = [weak = this->weak_from_this()](std::function<void()> gone) {
+            if (const auto self = weak.lock()) {
+                self->_gone = std::move(gone);
+                self->watch();
+            }
+        };
         // The context outlives the session: its answer may come from another thread.
         _place->all().handler(request, [self = this->shared_from_this()](HttpAnswer answer) {
             asio::dispatch(self->_place->all().context,
                            [self, answer = std::move(answer)]() mutable { self->write(std::move(answer)); });
+        });
+    }
+
+    /// Looks whether the client ends the connection while it waits for its answer.
+    void watch()
+    {
+        lowest().socket().async_wait(tcp::socket::wait_read, [self = this->shared_from_this()](auto ended) {
+            if (ended || !self->_gone) {
+                return;
+            }
+            char byte = 0;
+            const ssize_t count = ::recv(self->lowest().socket().native_handle(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+            if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+                self->watch();
+            } else if (count <= 0) {
+                std::exchange(self->_gone, {})();
+            } // else it sends its next request, and what comes behind that is not seen
         });
     }
 
@@ -239,6 +263,10 @@ private:
 
     void write(HttpAnswer answer)
     {
+        if (std::exchange(_gone, {})) {
+            beast::error_code failed;
+            lowest().socket().cancel(failed); // watch()
+        }
         _answer = {static_cast<http::status>(answer.status), _version};
         _answer.keep_alive(_keepAlive);
         if (!answer.contentType.empty()) {
@@ -313,6 +341,7 @@ private:
     bool _draining = false;
     unsigned int _version = 11;
     std::optional<Connections::Waiting> _waiting;
+    std::function<void()> _gone; ///< to be called when the client ends the connection
     std::array<char, 4096> _unread{};
 };
 

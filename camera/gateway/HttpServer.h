@@ -25,8 +25,8 @@ namespace camera::gateway {
  *
  * Everything happens on the thread that runs the io_context. A client that is slow, sends too much or too many
  * requests costs no other client anything: its connection is closed, with an answer where it can still read one. How
- * long the handler takes to answer is not limited; a client that leaves meanwhile is noticed when the answer is
- * written.
+ * long the handler takes to answer is not limited. A client that leaves meanwhile is noticed when the answer is
+ * written, or at once where the handler asks for that (HttpRequest::whenGone).
  */
 class HttpServer {
 public:

@@ -11,6 +11,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
 
+#include <atomic>
 #include <future>
 #include <mutex>
 #include <optional>
@@ -112,6 +113,39 @@ TEST_F(HttpServerTest, endsAConnectionThatTheClientWantsToEnd)
     client.send("GET / HTTP/1.1\r\nConnection: close\r\n\r\n");
     EXPECT_THAT(client.readAll(), HasSubstr("Connection: close\r\n"));
     EXPECT_TRUE(kit::eventually([this] { return connections() == 0; }));
+}
+
+TEST_F(HttpServerTest, tellsAHandlerThatWantsToKnowWhenItsClientGoes)
+{
+    std::promise<void> gone;
+    std::promise<HttpServer::Reply> asked;
+    serveLater([&](const HttpRequest& request, const HttpServer::Reply& reply) {
+        request.whenGone([&gone] { gone.set_value(); });
+        asked.set_value(reply);
+    });
+    std::optional<HttpClient> client(_port);
+    client->send(kGet);
+    auto reply = asked.get_future();
+    ASSERT_EQ(reply.wait_for(kit::kPatience), std::future_status::ready);
+    client.reset();
+    ASSERT_EQ(gone.get_future().wait_for(kit::kPatience), std::future_status::ready);
+    reply.get()(text("too late"));
+    EXPECT_TRUE(kit::eventually([this] { return connections() == 0; }));
+}
+
+TEST_F(HttpServerTest, aClientThatStaysGetsItsAnswersWhileItIsWatched)
+{
+    std::atomic<int> gone{0};
+    serveLater([&](const HttpRequest& request, const HttpServer::Reply& reply) {
+        request.whenGone([&gone] { ++gone; });
+        boost::asio::post(_context, [reply, target = request.target] { reply(text(target)); });
+    });
+    HttpClient client(_port);
+    EXPECT_THAT(client.ask("GET /1 HTTP/1.1\r\n\r\nGET /2 HTTP/1.1\r\n\r\n"), HasSubstr("\r\n\r\n/1"));
+    EXPECT_THAT(client.readAnswer(), HasSubstr("\r\n\r\n/2"));
+    EXPECT_THAT(client.ask("GET /3 HTTP/1.1\r\nConnection: close\r\n\r\n"), HasSubstr("\r\n\r\n/3"));
+    EXPECT_TRUE(kit::eventually([this] { return connections() == 0; }));
+    EXPECT_EQ(gone, 0);
 }
 
 TEST_F(HttpServerTest, givesAHeadRequestNoBody)
