@@ -58,7 +58,8 @@ SoapService::SoapService(const Operations& operations, const Users& users, Diges
 void SoapService::handle(const HttpRequest& request, const Answered& answered)
 {
     if (!isSoapAddress(request.target)) {
-        answered(plain(404, std::string("There is nothing here; the device service is at ") + kDeviceServicePath + "."));
+        answered(
+            plain(404, std::string("There is nothing here; the device service is at ") + kDeviceServicePath + "."));
         return;
     }
     if (request.method != "POST") {
