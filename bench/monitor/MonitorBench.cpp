@@ -22,7 +22,8 @@ Engines engines(bool watched)
         engine = std::make_shared<kit::FakeEngine>("Empty");
         if (watched) {
             engine = std::make_shared<camera::framework::EngineMonitor>(
-                engine, std::make_shared<camera::framework::EngineRecord>("Empty", nullptr));
+                engine,
+                std::make_shared<camera::framework::EngineRecord>("Empty", camera::framework::EngineListeners()));
         }
     }
     return all;
