@@ -126,7 +126,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     camera::serviceapi::ServedTargets targets;
     // The device owns its target.
     targets.add(kService, boost::shared_ptr<RavelApiAnalyticsTargetImplBase>(&device.target(), [](auto*) {}));
-    TargetClient client(control, targets, kService);
+    TargetClient client(control, targets, kService, [] {});
     for (const std::string& record : fuzz::splitRecords(data, size)) {
         play(client, record);
     }
