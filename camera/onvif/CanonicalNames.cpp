@@ -5,9 +5,12 @@
 #include "camera/base/Words.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -138,6 +141,7 @@ private:
         std::vector<pugi::xml_attribute> declarations;
         for (pugi::xml_attribute attribute : node.attributes()) {
             if (isDeclaration(attribute.name())) {
+                refuseEmpty(attribute, node);
                 declarations.push_back(attribute);
             } else {
                 renameAttribute(node, name, attribute);
@@ -158,15 +162,40 @@ private:
         for (const pugi::xml_attribute& declaration : declarations) {
             node.remove_attribute(declaration);
         }
+        keepWithoutNamespace();
         for (const auto& [prefix, uri] : std::exchange(_carried, {})) {
             node.append_attribute(prefix.empty() ? "xmlns" : ("xmlns:" + prefix).c_str()).set_value(uri.c_str());
+        }
+    }
+
+    /// Only the default may be taken back (Namespaces in XML 1.0, section 5).
+    void refuseEmpty(const pugi::xml_attribute& declaration, const pugi::xml_node& node) const
+    {
+        if (std::string_view(declaration.name()) != "xmlns" && std::string_view(declaration.value()).empty()) {
+            refuse(_text,
+                   "the element '" + std::string(node.name()) + "' declares '" + declaration.name() +
+                       "' as an empty namespace; only xmlns may be empty",
+                   node.offset_debug());
         }
     }
 
     void leave()
     {
         _scopes.leave();
+        _hasDefault.pop_back();
         --_depth;
+    }
+
+    /// What its author took out of the default namespace that is carried stays out of it.
+    void keepWithoutNamespace()
+    {
+        const bool inherited = !_hasDefault.empty() && _hasDefault.back();
+        const bool own = _carried.count("") != 0;
+        const bool takenOut = inherited && !own && !_scopes.find("");
+        if (takenOut) {
+            _carried[""] = "";
+        }
+        _hasDefault.push_back(own || (inherited && !takenOut));
     }
 
     void renameAttribute(const pugi::xml_node& node, const std::string& element, pugi::xml_attribute attribute)
@@ -232,6 +261,7 @@ private:
     const std::size_t _mostDeep;
     NamespaceScopes _scopes;
     std::size_t _depth = 0;
+    std::vector<bool> _hasDefault; ///< of each element within the other, whether it stands in a default that is carried
     std::map<std::string, std::string> _carried; ///< what the element that is entered must declare itself
 };
 
@@ -239,14 +269,35 @@ private:
 
 namespace {
 
-/// Where a reference to the character 0 stands, which XML forbids and which would end a text for the parser.
-std::size_t nullReference(const std::string& text)
+/// The number that a reference has, at most one beyond what Unicode has.
+std::uint32_t characterOf(std::string_view digits, std::uint32_t base)
+{
+    constexpr std::uint32_t kBeyond = 0x110000;
+    std::uint32_t character = 0;
+    for (const char digit : digits) {
+        const int lower = std::tolower(static_cast<unsigned char>(digit));
+        character =
+            std::min(kBeyond, character * base + static_cast<std::uint32_t>(lower - (lower > '9' ? 'a' - 10 : '0')));
+    }
+    return character;
+}
+
+/// A control character passes: a rule that is stored with one stays readable.
+bool isCharacter(std::uint32_t character)
+{
+    return (character > 0 && character < 0xD800) || (character >= 0xE000 && character <= 0x10FFFF);
+}
+
+/// Where a reference to no character of Unicode stands. The parser takes it, some as the end of a text, because it
+/// counts in 32 bits.
+std::size_t wrongReference(const std::string& text)
 {
     for (std::size_t at = text.find("&#"); at != std::string::npos; at = text.find("&#", at + 2)) {
         const bool hexadecimal = text.compare(at + 2, 1, "x") == 0;
-        const std::size_t digits = at + (hexadecimal ? 3 : 2);
-        const std::size_t end = text.find_first_not_of('0', digits);
-        if (end != std::string::npos && end != digits && text[end] == ';') {
+        const std::size_t begin = at + (hexadecimal ? 3 : 2);
+        const std::size_t end = text.find_first_not_of(hexadecimal ? "0123456789abcdefABCDEF" : "0123456789", begin);
+        if (end != std::string::npos && end != begin && text[end] == ';' &&
+            !isCharacter(characterOf(std::string_view(text).substr(begin, end - begin), hexadecimal ? 16 : 10))) {
             return at;
         }
     }
@@ -257,8 +308,8 @@ std::size_t nullReference(const std::string& text)
 
 pugi::xml_document parsed(const std::string& text)
 {
-    if (const std::size_t at = nullReference(text); at != std::string::npos) {
-        refuse(text, "this is no well-formed XML: a reference to the character 0", static_cast<std::ptrdiff_t>(at));
+    if (const std::size_t at = wrongReference(text); at != std::string::npos) {
+        refuse(text, "this is no well-formed XML: a reference to no character", static_cast<std::ptrdiff_t>(at));
     }
     pugi::xml_document document;
     const pugi::xml_parse_result result =

@@ -95,6 +95,23 @@ TEST(CanonicalNames, letsForeignElementsCarryTheirOwnDeclaration)
         rewritten("<tt:Rule xmlns:m='urn:mine' Type='m:Mine'><tt:Parameters><m:Thing/></tt:Parameters></tt:Rule>"));
 }
 
+TEST(CanonicalNames, keepsOutOfACarriedDefaultWhatItsAuthorTookOutOfIt)
+{
+    const std::string begin = "<tt:Rule " + kTt + "><a xmlns=\"urn:mine\">";
+    const std::string end = "</a><f/></tt:Rule>";
+    const std::string text = begin + "<b xmlns=\"\"><c/></b><d xmlns=\"urn:mine\"/>" + end;
+    EXPECT_EQ(text, rewritten(begin + "<b xmlns=''><c/></b><d/>" + end));
+    EXPECT_EQ(text, rewritten(text));
+    EXPECT_EQ("<tt:Rule " + kTt + "><tt:a><b/></tt:a></tt:Rule>",
+              rewritten("<tt:Rule><a xmlns='http://www.onvif.org/ver10/schema'><b xmlns=''/></a></tt:Rule>"));
+}
+
+TEST(CanonicalNames, refusesAPrefixForTheEmptyNamespace)
+{
+    EXPECT_EQ("the element 'tt:Rule' declares 'xmlns:m' as an empty namespace; only xmlns may be empty",
+              refused("<tt:Rule " + kTt + " xmlns:m=''/>").what);
+}
+
 TEST(CanonicalNames, keepsTextAttributesAndCommentsOutOfIt)
 {
     EXPECT_EQ("<tt:Rule " + kTt + " Name=\"o:not a &lt;name>\"><tt:A>o:text &amp; more</tt:A></tt:Rule>",

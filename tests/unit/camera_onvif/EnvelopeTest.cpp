@@ -123,10 +123,19 @@ TEST(EnvelopeTest, refusesADoctypeButNotTheWordInAComment)
 {
     EXPECT_THAT(reasonOf("<!DOCTYPE a [<!ENTITY b 'c'>]>" + message("<a>&b;</a>")), HasSubstr("DOCTYPE"));
     EXPECT_EQ("accepted", reasonOf(message("<a/><!-- <!DOCTYPE -->")));
-    for (const char* const zero : {"&#0;", "&#x0;", "&#000;"}) {
-        EXPECT_THAT(reasonOf(message("<a>b" + std::string(zero) + "</a>")), HasSubstr("the character 0")) << zero;
+}
+
+TEST(EnvelopeTest, refusesAReferenceToNoCharacter)
+{
+    // The parser counts in 32 bits: 4294967296 would end the text, and 4294967361 would be an A.
+    for (const char* const none : {"&#0;", "&#x0;", "&#000;", "&#4294967296;", "&#4294967361;", "&#x100000041;",
+                                   "&#1114112;", "&#xD800;", "&#xdfff;", "&#99999999999999999999999999999999999999;"}) {
+        EXPECT_THAT(reasonOf(message("<a>b" + std::string(none) + "</a>")), HasSubstr("a reference to no character"))
+            << none;
+        EXPECT_THAT(reasonOf(message("<a b='" + std::string(none) + "'/>")), HasSubstr("a reference to no character"))
+            << none;
     }
-    EXPECT_EQ("accepted", reasonOf(message("<a>&#10;&#x100;&#;0</a>")));
+    EXPECT_EQ("accepted", reasonOf(message("<a>&#10;&#1;&#x100;&#xD7FF;&#xe000;&#x10FFFF;&#1114111;&#;0&#0</a>")));
 }
 
 TEST(EnvelopeTest, takesSixtyFourElementsWithinEachOther)
