@@ -12,6 +12,7 @@ namespace camera::onvif {
 namespace {
 
 constexpr const char* kSoap11 = "http://schemas.xmlsoap.org/soap/envelope/";
+constexpr const char* kFaultAction = "http://www.w3.org/2005/08/addressing/soap/fault"; // of all faults
 
 Fault unreadable(const std::string& reason)
 {
@@ -65,12 +66,18 @@ std::string message(const pugi::xml_document& body, const pugi::xml_document& he
            printed(body.document_element()) + "</env:Envelope>";
 }
 
-std::string message(const pugi::xml_document& body, const std::string& relatesTo)
+std::string message(const pugi::xml_document& body, const std::string& relatesTo, const std::string& action)
 {
     pugi::xml_document header;
-    if (!relatesTo.empty()) {
-        header.append_child("env:Header").append_child("wsa:RelatesTo").text().set(relatesTo.c_str());
-    }
+    const auto add = [&header](const char* name, const std::string& text) {
+        if (!text.empty()) {
+            const pugi::xml_node known = header.document_element();
+            pugi::xml_node blocks = known ? known : header.append_child("env:Header");
+            blocks.append_child(name).text().set(text.c_str());
+        }
+    };
+    add("wsa:RelatesTo", relatesTo);
+    add("wsa:Action", action);
     return message(body, header);
 }
 
@@ -105,6 +112,15 @@ Envelope::Envelope(const std::string& text) : _document(canonical(text))
     checkHeaders();
 }
 
+std::string Envelope::answerAction() const
+{
+    constexpr std::string_view kRequest = "Request";
+    const std::string action = base::trimmed(_header.child("wsa:Action").text().get());
+    const bool told = action.size() > kRequest.size() &&
+                      action.compare(action.size() - kRequest.size(), kRequest.size(), kRequest) == 0;
+    return told ? action.substr(0, action.size() - kRequest.size()) + "Response" : "";
+}
+
 void Envelope::checkHeaders() const
 {
     for (const pugi::xml_node& block : _header.children()) {
@@ -121,9 +137,9 @@ Answer::Answer(const std::string& name) : _body(_document.append_child("env:Body
 {
 }
 
-std::string Answer::text(const std::string& relatesTo)
+std::string Answer::text(const std::string& relatesTo, const std::string& action)
 {
-    return message(_document, relatesTo);
+    return message(_document, relatesTo, action);
 }
 
 std::string Answer::messageText(const std::string& to, const std::string& action)
@@ -151,7 +167,7 @@ std::string faultText(const Fault& fault, const std::string& relatesTo)
     if (!fault.detail.empty()) {
         body.append_child("env:Detail").append_buffer(fault.detail.data(), fault.detail.size());
     }
-    return message(document, relatesTo);
+    return message(document, relatesTo, relatesTo.empty() ? "" : kFaultAction);
 }
 
 } // namespace camera::onvif

@@ -31,6 +31,9 @@ public:
     /// The message's id, to be told in the answer; empty: none.
     std::string messageId() const { return _header.child("wsa:MessageID").text().get(); }
 
+    /// What an answer is, when the message tells what it is itself as the descriptions of events do; empty otherwise.
+    std::string answerAction() const;
+
     /// The credentials that the header carries, or a null node.
     pugi::xml_node usernameToken() const { return _header.child("wsse:Security").child("wsse:UsernameToken"); }
 
@@ -53,7 +56,8 @@ public:
     pugi::xml_node body() const { return _body; }
 
     /// The whole text, once. @param relatesTo  the id of the request; empty: it had none.
-    std::string text(const std::string& relatesTo);
+    /// @param action  what the answer is, see Envelope::answerAction().
+    std::string text(const std::string& relatesTo, const std::string& action = "");
 
     /// The whole text of a message that is no answer, with where it goes and what it is.
     std::string messageText(const std::string& to, const std::string& action);

@@ -318,18 +318,19 @@ Answer EventService::created(const Call& call, const std::string& id, const Even
 {
     EventSubscription& made = _subscriptions.emplace(id, wanted).first->second;
     made.reference = call.base + kServicePath + "/" + id;
-    made.ends = _clocks.steady() + made.lifetime;
     for (const Notification& notification : live) {
         if (made.wanted.have(notification)) {
             made.queue.add(std::make_shared<const Notification>(notification));
         }
     }
+    made.ends = _clocks.steady() + made.lifetime;
     planWake();
+    const Times times = timesOf(made);
     Answer answer = call.answer();
     const std::string prefix = made.consumer ? "wsnt:" : "tev:";
     put(answer.body().append_child((prefix + "SubscriptionReference").c_str()), "wsa:Address", made.reference);
-    put(answer.body(), "wsnt:CurrentTime", timeText(_clocks.steady()));
-    put(answer.body(), "wsnt:TerminationTime", timeText(made.ends));
+    put(answer.body(), "wsnt:CurrentTime", times.now);
+    put(answer.body(), "wsnt:TerminationTime", times.end);
     return answer;
 }
 
@@ -389,9 +390,10 @@ void EventService::answer(EventSubscription& subscription, const WaitingPull& pu
 {
     reportDropped(subscription);
     subscription.ends = std::max(subscription.ends, _clocks.steady() + subscription.lifetime);
+    const Times times = timesOf(subscription);
     Answer answer = pull.call->answer();
-    put(answer.body(), "tev:CurrentTime", timeText(_clocks.steady()));
-    put(answer.body(), "tev:TerminationTime", timeText(subscription.ends));
+    put(answer.body(), "tev:CurrentTime", times.now);
+    put(answer.body(), "tev:TerminationTime", times.end);
     for (const SharedNotification& each : subscription.queue.take(pull.most)) {
         putNotification(answer.body(), *each, "");
     }
@@ -443,9 +445,10 @@ Answer EventService::renew(const Call& call)
     subscription.lifetime = lifetimeIn(call.request(), "wsnt:TerminationTime", "wsnt:UnacceptableTerminationTimeFault");
     subscription.ends = _clocks.steady() + subscription.lifetime;
     planWake();
+    const Times times = timesOf(subscription);
     Answer answer = call.answer();
-    put(answer.body(), "wsnt:TerminationTime", timeText(subscription.ends));
-    put(answer.body(), "wsnt:CurrentTime", timeText(_clocks.steady()));
+    put(answer.body(), "wsnt:TerminationTime", times.end);
+    put(answer.body(), "wsnt:CurrentTime", times.now);
     return answer;
 }
 
@@ -586,11 +589,12 @@ Fault EventService::fault(const char* name, const std::string& reason, const std
     return fault;
 }
 
-/// The clock of the wall at a time of the steady one.
-std::string EventService::timeText(Time time) const
+/// Each clock is looked at once, and the end is not told earlier than it is: what a client asked for is what it reads.
+EventService::Times EventService::timesOf(const EventSubscription& subscription) const
 {
-    const auto ahead = std::chrono::duration_cast<milliseconds>(time - _clocks.steady());
-    return dateTimeText(std::chrono::floor<milliseconds>(_clocks.wall() + ahead));
+    const auto left = std::chrono::ceil<milliseconds>(subscription.ends - _clocks.steady());
+    const auto now = std::chrono::floor<milliseconds>(_clocks.wall());
+    return {dateTimeText(now), dateTimeText(now + left)};
 }
 
 /// How long a subscription shall last, said as a duration or as a time.
@@ -603,10 +607,12 @@ milliseconds EventService::lifetimeIn(const pugi::xml_node& parent, const char* 
     }
     std::optional<milliseconds> lifetime = parseDuration(text);
     if (const auto time = lifetime ? std::nullopt : parseDateTime(text)) {
-        lifetime = std::chrono::duration_cast<milliseconds>(*time - _clocks.wall());
+        lifetime = std::chrono::ceil<milliseconds>(*time - _clocks.wall());
     }
     if (!lifetime || *lifetime <= milliseconds(0) || *lifetime > _limits.lifetime) {
-        const auto inTime = [this](milliseconds ahead) { return timeText(_clocks.steady() + ahead); };
+        const auto inTime = [this](milliseconds ahead) {
+            return dateTimeText(std::chrono::floor<milliseconds>(_clocks.wall() + ahead));
+        };
         throw fault(refusal, std::string(name) + " is a duration like PT60S or a time to come, at most a day from now",
                     textElement("wsnt:MinimumTime", inTime(std::chrono::seconds(1))) +
                         textElement("wsnt:MaximumTime", inTime(_limits.lifetime)));

@@ -106,7 +106,12 @@ private:
     void planWake();
     void reportDropped(EventSubscription& subscription);
     Fault fault(const char* name, const std::string& reason, const std::string& more = "") const;
-    std::string timeText(Time time) const;
+    /// The clock of the wall now, and when a subscription ends.
+    struct Times {
+        std::string now;
+        std::string end;
+    };
+    Times timesOf(const EventSubscription& subscription) const;
     std::chrono::milliseconds lifetimeIn(const pugi::xml_node& parent, const char* name, const char* fault) const;
 
     const EventActions _actions;

@@ -98,11 +98,12 @@ void SoapService::perform(const HttpRequest& request, std::shared_ptr<Call>& cal
         call->user = login.user;
         call->level = login.level;
     }
-    const auto reply = [answered, messageId = call->envelope.messageId()](std::variant<Answer, Fault> outcome) {
+    const auto reply = [answered, messageId = call->envelope.messageId(),
+                        action = call->envelope.answerAction()](std::variant<Answer, Fault> outcome) {
         if (auto* const fault = std::get_if<Fault>(&outcome)) {
             answered(faultAnswer(*fault, messageId));
         } else {
-            answered(withText(200, std::get<Answer>(outcome).text(messageId)));
+            answered(withText(200, std::get<Answer>(outcome).text(messageId, action)));
         }
     };
     if (const auto* const later = std::get_if<Operation::Later>(&operation->perform)) {

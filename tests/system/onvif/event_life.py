@@ -15,12 +15,9 @@ try:
 except ImportError as missing:
     kit.skip(f"python3-requests is not installed: {missing}")
 
-SOAP = "http://www.w3.org/2003/05/soap-envelope"
-TEV = "http://www.onvif.org/ver10/events/wsdl"
-WSA = "http://www.w3.org/2005/08/addressing"
 ENVELOPE = (
-    f'<s:Envelope xmlns:s="{SOAP}" xmlns:tt="{kit.TT}" xmlns:tan="{kit.TAN}" xmlns:axt="{kit.AXT}" xmlns:wsnt="{kit.WSNT}"'
-    f' xmlns:vca="{kit.VCA}" xmlns:tev="{TEV}" xmlns:tr2="http://www.onvif.org/ver20/media/wsdl"><s:Body>{{}}</s:Body></s:Envelope>'
+    f'<s:Envelope xmlns:s="{kit.SOAP}" xmlns:tt="{kit.TT}" xmlns:tan="{kit.TAN}" xmlns:axt="{kit.AXT}" xmlns:wsnt="{kit.WSNT}"'
+    f' xmlns:vca="{kit.VCA}" xmlns:tev="{kit.TEV}" xmlns:tr2="http://www.onvif.org/ver20/media/wsdl"><s:Body>{{}}</s:Body></s:Envelope>'
 )
 PULL = "<tev:PullMessages><tev:Timeout>PT{}S</tev:Timeout><tev:MessageLimit>100</tev:MessageLimit></tev:PullMessages>"
 MODULE = (
@@ -50,7 +47,7 @@ class PullPoint:
     def __init__(self, test):
         self.test = test
         created = test.ask("event_service", "<tev:CreatePullPointSubscription/>")
-        self.address = created.findtext(f".//{{{WSA}}}Address")
+        self.address = created.findtext(f".//{{{kit.WSA}}}Address")
         self.messages = []
         self.ended = threading.Event()
         self.changed = threading.Condition()

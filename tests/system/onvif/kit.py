@@ -30,7 +30,10 @@ PATIENCE = 120  # seconds: far more than anything takes; it ends what hangs, it 
 TT = "http://www.onvif.org/ver10/schema"
 AXT = "http://www.onvif.org/ver20/analytics"
 TAN = "http://www.onvif.org/ver20/analytics/wsdl"
+TEV = "http://www.onvif.org/ver10/events/wsdl"
+WSA = "http://www.w3.org/2005/08/addressing"
 WSNT = "http://docs.oasis-open.org/wsn/b-2"
+SOAP = "http://www.w3.org/2003/05/soap-envelope"
 VCA = "urn:x-virtual-camera:analytics"
 TOKEN = "AnalyticsConfiguration_1"
 

@@ -29,6 +29,11 @@ SERVICES = {
     "imaging": ("ver20/imaging/wsdl/imaging.wsdl", "{http://www.onvif.org/ver20/imaging/wsdl}ImagingBinding", "imaging"),
     "ptz": ("ver20/ptz/wsdl/ptz.wsdl", "{http://www.onvif.org/ver20/ptz/wsdl}PTZBinding", "ptz"),
     "deviceio": ("ver10/deviceio.wsdl", "{http://www.onvif.org/ver10/deviceIO/wsdl}DeviceIOBinding", "deviceio"),
+    "events": ("ver10/events/wsdl/event.wsdl", f"{{{kit.TEV}}}EventBinding", "event"),
+    "producer": ("ver10/events/wsdl/event.wsdl", f"{{{kit.TEV}}}NotificationProducerBinding", "event"),
+    # Of a subscription, whose address the camera tells.
+    "pullpoint": ("ver10/events/wsdl/event.wsdl", f"{{{kit.TEV}}}PullPointSubscriptionBinding", None),
+    "manager": ("ver10/events/wsdl/event.wsdl", f"{{{kit.TEV}}}SubscriptionManagerBinding", None),
 }
 
 
@@ -56,14 +61,18 @@ class Zeep:
         self.token = token
 
     def __getattr__(self, name):
-        wsdl, binding, path = SERVICES[name]
+        service = self.at(name, f"{self.address}/onvif/{SERVICES[name][2]}_service")
+        setattr(self, name, service)
+        return service
+
+    def at(self, name, address):
+        """The service at an address."""
+        wsdl, binding, _ = SERVICES[name]
         client = zeep.Client(DESCRIPTIONS.get(wsdl, "http://www.onvif.org/" + wsdl), transport=self.transport, wsse=self.token)
         DESCRIPTIONS[wsdl] = client.wsdl
         client.set_ns_prefix("tt", kit.TT)
         client.set_ns_prefix("vca", kit.VCA)
-        service = client.create_service(binding, f"{self.address}/onvif/{path}_service")
-        setattr(self, name, service)
-        return service
+        return client.create_service(binding, address)
 
 
 def with_token(address, who):

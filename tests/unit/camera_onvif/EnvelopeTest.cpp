@@ -239,6 +239,14 @@ TEST(AnswerTest, tellsWhichRequestItAnswers)
                 HasSubstr("<env:Header><wsa:RelatesTo>urn:1</wsa:RelatesTo></env:Header><env:Body>"));
 }
 
+TEST(AnswerTest, tellsWhatItIs)
+{
+    EXPECT_THAT(Answer("tds:X").text("urn:1", "urn:what"), HasSubstr("<env:Header><wsa:RelatesTo>urn:1</wsa:RelatesTo>"
+                                                                     "<wsa:Action>urn:what</wsa:Action></env:Header>"));
+    EXPECT_THAT(Answer("tds:X").text("", "urn:what"), HasSubstr("<env:Header><wsa:Action>urn:what</wsa:Action>"));
+    EXPECT_THAT(Answer("tds:X").text("", ""), Not(HasSubstr("env:Header")));
+}
+
 TEST(AnswerTest, declaresItsPrefixes)
 {
     pugi::xml_document document;
@@ -256,7 +264,8 @@ TEST(FaultTextTest, nestsTheSubcodes)
                                 "ter:InvalidArgVal</env:Value><env:Subcode><env:Value>ter:NoConfig</env:Value>"
                                 "</env:Subcode></env:Subcode></env:Code><env:Reason><env:Text xml:lang=\"en\">"
                                 "no &lt;configuration&gt;\\x01</env:Text></env:Reason></env:Fault>"));
-    EXPECT_THAT(text, HasSubstr("<wsa:RelatesTo>urn:2</wsa:RelatesTo>"));
+    EXPECT_THAT(text, HasSubstr("<wsa:RelatesTo>urn:2</wsa:RelatesTo><wsa:Action>"
+                                "http://www.w3.org/2005/08/addressing/soap/fault</wsa:Action>"));
 }
 
 TEST(FaultTextTest, namesEachCode)

@@ -405,6 +405,21 @@ TEST_F(EventServiceTest, timesAreDurationsOrTimesToComeOfADayAtMost)
     }
 }
 
+TEST_F(EventServiceTest, timesThatAreToldAreThoseThatWereAskedFor)
+{
+    wall += 123456us;
+    const auto until = [this](const std::string& time) {
+        return call("tev:CreatePullPointSubscription", in("tev:InitialTerminationTime", time));
+    };
+    EXPECT_THAT(until("2024-06-30T12:01:00Z"), HasSubstr("T12:01:00Z</wsnt:TerminationTime>"));
+    EXPECT_THAT(until("PT1M"), HasSubstr("T12:00:00.123Z</wsnt:CurrentTime><wsnt:TerminationTime>"
+                                         "2024-06-30T12:01:00.123Z</wsnt:TerminationTime>"));
+    const std::string path = pathIn(until("PT1M"));
+    steady += 5us;
+    wall += 5us;
+    EXPECT_THAT(pulledText(path), HasSubstr("<tev:TerminationTime>2024-06-30T12:01:00.123Z<"));
+}
+
 TEST_F(EventServiceTest, unknownSubscriptionsAreRefusedForAllOperations)
 {
     created();

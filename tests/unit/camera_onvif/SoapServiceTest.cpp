@@ -100,6 +100,18 @@ TEST_F(SoapServiceTest, performsWhatEverybodyMayCallWithoutALogin)
     EXPECT_THAT(answer.challenges, IsEmpty());
 }
 
+TEST_F(SoapServiceTest, answerIsCalledAsTheRequestIs)
+{
+    const auto header = [this](const std::string& action) {
+        const std::string text = post("<tds:Open/>", "<wsa:Action>" + action + "</wsa:Action>").body;
+        return text.substr(0, text.find("<env:Body>"));
+    };
+    EXPECT_THAT(header(" urn:a/OpenRequest\n"), HasSubstr("<wsa:Action>urn:a/OpenResponse</wsa:Action>"));
+    for (const char* const action : {"", "Request", "urn:a/Open", "urn:a/OpenRequest/x"}) {
+        EXPECT_THAT(header(action), Not(HasSubstr("<wsa:Action>"))) << action;
+    }
+}
+
 TEST_F(SoapServiceTest, doesNotLookAtTheCredentialsOfWhatEverybodyMayCall)
 {
     EXPECT_EQ(200, post("<tds:Open/>", headerOf("nobody", "secret", "1970-01-01T00:00:00Z")).status);
