@@ -86,6 +86,27 @@ bool isExpressionText(const std::string& element)
     return element == "wsnt:TopicExpression" || element == "wsnt:MessageContent" || element == "tt:ParentTopic";
 }
 
+bool isText(const pugi::xml_node& node)
+{
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+/// The parser leaves several nodes where a comment or an instruction stood in a text; readers look at the first.
+void joinTexts(pugi::xml_node element)
+{
+    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
+        if (!isText(child) || !isText(child.next_sibling())) {
+            continue;
+        }
+        std::string whole = child.value();
+        for (pugi::xml_node next = child.next_sibling(); isText(next); next = child.next_sibling()) {
+            whole += next.value();
+            element.remove_child(next);
+        }
+        child.set_value(whole.c_str());
+    }
+}
+
 bool isNameCharacter(char character)
 {
     const bool letter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
@@ -136,6 +157,7 @@ private:
             refuse(_text, "more than " + std::to_string(_mostDeep) + " elements stand within each other",
                    node.offset_debug());
         }
+        joinTexts(node);
         _scopes.enter(node);
         const std::string name = renamed(node, node.name(), true);
         std::vector<pugi::xml_attribute> declarations;

@@ -125,6 +125,15 @@ TEST(EnvelopeTest, refusesADoctypeButNotTheWordInAComment)
     EXPECT_EQ("accepted", reasonOf(message("<a/><!-- <!DOCTYPE -->")));
 }
 
+TEST(EnvelopeTest, readsATextThatACommentInterruptsAsOne)
+{
+    const Envelope envelope(message("<a>on<!-- -->e<?b?><![CDATA[<2]]>3<c/>4<!-- -->5</a>"));
+    const pugi::xml_node a = envelope.request();
+    EXPECT_STREQ("one<23", a.text().get());
+    EXPECT_STREQ("45", a.last_child().value());
+    EXPECT_EQ(3, std::distance(a.begin(), a.end()));
+}
+
 TEST(EnvelopeTest, refusesAReferenceToNoCharacter)
 {
     // The parser counts in 32 bits: 4294967296 would end the text, and 4294967361 would be an A.
