@@ -91,19 +91,33 @@ bool isText(const pugi::xml_node& node)
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-/// The parser leaves several nodes where a comment or an instruction stood in a text; readers look at the first.
-void joinTexts(pugi::xml_node element)
+bool isBlank(const pugi::xml_node& text)
 {
-    for (pugi::xml_node child = element.first_child(); child; child = child.next_sibling()) {
-        if (!isText(child) || !isText(child.next_sibling())) {
+    return text.type() == pugi::node_pcdata && base::trimmed(text.value()).empty();
+}
+
+/// Makes one text of the nodes that the parser leaves where a comment stood in it, because readers look at the first.
+/// What references wrote becomes what the parser makes of it without them: a blank text goes, a CR is a line end.
+void tidyTexts(pugi::xml_node element)
+{
+    for (pugi::xml_node child = element.first_child(); child;) {
+        const pugi::xml_node text = child;
+        child = child.next_sibling();
+        if (!isText(text)) {
             continue;
         }
-        std::string whole = child.value();
-        for (pugi::xml_node next = child.next_sibling(); isText(next); next = child.next_sibling()) {
-            whole += next.value();
-            element.remove_child(next);
+        if (isText(child) || std::string_view(text.value()).find('\r') != std::string_view::npos) {
+            std::string whole = text.value();
+            for (; isText(child); child = text.next_sibling()) {
+                whole += child.value();
+                element.remove_child(child);
+            }
+            std::replace(whole.begin(), whole.end(), '\r', '\n');
+            pugi::xml_node(text).set_value(whole.c_str());
         }
-        child.set_value(whole.c_str());
+        if (isBlank(text)) {
+            element.remove_child(text);
+        }
     }
 }
 
@@ -157,7 +171,7 @@ private:
             refuse(_text, "more than " + std::to_string(_mostDeep) + " elements stand within each other",
                    node.offset_debug());
         }
-        joinTexts(node);
+        tidyTexts(node);
         _scopes.enter(node);
         const std::string name = renamed(node, node.name(), true);
         std::vector<pugi::xml_attribute> declarations;

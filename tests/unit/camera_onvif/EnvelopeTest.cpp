@@ -134,6 +134,12 @@ TEST(EnvelopeTest, readsATextThatACommentInterruptsAsOne)
     EXPECT_EQ(3, std::distance(a.begin(), a.end()));
 }
 
+TEST(EnvelopeTest, takesABlankTextForNone)
+{
+    const Envelope envelope(message("<a>&#10;<b>&#32;</b><!-- --> <c> d&#13;</c><![CDATA[ ]]></a>"));
+    EXPECT_EQ("<a><b/><c> d\n</c><![CDATA[ ]]></a>", printed(envelope.request()));
+}
+
 TEST(EnvelopeTest, refusesAReferenceToNoCharacter)
 {
     // The parser counts in 32 bits: 4294967296 would end the text, and 4294967361 would be an A.
