@@ -1,6 +1,7 @@
 #include "camera/gateway/HttpServer.h"
 
 #include "camera/base/ListeningSocket.h"
+#include "camera/gateway/Deadlines.h"
 
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/io_context.hpp>
@@ -27,12 +28,13 @@ namespace http = beast::http;
 using onvif::HttpAnswer;
 using onvif::HttpRequest;
 using tcp = asio::ip::tcp;
+using Socket = asio::basic_stream_socket<tcp, asio::io_context::executor_type>;
 
 /// What all sessions share, and how many there are of each address.
 class HttpServer::Connections : public std::enable_shared_from_this<Connections> {
 public:
     Connections(asio::io_context& context, Handler handler, const Limits& limits)
-        : context(context), handler(std::move(handler)), limits(limits)
+        : context(context), handler(std::move(handler)), limits(limits), deadlines(context)
     {
     }
 
@@ -97,6 +99,7 @@ public:
     asio::io_context& context;
     const Handler handler;
     const Limits limits;
+    Deadlines deadlines;
     std::size_t total = 0;
     std::map<std::string, std::size_t> ofAddress;
     std::size_t waiting = 0; ///< requests
@@ -107,18 +110,18 @@ public:
 /// One connection: reads a request, has it answered, and again, until one side ends it.
 template <class Stream>
 class HttpServer::Session : public std::enable_shared_from_this<Session<Stream>> {
-    static constexpr bool kTls = !std::is_same_v<Stream, beast::tcp_stream>;
+    static constexpr bool kTls = !std::is_same_v<Stream, Socket>;
 
 public:
     Session(Stream stream, std::unique_ptr<Connections::Place> place)
-        : _stream(std::move(stream)), _place(std::move(place))
+        : _stream(std::move(stream)), _place(std::move(place)), _deadline(_place->all().deadlines, [this] { close(); })
     {
     }
 
     void start()
     {
         if constexpr (kTls) {
-            lowest().expires_after(limits().header);
+            _deadline.set(limits().header);
             _stream.async_handshake(asio::ssl::stream_base::server, [self = this->shared_from_this()](auto error) {
                 if (!error) {
                     self->readHeader();
@@ -131,14 +134,21 @@ public:
 
 private:
     const Limits& limits() const { return _place->all().limits; }
-    beast::tcp_stream& lowest() { return beast::get_lowest_layer(_stream); }
+    Socket& lowest() { return beast::get_lowest_layer(_stream); }
+
+    /// Everything that waits for the client fails.
+    void close()
+    {
+        beast::error_code error;
+        lowest().close(error);
+    }
 
     void readHeader()
     {
         _parser.emplace();
         _parser->header_limit(limits().headerBytes);
         _parser->body_limit(limits().bodyBytes);
-        lowest().expires_after(limits().header);
+        _deadline.set(limits().header);
         http::async_read_header(_stream, _buffer, *_parser,
                                 [self = this->shared_from_this()](beast::error_code error, std::size_t /*bytes*/) {
                                     error ? self->refuse(error) : self->headerRead();
@@ -149,7 +159,7 @@ private:
     {
         if (beast::iequals(_parser->get()[http::field::expect], "100-continue")) {
             _continue = {http::status::continue_, _parser->get().version()};
-            lowest().expires_after(limits().answer);
+            _deadline.set(limits().answer);
             http::async_write(_stream, _continue,
                               [self = this->shared_from_this()](beast::error_code error, std::size_t /*bytes*/) {
                                   if (!error) {
@@ -177,7 +187,7 @@ private:
             answerRequest();
             return;
         }
-        lowest().expires_after(limits().body);
+        _deadline.set(limits().body);
         http::async_read(_stream, _buffer, *_parser,
                          [self = this->shared_from_this()](beast::error_code error, std::size_t /*bytes*/) {
                              error ? self->refuse(error) : self->answerRequest();
@@ -186,7 +196,7 @@ private:
 
     void answerRequest()
     {
-        lowest().expires_never();
+        _deadline.clear();
         _waiting.emplace(_place->shared());
         auto& message = _parser->get();
         _keepAlive = message.keep_alive();
@@ -215,12 +225,12 @@ private:
     /// Looks whether the client ends the connection while it waits for its answer.
     void watch()
     {
-        lowest().socket().async_wait(tcp::socket::wait_read, [self = this->shared_from_this()](auto ended) {
+        lowest().async_wait(tcp::socket::wait_read, [self = this->shared_from_this()](auto ended) {
             if (ended || !self->_gone) {
                 return;
             }
             char byte = 0;
-            const ssize_t count = ::recv(self->lowest().socket().native_handle(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+            const ssize_t count = ::recv(self->lowest().native_handle(), &byte, 1, MSG_PEEK | MSG_DONTWAIT);
             if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
                 self->watch();
             } else if (count <= 0) {
@@ -238,7 +248,7 @@ private:
             return named;
         }
         beast::error_code error;
-        const tcp::endpoint local = lowest().socket().local_endpoint(error);
+        const tcp::endpoint local = lowest().local_endpoint(error);
         const std::string address = local.address().to_string(error);
         return (local.address().is_v6() ? "[" + address + "]" : address) + ":" + std::to_string(local.port());
     }
@@ -265,7 +275,7 @@ private:
     {
         if (std::exchange(_gone, {})) {
             beast::error_code failed;
-            lowest().socket().cancel(failed); // watch()
+            lowest().cancel(failed); // watch()
         }
         _answer = {static_cast<http::status>(answer.status), _version};
         _answer.keep_alive(_keepAlive);
@@ -280,12 +290,31 @@ private:
             _answer.body() = std::move(answer.body);
         }
         _serializer.emplace(_answer);
-        writeSome();
+        if constexpr (!kTls) {
+            writeAtOnce();
+        } else {
+            writeSome();
+        }
+    }
+
+    /// Mostly the system takes the whole answer, and there is nothing to wait for.
+    void writeAtOnce()
+    {
+        beast::error_code error;
+        lowest().non_blocking(true, error);
+        while (!error && !_serializer->is_done()) {
+            http::write_some(_stream, *_serializer, error);
+        }
+        if (error == asio::error::would_block) {
+            writeSome();
+        } else if (!error) {
+            written();
+        }
     }
 
     void writeSome()
     {
-        lowest().expires_after(limits().answer);
+        _deadline.set(limits().answer);
         http::async_write_some(_stream, *_serializer,
                                [self = this->shared_from_this()](beast::error_code error, std::size_t /*bytes*/) {
                                    if (error) {
@@ -303,7 +332,7 @@ private:
             return;
         }
         if constexpr (kTls) {
-            lowest().expires_after(limits().answer);
+            _deadline.set(limits().answer);
             _stream.async_shutdown([self = this->shared_from_this()](auto /*error*/) {});
         } else if (_refused) {
             drain();
@@ -315,10 +344,10 @@ private:
     void drain()
     {
         beast::error_code error;
-        lowest().socket().shutdown(tcp::socket::shutdown_send, error);
+        lowest().shutdown(tcp::socket::shutdown_send, error);
         if (!_draining) {
             _draining = true;
-            lowest().expires_after(limits().answer);
+            _deadline.set(limits().answer);
         }
         lowest().async_read_some(asio::buffer(_unread),
                                  [self = this->shared_from_this()](beast::error_code failure, std::size_t /*bytes*/) {
@@ -330,6 +359,7 @@ private:
 
     Stream _stream;
     const std::unique_ptr<Connections::Place> _place;
+    Deadlines::Entry _deadline;
     beast::flat_buffer _buffer;
     std::optional<http::request_parser<http::string_body>> _parser;
     http::response<http::empty_body> _continue;
@@ -359,7 +389,7 @@ public:
 
     void accept()
     {
-        _acceptor.async_accept([self = shared_from_this()](beast::error_code error, tcp::socket socket) {
+        _acceptor.async_accept([self = shared_from_this()](beast::error_code error, Socket socket) {
             if (error == asio::error::operation_aborted) {
                 return;
             }
@@ -396,7 +426,7 @@ private:
         });
     }
 
-    void serve(tcp::socket socket)
+    void serve(Socket socket)
     {
         beast::error_code error;
         const tcp::endpoint peer = socket.remote_endpoint(error);
@@ -407,19 +437,17 @@ private:
         socket.set_option(tcp::no_delay(true), error);
         auto place = std::make_unique<Connections::Place>(_connections, address);
         if (_tls != nullptr) {
-            using Stream = beast::ssl_stream<beast::tcp_stream>;
-            std::make_shared<Session<Stream>>(Stream(beast::tcp_stream(std::move(socket)), *_tls), std::move(place))
-                ->start();
+            using Stream = beast::ssl_stream<Socket>;
+            std::make_shared<Session<Stream>>(Stream(std::move(socket), *_tls), std::move(place))->start();
         } else {
-            std::make_shared<Session<beast::tcp_stream>>(beast::tcp_stream(std::move(socket)), std::move(place))
-                ->start();
+            std::make_shared<Session<Socket>>(std::move(socket), std::move(place))->start();
         }
     }
 
     static constexpr std::chrono::milliseconds kPause{100};
 
     const std::shared_ptr<Connections> _connections;
-    tcp::acceptor _acceptor;
+    asio::basic_socket_acceptor<tcp, asio::io_context::executor_type> _acceptor;
     asio::steady_timer _pause;
     asio::ssl::context* const _tls;
 };

@@ -56,14 +56,14 @@ void walk(const pugi::xml_node& root, const Enter& enter, const Leave& leave)
     }
 }
 
-std::string prefixOf(const std::string& name)
+std::string_view prefixOf(std::string_view name)
 {
     const std::size_t colon = name.find(':');
-    return colon == std::string::npos ? "" : name.substr(0, colon);
+    return colon == std::string_view::npos ? "" : name.substr(0, colon);
 }
 
 /// Whether the value of an attribute is a name itself. The type of a password is an address.
-bool isNameValue(const std::string& element, const std::string& attribute)
+bool isNameValue(std::string_view element, std::string_view attribute)
 {
     if (attribute == "Name") {
         return element == "tt:RuleDescription" || element == "tt:AnalyticsModuleDescription";
@@ -75,13 +75,13 @@ bool isNameValue(const std::string& element, const std::string& attribute)
 }
 
 /// Whether what stands in an element is a list of names, often of one.
-bool isNameText(const std::string& element)
+bool isNameText(std::string_view element)
 {
     return element == "tan:RuleType" || element == "tan:Type" || element == "wsd:Types";
 }
 
 /// Whether what stands in an element is a topic or a filter, whose names have prefixes.
-bool isExpressionText(const std::string& element)
+bool isExpressionText(std::string_view element)
 {
     return element == "wsnt:TopicExpression" || element == "wsnt:MessageContent" || element == "tt:ParentTopic";
 }
@@ -93,7 +93,8 @@ bool isText(const pugi::xml_node& node)
 
 bool isBlank(const pugi::xml_node& text)
 {
-    return text.type() == pugi::node_pcdata && base::trimmed(text.value()).empty();
+    return text.type() == pugi::node_pcdata &&
+           std::string_view(text.value()).find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
 /// Makes one text of the nodes that the parser leaves where a comment stood in it, because readers look at the first.
@@ -173,7 +174,8 @@ private:
         }
         tidyTexts(node);
         _scopes.enter(node);
-        const std::string name = renamed(node, node.name(), true);
+        const std::optional<std::string> newName = renamed(node, node.name(), true);
+        const std::string_view name = newName ? std::string_view(*newName) : node.name();
         std::vector<pugi::xml_attribute> declarations;
         for (pugi::xml_attribute attribute : node.attributes()) {
             if (isDeclaration(attribute.name())) {
@@ -186,7 +188,7 @@ private:
         if (isNameText(name)) {
             std::vector<std::string> names = base::wordsIn(node.text().get());
             std::transform(names.begin(), names.end(), names.begin(),
-                           [&](const std::string& each) { return renamed(node, each, true); });
+                           [&](const std::string& each) { return renamed(node, each, true).value_or(each); });
             node.text().set(base::spaced(names).c_str());
         }
         if (isExpressionText(name)) {
@@ -194,7 +196,9 @@ private:
             node.text().set(withPrefixes(base::trimmed(node.text().get()), ours).c_str());
         }
         // Last, so that a refusal names the element as its author wrote it.
-        node.set_name(name.c_str());
+        if (newName) {
+            node.set_name(newName->c_str());
+        }
         for (const pugi::xml_attribute& declaration : declarations) {
             node.remove_attribute(declaration);
         }
@@ -234,25 +238,27 @@ private:
         _hasDefault.push_back(own || (inherited && !takenOut));
     }
 
-    void renameAttribute(const pugi::xml_node& node, const std::string& element, pugi::xml_attribute attribute)
+    void renameAttribute(const pugi::xml_node& node, std::string_view element, pugi::xml_attribute attribute)
     {
-        std::string name = attribute.name();
-        if (name.find(':') != std::string::npos) {
-            name = renamed(node, name, false);
-            attribute.set_name(name.c_str());
+        if (std::string_view(attribute.name()).find(':') != std::string_view::npos) {
+            if (const auto name = renamed(node, attribute.name(), false)) {
+                attribute.set_name(name->c_str());
+            }
         }
         // A value without a prefix stays when there is no default namespace.
-        if (isNameValue(element, name)) {
-            attribute.set_value(renamed(node, attribute.value(), true).c_str());
+        if (isNameValue(element, attribute.name())) {
+            if (const auto value = renamed(node, attribute.value(), true)) {
+                attribute.set_value(value->c_str());
+            }
         }
     }
 
     /// A prefix that is not declared stays: the operation refuses the expression.
     std::string expressionPrefix(const std::string& prefix)
     {
-        const std::optional<std::string> uri = _scopes.find(prefix);
+        const auto uri = _scopes.find(prefix);
         if (const auto ours = uri ? _table.prefixOf(*uri) : std::nullopt) {
-            return *ours;
+            return std::string(*ours);
         }
         if (_table.uriOf(prefix)) {
             return "other"; // the client gives one of our prefixes another meaning
@@ -263,33 +269,38 @@ private:
         return prefix;
     }
 
-    std::string renamed(const pugi::xml_node& node, const std::string& name, bool defaultApplies)
+    /// Nothing: the name stays. @throws XmlRefusal
+    std::optional<std::string> renamed(const pugi::xml_node& node, std::string_view name, bool defaultApplies)
     {
-        const std::string prefix = prefixOf(name);
+        const std::string_view prefix = prefixOf(name);
         if (prefix == "xml" || (prefix.empty() && !defaultApplies)) {
-            return name;
+            return std::nullopt;
         }
-        const std::optional<std::string> uri = _scopes.find(prefix);
+        const auto uri = _scopes.find(prefix);
         if (!uri) {
             if (prefix.empty()) {
-                return name;
+                return std::nullopt;
             }
+            const std::string missing(prefix);
             refuse(_text,
-                   "the element '" + std::string(node.name()) + "' uses the prefix '" + prefix +
-                       "', which stands for no namespace; declare it with xmlns:" + prefix + "=\"...\"",
+                   "the element '" + std::string(node.name()) + "' uses the prefix '" + missing +
+                       "', which stands for no namespace; declare it with xmlns:" + missing + "=\"...\"",
                    node.offset_debug());
         }
-        if (const std::optional<std::string> canonical = _table.prefixOf(*uri)) {
-            return *canonical + ":" + (prefix.empty() ? name : name.substr(prefix.size() + 1));
+        if (const auto canonical = _table.prefixOf(*uri)) {
+            const std::string_view local = prefix.empty() ? name : name.substr(prefix.size() + 1);
+            return *canonical == prefix ? std::nullopt
+                                        : std::optional(std::string(*canonical) + ":" + std::string(local));
         }
         if (const auto kept = _table.uriOf(prefix)) {
             refuse(_text,
-                   "the element '" + std::string(node.name()) + "' uses the prefix '" + prefix + "' for '" + *uri +
-                       "', but it is kept for '" + *kept + "'; choose another prefix",
+                   "the element '" + std::string(node.name()) + "' uses the prefix '" + std::string(prefix) +
+                       "' for '" + std::string(*uri) + "', but it is kept for '" + std::string(*kept) +
+                       "'; choose another prefix",
                    node.offset_debug());
         }
-        _carried[prefix] = *uri;
-        return name;
+        _carried.insert_or_assign(std::string(prefix), *uri);
+        return std::nullopt;
     }
 
     const std::string& _text;
@@ -376,9 +387,9 @@ std::string makeCanonical(const pugi::xml_document& document, const std::string&
 void declareUsed(pugi::xml_node element, const NamespaceTable& table)
 {
     std::set<std::string> used;
-    const auto note = [&used, &table](const std::string& name) {
-        if (const std::string prefix = prefixOf(name); table.uriOf(prefix)) {
-            used.insert(prefix);
+    const auto note = [&used, &table](std::string_view name) {
+        if (const std::string_view prefix = prefixOf(name); table.uriOf(prefix)) {
+            used.emplace(prefix);
         }
     };
     const auto noteAll = [&note](const pugi::xml_node& node) {
@@ -405,7 +416,7 @@ void declareUsed(pugi::xml_node element, const NamespaceTable& table)
     for (auto prefix = used.rbegin(); prefix != used.rend(); ++prefix) {
         const std::string name = "xmlns:" + *prefix;
         if (!element.attribute(name.c_str())) {
-            element.prepend_attribute(name.c_str()).set_value(table.uriOf(*prefix)->c_str());
+            element.prepend_attribute(name.c_str()).set_value(std::string(*table.uriOf(*prefix)).c_str());
         }
     }
 }

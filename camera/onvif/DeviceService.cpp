@@ -3,6 +3,7 @@
 #include "camera/onvif/NamespaceScopes.h"
 #include "camera/onvif/Requests.h"
 #include "camera/onvif/Times.h"
+#include "camera/onvif/XmlText.h"
 
 #include <algorithm>
 #include <array>
@@ -223,6 +224,44 @@ void putCategory(pugi::xml_node parent, const ServiceEntry& entry, const std::st
 }
 
 /// The categories that stand in the answer itself, in its order. Others are an extension of it.
+/// @param entries  those that are told
+Answer servicesAnswer(const std::vector<const ServiceEntry*>& entries, const std::string& base, bool withCapabilities)
+{
+    Answer answer("tds:GetServicesResponse");
+    for (const ServiceEntry* const entry : entries) {
+        pugi::xml_node service = answer.body().append_child("tds:Service");
+        put(service, "tds:Namespace", std::string(NamespaceTable::ofMessages().uriOf(entry->prefix).value_or("")));
+        put(service, "tds:XAddr", base + entry->path);
+        if (withCapabilities) {
+            entry->capabilities(
+                service.append_child("tds:Capabilities").append_child((entry->prefix + ":Capabilities").c_str()));
+        }
+        pugi::xml_node version = service.append_child("tds:Version");
+        put(version, "tt:Major", entry->major);
+        put(version, "tt:Minor", entry->minor);
+    }
+    return answer;
+}
+
+/// The last list of services without their capabilities: every client asks for it first, most by the same address.
+class LastList {
+public:
+    Answer answer(std::vector<const ServiceEntry*> entries, const std::string& base)
+    {
+        if (!_text || entries != _entries || base != _base) {
+            _text = std::make_shared<std::string>(printed(servicesAnswer(entries, base, false).body()));
+            _entries = std::move(entries);
+            _base = base;
+        }
+        return Answer(_text);
+    }
+
+private:
+    std::vector<const ServiceEntry*> _entries;
+    std::string _base;
+    std::shared_ptr<const std::string> _text;
+};
+
 constexpr std::array<const char*, 6> kCategories = {"Analytics", "Device", "Events", "Imaging", "Media", "PTZ"};
 constexpr const char* kExtensionCategory = "DeviceIO";
 
@@ -276,25 +315,10 @@ void DeviceService::addTo(Operations& operations, ServiceDirectory& directory)
 
 void DeviceService::addDirectory(Operations& operations, const ServiceDirectory& directory)
 {
-    operations.add("tds:GetServices", AccessClass::preAuth, [&directory](const Call& call) {
-        const bool withCapabilities = requiredBool(call.request(), "tds:IncludeCapability");
-        Answer answer("tds:GetServicesResponse");
-        for (const ServiceEntry& entry : directory.all()) {
-            if (!entry.isThere()) {
-                continue;
-            }
-            pugi::xml_node service = answer.body().append_child("tds:Service");
-            put(service, "tds:Namespace", NamespaceTable::ofMessages().uriOf(entry.prefix).value_or(""));
-            put(service, "tds:XAddr", call.base + entry.path);
-            if (withCapabilities) {
-                entry.capabilities(
-                    service.append_child("tds:Capabilities").append_child((entry.prefix + ":Capabilities").c_str()));
-            }
-            pugi::xml_node version = service.append_child("tds:Version");
-            put(version, "tt:Major", entry.major);
-            put(version, "tt:Minor", entry.minor);
-        }
-        return answer;
+    operations.add("tds:GetServices", AccessClass::preAuth, [&directory, last = LastList()](const Call& call) mutable {
+        return requiredBool(call.request(), "tds:IncludeCapability")
+                   ? servicesAnswer(directory.present(), call.base, true)
+                   : last.answer(directory.present(), call.base);
     });
     operations.add("tds:GetCapabilities", AccessClass::preAuth,
                    [&directory](const Call& call) { return capabilitiesAnswer(call, directory); });

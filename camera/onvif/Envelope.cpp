@@ -58,15 +58,19 @@ std::string beginOfMessages()
     return begin + ">";
 }
 
-/// @param header  without an element: there is none.
-std::string message(const pugi::xml_document& body, const pugi::xml_document& header)
+/// @param header  null: there is none. @param body  writes it into the text
+template <class Body>
+std::string message(const pugi::xml_node& header, const Body& body)
 {
     static const std::string begin = beginOfMessages();
-    return begin + (!header.document_element() ? "" : printed(header.document_element())) +
-           printed(body.document_element()) + "</env:Envelope>";
+    std::string text = begin;
+    print(header, text);
+    body(text);
+    return text += "</env:Envelope>";
 }
 
-std::string message(const pugi::xml_document& body, const std::string& relatesTo, const std::string& action)
+template <class Body>
+std::string reply(const std::string& relatesTo, const std::string& action, const Body& body)
 {
     pugi::xml_document header;
     const auto add = [&header](const char* name, const std::string& text) {
@@ -78,7 +82,7 @@ std::string message(const pugi::xml_document& body, const std::string& relatesTo
     };
     add("wsa:RelatesTo", relatesTo);
     add("wsa:Action", action);
-    return message(body, header);
+    return message(header.document_element(), body);
 }
 
 const char* nameOf(Fault::Code code)
@@ -139,7 +143,13 @@ Answer::Answer(const std::string& name) : _body(_document.append_child("env:Body
 
 std::string Answer::text(const std::string& relatesTo, const std::string& action)
 {
-    return message(_document, relatesTo, action);
+    return reply(relatesTo, action, [this](std::string& text) {
+        if (_printed) {
+            text.append("<env:Body>").append(*_printed).append("</env:Body>");
+        } else {
+            print(_document.document_element(), text);
+        }
+    });
 }
 
 std::string Answer::messageText(const std::string& to, const std::string& action)
@@ -148,7 +158,7 @@ std::string Answer::messageText(const std::string& to, const std::string& action
     pugi::xml_node blocks = header.append_child("env:Header");
     blocks.append_child("wsa:To").text().set(to.c_str());
     blocks.append_child("wsa:Action").text().set(action.c_str());
-    return message(_document, header);
+    return message(header.document_element(), [this](std::string& text) { print(_document.document_element(), text); });
 }
 
 std::string faultText(const Fault& fault, const std::string& relatesTo)
@@ -167,7 +177,8 @@ std::string faultText(const Fault& fault, const std::string& relatesTo)
     if (!fault.detail.empty()) {
         body.append_child("env:Detail").append_buffer(fault.detail.data(), fault.detail.size());
     }
-    return message(document, relatesTo, relatesTo.empty() ? "" : kFaultAction);
+    return reply(relatesTo, relatesTo.empty() ? "" : kFaultAction,
+                 [&document](std::string& text) { print(document.document_element(), text); });
 }
 
 } // namespace camera::onvif

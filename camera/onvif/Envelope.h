@@ -3,7 +3,9 @@
 #include <pugixml.hpp>
 
 #include <cstddef>
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace camera::onvif {
 
@@ -51,6 +53,9 @@ public:
     /// @param name  of the element in the body, "tds:GetUsersResponse"
     explicit Answer(const std::string& name);
 
+    /// One whose element is printed already; it has no body to be filled.
+    explicit Answer(std::shared_ptr<const std::string> element) : _printed(std::move(element)) {}
+
     /// The element in the body. What is put in has names with the prefixes of NamespaceTable::ofMessages(), or declares
     /// its own.
     pugi::xml_node body() const { return _body; }
@@ -65,6 +70,7 @@ public:
 private:
     pugi::xml_document _document;
     pugi::xml_node _body;
+    std::shared_ptr<const std::string> _printed; ///< null: the document has it
 };
 
 class Fault;

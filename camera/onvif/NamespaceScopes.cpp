@@ -43,23 +43,23 @@ Rows messageRows()
     return rows;
 }
 
-std::optional<std::string> secondOf(const Rows& rows, const std::string& first)
+std::optional<std::string_view> secondOf(const Rows& rows, std::string_view first)
 {
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto& each) { return each.first == first; });
-    return row == rows.end() ? std::nullopt : std::optional(row->second);
+    return row == rows.end() ? std::nullopt : std::optional<std::string_view>(row->second);
 }
 
-std::optional<std::string> firstOf(const Rows& rows, const std::string& second)
+std::optional<std::string_view> firstOf(const Rows& rows, std::string_view second)
 {
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto& each) { return each.second == second; });
-    return row == rows.end() ? std::nullopt : std::optional(row->first);
+    return row == rows.end() ? std::nullopt : std::optional<std::string_view>(row->first);
 }
 
 } // namespace
 
-bool isDeclaration(const std::string& attributeName)
+bool isDeclaration(std::string_view attributeName)
 {
-    return attributeName == "xmlns" || attributeName.compare(0, 6, "xmlns:") == 0;
+    return attributeName == "xmlns" || attributeName.substr(0, 6) == "xmlns:";
 }
 
 const NamespaceTable& NamespaceTable::ofDocuments()
@@ -80,13 +80,13 @@ NamespaceTable::NamespaceTable(std::vector<Row> rows, std::vector<Row> aliases)
 {
 }
 
-std::optional<std::string> NamespaceTable::prefixOf(const std::string& uri) const
+std::optional<std::string_view> NamespaceTable::prefixOf(std::string_view uri) const
 {
     const auto prefix = firstOf(_rows, uri);
     return prefix ? prefix : firstOf(_aliases, uri);
 }
 
-std::optional<std::string> NamespaceTable::uriOf(const std::string& prefix) const
+std::optional<std::string_view> NamespaceTable::uriOf(std::string_view prefix) const
 {
     return secondOf(_rows, prefix);
 }
@@ -95,10 +95,10 @@ void NamespaceScopes::enter(const pugi::xml_node& element)
 {
     std::vector<std::string> declared;
     for (const pugi::xml_attribute& attribute : element.attributes()) {
-        const std::string name = attribute.name();
+        const std::string_view name = attribute.name();
         if (isDeclaration(name)) {
-            const std::string prefix = name == "xmlns" ? "" : name.substr(6);
-            _bindings[prefix].push_back(attribute.value());
+            const std::string prefix(name == "xmlns" ? "" : name.substr(6));
+            _bindings[prefix].emplace_back(attribute.value());
             declared.push_back(prefix);
         }
     }
@@ -113,13 +113,14 @@ void NamespaceScopes::leave()
     _entered.pop_back();
 }
 
-std::optional<std::string> NamespaceScopes::find(const std::string& prefix) const
+std::optional<std::string_view> NamespaceScopes::find(std::string_view prefix) const
 {
     const auto found = _bindings.find(prefix);
     if (found == _bindings.end() || found->second.empty()) {
         return _table.uriOf(prefix);
     }
-    return found->second.back().empty() ? std::nullopt : std::optional(found->second.back());
+    const std::string& uri = found->second.back();
+    return uri.empty() ? std::nullopt : std::optional<std::string_view>(uri);
 }
 
 } // namespace camera::onvif

@@ -2,16 +2,18 @@
 
 #include <pugixml.hpp>
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace camera::onvif {
 
 /// "xmlns" or "xmlns:..."
-bool isDeclaration(const std::string& attributeName);
+bool isDeclaration(std::string_view attributeName);
 
 /// Namespaces, each with the one prefix that our texts have for it.
 class NamespaceTable {
@@ -26,8 +28,9 @@ public:
 
     explicit NamespaceTable(std::vector<Row> rows, std::vector<Row> aliases = {});
 
-    std::optional<std::string> prefixOf(const std::string& uri) const;
-    std::optional<std::string> uriOf(const std::string& prefix) const;
+    /// Both are valid as long as the table.
+    std::optional<std::string_view> prefixOf(std::string_view uri) const;
+    std::optional<std::string_view> uriOf(std::string_view prefix) const;
     const std::vector<Row>& rows() const { return _rows; }
 
 private:
@@ -46,13 +49,13 @@ public:
     void enter(const pugi::xml_node& element);
     void leave();
 
-    /// Nothing: not declared. The empty prefix is the default namespace.
-    std::optional<std::string> find(const std::string& prefix) const;
+    /// Nothing: not declared. The empty prefix is the default namespace. Valid until the next leave().
+    std::optional<std::string_view> find(std::string_view prefix) const;
 
 private:
     const NamespaceTable& _table;
-    std::map<std::string, std::vector<std::string>> _bindings; ///< innermost last; empty text: undeclared again
-    std::vector<std::vector<std::string>> _entered;            ///< prefixes declared by each open element
+    std::map<std::string, std::vector<std::string>, std::less<>> _bindings; ///< innermost last; empty: undeclared again
+    std::vector<std::vector<std::string>> _entered;                         ///< prefixes declared by each open element
 };
 
 } // namespace camera::onvif

@@ -20,6 +20,17 @@ void ServiceDirectory::add(ServiceEntry entry, Operations& operations)
     _all.push_back(std::move(entry));
 }
 
+std::vector<const ServiceEntry*> ServiceDirectory::present() const
+{
+    std::vector<const ServiceEntry*> entries;
+    for (const ServiceEntry& entry : _all) {
+        if (entry.isThere()) {
+            entries.push_back(&entry);
+        }
+    }
+    return entries;
+}
+
 const ServiceEntry* ServiceDirectory::find(const std::string& category) const
 {
     const auto found = std::find_if(_all.begin(), _all.end(), [&category](const ServiceEntry& entry) {

@@ -40,6 +40,9 @@ public:
     /// Also those that the device does not have now.
     const std::vector<ServiceEntry>& all() const { return _all; }
 
+    /// Those that the device has now. Valid as long as the directory, once all are entered.
+    std::vector<const ServiceEntry*> present() const;
+
     /// Null when the device has none.
     const ServiceEntry* find(const std::string& category) const;
 

@@ -18,14 +18,21 @@ pugi::xml_node onlyElement(const pugi::xml_node& parent)
     return only;
 }
 
-std::string printed(const pugi::xml_node& node)
+void print(const pugi::xml_node& node, std::string& text)
 {
     struct Writer final : pugi::xml_writer {
+        explicit Writer(std::string& text) : text(text) {}
         void write(const void* data, std::size_t size) override { text.append(static_cast<const char*>(data), size); }
-        std::string text;
-    } writer;
+        std::string& text;
+    } writer(text);
     node.print(writer, "", pugi::format_raw);
-    return std::move(writer.text);
+}
+
+std::string printed(const pugi::xml_node& node)
+{
+    std::string text;
+    print(node, text);
+    return text;
 }
 
 std::string wholeText(const pugi::xml_document& document)

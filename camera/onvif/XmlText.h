@@ -14,6 +14,9 @@ pugi::xml_node onlyElement(const pugi::xml_node& parent);
 /// The text of a node, with nothing added between its parts.
 std::string printed(const pugi::xml_node& node);
 
+/// Appends it to a text. A null node adds nothing.
+void print(const pugi::xml_node& node, std::string& text);
+
 /// A document as it is sent, in one line.
 std::string wholeText(const pugi::xml_document& document);
 

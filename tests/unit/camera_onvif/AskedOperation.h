@@ -16,6 +16,7 @@ struct Asking {
     UserLevel level = UserLevel::anonymous;
     std::string peer = {};
     WhenGone whenGone = {};
+    std::string base = "http://camera";
 };
 
 /// Nothing before the operation has answered.
@@ -29,7 +30,7 @@ inline AskedOutcome begun(const Operations& operations, const std::string& name,
         "<env:Envelope><env:Body><" + name + ">" + content + "</" + name + "></env:Body></env:Envelope>";
     const auto answered = std::make_shared<std::optional<Outcome<std::string>>>();
     const auto call = std::make_shared<const Call>(
-        Call{Envelope(text), "http://camera", asking.user, asking.level, asking.target, asking.peer, asking.whenGone});
+        Call{Envelope(text), asking.base, asking.user, asking.level, asking.target, asking.peer, asking.whenGone});
     const Operation* const operation = operations.find(name);
     if (operation == nullptr) {
         *answered = Fault::receiver({"ter:ActionNotSupported"}, "no such operation");

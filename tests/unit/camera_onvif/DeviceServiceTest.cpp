@@ -86,6 +86,33 @@ TEST_F(DeviceServiceTest, tellsTheServicesWithAndWithoutTheirCapabilities)
                 HasSubstr("ter:InvalidArgVal: tds:IncludeCapability is true or false"));
 }
 
+TEST_F(DeviceServiceTest, tellsTheServicesThatAreThereNowByTheAddressThatThisClientUsed)
+{
+    std::optional<Fault> missing;
+    _directory.add(
+        {"tptz", "/onvif/ptz_service", 20, 12, [](pugi::xml_node) {}, "", {}, [&missing] { return missing; }},
+        _operations);
+    const auto services = [this](const std::string& base, const char* with = "false") {
+        Asking asking;
+        asking.base = base;
+        return outcomeText(*begun(_operations, "tds:GetServices",
+                                  std::string("<tds:IncludeCapability>") + with + "</tds:IncludeCapability>", asking));
+    };
+    const std::string first = services("http://camera");
+    EXPECT_THAT(first, HasSubstr("http://camera/onvif/ptz_service"));
+    EXPECT_EQ(first, services("http://camera"));
+    const std::string other = services("https://10.0.0.2:8443");
+    EXPECT_THAT(other, HasSubstr("https://10.0.0.2:8443/onvif/ptz_service"));
+    EXPECT_THAT(other, Not(HasSubstr("http://camera")));
+    EXPECT_EQ(first, services("http://camera"));
+    missing = Fault::receiver({"ter:ActionNotSupported"}, "it does not move");
+    EXPECT_THAT(services("http://camera"), Not(HasSubstr("ptz_service")));
+    EXPECT_THAT(services("http://camera", "true"), Not(HasSubstr("ptz_service")));
+    missing.reset();
+    EXPECT_EQ(first, services("http://camera"));
+    EXPECT_THAT(services("http://camera", "true"), HasSubstr("<tds:Capabilities>"));
+}
+
 TEST_F(DeviceServiceTest, tellsTheCapabilitiesOfTheOldForm)
 {
     const std::string all = ask("GetCapabilities");
