@@ -9,16 +9,13 @@ import unittest
 import xml.etree.ElementTree as ElementTree
 
 import kit
+import soap
 
 try:
     import requests
 except ImportError as missing:
     kit.skip(f"python3-requests is not installed: {missing}")
 
-ENVELOPE = (
-    f'<s:Envelope xmlns:s="{kit.SOAP}" xmlns:tt="{kit.TT}" xmlns:tan="{kit.TAN}" xmlns:axt="{kit.AXT}" xmlns:wsnt="{kit.WSNT}"'
-    f' xmlns:vca="{kit.VCA}" xmlns:tev="{kit.TEV}" xmlns:tr2="http://www.onvif.org/ver20/media/wsdl"><s:Body>{{}}</s:Body></s:Envelope>'
-)
 PULL = "<tev:PullMessages><tev:Timeout>PT{}S</tev:Timeout><tev:MessageLimit>100</tev:MessageLimit></tev:PullMessages>"
 MODULE = (
     '<tan:AnalyticsModule Name="Objects" Type="vca:MotionRegionEngine"><tt:Parameters>'
@@ -57,18 +54,10 @@ class PullPoint:
     def pull(self):
         while not self.ended.is_set():
             answer = self.test.post(self.address, PULL.format(1))
-            for each in answer.iter(f"{{{kit.WSNT}}}NotificationMessage"):
+            for each in soap.events_in(answer):
                 with self.changed:
-                    self.messages.append(self.of(each))
+                    self.messages.append((each.topic, each.operation, each.source[-1][1] if each.source else "", dict(each.data)))
                     self.changed.notify_all()
-
-    @staticmethod
-    def of(notification):
-        message = notification.find(f".//{{{kit.TT}}}Message")
-        items = {part: [(item.get("Name"), item.get("Value")) for item in message.iterfind(f"{{{kit.TT}}}{part}/{{{kit.TT}}}SimpleItem")]
-                 for part in ("Source", "Data")}  # fmt: skip
-        source = items["Source"][-1][1] if items["Source"] else ""
-        return (notification.findtext(f"{{{kit.WSNT}}}Topic"), message.get("PropertyOperation", ""), source, dict(items["Data"]))
 
     def wait(self, *wanted):
         """Waits until the message has come, forgets it and those before it, and gives these."""
@@ -94,7 +83,7 @@ class EventLife(kit.CameraTest):
     CLIENTS = ("requests",)
 
     def post(self, address, content):
-        answer = requests.post(address, ENVELOPE.format(content).encode(), timeout=kit.PATIENCE,
+        answer = requests.post(address, soap.ENVELOPE.format(content).encode(), timeout=kit.PATIENCE,
                                auth=requests.auth.HTTPDigestAuth(*kit.OPERATOR))  # fmt: skip
         self.assertEqual(answer.status_code, 200, answer.text)
         return ElementTree.fromstring(answer.content)

@@ -13,11 +13,10 @@ import signal
 import sys
 import threading
 import time
-import xml.etree.ElementTree as ElementTree
-
-import requests
 
 import kit
+import soap
+from soap import Failed, NoAnswer, Refused
 
 PRESETS = ["", "One", "Two", "Three", "Four", "Five"]
 PLACED = [word for number, name in enumerate(PRESETS[1:]) for word in ("--place", f"{name}={number * 12 - 24},2,1.{number + 1}")]
@@ -32,44 +31,21 @@ OPERATIONS = {
     "Rule": ("CreateRules", "ModifyRules", "DeleteRules", "GetRules"),
     "AnalyticsModule": ("CreateAnalyticsModules", "ModifyAnalyticsModules", "DeleteAnalyticsModules", "GetAnalyticsModules"),
 }
-ENVELOPE = (
-    f'<s:Envelope xmlns:s="http://www.w3.org/2003/05/soap-envelope" xmlns:tt="{kit.TT}" xmlns:tan="{kit.TAN}" xmlns:vca="{kit.VCA}">'
-    f"<s:Body><tan:{{0}}><tan:ConfigurationToken>{kit.TOKEN}</tan:ConfigurationToken>{{1}}</tan:{{0}}></s:Body></s:Envelope>"
-)
 FULL = ("TooManyModules", "TooManyRules", "ConfigurationConflict")
 
 
-class Refused(Exception):
-    pass
+class Client(soap.Client):
+    """Asks the analytics service."""
 
-
-class NoAnswer(Exception):
-    pass
-
-
-class Client:
-    def __init__(self, camera):
-        self.camera = camera
-        self.session = requests.Session()
-        self.session.auth = requests.auth.HTTPDigestAuth(*kit.OPERATOR)
-
-    def ask(self, operation, content=""):
-        try:
-            answer = self.session.post(self.camera.address + "/onvif/analytics_service", ENVELOPE.format(operation, content).encode(),
-                                       timeout=kit.PATIENCE)  # fmt: skip
-        except requests.RequestException as error:
-            raise NoAnswer(str(error)) from error
-        body = ElementTree.fromstring(answer.content)
-        if answer.status_code != 200:
-            text = " ".join(each.text or "" for each in body.iter() if each.text and each.text.strip())
-            raise (Refused if "Sender" in text or any(each in text for each in FULL) else NoAnswer)(text)
-        return body
+    def analytics(self, operation, content=""):
+        token = f"<tan:ConfigurationToken>{kit.TOKEN}</tan:ConfigurationToken>"
+        return self.ask("analytics_service", f"<tan:{operation}>{token}{content}</tan:{operation}>")
 
     def state(self):
         """What the camera has: kind and name, with type, preset and parameters."""
         found = {}
         for kind, operations in OPERATIONS.items():
-            for node in self.ask(operations[3]).iter(f"{{{kit.TAN}}}{kind}"):
+            for node in self.analytics(operations[3]).iter(f"{{{kit.TAN}}}{kind}"):
                 items = {item.get("Name"): item.get("Value") for item in node.iter(f"{{{kit.TT}}}SimpleItem")}
                 preset = items.pop("PresetToken", "")
                 found[node.get("Name")] = (kind, node.get("Type"), preset, items)
@@ -79,7 +55,7 @@ class Client:
         def look():
             try:
                 return (self.state(),)
-            except (NoAnswer, Refused):
+            except (NoAnswer, Failed):
                 return None
 
         return kit.eventually(look, "an answer after a death")[0]
@@ -232,13 +208,18 @@ def main():
 
 def attempt(client, operation, content):
     try:
-        client.ask(operation, content)
+        client.analytics(operation, content)
         return "accepted"
-    except Refused as refusal:
-        return "full" if any(each in str(refusal) for each in FULL) else "refused"
-    except NoAnswer as nothing:
-        print(f"{operation}: {nothing}", file=sys.stderr)
-        return "none"
+    except (Refused, Failed) as fault:
+        if any(each in str(fault) for each in FULL):
+            return "full"
+        if isinstance(fault, Refused):
+            return "refused"
+        nothing = fault
+    except NoAnswer as silence:
+        nothing = silence
+    print(f"{operation}: {nothing}", file=sys.stderr)
+    return "none"
 
 
 if __name__ == "__main__":
