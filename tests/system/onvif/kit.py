@@ -82,7 +82,7 @@ def eventually(condition, what):
 class VirtualCamera:
     """`camera run` with its own folders. After a restart its address is another one."""
 
-    def __init__(self, *arguments):
+    def __init__(self, *arguments, scene=SCENE):
         # In memory where that can be: a call that waits for a busy disk for more than two seconds has a fault.
         memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="onvif-", dir=memory))
@@ -91,12 +91,13 @@ class VirtualCamera:
         self.users.write_text(USERS, encoding="utf-8")
         self.users.chmod(0o600)
         self.arguments = list(arguments)
+        self.scene = scene
         self.process = None
         self.address = None
         self.start()
 
     def start(self):
-        command = [*self.prefix(), os.environ["CAMERA_PROGRAM"], "run", SCENE, "--state", str(self.folder / "state"), "--http", "0",
+        command = [*self.prefix(), os.environ["CAMERA_PROGRAM"], "run", self.scene, "--state", str(self.folder / "state"), "--http", "0",
                    "--users", str(self.users), *self.arguments]  # fmt: skip
         with open(self.folder / "out", "w", encoding="utf-8") as out, open(self.folder / "err", "w", encoding="utf-8") as err:
             self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=out, stderr=err, env=self.environment())
