@@ -1,30 +1,9 @@
-#include "bench/JsonLines.h"
-#include "bench/Pairs.h"
-#include "camera/bus/Names.h"
+#include "Clients.h"
 #include "camera/onvif/AnalyticsState.h"
-#include "camera/onvif/Times.h"
-#include "unit/camera_onvif/Credentials.h"
-
-#include <boost/asio/connect.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
-#include <json/json.h>
-#include <sdbus-c++/sdbus-c++.h>
 
 #include <algorithm>
-#include <chrono>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
-#include <vector>
 
 namespace {
 
@@ -32,61 +11,10 @@ namespace asio = boost::asio;
 namespace beast = boost::beast;
 namespace http = boost::beast::http;
 using asio::ip::tcp;
-
-constexpr const char* kUser = "bench";
-constexpr const char* kPassword = "bench-password";
-
-/// Wall-clock seconds of one call of work: what is measured happens in other processes.
-template <class Work>
-bench::Measurement waited(Work work)
-{
-    return [work = std::move(work), calls = 1L]() mutable {
-        constexpr double kEnough = 0.02;
-        for (;; calls *= 2) {
-            const auto begin = std::chrono::steady_clock::now();
-            for (long call = 0; call < calls; ++call) {
-                work();
-            }
-            const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-            if (seconds >= kEnough) {
-                return seconds / static_cast<double>(calls);
-            }
-        }
-    };
-}
-
-/// One connection that stays, as clients have it.
-class HttpConnection {
-public:
-    /// @param from  where it comes from, an address of this computer
-    explicit HttpConnection(std::uint16_t port, const std::string& from = "127.0.0.1") : _socket(_context)
-    {
-        _socket.open(tcp::v4());
-        _socket.bind({asio::ip::make_address(from), 0});
-        _socket.connect({asio::ip::address_v4::loopback(), port});
-        _socket.set_option(tcp::no_delay(true));
-    }
-
-    std::string post(const std::string& body)
-    {
-        http::request<http::string_body> request(http::verb::post, "/onvif/device_service", 11);
-        request.set(http::field::host, "127.0.0.1");
-        request.body() = body;
-        request.prepare_payload();
-        http::write(_socket, request);
-        http::response<http::string_body> response;
-        http::read(_socket, _buffer, response);
-        if (response.result() != http::status::ok) {
-            throw std::runtime_error("the server answers: " + response.body());
-        }
-        return response.body();
-    }
-
-private:
-    asio::io_context _context;
-    tcp::socket _socket;
-    beast::flat_buffer _buffer;
-};
+using bench::envelope;
+using bench::HttpConnection;
+using bench::secondsOf;
+using bench::waited;
 
 /// The smallest server that the library makes: it reads a request and answers the same every time.
 class BareServer {
@@ -127,66 +55,11 @@ private:
     std::thread _thread;
 };
 
-/// A camera that runs until the end of this object.
-class Camera {
-public:
-    Camera()
-    {
-        char folder[] = "/tmp/bench-gateway-XXXXXX";
-        if (::mkdtemp(folder) == nullptr) {
-            throw std::runtime_error("cannot make a folder in /tmp");
-        }
-        _folder = folder;
-        const std::string user = std::string(kUser) + ":" + kPassword + ":administrator";
-        _pid = ::fork();
-        if (_pid == 0) {
-            std::freopen("/dev/null", "w", stdout);
-            ::execl(CAMERA_PROGRAM, "camera", "run", "scene:size=320x240,objects=0,fps=1", "--ptz", "--place",
-                    "Gate=10,0,1", "--no-factory", "--quiet", "--http", "0", "--user", user.c_str(), "--state",
-                    _folder.c_str(), nullptr);
-            std::_Exit(127);
-        }
-    }
-    ~Camera()
-    {
-        ::kill(_pid, SIGINT);
-        ::waitpid(_pid, nullptr, 0);
-        std::system(("rm -rf " + _folder).c_str());
-    }
-    Camera(const Camera&) = delete;
-    Camera& operator=(const Camera&) = delete;
-
-    /// What a part tells of itself, when the camera is ready.
-    Json::Value status(const std::string& part) const
-    {
-        const std::string command = std::string(CAMERA_PROGRAM) + " status --wait 60 --json --camera " + _folder;
-        for (const Json::Value& object : bench::jsonLinesOf(command)) {
-            if (object["part"] == part) {
-                return object;
-            }
-        }
-        throw std::runtime_error("the camera does not run");
-    }
-
-private:
-    std::string _folder;
-    pid_t _pid = -1;
-};
-
-std::string envelope(const std::string& header, const std::string& request)
-{
-    return "<env:Envelope><env:Header>" + header + "</env:Header><env:Body>" + request + "</env:Body></env:Envelope>";
-}
-
-/// An operation of the analytics service by a user who logs in with a new token, as clients do.
 std::string analytics(const std::string& operation, const std::string& content = "")
 {
-    static int nonces = 0;
-    const auto token = camera::onvif::tokenOf(kUser, kPassword, "nonce " + std::to_string(++nonces),
-                                              camera::onvif::dateTimeText(std::chrono::system_clock::now()));
-    return envelope(camera::onvif::elementOf(token),
-                    "<tan:" + operation + "><tan:ConfigurationToken>AnalyticsConfiguration_1</tan:ConfigurationToken>" +
-                        content + "</tan:" + operation + ">");
+    return bench::withLogin("<tan:" + operation +
+                            "><tan:ConfigurationToken>AnalyticsConfiguration_1</tan:ConfigurationToken>" + content +
+                            "</tan:" + operation + ">");
 }
 
 std::string nameOf(int number)
@@ -215,32 +88,15 @@ std::string deletion(int from, int to)
     return analytics("DeleteRules", names);
 }
 
-/// Seconds of one call.
-template <class Work>
-double secondsOf(const Work& work)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
-
-/// The services of the camera, called over its bus.
-class Bus {
+/// The plug-in's service, called over the bus.
+class Plugin {
 public:
-    explicit Bus(const std::string& address)
-        : _connection(sdbus::createSessionBusConnectionWithAddress(address)),
-          _plugin(sdbus::createProxy(*_connection, camera::bus::busName(camera::bus::service::kOnvifAnalyticService),
-                                     camera::bus::objectPath(camera::bus::service::kOnvifAnalyticService)))
-    {
-        _connection->enterEventLoopAsync();
-    }
-
-    void ping() { _plugin->callMethod("Ping").onInterface("org.freedesktop.DBus.Peer"); }
+    explicit Plugin(sdbus::IProxy& proxy) : _plugin(proxy) {}
 
     std::size_t countRules()
     {
         std::vector<std::string> all;
-        _plugin->callMethod("getCurrentRules").onInterface(interface()).storeResultsTo(all);
+        _plugin.callMethod("getCurrentRules").onInterface(interface()).storeResultsTo(all);
         return all.size();
     }
 
@@ -254,7 +110,7 @@ public:
             "</tt:RuleEngineConfiguration></tt:VideoAnalyticsConfiguration>";
         std::int32_t result = -1;
         std::uint8_t failed = 1;
-        _plugin->callMethod("setConfiguration")
+        _plugin.callMethod("setConfiguration")
             .onInterface(interface())
             .withArguments(document)
             .storeResultsTo(result, failed);
@@ -266,8 +122,7 @@ public:
 private:
     static std::string interface() { return camera::bus::interfaceName(camera::bus::service::kOnvifAnalyticService); }
 
-    std::unique_ptr<sdbus::IConnection> _connection;
-    std::unique_ptr<sdbus::IProxy> _plugin;
+    sdbus::IProxy& _plugin;
 };
 
 /// Memory that a process alone has, in MiB.
@@ -305,12 +160,11 @@ void tellMemory(const std::string& process, std::uint16_t port, const std::strin
 int main(int argc, char** argv)
 {
     const bench::Pairs pairs(argc, argv);
-    const Camera camera;
-    const Json::Value status = camera.status("supervisor");
-    const std::string onvif = status["onvif"].asString();
-    const auto port = static_cast<std::uint16_t>(std::stoi(onvif.substr(onvif.find(':', 6) + 1)));
+    const bench::Camera camera;
+    const std::uint16_t port = camera.port();
     HttpConnection client(port);
-    Bus bus(status["bus"].asString());
+    bench::Bus bus(camera.bus());
+    Plugin plugin(bus.plugin());
     const std::string getServices =
         envelope("", "<tds:GetServices><tds:IncludeCapability>false</tds:IncludeCapability></tds:GetServices>");
     tellMemory(camera.status("gateway")["pid"].asString(), port, getServices);
@@ -331,18 +185,18 @@ int main(int argc, char** argv)
         };
     };
     const auto setAll = [&](int count) {
-        return [&bus, count] {
-            const double seconds = secondsOf([&] { bus.setRules(count + 1); });
-            bus.setRules(1);
+        return [&plugin, count] {
+            const double seconds = secondsOf([&] { plugin.setRules(count + 1); });
+            plugin.setRules(1);
             return seconds;
         };
     };
     pairs.compare("ONVIF CreateRules, one rule", create(1), "the same document given to the plug-in", setAll(1));
     pairs.compare("ONVIF CreateRules, 1,000 rules in one list", create(999), "the same document given to the plug-in",
                   setAll(999), bench::atMost(3));
-    bus.setRules(2);
+    plugin.setRules(2);
     pairs.compare("ONVIF GetRules, 2 rules", getRules, "empty call over the bus", waited([&] { bus.ping(); }));
-    bus.setRules(1000);
+    plugin.setRules(1000);
     pairs.compare("ONVIF GetRules, 1,000 rules", getRules, "the plug-in's list over the bus",
-                  waited([&] { bus.countRules(); }));
+                  waited([&] { plugin.countRules(); }));
 }
