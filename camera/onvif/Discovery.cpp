@@ -4,6 +4,7 @@
 #include "camera/base/Words.h"
 #include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/Requests.h"
+#include "camera/onvif/ScopeRules.h"
 #include "camera/onvif/Uuid.h"
 #include "camera/onvif/XmlText.h"
 
@@ -82,84 +83,15 @@ std::optional<Question> questionIn(const std::string& datagram)
     return valid ? std::optional(std::move(question)) : std::nullopt;
 }
 
-/// What the matching rule of RFC 3986 compares.
-struct UriParts {
-    std::string scheme;
-    std::string authority;
-    std::vector<std::string> segments;
-};
-
-int digitOf(char c)
-{
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    const std::size_t found = kDigits.find(base::inSmallLetters(std::string(1, c)));
-    return found == std::string_view::npos ? -1 : static_cast<int>(found);
-}
-
-std::string withoutEscapes(const std::string& text)
-{
-    std::string plain;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const int high = text[i] == '%' && i + 2 < text.size() ? digitOf(text[i + 1]) : -1;
-        const int low = high >= 0 ? digitOf(text[i + 2]) : -1;
-        plain += low >= 0 ? static_cast<char>(high * 16 + low) : text[i];
-        i += low >= 0 ? 2 : 0;
-    }
-    return plain;
-}
-
-UriParts partsOf(const std::string& uri)
-{
-    UriParts parts;
-    std::string rest = uri.substr(0, uri.find_first_of("?#"));
-    if (const std::size_t colon = rest.find_first_of(":/"); colon != std::string::npos && rest[colon] == ':') {
-        parts.scheme = base::inSmallLetters(rest.substr(0, colon));
-        rest.erase(0, colon + 1);
-    }
-    if (rest.compare(0, 2, "//") == 0) {
-        const std::size_t end = std::min(rest.find('/', 2), rest.size());
-        parts.authority = base::inSmallLetters(withoutEscapes(rest.substr(2, end - 2)));
-        rest.erase(0, end);
-    }
-    for (std::size_t begin = 0; begin <= rest.size();) {
-        const std::size_t end = std::min(rest.find('/', begin), rest.size());
-        parts.segments.push_back(withoutEscapes(rest.substr(begin, end - begin)));
-        begin = end + 1;
-    }
-    return parts;
-}
-
-bool goesUp(const UriParts& parts)
-{
-    return std::any_of(parts.segments.begin(), parts.segments.end(),
-                       [](const std::string& segment) { return segment == "." || segment == ".."; });
-}
-
-bool matchesByPath(const std::string& wanted, const std::string& scope)
-{
-    UriParts beginning = partsOf(wanted);
-    const UriParts whole = partsOf(scope);
-    if (beginning.segments.back().empty()) { // a last slash
-        beginning.segments.pop_back();
-    }
-    return beginning.scheme == whole.scheme && beginning.authority == whole.authority && !goesUp(beginning) &&
-           !goesUp(whole) && beginning.segments.size() <= whole.segments.size() &&
-           std::equal(beginning.segments.begin(), beginning.segments.end(), whole.segments.begin());
-}
-
 bool isMeant(const pugi::xml_node& probe, const std::vector<std::string>& scopes)
 {
     const std::vector<std::string> types = base::wordsIn(probe.child("wsd:Types").text().get());
     const pugi::xml_node wanted = probe.child("wsd:Scopes");
     const std::string rule = base::trimmed(wanted.attribute("MatchBy").value());
-    const std::vector<std::string> given = base::wordsIn(wanted.text().get());
     return std::all_of(
                types.begin(), types.end(),
                [](const std::string& type) { return std::find(kTypes.begin(), kTypes.end(), type) != kTypes.end(); }) &&
-           std::all_of(given.begin(), given.end(), [&](const std::string& each) {
-               return std::any_of(scopes.begin(), scopes.end(),
-                                  [&](const std::string& scope) { return matchesScope(each, scope, rule); });
-           });
+           matchScopes(base::wordsIn(wanted.text().get()), scopes, rule);
 }
 
 /// How many bytes a text has where it stands in XML, or some more.
@@ -172,14 +104,6 @@ std::size_t sizeInXml(const std::string& text)
 }
 
 } // namespace
-
-bool matchesScope(const std::string& wanted, const std::string& scope, const std::string& rule)
-{
-    if (rule.empty() || rule == kDiscovery + "/rfc3986") {
-        return matchesByPath(wanted, scope);
-    }
-    return rule == kDiscovery + "/strcmp0" && wanted == scope;
-}
 
 /// A datagram that the camera sends.
 class Discovery::Message {

@@ -72,8 +72,4 @@ private:
     std::deque<std::string> _answered; ///< sender and id of questions, the oldest first
 };
 
-/// Whether a scope is one of those that a question for another one means. @param rule  its matching rule, empty: that
-/// of RFC 3986. With a rule that is not known none is.
-bool matchesScope(const std::string& wanted, const std::string& scope, const std::string& rule);
-
 } // namespace camera::onvif

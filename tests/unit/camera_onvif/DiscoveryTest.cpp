@@ -1,6 +1,7 @@
 #include "camera/onvif/Discovery.h"
 
 #include "camera/onvif/CanonicalNames.h"
+#include "camera/onvif/ScopeRules.h"
 #include "camera/onvif/Uuid.h"
 
 #include <pugixml.hpp>
@@ -169,8 +170,56 @@ TEST_F(DiscoveryTest, findsByTheRuleThatIsAskedFor)
     EXPECT_TRUE(findsScope("onvif://www.onvif.org/type", kWsd + "/rfc3986"));
     EXPECT_TRUE(findsScope(kScopes[0], kWsd + "/strcmp0"));
     EXPECT_FALSE(findsScope("onvif://www.onvif.org/type", kWsd + "/strcmp0"));
+    EXPECT_TRUE(findsScope("onvif://www.onvif.org/type", kWsd + "/rfc2396"));
     EXPECT_FALSE(findsScope(kScopes[0], kWsd + "/ldap"));
+    EXPECT_FALSE(findsScope(kScopes[0], kWsd + "/uuid"));
+    EXPECT_FALSE(findsScope("", kWsd + "/none"));
     EXPECT_FALSE(findsScope(kScopes[0], "urn:x"));
+    EXPECT_FALSE(findsScope("", "urn:x")) << "nobody knows what it asks";
+}
+
+bool matchesScope(const std::string& wanted, const std::string& scope, const std::string& rule)
+{
+    return matchScopes({wanted}, {"urn:another", scope}, rule.empty() ? "" : kWsd + "/" + rule);
+}
+
+TEST(MatchesScopeTest, onlyACameraWithoutScopesHasNone)
+{
+    EXPECT_TRUE(matchScopes({}, {}, kWsd + "/none"));
+    EXPECT_FALSE(matchScopes({}, {"urn:a"}, kWsd + "/none"));
+}
+
+TEST(MatchesScopeTest, aUuidIsANumber)
+{
+    const std::string number = "00112233-4455-4677-8899-aabbccddeeff";
+    EXPECT_TRUE(matchesScope("uuid:00112233-4455-4677-8899-AABBCCDDEEFF", "urn:uuid:" + number, "uuid"));
+    EXPECT_TRUE(matchesScope("URN:UUID:" + number, "uuid:" + number, "uuid"));
+    for (const std::string& other :
+         {std::string("00112233-4455-4677-8899-aabbccddeefe"), number + "0", number.substr(1), std::string(36, '-'),
+          std::string(36, '0'), std::string(32, '0'), std::string()}) {
+        EXPECT_FALSE(matchesScope("uuid:" + other, "uuid:" + number, "uuid")) << other;
+    }
+    EXPECT_FALSE(matchesScope(number, number, "uuid"));
+    EXPECT_FALSE(matchesScope("urn:" + number, "urn:" + number, "uuid"));
+}
+
+TEST(MatchesScopeTest, anEntryOfADirectoryIsFoundByThoseAboveIt)
+{
+    const std::string entry = "ldap:///ou=floor1,ou=b42,ou=anytown,o=examplecom,c=us";
+    for (const char* const wanted :
+         {"ldap:///ou=floor1,ou=b42,ou=anytown,o=examplecom,c=us", "ldap:///o=examplecom,c=us",
+          "LDAP:///O=ExampleCom, C=us", "ldap:///", "ldap://", "ldap:///o=examplecom%2Cc=us", "ldap:///c=us?cn?sub"}) {
+        EXPECT_TRUE(matchesScope(wanted, entry, "ldap")) << wanted;
+    }
+    for (const char* const wanted : {"ldap:///ou=floor1,ou=b42", "ldap:///o=com,c=us",
+                                     "ldap:///cn=a,ou=floor1,ou=b42,ou=anytown,o=examplecom,c=us", "ldap://host/c=us",
+                                     "http:///c=us", "c=us", "", "ldap:///,c=us", "ldap:///c=us,"}) {
+        EXPECT_FALSE(matchesScope(wanted, entry, "ldap")) << wanted;
+    }
+    EXPECT_FALSE(matchesScope("ldap:///b", "ldap:///a\\,b", "ldap")) << "one name";
+    EXPECT_FALSE(matchesScope("ldap:///b%22", "ldap:///%22a,b%22", "ldap")) << "one name";
+    EXPECT_TRUE(matchesScope("ldap:///c", "ldap:///%22a,b%22,c", "ldap"));
+    EXPECT_TRUE(matchesScope("ldap:///a\\", "ldap:///a\\", "ldap"));
 }
 
 TEST(MatchesScopeTest, aPartOfAScopeThatIsNoPathIsOneSegment)
