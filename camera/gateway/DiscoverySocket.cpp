@@ -1,6 +1,7 @@
 #include "camera/gateway/DiscoverySocket.h"
 
 #include "camera/base/Log.h"
+#include "camera/onvif/Digests.h"
 
 #include <boost/asio/ip/udp.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -27,6 +28,12 @@ constexpr std::size_t kMostAddresses = 4; // of a link, that are told to all
 std::string hostText(std::uint32_t address)
 {
     return asio::ip::address_v4(address).to_string();
+}
+
+std::chrono::milliseconds randomTime(unsigned least, unsigned most)
+{
+    const onvif::Bytes random = onvif::randomBytes(2);
+    return std::chrono::milliseconds(least + (random[0] * 256U + random[1]) % (most - least + 1));
 }
 
 template <class Value>
@@ -75,8 +82,12 @@ public:
 
 private:
     std::shared_ptr<OfLink> opened(const Link& link);
+    void later(std::chrono::milliseconds time, const std::shared_ptr<OfLink>& link,
+               const std::function<void(OfLink&)>& what);
+    void planHello(OfLink& link);
     void sayHello(OfLink& link);
     void sayBye();
+    void tellAll(OfLink& link, const std::string& text);
 
     asio::io_context& _context;
     onvif::Discovery _discovery;
@@ -123,6 +134,8 @@ public:
     }
 
     Link link;
+    bool helloIsPlanned = false;
+    unsigned toldAll = 0; ///< messages to all: a newer one ends the repetition of an older one
 
 private:
     void received(std::size_t size)
@@ -156,7 +169,7 @@ void DiscoverySocket::Sockets::look()
             ofLink->link = link;
             kept.push_back(ofLink);
             if (isNew && _discovery.discoverable()) {
-                sayHello(*ofLink);
+                planHello(*ofLink);
             }
         }
     }
@@ -202,9 +215,56 @@ void DiscoverySocket::Sockets::answer(OfLink& from, const std::string& datagram,
     const auto text =
         _discovery.answer(datagram, who, _place.addresses(hostText(*near)), onvif::Discovery::Clock::now());
     if (text) {
-        from.send(*text, sender);
+        later(text->oneOfMany ? _place.beforeTelling() : std::chrono::milliseconds(0), from.shared_from_this(),
+              [this, text = text->text, sender](OfLink& link) {
+                  if (_discovery.discoverable()) {
+                      link.send(text, sender);
+                  }
+              });
         base::Log::instance().write(base::LogLevel::debug, "camera-gateway", who + " looks for cameras");
     }
+}
+
+/// Does it on a link that is there then.
+void DiscoverySocket::Sockets::later(std::chrono::milliseconds time, const std::shared_ptr<OfLink>& link,
+                                     const std::function<void(OfLink&)>& what)
+{
+    if (time <= std::chrono::milliseconds(0)) {
+        what(*link);
+        return;
+    }
+    const auto timer = std::make_shared<asio::steady_timer>(_context, time);
+    timer->async_wait([timer, self = weak_from_this(), to = std::weak_ptr(link), what](const auto& error) {
+        const auto sockets = self.lock();
+        const auto ofLink = to.lock();
+        if (!error && sockets && ofLink && ofLink->isOpen()) {
+            what(*ofLink);
+        }
+    });
+}
+
+/// What is planned already tells what is true then.
+void DiscoverySocket::Sockets::planHello(OfLink& link)
+{
+    if (!std::exchange(link.helloIsPlanned, true)) {
+        later(_place.beforeTelling(), link.shared_from_this(), [this](OfLink& there) {
+            there.helloIsPlanned = false;
+            if (_discovery.discoverable()) {
+                sayHello(there);
+            }
+        });
+    }
+}
+
+void DiscoverySocket::Sockets::tellAll(OfLink& link, const std::string& text)
+{
+    const udp::endpoint all(asio::ip::make_address_v4(kGroup), _place.port);
+    link.send(text, all);
+    later(_place.beforeRepeating(), link.shared_from_this(), [text, all, number = ++link.toldAll](OfLink& there) {
+        if (there.toldAll == number) {
+            there.send(text, all);
+        }
+    });
 }
 
 void DiscoverySocket::Sockets::sayHello(OfLink& link)
@@ -218,13 +278,13 @@ void DiscoverySocket::Sockets::sayHello(OfLink& link)
             }
         }
     }
-    link.send(_discovery.hello(addresses), {asio::ip::make_address_v4(kGroup), _place.port});
+    tellAll(link, _discovery.hello(addresses));
 }
 
 void DiscoverySocket::Sockets::sayBye()
 {
     for (const std::shared_ptr<OfLink>& link : _links) {
-        link->send(_discovery.bye(), {asio::ip::make_address_v4(kGroup), _place.port});
+        tellAll(*link, _discovery.bye());
     }
 }
 
@@ -239,7 +299,7 @@ void DiscoverySocket::Sockets::tell(onvif::DiscoveryFacts facts)
     }
     for (const std::shared_ptr<OfLink>& link : _links) {
         if (_discovery.discoverable()) {
-            sayHello(*link);
+            planHello(*link);
         }
     }
 }
@@ -266,6 +326,16 @@ DiscoverySocket::DiscoverySocket(asio::io_context& context, onvif::Discovery dis
     : _sockets(std::make_shared<Sockets>(context, std::move(discovery), std::move(place)))
 {
     _sockets->look();
+}
+
+std::chrono::milliseconds DiscoverySocket::upToHalfASecond()
+{
+    return randomTime(0, 500);
+}
+
+std::chrono::milliseconds DiscoverySocket::upToAQuarterOfASecond()
+{
+    return randomTime(50, 250);
 }
 
 DiscoverySocket::~DiscoverySocket()

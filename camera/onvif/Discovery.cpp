@@ -179,8 +179,8 @@ bool Discovery::tell(DiscoveryFacts facts)
     return changed;
 }
 
-std::optional<std::string> Discovery::answer(const std::string& datagram, const std::string& sender,
-                                             const std::vector<std::string>& addresses, Clock::time_point now)
+std::optional<DiscoveryAnswer> Discovery::answer(const std::string& datagram, const std::string& sender,
+                                                 const std::vector<std::string>& addresses, Clock::time_point now)
 {
     if (!_facts.discoverable || datagram.size() > kMostBytes) {
         return std::nullopt;
@@ -205,7 +205,8 @@ std::optional<std::string> Discovery::answer(const std::string& datagram, const 
     Message message(*this, probes ? "ProbeMatches" : "ResolveMatches", kAddressing + "/role/anonymous");
     message.relateTo(question->id);
     message.putCamera(message.body.append_child(probes ? "wsd:ProbeMatch" : "wsd:ResolveMatch"), *this, addresses);
-    return message.text(_facts.scopes, std::min(kMostBytes, kMostTimes * datagram.size()));
+    const auto text = message.text(_facts.scopes, std::min(kMostBytes, kMostTimes * datagram.size()));
+    return text ? std::optional(DiscoveryAnswer{*text, probes}) : std::nullopt;
 }
 
 std::string Discovery::hello(const std::vector<std::string>& addresses)

@@ -18,6 +18,12 @@ struct DiscoveryFacts {
     bool discoverable = true;
 };
 
+/// What a question gets.
+struct DiscoveryAnswer {
+    std::string text; ///< the datagram
+    bool oneOfMany;   ///< others answer the same question, so that the answer waits for a while
+};
+
 /**
  * WS-Discovery of April 2005, as ONVIF uses it: what the camera sends as datagrams, and what it answers to those of
  * strangers. Whether a stranger may ask at all, and by which address it reaches the camera, its caller knows.
@@ -52,8 +58,8 @@ public:
      * @param sender     the address that sent it, without the port.
      * @param addresses  where that one reaches the device service.
      */
-    std::optional<std::string> answer(const std::string& datagram, const std::string& sender,
-                                      const std::vector<std::string>& addresses, Clock::time_point now);
+    std::optional<DiscoveryAnswer> answer(const std::string& datagram, const std::string& sender,
+                                          const std::vector<std::string>& addresses, Clock::time_point now);
 
     /// What is sent to all when the camera has come, and when what is told of it has changed.
     std::string hello(const std::vector<std::string>& addresses);

@@ -12,12 +12,14 @@
 #include <boost/asio/post.hpp>
 
 #include <array>
+#include <deque>
 #include <future>
 #include <memory>
 #include <mutex>
 #include <net/if.h>
 #include <optional>
 #include <poll.h>
+#include <set>
 #include <thread>
 
 namespace camera::gateway {
@@ -35,6 +37,7 @@ using testing::SizeIs;
 
 constexpr std::uint32_t kHere = 0x7f000001;
 constexpr std::uint32_t kEighth = 0xff000000;
+constexpr std::chrono::milliseconds kNever = std::chrono::hours(1); // while a test runs
 
 std::string probe(const std::string& id)
 {
@@ -112,9 +115,11 @@ protected:
         _thread.join();
     }
 
-    void begin(bool discoverable = true)
+    /// @param then  what happens before any time goes by.
+    void begin(
+        bool discoverable = true, const std::function<void()>& then = [] {})
     {
-        run([this, discoverable] {
+        run([&] {
             DiscoverySocket::Place place;
             place.links = [this] {
                 const std::lock_guard<std::mutex> lock(_mutex);
@@ -124,8 +129,11 @@ protected:
             place.addresses = [](const std::string& host) { return std::vector<std::string>{"http://" + host + "/"}; };
             place.port = port;
             place.betweenLooks = std::chrono::milliseconds(1);
+            place.beforeTelling = [this] { return _times.empty() ? std::chrono::milliseconds(0) : nextTime(); };
+            place.beforeRepeating = [this] { return _repeated; };
             _discovery = std::make_unique<DiscoverySocket>(
                 _context, onvif::Discovery("u-u-i-d", 1, {{"onvif://www.onvif.org/name/a"}, discoverable}), place);
+            then();
         });
     }
 
@@ -154,6 +162,12 @@ protected:
         run([&] { _discovery->tell({{scope}, discoverable}); });
     }
 
+    /// Before begin(): the next times that it waits before it tells of itself. Afterwards it does not wait.
+    void waits(std::vector<std::chrono::milliseconds> times) { _times.assign(times.begin(), times.end()); }
+
+    /// Before begin().
+    void repeatsAfter(std::chrono::milliseconds time) { _repeated = time; }
+
     /// Before begin().
     void startWith(std::vector<Link> links) { _links = std::move(links); }
 
@@ -176,6 +190,15 @@ protected:
     const std::uint16_t port = freePort();
 
 private:
+    std::chrono::milliseconds nextTime()
+    {
+        const std::chrono::milliseconds time = _times.front();
+        _times.pop_front();
+        return time;
+    }
+
+    std::deque<std::chrono::milliseconds> _times;
+    std::chrono::milliseconds _repeated = kNever;
     std::mutex _mutex;
     std::vector<Link> _links{loopback()};
     int _looks = 0;
@@ -290,6 +313,85 @@ TEST_F(DiscoverySocketTest, linksComeChangeAndGo)
     setLinks({loopback()});
     one.send(probe("urn:4"), port);
     EXPECT_THAT(one.next("ProbeMatches"), HasSubstr("RelatesTo>urn:4<"));
+}
+
+TEST_F(DiscoverySocketTest, waitsBeforeItAnswersAProbe)
+{
+    waits({std::chrono::milliseconds(0), kNever, std::chrono::milliseconds(5)});
+    begin();
+    Stranger one;
+    one.send(probe("urn:1"), port);
+    one.send(probe("urn:2"), port);
+    EXPECT_THAT(one.next("ProbeMatches"), HasSubstr("RelatesTo>urn:2<"));
+}
+
+TEST_F(DiscoverySocketTest, whoEndsMeanwhileAnswersNobody)
+{
+    waits({std::chrono::milliseconds(0), std::chrono::milliseconds(1), std::chrono::milliseconds(1)});
+    begin();
+    Stranger one;
+    one.send(probe("urn:1"), port);
+    settle();
+    run([this] { _discovery->end(); });
+    settle();
+    run([this] { _discovery.reset(); });
+    settle();
+    EXPECT_THAT(errors.lines(), IsEmpty());
+}
+
+TEST_F(DiscoverySocketTest, oneHelloTellsAllChangesOfItsTime)
+{
+    waits({std::chrono::milliseconds(1)});
+    Stranger all(port);
+    begin(true, [this] {
+        _discovery->tell({{"onvif://www.onvif.org/name/b"}, true});
+        _discovery->tell({{"onvif://www.onvif.org/name/c"}, true});
+    });
+    EXPECT_THAT(all.next("discovery/Hello"), HasSubstr("name/c"));
+    all.send("the last one", port);
+    all.next("the last one");
+    EXPECT_THAT(all.others, IsEmpty());
+}
+
+TEST_F(DiscoverySocketTest, sendsAgainWhatIsForAll)
+{
+    repeatsAfter(std::chrono::milliseconds(1));
+    Stranger all(port);
+    begin();
+    const std::string hello = all.next("discovery/Hello");
+    EXPECT_EQ(hello, all.next("discovery/Hello"));
+    tell("onvif://www.onvif.org/name/a", false);
+    const std::string bye = all.next("discovery/Bye");
+    EXPECT_EQ(bye, all.next("discovery/Bye"));
+    EXPECT_THAT(all.others, IsEmpty());
+}
+
+TEST_F(DiscoverySocketTest, doesNotRepeatWhatIsNoLongerTrue)
+{
+    repeatsAfter(std::chrono::milliseconds(1));
+    Stranger all(port);
+    begin(true, [this] { _discovery->tell({{"onvif://www.onvif.org/name/a"}, false}); });
+    all.next("discovery/Bye");
+    all.others.clear();
+    all.next("discovery/Bye");
+    EXPECT_THAT(all.others, IsEmpty()) << "no hello behind a bye";
+}
+
+TEST(DiscoveryTimesTest, areRandomWithinTheirLimits)
+{
+    std::set<std::int64_t> before;
+    std::set<std::int64_t> again;
+    for (int i = 0; i < 4000; ++i) {
+        before.insert(DiscoverySocket::upToHalfASecond().count());
+        again.insert(DiscoverySocket::upToAQuarterOfASecond().count());
+    }
+    EXPECT_GE(*before.begin(), 0);
+    EXPECT_LE(*before.rbegin(), 500);
+    EXPECT_GT(*before.rbegin(), 450);
+    EXPECT_GE(*again.begin(), 50);
+    EXPECT_LE(*again.rbegin(), 250);
+    EXPECT_GT(before.size(), 400U);
+    EXPECT_GT(again.size(), 150U);
 }
 
 TEST_F(DiscoverySocketTest, aPortThatCannotBeHadIsToldOnce)

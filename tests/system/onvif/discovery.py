@@ -96,11 +96,18 @@ class Asking:
         self.socket.bind((address, 0))
 
     def send(self, types="dn:NetworkVideoTransmitter"):
+        return self.ask(f"<d:Probe><d:Types>{types}</d:Types></d:Probe>")
+
+    def resolve(self, urn):
+        return self.ask(f"<d:Resolve><a:EndpointReference><a:Address>{urn}</a:Address></a:EndpointReference></d:Resolve>")
+
+    def ask(self, content):
+        """Sends a question, and gives its number."""
         number = f"urn:uuid:{uuid.uuid4()}"
         text = (
-            f'<s:Envelope xmlns:s="http://www.w3.org/2003/05/soap-envelope" xmlns:a="{WSA}" xmlns:d="{WSD}" '
+            f'<s:Envelope xmlns:s="{kit.SOAP}" xmlns:a="{WSA}" xmlns:d="{WSD}" '
             f'xmlns:dn="http://www.onvif.org/ver10/network/wsdl"><s:Header><a:MessageID>{number}</a:MessageID></s:Header>'
-            f"<s:Body><d:Probe><d:Types>{types}</d:Types></d:Probe></s:Body></s:Envelope>"
+            f"<s:Body>{content}</s:Body></s:Envelope>"
         )
         self.socket.sendto(text.encode(), (GROUP, PORT))
         return number
@@ -122,11 +129,16 @@ class Hearing:
         self.socket.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, struct.pack("=4s4s", socket.inet_aton(GROUP),
                                                                                       socket.inet_aton(CLIENT)))  # fmt: skip
         self.heard = []
+        self.ids = set()
 
     def next(self, action):
-        """The next message that is one."""
+        """The next message that is one. What is sent again is heard once."""
         while True:
             text = self.socket.recv(65536).decode()
+            number = re.search("MessageID>([^<]*)<", text).group(1)
+            if number in self.ids:
+                continue
+            self.ids.add(number)
             self.heard.append(text)
             if f"{WSD}/{action}<" in text:
                 return text
@@ -225,12 +237,12 @@ class Discovery(unittest.TestCase):
     def test_only_those_of_its_network_are_answered(self):
         hearing = self.hearing()
         self.camera()
-        hearing.next("Hello")
+        urn = re.search(r"urn:uuid:[-0-9a-f]+(?=</wsa:Address>)", hearing.next("Hello")).group(0)
         stranger = self.asking(STRANGER)
         asking = self.asking()
-        stranger.send()
-        asking.send("dn:NetworkVideoDisplay")
-        number = asking.send()
+        stranger.resolve(urn)
+        asking.resolve(urn[:-1])
+        number = asking.resolve(urn)  # answered at once, and after those before it
         self.assertIn(f"RelatesTo>{number}<", asking.answer())
         stranger.socket.setblocking(False)
         self.assertRaises(BlockingIOError, stranger.answer)

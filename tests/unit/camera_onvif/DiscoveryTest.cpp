@@ -82,7 +82,8 @@ class DiscoveryTest : public testing::Test {
 protected:
     std::optional<std::string> answer(const std::string& text, const std::string& sender = "192.0.2.1")
     {
-        return discovery.answer(text, sender, {kAddress}, now);
+        const auto given = discovery.answer(text, sender, {kAddress}, now);
+        return given ? std::optional(given->text) : std::nullopt;
     }
 
     /// Whether one that asks for this finds the camera.
@@ -127,7 +128,14 @@ TEST_F(DiscoveryTest, anAnswerDeclaresEachPrefixThatItUses)
 TEST_F(DiscoveryTest, severalAddressesStandNextToEachOther)
 {
     const auto text = discovery.answer(probe(), "192.0.2.1", {"http://a/", "https://a/"}, now);
-    EXPECT_EQ("http://a/ https://a/", textsIn(text.value_or("<none/>")).at("wsd:XAddrs"));
+    ASSERT_TRUE(text);
+    EXPECT_EQ("http://a/ https://a/", textsIn(text->text).at("wsd:XAddrs"));
+}
+
+TEST_F(DiscoveryTest, onlyAProbeIsAnsweredByManyAtOnce)
+{
+    EXPECT_TRUE(discovery.answer(probe(), "a", {kAddress}, now)->oneOfMany);
+    EXPECT_FALSE(discovery.answer(resolve("urn:uuid:" + kUuid), "b", {kAddress}, now)->oneOfMany);
 }
 
 TEST_F(DiscoveryTest, findsByTypesOfTheCameraOnly)
@@ -329,7 +337,7 @@ TEST_F(DiscoveryTest, anAnswerIsAtMostFourTimesAsLong)
     for (std::size_t more = 0; more < 600; ++more) {
         const std::string text = "<!--" + std::string(more, '-') + "-->" + shortest;
         const auto given = Discovery(kUuid, 1, {kScopes, true}).answer(text, "a", {kAddress}, now);
-        EXPECT_LE(given.value_or("").size(), 4 * text.size());
+        EXPECT_LE(given ? given->text.size() : 0, 4 * text.size());
     }
 }
 
