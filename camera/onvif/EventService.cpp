@@ -285,6 +285,10 @@ void EventService::checkRoom(const std::string& user, bool pushes) const
         all += same ? 1 : 0;
         ofUser += same && each.user == user ? 1 : 0;
     }
+    for (const auto& [owner, messages] : _lastMessages) {
+        all += pushes ? messages : 0;
+        ofUser += pushes && owner == user ? messages : 0;
+    }
     if (ofUser >= most || all >= 2 * most) {
         throw fault("wsnt:SubscribeCreationFailedFault", "there are too many subscriptions; a user may have " +
                                                              std::to_string(most) +
@@ -454,10 +458,8 @@ Answer EventService::renew(const Call& call)
 
 Answer EventService::unsubscribe(const Call& call)
 {
-    EventSubscription& subscription = subscriptionOf(call);
-    reportDropped(subscription);
-    endPull(subscription);
-    _subscriptions.erase(subscription.reference.substr(subscription.reference.rfind('/') + 1));
+    const EventSubscription& subscription = subscriptionOf(call);
+    remove(_subscriptions.find(subscription.reference.substr(subscription.reference.rfind('/') + 1)));
     planWake();
     return call.answer();
 }
@@ -500,15 +502,18 @@ void EventService::push(const std::string& id, EventSubscription& subscription)
     }
     _actions.push(
         {consumer.address, consumer.onlyHost, kNotifyAction, message.messageText(consumer.address, kNotifyAction)},
-        [this, id](const std::optional<Fault>& failure) { pushed(id, failure); });
+        [this, id, user = subscription.user](const std::optional<Fault>& failure) { pushed(id, user, failure); });
 }
 
 /// What a consumer did not take is sent again together with the next message, so that one that is gone for good costs
 /// one attempt for each event.
-void EventService::pushed(const std::string& id, const std::optional<Fault>& failure)
+void EventService::pushed(const std::string& id, const std::string& user, const std::optional<Fault>& failure)
 {
     const auto found = _subscriptions.find(id);
     if (found == _subscriptions.end()) {
+        if (--_lastMessages[user] == 0) {
+            _lastMessages.erase(user);
+        }
         return;
     }
     EventSubscription& subscription = found->second;
@@ -552,12 +557,24 @@ void EventService::removeEnded()
     const Time now = _clocks.steady();
     for (auto each = _subscriptions.begin(); each != _subscriptions.end();) {
         if (!each->second.pull && each->second.ends <= now) {
-            reportDropped(each->second);
-            each = _subscriptions.erase(each);
+            each = remove(each);
         } else {
             ++each;
         }
     }
+}
+
+/// A message that is under way to its consumer keeps a connection for up to five seconds. Until then it counts as a
+/// consumer of its user, or one who subscribes and ends again and again would take all connections there are.
+EventService::Subscriptions::iterator EventService::remove(Subscriptions::iterator ended)
+{
+    EventSubscription& subscription = ended->second;
+    reportDropped(subscription);
+    endPull(subscription);
+    if (subscription.consumer && subscription.consumer->busy) {
+        ++_lastMessages[subscription.user];
+    }
+    return _subscriptions.erase(ended);
 }
 
 void EventService::planWake()

@@ -101,8 +101,9 @@ private:
     EventSubscription& subscriptionOf(const Call& call);
     void give(const std::string& id, EventSubscription& subscription, const SharedNotification& notification);
     void push(const std::string& id, EventSubscription& subscription);
-    void pushed(const std::string& id, const std::optional<Fault>& failure);
+    void pushed(const std::string& id, const std::string& user, const std::optional<Fault>& failure);
     void removeEnded();
+    Subscriptions::iterator remove(Subscriptions::iterator ended);
     void planWake();
     void reportDropped(EventSubscription& subscription);
     Fault fault(const char* name, const std::string& reason, const std::string& more = "") const;
@@ -117,7 +118,8 @@ private:
     const EventActions _actions;
     const Clocks _clocks;
     const EventLimits _limits;
-    Subscriptions _subscriptions; ///< by their ids
+    Subscriptions _subscriptions;                     ///< by their ids
+    std::map<std::string, std::size_t> _lastMessages; ///< under way of subscriptions that have ended, by users
     std::uint64_t _pulls = 0;
     std::optional<Time> _wakeAt;
 };

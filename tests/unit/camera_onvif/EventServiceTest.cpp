@@ -700,6 +700,25 @@ TEST_F(EventServiceTest, consumerThatIsUnsubscribedOrEndsGetsNothingMore)
     EXPECT_EQ(1U, pushed.size());
 }
 
+TEST_F(EventServiceTest, consumerCountsUntilTheMessageThatIsUnderWayHasEnded)
+{
+    make({1000, 250, 32, 1});
+    live = {state("A", "true", PropertyOperation::initialized)};
+    const char* const address = "http://10.0.0.5/";
+    const std::string again = in("wsnt:ConsumerReference", in("wsa:Address", address));
+    call("wsnt:Unsubscribe", "", subscribed(address));
+    EXPECT_THAT(subscribed(address), StartsWith("Sender wsnt:SubscribeCreationFailedFault"));
+    EXPECT_THAT(created(), StartsWith("/onvif/"));
+    pushed.at(0).second(std::nullopt);
+    subscribed(address, in("wsnt:InitialTerminationTime", "PT10S"));
+    pass(10s);
+    EXPECT_THAT(subscribed(address), StartsWith("Sender wsnt:SubscribeCreationFailedFault"));
+    EXPECT_THAT(call("wsnt:Subscribe", again, "", "another"), HasSubstr("SubscribeResponse"));
+    EXPECT_THAT(call("wsnt:Subscribe", again, "", "a third one"), HasSubstr("SubscribeCreationFailedFault"));
+    pushed.at(1).second(Fault::receiver({"ter:Action"}, "gone"));
+    EXPECT_THAT(subscribed(address), StartsWith("/onvif/"));
+}
+
 TEST_F(EventServiceTest, consumerIsAtTheAddressOfItsClient)
 {
     for (const char* const address : {"http://10.0.0.6/", "http://[::1]/", "https://10.0.0.5/", "ftp://10.0.0.5/",
