@@ -22,12 +22,12 @@ ITEM_FILTER = "http://www.onvif.org/ver10/tev/messageContentFilter/ItemFilter"
 
 
 class Consumer:
-    """Takes connections and what comes over them, and answers nothing."""
+    """Takes connections and answers nothing; the oldest one ends when there are too many."""
 
     def __init__(self):
         self.listener = socket.create_server(("127.0.0.1", 0), backlog=256)
         self.address = "http://127.0.0.1:%d/" % self.listener.getsockname()[1]
-        self.taken = collections.deque(maxlen=64)  # the oldest one is closed
+        self.taken = collections.deque(maxlen=8)  # half of what a user may have
         threading.Thread(target=self.take, daemon=True).start()
 
     def take(self):
@@ -43,6 +43,7 @@ class Lives:
     LOGINS = 17000  # more than the camera remembers of a user
     SHORT = "PT0.05S"
     GROWTH = 1024  # KiB: what an allocator moves between its pools
+    CONNECTIONS = 16 + 16 + 8  # of one address, to the consumers of one user, and what is just being opened or closed
 
     def __init__(self, number, dice):
         self.number, self.dice = number, dice
@@ -50,10 +51,13 @@ class Lives:
         self.lock = threading.Lock()
         self.consumer = Consumer()
         self.failure = None
+        self.gateway = None
+        self.most = 0  # descriptors of the gateway
         self.camera = kit.VirtualCamera("--no-factory", *kit.PLACES, scene=SCENE)
 
     def run(self):
         try:
+            self.gateway = self.camera.processes()["camera-gateway"]
             self.remember_logins()
             self.live(self.number // 4)
             before = self.settled()
@@ -64,6 +68,9 @@ class Lives:
                 short = name.replace("camera-", "")
                 result[f"{short}_kib"] = f"{kib}..{after[name][0]}"
                 result[f"{short}_descriptors"] = f"{descriptors}..{after[name][1]}"
+            result["gateway_most_descriptors"] = self.most
+            if self.most > before["camera-gateway"][1] + self.CONNECTIONS:
+                raise AssertionError(f"the gateway had {self.most} descriptors: {result}")
             grown = [name for name in before if after[name][0] > before[name][0] + self.GROWTH]
             if grown:
                 raise AssertionError(f"{grown} grew: {result}")
@@ -92,7 +99,9 @@ class Lives:
         client = soap.Client(self.camera)
         kinds = {self.unsubscribed: 40, self.expired: 20, self.abandoned: 20, self.filtered: 10, self.refused: 5, self.pushed: 5}
         try:
-            for _ in range(number):
+            for done in range(number):
+                if done % 20 == 0:
+                    self.most = max(self.most, descriptors_of(self.gateway))
                 kind = dice.choices(list(kinds), list(kinds.values()))[0]
                 kind(client, dice)
                 with self.lock:

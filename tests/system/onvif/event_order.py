@@ -4,6 +4,7 @@ What subscribers are told is compared with what was on the camera's bus, event b
 """
 import collections
 import os
+import pathlib
 import re
 import signal
 import threading
@@ -108,6 +109,12 @@ def gaps_of(seen, everything):
     return gaps
 
 
+def stands(pid):
+    """Whether each thread of the process is stopped: the signal takes a moment to reach them."""
+    threads = [path.read_text(encoding="utf-8") for path in pathlib.Path(f"/proc/{pid}/task").glob("*/stat")]
+    return all(text.rsplit(")", 1)[1].split()[0] == "T" for text in threads)
+
+
 def order(messages, dice):
     counting = Counting()
     try:
@@ -152,6 +159,7 @@ class Stops:
     def stop(self, what):
         pid = self.counting.process.process.pid if what == "subscriber" else self.counting.camera.processes()[what]
         os.kill(pid, signal.SIGSTOP)
+        kit.eventually(lambda: stands(pid), f"{what} standing still")
         try:
             if what == "subscriber":
                 self.counting.wait_for_more(self.dice.choice([10, 200, 2 * QUEUE]))
