@@ -4,12 +4,14 @@
 #include "camera/onvif/Digests.h"
 
 #include <boost/asio/ip/udp.hpp>
+#include <boost/asio/ip/v6_only.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/system/system_error.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <netinet/in.h>
 #include <optional>
 #include <sys/socket.h>
@@ -23,11 +25,18 @@ using udp = asio::ip::udp;
 namespace {
 
 constexpr const char* kGroup = "239.255.255.250";
+constexpr const char* kLongGroup = "ff02::c";
 constexpr std::size_t kMostAddresses = 4; // of a link, that are told to all
 
-std::string hostText(std::uint32_t address)
+/// Where all on a link hear the camera.
+udp::endpoint allOn(const Link& link, std::uint16_t port)
 {
-    return asio::ip::address_v4(address).to_string();
+    if (!link.isLong()) {
+        return {asio::ip::make_address_v4(kGroup), port};
+    }
+    asio::ip::address_v6 group = asio::ip::make_address_v6(kLongGroup);
+    group.scope_id(link.index);
+    return {group, port};
 }
 
 std::chrono::milliseconds randomTime(unsigned least, unsigned most)
@@ -37,29 +46,51 @@ std::chrono::milliseconds randomTime(unsigned least, unsigned most)
 }
 
 template <class Value>
-void setOption(udp::socket& socket, int option, const Value& value)
+void setOption(udp::socket& socket, int level, int option, const Value& value)
 {
-    if (::setsockopt(socket.native_handle(), IPPROTO_IP, option, &value, sizeof value) != 0) {
+    if (::setsockopt(socket.native_handle(), level, option, &value, sizeof value) != 0) {
         throw boost::system::system_error(errno, boost::system::generic_category());
     }
+}
+
+void join(udp::socket& socket, const Link& link, const asio::ip::address_v4& group)
+{
+    setOption(socket, IPPROTO_IP, IP_MULTICAST_ALL, 0); // nothing of links that other sockets have joined
+    ip_mreqn membership{};
+    membership.imr_multiaddr.s_addr = htonl(group.to_uint());
+    membership.imr_address.s_addr = htonl(link.addresses.front().address().to_v4().to_uint());
+    membership.imr_ifindex = static_cast<int>(link.index);
+    setOption(socket, IPPROTO_IP, IP_ADD_MEMBERSHIP, membership);
+    setOption(socket, IPPROTO_IP, IP_MULTICAST_IF, membership);
+    setOption(socket, IPPROTO_IP, IP_MULTICAST_TTL, 1);
+}
+
+void join(udp::socket& socket, const Link& link, const asio::ip::address_v6& group)
+{
+    setOption(socket, IPPROTO_IPV6, IPV6_MULTICAST_ALL, 0);
+    ipv6_mreq membership{};
+    std::memcpy(&membership.ipv6mr_multiaddr, group.to_bytes().data(), sizeof membership.ipv6mr_multiaddr);
+    membership.ipv6mr_interface = link.index;
+    setOption(socket, IPPROTO_IPV6, IPV6_JOIN_GROUP, membership);
+    setOption(socket, IPPROTO_IPV6, IPV6_MULTICAST_IF, link.index);
+    setOption(socket, IPPROTO_IPV6, IPV6_MULTICAST_HOPS, 1);
 }
 
 /// A socket that gets what is sent to the group on one link, and sends to all there. @throws
 /// boost::system::system_error
 udp::socket joined(asio::io_context& context, const Link& link, std::uint16_t port)
 {
-    const auto group = asio::ip::make_address_v4(kGroup);
-    udp::socket socket(context, udp::v4());
+    const udp::endpoint all = allOn(link, port);
+    udp::socket socket(context, all.protocol());
     socket.set_option(udp::socket::reuse_address(true)); // other programs of this computer may be found, too
-    setOption(socket, IP_MULTICAST_ALL, 0);              // nothing of links that other sockets have joined
-    socket.bind({group, port});
-    ip_mreqn membership{};
-    membership.imr_multiaddr.s_addr = htonl(group.to_uint());
-    membership.imr_address.s_addr = htonl(link.addresses.front().address);
-    membership.imr_ifindex = static_cast<int>(link.index);
-    setOption(socket, IP_ADD_MEMBERSHIP, membership);
-    setOption(socket, IP_MULTICAST_IF, membership);
-    setOption(socket, IP_MULTICAST_TTL, 1);
+    if (link.isLong()) {
+        socket.set_option(asio::ip::v6_only(true));
+        socket.bind(all);
+        join(socket, link, all.address().to_v6());
+    } else {
+        socket.bind(all);
+        join(socket, link, all.address().to_v4());
+    }
     socket.non_blocking(true);
     return socket;
 }
@@ -87,7 +118,8 @@ private:
     void planHello(OfLink& link);
     void sayHello(OfLink& link);
     void sayBye();
-    void tellAll(OfLink& link, const std::string& text);
+    bool tellAll(OfLink& link, const std::string& text);
+    std::vector<std::string> servicesAt(const std::vector<Address>& hosts) const;
 
     asio::io_context& _context;
     onvif::Discovery _discovery;
@@ -126,16 +158,18 @@ public:
         _socket.close(ignored);
     }
 
-    /// What cannot be sent is lost, as any datagram may be.
-    void send(const std::string& datagram, const udp::endpoint& to)
+    /// @return whether it is on its way.
+    bool send(const std::string& datagram, const udp::endpoint& to)
     {
-        boost::system::error_code ignored;
-        _socket.send_to(asio::buffer(datagram), to, 0, ignored);
+        boost::system::error_code failed;
+        _socket.send_to(asio::buffer(datagram), to, 0, failed);
+        return !failed;
     }
 
     Link link;
     bool helloIsPlanned = false;
-    unsigned toldAll = 0; ///< messages to all: a newer one ends the repetition of an older one
+    bool owesHello = false; ///< it could not be sent: a new address of IPv6 cannot send at first
+    unsigned toldAll = 0;   ///< messages to all: a newer one ends the repetition of an older one
 
 private:
     void received(std::size_t size)
@@ -159,9 +193,10 @@ void DiscoverySocket::Sockets::look()
     bool failed = false;
     for (const Link& link : there) {
         const auto known = std::find_if(_links.begin(), _links.end(), [&link](const auto& each) {
-            return each->link.index == link.index && each->isOpen();
+            return each->link.index == link.index && each->link.isLong() == link.isLong() && each->isOpen();
         });
-        const bool isNew = known == _links.end() || !((*known)->link.addresses == link.addresses);
+        const bool isNew =
+            known == _links.end() || !((*known)->link.addresses == link.addresses) || (*known)->owesHello;
         const std::shared_ptr<OfLink> ofLink = known == _links.end() ? opened(link) : std::exchange(*known, nullptr);
         _links.erase(std::remove(_links.begin(), _links.end(), nullptr), _links.end());
         failed = failed || !ofLink;
@@ -207,13 +242,12 @@ std::shared_ptr<DiscoverySocket::OfLink> DiscoverySocket::Sockets::opened(const 
 
 void DiscoverySocket::Sockets::answer(OfLink& from, const std::string& datagram, const udp::endpoint& sender)
 {
-    const auto near = addressNear(from.link, sender.address().to_v4().to_uint());
-    if (!near || sender.port() == 0) {
+    const std::vector<Address> near = addressesFor(from.link, sender.address());
+    if (near.empty() || sender.port() == 0) {
         return;
     }
     const std::string who = sender.address().to_string();
-    const auto text =
-        _discovery.answer(datagram, who, _place.addresses(hostText(*near)), onvif::Discovery::Clock::now());
+    const auto text = _discovery.answer(datagram, who, servicesAt(near), onvif::Discovery::Clock::now());
     if (text) {
         later(text->oneOfMany ? _place.beforeTelling() : std::chrono::milliseconds(0), from.shared_from_this(),
               [this, text = text->text, sender](OfLink& link) {
@@ -256,29 +290,40 @@ void DiscoverySocket::Sockets::planHello(OfLink& link)
     }
 }
 
-void DiscoverySocket::Sockets::tellAll(OfLink& link, const std::string& text)
+bool DiscoverySocket::Sockets::tellAll(OfLink& link, const std::string& text)
 {
-    const udp::endpoint all(asio::ip::make_address_v4(kGroup), _place.port);
-    link.send(text, all);
+    const udp::endpoint all = allOn(link.link, _place.port);
+    const bool sent = link.send(text, all);
     later(_place.beforeRepeating(), link.shared_from_this(), [text, all, number = ++link.toldAll](OfLink& there) {
         if (there.toldAll == number) {
             there.send(text, all);
         }
     });
+    return sent;
 }
 
-void DiscoverySocket::Sockets::sayHello(OfLink& link)
+/// Where those who reach the camera by one of these find the device service: a few addresses.
+std::vector<std::string> DiscoverySocket::Sockets::servicesAt(const std::vector<Address>& hosts) const
 {
     std::vector<std::string> addresses;
-    for (const LinkAddress& each : link.link.addresses) {
-        for (const std::string& address : _place.addresses(hostText(each.address))) {
+    for (const Address& host : hosts) {
+        for (const std::string& address : _place.addresses(host.to_string())) {
             if (std::find(addresses.begin(), addresses.end(), address) == addresses.end() &&
                 addresses.size() < kMostAddresses) {
                 addresses.push_back(address);
             }
         }
     }
-    tellAll(link, _discovery.hello(addresses));
+    return addresses;
+}
+
+void DiscoverySocket::Sockets::sayHello(OfLink& link)
+{
+    std::vector<Address> hosts;
+    for (const LinkAddress& each : link.link.addresses) {
+        hosts.push_back(each.address());
+    }
+    link.owesHello = !tellAll(link, _discovery.hello(servicesAt(hosts)));
 }
 
 void DiscoverySocket::Sockets::sayBye()

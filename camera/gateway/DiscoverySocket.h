@@ -15,7 +15,7 @@
 namespace camera::gateway {
 
 /**
- * Sends and takes the datagrams of discovery: IPv4 multicast to 239.255.255.250 on each link of the camera.
+ * Sends and takes the datagrams of discovery: multicast to 239.255.255.250 and to ff02::c on each link of the camera.
  *
  * Links come and go; the camera says hello on each that comes. What it sends to all it sends twice, but for the bye of
  * end(). Only those are answered that ask from a network of the

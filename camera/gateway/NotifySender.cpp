@@ -1,5 +1,6 @@
 #include "camera/gateway/NotifySender.h"
 
+#include "camera/gateway/Links.h"
 #include "camera/gateway/NotifyAnswer.h"
 
 #include <boost/asio/ip/address.hpp>
@@ -30,13 +31,9 @@ Fault consumerFault(const std::string& address, const std::string& why)
 /// Whether both are one address: 127.0.0.1 is ::ffff:127.0.0.1.
 bool isSame(const boost::asio::ip::address& address, const std::string& other)
 {
-    using namespace boost::asio::ip;
-    const auto wide = [](const boost::asio::ip::address& each) {
-        return each.is_v4() ? make_address_v6(v4_mapped, each.to_v4()) : each.to_v6();
-    };
     error_code noAddress;
-    const auto parsed = make_address(other, noAddress);
-    return !noAddress && wide(address) == wide(parsed);
+    const auto parsed = boost::asio::ip::make_address(other, noAddress);
+    return !noAddress && bytesOf(address) == bytesOf(parsed);
 }
 
 } // namespace

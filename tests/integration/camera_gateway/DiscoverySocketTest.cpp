@@ -414,36 +414,76 @@ TEST_F(DiscoverySocketTest, aPortThatCannotBeHadIsToldOnce)
 
 TEST(LinksTest, anAddressOfThisComputerOnlyHasNone)
 {
-    for (const char* const bound : {"127.0.0.1", "::1", "192.0.2.1", "2001:db8::1", "x", ""}) {
+    for (const char* const bound : {"127.0.0.1", "::1", "192.0.2.1", "2001:db8::1", "fe80::1%1", "x", ""}) {
         EXPECT_THAT(linksOf(bound), IsEmpty()) << bound;
     }
 }
 
 TEST(LinksTest, areNamedWithTheirNumberAndAddresses)
 {
-    for (const Link& link : linksOf("0.0.0.0")) {
+    for (const Link& link : linksOf("::")) {
         EXPECT_EQ(::if_nametoindex(link.name.c_str()), link.index);
         ASSERT_FALSE(link.addresses.empty());
-        EXPECT_NE(127U, link.addresses.front().address >> 24U);
-        const std::string own = make_address_v4(link.addresses.front().address).to_string();
-        ASSERT_THAT(linksOf(own), SizeIs(1));
-        EXPECT_THAT(linksOf(own).front().addresses, SizeIs(1));
+        const Address& own = link.addresses.front().address();
+        EXPECT_FALSE(own.is_loopback());
+        const std::string zone = own.is_v6() && own.to_v6().is_link_local() ? "%" + link.name : "";
+        ASSERT_THAT(linksOf(own.to_string() + zone), SizeIs(1));
+        EXPECT_THAT(linksOf(own.to_string() + zone).front().addresses, ElementsAre(link.addresses.front()));
+        bool forLink = false; // those of the link only are the last ones
+        for (const LinkAddress& each : link.addresses) {
+            EXPECT_EQ(link.isLong(), each.address().is_v6());
+            const bool thisOne = each.address().is_v6() && each.address().to_v6().is_link_local();
+            EXPECT_TRUE(thisOne || !forLink);
+            forLink = thisOne;
+        }
     }
-    EXPECT_EQ(linksOf("::").size(), linksOf("0.0.0.0").size());
+    for (const Link& link : linksOf("0.0.0.0")) {
+        EXPECT_FALSE(link.isLong());
+    }
+}
+
+std::vector<std::string> found(const Link& link, const Address& stranger)
+{
+    std::vector<std::string> texts;
+    for (const Address& address : addressesFor(link, stranger)) {
+        texts.push_back(address.to_string());
+    }
+    return texts;
 }
 
 TEST(LinksTest, aStrangerIsNearInANetworkOfTheLink)
 {
     const Link link{
         "a", 1, {{0x0a000001, 0xffffff00}, {0x0a000181, 0xffffff80}, {0x0a000301, 0xfffffffe}, {0x0a000501, ~0U}}};
-    EXPECT_EQ(0x0a000001U, addressNear(link, 0x0a0000fe));
-    EXPECT_EQ(0x0a000181U, addressNear(link, 0x0a000182));
-    EXPECT_EQ(0x0a000001U, addressNear(link, 0x0a000001)) << "itself";
-    EXPECT_EQ(0x0a000301U, addressNear(link, 0x0a000300)) << "two of a point-to-point link";
-    EXPECT_EQ(0x0a000501U, addressNear(link, 0x0a000501));
+    const auto near = [&link](std::uint32_t stranger) { return found(link, boost::asio::ip::address_v4(stranger)); };
+    EXPECT_THAT(near(0x0a0000fe), ElementsAre("10.0.0.1"));
+    EXPECT_THAT(near(0x0a000182), ElementsAre("10.0.1.129"));
+    EXPECT_THAT(near(0x0a000001), ElementsAre("10.0.0.1")) << "itself";
+    EXPECT_THAT(near(0x0a000300), ElementsAre("10.0.3.1")) << "two of a point-to-point link";
+    EXPECT_THAT(near(0x0a000501), ElementsAre("10.0.5.1"));
     for (const std::uint32_t stranger : {0x0a000000U, 0x0a0000ffU, 0x0a000101U, 0x0a000180U, 0x0a000200U, 0x0a000302U,
                                          0x0a000502U, 0x0b000001U, 0U, ~0U}) {
-        EXPECT_EQ(std::nullopt, addressNear(link, stranger)) << std::hex << stranger;
+        EXPECT_THAT(near(stranger), IsEmpty()) << std::hex << stranger;
+    }
+}
+
+TEST(LinksTest, aStrangerOfIpv6IsNearInItsNetworkOrWithAnAddressOfTheLink)
+{
+    using boost::asio::ip::make_address_v6;
+    const Link link{"a",
+                    7,
+                    {{make_address_v6("2001:db8:0:1::2"), 64},
+                     {make_address_v6("2001:db8:0:1::3"), 64},
+                     {make_address_v6("fd00::ff"), 121},
+                     {make_address_v6("fe80::1%7"), 64}}};
+    const auto near = [&link](const char* stranger) { return found(link, make_address_v6(stranger)); };
+    EXPECT_THAT(near("2001:db8:0:1:ffff::1"), ElementsAre("2001:db8:0:1::2")) << "one is enough";
+    EXPECT_THAT(near("fd00::80"), ElementsAre("fd00::ff"));
+    EXPECT_THAT(near("fe80::1234%7"), ElementsAre("2001:db8:0:1::2", "2001:db8:0:1::3", "fd00::ff", "fe80::1"));
+    const Link bound{"a", 7, {{make_address_v6("2001:db8::2"), 64}}};
+    EXPECT_THAT(found(bound, make_address_v6("fe80::9")), ElementsAre("2001:db8::2"));
+    for (const char* const stranger : {"2001:db8:0:2::2", "fd00::7f", "fd00::100", "::", "::1", "::ffff:10.0.0.1"}) {
+        EXPECT_THAT(near(stranger), IsEmpty()) << stranger;
     }
 }
 

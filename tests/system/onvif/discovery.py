@@ -3,6 +3,7 @@ import ctypes
 import http.client
 import json
 import os
+import pathlib
 import re
 import shutil
 import signal
@@ -22,6 +23,10 @@ PORT = 3702
 CAMERA = "10.77.0.1"
 CLIENT = "10.77.0.2"
 STRANGER = "192.0.2.5"  # reaches the camera's link and gets its answers, but has no address of its network
+LONG_GROUP = "ff02::c"
+LONG_CAMERA = "fd77::1"
+LONG_CLIENT = "fd77::2"
+LONG_STRANGER = "2001:db8::5"
 WSD = "http://schemas.xmlsoap.org/ws/2005/04/discovery"
 WSA = "http://schemas.xmlsoap.org/ws/2004/08/addressing"
 CLONE_NEWNET = 0x40000000
@@ -56,10 +61,18 @@ class Network:
         ip("-n", camera, "addr", "add", f"{CAMERA}/24", "dev", "link0")
         ip("-n", client, "addr", "add", f"{CLIENT}/24", "dev", "link0")
         ip("-n", client, "addr", "add", f"{STRANGER}/32", "dev", "link0")
+        self.has_ipv6 = pathlib.Path("/proc/sys/net/ipv6").exists()
+        if self.has_ipv6:
+            # Without the second in which an address is tried and cannot send.
+            ip("-n", camera, "addr", "add", f"{LONG_CAMERA}/64", "dev", "link0", "nodad")
+            ip("-n", client, "addr", "add", f"{LONG_CLIENT}/64", "dev", "link0", "nodad")
+            ip("-n", client, "addr", "add", f"{LONG_STRANGER}/128", "dev", "link0", "nodad")
         for name in (camera, client):
             ip("-n", name, "link", "set", "lo", "up")
             ip("-n", name, "link", "set", "link0", "up")
         ip("-n", camera, "route", "add", "192.0.2.0/24", "dev", "link0")
+        if self.has_ipv6:
+            ip("-n", camera, "route", "add", "2001:db8::/32", "dev", "link0")
         ip("-n", client, "route", "add", "default", "via", CAMERA, "src", CLIENT)
 
     def disconnect(self):
@@ -69,14 +82,18 @@ class Network:
         for name in self.names.values():
             ip("netns", "del", name, check=False)
 
-    def socket(self, place, kind):
+    def index(self, place):
+        """The number of the link there."""
+        return json.loads(ip("-n", self.names[place], "-json", "link", "show", "link0").stdout)[0]["ifindex"]
+
+    def socket(self, place, kind, family=socket.AF_INET):
         """One that is there, whatever the network of this process is."""
         made = []
 
         def make():
             with open(f"/run/netns/{self.names[place]}", "rb") as namespace:
                 if ctypes.CDLL(None, use_errno=True).setns(namespace.fileno(), CLONE_NEWNET) == 0:
-                    made.append(socket.socket(socket.AF_INET, kind))
+                    made.append(socket.socket(family, kind))
 
         thread = threading.Thread(target=make)  # only this thread goes there
         thread.start()
@@ -89,6 +106,8 @@ class Network:
 
 class Asking:
     """Sends probes, and gets what is answered to them."""
+
+    group = (GROUP, PORT)
 
     def __init__(self, network, address=CLIENT):
         self.socket = network.socket("client", socket.SOCK_DGRAM)
@@ -109,7 +128,7 @@ class Asking:
             f'xmlns:dn="http://www.onvif.org/ver10/network/wsdl"><s:Header><a:MessageID>{number}</a:MessageID></s:Header>'
             f"<s:Body>{content}</s:Body></s:Envelope>"
         )
-        self.socket.sendto(text.encode(), (GROUP, PORT))
+        self.socket.sendto(text.encode(), self.group)
         return number
 
     def answer(self):
@@ -119,17 +138,31 @@ class Asking:
         self.socket.close()
 
 
+class LongAsking(Asking):
+    """The same by IPv6."""
+
+    def __init__(self, network, address=LONG_CLIENT):
+        link = network.index("client")
+        self.group = (LONG_GROUP, PORT, 0, link)
+        self.socket = network.socket("client", socket.SOCK_DGRAM, socket.AF_INET6)
+        self.socket.setsockopt(socket.IPPROTO_IPV6, socket.IPV6_MULTICAST_IF, link)
+        self.socket.bind(socket.getaddrinfo(address, 0, socket.AF_INET6, socket.SOCK_DGRAM, flags=socket.AI_NUMERICHOST)[0][4])
+
+
 class Hearing:
     """Hears what is sent to all."""
 
     def __init__(self, network):
+        self.open(network)
+        self.heard = []
+        self.ids = set()
+
+    def open(self, network):
         self.socket = network.socket("client", socket.SOCK_DGRAM)
         self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         self.socket.bind((GROUP, PORT))
         self.socket.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, struct.pack("=4s4s", socket.inet_aton(GROUP),
                                                                                       socket.inet_aton(CLIENT)))  # fmt: skip
-        self.heard = []
-        self.ids = set()
 
     def next(self, action):
         """The next message that is one. What is sent again is heard once."""
@@ -145,6 +178,18 @@ class Hearing:
 
     def close(self):
         self.socket.close()
+
+
+class LongHearing(Hearing):
+    """The same by IPv6."""
+
+    def open(self, network):
+        link = network.index("client")
+        self.socket = network.socket("client", socket.SOCK_DGRAM, socket.AF_INET6)
+        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self.socket.bind((LONG_GROUP, PORT, 0, link))
+        self.socket.setsockopt(socket.IPPROTO_IPV6, socket.IPV6_JOIN_GROUP,
+                               socket.inet_pton(socket.AF_INET6, LONG_GROUP) + struct.pack("@I", link))  # fmt: skip
 
 
 class PlacedCamera(kit.VirtualCamera):
@@ -163,7 +208,8 @@ class PlacedCamera(kit.VirtualCamera):
         )
         there = urllib.parse.urlparse(self.address)
         connection = http.client.HTTPConnection(there.netloc)
-        connection.sock = self.network.socket("client", socket.SOCK_STREAM)
+        family = socket.AF_INET6 if ":" in there.hostname else socket.AF_INET
+        connection.sock = self.network.socket("client", socket.SOCK_STREAM, family)
         connection.sock.connect((there.hostname, there.port))
         connection.request("POST", "/onvif/device_service", body)
         answer = connection.getresponse()
@@ -180,18 +226,18 @@ class Discovery(unittest.TestCase):
         cls.network = Network()
         cls.addClassCleanup(cls.network.remove)
 
-    def camera(self, *arguments):
-        camera = PlacedCamera(self.network, "--bind", "0.0.0.0", *arguments)
+    def camera(self, *arguments, bind="0.0.0.0"):
+        camera = PlacedCamera(self.network, "--bind", bind, *arguments)
         self.addCleanup(camera.remove)
         return camera
 
-    def hearing(self):
-        hearing = Hearing(self.network)
+    def hearing(self, kind=Hearing):
+        hearing = kind(self.network)
         self.addCleanup(hearing.close)
         return hearing
 
-    def asking(self, *address):
-        asking = Asking(self.network, *address)
+    def asking(self, *address, kind=Asking):
+        asking = kind(self.network, *address)
         self.addCleanup(asking.close)
         return asking
 
@@ -246,6 +292,60 @@ class Discovery(unittest.TestCase):
         self.assertIn(f"RelatesTo>{number}<", asking.answer())
         stranger.socket.setblocking(False)
         self.assertRaises(BlockingIOError, stranger.answer)
+
+    def need_ipv6(self):
+        if not self.network.has_ipv6:
+            self.skipTest("this computer has no IPv6")
+
+    def test_clients_of_both_families_find_the_camera(self):
+        self.need_ipv6()
+        short, long = self.hearing(), self.hearing(LongHearing)
+        camera = self.camera(bind="::")
+        service = f"http://[{LONG_CAMERA}]:{urllib.parse.urlparse(camera.address).port}/onvif/device_service"
+        hello = long.next("Hello")
+        urn = re.search(r"urn:uuid:[-0-9a-f]+(?=</wsa:Address>)", hello).group(0)
+        self.assertIn(service, hello)
+        self.assertIn(f"http://{CAMERA}:", short.next("Hello"))
+        asking, stranger = self.asking(kind=LongAsking), self.asking(LONG_STRANGER, kind=LongAsking)
+        stranger.resolve(urn)
+        number = asking.resolve(urn)
+        answer = asking.answer()
+        self.assertIn(f"RelatesTo>{number}<", answer)
+        self.assertIn(f">{service}<", answer)
+        number = asking.send()
+        self.assertIn(f"RelatesTo>{number}<", asking.answer())
+        stranger.socket.setblocking(False)
+        self.assertRaises(BlockingIOError, stranger.answer)
+        camera.address = service.rsplit("/onvif", 1)[0]
+        camera.ask("<tds:SetScopes><tds:Scopes>onvif://www.onvif.org/name/Door</tds:Scopes></tds:SetScopes>")
+        self.assertIn("onvif://www.onvif.org/name/Door</wsd:Scopes>", long.next("Hello"))
+        camera.stop()
+        long.next("Bye")
+        short.next("Bye")
+
+    def test_an_address_of_ipv6_is_told_by_ipv6_only(self):
+        self.need_ipv6()
+        short, long = self.hearing(), self.hearing(LongHearing)
+        camera = self.camera(bind=LONG_CAMERA)
+        self.assertTrue(camera.address.startswith(f"http://[{LONG_CAMERA}]:"), camera.address)
+        self.assertIn(f">{camera.address}/onvif/device_service<", long.next("Hello"))
+        # Of a client that has an address of the link only, which reaches no other network.
+        asking = self.asking(self.address_of_the_link("client"), kind=LongAsking)
+        number = asking.send()
+        answer = asking.answer()
+        self.assertIn(f"RelatesTo>{number}<", answer)
+        self.assertIn(f">{camera.address}/onvif/device_service<", answer)
+        camera.stop()
+        other = self.camera()
+        self.assertIn(other.address, short.next("Hello"))
+        self.assertEqual(len([each for each in short.heard if "Hello" in each]), 1)
+
+    def address_of_the_link(self, place):
+        def found():
+            link = json.loads(ip("-n", self.network.names[place], "-6", "-json", "addr", "show", "link0").stdout)[0]
+            return next((each["local"] for each in link["addr_info"] if each["scope"] == "link" and not each.get("tentative")), None)
+
+        return f"{kit.eventually(found, 'an address of the link')}%{self.network.index(place)}"
 
     def test_a_link_that_goes_and_comes_hurts_nobody(self):
         hearing = self.hearing()
