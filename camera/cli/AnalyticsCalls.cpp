@@ -5,12 +5,13 @@
 #include "camera/base/Utf8.h"
 #include "camera/cli/JsonOutput.h"
 #include "camera/cli/RestartReport.h"
-#include "camera/onvif/AnalyticsChange.h"
+#include "camera/onvif/AnalyticsTransactions.h"
 #include "camera/onvif/Fault.h"
 
 #include <algorithm>
 #include <exception>
 #include <optional>
+#include <tuple>
 
 namespace camera::cli {
 
@@ -57,30 +58,35 @@ onvif::AnalyticsView viewOf(CameraClient& client)
     return view;
 }
 
-/// Nothing when the camera has performed the steps, else why it refuses one.
-std::optional<std::string> refusalOf(CameraClient& client, const std::vector<onvif::AnalyticsStep>& steps,
-                                     std::chrono::milliseconds patience)
-{
-    const auto refusal = [](std::int64_t result, std::int64_t status, const Texts& lines) {
-        const std::string text = onvif::refusalText(lines);
-        return result == 0 && status == 0 ? std::nullopt : std::optional(text.empty() ? "the camera failed" : text);
-    };
-    for (const onvif::AnalyticsStep& step : steps) {
-        std::optional<std::string> refused;
-        if (step.document.empty()) {
-            const auto [result, status, lines] =
-                client.askWithin(patience, &bus::AnalyticsClient::deleteRules, step.names);
-            refused = refusal(result, status, lines);
-        } else {
-            const auto [result, status, lines] =
-                client.askWithin(patience, &bus::AnalyticsClient::setConfiguration, step.document);
-            refused = refusal(result, status, lines);
-        }
-        if (refused) {
-            return refused;
-        }
+/// For changes that end with this command.
+class KeptUntilTheEnd final : public onvif::Kept<onvif::IntendedChange> {
+public:
+    KeptUntilTheEnd() : Kept({}) {}
+
+    void change(Edit edit, Done done) override
+    {
+        edit(_value);
+        done(std::nullopt);
     }
-    return std::nullopt;
+};
+
+onvif::AnalyticsActions actionsOf(CameraClient& client, std::chrono::milliseconds patience)
+{
+    const auto answer = [](std::int64_t result, std::int64_t status, const Texts& lines) {
+        return onvif::StepAnswer{result == 0 && status == 0, lines};
+    };
+    onvif::AnalyticsActions actions;
+    actions.view = [&client](const auto& done) { done(viewOf(client)); };
+    actions.perform = [&client, patience, answer](const onvif::AnalyticsStep& step, const auto& done) {
+        if (step.document.empty()) {
+            done(std::apply(answer, client.askWithin(patience, &bus::AnalyticsClient::deleteRules, step.names)));
+        } else {
+            done(
+                std::apply(answer, client.askWithin(patience, &bus::AnalyticsClient::setConfiguration, step.document)));
+        }
+    };
+    actions.log = [](const std::string& /*line*/) {}; // the command itself says what failed
+    return actions;
 }
 
 } // namespace
@@ -99,19 +105,20 @@ onvif::PlacedComponents publicComponents(CameraClient& client)
 void deleteComponents(CameraClient& client, bool rules, const std::vector<std::string>& names, const std::string& what,
                       std::chrono::milliseconds patience)
 {
-    const onvif::AnalyticsView before = viewOf(client);
-    onvif::AnalyticsChange change;
-    try {
-        change = onvif::deleted(before, rules, names);
-    } catch (const onvif::Fault& fault) {
-        throw CameraError("cannot " + what + ": " + fault.what() + "; camera " + (rules ? "rules" : "modules") +
-                          " list shows the names");
-    }
-    const auto refused = refusalOf(client, onvif::stepsOf(change, before.components), patience);
-    if (refused) {
-        refusalOf(client, onvif::stepsOf(onvif::undone(change, before.components), viewOf(client).components),
-                  patience);
-        throw CameraError("cannot " + what + ": " + *refused);
+    KeptUntilTheEnd intended;
+    onvif::AnalyticsTransactions transactions(actionsOf(client, patience), intended);
+    std::optional<onvif::Fault> failure;
+    transactions.change([&](const onvif::AnalyticsView& now) { return onvif::deleted(now, rules, names); },
+                        [](const Texts& lines) {
+                            const std::string text = onvif::refusalText(lines);
+                            return onvif::Fault::receiver({}, text.empty() ? "the camera failed" : text);
+                        },
+                        [&failure](const std::optional<onvif::Fault>& outcome) { failure = outcome; });
+    if (failure) {
+        const bool wrongNames = failure->code == onvif::Fault::Code::sender;
+        throw CameraError(
+            "cannot " + what + ": " + failure->what() +
+            (wrongNames ? std::string("; camera ") + (rules ? "rules" : "modules") + " list shows the names" : ""));
     }
 }
 
