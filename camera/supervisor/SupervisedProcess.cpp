@@ -1,5 +1,6 @@
 #include "camera/supervisor/SupervisedProcess.h"
 
+#include <csignal>
 #include <ctime>
 #include <utility>
 
@@ -16,6 +17,7 @@ void SupervisedProcess::start()
     _due.reset();
     _startedAt = _clock.now();
     ++_starts;
+    _toldToEnd = false;
     _status.restarts = _starts - 1;
     _process = _start();
     _status.pid = _process->pid();
@@ -27,6 +29,13 @@ void SupervisedProcess::signal(int number)
 {
     if (_process) {
         _process->signal(number);
+    }
+}
+
+void SupervisedProcess::tellToEnd()
+{
+    if (!std::exchange(_toldToEnd, true)) {
+        signal(SIGTERM);
     }
 }
 

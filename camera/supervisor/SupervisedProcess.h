@@ -51,6 +51,9 @@ public:
 
     void signal(int number);
 
+    /// Tells it to end, once in its life: a program that is ending in its order dies at once of a second SIGTERM.
+    void tellToEnd();
+
     /// How it ended, once after each end; it does not run then.
     std::optional<Exit> takeExit();
 
@@ -71,6 +74,7 @@ private:
     std::optional<Clock::TimePoint> _due;
     Clock::TimePoint _startedAt;
     unsigned int _starts = 0;
+    bool _toldToEnd = false;
     pid_t _lastPid = 0;
     ProcessStatus _status;
 };

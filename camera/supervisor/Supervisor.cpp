@@ -257,7 +257,7 @@ void Supervisor::takeWakeUps()
     [[maybe_unused]] const ssize_t length = ::read(_wakeUp.get(), &count, sizeof count);
     if (_restartPipeline.exchange(false) && _pipeline.runs() && _renewal == Renewal::none) {
         _pipelineRestarts = true;
-        _pipeline.signal(SIGTERM);
+        _pipeline.tellToEnd();
     }
     if (_renewal == Renewal::none) {
         beginRenewal();
@@ -290,7 +290,7 @@ void Supervisor::beginRenewal()
             process->cancelStart();
         }
     }
-    _pipeline.signal(SIGTERM);
+    _pipeline.tellToEnd();
     if (!_pipeline.runs()) {
         endTheOthers();
     }
@@ -301,7 +301,7 @@ void Supervisor::endTheOthers()
 {
     for (SupervisedProcess* process : _processes) {
         if (renews(*process) && process != &_pipeline) {
-            process->signal(SIGTERM);
+            process->tellToEnd();
         }
     }
 }
@@ -591,7 +591,7 @@ void Supervisor::shutDown()
     const Time begin = steady_clock::now();
     const bool pipelineRan = _pipeline.runs();
     endProcess(_pipeline, begin + _options.servicesAfter);
-    _gateway.signal(SIGTERM);
+    _gateway.tellToEnd();
     endProcess(_services, begin + _options.busAfter);
     awaitProcess(_gateway, begin + _options.busAfter);
     if (_connection) {
@@ -622,7 +622,7 @@ void Supervisor::shutDown()
 
 void Supervisor::endProcess(SupervisedProcess& process, Time until)
 {
-    process.signal(SIGTERM);
+    process.tellToEnd();
     awaitProcess(process, until);
 }
 

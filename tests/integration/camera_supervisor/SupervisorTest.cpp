@@ -447,6 +447,24 @@ TEST_F(SupervisorTest, whatDoesNotEndForARestartIsKilled)
     expectNothingLeft();
 }
 
+TEST_F(SupervisorTest, whoEndsForARestartIsNotToldAgainWhenTheCameraEnds)
+{
+    options.servicesAfter = 300ms;
+    options.busAfter = 20s;
+    options.killAfter = 400ms;
+    begin({"-", "stubborn"});
+    ASSERT_TRUE(runs());
+    supervisor->restart();
+    ASSERT_TRUE(kit::eventually([&] { return journalHas(1, "pipeline told to end"); }));
+    supervisor->stop();
+    EXPECT_EQ(end(), "1");
+    EXPECT_FALSE(journalHas(2, "pipeline told to end"))
+        << "a second SIGTERM ends a pipeline that is ending in its order";
+    EXPECT_THAT(reported.lines(),
+                ElementsAre("the camera is started again", "camera-pipeline does not end in time and is killed"));
+    expectNothingLeft();
+}
+
 TEST_F(SupervisorTest, aRunThatReadsItsInputOnceIsNotStartedAgain)
 {
     options.readOnce = true;
