@@ -702,7 +702,7 @@ TEST_F(EventServiceTest, consumerThatIsUnsubscribedOrEndsGetsNothingMore)
 
 TEST_F(EventServiceTest, consumerCountsUntilTheMessageThatIsUnderWayHasEnded)
 {
-    make({1000, 250, 32, 1});
+    make({1000, 250, 1, 1});
     live = {state("A", "true", PropertyOperation::initialized)};
     const char* const address = "http://10.0.0.5/";
     const std::string again = in("wsnt:ConsumerReference", in("wsa:Address", address));
