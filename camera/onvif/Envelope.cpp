@@ -152,12 +152,13 @@ std::string Answer::text(const std::string& relatesTo, const std::string& action
     });
 }
 
-std::string Answer::messageText(const std::string& to, const std::string& action)
+std::string Answer::messageText(const std::string& to, const std::string& action, const std::string& more)
 {
     pugi::xml_document header;
     pugi::xml_node blocks = header.append_child("env:Header");
     blocks.append_child("wsa:To").text().set(to.c_str());
     blocks.append_child("wsa:Action").text().set(action.c_str());
+    blocks.append_buffer(more.data(), more.size());
     return message(header.document_element(), [this](std::string& text) { print(_document.document_element(), text); });
 }
 

@@ -65,7 +65,8 @@ public:
     std::string text(const std::string& relatesTo, const std::string& action = "");
 
     /// The whole text of a message that is no answer, with where it goes and what it is.
-    std::string messageText(const std::string& to, const std::string& action);
+    /// @param more  elements that the header has behind these.
+    std::string messageText(const std::string& to, const std::string& action, const std::string& more = "");
 
 private:
     pugi::xml_document _document;

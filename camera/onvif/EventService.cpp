@@ -27,6 +27,7 @@ constexpr const char* kNotifyAction = "http://docs.oasis-open.org/wsn/bw-2/Notif
 constexpr milliseconds kUsualLifetime = std::chrono::minutes(1);
 constexpr std::size_t kMostFilters = 16;
 constexpr std::size_t kLongestAddress = 1024;
+constexpr std::size_t kMostReferenceParameters = 2048; // bytes, marked
 
 /// A fault of WS-BaseNotification, whose detail needs the time.
 struct EventRefusal {
@@ -136,9 +137,34 @@ std::optional<std::array<unsigned char, 16>> numericAddress(const std::string& h
     return bytes;
 }
 
+/// What each message to a consumer has in its header, because its reference says so (WS-Addressing 1.0, SOAP binding,
+/// 3.4): by it the consumer knows its own subscriptions.
+std::string referenceParameters(const pugi::xml_node& reference)
+{
+    constexpr const char* kMark = "wsa:IsReferenceParameter";
+    std::string headers;
+    for (const pugi::xml_node& each : reference.child("wsa:ReferenceParameters").children()) {
+        if (each.type() != pugi::node_element) {
+            continue;
+        }
+        pugi::xml_document copy;
+        pugi::xml_node header = copy.append_copy(each);
+        header.remove_attribute(kMark);
+        header.append_attribute(kMark).set_value("true");
+        print(header, headers);
+        if (headers.size() > kMostReferenceParameters) {
+            throw EventRefusal{"wsnt:SubscribeCreationFailedFault",
+                               "the wsa:ReferenceParameters of the consumer have more than " +
+                                   std::to_string(kMostReferenceParameters) + " bytes"};
+        }
+    }
+    return headers;
+}
+
 PushConsumer consumerOf(const Call& call, bool anywhere)
 {
-    PushConsumer consumer{requiredText(call.request().child("wsnt:ConsumerReference"), "wsa:Address")};
+    const pugi::xml_node reference = call.request().child("wsnt:ConsumerReference");
+    PushConsumer consumer{requiredText(reference, "wsa:Address"), referenceParameters(reference)};
     const std::string host = consumerHost(consumer.address);
     if (host.empty()) {
         throw EventRefusal{"wsnt:SubscribeCreationFailedFault",
@@ -501,7 +527,8 @@ void EventService::push(const std::string& id, EventSubscription& subscription)
         putNotification(message.body(), *each, subscription.reference);
     }
     _actions.push(
-        {consumer.address, consumer.onlyHost, kNotifyAction, message.messageText(consumer.address, kNotifyAction)},
+        {consumer.address, consumer.onlyHost, kNotifyAction,
+         message.messageText(consumer.address, kNotifyAction, consumer.headers)},
         [this, id, user = subscription.user](const std::optional<Fault>& failure) { pushed(id, user, failure); });
 }
 

@@ -62,6 +62,7 @@ struct WaitingPull {
 /// Whom messages are pushed to.
 struct PushConsumer {
     std::string address;
+    std::string headers = {};      ///< elements that each message to it has in its header
     std::string onlyHost = {};     ///< see PushMessage
     bool busy = false;             ///< a message is under way
     bool failing = false;          ///< the last message was not taken

@@ -521,8 +521,9 @@ class Notifications(EventCamera):
         self.consumer = Consumer()
         self.addCleanup(self.consumer.close)
 
-    def subscribe(self, **arguments):
-        answer = self.client.producer.Subscribe(ConsumerReference={"Address": self.consumer.address}, **arguments)
+    def subscribe(self, parameters=(), **arguments):
+        reference = {"Address": self.consumer.address, "ReferenceParameters": {"_value_1": list(parameters)}}
+        answer = self.client.producer.Subscribe(ConsumerReference=reference, **arguments)
         return self.subscription_of(answer), answer
 
     def test_a_consumer_is_told_the_properties_and_what_happens(self):
@@ -545,6 +546,15 @@ class Notifications(EventCamera):
         self.assertEqual(self.consumer.next()[0], REBOOT)
         self.happen()
         self.assertEqual(self.consumer.next()[0], PROFILES)
+
+    def test_a_consumer_finds_its_own_parameters_in_the_header(self):
+        mine = etree.Element(tag("urn:mine", "Subscription"), nsmap={"m": "urn:mine"})
+        mine.text = "7"
+        self.subscribe([mine])
+        self.consumer.next()
+        found = etree.fromstring(self.consumer.text).find(f"{tag(kit.SOAP, 'Header')}/{tag('urn:mine', 'Subscription')}")
+        self.assertEqual((found.text, found.get(tag(kit.WSA, "IsReferenceParameter"))), ("7", "true"))
+        self.assertEqual(self.schemas.faults([self.consumer.text]), [""])
 
     def test_a_filter_that_cannot_be_is_refused(self):
         self.refused(["InvalidTopicExpressionFault"], self.subscribe, **filters(expression("Media")))

@@ -654,6 +654,32 @@ TEST_F(EventServiceTest, pushesOneMessageAtATimeToAConsumer)
     EXPECT_EQ(2U, pushed.size());
 }
 
+TEST_F(EventServiceTest, eachMessageToAConsumerHasTheParametersOfItsReference)
+{
+    const auto subscribe = [this](const std::string& parameters) {
+        return call("wsnt:Subscribe", in("wsnt:ConsumerReference", in("wsa:Address", "http://10.0.0.5/") +
+                                                                       in("wsa:ReferenceParameters", parameters)));
+    };
+    subscribe("<mine:Key xmlns:mine='urn:mine' a='&amp;' wsa:IsReferenceParameter='false'><mine:In/>5</mine:Key>\n"
+              "<t:Number xmlns:t='http://www.onvif.org/ver10/schema'>6</t:Number><!-- x --><plain/>");
+    for (int i = 0; i < 2; ++i) {
+        service().tell(state("A", "true"));
+        const std::string& text = pushed.at(static_cast<std::size_t>(i)).first.text;
+        EXPECT_THAT(text, HasSubstr("Notify</wsa:Action><mine:Key a=\"&amp;\" xmlns:mine=\"urn:mine\" "
+                                    "wsa:IsReferenceParameter=\"true\"><mine:In xmlns:mine=\"urn:mine\"/>5</mine:Key>"
+                                    "<tt:Number wsa:IsReferenceParameter=\"true\">6</tt:Number>"
+                                    "<plain wsa:IsReferenceParameter=\"true\"/></env:Header>"));
+        pugi::xml_document document;
+        EXPECT_TRUE(document.load_string(text.c_str()));
+        pushed.back().second(std::nullopt);
+    }
+    EXPECT_THAT(subscribe(in("mine", std::string(2000, 'x'))), StartsWith("<wsnt:SubscribeResponse>"));
+    EXPECT_THAT(subscribe(in("mine", std::string(2048, 'x'))), StartsWith("Sender wsnt:SubscribeCreationFailedFault"));
+    EXPECT_THAT(subscribe(""), StartsWith("<wsnt:SubscribeResponse>"));
+    service().tell(state("A", "true"));
+    EXPECT_THAT(pushed.back().first.text, Not(HasSubstr("IsReferenceParameter")));
+}
+
 TEST_F(EventServiceTest, consumerThatFailsGetsAllWithTheNextMessage)
 {
     subscribed("http://10.0.0.5/");
