@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
@@ -80,6 +81,9 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts)
 [[noreturn]] void become(char* const* words, char* const* environment, int out, int err, const ChildSettings& settings)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    for (const int number : {SIGINT, SIGQUIT, SIGHUP}) { // tests in the background of a script ignore them
+        ::signal(number, SIG_DFL);
+    }
     ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
     ::dup2(out, STDOUT_FILENO);
     ::dup2(err, STDERR_FILENO);
