@@ -84,9 +84,6 @@ class Subscriber(follower.Follower):
         self.counts["trues"] += event.is_true() and not was_true
         self.counts["falses"] += was_true and not event.is_true()
 
-    def true_ones(self):
-        return [event for event in self.live.values() if event.is_true()]
-
 
 class Truths:
     def __init__(self, actions, dice):
@@ -106,7 +103,7 @@ class Truths:
             self.subscribers = [Subscriber(self.camera) for _ in range(3)]
             self.prepare()
             kinds = {self.change: 40, self.go: 22, self.drive: 8, self.tour: 10, self.remove_preset: 5, self.watch: 10,
-                     self.compare: 2, self.kill: 1.5, self.reboot: 0.3, self.restart: 0.2}  # fmt: skip
+                     self.compare: 2, self.leave: 2, self.kill: 1.5, self.reboot: 0.3, self.restart: 0.2}  # fmt: skip
             for number in range(self.actions):
                 action = self.dice.choices(list(kinds), list(kinds.values()))[0]
                 told = f"action {number}, {action.__name__}"
@@ -278,18 +275,27 @@ class Truths:
                 raise AssertionError(f"a new subscriber is told {states[0]}, another one knows {each}")
         self.counts["compared"] += 1
 
-    def end(self):
-        """Without rules and away from all presets nothing is left that is true."""
+    def leave(self):
+        """Away from all presets only rules that belong there can be true. @return all rules and modules."""
+        self.watch()
         kit.eventually(lambda: self.tried(lambda: self.ptz("Stop")) is not None, "a camera that stops")
         kit.eventually(lambda: self.tried(self.stand_away) is not None, "a camera away from its presets")
         kit.eventually(self.stands, "a camera that stands")
         self.compare()
         rules = self.client.state_at_last()
         for each in self.subscribers:
-            for event in each.true_ones():
+            with each.changed:
+                true_ones = [event for event in each.live.values() if event.is_true() and event.topic.startswith(RULES)]
+            for event in true_ones:
                 name = event.source[-1][1]
-                if event.topic.startswith(RULES) and (name not in rules or rules[name][2]):
+                if name not in rules or rules[name][2]:
                     raise AssertionError(f"'{event}' is true, and its rule is {rules.get(name)}")
+        self.counts["left"] += 1
+        return rules
+
+    def end(self):
+        """Without rules and away from all presets nothing is left that is true."""
+        rules = self.leave()
         for kind, operations in storm.OPERATIONS.items():
             names = "".join(f"<tan:{kind}Name>{name}</tan:{kind}Name>" for name, entry in rules.items() if entry[0] == kind)
             if names:
