@@ -2,6 +2,7 @@
 
 #include "camera/base/ListeningSocket.h"
 #include "camera/gateway/Deadlines.h"
+#include "camera/gateway/Links.h"
 
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/io_context.hpp>
@@ -249,8 +250,12 @@ private:
         }
         beast::error_code error;
         const tcp::endpoint local = lowest().local_endpoint(error);
-        const std::string address = local.address().to_string(error);
-        return (local.address().is_v6() ? "[" + address + "]" : address) + ":" + std::to_string(local.port());
+        const asio::ip::address address = plainAddress(local.address());
+        // The zone of a link has its meaning on this computer only.
+        const bool isLong = address.is_v6();
+        const std::string text =
+            isLong ? "[" + asio::ip::address_v6(address.to_v6().to_bytes()).to_string() + "]" : address.to_string();
+        return text + ":" + std::to_string(local.port());
     }
 
     void refuse(const beast::error_code& error)
@@ -430,7 +435,7 @@ private:
     {
         beast::error_code error;
         const tcp::endpoint peer = socket.remote_endpoint(error);
-        const std::string address = error ? "" : peer.address().to_string();
+        const std::string address = error ? "" : plainAddress(peer.address()).to_string();
         if (error || !_connections->hasPlaceFor(address)) {
             return; // closed
         }

@@ -103,6 +103,12 @@ address_v6::bytes_type bytesOf(const Address& address)
                            : address.to_v6().to_bytes();
 }
 
+Address plainAddress(const Address& address)
+{
+    const bool carried = address.is_v6() && address.to_v6().is_v4_mapped();
+    return carried ? Address(boost::asio::ip::make_address_v4(boost::asio::ip::v4_mapped, address.to_v6())) : address;
+}
+
 LinkAddress::LinkAddress(std::uint32_t address, std::uint32_t mask)
     : _address(address_v4(address)), _mask(bytesOf(address_v4(mask)))
 {

@@ -13,6 +13,9 @@ using Address = boost::asio::ip::address;
 /// The same address for all its spellings: one of IPv4 as IPv6 has it, and none of a zone.
 boost::asio::ip::address_v6::bytes_type bytesOf(const Address& address);
 
+/// One of IPv4 that IPv6 carries as what it is, any other as it is.
+Address plainAddress(const Address& address);
+
 /// An address of this computer, and which others are in its network.
 class LinkAddress {
 public:

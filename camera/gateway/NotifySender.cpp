@@ -143,7 +143,10 @@ void NotifySender::post(const onvif::PushMessage& message, const onvif::Done& do
             refuse(consumerFault(message.address, "is not at the address " + message.onlyHost + ", which subscribed"));
             return;
         }
-        std::make_shared<Delivery>(_context, message, done)->begin(address, {numeric, address.port}, _limit);
+        // Of an address for a link only the client's own has the zone.
+        const bool isOfLink = numeric.is_v6() && numeric.to_v6().is_link_local() && !message.onlyHost.empty();
+        const auto place = isOfLink ? boost::asio::ip::make_address(message.onlyHost) : numeric;
+        std::make_shared<Delivery>(_context, message, done)->begin(address, {place, address.port}, _limit);
     } catch (const Fault& fault) {
         refuse(fault);
     }

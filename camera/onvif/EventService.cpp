@@ -124,8 +124,10 @@ std::string consumerHost(const std::string& address)
 }
 
 /// Sixteen bytes that are the same for all spellings of a numeric address; nothing for a name.
-std::optional<std::array<unsigned char, 16>> numericAddress(const std::string& host)
+/// @param text  may have a zone, as the address of a client on a link has.
+std::optional<std::array<unsigned char, 16>> numericAddress(const std::string& text)
 {
+    const std::string host = text.substr(0, text.find('%'));
     std::array<unsigned char, 16> bytes{};
     const bool isLong = host.find(':') != std::string::npos;
     if (!isLong) {

@@ -412,6 +412,15 @@ TEST_F(DiscoverySocketTest, aPortThatCannotBeHadIsToldOnce)
     EXPECT_THAT(errors.lines(), SizeIs(1));
 }
 
+TEST(LinksTest, anAddressOfIpv4ThatIpv6CarriesIsPlain)
+{
+    const auto plain = [](const char* text) { return plainAddress(boost::asio::ip::make_address(text)).to_string(); };
+    EXPECT_EQ("10.0.0.1", plain("::ffff:10.0.0.1"));
+    EXPECT_EQ("10.0.0.1", plain("10.0.0.1"));
+    EXPECT_EQ("::1", plain("::1"));
+    EXPECT_EQ("fe80::1%lo", plain("fe80::1%lo")) << "with its zone";
+}
+
 TEST(LinksTest, anAddressOfThisComputerOnlyHasNone)
 {
     for (const char* const bound : {"127.0.0.1", "::1", "192.0.2.1", "2001:db8::1", "fe80::1%1", "x", ""}) {

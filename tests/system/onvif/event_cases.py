@@ -5,6 +5,7 @@ Messages of which the namespaces matter are written by hand. What a test waits f
 import datetime
 import http.server
 import queue
+import socket
 import threading
 import time
 import unittest
@@ -481,7 +482,7 @@ class Namespaces(EventCamera):
 class Consumer:
     """Takes the messages that a camera pushes."""
 
-    def __init__(self):
+    def __init__(self, host="127.0.0.1"):
         self.texts = queue.Queue()
         consumer = self
 
@@ -495,9 +496,12 @@ class Consumer:
             def log_message(self, *_):
                 pass
 
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-        self.server.daemon_threads = True
-        self.address = f"http://127.0.0.1:{self.server.server_port}/messages?of=camera"
+        class Server(http.server.ThreadingHTTPServer):
+            address_family = socket.AF_INET6 if ":" in host else socket.AF_INET
+            daemon_threads = True
+
+        self.server = Server((host, 0), Handler)
+        self.address = f"http://{f'[{host}]' if ':' in host else host}:{self.server.server_port}/messages?of=camera"
         self.kept = []
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
 

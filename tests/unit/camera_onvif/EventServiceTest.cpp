@@ -757,6 +757,14 @@ TEST_F(EventServiceTest, consumerIsAtTheAddressOfItsClient)
         EXPECT_THAT(subscribed(address), StartsWith("Sender wsnt:SubscribeCreationFailedFault")) << address;
     }
     EXPECT_THAT(subscribed("http://[::ffff:10.0.0.5]:80/a"), StartsWith("/onvif/"));
+    const auto onLink = [this](const std::string& address) {
+        const std::string reference = in("wsnt:ConsumerReference", in("wsa:Address", address));
+        const std::string path = "/onvif/event_service";
+        return outcomeText(
+            *begun(operations(), "wsnt:Subscribe", reference, {path, "root", UserLevel::user, "fe80::9%eth0"}));
+    };
+    EXPECT_THAT(onLink("http://[fe80::9]:5000/"), StartsWith("<wsnt:SubscribeResponse>"));
+    EXPECT_THAT(onLink("http://[fe80::a]:5000/"), StartsWith("Sender wsnt:SubscribeCreationFailedFault"));
     for (const char* const name : {"http://a-name/", "http://cafe/"}) { // the sender looks where it is
         EXPECT_THAT(subscribed(name), StartsWith("/onvif/"));
     }
