@@ -5,6 +5,7 @@
 #include "camera/framework/EngineFactory.h"
 #include "camera/onvif/ConfigurationFile.h"
 #include "camera/onvif/StoredConfigurations.h"
+#include "camera/onvif/XmlText.h"
 #include "camera/pipeline/CameraBuilder.h"
 #include "camera/ptz/PositioningUnit.h"
 #include "camera/serviceapi/ServiceApi.h"
@@ -13,7 +14,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <sstream>
 
 namespace camera::pipeline {
 
@@ -39,9 +39,7 @@ std::string forPreset(const std::string& xml, const std::string& preset)
         item.append_attribute("Name") = "PtzPreset";
         item.append_attribute("Value") = preset.c_str();
     }
-    std::ostringstream text;
-    document.print(text, "", pugi::format_raw);
-    return text.str();
+    return onvif::printed(document);
 }
 
 std::string placeOf(Device& device, const std::string& engine)

@@ -1,12 +1,13 @@
 #include "camera/pipeline/LiveProperties.h"
 
+#include "camera/onvif/CanonicalNames.h"
 #include "camera/onvif/PropertyEnd.h"
+#include "camera/onvif/XmlText.h"
 
 #include <pugixml.hpp>
 
 #include <algorithm>
 #include <iterator>
-#include <sstream>
 #include <utility>
 
 namespace camera::pipeline {
@@ -21,13 +22,8 @@ base::Event eventOf(const base::Event& earlier, const Notification& notification
 {
     pugi::xml_document document;
     onvif::putMessage(document, notification);
-    pugi::xml_node message = document.document_element();
-    if (!message.attribute("xmlns:tt")) {
-        message.prepend_attribute("xmlns:tt") = "http://www.onvif.org/ver10/schema";
-    }
-    std::ostringstream text;
-    message.print(text, "", pugi::format_raw);
-    return {earlier.topic, earlier.source, text.str()};
+    onvif::declareUsed(document.document_element(), onvif::NamespaceTable::ofDocuments());
+    return {earlier.topic, earlier.source, onvif::printed(document.document_element())};
 }
 
 } // namespace
