@@ -77,20 +77,22 @@ class NotifyAnswer::Parser {
 public:
     Parser()
     {
-        _response.header_limit(kMostBytes);
+        _response.header_limit(2 * kMostBytes); // put() has the limit, which is the same in whatever pieces they come
         _response.skip(true);
     }
 
     State put(std::string_view bytes)
     {
-        if (_pending.size() + bytes.size() > kMostBytes) {
-            return State::refused;
-        }
         _pending += bytes;
         boost::system::error_code error;
         const std::size_t used = _response.put(boost::asio::buffer(_pending), error);
         _pending.erase(0, used);
-        if (_response.is_header_done()) {
+        _taken += used;
+        const bool whole = _response.is_header_done();
+        if (_taken + (whole ? 0 : _pending.size()) > kMostBytes) {
+            return State::refused;
+        }
+        if (whole) {
             return _response.get().result_int() < 300 ? State::taken : State::refused;
         }
         return !error || error == http::error::need_more ? State::more : State::refused;
@@ -98,7 +100,8 @@ public:
 
 private:
     http::response_parser<http::empty_body> _response;
-    std::string _pending; ///< what has come of a part that is not whole
+    std::string _pending;   ///< what has come of a part that is not whole
+    std::size_t _taken = 0; ///< bytes of parts that are whole
 };
 
 NotifyAnswer::NotifyAnswer() : _parser(std::make_unique<Parser>())

@@ -157,6 +157,22 @@ TEST_F(NotifySenderTest, headersWithoutEndAreGivenUp)
     EXPECT_THAT(answered(std::string(100000, 'x')), HasSubstr("did not answer that it has taken a message"));
 }
 
+TEST(NotifyAnswerTest, headersHaveOneLimitInWhateverPiecesTheyCome)
+{
+    for (std::size_t size = NotifyAnswer::kMostBytes - 40; size < NotifyAnswer::kMostBytes + 40; ++size) {
+        const std::string begin = "HTTP/1.1 200 OK\r\nX: ";
+        const std::string text = begin + std::string(size - begin.size() - 4, 'x') + "\r\n\r\n";
+        for (const std::size_t piece : {std::size_t(1), std::size_t(7), std::size_t(2048), text.size()}) {
+            NotifyAnswer answer;
+            auto state = NotifyAnswer::State::more;
+            for (std::size_t at = 0; at < text.size() && state == NotifyAnswer::State::more; at += piece) {
+                state = answer.put(std::string_view(text).substr(at, piece));
+            }
+            EXPECT_EQ(size <= NotifyAnswer::kMostBytes, state == NotifyAnswer::State::taken) << size << " by " << piece;
+        }
+    }
+}
+
 TEST_F(NotifySenderTest, oneThatDoesNotAnswerIsGivenUp)
 {
     auto ended = post(message(), 100ms);
