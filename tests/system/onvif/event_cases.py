@@ -335,7 +335,7 @@ class PullPoints(EventCamera):
         for action in ("EventPortType/CreatePullPointSubscriptionResponse", "PullPointSubscription/PullMessagesResponse"):
             header = etree.fromstring(self.last_answer()).findtext(f".//{tag(kit.WSA, 'Action')}")
             self.assertEqual(header, f"{kit.TEV}/{action}")
-            self.pull(subscription)
+            self.pull(subscription, 0)
 
 
 class Filters(EventCamera):
