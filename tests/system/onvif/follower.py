@@ -124,7 +124,7 @@ def on_the_bus(camera, topic, named):
     """What the pipeline tells on the bus of this topic."""
 
     def take(line):
-        return (line["time"], line["operation"], line["rule"], line["state"]) if line.get("topic") == topic else None
+        return (same_time(line["time"]), line["operation"], line["rule"], line["state"]) if line.get("topic") == topic else None
 
     command = [os.environ["CAMERA_PROGRAM"], "events", "--json", "--camera", str(camera.folder / "state")]
     return Lines(command, camera.environment(), take, named)
@@ -140,7 +140,12 @@ def in_a_process(camera, filters, named):
 
 def told(event):
     """As a tuple like those of Lines."""
-    return (event.time, event.operation, event.source[-1][1], event.is_true())
+    return (same_time(event.time), event.operation, event.source[-1][1], event.is_true())
+
+
+def same_time(text):
+    """Clients are told the beginning of a second without its fraction, programs on the bus with it."""
+    return text.replace(".000Z", "Z")
 
 
 def main():
