@@ -14,12 +14,14 @@
 #include <json/json.h>
 #include <sdbus-c++/sdbus-c++.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <sched.h>
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
@@ -32,6 +34,18 @@ namespace bench {
 
 constexpr const char* kUser = "bench";
 constexpr const char* kPassword = "bench-password";
+
+/// For this process and those that it starts. Between two processors most of a round trip is the time until the system
+/// wakes the other one, which may be ten times as long as in the next moment.
+inline void stayOnOneProcessor()
+{
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(static_cast<std::size_t>(std::max(0, ::sched_getcpu())), &one);
+    if (::sched_setaffinity(0, sizeof one, &one) != 0) {
+        std::fprintf(stderr, "bench: all processors are used; the round trips vary more than they should\n");
+    }
+}
 
 /// Wall-clock seconds of one call of work: what is measured happens in other processes.
 template <class Work>

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <thread>
 
 namespace {
 
@@ -16,16 +15,21 @@ using bench::HttpConnection;
 using bench::secondsOf;
 using bench::waited;
 
-/// The smallest server that the library makes: it reads a request and answers the same every time.
+/// The smallest server that the library makes, as a process like the gateway: it reads a request and answers the same
+/// every time.
 class BareServer {
 public:
-    explicit BareServer(std::string answer)
-        : _acceptor(_context, {asio::ip::address_v4::loopback(), 0}), _thread([this, answer] { serve(answer); })
+    explicit BareServer(const std::string& answer) : _acceptor(_context, {asio::ip::address_v4::loopback(), 0})
     {
+        _pid = ::fork();
+        if (_pid == 0) {
+            serve(answer);
+            std::_Exit(0);
+        }
     }
     ~BareServer()
     {
-        _thread.join(); // its one client has gone
+        ::waitpid(_pid, nullptr, 0); // its one client has gone
     }
     BareServer(const BareServer&) = delete;
     BareServer& operator=(const BareServer&) = delete;
@@ -52,7 +56,7 @@ private:
 
     asio::io_context _context;
     tcp::acceptor _acceptor;
-    std::thread _thread;
+    pid_t _pid = -1;
 };
 
 std::string analytics(const std::string& operation, const std::string& content = "")
@@ -160,6 +164,7 @@ void tellMemory(const std::string& process, std::uint16_t port, const std::strin
 int main(int argc, char** argv)
 {
     const bench::Pairs pairs(argc, argv);
+    bench::stayOnOneProcessor();
     const bench::Camera camera;
     const std::uint16_t port = camera.port();
     HttpConnection client(port);

@@ -51,20 +51,17 @@ void Deadlines::expire()
 {
     const Time now = std::chrono::steady_clock::now();
     _wake = kNever;
-    // What is called may end entries; each time the list is looked through anew.
-    const auto isOver = [now](const Entry* entry) { return entry->_at <= now; };
-    for (auto over = std::find_if(_entries.begin(), _entries.end(), isOver); over != _entries.end();
-         over = std::find_if(_entries.begin(), _entries.end(), isOver)) {
-        (*over)->clear();
-        const std::function<void()> expired = (*over)->_expired;
+    // What is called may end entries and set others; each time the list is looked through anew.
+    const auto isEarlier = [](const Entry* one, const Entry* other) { return one->_at < other->_at; };
+    const auto earliest = [&] { return std::min_element(_entries.begin(), _entries.end(), isEarlier); };
+    auto first = earliest();
+    for (; first != _entries.end() && (*first)->_at <= now; first = earliest()) {
+        (*first)->clear();
+        const std::function<void()> expired = (*first)->_expired;
         expired();
     }
-    Time next = kNever;
-    for (const Entry* const entry : _entries) {
-        next = std::min(next, entry->_at);
-    }
-    if (next < _wake) {
-        wakeAt(next);
+    if (first != _entries.end() && (*first)->_at < _wake) {
+        wakeAt((*first)->_at);
     }
 }
 

@@ -177,7 +177,8 @@ private:
         const std::optional<std::string> newName = renamed(node, node.name(), true);
         const std::string_view name = newName ? std::string_view(*newName) : node.name();
         std::vector<pugi::xml_attribute> declarations;
-        for (pugi::xml_attribute attribute : node.attributes()) {
+        for (pugi::xml_attribute attribute = node.first_attribute(); attribute;
+             attribute = attribute.next_attribute()) {
             if (isDeclaration(attribute.name())) {
                 refuseEmpty(attribute, node);
                 declarations.push_back(attribute);
@@ -203,9 +204,10 @@ private:
             node.remove_attribute(declaration);
         }
         keepWithoutNamespace();
-        for (const auto& [prefix, uri] : std::exchange(_carried, {})) {
+        for (const auto& [prefix, uri] : _carried) {
             node.append_attribute(prefix.empty() ? "xmlns" : ("xmlns:" + prefix).c_str()).set_value(uri.c_str());
         }
+        _carried.clear();
     }
 
     /// Only the default may be taken back (Namespaces in XML 1.0, section 5).
@@ -230,7 +232,7 @@ private:
     void keepWithoutNamespace()
     {
         const bool inherited = !_hasDefault.empty() && _hasDefault.back();
-        const bool own = _carried.count("") != 0;
+        const bool own = !_carried.empty() && _carried.count("") != 0;
         const bool takenOut = inherited && !own && !_scopes.find("");
         if (takenOut) {
             _carried[""] = "";

@@ -1,6 +1,5 @@
 #include "camera/onvif/NamespaceScopes.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace camera::onvif {
@@ -43,16 +42,11 @@ Rows messageRows()
     return rows;
 }
 
-std::optional<std::string_view> secondOf(const Rows& rows, std::string_view first)
+std::optional<std::string_view> valueOf(const std::unordered_map<std::string_view, std::string_view>& map,
+                                        std::string_view key)
 {
-    const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto& each) { return each.first == first; });
-    return row == rows.end() ? std::nullopt : std::optional<std::string_view>(row->second);
-}
-
-std::optional<std::string_view> firstOf(const Rows& rows, std::string_view second)
-{
-    const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto& each) { return each.second == second; });
-    return row == rows.end() ? std::nullopt : std::optional<std::string_view>(row->first);
+    const auto found = map.find(key);
+    return found == map.end() ? std::nullopt : std::optional(found->second);
 }
 
 } // namespace
@@ -78,37 +72,41 @@ const NamespaceTable& NamespaceTable::ofMessages()
 NamespaceTable::NamespaceTable(std::vector<Row> rows, std::vector<Row> aliases)
     : _rows(std::move(rows)), _aliases(std::move(aliases))
 {
+    for (const auto& [prefix, uri] : _rows) {
+        _uris.emplace(prefix, uri);
+        _prefixes.emplace(uri, prefix);
+    }
+    for (const auto& [prefix, uri] : _aliases) {
+        _prefixes.emplace(uri, prefix);
+    }
 }
 
 std::optional<std::string_view> NamespaceTable::prefixOf(std::string_view uri) const
 {
-    const auto prefix = firstOf(_rows, uri);
-    return prefix ? prefix : firstOf(_aliases, uri);
+    return valueOf(_prefixes, uri);
 }
 
 std::optional<std::string_view> NamespaceTable::uriOf(std::string_view prefix) const
 {
-    return secondOf(_rows, prefix);
+    return valueOf(_uris, prefix);
 }
 
 void NamespaceScopes::enter(const pugi::xml_node& element)
 {
-    std::vector<std::string> declared;
-    for (const pugi::xml_attribute& attribute : element.attributes()) {
+    _entered.push_back(_declared.size());
+    for (pugi::xml_attribute attribute = element.first_attribute(); attribute; attribute = attribute.next_attribute()) {
         const std::string_view name = attribute.name();
         if (isDeclaration(name)) {
-            const std::string prefix(name == "xmlns" ? "" : name.substr(6));
-            _bindings[prefix].emplace_back(attribute.value());
-            declared.push_back(prefix);
+            _declared.emplace_back(name == "xmlns" ? "" : name.substr(6));
+            _bindings[_declared.back()].emplace_back(attribute.value());
         }
     }
-    _entered.push_back(std::move(declared));
 }
 
 void NamespaceScopes::leave()
 {
-    for (const std::string& prefix : _entered.back()) {
-        _bindings[prefix].pop_back();
+    for (; _declared.size() > _entered.back(); _declared.pop_back()) {
+        _bindings[_declared.back()].pop_back();
     }
     _entered.pop_back();
 }

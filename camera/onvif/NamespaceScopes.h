@@ -2,11 +2,13 @@
 
 #include <pugixml.hpp>
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -27,6 +29,8 @@ public:
     static const NamespaceTable& ofMessages();
 
     explicit NamespaceTable(std::vector<Row> rows, std::vector<Row> aliases = {});
+    NamespaceTable(const NamespaceTable&) = delete;
+    NamespaceTable& operator=(const NamespaceTable&) = delete;
 
     /// Both are valid as long as the table.
     std::optional<std::string_view> prefixOf(std::string_view uri) const;
@@ -34,8 +38,12 @@ public:
     const std::vector<Row>& rows() const { return _rows; }
 
 private:
-    std::vector<Row> _rows;
-    std::vector<Row> _aliases; ///< other names of a namespace
+    using Texts = std::unordered_map<std::string_view, std::string_view>;
+
+    const std::vector<Row> _rows;
+    const std::vector<Row> _aliases; ///< other names of a namespace
+    Texts _uris;                     ///< by prefixes; these look-ups are most of the work on a request's names
+    Texts _prefixes;                 ///< by namespaces
 };
 
 /// Which prefix stands for which namespace at each element of a document. The prefixes of the table count as declared
@@ -55,7 +63,8 @@ public:
 private:
     const NamespaceTable& _table;
     std::map<std::string, std::vector<std::string>, std::less<>> _bindings; ///< innermost last; empty: undeclared again
-    std::vector<std::vector<std::string>> _entered;                         ///< prefixes declared by each open element
+    std::vector<std::string> _declared; ///< prefixes, by the open elements in their order
+    std::vector<std::size_t> _entered;  ///< how many were declared outside of each open element
 };
 
 } // namespace camera::onvif

@@ -212,6 +212,13 @@ void ChildProcess::signal(int number) const
     }
 }
 
+void ChildProcess::stop() const
+{
+    signal(SIGSTOP);
+    siginfo_t stopped{};
+    ::waitid(P_PID, static_cast<id_t>(_id), &stopped, WSTOPPED | WNOWAIT);
+}
+
 void ChildProcess::crash()
 {
     signal(SIGKILL);

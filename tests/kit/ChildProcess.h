@@ -57,6 +57,10 @@ public:
     std::optional<int> exitCode() const;
 
     void signal(int number) const;
+
+    /// Stops a process that runs, until it gets SIGCONT. Afterwards it does nothing more: after the signal alone it may
+    /// still answer.
+    void stop() const;
     /// Ends it as a crash would, and returns when it is gone.
     void crash();
     /// Asks it to end. Nothing when the patience ended before; then it was killed.

@@ -232,7 +232,7 @@ TEST_F(CameraTest, keepsTheFilterWhereNobodyMovesIt)
 TEST_F(CameraTest, answersForServicesThatDoNot)
 {
     ASSERT_TRUE(waitForCamera("<trt:VideoSources"));
-    _services->signal(SIGSTOP);
+    _services->stop();
     HttpClient waits(place.port());
     waits.send(root.message("<tr2:GetMasks/>"));
     // Nobody waits for what this one waits for.

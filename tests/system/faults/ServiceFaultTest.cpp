@@ -221,7 +221,7 @@ TEST_F(ServiceFaultTest, losesTheDocumentsThatASlowOrFailingStreamerDoesNotTake)
 TEST_F(ServiceFaultTest, startsWhileTheServicesAreStoppedAndFindsTheStreamerOnceTheyGoOn)
 {
     startServices();
-    services->signal(SIGSTOP);
+    services->stop();
     startPipeline();
     EXPECT_EQ(1U, lines(kNoDayNight)) << log();
     EXPECT_EQ(1U, lines(kNoBlanking));
@@ -236,7 +236,7 @@ TEST_F(ServiceFaultTest, framesGoOnWhileTheServicesAreStopped)
     startServices();
     startPipeline();
     ASSERT_TRUE(documentsArrive());
-    services->signal(SIGSTOP);
+    services->stop();
     EXPECT_TRUE(documentsAreLost());
     EXPECT_TRUE(framesGoOn(100));
     services->signal(SIGCONT);

@@ -165,7 +165,7 @@ int measureStopped(const Arguments& arguments)
     const double undisturbed = longestOf(camera.client, arguments.frames);
     const auto lost = [&] { return camera.client.status()["documentsDropped"].asUInt64(); };
     const std::uint64_t lostBefore = lost();
-    camera.services->signal(SIGSTOP);
+    camera.services->stop();
     const double stopped = longestOf(camera.client, arguments.frames);
     const std::uint64_t documentsLost = lost() - lostBefore;
     std::cout << "frames=" << arguments.frames << " longest_undisturbed_ms=" << undisturbed
