@@ -1,6 +1,7 @@
 // A camera through a client of npm: connects with its own functions and prints what it found, then does what standard
 // input says, one line after the other: {"operation", "content"} as the client's own message to the analytics service,
-// {"ptz", "options"} with the client's own function. Prints one line of JSON for each; a refusal is {"error"}.
+// {"ptz", "options"} with the client's own function, {"events"}: "properties", "begin", "next", "end" likewise. Prints one
+// line of JSON for each; a refusal is {"error"}.
 //
 // usage: node clients.js CLIENT HOST PORT USER PASSWORD   (in a folder in which the clients are installed)
 'use strict';
@@ -13,10 +14,42 @@ const TAN = 'http://www.onvif.org/ver20/analytics/wsdl';
 const PROFILE = 'Profile_1';
 const list = (some) => (some === undefined ? [] : [].concat(some));
 const vector = ({ x, y, zoom }) => ({ x, y, z: zoom });
+const items = (part) => Object.fromEntries(list(part && (part.simpleItem || part.SimpleItem)).map(({ $ }) => [$.Name, String($.Value)]));
+const event = (topic, message) => ({
+    topic: topic._,
+    operation: message.$.PropertyOperation || '',
+    source: items(message.source || message.Source),
+    data: items(message.data || message.Data),
+});
 const named = (preset) => ({ token: preset.$.token, name: preset.Name || preset.name });
 
+// What has come and was not asked for yet, or who waits for what comes next.
+const messages = [];
+let waits;
+function arrived(message) {
+    messages.push(message);
+    if (waits) {
+        waits();
+    }
+}
+
+async function next() {
+    if (messages.length === 0) {
+        await new Promise((done, failed) => {
+            const late = setTimeout(() => failed(new Error('no event came within 60 s')), 60000);
+            waits = () => {
+                clearTimeout(late);
+                waits = undefined;
+                done();
+            };
+        });
+    }
+    return messages.shift();
+}
+
 // Each: connect() gives what it found; call(operation, content) gives the answer's text. The content writes "tan:".
-// ptz has the same functions for each client; a place, way or speed is {x, y, zoom}, a timeout seconds.
+// ptz has the same functions for each client; a place, way or speed is {x, y, zoom}, a timeout seconds. properties() gives
+// the answer's text; begin() has events given to arrived() until end().
 const clients = {
     onvif() {
         const { Cam } = installed('onvif');
@@ -54,6 +87,16 @@ const clients = {
                 }[name]();
                 camera[method](given, (error, data) => (error ? failed(error) : done(read ? read(data) : 'done')));
             }),
+            properties: () => new Promise((done, failed) => {
+                camera.getEventProperties((error, data, xml) => (error ? failed(error) : done(xml)));
+            }),
+            begin: async () => {
+                camera.on('eventsError', (error) => arrived(told(error)));
+                camera.on('event', (message) => arrived(event(message.topic, message.message.message)));
+            },
+            end: () => new Promise((done, failed) => {
+                camera.unsubscribe((error) => (error ? failed(error) : done()));
+            }),
         };
     },
     'node-onvif'() {
@@ -89,10 +132,12 @@ const clients = {
                 const { data } = await device.services.ptz[method]({ ProfileToken: PROFILE, ...given });
                 return read ? read(data) : 'done';
             },
+            properties: async () => (await device.services.events.getEventProperties()).soap,
         };
     },
     'onvif-nvt'() {
         let camera;
+        let pulls = false;
         return {
             connect: async () => {
                 camera = await installed('onvif-nvt').connect(host, Number(port), user, password);
@@ -117,6 +162,18 @@ const clients = {
                 const { data } = await camera.ptz[method](PROFILE, ...given);
                 return read ? read(data) : 'done';
             },
+            properties: async () => (await camera.events.getEventProperties()).soap,
+            begin: async () => {
+                const reference = await camera.events._createPullPointSubscription();
+                (async () => {
+                    for (pulls = true; pulls;) {
+                        const { data } = await camera.events.pullMessages(reference, 'PT5S', 100);
+                        list(data.PullMessagesResponse.NotificationMessage)
+                            .forEach((message) => arrived(event(message.Topic, message.Message.Message)));
+                    }
+                })().catch((error) => arrived(told(error)));
+            },
+            end: async () => { pulls = false; },
         };
     },
 };
@@ -135,9 +192,13 @@ const say = (object) => process.stdout.write(`${JSON.stringify(object)}\n`);
         process.exit(0);
     }
     for await (const line of readline.createInterface({ input: process.stdin })) {
-        const { operation, content, ptz, options } = JSON.parse(line);
+        const { operation, content, ptz, options, events } = JSON.parse(line);
         try {
-            say({ answer: ptz ? await client.ptz(ptz, options) : await client.call(operation, content) });
+            if (events) {
+                say({ answer: (await (events === 'next' ? next() : client[events]())) || 'done' });
+            } else {
+                say({ answer: ptz ? await client.ptz(ptz, options) : await client.call(operation, content) });
+            }
         } catch (error) {
             say(told(error));
         }

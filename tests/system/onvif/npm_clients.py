@@ -1,4 +1,4 @@
-"""Three clients of npm connect, and rules and modules live through them at two presets, over a restart.
+"""Three clients of npm connect, rules and modules live through them at two presets, over a restart, and they are told.
 
 Every answer of the camera is valid by the official schemas. What clients send and is not is listed, and was served.
 """
@@ -10,8 +10,10 @@ import shutil
 import subprocess
 import unittest
 
+import event_life
 import kit
 
+PRESETS = "tns1:PTZController/PTZPresets/"
 TOKEN = f"<tan:ConfigurationToken>{kit.TOKEN}</tan:ConfigurationToken>"
 
 
@@ -51,6 +53,16 @@ class Client:
     def ptz(self, function, options=None):
         return self.ask({"ptz": function, "options": options})
 
+    def events(self, what):
+        return self.ask({"events": what})
+
+    def until(self, topic, operation, **data):
+        """Waits for an event with such values, and gives those that came with it and before it."""
+        told = []
+        while not told or (told[-1]["topic"], told[-1]["operation"], {**told[-1]["data"], **data}) != (topic, operation, told[-1]["data"]):
+            told.append(self.events("next"))
+        return told
+
     def ask(self, line):
         self.process.stdin.write(json.dumps(line) + "\n")
         self.process.stdin.flush()
@@ -72,6 +84,12 @@ def component(element, name, kind, items):
         f'<tan:{element} xmlns:t="{kit.TT}" xmlns:v="{kit.VCA}" Name="{name}" Type="{kind}"><t:Parameters>{parameters}'
         f"</t:Parameters></tan:{element}>"
     )
+
+
+def declared(text):
+    """A component of which each prefix stands on itself."""
+    prefixes = f'xmlns:tt="{kit.TT}" xmlns:vca="{kit.VCA}" xmlns:axt="http://www.onvif.org/ver20/analytics"'
+    return re.sub("^<tan:[A-Za-z]+", rf"\g<0> {prefixes}", text)
 
 
 class NpmClients(kit.CameraTest):
@@ -127,6 +145,32 @@ class NpmClients(kit.CameraTest):
         self.assertNotIn("<tan:Rule ", client.call("GetRules"))
         self.assertIn("CellMotionDetector", client.call("GetSupportedRules"))
 
+    def follows(self, name):
+        client = self.client(name)
+        self.assertIn("<MotionRegionDetector", re.sub("<[a-z0-9]+:", "<", client.events("properties")))
+        if name == "node-onvif":
+            return  # it can do no more
+        client.ptz("gotoPreset", "Door")
+        self.place()
+        client.events("begin")
+        client.until(event_life.ALARM, "Initialized", State="false")
+        client.call("CreateAnalyticsModules", declared(event_life.MODULE.format("Gate")))
+        client.call("CreateRules", declared(event_life.RULE.format("Gate", "0.9")))
+        client.ptz("gotoPreset", "Gate")
+        client.until(PRESETS + "Left", "", PresetToken="Door")
+        client.until(PRESETS + "Reached", "", PresetToken="Gate")
+        client.until(event_life.MOTION, "Changed", State="true")
+        client.call("ModifyRules", declared(event_life.RULE.format("Gate", "0.8")))
+        client.until("tns1:Media/ConfigurationChanged", "")
+        client.ptz("gotoPreset", "Door")
+        told = client.until(PRESETS + "Reached", "", PresetToken="Door")
+        client.call("DeleteRules", "<tan:RuleName>Watch</tan:RuleName>")
+        told += client.until(event_life.MOTION, "Deleted", State="false")
+        states = [each["data"]["State"] for each in told if each["topic"] == event_life.MOTION]
+        self.assertEqual(states[-1], "false")
+        client.call("DeleteAnalyticsModules", "<tan:AnalyticsModuleName>Objects</tan:AnalyticsModuleName>")
+        client.events("end")
+
     def place(self):
         """Where the camera looks, in degrees and magnification, as its own command line tells it, once it stands."""
 
@@ -170,9 +214,13 @@ def make(name):
     def drives(self):
         self.drives(name)
 
+    def follows(self):
+        self.follows(name)
+
     word = name.replace("-", "_")
     setattr(NpmClients, f"test_{word}_moves_stops_and_keeps_presets", drives)
     setattr(NpmClients, f"test_{word}_connects", connects)
+    setattr(NpmClients, f"test_{word}_follows_the_life_of_a_rule_as_far_as_it_can", follows)
     setattr(NpmClients, f"test_{word}_creates_changes_moves_and_deletes_at_two_presets", lives)
 
 
