@@ -19,7 +19,8 @@ Deadlines::Entry::~Entry()
     _all._entries.erase(_place);
     if (_all._entries.empty() && _all._wake != kNever) {
         _all._wake = kNever;
-        _all._timer.cancel(); // the context has nothing to wait for
+        boost::system::error_code ignored;
+        _all._timer.cancel(ignored); // the context has nothing to wait for
     }
 }
 

@@ -7,14 +7,22 @@ namespace kit {
 /// A gate that a thread is held at until the test opens it, at the latest when the test ends.
 class Gate {
 public:
-    ~Gate() { open(); }
+    ~Gate()
+    {
+        open();
+        std::unique_lock<std::mutex> lock(_mutex);
+        _changed.wait(lock, [this] { return _inside == 0; });
+    }
 
     void pass()
     {
         std::unique_lock<std::mutex> lock(_mutex);
         _reached = true;
+        ++_inside;
         _changed.notify_all();
         _changed.wait(lock, [this] { return _open; });
+        --_inside;
+        _changed.notify_all();
     }
 
     bool waitUntilReached()
@@ -34,6 +42,7 @@ private:
     std::mutex _mutex;
     std::condition_variable _changed;
     bool _reached = false;
+    int _inside = 0; ///< threads that are held, or have not left yet
     bool _open = false;
 };
 
