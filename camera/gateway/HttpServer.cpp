@@ -129,6 +129,8 @@ public:
                 }
             });
         } else {
+            beast::error_code error;
+            lowest().non_blocking(true, error); // for writeAtOnce()
             readHeader();
         }
     }
@@ -206,7 +208,7 @@ private:
         HttpRequest request;
         request.method = std::string(message.method_string());
         request.target = std::string(message.target());
-        request.base = std::string(kTls ? "https://" : "http://") + host();
+        request.base = reachedAs();
         request.authorization = std::string(message[http::field::authorization]);
         request.body = std::move(message.body());
         request.peer = _place->address();
@@ -241,21 +243,19 @@ private:
     }
 
     /// As the client calls this server; without its word for it as the connection does.
-    std::string host()
+    std::string reachedAs()
     {
+        const std::string scheme = kTls ? "https" : "http";
         const std::string named(_parser->get()[http::field::host]);
         constexpr const char* kOfHosts = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789.-:[]_";
         if (!named.empty() && named.find_first_not_of(kOfHosts) == std::string::npos) {
-            return named;
+            return scheme + "://" + named;
         }
         beast::error_code error;
         const tcp::endpoint local = lowest().local_endpoint(error);
-        const asio::ip::address address = plainAddress(local.address());
+        const std::string address = plainAddress(local.address()).to_string();
         // The zone of a link has its meaning on this computer only.
-        const bool isLong = address.is_v6();
-        const std::string text =
-            isLong ? "[" + asio::ip::address_v6(address.to_v6().to_bytes()).to_string() + "]" : address.to_string();
-        return text + ":" + std::to_string(local.port());
+        return base::baseAddress(scheme, address.substr(0, address.find('%')), local.port());
     }
 
     void refuse(const beast::error_code& error)
@@ -306,7 +306,6 @@ private:
     void writeAtOnce()
     {
         beast::error_code error;
-        lowest().non_blocking(true, error);
         while (!error && !_serializer->is_done()) {
             http::write_some(_stream, *_serializer, error);
         }

@@ -249,7 +249,7 @@ public:
     Answer answer(std::vector<const ServiceEntry*> entries, const std::string& base)
     {
         if (!_text || entries != _entries || base != _base) {
-            _text = std::make_shared<std::string>(printed(servicesAnswer(entries, base, false).body()));
+            _text = std::make_shared<std::string>(printed(servicesAnswer(entries, base, false).body().parent()));
             _entries = std::move(entries);
             _base = base;
         }

@@ -58,19 +58,16 @@ std::string beginOfMessages()
     return begin + ">";
 }
 
-/// @param header  null: there is none. @param body  writes it into the text
-template <class Body>
-std::string message(const pugi::xml_node& header, const Body& body)
+/// @param header  null: there is none. @param body  its text
+std::string message(const pugi::xml_node& header, const std::string& body)
 {
     static const std::string begin = beginOfMessages();
     std::string text = begin;
     print(header, text);
-    body(text);
-    return text += "</env:Envelope>";
+    return text.append(body).append("</env:Envelope>");
 }
 
-template <class Body>
-std::string reply(const std::string& relatesTo, const std::string& action, const Body& body)
+std::string reply(const std::string& relatesTo, const std::string& action, const std::string& body)
 {
     pugi::xml_document header;
     const auto add = [&header](const char* name, const std::string& text) {
@@ -143,13 +140,7 @@ Answer::Answer(const std::string& name) : _body(_document.append_child("env:Body
 
 std::string Answer::text(const std::string& relatesTo, const std::string& action)
 {
-    return reply(relatesTo, action, [this](std::string& text) {
-        if (_printed) {
-            text.append("<env:Body>").append(*_printed).append("</env:Body>");
-        } else {
-            print(_document.document_element(), text);
-        }
-    });
+    return reply(relatesTo, action, _printed ? *_printed : printed(_document.document_element()));
 }
 
 std::string Answer::messageText(const std::string& to, const std::string& action, const std::string& more)
@@ -159,7 +150,7 @@ std::string Answer::messageText(const std::string& to, const std::string& action
     blocks.append_child("wsa:To").text().set(to.c_str());
     blocks.append_child("wsa:Action").text().set(action.c_str());
     blocks.append_buffer(more.data(), more.size());
-    return message(header.document_element(), [this](std::string& text) { print(_document.document_element(), text); });
+    return message(header.document_element(), printed(_document.document_element()));
 }
 
 std::string faultText(const Fault& fault, const std::string& relatesTo)
@@ -178,8 +169,7 @@ std::string faultText(const Fault& fault, const std::string& relatesTo)
     if (!fault.detail.empty()) {
         body.append_child("env:Detail").append_buffer(fault.detail.data(), fault.detail.size());
     }
-    return reply(relatesTo, relatesTo.empty() ? "" : kFaultAction,
-                 [&document](std::string& text) { print(document.document_element(), text); });
+    return reply(relatesTo, relatesTo.empty() ? "" : kFaultAction, printed(document.document_element()));
 }
 
 } // namespace camera::onvif

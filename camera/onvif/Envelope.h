@@ -53,8 +53,8 @@ public:
     /// @param name  of the element in the body, "tds:GetUsersResponse"
     explicit Answer(const std::string& name);
 
-    /// One whose element is printed already; it has no body to be filled.
-    explicit Answer(std::shared_ptr<const std::string> element) : _printed(std::move(element)) {}
+    /// One whose env:Body is printed already; there is nothing to be filled.
+    explicit Answer(std::shared_ptr<const std::string> body) : _printed(std::move(body)) {}
 
     /// The element in the body. What is put in has names with the prefixes of NamespaceTable::ofMessages(), or declares
     /// its own.

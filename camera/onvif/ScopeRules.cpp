@@ -1,7 +1,6 @@
 #include "camera/onvif/ScopeRules.h"
 
 #include "camera/base/Text.h"
-#include "camera/base/Words.h"
 
 #include <algorithm>
 #include <functional>

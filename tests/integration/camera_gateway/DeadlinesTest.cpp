@@ -26,6 +26,13 @@ protected:
         return std::make_unique<Entry>(_deadlines, [this, name] { _expired.push_back(name); });
     }
 
+    void runUntilExpired(std::size_t count)
+    {
+        while (_expired.size() < count) {
+            _context.run_one();
+        }
+    }
+
     boost::asio::io_context _context;
     Deadlines _deadlines{_context};
     std::vector<std::string> _expired;
@@ -39,9 +46,7 @@ TEST_F(DeadlinesTest, expireInTheOrderOfTheirTimes)
     far->set(1h);
     late->set(2ms);
     early->set(1ms);
-    while (_expired.size() < 2) {
-        _context.run_one();
-    }
+    runUntilExpired(2);
     EXPECT_THAT(_expired, ElementsAre("early", "late"));
 }
 
@@ -55,9 +60,7 @@ TEST_F(DeadlinesTest, aTimeThatIsSetAnewOrClearedDoesNotExpire)
     last->set(3ms);
     anew->set(1h);
     cleared->clear();
-    while (_expired.empty()) {
-        _context.run_one();
-    }
+    runUntilExpired(1);
     EXPECT_THAT(_expired, ElementsAre("last"));
 }
 

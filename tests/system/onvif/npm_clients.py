@@ -59,9 +59,11 @@ class Client:
     def until(self, topic, operation, **data):
         """Waits for an event with such values, and gives those that came with it and before it."""
         told = []
-        while not told or (told[-1]["topic"], told[-1]["operation"], {**told[-1]["data"], **data}) != (topic, operation, told[-1]["data"]):
-            told.append(self.events("next"))
-        return told
+        while True:
+            event = self.events("next")
+            told.append(event)
+            if (event["topic"], event["operation"]) == (topic, operation) and data.items() <= event["data"].items():
+                return told
 
     def ask(self, line):
         self.process.stdin.write(json.dumps(line) + "\n")
@@ -88,7 +90,7 @@ def component(element, name, kind, items):
 
 def declared(text):
     """A component of which each prefix stands on itself."""
-    prefixes = f'xmlns:tt="{kit.TT}" xmlns:vca="{kit.VCA}" xmlns:axt="http://www.onvif.org/ver20/analytics"'
+    prefixes = f'xmlns:tt="{kit.TT}" xmlns:vca="{kit.VCA}" xmlns:axt="{kit.AXT}"'
     return re.sub("^<tan:[A-Za-z]+", rf"\g<0> {prefixes}", text)
 
 
